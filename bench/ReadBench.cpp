@@ -1,0 +1,137 @@
+#include "bench/ReadBench.h"
+
+#include <benchmark/benchmark.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+
+#include "frame/SprFileFactory.h"
+#include "frame/SpreadsheetFile.h"
+#include "host/TableData.h"
+#include "tests/support/CountingSink.h"
+
+namespace {
+
+constexpr int Md5sumRuns = 5;
+
+SpreadsheetFile* NewReader(const std::string& format) {
+    for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
+        if (format == SprFileFactory::GetInfo(i)->formatName) {
+            return SprFileFactory::GetSpreadsheetFile(i);
+        }
+    }
+    throw std::runtime_error("there is no format " + format);
+}
+
+std::string FileOf(const ReadBench& bench) {
+    const std::string path = BenchFolder() + "/" + bench.fileName;
+    if (!std::filesystem::exists(path)) {
+        std::ofstream file(path + ".part", std::ios::binary);
+        bench.generate(file);
+        file.close();
+        std::filesystem::rename(path + ".part", path);
+    }
+    return path;
+}
+
+void ReadFile(const ReadBench& bench, const std::string& path, ReadSpreadSheetData& sink) {
+    const std::unique_ptr<SpreadsheetFile> reader(NewReader(bench.format));
+    reader->Open(true, path.c_str(), nullptr);
+    const int rows = reader->GetNumRows();
+    const int cols = reader->GetNumCols();
+    sink.SetDataSize(cols, rows);
+    if (reader->Read(&sink) != 0) {
+        throw std::runtime_error("the file of " + bench.name + " could not be read");
+    }
+    reader->Close();
+}
+
+double SecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+template <class Sink>
+void Measure(benchmark::State& state, const ReadBench& bench, double target) {
+    const std::string path = FileOf(bench);
+    const double yardstick = SecondsOfMd5sum(path);
+    double best = 1e30;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        Sink sink;
+        ReadFile(bench, path, sink);
+        best = std::min(best, SecondsSince(start));
+    }
+    CountingSink counter;
+    ReadFile(bench, path, counter);
+    const auto bytes = static_cast<double>(std::filesystem::file_size(path));
+    state.counters["MB/s"] = bytes / best / 1e6;
+    state.counters["cells/s"] = static_cast<double>(counter.cells) / best;
+    state.counters["M"] = best / yardstick;
+    if (target > 0) {
+        state.counters["M_target"] = target;
+    }
+    const double peak = PeakMemoryOf([&] {
+        Sink sink;
+        ReadFile(bench, path, sink);
+    });
+    state.counters["peak_MB"] = peak / 1e6;
+    state.counters["file_MB"] = bytes / 1e6;
+}
+
+}  // namespace
+
+std::string BenchFolder() {
+    const std::string folder = "build/bench-data";
+    std::filesystem::create_directories(folder);
+    return folder;
+}
+
+double SecondsOfMd5sum(const std::string& path) {
+    double best = 1e30;
+    for (int run = 0; run < Md5sumRuns; ++run) {
+        const auto start = std::chrono::steady_clock::now();
+        const int result = std::system(("md5sum '" + path + "' >/dev/null").c_str());
+        if (result != 0) {
+            throw std::runtime_error("md5sum failed");
+        }
+        best = std::min(best, SecondsSince(start));
+    }
+    return best;
+}
+
+double PeakMemoryOf(const std::function<void()>& work) {
+    const pid_t child = fork();
+    if (child == 0) {
+        work();
+        _exit(0);
+    }
+    int status = 0;
+    rusage usage{};
+    wait4(child, &status, 0, &usage);
+    return static_cast<double>(usage.ru_maxrss) * 1024.0;
+}
+
+RegisterReadBench::RegisterReadBench(const ReadBench& bench) {
+    benchmark::RegisterBenchmark((bench.name + "/md5sum").c_str(), [bench](benchmark::State& state) {
+        const std::string path = FileOf(bench);
+        for (auto _ : state) {
+            state.SetIterationTime(SecondsOfMd5sum(path));
+        }
+    })->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark((bench.name + "/counting").c_str(), [bench](benchmark::State& state) {
+        Measure<CountingSink>(state, bench, bench.targetCounting);
+    })->MinTime(0.5)->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark((bench.name + "/table").c_str(), [bench](benchmark::State& state) {
+        Measure<TableData>(state, bench, bench.targetTable);
+    })->MinTime(0.5)->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK_MAIN();

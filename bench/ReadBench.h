@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <iosfwd>
+#include <string>
+
+/** One large generated file and how to read it. */
+struct ReadBench {
+    std::string name;      /**< the benchmark's name */
+    std::string format;    /**< the reader's format name */
+    std::string fileName;  /**< of the file, with the extension that the format wants */
+    std::function<void(std::ostream&)> generate; /**< writes the file; the same bytes every time */
+    double targetCounting = 0; /**< the figure to reach into a counting sink, in times of md5sum; 0 none */
+    double targetTable = 0;    /**< the same into the in-memory table */
+};
+
+/**
+ * Registers the benchmarks of one file, each a line of the report: `NAME/md5sum`, the yardstick, over the
+ * same warm file in the same run; `NAME/counting` and `NAME/table`, opening, measuring and reading it,
+ * with cells/s, MB/s, the ratio to the yardstick (`M`) and the peak memory of a process that does nothing
+ * else. Files are made once, under the build folder.
+ */
+class RegisterReadBench {
+public:
+    explicit RegisterReadBench(const ReadBench& bench);
+};
+
+/** The folder of the generated files. */
+std::string BenchFolder();
+
+/** The fastest of a few md5sum runs over a file, in seconds: the yardstick M. */
+double SecondsOfMd5sum(const std::string& path);
+
+/** The peak memory in bytes of a child process that does this and nothing else. */
+double PeakMemoryOf(const std::function<void()>& work);

@@ -1,0 +1,33 @@
+#include <ostream>
+#include <string>
+
+#include "bench/ReadBench.h"
+
+namespace {
+
+constexpr std::size_t FileSize = 100'000'000;
+
+// Numbers of the lengths that instruments write, from a fixed sequence.
+void GenerateTable(std::ostream& stream, int cols) {
+    std::string line;
+    std::size_t written = 0;
+    unsigned int state = 12345;
+    while (written < FileSize) {
+        line.clear();
+        for (int col = 0; col < cols; ++col) {
+            state = state * 1664525U + 1013904223U;
+            line += col == 0 ? "" : "\t";
+            line += std::to_string(state >> 22) + "." + std::to_string(100000 + (state >> 8) % 900000);
+        }
+        line += "\n";
+        stream << line;
+        written += line.size();
+    }
+}
+
+const RegisterReadBench Narrow({"text_10_columns", "Text File", "narrow.txt",
+                                [](std::ostream& stream) { GenerateTable(stream, 10); }, 1.2, 2.0});
+const RegisterReadBench Wide({"text_2000_columns", "Text File", "wide.txt",
+                              [](std::ostream& stream) { GenerateTable(stream, 2000); }, 1.2, 2.0});
+
+}  // namespace

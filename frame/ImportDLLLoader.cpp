@@ -1,0 +1,248 @@
+#include "frame/ImportDLLLoader.h"
+
+#include <dlfcn.h>
+#include <link.h>
+#include <strings.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#include "frame/DLLFile.h"
+#include "host/NvFile.h"
+
+namespace {
+
+constexpr const char* ModuleExtension = ".so";
+
+// Answers of NvImportIsCorrectFileType.
+enum Verdict { VerdictNo = 0, VerdictPossible = 1, VerdictSure = 2 };
+
+std::string ProgramPath() {
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? std::string() : path.string();
+}
+
+const link_map* LinkMapOf(void* module) {
+    link_map* map = nullptr;
+    return dlinfo(module, RTLD_DI_LINKMAP, static_cast<void*>(&map)) == 0 ? map : nullptr;
+}
+
+// The module's own function of the name. A look-up by name also finds those of the libraries that the
+// module is linked with, this one perhaps; to call them with the module's numbers would mix up formats.
+void* OwnSymbol(void* module, const char* name) {
+    void* symbol = dlsym(module, name);
+    if (symbol == nullptr) {
+        return nullptr;
+    }
+    Dl_info info;
+    link_map* owner = nullptr;
+    if (dladdr1(symbol, &info, reinterpret_cast<void**>(&owner), RTLD_DL_LINKMAP) == 0) {
+        return nullptr;
+    }
+    return owner == LinkMapOf(module) ? symbol : nullptr;
+}
+
+template <class Function>
+Function* OwnFunction(void* module, const char* name, Function* /*shape*/) {
+    return reinterpret_cast<Function*>(OwnSymbol(module, name));
+}
+
+#define OWN_FUNCTION(module, name) OwnFunction(module, #name, &(name))
+
+bool IsBlank(const char* text) {
+    return text[std::strspn(text, " \t\r\n\v\f")] == '\0';
+}
+
+}  // namespace
+
+ImportDLLLoader::~ImportDLLLoader() {
+    std::vector<void*> modules;
+    for (const InstanceInfo& instance : instances) {
+        if (std::find(modules.begin(), modules.end(), instance.module) == modules.end()) {
+            modules.push_back(instance.module);
+        }
+    }
+    std::for_each(modules.begin(), modules.end(), ReleaseDLL);
+}
+
+void ImportDLLLoader::Init(const char* pluginDirectory) {
+    const std::string program = ProgramPath();
+    ExtractFileTypes(program);
+    const std::size_t separator = program.rfind('/');
+    ExtractDirectory(separator == std::string::npos ? "./" : program.substr(0, separator + 1));
+    if (pluginDirectory != nullptr && !IsBlank(pluginDirectory)) {
+        ExtractDirectory(std::string(pluginDirectory) + "/");
+    }
+}
+
+int ImportDLLLoader::SizeInfos() const {
+    return static_cast<int>(instances.size());
+}
+
+const NvImportFileFormatInfo* ImportDLLLoader::GetInfo(int i) const {
+    return InstanceAt(i).info;
+}
+
+SpreadsheetFile* ImportDLLLoader::GetSpreadsheetFile(int i) const {
+    const InstanceInfo& instance = InstanceAt(i);
+    DLLFile::Functions functions;
+    functions.open = OWN_FUNCTION(instance.module, NvImportOpen);
+    functions.close = OWN_FUNCTION(instance.module, NvImportClose);
+    functions.getLastError = OWN_FUNCTION(instance.module, NvImportGetLastError);
+    functions.establishSize = OWN_FUNCTION(instance.module, NvImportEstablishSize);
+    functions.read = OWN_FUNCTION(instance.module, NvImportRead);
+    functions.write = OWN_FUNCTION(instance.module, NvImportWrite);
+    functions.getWarning = OWN_FUNCTION(instance.module, NvImportGetWarning);
+    functions.setSpec = OWN_FUNCTION(instance.module, NvImportSetSpec);
+    return new DLLFile(functions, instance.index, *instance.info);
+}
+
+int ImportDLLLoader::GetSpreadsheetFileIndex(const char* fileName) {
+    std::vector<InstanceInfo> matches;
+    if (!NvFile::Exists(fileName)) {
+        MatchExtension(fileName, instances, matches);
+        return matches.size() == 1 ? GetIndex(&matches.front()) : SelectFormat(matches, fileName);
+    }
+    std::vector<InstanceInfo> sure;
+    std::vector<InstanceInfo> possible;
+    for (int i = 1; i <= SizeInfos(); ++i) {
+        const int verdict = GetVerdict(i, fileName);
+        if (verdict == VerdictSure) {
+            sure.push_back(InstanceAt(i));
+        } else if (verdict == VerdictPossible) {
+            possible.push_back(InstanceAt(i));
+        }
+    }
+    // Content outranks the extension only where a test proves the format. A test that merely fits is no
+    // stronger than none at all: among such formats the extension decides.
+    if (sure.size() == 1) {
+        return GetIndex(&sure.front());
+    }
+    if (!sure.empty()) {
+        return SelectFormat(sure, fileName);
+    }
+    if (possible.empty()) {
+        return -1;
+    }
+    if (possible.size() == 1) {
+        return GetIndex(&possible.front());
+    }
+    MatchExtension(fileName, possible, matches);
+    if (matches.size() == 1) {
+        return GetIndex(&matches.front());
+    }
+    return SelectFormat(matches.empty() ? possible : matches, fileName);
+}
+
+int ImportDLLLoader::GetVerdict(int i, const char* fileName) const {
+    const InstanceInfo& instance = InstanceAt(i);
+    const auto ask = OWN_FUNCTION(instance.module, NvImportIsCorrectFileType);
+    // A module that has no test may have the file's format.
+    return ask == nullptr ? static_cast<int>(VerdictPossible) : ask(instance.index, fileName);
+}
+
+std::string ImportDLLLoader::GetModulePath(int i) const {
+    const auto found = modulePaths.find(InstanceAt(i).module);
+    return found == modulePaths.end() ? std::string() : found->second;
+}
+
+int ImportDLLLoader::SelectFormat(std::vector<InstanceInfo>& candidates, const char* /*fileName*/) {
+    return candidates.empty() ? -1 : GetIndex(&candidates.front());
+}
+
+int ImportDLLLoader::GetIndex(const InstanceInfo* instance) const {
+    for (int i = 1; i <= SizeInfos(); ++i) {
+        if (std::strcmp(InstanceAt(i).info->formatName, instance->info->formatName) == 0) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+void ImportDLLLoader::ExtractFileTypes(const std::string& path) {
+    // A program can't be loaded into itself; asked for without a name, it answers for itself.
+    const char* name = path == ProgramPath() ? nullptr : path.c_str();
+    void* module = dlopen(name, RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr) {
+        return;
+    }
+    if (const auto init = OWN_FUNCTION(module, NvImportInitPackage)) {
+        init();
+    }
+    const auto sizeFormats = OWN_FUNCTION(module, NvImportSizeFileFormatsSupported);
+    const auto getInfo = OWN_FUNCTION(module, NvImportGetFileFormatInfo);
+    if (sizeFormats == nullptr || getInfo == nullptr) {
+        ReleaseDLL(module);
+        return;
+    }
+    modulePaths[module] = path;
+    const int size = sizeFormats();
+    for (int i = 1; i <= size; ++i) {
+        const NvImportFileFormatInfo* info = getInfo(i);
+        RemoveFormat(info->formatName);
+        instances.push_back({module, i, info});
+    }
+}
+
+const ImportDLLLoader::InstanceInfo& ImportDLLLoader::InstanceAt(int i) const {
+    return instances[static_cast<std::size_t>(std::max(i, 1) - 1)];
+}
+
+void ImportDLLLoader::ExtractDirectory(const std::string& directory) {
+    std::vector<std::string> paths;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (entry->path().extension() == ModuleExtension) {
+            paths.push_back(directory + entry->path().filename().string());
+        }
+    }
+    // Sorted, since a directory's own order differs between machines, and the last module of a name wins.
+    std::sort(paths.begin(), paths.end());
+    for (const std::string& path : paths) {
+        ExtractFileTypes(path);
+    }
+}
+
+void ImportDLLLoader::RemoveFormat(const char* formatName) {
+    const auto old = std::find_if(instances.begin(), instances.end(), [&](const InstanceInfo& instance) {
+        return strcasecmp(instance.info->formatName, formatName) == 0;
+    });
+    if (old == instances.end()) {
+        return;
+    }
+    void* module = old->module;
+    instances.erase(old);
+    const bool stillUsed = std::any_of(instances.begin(), instances.end(),
+                                       [&](const InstanceInfo& instance) { return instance.module == module; });
+    if (!stillUsed) {
+        ReleaseDLL(module);
+    }
+}
+
+void ImportDLLLoader::MatchExtension(const char* fileName, const std::vector<InstanceInfo>& candidates,
+                                     std::vector<InstanceInfo>& matches) {
+    const char* extension = std::strrchr(fileName, '.');
+    if (extension == nullptr) {
+        return;
+    }
+    for (const InstanceInfo& candidate : candidates) {
+        const char* known = candidate.info->extensions;
+        for (int i = 0; i < candidate.info->numExtensions; ++i, known += std::strlen(known) + 1) {
+            if (strcasecmp(known, extension) == 0) {
+                matches.push_back(candidate);
+                break;
+            }
+        }
+    }
+}
+
+void ImportDLLLoader::ReleaseDLL(void* module) {
+    if (const auto release = OWN_FUNCTION(module, NvImportReleasePackage)) {
+        release();
+    }
+    dlclose(module);
+}

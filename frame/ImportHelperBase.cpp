@@ -1,0 +1,280 @@
+#include "frame/ImportHelperBase.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "frame/SpreadsheetFile.h"
+#include "frame/SpreadsheetOpenOptions.h"
+#include "host/CopyMessage.h"
+#include "host/Log.h"
+#include "host/NvFile.h"
+#include "host/NvString.h"
+#include "host/SpreadsheetData.h"
+
+namespace {
+
+constexpr const char* LogSection = "ImportHelper";
+constexpr int LogImportance = 3;
+
+// A filter's number that stands for all files.
+constexpr int AllFiles = 1;
+// The answer of a message box that the user cancelled, and the one that is offered.
+constexpr int AnswerCancel = 2;
+constexpr int AnswerDefault = 1;
+
+constexpr unsigned int ErrorTextSize = 1024;
+
+std::string MessageOf(SpreadsheetFile& reader) {
+    // One byte more than is said: DLLFile ends a long text behind the size.
+    char buffer[ErrorTextSize + 1] = "";
+    reader.GetErrorMessage(buffer, ErrorTextSize);
+    return buffer;
+}
+
+}  // namespace
+
+ImportHelperBase::ImportHelperBase(ImportDLLLoader* newLoader, const char* pluginDirectory)
+    : loader(newLoader != nullptr ? newLoader : new ImportDLLLoader) {
+    loader->Init(pluginDirectory);
+    Init();
+}
+
+ImportHelperBase::~ImportHelperBase() = default;
+
+void ImportHelperBase::Init() {
+    numFormats = loader->SizeInfos();
+    formatTable.assign(static_cast<std::size_t>(numFormats) + 1, FormatEntry{});
+    FormatEntry& all = formatTable[0];
+    CopyMessage("All Files (*.*)", all.name, sizeof all.name);
+    CopyMessage(".*", all.extensions[0], sizeof all.extensions[0]);
+    all.canWrite = all.canRead = all.canReadMany = all.hostFlag = true;
+    for (int i = 1; i <= numFormats; ++i) {
+        const NvImportFileFormatInfo& info = *loader->GetInfo(i);
+        FormatEntry& entry = formatTable[static_cast<std::size_t>(i)];
+        entry.canWrite = info.canWrite != 0;
+        entry.canRead = info.canRead != 0;
+        entry.canReadMany = info.canReadMany != 0;
+        entry.hostFlag = info.hostFlag != 0;
+        CopyMessage(info.readFilter, entry.name, sizeof entry.name);
+        if (entry.canWrite && info.writeFilter != nullptr) {
+            CopyMessage(info.writeFilter, entry.saveName, sizeof entry.saveName);
+        }
+        const char* extension = info.extensions;
+        for (int k = 0; k < info.numExtensions && k < FormatEntry::MaxExtensions; ++k) {
+            CopyMessage(extension, entry.extensions[k], sizeof entry.extensions[k]);
+            extension += std::strlen(extension) + 1;
+        }
+    }
+}
+
+bool ImportHelperBase::CheckFile(const std::string& name, ReadErrors& error) {
+    if (!NvFile::Exists(name.c_str())) {
+        error = ReadFileMissing;
+        return false;
+    }
+    if (NvFile::IsDirectory(name.c_str())) {
+        errorText = "Directories can not be imported.";
+        error = ReadIsDirectory;
+        return false;
+    }
+    if (!NvFile::CanOpen(name.c_str())) {
+        errorText = "The file could not be opened.";
+        return false;
+    }
+    return true;
+}
+
+// The format number of a dialog's filter; 0 when it stands for all files. A choice that lands on format
+// number 1 is one of those, since 1 has two meanings here; hosts know it so.
+int ImportHelperBase::FormatForReading(int formatChoice) const {
+    int remaining = formatChoice - 1;
+    for (int i = 1; i <= numFormats; ++i) {
+        if (formatTable[static_cast<std::size_t>(i)].canRead && --remaining == 0) {
+            return i == AllFiles ? 0 : i;
+        }
+    }
+    return 0;
+}
+
+bool ImportHelperBase::CheckFilesBeforeRead(const char* fileNames, int& formatChoice, ReadErrors& error,
+                                            bool reportMany) {
+    error = ReadOk;
+    const std::vector<std::string> names = NvFile::GetFileNames(fileNames);
+    if (names.empty()) {
+        error = ReadFileMissing;
+        return false;
+    }
+    for (const std::string& name : names) {
+        if (!CheckFile(name, error)) {
+            return false;
+        }
+    }
+    formatChoice = formatChoice == AllFiles ? 0 : FormatForReading(formatChoice);
+    if (formatChoice == 0) {
+        formatChoice = loader->GetSpreadsheetFileIndex(names.front().c_str());
+        if (formatChoice == -1) {
+            error = ReadTypeUndetermined;
+            errorText = NvString::Format("The file type could not be determined (%s).", names.front().c_str());
+            return false;
+        }
+    }
+    if (names.size() > 1) {
+        const FormatEntry& entry = formatTable[static_cast<std::size_t>(std::max(formatChoice, 0))];
+        if (!entry.canReadMany) {
+            error = ReadNotMultiFile;
+            if (reportMany) {
+                errorText = NvString::Format(
+                    "%s can only be imported one at a time.\n\n Import will be aborted.", entry.name);
+            }
+            return false;
+        }
+        if (!SortFiles(fileNames, error)) {
+            return false;
+        }
+    }
+    if (formatChoice > 0) {
+        return true;
+    }
+    errorText =
+        "The file type is either not supported or could not be deduced from the file's extension or "
+        "contents.";
+    error = ReadTypeUnsupported;
+    return false;
+}
+
+bool ImportHelperBase::FailWith(SpreadsheetFile& reader) {
+    errorText = MessageOf(reader);
+    return false;
+}
+
+// The middle of a read: an open reader is measured and read into the host's table.
+bool ImportHelperBase::ReadWith(SpreadsheetFile& reader, SpreadsheetData* data, int format) {
+    if (reader.GetStatus() != SpreadsheetFile::StatusOk) {
+        return FailWith(reader);
+    }
+    if (loader->GetInfo(format)->sinkFlag == 0) {
+        data->layoutDefault = false;
+    }
+    const int rows = reader.GetNumRows();
+    const int cols = reader.GetNumCols();
+    if (rows == -1 || cols == -1) {
+        return FailWith(reader);
+    }
+    if (rows <= 0 || cols <= 0) {
+        errorText = "The selected file does not contain any data. Import will be aborted.";
+        return false;
+    }
+    data->SetDataSize(cols, rows);
+    ShowProgressBarWhileReading(data, cols, rows);
+    const int result = reader.Read(data);
+    StopProgressBar(data);
+    if (result != SpreadsheetFile::StatusOk) {
+        FailWith(reader);
+        if (errorText == "AbortedByUser") {
+            errorText.clear();
+        }
+        return false;
+    }
+    const char* warning = reader.GetWarningMessage();
+    return warning == nullptr || warning[0] == '\0' ||
+           PutMsg1(warning, "Warning", MessageWarning, AnswerDefault) != AnswerCancel;
+}
+
+bool ImportHelperBase::ReadSpreadsheetFile(const char* fileNames, int formatChoice, SpreadsheetData* data,
+                                           NvImportOpenOptions* options, bool formatIsIndex,
+                                           ImportSpecBase* spec) {
+    const bool fillOptions = options != nullptr && options->size == 0 && options->data == nullptr;
+    if (!formatIsIndex || formatChoice < 1) {
+        ReadErrors error = ReadOk;
+        if (!CheckFilesBeforeRead(fileNames, formatChoice, error, true)) {
+            return false;
+        }
+    }
+    std::unique_ptr<SpreadsheetFile> reader;
+    bool success = false;
+    try {
+        reader.reset(loader->GetSpreadsheetFile(formatChoice));
+        reader->Open(true, fileNames, options);
+        if (spec != nullptr) {
+            reader->SetImportSpec(spec);
+        }
+        success = ReadWith(*reader, data, formatChoice);
+        if (success && fillOptions) {
+            // The bytes are the reader's, whose memory is about to go.
+            SpreadsheetOpenOptions::CopyOpenOptions(options, options);
+        }
+        if (success) {
+            reader->Close();
+        }
+    } catch (...) {
+        success = false;
+        errorText = "Exception during file reading. Import will be aborted.";
+        if (reader != nullptr) {
+            reader->Close();
+        }
+    }
+    reader.reset();
+    if (!success && fillOptions) {
+        options->size = 0;
+        options->data = nullptr;
+    }
+    return success;
+}
+
+// The format number for a write; 0 when there is none.
+int ImportHelperBase::FormatForWriting(const char* fileName, int formatChoice) const {
+    if (formatChoice <= 0) {
+        const int format = loader->GetSpreadsheetFileIndex(fileName);
+        return format > 0 && formatTable[static_cast<std::size_t>(format)].canWrite ? format : 0;
+    }
+    for (int i = 1; i <= numFormats; ++i) {
+        if (formatTable[static_cast<std::size_t>(i)].canWrite && --formatChoice == 0) {
+            return i;
+        }
+    }
+    return 0;
+}
+
+// The name goes to the writer as the caller gave it: one that wants the format's extension adds it
+// itself.
+bool ImportHelperBase::WriteSpreadsheetFile(const char* fileName, int formatChoice, SpreadsheetData* data,
+                                            NvImportOpenOptions* options) {
+    const int format = FormatForWriting(fileName, formatChoice);
+    if (format == 0) {
+        errorText = "Save not supported for the current file format\nor the file format could not be deduced.";
+        return false;
+    }
+    try {
+        const std::unique_ptr<SpreadsheetFile> writer(loader->GetSpreadsheetFile(format));
+        writer->Open(false, fileName, options);
+        if (writer->GetStatus() != SpreadsheetFile::StatusOk) {
+            return FailWith(*writer);
+        }
+        if (writer->Write(data) != SpreadsheetFile::StatusOk) {
+            return FailWith(*writer);
+        }
+        writer->Close();
+        return true;
+    } catch (...) {
+        errorText = "Exception during file writing. Export will be aborted.";
+        return false;
+    }
+}
+
+int ImportHelperBase::PutMsg1(const char* text, const char* /*caption*/, MessageType /*type*/,
+                              int defaultAnswer) {
+    Log::WriteMessage(LogSection, "PutMsgMB", text, LogImportance);
+    return defaultAnswer;
+}
+
+void ImportHelperBase::PutMsg2(const char* first, const char* second, const char* third) {
+    Log::WriteMessage(LogSection, "PutMsgDD", std::string(first) + ": " + second, LogImportance, third);
+}
+
+bool ImportHelperBase::SortFiles(const char* /*fileNames*/, ReadErrors& /*error*/) {
+    return true;
+}
+
+void ImportHelperBase::ShowProgressBarWhileReading(SpreadsheetData* /*data*/, int /*cols*/, int /*rows*/) {}
+
+void ImportHelperBase::StopProgressBar(SpreadsheetData* /*data*/) {}

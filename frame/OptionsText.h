@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/NvImport.h"
+#include "host/Export.h"
+
+// An options record as the readers of this library fill it: one binary string whose text is an XMLSection
+// with the subsection "Settings".
+
+/** The record holds bytes: the format takes its settings from them. */
+bool HasOptions(const NvImportOpenOptions* options);
+
+/** The record is there and empty: the format is to fill it with the choices made. */
+bool WantsOptions(const NvImportOpenOptions* options);
+
+/** The text of a record that has bytes. Raises std::ios_base::failure when it is cut short. */
+std::string DecodeOptionsText(const NvImportOpenOptions& options);
+
+/** The bytes of a record with this text. */
+KARTA_EXPORT std::vector<std::uint8_t> EncodeOptionsText(std::string_view text);

@@ -1,0 +1,68 @@
+#include "frame/SprFileFactory.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <map>
+
+namespace {
+
+struct ByBytes {
+    bool operator()(const char* left, const char* right) const { return std::strcmp(left, right) < 0; }
+};
+
+struct Entry {
+    NvImportFileFormatInfo info;
+    SprFileFactory* factory;
+};
+
+using Registry = std::map<const char*, Entry, ByBytes>;
+
+// The factories are statics of many source files, so the first of them, whichever it is, makes the
+// registry.
+Registry& TheRegistry() {
+    static Registry registry;
+    return registry;
+}
+
+const Entry& EntryAt(int index) {
+    return std::next(TheRegistry().begin(), std::max(index, 1) - 1)->second;
+}
+
+}  // namespace
+
+SprFileFactory::SprFileFactory(const char* formatName, const char* readFilter, const char* writeFilter,
+                               int numExtensions, const char* extensions, char canWrite, char canRead,
+                               char canReadMany, char sinkFlag, char hostFlag, char newPriority) {
+    Registry& registry = TheRegistry();
+    const auto taken = std::find_if(registry.begin(), registry.end(), [&](const auto& item) {
+        return strcasecmp(item.second.info.formatName, formatName) == 0;
+    });
+    if (taken != registry.end()) {
+        if (taken->second.factory->priority > newPriority) {
+            return;
+        }
+        registry.erase(taken);
+    }
+    const NvImportFileFormatInfo info = {formatName, readFilter,  writeFilter, numExtensions, extensions, canWrite,
+                                         canRead,    canReadMany, sinkFlag,    hostFlag,      {0, 0, 0}};
+    registry.emplace(readFilter, Entry{info, this});
+}
+
+int SprFileFactory::SizeInfos() {
+    return static_cast<int>(TheRegistry().size());
+}
+
+const NvImportFileFormatInfo* SprFileFactory::GetInfo(int index) {
+    return &EntryAt(index).info;
+}
+
+SpreadsheetFile* SprFileFactory::GetSpreadsheetFile(int index) {
+    return EntryAt(index).factory->GetSpreadsheetFile();
+}
+
+MyKindOfFile SprFileFactory::IsMyKindOfFile(int index, const char* fileName) {
+    return EntryAt(index).factory->IsMyKindOfFile(fileName);
+}

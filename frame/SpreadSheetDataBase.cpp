@@ -1,0 +1,3 @@
+#include "frame/SpreadSheetDataBase.h"
+
+SpreadSheetDataBase::~SpreadSheetDataBase() = default;

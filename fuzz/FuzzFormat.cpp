@@ -1,0 +1,103 @@
+// The fuzz harness: an input is a file of one format, and its whole road is gone: open, sizes, read, warning,
+// error, close. The format is named on the command line:
+//
+//     fuzz-format CORPUS --format="Text File" --extension=.txt
+//
+// A new format is one line in fuzz/targets.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <string>
+
+#include "frame/SprFileFactory.h"
+#include "frame/SpreadsheetFile.h"
+#include "host/NvSystemInfo.h"
+#include "host/TemporaryFile.h"
+#include "tests/support/CountingSink.h"
+
+namespace {
+
+int formatIndex = 0;
+std::string fileName;
+
+// Small enough that a part that inflates without end is stopped before the fuzzer's own limit.
+constexpr unsigned long long InflateLimit = 1 << 24;
+
+const char* ValueOf(const char* argument, const char* option) {
+    const std::size_t length = std::strlen(option);
+    return std::strncmp(argument, option, length) == 0 ? argument + length : nullptr;
+}
+
+int FindFormat(const std::string& name) {
+    for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
+        if (name == SprFileFactory::GetInfo(i)->formatName) {
+            return i;
+        }
+    }
+    std::fprintf(stderr, "there is no format '%s'\n", name.c_str());
+    std::exit(2);
+}
+
+void WriteInput(const std::uint8_t* data, std::size_t size) {
+    std::FILE* file = std::fopen(fileName.c_str(), "wb");
+    if (file == nullptr || std::fwrite(data, 1, size, file) != size || std::fclose(file) != 0) {
+        std::abort();
+    }
+}
+
+void ReadInput() {
+    SprFileFactory::IsMyKindOfFile(formatIndex, fileName.c_str());
+    const std::unique_ptr<SpreadsheetFile> reader(SprFileFactory::GetSpreadsheetFile(formatIndex));
+    NvImportOpenOptions options{0, nullptr};
+    reader->Open(true, fileName.c_str(), &options);
+    if (reader->GetStatus() == 0) {
+        const int rows = reader->GetNumRows();
+        const int cols = reader->GetNumCols();
+        if (rows > 0 && cols > 0) {
+            CountingSink sink;
+            sink.SetDataSize(cols, rows);
+            reader->Read(&sink);
+            reader->GetWarningMessage();
+        }
+    }
+    char message[256];
+    reader->GetErrorMessage(message, sizeof message - 1);
+    reader->Close();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
+    std::string format = "Text File";
+    std::string extension = ".txt";
+    for (int i = 1; i < *count; ++i) {
+        if (const char* value = ValueOf((*arguments)[i], "--format=")) {
+            format = value;
+        } else if (const char* text = ValueOf((*arguments)[i], "--extension=")) {
+            extension = text;
+        }
+    }
+    formatIndex = FindFormat(format);
+    NvSystemInfo::SetInflateLimit(InflateLimit);
+    // A folder of its own, since several harnesses run side by side.
+    static std::string folder = MakeTemporaryFolder("karta-fuzz-");
+    fileName = folder + "/input" + extension;
+    std::atexit([] {
+        std::remove(fileName.c_str());
+        std::remove(folder.c_str());
+    });
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    WriteInput(data, size);
+    try {
+        ReadInput();
+    } catch (const std::exception&) {
+        // Some formats' readers raise; a deleted reader must have released everything all the same.
+    }
+    return 0;
+}

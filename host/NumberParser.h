@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+// The one number parser of the library. It never looks at the process's locale: the decimal separator is
+// the point, and there is no grouping.
+
+/**
+ * Reads a decimal number at the start of `text`, white space before it aside, as far as it goes: sign,
+ * digits, point, exponent; also "inf", "infinity" and "nan" in any case. Returns how many characters it
+ * took, 0 (and value 0) when there is no number. What is too large becomes an infinity, too small a zero.
+ */
+std::size_t ParseDouble(std::string_view text, double& value);
+
+/** The same for a whole number, held to the range of int; stops at the first character that is no digit. */
+std::size_t ParseInt(std::string_view text, int& value);
+
+/** White space as the C locale has it. */
+bool IsSpace(char c);
+
+/** The text without white space at both ends. */
+std::string_view TrimSpace(std::string_view text);

@@ -1,0 +1,103 @@
+#include "host/OutputFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+namespace {
+
+constexpr std::size_t BufferSize = 1 << 18;
+
+// What a new file may be read and written by, before the user's mask.
+constexpr mode_t NewFileMode = 0666;
+
+mode_t UserMask() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return mask;
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& path) : target(path) {
+    std::error_code error;
+    // A link's target is what gets replaced, not the link.
+    if (const auto real = std::filesystem::canonical(path, error); !error) {
+        target = real.string();
+    }
+    struct stat info {};
+    const bool exists = stat(target.c_str(), &info) == 0;
+    if (exists && !S_ISREG(info.st_mode)) {
+        descriptor = open(target.c_str(), O_WRONLY | O_CLOEXEC);
+    } else if (!exists || access(target.c_str(), W_OK) == 0) {
+        OpenBeside(target);
+        if (descriptor >= 0) {
+            fchmod(descriptor, exists ? info.st_mode & 07777 : NewFileMode & ~UserMask());
+        }
+    }
+    failed = descriptor < 0;
+}
+
+OutputFile::~OutputFile() {
+    Discard();
+}
+
+void OutputFile::OpenBeside(const std::string& path) {
+    temporary = path + ".XXXXXX";
+    descriptor = mkostemp(temporary.data(), O_CLOEXEC);
+    if (descriptor < 0) {
+        temporary.clear();
+    }
+}
+
+void OutputFile::Write(std::string_view bytes) {
+    buffer.append(bytes);
+    if (buffer.size() >= BufferSize) {
+        Flush();
+    }
+}
+
+void OutputFile::Flush() {
+    std::string_view rest = buffer;
+    while (!rest.empty() && !failed) {
+        const ssize_t count = write(descriptor, rest.data(), rest.size());
+        if (count > 0) {
+            rest.remove_prefix(static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            failed = true;
+        }
+    }
+    buffer.clear();
+}
+
+bool OutputFile::Commit() {
+    Flush();
+    if (descriptor >= 0 && close(descriptor) != 0) {
+        failed = true;
+    }
+    descriptor = -1;
+    if (!failed && !temporary.empty() && std::rename(temporary.c_str(), target.c_str()) != 0) {
+        failed = true;
+    }
+    if (!failed) {
+        temporary.clear();
+    }
+    Discard();
+    return !failed;
+}
+
+void OutputFile::Discard() {
+    if (descriptor >= 0) {
+        close(descriptor);
+        descriptor = -1;
+    }
+    if (!temporary.empty()) {
+        unlink(temporary.c_str());
+        temporary.clear();
+    }
+}

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/SpreadsheetData.h"
+#include "host/TextArena.h"
+
+/**
+ * A table in memory, for reading into and writing from. A number is kept in the type it came in. Rows
+ * take only the cells up to their last one that was set, so a table of ragged rows costs what its cells
+ * cost and not columns times rows; growing in either direction keeps what is there.
+ *
+ * A cell beyond the present size makes the table larger. A row or column below 1 is ignored.
+ */
+class KARTA_EXPORT TableData : public SpreadsheetData {
+public:
+    enum Kind : std::uint8_t { Missing, Text, Int, Int64, Float, Double };
+
+    TableData();
+    TableData(const TableData&) = delete;
+    TableData& operator=(const TableData&) = delete;
+    ~TableData() override;
+
+    void Set(int col, int row, int value) override;
+    void Set(int col, int row, std::int64_t value) override;
+    void Set(int col, int row, double value) override;
+    void Set(int col, int row, const char* text) override;
+    void Set(int col, int row, float value) override;
+    /** Cells beyond a smaller size are gone. */
+    void SetDataSize(int cols, int rows) override;
+    int GetNumberOfColumns() override { return numCols; }
+    int GetNumberOfRows() override { return numRows; }
+
+    double GetFloatValue(int col, int row) override;
+    /** Numbers in the shortest form that reads back the same. */
+    std::string GetString(int col, int row) override;
+    /**
+     * The numeric block begins behind the last column and row of leading identifiers, where a row or
+     * column of identifiers has no number in it; false when the table holds no number at all.
+     */
+    bool GetDataOrigin(int* firstDataCol, int* firstDataRow) override;
+    bool IsFloat(int col, int row) override;
+    /** Also a cell of the empty text: that is how readers mark a missing one. */
+    bool IsMissing(int col, int row) override;
+    bool IsString(int col, int row) override;
+
+    /** The type in which a cell came; Missing for one that was never set or lies outside. */
+    Kind GetKind(int col, int row) const;
+    /** The text of a Text cell, valid until the table changes; empty for other kinds. */
+    const char* GetText(int col, int row) const;
+    /** The number of an Int or Int64 cell. */
+    std::int64_t GetInt64(int col, int row) const;
+    /** The number of a Float cell. */
+    float GetFloat(int col, int row) const;
+
+    /** Back to an empty table. */
+    void Clear();
+
+private:
+    // 12 bytes, so that tables of many small cells stay small; the value is copied in and out.
+    struct Cell {
+        std::uint32_t value[2];
+        Kind kind;
+    };
+    struct Row {
+        Cell* cells = nullptr;
+        int count = 0;    // cells in use
+        int capacity = 0; // cells that there is room for
+    };
+
+    template <class Value>
+    void Put(int col, int row, Kind kind, Value value);
+    template <class Value>
+    Value Get(int col, int row) const;
+    const Cell* Find(int col, int row) const;
+    Cell* Make(int col, int row);
+    void GrowRow(Row& row, int count);
+    Cell* TakeCells(std::size_t count);
+
+    int numCols = 0;
+    int numRows = 0;
+    std::vector<Row> rows;
+    TextArena texts;
+    std::vector<std::unique_ptr<Cell[]>> blocks;
+    Cell* nextCell = nullptr;
+    std::size_t cellsLeft = 0;
+};

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+/** Keeps texts one behind the other in large blocks, each with its NUL: no allocation a text. */
+class TextArena {
+public:
+    /** A copy that stays where it is until the arena is cleared or destroyed. */
+    const char* Add(std::string_view text);
+    void Clear();
+
+private:
+    std::vector<std::unique_ptr<char[]>> blocks;
+    char* next = nullptr;
+    std::size_t remaining = 0;
+};

@@ -1,0 +1,306 @@
+#include "text/TextFile.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <sstream>
+
+#include "frame/OptionsText.h"
+#include "host/BinaryString.h"
+#include "host/CopyMessage.h"
+#include "host/NvFile.h"
+#include "host/XMLSection.h"
+
+namespace {
+
+// How much of a file is searched for a NUL, the mark of a binary file.
+constexpr std::size_t BinaryTestSize = 30768;
+
+constexpr const char* DelimiterKey = "Delimiter";
+constexpr const char* IgnoreConsecutiveKey = "IgnoreConsecutiveDelimiters";
+
+void CutCarriageReturn(LineReader::Line& line) {
+    if (line.length > 0 && line.text[line.length - 1] == '\r') {
+        line.text[--line.length] = '\0';
+    }
+}
+
+}  // namespace
+
+TextFile::TextFile() = default;
+TextFile::~TextFile() = default;
+
+void TextFile::Close() {
+    stream.Close();
+    output.reset();
+    mode = ModeClosed;
+    optionsBlob.clear();
+    SpreadsheetFile::Close();
+}
+
+void TextFile::GetErrorMessage(char* buffer, unsigned int size) {
+    switch (status) {
+        case StatusStreamFailed:
+            CopyMessage("Failed to open stream for reading.", buffer, size);
+            break;
+        case StatusMoreData:
+            CopyMessage("Expected end of file but found more data.", buffer, size);
+            break;
+        case StatusBinaryFile:
+            CopyMessage(
+                "This file appears to be a binary file and cannot be imported. Only ordinary text (ASCII) "
+                "files can be imported.",
+                buffer, size);
+            break;
+        default:
+            SpreadsheetFile::GetErrorMessage(buffer, size);
+            break;
+    }
+}
+
+int TextFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* options) {
+    if (status != StatusOk) {
+        return status;
+    }
+    if (!forRead) {
+        mode = ModeWriting;
+        output = std::make_unique<OutputFile>(fileName);
+        if (output->HasFailed()) {
+            status = StatusStreamFailed;
+        }
+        return status;
+    }
+    if (!IsTextFile(fileName)) {
+        status = StatusBinaryFile;
+        return status;
+    }
+    mode = ModeReading;
+    stream = LineReader(fileName);
+    if (!stream.IsOpen()) {
+        status = StatusStreamFailed;
+        return status;
+    }
+    SetOptions(options);
+    return status;
+}
+
+void TextFile::ReadOptions(const NvImportOpenOptions* options, TextFileOptions& choices) const {
+    const XMLSection document(DecodeOptionsText(*options));
+    if (const XMLSection* settings = document.GetSection(XMLSection::Settings)) {
+        settings->Read(DelimiterKey, choices.delimiter);
+        settings->Read(IgnoreConsecutiveKey, choices.ignoreConsecutive);
+    }
+}
+
+// The record then points into this reader's memory; its user copies it before Close.
+void TextFile::WriteOptions(NvImportOpenOptions* options, const TextFileOptions& choices) {
+    XMLSection document;
+    XMLSection& settings = document.CreateSection(XMLSection::Settings);
+    settings.Write(DelimiterKey, choices.delimiter);
+    settings.Write(IgnoreConsecutiveKey, choices.ignoreConsecutive);
+    optionsBlob = EncodeOptionsText(document.Flush());
+    options->size = static_cast<std::uint32_t>(optionsBlob.size());
+    options->data = optionsBlob.data();
+}
+
+bool TextFile::SetOptions(NvImportOpenOptions* options) {
+    try {
+        TextFileOptions choices{delimiter, ignoreConsecutive};
+        if (HasOptions(options)) {
+            ReadOptions(options, choices);
+        } else {
+            choices = GetTextFileOptions();
+            if (status == StatusAbortedByUser) {
+                stream.Close();
+                return false;
+            }
+            if (options != nullptr) {
+                WriteOptions(options, choices);
+            }
+        }
+        SetDelimiter(choices.delimiter.c_str());
+        IgnoreConsecutiveDelimiters(choices.ignoreConsecutive);
+    } catch (...) {
+        status = StatusStreamFailed;
+    }
+    return status == StatusOk;
+}
+
+TextFileOptions TextFile::GetTextFileOptions() {
+    return {};
+}
+
+// The next cell of a line, ended by a NUL in place, or null at the line's end. `end` is the line's end.
+char* TextFile::GetCell(char*& cursor, char* end) const {
+    if (cursor == end) {
+        return nullptr;
+    }
+    char* const cell = cursor;
+    const std::size_t width = delimiter.size();
+    char* found = width == 1 ? strchrnul(cursor, delimiter.front()) : std::strstr(cursor, delimiter.c_str());
+    if (found == nullptr || found == end) {
+        cursor = end;
+        return cell;
+    }
+    cursor = found + width;
+    if (ignoreConsecutive) {
+        while (delimiter.compare(0, width, cursor, std::min(width, static_cast<std::size_t>(end - cursor))) == 0) {
+            cursor += width;
+        }
+    }
+    *found = '\0';
+    return cell;
+}
+
+int TextFile::CountCells(char* line, char* end) const {
+    int count = 0;
+    while (GetCell(line, end) != nullptr) {
+        ++count;
+    }
+    return count;
+}
+
+int TextFile::EstablishSize() {
+    if (status != StatusOk) {
+        return status;
+    }
+    if (mode != ModeReading) {
+        return StatusWrongMode;
+    }
+    stream.Rewind();
+    std::int64_t rowCount = 0;
+    int cells = 0;
+    bool atEnd = false;
+    while (!atEnd) {
+        LineReader::Line line = stream.Next();
+        atEnd = line.atEnd;
+        ++rowCount;
+        CutCarriageReturn(line);
+        cells = CountCells(line.text, line.text + std::strlen(line.text));
+        if (cells > 0) {
+            numCols = std::max(numCols, cells);
+        }
+    }
+    // Only the one empty line behind a final line feed is no row; further empty ones before it are.
+    if (cells == 0) {
+        --rowCount;
+    }
+    numRows = static_cast<int>(std::min<std::int64_t>(rowCount, std::numeric_limits<int>::max()));
+    stream.Rewind();
+    sizeKnown = true;
+    return StatusOk;
+}
+
+int TextFile::Read(ReadSpreadSheetData* sink) {
+    if (status == StatusOk && mode == ModeReading && !sizeKnown) {
+        EstablishSize();
+    }
+    return Read(sink, numCols, numRows, 1, 1);
+}
+
+int TextFile::Read(ReadSpreadSheetData* sink, int lastCol, int lastRow, int firstCol, int firstRow) {
+    if (status != StatusOk) {
+        return status;
+    }
+    if (mode != ModeReading) {
+        status = StatusWrongMode;
+        return status;
+    }
+    stream.Rewind();
+    int lineCount = 0;
+    int rowFinished = 0;
+    bool atEnd = false;
+    while (!atEnd) {
+        const int wanted = sink->NextRowToRead(rowFinished);
+        if (wanted < 0) {
+            break;
+        }
+        LineReader::Line line;
+        // A sink that asks for the row it has just had finds that row's line used up.
+        bool fresh = false;
+        while (wanted > lineCount && !atEnd) {
+            line = stream.Next();
+            atEnd = line.atEnd;
+            ++lineCount;
+            fresh = true;
+        }
+        if (lineCount > lastRow || (atEnd && lineCount < wanted)) {
+            break;
+        }
+        if (fresh && lineCount >= firstRow) {
+            CutCarriageReturn(line);
+            char* cursor = line.text;
+            char* const end = cursor + std::strlen(cursor);
+            int col = 0;
+            while (char* cell = GetCell(cursor, end)) {
+                ++col;
+                if (col >= firstCol && col <= lastCol) {
+                    sink->Set(col, lineCount, cell);
+                }
+            }
+        }
+        rowFinished = wanted;
+    }
+    return status;
+}
+
+int TextFile::Write(WriteSpreadSheetData* source) {
+    if (mode != ModeWriting) {
+        status = StatusWrongMode;
+        return status;
+    }
+    if (status != StatusOk) {
+        return status;
+    }
+    const int rows = source->GetNumberOfRows();
+    const int cols = source->GetNumberOfColumns();
+    for (int row = 1; row <= rows && output != nullptr; ++row) {
+        for (int col = 1; col <= cols; ++col) {
+            if (col > 1) {
+                // Of a longer delimiter only the first character is written; files of old rely on it.
+                output->Write(delimiter.front());
+            }
+            output->Write(source->GetString(col, row));
+        }
+        output->Write('\n');
+    }
+    if (output == nullptr || !output->Commit()) {
+        status = StatusStreamFailed;
+    }
+    output.reset();
+    return status;
+}
+
+void TextFile::SetDelimiter(const char* text) {
+    if (text[0] != '\0') {
+        delimiter = text;
+    }
+}
+
+bool TextFile::IsTextFile(const char* fileName) {
+    return ::IsTextFile(fileName, BinaryTestSize);
+}
+
+NvImportOpenOptions* TextFile::GetImportOptions(const std::string& delimiter, bool ignoreConsecutive) {
+    std::ostringstream stream;
+    WriteBinaryString(stream, delimiter);
+    stream.put(ignoreConsecutive ? '\1' : '\0');
+    const std::string bytes = std::move(stream).str();
+    auto* options = new NvImportOpenOptions{static_cast<std::uint32_t>(bytes.size()), new std::uint8_t[bytes.size()]};
+    std::copy(bytes.begin(), bytes.end(), options->data);
+    return options;
+}
+
+TextFileFactory::TextFileFactory(char priority)
+    : SprFileFactory("Text File", "Text Files (*.txt; *.dat)", "Text File (*.txt)", 2, ".txt\0.dat\0", 1, 1, 0, 1, 1,
+                     priority) {}
+
+MyKindOfFile TextFileFactory::IsMyKindOfFile(const char* fileName) {
+    return TextFile::IsTextFile(fileName) ? KindProbably : KindNo;
+}
+
+SpreadsheetFile* TextFileFactory::GetSpreadsheetFile() {
+    return new TextFile;
+}
+
+static TextFileFactory textFileFactory(1);

@@ -1,0 +1,56 @@
+#include "tools/FormatCatalogue.h"
+
+#include <dlfcn.h>
+#include <strings.h>
+
+#include <cstring>
+
+#include "frame/SprFileFactory.h"
+
+void FormatCatalogue::Init(const char* pluginDirectory) {
+    // Installed, the library isn't beside the program. Looked into first, it is the first to be replaced
+    // by a plug-in of the same name; where it is beside the program it is found once more, to no effect.
+    Dl_info info;
+    if (dladdr(reinterpret_cast<void*>(&NvImportSizeFileFormatsSupported), &info) != 0) {
+        ExtractFileTypes(info.dli_fname);
+    }
+    ImportDLLLoader::Init(pluginDirectory);
+}
+
+int FormatCatalogue::FindFormat(const std::string& name) const {
+    for (int i = 1; i <= SizeInfos(); ++i) {
+        if (strcasecmp(GetInfo(i)->formatName, name.c_str()) == 0) {
+            return i;
+        }
+    }
+    return 0;
+}
+
+std::unique_ptr<SpreadsheetFile> FormatCatalogue::MakeReader(int format) const {
+    for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
+        if (SprFileFactory::GetInfo(i) == GetInfo(format)) {
+            return std::unique_ptr<SpreadsheetFile>(SprFileFactory::GetSpreadsheetFile(i));
+        }
+    }
+    return std::unique_ptr<SpreadsheetFile>(GetSpreadsheetFile(format));
+}
+
+std::vector<std::string> FormatCatalogue::PossibleFormats(const std::string& fileName) const {
+    std::vector<std::string> names;
+    for (int i = 1; i <= SizeInfos(); ++i) {
+        if (GetVerdict(i, fileName.c_str()) > 0) {
+            names.emplace_back(GetInfo(i)->formatName);
+        }
+    }
+    return names;
+}
+
+std::vector<std::string> FormatCatalogue::Extensions(int format) const {
+    std::vector<std::string> extensions;
+    const char* extension = GetInfo(format)->extensions;
+    for (int i = 0; i < GetInfo(format)->numExtensions; ++i) {
+        extensions.emplace_back(extension);
+        extension += std::strlen(extension) + 1;
+    }
+    return extensions;
+}

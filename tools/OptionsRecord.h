@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "frame/FileContents.h"
+#include "frame/NvImport.h"
+#include "tools/ReadRequest.h"
+
+/**
+ * The open-options record that a request asks for: none, one kept in a file, or the settings given on the
+ * command line.
+ */
+class OptionsRecord {
+public:
+    /**
+     * `parts` are what the file holds, for the choices that go by name or place; may be empty when there
+     * are no such choices. Raises Failure for choices that the file doesn't offer.
+     */
+    OptionsRecord(const ReadRequest& request, const std::vector<FileContents::Part>& parts);
+    OptionsRecord(const OptionsRecord&) = delete;
+    OptionsRecord& operator=(const OptionsRecord&) = delete;
+
+    /** What Open is given: null, the settings, or an empty record to be filled and kept. */
+    NvImportOpenOptions* Get() { return given ? &record : nullptr; }
+
+    /** Whether the request goes by what the file holds, so that it must be looked at first. */
+    static bool NeedsParts(const ReadRequest& request);
+
+    /** Writes the record in its stream form to the file that the request names, if it names one. */
+    static void Save(const ReadRequest& request, const NvImportOpenOptions& options);
+
+private:
+    bool given = false;
+    std::vector<std::uint8_t> bytes;
+    NvImportOpenOptions record{0, nullptr};
+};

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <chrono>
+
+/**
+ * A line of progress on standard error: only when that is a terminal, and only once a read has taken
+ * longer than half a second. Removed when the read is over.
+ */
+class Progress {
+public:
+    explicit Progress(bool wanted);
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+    ~Progress();
+
+    /** Cheap enough for every row. */
+    void Show(int row, int rows);
+
+private:
+    bool enabled;
+    bool drawn = false;
+    unsigned int calls = 0;
+    std::chrono::steady_clock::time_point next;
+};

@@ -1,0 +1,40 @@
+#include "tools/RowFilter.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include "host/NvString.h"
+#include "tools/Failure.h"
+#include "tools/Interrupt.h"
+
+RowFilter::RowFilter(const std::string& list) {
+    std::istringstream stream(list);
+    std::string item;
+    while (std::getline(stream, item, ',')) {
+        const std::size_t dash = item.find('-');
+        int first = 0;
+        int last = 0;
+        const bool good = NvString::ToInt(item.substr(0, dash), first) &&
+                          NvString::ToInt(dash == std::string::npos ? item : item.substr(dash + 1), last);
+        if (!good || first < 1 || last < first) {
+            throw Failure("--want takes rows like 1,3-5, not '" + item + "'", ExitUsage);
+        }
+        ranges.emplace_back(first, last);
+    }
+    std::sort(ranges.begin(), ranges.end());
+}
+
+int RowFilter::NextRowToRead(int row) const {
+    if (Interrupt::IsRequested()) {
+        return -1;
+    }
+    if (IsAll()) {
+        return row + 1;
+    }
+    for (const auto& [first, last] : ranges) {
+        if (row < last) {
+            return std::max(first, row + 1);
+        }
+    }
+    return -1;
+}

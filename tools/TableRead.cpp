@@ -1,0 +1,238 @@
+#include "tools/TableRead.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <utility>
+
+#include "frame/FileContents.h"
+#include "frame/ImportHelperBase.h"
+#include "host/NvFile.h"
+#include "host/Question.h"
+#include "tools/Failure.h"
+#include "tools/Interrupt.h"
+#include "tools/Progress.h"
+#include "tools/RowFilter.h"
+
+namespace {
+
+constexpr unsigned int ErrorTextSize = 4096;
+
+/** The program's table: filters rows, draws progress and lets Ctrl-C through. */
+class ProgramTable : public TableData {
+public:
+    explicit ProgramTable(const ReadRequest& request) : filter(request.want), progress(!request.quiet) {}
+
+    int NextRowToRead(int row) override {
+        progress.Show(row, GetNumberOfRows());
+        return filter.NextRowToRead(row);
+    }
+
+    void SetDataSize(int cols, int rows) override {
+        // A reader that asks for no row can still be stopped where it grows the table.
+        if (Interrupt::IsRequested()) {
+            throw Failure("interrupted", ExitInterrupted);
+        }
+        progress.Show(rows, GetNumberOfRows());
+        TableData::SetDataSize(cols, rows);
+    }
+
+private:
+    RowFilter filter;
+    Progress progress;
+};
+
+/** The driver as the program uses it: warnings are kept for the verb to show. */
+class ProgramDriver : public ImportHelperBase {
+public:
+    ProgramDriver(ImportDLLLoader* formats, const std::string& plugins, std::string& warningText)
+        : ImportHelperBase(formats, plugins.c_str()), warning(warningText) {}
+
+protected:
+    int PutMsg1(const char* text, const char* /*caption*/, MessageType /*type*/, int defaultAnswer) override {
+        warning = text;
+        return defaultAnswer;
+    }
+
+private:
+    std::string& warning;
+};
+
+[[noreturn]] void Fail(const ReadRequest& request, const std::string& text) {
+    throw Failure(request.files.front() + ": " + text);
+}
+
+void SelectMatrix(SpreadsheetFile& reader, const ReadRequest& request) {
+    if (!request.matrix) {
+        return;
+    }
+    auto* contents = dynamic_cast<FileContents*>(&reader);
+    if (contents == nullptr || !contents->SelectPart(*request.matrix)) {
+        Fail(request, "--matrix: there is no matrix number " + std::to_string(*request.matrix) +
+                          " to choose; karta-import info lists what the file holds");
+    }
+}
+
+// Open, measure, read: as the driver does it, but without the flat interface between.
+void ReadDirectly(SpreadsheetFile& reader, OptionsRecord& options, const ReadRequest& request, TableRead& result,
+                  TableData& table) {
+    reader.Open(true, request.Selection().c_str(), options.Get());
+    if (reader.GetStatus() != SpreadsheetFile::StatusOk) {
+        Fail(request, MessageOf(reader));
+    }
+    SelectMatrix(reader, request);
+    const int rows = reader.GetNumRows();
+    const int cols = reader.GetNumCols();
+    if (rows == -1 || cols == -1) {
+        Fail(request, MessageOf(reader));
+    }
+    if (rows <= 0 || cols <= 0) {
+        Fail(request, "The selected file does not contain any data. Import will be aborted.");
+    }
+    table.SetDataSize(cols, rows);
+    if (reader.Read(&table) != SpreadsheetFile::StatusOk) {
+        Fail(request, MessageOf(reader));
+    }
+    const char* warning = reader.GetWarningMessage();
+    result.warning = warning == nullptr ? "" : warning;
+    if (options.Get() != nullptr) {
+        OptionsRecord::Save(request, *options.Get());
+    }
+    reader.Close();
+}
+
+void ReadThroughDriver(int format, OptionsRecord& options, const ReadRequest& request, TableRead& result,
+                       TableData& table) {
+    if (request.matrix) {
+        throw Failure("--matrix is chosen in the reader itself and can't go with --through-driver", ExitUsage);
+    }
+    ProgramDriver driver(new FormatCatalogue, request.plugins, result.warning);
+    if (!driver.ReadSpreadsheetFile(request.Selection().c_str(), format, &table, options.Get(), true, nullptr)) {
+        Fail(request, driver.GetErrorMessage());
+    }
+    if (options.Get() != nullptr) {
+        OptionsRecord::Save(request, *options.Get());
+    }
+}
+
+}  // namespace
+
+void CheckFiles(const ReadRequest& request) {
+    for (const std::string& file : request.files) {
+        if (file.find('\n') != std::string::npos) {
+            throw Failure("a file name with a line feed can't be imported: line feeds part the names of a selection. Rename the file.");
+        }
+        if (!NvFile::Exists(file.c_str())) {
+            throw Failure(file + ": " + std::strerror(errno));
+        }
+        if (NvFile::IsDirectory(file.c_str())) {
+            throw Failure(file + ": Directories can not be imported.");
+        }
+        if (!NvFile::CanOpen(file.c_str())) {
+            throw Failure(file + ": The file could not be opened. (" + std::strerror(errno) + ")");
+        }
+    }
+}
+
+std::unique_ptr<FormatCatalogue> LoadFormats(const ReadRequest& request) {
+    auto formats = std::make_unique<FormatCatalogue>();
+    formats->Init(request.plugins.c_str());
+    return formats;
+}
+
+int ChooseFormat(FormatCatalogue& formats, const ReadRequest& request) {
+    if (!request.format.empty()) {
+        const int format = formats.FindFormat(request.format);
+        if (format == 0) {
+            throw Failure("there is no format '" + request.format + "'; karta-import formats lists them", ExitUsage);
+        }
+        return format;
+    }
+    const std::string& file = request.files.front();
+    const int format = formats.GetSpreadsheetFileIndex(file.c_str());
+    if (format < 1) {
+        std::string possible;
+        for (const std::string& name : formats.PossibleFormats(file)) {
+            possible += "\n  " + name;
+        }
+        throw Failure(file + ": The file type could not be determined (" + file + ")." +
+                      (possible.empty() ? " No format fits its content."
+                                        : " Name it with --format. These are possible:" + possible));
+    }
+    return format;
+}
+
+void CheckSelection(const FormatCatalogue& formats, int format, const ReadRequest& request) {
+    if (request.files.size() > 1 && formats.GetInfo(format)->canReadMany == 0) {
+        Fail(request, std::string(formats.GetInfo(format)->readFilter) + " can only be imported one at a time.");
+    }
+}
+
+OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const ReadRequest& request) {
+    std::vector<FileContents::Part> parts;
+    if (OptionsRecord::NeedsParts(request)) {
+        const auto scout = formats.MakeReader(format);
+        if (scout->Open(true, request.Selection().c_str(), nullptr) != SpreadsheetFile::StatusOk) {
+            Fail(request, MessageOf(*scout));
+        }
+        if (auto* contents = dynamic_cast<FileContents*>(scout.get())) {
+            parts = contents->ListParts();
+        }
+    }
+    return {request, parts};
+}
+
+std::string MessageOf(SpreadsheetFile& reader) {
+    char buffer[ErrorTextSize + 1] = "";
+    reader.GetErrorMessage(buffer, ErrorTextSize);
+    if (buffer[0] == '\0') {
+        return "The file holds no table (the reader gives no reason).";
+    }
+    return buffer;
+}
+
+void AnswerQuestions(const ReadRequest& request) {
+    if (request.answerYes || request.answerNo) {
+        const bool yes = request.answerYes;
+        Question::SetHandler([yes](const std::string&) { return yes; });
+    } else if (isatty(STDIN_FILENO) != 0) {
+        Question::SetHandler([](const std::string& text) {
+            std::cerr << text << " [Y/n] " << std::flush;
+            std::string answer;
+            std::getline(std::cin, answer);
+            return answer.empty() || answer.front() == 'y' || answer.front() == 'Y';
+        });
+    }
+}
+
+void ReadTable(const ReadRequest& request, TableRead& result) {
+    CheckFiles(request);
+    AnswerQuestions(request);
+    const auto formats = LoadFormats(request);
+    const int format = ChooseFormat(*formats, request);
+    CheckSelection(*formats, format, request);
+    result.formatName = formats->GetInfo(format)->formatName;
+    OptionsRecord options = MakeOptions(*formats, format, request);
+    auto table = std::make_unique<ProgramTable>(request);
+    try {
+        if (request.throughDriver) {
+            ReadThroughDriver(format, options, request, result, *table);
+        } else {
+            const auto reader = formats->MakeReader(format);
+            ReadDirectly(*reader, options, request, result, *table);
+        }
+    } catch (const Failure&) {
+        throw;
+    } catch (const std::exception& exception) {
+        Fail(request, exception.what());
+    }
+    if (Interrupt::IsRequested()) {
+        throw Failure("interrupted", ExitInterrupted);
+    }
+    result.table = std::move(table);
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "frame/SpreadsheetFile.h"
+#include "host/TableData.h"
+#include "tools/FormatCatalogue.h"
+#include "tools/OptionsRecord.h"
+#include "tools/ReadRequest.h"
+
+// What all verbs that read do with a request, one step a function. Each raises Failure with the file's
+// name in its text.
+
+/** Refuses names that can't be part of a selection, missing files, directories and unreadable ones. */
+void CheckFiles(const ReadRequest& request);
+
+/** The formats, with the plug-ins that the request names. */
+std::unique_ptr<FormatCatalogue> LoadFormats(const ReadRequest& request);
+
+/** The format that the request names, or the detected one. Raises Failure when there is none. */
+int ChooseFormat(FormatCatalogue& formats, const ReadRequest& request);
+
+/** Refuses a selection of several files where the format takes one. */
+void CheckSelection(const FormatCatalogue& formats, int format, const ReadRequest& request);
+
+/** The options record; looks into the file first where a choice goes by what it holds. */
+OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const ReadRequest& request);
+
+/** The reader's message, or a word for a status that has none. */
+std::string MessageOf(SpreadsheetFile& reader);
+
+/** Lets the reader's questions be answered as the request says. */
+void AnswerQuestions(const ReadRequest& request);
+
+/** A table and what the reader said about it. */
+struct TableRead {
+    std::unique_ptr<TableData> table;
+    std::string warning;
+    std::string formatName;
+};
+
+/** Reads the selection into `result.table`. Raises Failure when there is no table. */
+void ReadTable(const ReadRequest& request, TableRead& result);

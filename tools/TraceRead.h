@@ -1,0 +1,22 @@
+#pragma once
+
+#include <iosfwd>
+
+#include "frame/NvImport.h"
+#include "frame/SpreadsheetFile.h"
+#include "tools/RowFilter.h"
+
+/** What a traced read is given. */
+struct TracedRead {
+    const char* formatName;
+    const char* fileNames;
+    NvImportOpenOptions* options = nullptr;
+    RowFilter filter = {};
+    int part = 0; // the matrix to read, by its number; 0 for the reader's own choice
+};
+
+/**
+ * Leads a reader through its whole life, from Open to Close, and writes every event as a line. True when
+ * the read succeeded.
+ */
+bool TraceRead(SpreadsheetFile& reader, const TracedRead& read, std::ostream& stream);

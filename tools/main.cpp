@@ -1,0 +1,217 @@
+// The command line: which verb, with which options. The verbs themselves are in sources of their own.
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <exception>
+#include <iostream>
+
+#include "tools/Commands.h"
+#include "tools/Failure.h"
+#include "tools/Interrupt.h"
+#include "tools/ReadRequest.h"
+
+namespace {
+
+constexpr const char* HelpText =
+    R"(karta-import show FILE...               reads a file and shows the head of its table
+
+Reads spectra, chromatograms, workbooks, process logs and plain tables into one table.
+
+    karta-import formats                       the formats that can be read and written
+    karta-import detect  FILE...               every format's verdict on a file, and the choice
+    karta-import info    FILE...               format, size, sheets or blocks or matrices, warnings
+    karta-import show    FILE...               the head of the table, aligned
+    karta-import convert FILE... -o OUT        the table as CSV, TSV, JSON lines, text, DIF or MAT
+    karta-import trace   FILE...               every call between reader and sink, one a line
+
+Several FILEs are read as one table by the formats that can. The format is detected unless --format
+names it. `karta-import VERB --help` lists a verb's options.
+
+Examples:
+    karta-import show spectrum.spc
+    karta-import convert book.xlsx --sheets Results -o results.csv
+    karta-import show --format "Text File" --delimiter ";" table.txt
+
+Options:
+    --help       this text
+    --version    the program's version
+)";
+
+/** What the verbs take beside the request for a read. */
+struct CommandLine {
+    ReadRequest request;
+    bool json = false;
+    int rows = 20;
+    std::string output;
+    std::string target;
+};
+
+void AddFiles(CLI::App* verb, CommandLine& line) {
+    verb->add_option("FILE", line.request.files, "the file; several are one selection")->required();
+}
+
+void AddPlugins(CLI::App* verb, CommandLine& line) {
+    verb->add_option("--plugins", line.request.plugins, "also look for plug-ins in this folder")
+        ->type_name("DIR");
+}
+
+// "\t" as people write it on a command line.
+std::string UnderstandTab(std::string text) {
+    for (std::size_t at = text.find("\\t"); at != std::string::npos; at = text.find("\\t", at + 1)) {
+        text.replace(at, 2, "\t");
+    }
+    return text;
+}
+
+void AddReading(CLI::App* verb, CommandLine& line) {
+    ReadRequest& request = line.request;
+    AddFiles(verb, line);
+    AddPlugins(verb, line);
+    verb->add_option("--format", request.format, "the format by its name, any case; no detection")
+        ->type_name("NAME");
+    verb->add_option_function<std::string>(
+            "--delimiter", [&](const std::string& text) { request.delimiter = UnderstandTab(text); },
+            "what parts the cells of delimited text; \\t is understood")
+        ->type_name("TEXT");
+    verb->add_flag("--merge-delimiters", request.mergeDelimiters, "a run of delimiters counts as one");
+    verb->add_option("--sheets", request.sheets, "sheets by name or by place in info's list, comma-separated")
+        ->type_name("LIST")
+        ->delimiter(',');
+    verb->add_flag("--side-by-side", request.sideBySide, "sheets side by side instead of stacked");
+    verb->add_option("--blocks", request.blocks, "data blocks by place in info's list, comma-separated")
+        ->type_name("LIST")
+        ->delimiter(',');
+    verb->add_option("--matrix", request.matrix, "the matrix by its place in info's list")->type_name("N");
+    verb->add_option("--include", request.includes, "an X interval to keep; repeatable")
+        ->type_name("A:B")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    verb->add_option("--average", request.average, "merge N points into one")->type_name("N");
+    verb->add_flag("--no-x-row", request.noXRow, "leave the X row out");
+    verb->add_option("--setting", request.settings, "one key of the reader's settings; repeatable")
+        ->type_name("KEY=VALUE")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    verb->add_option("--options", request.optionsFile, "replay the choices kept in this file")->type_name("FILE");
+    verb->add_option("--save-options", request.saveOptionsFile, "keep the choices made in this file")
+        ->type_name("FILE");
+    verb->add_flag("--through-driver", request.throughDriver, "read as the desktop host does, numbers as floats");
+    verb->add_option("--want", request.want, "read these rows only, like 1,3-5")->type_name("LIST");
+    auto* yes = verb->add_flag("--yes", request.answerYes, "answer a reader's question with yes");
+    verb->add_flag("--no", request.answerNo, "answer a reader's question with no")->excludes(yes);
+    verb->add_flag("--quiet", request.quiet, "no progress, no warnings");
+}
+
+int RunVerb(CLI::App& app, CommandLine& line) {
+    if (app.got_subcommand("formats")) {
+        return RunFormats(line.request, line.json);
+    }
+    if (app.got_subcommand("detect")) {
+        return RunDetect(line.request, line.json);
+    }
+    if (app.got_subcommand("info")) {
+        return RunInfo(line.request, line.json);
+    }
+    if (app.got_subcommand("show")) {
+        return RunShow(line.request, line.rows);
+    }
+    if (app.got_subcommand("convert")) {
+        return RunConvert(line.request, line.output, line.target);
+    }
+    return RunTrace(line.request);
+}
+
+void AddVerbs(CLI::App& app, CommandLine& line) {
+    CLI::App* formats = app.add_subcommand("formats", "lists the formats, in the loader's order");
+    AddPlugins(formats, line);
+    formats->add_flag("--json", line.json, "as one JSON object");
+
+    CLI::App* detect = app.add_subcommand("detect", "every format's verdict on a file, and the choice");
+    AddFiles(detect, line);
+    AddPlugins(detect, line);
+    detect->add_flag("--json", line.json, "as one JSON object");
+
+    CLI::App* info = app.add_subcommand("info", "format, size, sheets or blocks or matrices, warnings");
+    AddReading(info, line);
+    info->add_flag("--json", line.json, "as one JSON object");
+
+    CLI::App* show = app.add_subcommand("show", "the head of the table, aligned, in the terminal");
+    AddReading(show, line);
+    show->add_option("--rows", line.rows, "how many rows to show (20)")->type_name("N")->check(CLI::NonNegativeNumber);
+
+    CLI::App* convert = app.add_subcommand("convert", "the table as CSV, TSV, JSON lines, text, DIF or MAT");
+    AddReading(convert, line);
+    convert->add_option("-o,--output", line.output, "the file to write; - is standard output")
+        ->type_name("OUT")
+        ->required();
+    convert->add_option("--to", line.target, "csv, tsv, jsonl or a format that writes; else by OUT's extension")
+        ->type_name("NAME");
+    convert->footer("Example: karta-import convert run.trn -o run.csv");
+
+    AddReading(app.add_subcommand("trace", "every call between reader and sink, one a line"), line);
+}
+
+// What went to standard output must have arrived. A reader of it that has gone away is no error.
+int CheckOutput(int result) {
+    errno = 0;
+    std::cout.flush();
+    if (std::cout.good() || errno == EPIPE) {
+        return result;
+    }
+    std::cerr << "karta-import: standard output: " << std::strerror(errno == 0 ? EIO : errno) << '\n';
+    return ExitFailed;
+}
+
+int Run(int count, char** arguments) {
+    CLI::App app;
+    CommandLine line;
+    app.set_help_flag();
+    bool help = false;
+    bool version = false;
+    app.add_flag("-h,--help", help);
+    app.add_flag("--version", version);
+    app.require_subcommand(0, 1);
+    AddVerbs(app, line);
+    for (CLI::App* verb : app.get_subcommands({})) {
+        verb->set_help_flag("-h,--help", "this text");
+        verb->set_version_flag("--version", "karta-import " KARTA_VERSION);
+    }
+    try {
+        app.parse(count, arguments);
+        if (version) {
+            std::cout << "karta-import " KARTA_VERSION "\n";
+            return ExitSuccess;
+        }
+        if (help) {
+            std::cout << HelpText;
+            return ExitSuccess;
+        }
+        if (app.get_subcommands().empty()) {
+            std::cerr << HelpText;
+            return ExitUsage;
+        }
+        return RunVerb(app, line);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+            return app.exit(error);
+        }
+        std::cerr << "karta-import: " << error.what() << " (karta-import --help tells the usage)\n";
+        return ExitUsage;
+    } catch (const Failure& failure) {
+        std::cerr << "karta-import: " << failure.what() << '\n';
+        return failure.GetStatus();
+    } catch (const std::exception& exception) {
+        std::cerr << "karta-import: " << exception.what() << '\n';
+        return ExitFailed;
+    }
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    std::ios::sync_with_stdio(false);
+    std::signal(SIGPIPE, SIG_IGN);
+    Interrupt::Install();
+    return CheckOutput(Run(count, arguments));
+}
