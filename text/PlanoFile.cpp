@@ -129,7 +129,8 @@ int PlanoFile::CopyWorksheet(const char* fileName) {
 }
 
 PlanoFileFactory::PlanoFileFactory()
-    : SprFileFactory("PLANO File", "PLANO Files (*.mip; *.dat)", nullptr, 2, ".mip\0.dat\0", 0, 1, 0, 1, 0, 1) {}
+    : SprFileFactory("PLANO File", "PLANO Files (*.mip; *.dat)", nullptr, 2, ".mip\0.dat\0", 0, 1, 0, 1, 0,
+                     1) {}
 
 MyKindOfFile PlanoFileFactory::IsMyKindOfFile(const char* fileName) {
     if (HasExtension(fileName, "mip")) {
