@@ -105,8 +105,8 @@ public:
     /** Records of the globals before the list of sheets. */
     BiffBuilder& Globals() { return globals; }
     /** `state` is 0 visible, 1 hidden, 2 very hidden; `type` 0 a worksheet, 2 a chart. */
-    WorkbookBuilder& Sheet(std::string_view name, std::string_view records, unsigned state = 0,
-                           unsigned type = 0) {
+    WorkbookBuilder& RawSheet(std::string_view name, std::string_view records, unsigned state = 0,
+                              unsigned type = 0) {
         sheets.push_back({std::string(name), std::string(records), state, type, -1});
         return *this;
     }
@@ -120,7 +120,7 @@ public:
         } else {
             records.ShortDimensions(static_cast<unsigned>(rows), cols);
         }
-        return Sheet(name, records.Bytes() + cells.Bytes() + BiffBuilder().Eof().Bytes(), state);
+        return RawSheet(name, records.Bytes() + cells.Bytes() + BiffBuilder().Eof().Bytes(), state);
     }
     /** A sheet whose entry leads to an offset of its own. */
     WorkbookBuilder& SheetAt(std::string_view name, int offset) {
