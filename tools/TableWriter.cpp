@@ -68,10 +68,10 @@ void WriteField(std::string_view field, char separator, OutputFile& output) {
     output.Write('"');
 }
 
-void WriteSeparated(TableData& table, char separator, OutputFile& output) {
+void WriteSeparated(TableData& table, const std::vector<int>& rows, char separator, OutputFile& output) {
     CellPrinter printer(table);
     const int cols = table.GetNumberOfColumns();
-    for (int row = 1; row <= table.GetNumberOfRows(); ++row) {
+    for (const int row : rows) {
         for (int col = 1; col <= cols; ++col) {
             if (col > 1) {
                 output.Write(separator);
@@ -92,10 +92,10 @@ std::string JsonCell(TableData& table, CellPrinter& printer, int col, int row) {
     return isText ? JsonQuote(text) : std::string(text);
 }
 
-void WriteJsonLines(TableData& table, OutputFile& output) {
+void WriteJsonLines(TableData& table, const std::vector<int>& rows, OutputFile& output) {
     CellPrinter printer(table);
     const int cols = table.GetNumberOfColumns();
-    for (int row = 1; row <= table.GetNumberOfRows(); ++row) {
+    for (const int row : rows) {
         output.Write('[');
         for (int col = 1; col <= cols; ++col) {
             output.Write(col > 1 ? "," : "");
@@ -107,16 +107,16 @@ void WriteJsonLines(TableData& table, OutputFile& output) {
 
 }  // namespace
 
-void WriteTable(TableData& table, TableForm form, OutputFile& output) {
+void WriteTable(TableData& table, const std::vector<int>& rows, TableForm form, OutputFile& output) {
     switch (form) {
         case TableForm::Csv:
-            WriteSeparated(table, ',', output);
+            WriteSeparated(table, rows, ',', output);
             break;
         case TableForm::Tsv:
-            WriteSeparated(table, '\t', output);
+            WriteSeparated(table, rows, '\t', output);
             break;
         case TableForm::JsonLines:
-            WriteJsonLines(table, output);
+            WriteJsonLines(table, rows, output);
             break;
     }
 }

@@ -243,6 +243,14 @@ TEST_F(ProgramTest, WantedRowsAlone) {
         "Set 1 2 text \"2\"\nNextRowToRead 2 4\nSet 1 4 text \"4\"\nNextRowToRead 4 -1\nRead 0x0\nClose\n");
 }
 
+TEST_F(ProgramTest, OnlyWantedRowsAreShownAndConverted) {
+    folder.Write("a.txt", "1\n2\n3\n4\n");
+    EXPECT_EQ(Run("convert --want 2,4 a.txt -o -").out, "2\n4\n");
+    EXPECT_EQ(Run("convert --want 2,4-9 a.txt --to 'Text File' -o -").out, "2\n4\n");
+    EXPECT_EQ(Run("show --want 2,4 a.txt").out, "   1\n2  2\n4  4\n");
+    EXPECT_EQ(Run("show --want 2-4 --rows 1 a.txt").out, "   1\n2  2\n(2 more rows)\n");
+}
+
 TEST_F(ProgramTest, TraceHandsAnyNameToANamedFormat) {
     const Outcome outcome = Run("trace --format 'Text File' none.txt");
     EXPECT_EQ(outcome.status, 1);
