@@ -196,6 +196,18 @@ TEST_F(ProgramTest, PlugInReplacesABuiltInFormat) {
     EXPECT_EQ(outcome.out, "1.5\n");
 }
 
+TEST_F(ProgramTest, FunctionsOfTheSameNamesElsewhereAreNotCalled) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__clang__)
+    GTEST_SKIP() << "a sanitizer's runtime must be loaded before anything else";
+#endif
+    // The module's flat functions stand before the library's in the order of look-up.
+    folder.Write("a.txt", "a\tb\n");
+    const std::string preload = "LD_PRELOAD='" + Modules("whole") + "/whole.so' ";
+    const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import ";
+    EXPECT_EQ(Shell(preload + program + "convert --through-driver a.txt -o -").out, "a,b\n");
+    EXPECT_EQ(Shell(preload + program + "formats").out, Run("formats").out);
+}
+
 TEST_F(ProgramTest, FailureOfAPlugInIsNamed) {
     folder.Write("a.tmf", "fail\n");
     const Outcome outcome = Run("show --plugins '" + Modules("whole") + "' a.tmf");
