@@ -9,16 +9,15 @@
 #include <utility>
 
 #include "frame/OptionsText.h"
-#include "host/ByteCursor.h"
 #include "host/CopyMessage.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
 #include "host/NvSystemInfo.h"
 #include "host/PathNames.h"
 #include "host/SerialDate.h"
-#include "host/Unicode.h"
 #include "host/XMLSection.h"
 #include "spreadsheet/BaseStream.h"
+#include "spreadsheet/ExcelSharedStrings.h"
 #include "spreadsheet/ExcelStgStream.h"
 
 namespace {
@@ -82,10 +81,6 @@ constexpr std::string_view DateLetters = "ymdhms";
 
 // SST.
 constexpr int SharedTextOffset = 8;
-constexpr int WideBit = 0x01;
-constexpr int ExtensionBit = 0x04;
-constexpr int RunsBit = 0x08;
-constexpr std::uint64_t RunSize = 4;
 
 // Cell records.
 constexpr int XfOffset = 4;
@@ -129,86 +124,7 @@ std::span<const std::uint8_t> BytesOf(const ExcelFile::BIFFRecord& record, int o
             static_cast<std::size_t>(record.length - offset)};
 }
 
-bool EndsInHighSurrogate(std::span<const std::uint8_t> units) {
-    return units.size() >= 2 && (units.back() & 0xFC) == 0xD8;
-}
-
 }  // namespace
-
-// The shared strings of a workbook: one long run of strings over an SST record and the CONTINUE records
-// behind it. A string may be split at a record's end, and then goes on behind an option byte of its own;
-// formatting runs and phonetic data that cross a record's end are not looked for in the next one.
-struct ExcelFile::SharedStrings {
-    explicit SharedStrings(std::int32_t claimed) : count(claimed) {}
-
-    // Takes one record's part of the run.
-    void Parse(std::span<const std::uint8_t> chunk) {
-        ByteCursor cursor(chunk);
-        while (!cursor.AtEnd() && (pending > 0 || std::ssize(texts) < count)) {
-            const std::size_t characters = pending > 0 ? pending : cursor.ReadU16();
-            if (cursor.HasFailed()) {
-                return;
-            }
-            const int options = cursor.ReadU8();
-            std::uint64_t behind = (options & RunsBit) != 0 ? RunSize * cursor.ReadU16() : 0;
-            behind += (options & ExtensionBit) != 0 ? cursor.ReadU32() : 0;
-            const bool isWide = (options & WideBit) != 0;
-            const std::size_t width = isWide ? 2 : 1;
-            const std::size_t here = std::min(characters, cursor.GetRemaining() / width);
-            pending = characters - here;
-            AppendPiece(cursor.Take(here * width), isWide);
-            if (pending > 0) {
-                return;
-            }
-            Store();
-            cursor.Skip(std::min<std::uint64_t>(behind, cursor.GetRemaining()));
-        }
-    }
-
-    // Ends a string whose rest never came.
-    void Finish() {
-        if (pending > 0) {
-            Store();
-        }
-    }
-
-    const char* Find(std::int32_t index) const {
-        return index >= 0 && index < std::ssize(texts) ? texts[static_cast<std::size_t>(index)] : "";
-    }
-
-    std::int32_t count;  // as the file claims; no memory is taken for it
-
-private:
-    void AppendPiece(std::span<const std::uint8_t> bytes, bool isWide) {
-        std::string piece(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-        if (isWide || !heldUnit.empty()) {
-            // A surrogate pair may be split as well.
-            const std::string units =
-                isWide ? std::exchange(heldUnit, {}) + piece : std::exchange(heldUnit, {});
-            std::span<const std::uint8_t> whole(reinterpret_cast<const std::uint8_t*>(units.data()),
-                                                units.size());
-            if (isWide && pending > 0 && EndsInHighSurrogate(whole)) {
-                heldUnit = units.substr(units.size() - 2);
-                whole = whole.first(whole.size() - 2);
-            }
-            piece = isWide ? Utf16ToUtf8(whole) : Utf16ToUtf8(whole) + piece;
-        }
-        current.append(piece, 0, piece.find('\0'));
-    }
-
-    void Store() {
-        texts.push_back(arena.Add(current));
-        current.clear();
-        heldUnit.clear();
-        pending = 0;
-    }
-
-    std::vector<const char*> texts;
-    TextArena arena;
-    std::string current;      // the string that is being read
-    std::size_t pending = 0;  // characters of it that are still to come
-    std::string heldUnit;     // the first half of a surrogate pair at the end of a piece
-};
 
 ExcelFile::ExcelFile() = default;
 ExcelFile::~ExcelFile() = default;
@@ -589,7 +505,7 @@ void ExcelFile::ReadFormat() {
 }
 
 bool ExcelFile::ReadSharedStrings() {
-    sharedStrings = std::make_unique<SharedStrings>(I4Shuffle(record.data, 4));
+    sharedStrings = std::make_unique<ExcelSharedStrings>(I4Shuffle(record.data, 4));
     if (record.length > SharedTextOffset + 3) {
         sharedStrings->Parse(BytesOf(record, SharedTextOffset));
     }
@@ -942,7 +858,7 @@ std::vector<FileContents::Fact> ExcelFile::ListFacts() {
     }
     std::vector<Fact> facts = {{"version", version}};
     if (sharedStrings != nullptr) {
-        facts.emplace_back("shared strings", NvString::Format("%d", sharedStrings->count));
+        facts.emplace_back("strings", NvString::Format("%d", sharedStrings->GetCount()));
     }
     return facts;
 }

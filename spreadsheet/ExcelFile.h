@@ -9,9 +9,9 @@
 #include "frame/FileContents.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
-#include "host/TextArena.h"
 
 class BaseStream;
+class ExcelSharedStrings;
 
 /**
  * Workbooks of the record format BIFF, versions 2 to 8 ([MS-XLS] and its forerunners), as a plain file or
@@ -115,7 +115,6 @@ protected:
     std::vector<int> selectedSheets;
 
 private:
-    struct SharedStrings;
     struct Cell {
         int col;
         int row;
@@ -170,7 +169,7 @@ private:
     int isBiff2 = 0;
     bool isBiff8 = false;
     std::unique_ptr<BaseStream> stream;
-    std::unique_ptr<SharedStrings> sharedStrings;
+    std::unique_ptr<ExcelSharedStrings> sharedStrings;
     std::unordered_set<int> dateFormats;  // format numbers
     std::vector<bool> dateXf;
     std::vector<std::uint8_t> optionsBuffer;
