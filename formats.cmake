@@ -2,3 +2,5 @@
 # the folders of its acceptance cases. A new format adds its line here and touches nothing else.
 karta_format(text/TextFile CASES text)
 karta_format(spreadsheet/ExcelFile CASES excel)
+karta_format(spreadsheet/Excel2007File spreadsheet/Excel2007Binary spreadsheet/WorkbookPart
+             spreadsheet/SharedStringsPart spreadsheet/SharedStrings spreadsheet/SheetPart CASES xlsx xlsb)
