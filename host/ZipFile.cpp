@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <istream>
-#include <limits>
 #include <span>
 #include <streambuf>
 #include <string_view>
@@ -28,7 +27,7 @@ constexpr std::size_t DirectorySizeOffset = 12;
 // Unpacks an entry piece by piece. A failure is an exception, which the stream over it turns into bad().
 class EntryBuffer : public std::streambuf {
 public:
-    EntryBuffer(zip_file* openEntry, std::uint64_t limit) : entry(openEntry), bytesLeft(limit) {}
+    EntryBuffer(zip_file* openEntry, std::uint64_t claimedSize) : entry(openEntry), bytesLeft(claimedSize) {}
     EntryBuffer(const EntryBuffer&) = delete;
     EntryBuffer& operator=(const EntryBuffer&) = delete;
     ~EntryBuffer() override {
@@ -43,11 +42,12 @@ protected:
         if (count < 0) {
             throw std::ios_base::failure("the entry of the archive is damaged");
         }
+        // The library compares the checksum at the end, but not the size.
+        if (static_cast<std::uint64_t>(count) > bytesLeft || (count == 0 && bytesLeft > 0)) {
+            throw std::ios_base::failure("the entry of the archive has another size than it claims");
+        }
         if (count == 0) {
             return traits_type::eof();
-        }
-        if (static_cast<std::uint64_t>(count) > bytesLeft) {
-            throw std::ios_base::failure("the entry of the archive unpacks to too much");
         }
         bytesLeft -= static_cast<std::uint64_t>(count);
         setg(chunk, chunk, chunk + count);
@@ -63,7 +63,8 @@ private:
 // A stream that owns its buffer.
 class EntryStream : public std::istream {
 public:
-    EntryStream(zip_file* entry, std::uint64_t limit) : std::istream(nullptr), buffer(entry, limit) {
+    EntryStream(zip_file* entry, std::uint64_t claimedSize)
+        : std::istream(nullptr), buffer(entry, claimedSize) {
         rdbuf(&buffer);
     }
 
@@ -146,8 +147,8 @@ const ZipFile::Entry* ZipFile::FindEntry(std::string_view name) const {
 }
 
 std::unique_ptr<std::istream> ZipFile::GetInputStream(const Entry& entry) const {
-    // A stored entry is bounded by the file itself.
-    const std::uint64_t limit =
-        entry.isCompressed ? NvSystemInfo::GetInflateLimit() : std::numeric_limits<std::uint64_t>::max();
-    return std::make_unique<EntryStream>(zip_fopen_index(archive, entry.index, 0), limit);
+    // A stored entry takes its own room in the file.
+    const bool isTooLarge = entry.isCompressed && entry.size > NvSystemInfo::GetInflateLimit();
+    zip_file* const opened = isTooLarge ? nullptr : zip_fopen_index(archive, entry.index, 0);
+    return std::make_unique<EntryStream>(opened, entry.size);
 }

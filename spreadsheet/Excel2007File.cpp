@@ -293,16 +293,16 @@ void Excel2007File::KeepWorksheets(const std::string& relationships, std::vector
         status = StatusCorrupt;
         return;
     }
-    std::size_t kept = 0;
+    std::vector<std::string> names;
+    std::vector<bool> hidden;
     for (std::size_t place = 0; place < isRemoved.size(); ++place) {
         if (!isRemoved[place]) {
-            sheetNames[kept] = std::move(sheetNames[place]);
-            hiddenSheets[kept] = hiddenSheets[place];
-            ++kept;
+            names.push_back(std::move(sheetNames[place]));
+            hidden.push_back(hiddenSheets[place]);
         }
     }
-    sheetNames.resize(kept);
-    hiddenSheets.resize(kept);
+    sheetNames = std::move(names);
+    hiddenSheets = std::move(hidden);
 }
 
 std::string Excel2007File::GetSheetPartName(int place, const char* extension) {
