@@ -99,6 +99,21 @@ bool IsIntact(std::istream& stream) {
     return !stream.bad();
 }
 
+struct SheetSize {
+    int cols;
+    int rows;
+    bool isPossible;  // whether a sheet can be so large
+};
+
+SheetSize GetSheetSize(const char* dimension) {
+    const int lastRow = ExcelFile::I4Shuffle(dimension, LastRowOffset);
+    const int lastColumn = ExcelFile::I4Shuffle(dimension, LastColumnOffset);
+    if (lastRow < 0 || lastRow >= MaxSheetRows || lastColumn < 0 || lastColumn >= MaxSheetColumns) {
+        return {0, 0, false};
+    }
+    return {lastColumn + 1, lastRow + 1, true};
+}
+
 bool IsCell(int id) {
     return id >= BrtCellBlank && id <= BrtFmlaError && id != 6;
 }
@@ -311,26 +326,39 @@ const char* Excel2007File::GetErrorString(char code) {
     return "Unknown error code";
 }
 
+// Leaves the part's size as it is where the sheet claims none, or none that a sheet can have.
+void Excel2007File::ReadBinaryDimension(Part& part) const {
+    const auto stream = OpenPart(GetSheetPartName(part.number, "bin"));
+    BIFFRecord2007 record;
+    if (stream == nullptr || !FindRecord(*stream, BrtWsDim, record)) {
+        return;
+    }
+    const SheetSize size = GetSheetSize(record.data);
+    if (size.isPossible) {
+        part.cols = size.cols;
+        part.rows = size.rows;
+    }
+}
+
 // Tells the sink the size including this sheet; false for a size that no sheet can have.
 bool Excel2007File::PlaceBinarySheet(const BIFFRecord2007& dimension, BinaryPlacement& placement,
                                      ReadSpreadSheetData* sink) const {
-    const int lastRow = ExcelFile::I4Shuffle(dimension.data, LastRowOffset);
-    const int lastColumn = ExcelFile::I4Shuffle(dimension.data, LastColumnOffset);
-    if (lastRow < 0 || lastRow >= MaxSheetRows || lastColumn < 0 || lastColumn >= MaxSheetColumns) {
+    const SheetSize size = GetSheetSize(dimension.data);
+    if (!size.isPossible) {
         return false;
     }
     std::int64_t cols = 0;
     std::int64_t rows = 0;
     if (vertical) {
-        placement.maxCols = std::max(placement.maxCols, lastColumn + 1);
+        placement.maxCols = std::max(placement.maxCols, size.cols);
         placement.rowBase = placement.rowTotal + 1;
-        placement.rowTotal += lastRow + 1;
+        placement.rowTotal += size.rows;
         cols = placement.maxCols;
         rows = placement.rowTotal;
     } else {
-        placement.maxRows = std::max(placement.maxRows, lastRow + 1);
+        placement.maxRows = std::max(placement.maxRows, size.rows);
         placement.colBase = placement.colTotal + 1;
-        placement.colTotal += lastColumn + 1;
+        placement.colTotal += size.cols;
         cols = placement.colTotal;
         rows = placement.maxRows;
     }

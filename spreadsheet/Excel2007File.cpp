@@ -475,6 +475,15 @@ int Excel2007File::ReadXML(ReadSpreadSheetData* sink) {
     return status;
 }
 
+void Excel2007File::ReadDimension(Part& part) const {
+    if (const auto stream = OpenPart(GetSheetPartName(part.number, "xml"))) {
+        DimensionHandler handler;
+        ParseXml(*stream, handler);
+        part.cols = handler.GetColumns();
+        part.rows = handler.GetRows();
+    }
+}
+
 std::vector<FileContents::Part> Excel2007File::ListParts() {
     std::vector<Part> parts;
     for (std::size_t place = 0; place < sheetNames.size(); ++place) {
@@ -483,6 +492,11 @@ std::vector<FileContents::Part> Excel2007File::ListParts() {
         part.name = sheetNames[place];
         part.number = static_cast<int>(place);
         part.hidden = hiddenSheets[place];
+        if (isBinary) {
+            ReadBinaryDimension(part);
+        } else {
+            ReadDimension(part);
+        }
         parts.push_back(std::move(part));
     }
     return parts;

@@ -110,6 +110,7 @@ private:
     bool ReadSheet(int sheet, const std::vector<bool>& dateStyles, SheetContent& content) const;
     bool PlaceSheet(const SheetContent& content, XmlPlacement& placement, ReadSpreadSheetData* sink) const;
     void PushRows(const SheetContent& content, XmlPlacement& placement, ReadSpreadSheetData* sink) const;
+    void ReadDimension(Part& part) const;
     void PushRow(const SheetContent& content, std::size_t row, XmlPlacement& placement,
                  ReadSpreadSheetData* sink) const;
 
@@ -127,6 +128,7 @@ private:
     bool ReadBinarySheet(int sheet, BinaryPlacement& placement, ReadSpreadSheetData* sink);
     bool PlaceBinarySheet(const BIFFRecord2007& dimension, BinaryPlacement& placement,
                           ReadSpreadSheetData* sink) const;
+    void ReadBinaryDimension(Part& part) const;
     bool ReadBinaryCells(std::istream& stream, BinaryPlacement& placement, ReadSpreadSheetData* sink);
     bool PushCell(const BIFFRecord2007& record, int row, int colBase, ReadSpreadSheetData* sink);
     void SetNumber(ReadSpreadSheetData* sink, double value, int col, int row, int xf) const;

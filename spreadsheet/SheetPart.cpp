@@ -144,3 +144,25 @@ void SheetHandler::FinishCell() {
     }
     content.cells.push_back(cell);
 }
+
+void DimensionHandler::startElement(const XMLCh* /*uri*/, const XMLCh* /*localName*/, const XMLCh* name,
+                                    const xercesc::Attributes& attributes) {
+    const std::u16string_view element = name;
+    if (element == u"sheetData") {
+        throw xercesc::SAXException("the part claims no size");
+    }
+    if (element != u"dimension") {
+        return;
+    }
+    // One cell, or the first and the last.
+    std::u16string_view last = GetAttributeValue(attributes, u"ref");
+    last.remove_prefix(last.rfind(u':') + 1);
+    const int lastColumn = SheetHandler::GetColumnIndex(last);
+    const std::size_t digits = last.find_first_of(u"0123456789");
+    const int lastRow = digits == std::u16string_view::npos ? 0 : ToInt(last.substr(digits));
+    if (lastColumn > 0 && lastRow > 0 && lastRow <= MaxSheetRows) {
+        columns = lastColumn;
+        rows = lastRow;
+    }
+    throw xercesc::SAXException("the size is known");
+}

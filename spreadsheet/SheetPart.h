@@ -80,3 +80,21 @@ private:
     SheetContent::Cell cell{};
     std::string value;
 };
+
+/**
+ * Finds the size that a worksheet part claims before its cells, and then ends the parse: no more is read
+ * of the part than its beginning.
+ */
+class DimensionHandler : public XmlHandler {
+public:
+    /** Both -1 where the part claims nothing. */
+    int GetColumns() const { return columns; }
+    int GetRows() const { return rows; }
+
+    void startElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* name,
+                      const xercesc::Attributes& attributes) override;
+
+private:
+    int columns = -1;
+    int rows = -1;
+};
