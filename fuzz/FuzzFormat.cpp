@@ -17,6 +17,7 @@
 #include "fuzz/PackagePart.h"
 #include "host/NvSystemInfo.h"
 #include "host/TemporaryFile.h"
+#include "host/XmlPlatform.h"
 #include "tests/support/CountingSink.h"
 
 namespace {
@@ -86,6 +87,8 @@ extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
     }
     formatIndex = FindFormat(format);
     NvSystemInfo::SetInflateLimit(InflateLimit);
+    // Starting the XML library anew for every input would take most of the time.
+    static const XmlPlatform platform;
     // A folder of its own, since several harnesses run side by side.
     static std::string folder = MakeTemporaryFolder("karta-fuzz-");
     fileName = folder + "/input" + extension;
