@@ -147,6 +147,18 @@ TEST_F(ZipFileTest, WhatIsNoArchiveIsAnException) {
     EXPECT_THROW(ZipFile(folder.Write("cut", archive.substr(0, archive.size() / 2)).c_str()), Exception);
 }
 
+TEST_F(ZipFileTest, CompoundFileIsCalledByItsName) {
+    const std::string path =
+        folder.Write("test", "\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1" + std::string(504, '\0'));
+    try {
+        const ZipFile zip(path.c_str());
+        FAIL();
+    } catch (const Exception& exception) {
+        EXPECT_STREQ(exception.what(),
+                     "The file is no zip archive but a compound file, as workbooks with a password are.");
+    }
+}
+
 TEST_F(ZipFileTest, ArchiveWithoutEntriesOpens) {
     const std::string path = folder.Write("test.zip", ZipBuilder().Build());
     EXPECT_TRUE(ZipFile(path.c_str()).GetEntries().empty());
