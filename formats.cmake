@@ -3,3 +3,5 @@
 karta_format(text/TextFile CASES text)
 karta_format(spreadsheet/ExcelFile spreadsheet/BaseStream spreadsheet/ExcelSharedStrings spreadsheet/ExcelStgStream CASES excel)
 karta_format(text/PlanoFile CASES plano)
+karta_format(spreadsheet/Excel2007File spreadsheet/Excel2007Binary spreadsheet/WorkbookPart
+             spreadsheet/SharedStringsPart spreadsheet/SharedStrings spreadsheet/SheetPart CASES xlsx xlsb)

@@ -14,14 +14,17 @@
 
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
+#include "fuzz/PackagePart.h"
 #include "host/NvSystemInfo.h"
 #include "host/TemporaryFile.h"
+#include "host/XmlPlatform.h"
 #include "tests/support/CountingSink.h"
 
 namespace {
 
 int formatIndex = 0;
 std::string fileName;
+std::string fileExtension;
 
 // Small enough that a part that inflates without end is stopped before the fuzzer's own limit.
 constexpr unsigned long long InflateLimit = 1 << 24;
@@ -42,8 +45,10 @@ int FindFormat(const std::string& name) {
 }
 
 void WriteInput(const std::uint8_t* data, std::size_t size) {
+    const std::string bytes = WrapInput(fileExtension, {reinterpret_cast<const char*>(data), size});
     std::FILE* file = std::fopen(fileName.c_str(), "wb");
-    if (file == nullptr || std::fwrite(data, 1, size, file) != size || std::fclose(file) != 0) {
+    if (file == nullptr || std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size() ||
+        std::fclose(file) != 0) {
         std::abort();
     }
 }
@@ -82,9 +87,12 @@ extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
     }
     formatIndex = FindFormat(format);
     NvSystemInfo::SetInflateLimit(InflateLimit);
+    // Starting the XML library anew for every input would take most of the time.
+    static const XmlPlatform platform;
     // A folder of its own, since several harnesses run side by side.
     static std::string folder = MakeTemporaryFolder("karta-fuzz-");
     fileName = folder + "/input" + extension;
+    fileExtension = extension;
     std::atexit([] {
         std::remove(fileName.c_str());
         std::remove(folder.c_str());

@@ -2,53 +2,67 @@
 
 namespace {
 
-constexpr char32_t Replacement = 0xFFFD;
-constexpr char32_t LastCharacter = 0x10FFFF;
+constexpr char Replacement = '?';
+constexpr char32_t FirstBeyond16Bits = 0x10000;
+constexpr char32_t LastCharacter = 0x10ffff;
 
 bool IsHighSurrogate(char32_t unit) {
-    return unit >= 0xD800 && unit <= 0xDBFF;
+    return unit >= 0xd800 && unit < 0xdc00;
 }
 
 bool IsLowSurrogate(char32_t unit) {
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-char32_t UnitAt(std::span<const std::uint8_t> bytes, std::size_t i) {
-    return static_cast<char32_t>(bytes[i] | bytes[i + 1] << 8);
+    return unit >= 0xdc00 && unit < 0xe000;
 }
 
 char TrailByte(char32_t character, int shift) {
-    return static_cast<char>(0x80 | (character >> shift & 0x3F));
+    return static_cast<char>(0x80 | (character >> shift & 0x3f));
+}
+
+// Takes `count` units, each by its index, and appends their characters.
+template <class UnitAt>
+void AppendUnits(std::string& text, std::size_t count, UnitAt unitAt) {
+    for (std::size_t i = 0; i < count; ++i) {
+        char32_t character = unitAt(i);
+        if (IsHighSurrogate(character) && i + 1 < count && IsLowSurrogate(unitAt(i + 1))) {
+            ++i;
+            character = FirstBeyond16Bits + ((character & 0x3ff) << 10) + (unitAt(i) & 0x3ff);
+        }
+        AppendUtf8(text, character);
+    }
 }
 
 }  // namespace
 
 void AppendUtf8(std::string& text, char32_t character) {
-    if (character > LastCharacter || IsHighSurrogate(character) || IsLowSurrogate(character)) {
-        character = Replacement;
-    }
     if (character < 0x80) {
         text += static_cast<char>(character);
     } else if (character < 0x800) {
-        text += {static_cast<char>(0xC0 | character >> 6), TrailByte(character, 0)};
-    } else if (character < 0x10000) {
-        text += {static_cast<char>(0xE0 | character >> 12), TrailByte(character, 6), TrailByte(character, 0)};
+        text += {static_cast<char>(0xc0 | character >> 6), TrailByte(character, 0)};
+    } else if (IsHighSurrogate(character) || IsLowSurrogate(character) || character > LastCharacter) {
+        text += Replacement;
+    } else if (character < FirstBeyond16Bits) {
+        text += {static_cast<char>(0xe0 | character >> 12), TrailByte(character, 6), TrailByte(character, 0)};
     } else {
-        text += {static_cast<char>(0xF0 | character >> 18), TrailByte(character, 12), TrailByte(character, 6),
+        text += {static_cast<char>(0xf0 | character >> 18), TrailByte(character, 12), TrailByte(character, 6),
                  TrailByte(character, 0)};
     }
+}
+
+void AppendUtf8(std::u16string_view units, std::string& text) {
+    AppendUnits(text, units.size(), [&](std::size_t i) -> char32_t { return units[i]; });
+}
+
+std::string ToUtf8(std::u16string_view units) {
+    std::string text;
+    text.reserve(units.size());
+    AppendUtf8(units, text);
+    return text;
 }
 
 std::string Utf16ToUtf8(std::span<const std::uint8_t> bytes) {
     std::string text;
     text.reserve(bytes.size() / 2);
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        char32_t character = UnitAt(bytes, i);
-        if (IsHighSurrogate(character) && i + 3 < bytes.size() && IsLowSurrogate(UnitAt(bytes, i + 2))) {
-            i += 2;
-            character = 0x10000 + ((character - 0xD800) << 10) + (UnitAt(bytes, i) - 0xDC00);
-        }
-        AppendUtf8(text, character);
-    }
+    AppendUnits(text, bytes.size() / 2,
+                [&](std::size_t i) { return static_cast<char32_t>(bytes[2 * i] | bytes[2 * i + 1] << 8); });
     return text;
 }

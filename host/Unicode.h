@@ -3,9 +3,18 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 
-/** Appends one character in UTF-8; what is no character (half a surrogate pair) becomes U+FFFD. */
+// The library's narrow text is UTF-8. Half a surrogate pair stands for no character and becomes '?'.
+
+/** Appends one character. */
 void AppendUtf8(std::string& text, char32_t character);
 
-/** UTF-16 little-endian as UTF-8. An odd last byte is left out. */
+/** Appends UTF-16 text. */
+void AppendUtf8(std::u16string_view units, std::string& text);
+
+/** UTF-16 text as UTF-8. */
+std::string ToUtf8(std::u16string_view units);
+
+/** UTF-16 as a file holds it, little-endian, as UTF-8. An odd last byte is left out. */
 std::string Utf16ToUtf8(std::span<const std::uint8_t> bytes);

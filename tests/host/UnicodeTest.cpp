@@ -2,43 +2,46 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 namespace {
 
-std::string Convert(std::initializer_list<unsigned> units) {
+// Both roads: from units, and from the bytes of a file. They must agree.
+std::string Convert(const std::u16string& units) {
     std::vector<std::uint8_t> bytes;
-    for (const unsigned unit : units) {
-        bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
+    for (const char16_t unit : units) {
+        bytes.push_back(static_cast<std::uint8_t>(unit & 0xff));
         bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
     }
-    return Utf16ToUtf8(bytes);
+    EXPECT_EQ(Utf16ToUtf8(bytes), ToUtf8(units));
+    return ToUtf8(units);
 }
 
 }  // namespace
 
-TEST(UnicodeTest, CharactersOfEveryWidth) {
-    EXPECT_EQ(Convert({0x41, 0x7F, 0x80, 0xE5, 0x7FF}), "A\x7F\xC2\x80\xC3\xA5\xDF\xBF");
-    EXPECT_EQ(Convert({0x800, 0x6E29, 0xFFFF}), "\xE0\xA0\x80\xE6\xB8\xA9\xEF\xBF\xBF");
-    EXPECT_EQ(Convert({0xD83D, 0xDE00}), "\xF0\x9F\x98\x80");
+TEST(Unicode, CharactersOfEveryWidth) {
+    EXPECT_EQ(Convert({0x41, 0x7f, 0x80, 0xe5, 0x7ff}), "A\x7f\xc2\x80\xc3\xa5\xdf\xbf");
+    EXPECT_EQ(Convert({0x800, 0x6e29, 0xffff}), "\xe0\xa0\x80\xe6\xb8\xa9\xef\xbf\xbf");
+    EXPECT_EQ(Convert({0xd83d, 0xde00}), "\xf0\x9f\x98\x80");
     EXPECT_EQ(Convert({}), "");
 }
 
-TEST(UnicodeTest, HalvesOfPairsAreReplaced) {
-    EXPECT_EQ(Convert({0xD83D}), "\xEF\xBF\xBD");
-    EXPECT_EQ(Convert({0xDE00, 0x41}), "\xEF\xBF\xBD\x41");
-    EXPECT_EQ(Convert({0xD83D, 0x41}), "\xEF\xBF\xBD\x41");
-    EXPECT_EQ(Convert({0xD83D, 0xD83D, 0xDE00}), "\xEF\xBF\xBD\xF0\x9F\x98\x80");
+TEST(Unicode, HalvesOfPairsHaveNoCounterpart) {
+    EXPECT_EQ(Convert({0xd83d}), "?");
+    EXPECT_EQ(Convert({0xde00, 0x41}), "?A");
+    EXPECT_EQ(Convert({0xd83d, 0x41}), "?A");
+    EXPECT_EQ(Convert({0xd83d, 0xd83d, 0xde00}), "?\xf0\x9f\x98\x80");
 }
 
-TEST(UnicodeTest, OddLastByteIsLeftOut) {
+TEST(Unicode, OddLastByteIsLeftOut) {
     const std::uint8_t bytes[] = {0x41, 0x00, 0x42};
     EXPECT_EQ(Utf16ToUtf8(bytes), "A");
 }
 
-TEST(UnicodeTest, NumbersThatAreNoCharactersAreReplaced) {
-    std::string text;
+TEST(Unicode, NumbersThatAreNoCharactersHaveNoCounterpart) {
+    std::string text = "x";
     AppendUtf8(text, 0x110000);
-    AppendUtf8(text, 0xD800);
-    EXPECT_EQ(text, "\xEF\xBF\xBD\xEF\xBF\xBD");
+    AppendUtf8(text, 0xd800);
+    EXPECT_EQ(text, "x??");
 }

@@ -1,0 +1,219 @@
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <istream>
+#include <limits>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+
+#include "bench/ReadBench.h"
+#include "host/XmlPlatform.h"
+#include "host/ZipFile.h"
+#include "spreadsheet/Excel2007File.h"
+#include "tests/support/ByteBuilder.h"
+#include "tests/support/CountingSink.h"
+#include "tests/support/ZipBuilder.h"
+
+namespace {
+
+// A million cells, every second one a reference to one of 10,000 shared strings.
+constexpr int Rows = 100'000;
+constexpr int Columns = 10;
+constexpr int Texts = 10'000;
+
+// In times of what unpacking (and tokenising) the parts alone takes.
+constexpr double XmlTarget = 2.0;
+constexpr double BinaryTarget = 4.0;
+
+// The same numbers every time.
+class Numbers {
+public:
+    double NextNumber() { return static_cast<double>(Next()) / 65536.0; }
+    unsigned int NextText() { return Next() % Texts; }
+
+private:
+    unsigned int Next() {
+        state = state * 1664525U + 1013904223U;
+        return state >> 8;
+    }
+
+    unsigned int state = 12345;
+};
+
+void GenerateXml(std::ostream& stream) {
+    Numbers numbers;
+    std::string strings = "<sst>";
+    for (int i = 0; i < Texts; ++i) {
+        strings += "<si><t>sample text " + std::to_string(i) + "</t></si>";
+    }
+    std::string sheet = "<worksheet><dimension ref=\"A1:J100000\"/><sheetData>";
+    for (int row = 1; row <= Rows; ++row) {
+        const std::string number = std::to_string(row);
+        sheet += "<row r=\"" + number + "\" spans=\"1:10\">";
+        for (int col = 0; col < Columns; ++col) {
+            const std::string place = static_cast<char>('A' + col) + number;
+            sheet +=
+                col % 2 == 0
+                    ? "<c r=\"" + place + "\" s=\"0\"><v>" + std::to_string(numbers.NextNumber()) + "</v></c>"
+                    : "<c r=\"" + place + "\" t=\"s\"><v>" + std::to_string(numbers.NextText()) + "</v></c>";
+        }
+        sheet += "</row>";
+    }
+    ZipBuilder zip;
+    zip.AddDeflated("xl/workbook.xml",
+                    R"(<workbook><sheets><sheet name="S" r:id="r1"/></sheets></workbook>)");
+    zip.AddDeflated(
+        "xl/_rels/workbook.xml.rels",
+        R"(<Relationships><Relationship Id="r1" Target="worksheets/sheet1.xml"/></Relationships>)");
+    zip.AddDeflated("xl/styles.xml", R"(<styleSheet><cellXfs><xf numFmtId="0"/></cellXfs></styleSheet>)");
+    zip.AddDeflated("xl/sharedStrings.xml", strings + "</sst>");
+    zip.AddDeflated("xl/worksheets/sheet1.xml", sheet + "</sheetData></worksheet>");
+    stream << zip.Build();
+}
+
+void PutRecord(ByteBuilder& part, unsigned id, const ByteBuilder& data = {}) {
+    for (const unsigned number : {id, static_cast<unsigned>(data.Size())}) {
+        if (number < 128) {
+            part.U8(number);
+        } else {
+            part.U8((number & 127U) | 128U).U8(number >> 7);
+        }
+    }
+    part.Text(data.Bytes());
+}
+
+ByteBuilder Wide(const std::string& text) {
+    ByteBuilder data;
+    data.U32(static_cast<std::uint32_t>(text.size()));
+    for (const char c : text) {
+        data.U16(static_cast<unsigned char>(c));
+    }
+    return data;
+}
+
+std::string BinarySheet() {
+    Numbers numbers;
+    ByteBuilder sheet;
+    PutRecord(sheet, 148, ByteBuilder().U32(0).U32(Rows - 1).U32(0).U32(Columns - 1));
+    PutRecord(sheet, 145);
+    for (std::uint32_t row = 0; row < Rows; ++row) {
+        PutRecord(sheet, 0, ByteBuilder().U32(row).Zeros(13));
+        for (std::uint32_t col = 0; col < Columns; ++col) {
+            ByteBuilder cell;
+            cell.U32(col).U32(0);
+            if (col % 2 == 0) {
+                PutRecord(sheet, 5, cell.Double(numbers.NextNumber()));
+            } else {
+                PutRecord(sheet, 7, cell.U32(numbers.NextText()));
+            }
+        }
+    }
+    PutRecord(sheet, 146);
+    return sheet.Bytes();
+}
+
+void GenerateBinary(std::ostream& stream) {
+    ByteBuilder workbook;
+    PutRecord(workbook, 143);
+    PutRecord(workbook, 156, ByteBuilder().U32(0).U32(1).Text(Wide("r1").Bytes()).Text(Wide("S").Bytes()));
+    PutRecord(workbook, 144);
+    ByteBuilder strings;
+    PutRecord(strings, 159);
+    for (int i = 0; i < Texts; ++i) {
+        PutRecord(strings, 19, ByteBuilder().U8(0).Text(Wide("sample text " + std::to_string(i)).Bytes()));
+    }
+    PutRecord(strings, 160);
+    ByteBuilder styles;
+    PutRecord(styles, 617, ByteBuilder().U32(1));
+    PutRecord(styles, 47, ByteBuilder().Zeros(16));
+    ZipBuilder zip;
+    zip.AddDeflated("xl/workbook.bin", workbook.Bytes());
+    zip.AddDeflated(
+        "xl/_rels/workbook.bin.rels",
+        R"(<Relationships><Relationship Id="r1" Target="worksheets/sheet1.bin"/></Relationships>)");
+    zip.AddDeflated("xl/styles.bin", styles.Bytes());
+    zip.AddDeflated("xl/sharedStrings.bin", strings.Bytes());
+    zip.AddDeflated("xl/worksheets/sheet1.bin", BinarySheet());
+    stream << zip.Build();
+}
+
+double SecondsOf(const std::function<void()>& work) {
+    double best = 1e30;
+    for (int run = 0; run < 5; ++run) {
+        const auto start = std::chrono::steady_clock::now();
+        work();
+        best =
+            std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    }
+    return best;
+}
+
+void TokenizeParts(const std::string& path) {
+    const XmlPlatform platform;
+    const ZipFile zip(path.c_str());
+    for (const ZipFile::Entry& entry : zip.GetEntries()) {
+        XmlHandler nobody;
+        if (!ParseXml(*zip.GetInputStream(entry), nobody)) {
+            throw std::runtime_error("a part is not well-formed");
+        }
+    }
+}
+
+void UnpackParts(const std::string& path) {
+    const ZipFile zip(path.c_str());
+    for (const ZipFile::Entry& entry : zip.GetEntries()) {
+        zip.GetInputStream(entry)->ignore(std::numeric_limits<std::streamsize>::max());
+    }
+}
+
+void ReadWorkbook(const std::string& path) {
+    Excel2007File reader;
+    CountingSink sink;
+    if (reader.Open(true, path.c_str(), nullptr) != 0 || reader.Read(&sink) != 0 ||
+        sink.cells != Rows * Columns) {
+        throw std::runtime_error("the workbook could not be read");
+    }
+}
+
+// Reading against what its libraries alone need for the same parts, in the same run.
+void RegisterRatio(const std::string& name, const std::string& fileName,
+                   const std::function<void(std::ostream&)>& generate,
+                   const std::function<void(const std::string&)>& yardstick, double target) {
+    benchmark::RegisterBenchmark(name.c_str(),
+                                 [=](benchmark::State& state) {
+                                     const std::string path = BenchFolder() + "/" + fileName;
+                                     if (!std::filesystem::exists(path)) {
+                                         std::ofstream file(path, std::ios::binary);
+                                         generate(file);
+                                     }
+                                     const double alone = SecondsOf([&] { yardstick(path); });
+                                     const double read = SecondsOf([&] { ReadWorkbook(path); });
+                                     for (auto _ : state) {
+                                         state.SetIterationTime(read);
+                                     }
+                                     state.counters["alone_ms"] = alone * 1e3;
+                                     state.counters["ratio"] = read / alone;
+                                     state.counters["ratio_target"] = target;
+                                     state.counters["peak_MB"] =
+                                         PeakMemoryOf([&] { ReadWorkbook(path); }) / 1e6;
+                                 })
+        ->UseManualTime()
+        ->Iterations(1)
+        ->Unit(benchmark::kMillisecond);
+}
+
+const RegisterReadBench Xml({"excel2007_xlsx", "Excel2007 File", "million.xlsx", GenerateXml});
+const RegisterReadBench Binary({"excel2007_xlsb", "Excel2007 File", "million.xlsb", GenerateBinary});
+
+const bool Registered = [] {
+    RegisterRatio("excel2007_xlsx/against_tokenizing", "million.xlsx", GenerateXml, TokenizeParts, XmlTarget);
+    RegisterRatio("excel2007_xlsb/against_unpacking", "million.xlsb", GenerateBinary, UnpackParts,
+                  BinaryTarget);
+    return true;
+}();
+
+}  // namespace
