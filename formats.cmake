@@ -1,3 +1,8 @@
 # The formats, one line each: the reader's source first, then the sources that only it uses; behind CASES
 # the folders of its acceptance cases. A new format adds its line here and touches nothing else.
 karta_format(text/TextFile CASES text)
+karta_format(text/CsvFile text/CsvParser text/CsvScanner CASES csv)
+karta_format(text/DIFFile CASES dif)
+karta_format(text/DIFFileOEM)
+karta_format(text/ThermoSIEVEFile text/ThermoMirroredReadSpreadSheetData CASES sieve)
+karta_format(spreadsheet/LotusFile CASES lotus)
