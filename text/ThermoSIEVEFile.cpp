@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -102,39 +103,82 @@ double NumberOf(const char* text) {
     return value;
 }
 
+// Rows of the result that are turned together. A line's neighbouring cells lie side by side in memory and
+// those of a column don't, so a few columns are copied at a time before each is pushed as a row.
+constexpr int RowsAtOnce = 16;
+
 /** Pushes the collected table on, turned. */
 class TurnedTable {
 public:
-    TurnedTable(const ThermoMirroredReadSpreadSheetData& collected, std::vector<int> rowSources,
-                ReadSpreadSheetData* target)
-        : table(collected), sources(std::move(rowSources)), sink(target) {}
+    TurnedTable(const ThermoMirroredReadSpreadSheetData& collected, int lineCount,
+                std::vector<int> rowSources, ReadSpreadSheetData* target)
+        : table(collected), lines(lineCount), sources(std::move(rowSources)), sink(target) {}
 
-    // One line of the file as column `line` of the result, its cell of row `k`, which counts from 0.
-    void Put(int k, int line) const {
-        const int source = sources[static_cast<std::size_t>(k)];
-        if (source == FromMz) {
-            PutMean(k, line, "AverageMZ", sources[RowMzStart], sources[RowMzStop]);
-        } else if (source == FromTime) {
-            PutMean(k, line, "AverageRT", sources[RowTimeStart], sources[RowTimeStop]);
-        } else if (source != FromNothing) {
-            sink->Set(line, k + 1, table.GetText(line - 1, source - 1));
+    void Put() {
+        const auto rows = static_cast<int>(sources.size());
+        sink->SetDataSize(lines, rows);
+        for (int first = 0; first < rows; first += RowsAtOnce) {
+            const int end = std::min(first + RowsAtOnce, rows);
+            Gather(first, end);
+            for (int k = first; k < end; ++k) {
+                PutRow(k, texts[k - first].c_str());
+            }
         }
     }
 
 private:
-    void PutMean(int k, int line, const char* label, int start, int stop) const {
+    int SourceOf(int k) const { return sources[static_cast<std::size_t>(k)]; }
+
+    // Copies the texts of the rows from `first` to before `end`, each text with its NUL.
+    void Gather(int first, int end) {
+        for (std::string& text : texts) {
+            text.clear();
+        }
+        for (int line = 0; line < lines; ++line) {
+            for (int k = first; k < end; ++k) {
+                if (SourceOf(k) > FromNothing) {
+                    texts[k - first].append(table.GetText(line, SourceOf(k) - 1)).push_back('\0');
+                }
+            }
+        }
+    }
+
+    // One row of the result, counted from 0; `text` is its first text where it has texts.
+    void PutRow(int k, const char* text) {
+        int wanted = sink->NextRowToRead(0);
+        for (int line = 1; line <= lines; ++line) {
+            const bool put = line == wanted;
+            if (put) {
+                wanted = sink->NextRowToRead(line);
+            }
+            if (SourceOf(k) > FromNothing) {
+                if (put) {
+                    sink->Set(line, k + 1, text);
+                }
+                text += std::strlen(text) + 1;
+            } else if (put && SourceOf(k) == FromMz) {
+                PutMean(k, line, "AverageMZ", SourceOf(RowMzStart), SourceOf(RowMzStop));
+            } else if (put && SourceOf(k) == FromTime) {
+                PutMean(k, line, "AverageRT", SourceOf(RowTimeStart), SourceOf(RowTimeStop));
+            }
+        }
+    }
+
+    void PutMean(int k, int line, const char* label, int start, int stop) {
         if (line == 1) {
             sink->Set(1, k + 1, label);
         } else if (start != FromNothing && stop != FromNothing) {
-            const double sum =
-                NumberOf(table.GetText(line - 1, start - 1)) + NumberOf(table.GetText(line - 1, stop - 1));
-            sink->Set(line, k + 1, 0.5 * sum);
+            sink->Set(line, k + 1,
+                      0.5 * (NumberOf(table.GetText(line - 1, start - 1)) +
+                             NumberOf(table.GetText(line - 1, stop - 1))));
         }
     }
 
     const ThermoMirroredReadSpreadSheetData& table;
+    int lines;  // of the file, which are the columns of the result
     std::vector<int> sources;
     ReadSpreadSheetData* sink;
+    std::string texts[RowsAtOnce];
 };
 
 }  // namespace
@@ -224,17 +268,8 @@ int ThermoSIEVEFile::Read(ReadSpreadSheetData* sink) {
         status = StatusSizeFailed;
         return status;
     }
-    const TurnedTable turned(table, std::move(sources), sink);
-    sink->SetDataSize(rows - 1, resultRows);
-    for (int k = 0; k < resultRows; ++k) {
-        int wanted = sink->NextRowToRead(0);
-        for (int line = 1; line < rows; ++line) {
-            if (line == wanted) {
-                wanted = sink->NextRowToRead(line);
-                turned.Put(k, line);
-            }
-        }
-    }
+    // The last line of the count is the empty one behind a final line end.
+    TurnedTable(table, rows - 1, std::move(sources), sink).Put();
     return status;
 }
 
