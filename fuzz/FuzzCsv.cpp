@@ -1,6 +1,6 @@
-// Compares the two ways of parsing comma-separated text, the grammar and the scanner, on every input: every call
-// that the sink gets, how far the parse comes, and what the parser holds at the end. The first byte of an input
-// chooses the delimiter.
+// Compares the two ways of parsing comma-separated text, the grammar and the scanner, on every input: every
+// call that the sink gets, how far the parse comes, and what the parser holds at the end. The first byte of
+// an input chooses the delimiter.
 //
 //     fuzz-csv fuzz/corpus/csv-scanner
 #include <cstdint>

@@ -289,14 +289,14 @@ TEST_F(LotusFileTest, FormulaResultIsAnEmptyTextAndANumberIsNot) {
 }
 
 TEST_F(LotusFileTest, FourMarkersAreTheOnlyFormulaResultsThatAreNumbers) {
-    for (const std::uint64_t bits : std::vector<std::uint64_t>{
-             0xFFF8000000000000U, 0x7FF0000000000000U, 0xFFF0000000000000U, 0xFAFFFFFFFFFFFFFFU}) {
+    for (const std::uint64_t bits : std::vector<std::uint64_t>{0xFFF8000000000000U, 0x7FF0000000000000U,
+                                                               0xFFF0000000000000U, 0xFAFFFFFFFFFFFFFFU}) {
         EXPECT_TRUE(Cells(TwoByTwo().Formula(0, 0, FromBits(bits)).Eof()).starts_with("Set 1 1 double "))
             << bits;
     }
     for (const std::uint64_t bits :
          std::vector<std::uint64_t>{0x7FF8000000000000U, 0xFFF8000000000001U, 0xFAFFFFFFFFFFFFFEU,
-                                              0x3FF0000000000000U, 0x7FEFFFFFFFFFFFFFU}) {
+                                    0x3FF0000000000000U, 0x7FEFFFFFFFFFFFFFU}) {
         EXPECT_EQ(Cells(TwoByTwo().Formula(0, 0, FromBits(bits)).Eof()), "Set 1 1 text \"\"\n") << bits;
     }
 }
