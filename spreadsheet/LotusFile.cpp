@@ -230,11 +230,26 @@ int LotusFile::IsLotusFile() {
     }
     const int type = cursor.ReadI16();
     const int length = cursor.ReadI16();
-    const int version = cursor.ReadU16();
+    version = cursor.ReadU16();
     if (type != TypeBeginningOfFile || (length != OldBofLength && length != NewBofLength)) {
         return StatusNotLotus;
     }
     return length == OldBofLength ? StatusOfOldVersion(version) : StatusOfNewVersion(version);
+}
+
+std::vector<FileContents::Part> LotusFile::ListParts() {
+    return {};
+}
+
+std::vector<FileContents::Fact> LotusFile::ListFacts() {
+    switch (version) {
+        case VersionWks:
+            return {{"version", "Lotus 1-2-3 version 1.A (WKS)"}};
+        case VersionSymphony:
+            return {{"version", "Symphony 1.0/1.01 (WRK)"}};
+        default:
+            return {{"version", "Lotus 1-2-3 version 2.0-2.2 (WK1), Symphony 1.1/1.2/2.0 (WR1)"}};
+    }
 }
 
 bool LotusFile::ReadRecordTypeAndLength(int& type, int& length) {

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
+#include <vector>
 
+#include "frame/FileContents.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
 #include "host/ByteCursor.h"
@@ -20,7 +21,7 @@
  * begins further on the last columns and rows fall outside and are dropped. Rows can't be skipped, and the
  * options record isn't looked at. Read wants the size to have been asked for.
  */
-class KARTA_EXPORT LotusFile : public SpreadsheetFile {
+class KARTA_EXPORT LotusFile : public SpreadsheetFile, public FileContents {
 public:
     enum LotusFileStatus {
         StatusStreamFailed = 0x900,
@@ -49,6 +50,11 @@ public:
     /** Does nothing: GetNumCols and GetNumRows measure by themselves. */
     int EstablishSize() override;
 
+    /** None: a file is one sheet. */
+    std::vector<Part> ListParts() override;
+    /** The version of the program that the file is for. */
+    std::vector<Fact> ListFacts() override;
+
 private:
     /** The first five fields of every cell's body. */
     struct CellPlace {
@@ -71,6 +77,7 @@ private:
 
     MappedFile stream;
     ByteCursor cursor;
+    int version = 0;
     int firstRow = -1;
     int firstCol = -1;
 };

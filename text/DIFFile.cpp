@@ -137,6 +137,14 @@ int DIFFile::Open(std::ostream* stream, const char* newTitle) {
     return status;
 }
 
+std::vector<FileContents::Part> DIFFile::ListParts() {
+    return {};
+}
+
+std::vector<FileContents::Fact> DIFFile::ListFacts() {
+    return title[0] == '\0' ? std::vector<Fact>() : std::vector<Fact>{{"title", title}};
+}
+
 void DIFFile::GetLine(std::istream& stream, char* buffer, unsigned int size) const {
     stream.getline(buffer, size);
     const std::streamsize extracted = stream.gcount();

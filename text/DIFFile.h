@@ -5,7 +5,9 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "frame/FileContents.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
 #include "host/OutputFile.h"
@@ -22,7 +24,7 @@
  *
  * The options record isn't looked at.
  */
-class KARTA_EXPORT DIFFile : public SpreadsheetFile {
+class KARTA_EXPORT DIFFile : public SpreadsheetFile, public FileContents {
 public:
     enum DIFFileStatus {
         StatusStreamFailed = 0x300,
@@ -44,6 +46,11 @@ public:
     /** Reads from, or writes to, a stream that the caller has opened, and takes it over. */
     int Open(std::istream* stream, const char* title);
     int Open(std::ostream* stream, const char* title);
+
+    /** None: a file is one table. */
+    std::vector<Part> ListParts() override;
+    /** The title. */
+    std::vector<Fact> ListFacts() override;
 
 protected:
     /** A line with its NUL. */

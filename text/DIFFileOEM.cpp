@@ -12,6 +12,15 @@ int DIFFileOEM::Write(WriteSpreadSheetData* source) {
     return WriteRows(source, AnsiToOem);
 }
 
+// For showing only, so the title is converted here.
+std::vector<FileContents::Fact> DIFFileOEM::ListFacts() {
+    std::vector<Fact> facts = DIFFile::ListFacts();
+    for (auto& [name, value] : facts) {
+        value = OemToAnsi(value);
+    }
+    return facts;
+}
+
 DiffFileOEMFactory::DiffFileOEMFactory()
     : SprFileFactory("DIF File(OEM)", "DIF Files(OEM) (*.dif)", "DIF Files(OEM) (*.dif)", 1, ".dif\0", 1, 1,
                      0, 1, 1, 1) {}

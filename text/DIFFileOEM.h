@@ -10,6 +10,7 @@ class KARTA_EXPORT DIFFileOEM : public DIFFile {
 public:
     int Read(ReadSpreadSheetData* sink) override;
     int Write(WriteSpreadSheetData* source) override;
+    std::vector<Fact> ListFacts() override;
 };
 
 class KARTA_EXPORT DiffFileOEMFactory : public SprFileFactory {

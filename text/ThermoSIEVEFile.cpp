@@ -146,7 +146,7 @@ private:
     // One row of the result, counted from 0; `text` is its first text where it has texts.
     void PutRow(int k, const char* text) {
         int wanted = sink->NextRowToRead(0);
-        for (int line = 1; line <= lines; ++line) {
+        for (int line = 1; line <= lines && wanted >= line; ++line) {
             const bool put = line == wanted;
             if (put) {
                 wanted = sink->NextRowToRead(line);

@@ -122,6 +122,20 @@ TEST_F(LotusFileTest, ReadableVersionsOpen) {
     }
 }
 
+TEST_F(LotusFileTest, VersionIsAFactOfTheFile) {
+    for (const auto& [version, text] :
+         {std::pair(0x0404U, "Lotus 1-2-3 version 1.A (WKS)"), std::pair(0x0405U, "Symphony 1.0/1.01 (WRK)"),
+          std::pair(0x0406U, "Lotus 1-2-3 version 2.0-2.2 (WK1), Symphony 1.1/1.2/2.0 (WR1)")}) {
+        LotusFile reader;
+        ASSERT_EQ(
+            reader.Open(true, folder.Write("a.wk1", SheetBuilder().Bof(version).Eof().bytes.Bytes()).c_str(),
+                        nullptr),
+            0);
+        EXPECT_EQ(reader.ListFacts(), (std::vector<FileContents::Fact>{{"version", text}}));
+        EXPECT_TRUE(reader.ListParts().empty());
+    }
+}
+
 TEST_F(LotusFileTest, LaterVersionsAreToldApart) {
     const std::pair<unsigned, int> versions[] = {{0x1000, 0x902}, {0x1002, 0x903}, {0x0600, 0x904},
                                                  {0x8007, 0x905}, {0x1003, 0x906}, {0x0404, 0x907},

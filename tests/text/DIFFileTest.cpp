@@ -206,6 +206,21 @@ TEST_F(DIFFileTest, TitleStandsBetweenItsQuotesOrAsItIs) {
     }
 }
 
+TEST_F(DIFFileTest, TitleIsAFactOfTheFile) {
+    const std::string path =
+        folder.Write("a.dif", DifBuilder().Entry("TABLE", "0,1", "\"\x9a\"").Data().bytes);
+    DIFFile plain;
+    ASSERT_EQ(plain.Open(true, path.c_str(), nullptr), 0);
+    EXPECT_EQ(plain.ListFacts(), (std::vector<FileContents::Fact>{{"title", "\x9a"}}));
+    DIFFileOEM oem;
+    ASSERT_EQ(oem.Open(true, path.c_str(), nullptr), 0);
+    EXPECT_EQ(oem.ListFacts(), (std::vector<FileContents::Fact>{{"title", "\xc3\x9c"}}));
+    EXPECT_TRUE(oem.ListParts().empty());
+    DIFFile untitled;
+    ASSERT_EQ(untitled.Open(true, folder.Write("b.dif", DifBuilder().Data().bytes).c_str(), nullptr), 0);
+    EXPECT_TRUE(untitled.ListFacts().empty());
+}
+
 TEST_F(DIFFileTest, CountsThatStandTheOtherWayRoundAreTurned) {
     const DifBuilder file =
         DifBuilder().Header("3", "5").Row({"1", "2", "3", "4", "5"}).Row({"1"}).Row({"1"}).Eod();
