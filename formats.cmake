@@ -5,3 +5,8 @@ karta_format(spreadsheet/ExcelFile spreadsheet/BaseStream spreadsheet/ExcelShare
 karta_format(text/PlanoFile CASES plano)
 karta_format(spreadsheet/Excel2007File spreadsheet/Excel2007Binary spreadsheet/WorkbookPart
              spreadsheet/SharedStringsPart spreadsheet/SharedStrings spreadsheet/SheetPart CASES xlsx xlsb)
+karta_format(text/CsvFile text/CsvParser text/CsvScanner CASES csv)
+karta_format(text/DIFFile CASES dif)
+karta_format(text/DIFFileOEM)
+karta_format(text/ThermoSIEVEFile text/ThermoMirroredReadSpreadSheetData CASES sieve)
+karta_format(spreadsheet/LotusFile CASES lotus)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <limits>
 #include <string_view>
 
 #include "host/NumberFormat.h"
@@ -59,9 +60,11 @@ void TableData::GrowRow(Row& row, int count) {
         row.capacity = count;
         return;
     }
-    int room = row.cells == nullptr
-                   ? count
-                   : std::max(count, std::max(MinRowCells, std::min(row.capacity, numCols / 2) * 2));
+    // A row at the table's right edge may be the one that widens the table, cell by cell: it is held to no
+    // width.
+    const int widest = count < numCols ? (numCols + 1) / 2 : std::numeric_limits<int>::max() / 2;
+    int room =
+        row.cells == nullptr ? count : std::max({count, MinRowCells, std::min(row.capacity, widest) * 2});
     if (count < numCols && static_cast<std::int64_t>(numCols) * numRows <= DenseCells) {
         room = numCols;
     }

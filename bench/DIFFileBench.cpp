@@ -1,0 +1,32 @@
+#include <ostream>
+#include <string>
+
+#include "bench/ReadBench.h"
+
+namespace {
+
+constexpr int Rows = 500'000;
+constexpr int Cols = 10;
+
+// Numbers with a text in the first column, from a fixed sequence.
+void Generate(std::ostream& stream) {
+    stream << "TABLE\n0,1\n\"bench\"\nVECTORS\n0," << Cols << "\n\"\"\nTUPLES\n0," << Rows
+           << "\n\"\"\nDATA\n0,0\n\"\"\n";
+    unsigned int state = 12345;
+    std::string row;
+    for (int i = 0; i < Rows; ++i) {
+        row = "-1,0\nBOT\n1,0\n\"sample " + std::to_string(i) + "\"\n";
+        for (int col = 1; col < Cols; ++col) {
+            state = state * 1664525U + 1013904223U;
+            row += "0," + std::to_string(state >> 22) + "." + std::to_string(100000 + (state >> 8) % 900000) +
+                   "\nV\n";
+        }
+        stream << row;
+    }
+    stream << "-1,0\nEOD\n";
+}
+
+const RegisterReadBench Plain({"dif_10_columns", "DIF File", "table.dif", Generate, 8.0, 8.0});
+const RegisterReadBench Oem({"dif_oem_10_columns", "DIF File(OEM)", "table.dif", Generate, 8.0, 8.0});
+
+}  // namespace

@@ -1,0 +1,118 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/FileContents.h"
+#include "frame/SprFileFactory.h"
+#include "frame/SpreadsheetFile.h"
+#include "host/OutputFile.h"
+
+/**
+ * The Data Interchange Format: text lines, a header of entries of three lines up to DATA, then records of two
+ * lines up to EOD. Each row begins with a BOT record. Every cell is text: a number's digits, a string between
+ * its quotes as it stands (doubled quotes stay doubled), "1" or "0" for a truth value; a value of no content
+ * (NA, ERROR) is the empty text. Reads and writes.
+ *
+ * Writers disagree on which of the header's two counts are the columns, so the first row decides; where it
+ * fits neither, the whole file is measured. A line may have 2023 characters, a carriage return included.
+ * A file without EOD fails, once its cells have gone to the sink.
+ *
+ * The options record isn't looked at.
+ */
+class KARTA_EXPORT DIFFile : public SpreadsheetFile, public FileContents {
+public:
+    enum DIFFileStatus {
+        StatusStreamFailed = 0x300,
+        StatusBadHeader = 0x301,
+        StatusBadRecord = 0x302,
+        StatusUnicode = 0x303
+    };
+
+    DIFFile();
+    ~DIFFile() override;
+
+    void Close() override;
+    void GetErrorMessage(char* buffer, unsigned int size) override;
+    int Open(bool forRead, const char* path, NvImportOpenOptions* options) override;
+    int Read(ReadSpreadSheetData* sink) override;
+    int Write(WriteSpreadSheetData* source) override;
+    int EstablishSize() override;
+
+    /** Reads from, or writes to, a stream that the caller has opened, and takes it over. */
+    int Open(std::istream* stream, const char* title);
+    int Open(std::ostream* stream, const char* title);
+
+    /** None: a file is one table. */
+    std::vector<Part> ListParts() override;
+    /** The title. */
+    std::vector<Fact> ListFacts() override;
+
+protected:
+    /** A line with its NUL. */
+    static constexpr unsigned int LineSize = 2024;
+    static constexpr unsigned int TitleSize = 50;
+
+    /** What a header entry or a record is. Other records give their type as the code. */
+    enum Code {
+        CodeFailed = 0,
+        CodeTable = 1,
+        CodeVectors = 2,
+        CodeTuples = 3,
+        CodeData = 4,
+        CodeRowStart = 5,
+        CodeEndOfData = 6,
+        CodeText = 7,
+        CodeNumber = 8,
+        CodeOther = 9
+    };
+
+    using Conversion = std::string (*)(std::string_view text);
+
+    /** Reads a line without its end; a stream whose line doesn't fit has failed. */
+    void GetLine(std::istream& stream, char* buffer, unsigned int size) const;
+    /** Reads an entry into buffers of LineSize: its two numbers, as text, and its string. */
+    int ReadDIFHeaderEntry(char* topicPart, char* valuePart, char* stringPart);
+    /** Back to the start of the file and behind its DATA entry; returns the status. */
+    int ReadHeader();
+    /** Reads a record into buffers of LineSize. CodeFailed comes with a status. */
+    int ReadDIFRecord(char* valuePart, char* stringPart);
+
+    /** Read, with every string converted on its way; null leaves it as it stands. */
+    int ReadRows(ReadSpreadSheetData* sink, Conversion convert);
+    /** Write, with every cell's record converted; null also keeps line ends out of strings. */
+    int WriteRows(WriteSpreadSheetData* source, Conversion convert);
+
+    std::unique_ptr<std::istream> inStream;
+    std::unique_ptr<std::ostream> outStream;
+    std::unique_ptr<OutputFile> output;  // in place of outStream for a file that we opened
+    char title[TitleSize] = "";
+    char line[LineSize] = "";
+    char topicPart[LineSize] = "";
+    char valuePart[LineSize] = "";
+    char stringPart[LineSize] = "";
+    std::string fileTitle;
+    std::int32_t mode = ModeClosed;
+
+private:
+    void RewindStream();
+    int ReadCount(std::int64_t limit);
+    bool ReadSizesOfHeader();
+    bool FirstRowSettlesSize();
+    int ScanSize();
+    bool Advance(int& place);
+    void PutCell(ReadSpreadSheetData* sink, int col, int row, int code, Conversion convert) const;
+    bool Put(std::string_view text);
+    bool FinishWriting();
+};
+
+class KARTA_EXPORT DiffFileFactory : public SprFileFactory {
+public:
+    DiffFileFactory();
+    MyKindOfFile IsMyKindOfFile(const char* fileName) override;
+    SpreadsheetFile* GetSpreadsheetFile() override;
+};

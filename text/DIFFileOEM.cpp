@@ -1,0 +1,39 @@
+#include "text/DIFFileOEM.h"
+
+#include "host/NvFile.h"
+#include "host/OemText.h"
+#include "host/PathNames.h"
+
+int DIFFileOEM::Read(ReadSpreadSheetData* sink) {
+    return ReadRows(sink, OemToAnsi);
+}
+
+int DIFFileOEM::Write(WriteSpreadSheetData* source) {
+    return WriteRows(source, AnsiToOem);
+}
+
+// For showing only, so the title is converted here.
+std::vector<FileContents::Fact> DIFFileOEM::ListFacts() {
+    std::vector<Fact> facts = DIFFile::ListFacts();
+    for (auto& [name, value] : facts) {
+        value = OemToAnsi(value);
+    }
+    return facts;
+}
+
+DiffFileOEMFactory::DiffFileOEMFactory()
+    : SprFileFactory("DIF File(OEM)", "DIF Files(OEM) (*.dif)", "DIF Files(OEM) (*.dif)", 1, ".dif\0", 1, 1,
+                     0, 1, 1, 1) {}
+
+MyKindOfFile DiffFileOEMFactory::IsMyKindOfFile(const char* fileName) {
+    if (HasExtension(fileName, "dif")) {
+        return KindYes;
+    }
+    return NvFile::GetEncoding(fileName) != NvFile::EncodingPlain ? KindProbably : KindNo;
+}
+
+SpreadsheetFile* DiffFileOEMFactory::GetSpreadsheetFile() {
+    return new DIFFileOEM;
+}
+
+static DiffFileOEMFactory diffFileOEMFactory;
