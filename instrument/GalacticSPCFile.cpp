@@ -247,9 +247,7 @@ int GalacticSPCFile::Open(bool forRead, const char* fileName, NvImportOpenOption
         return status;
     }
     for (const std::string& path : NvFile::GetFileNames(fileName)) {
-        const MappedFile file(path.c_str());
-        ByteCursor stream(file.GetBytes());
-        status = file.IsOpen() ? ReadHeaderInfo(stream) : static_cast<int>(StatusOpenFailed);
+        status = ReadHeaderOf(path);
         if (status != StatusOk) {
             return status;
         }
@@ -257,6 +255,15 @@ int GalacticSPCFile::Open(bool forRead, const char* fileName, NvImportOpenOption
     }
     SetOptions(options);
     return status;
+}
+
+int GalacticSPCFile::ReadHeaderOf(const std::string& path) {
+    const MappedFile file(path.c_str());
+    if (!file.IsOpen()) {
+        return StatusOpenFailed;
+    }
+    ByteCursor stream(file.GetBytes());
+    return ReadHeaderInfo(stream);
 }
 
 bool GalacticSPCFile::SetOptions(NvImportOpenOptions* options) {
@@ -504,32 +511,27 @@ int GalacticSPCFile::Read(ReadSpreadSheetData* sink) {
     sink->Set(1, 1, "Primary ID");
     sink->Set(2, 1, "Name");
     sink->Set(3, 1, "Date");
-    if (sink->NextRowToRead(0) == 1) {
+    int wantedRow = sink->NextRowToRead(0);
+    if (wantedRow == 1) {
         SetColumnNames(*sink);
     }
-    int row = 3;
-    if (sink->NextRowToRead(1) == 2) {
-        if (includeX) {
-            SetXRow(*sink);
-            includeX = false;
-        } else {
-            row = 2;
-        }
+    if (wantedRow < 0) {
+        return status;
     }
-    int wantedRow = sink->NextRowToRead(row - 1);
-    for (const SPCFileRecord& record : files) {
-        if (wantedRow < 0) {
-            return status;
-        }
-        const MappedFile file(record.path.c_str());
-        ByteCursor stream(file.GetBytes());
-        status = file.IsOpen() ? ReadHeaderInfo(stream) : static_cast<int>(StatusOpenFailed);
-        if (status == StatusOk) {
-            status = ReadSubFiles(record, stream, *sink, row, wantedRow);
-        }
-        if (status != StatusOk) {
-            return status;
-        }
+    int row = 3;
+    wantedRow = sink->NextRowToRead(1);
+    if (wantedRow == 2 && includeX) {
+        SetXRow(*sink);
+        includeX = false;
+    } else if (wantedRow == 2) {
+        row = 2;
+    }
+    if (wantedRow < 0) {
+        return status;
+    }
+    wantedRow = sink->NextRowToRead(row - 1);
+    for (std::size_t i = 0; i < files.size() && wantedRow >= 0 && status == StatusOk; ++i) {
+        status = ReadFile(files[i], *sink, row, wantedRow);
     }
     return status;
 }
@@ -567,29 +569,45 @@ void GalacticSPCFile::SetXRow(ReadSpreadSheetData& sink) {
 }
 
 // `row` is that of the file's first sub-file, and then of the next file's.
-int GalacticSPCFile::ReadSubFiles(const SPCFileRecord& file, ByteCursor& stream, ReadSpreadSheetData& sink,
-                                  int& row, int& wantedRow) {
-    const std::string title = NvGetFileTitle(file.path);
+int GalacticSPCFile::ReadFile(const SPCFileRecord& record, ReadSpreadSheetData& sink, int& row,
+                              int& wantedRow) {
+    const MappedFile file(record.path.c_str());
+    if (!file.IsOpen()) {
+        return StatusOpenFailed;
+    }
+    ByteCursor stream(file.GetBytes());
+    const int result = ReadHeaderInfo(stream);
+    if (result != StatusOk) {
+        return result;
+    }
+    const std::string title = NvGetFileTitle(record.path);
     for (int i = 0; i < numSubFiles && wantedRow >= 0; ++i, ++row) {
-        const bool isWanted = row == wantedRow;
-        if (isWanted) {
-            wantedRow = sink.NextRowToRead(row);
-        }
-        int result = ReadSubHeaderInfo(stream);
-        if (result == StatusOk && isWanted) {
-            sink.Set(1, row, row - 1);
-            const std::string name = numSubFiles < 2 ? title : title + "_" + std::to_string(i + 1);
-            sink.Set(2, row, name.c_str());
-            sink.Set(3, row, FormatSPCDate(date, subTime).c_str());
-            result = ReadSpectrum(stream, sink, row);
-        } else if (result == StatusOk) {
-            result = SkipValues(stream);
-        }
-        if (result != StatusOk) {
-            return result;
+        const std::string name = numSubFiles < 2 ? title : title + "_" + std::to_string(i + 1);
+        const int subResult = ReadSubFile(stream, name, sink, row, wantedRow);
+        if (subResult != StatusOk) {
+            return subResult;
         }
     }
     return StatusOk;
+}
+
+int GalacticSPCFile::ReadSubFile(ByteCursor& stream, const std::string& name, ReadSpreadSheetData& sink,
+                                 int row, int& wantedRow) {
+    const bool isWanted = row == wantedRow;
+    if (isWanted) {
+        wantedRow = sink.NextRowToRead(row);
+    }
+    const int result = ReadSubHeaderInfo(stream);
+    if (result != StatusOk) {
+        return result;
+    }
+    if (!isWanted) {
+        return SkipValues(stream);
+    }
+    sink.Set(1, row, row - 1);
+    sink.Set(2, row, name.c_str());
+    sink.Set(3, row, FormatSPCDate(date, subTime).c_str());
+    return ReadSpectrum(stream, sink, row);
 }
 
 int GalacticSPCFile::ReadSpectrum(ByteCursor& stream, ReadSpreadSheetData& sink, int row) {

@@ -127,8 +127,10 @@ private:
     int CheckCounts(const ByteCursor& stream) const;
     std::uint64_t ValueWidth() const;
     int SkipValues(ByteCursor& stream);
-    int ReadSubFiles(const SPCFileRecord& file, ByteCursor& stream, ReadSpreadSheetData& sink, int& row,
-                     int& wantedRow);
+    int ReadHeaderOf(const std::string& path);
+    int ReadFile(const SPCFileRecord& record, ReadSpreadSheetData& sink, int& row, int& wantedRow);
+    int ReadSubFile(ByteCursor& stream, const std::string& name, ReadSpreadSheetData& sink, int row,
+                    int& wantedRow);
     int ReadSpectrum(ByteCursor& stream, ReadSpreadSheetData& sink, int row);
     void SetColumnNames(ReadSpreadSheetData& sink);
     void SetXRow(ReadSpreadSheetData& sink);
