@@ -12,6 +12,7 @@ constexpr int None = -1;
 struct Point {
     float x;
     float y;
+    std::size_t index;  // in the spectrum
 };
 
 /** The neighbours of a grid value, by their places among the valid points; None where there is none. */
@@ -20,19 +21,32 @@ struct Bracket {
     int upper = None;
 };
 
+// Brings the points into ascending order of x; those with one x stay in their order. Axes are regular, so
+// that there is hardly ever anything to sort.
+void SortPoints(std::vector<Point>& points) {
+    const auto isNotDescending = [](const Point& left, const Point& right) { return left.x <= right.x; };
+    if (std::adjacent_find(points.begin(), points.end(), isNotDescending) == points.end()) {
+        std::reverse(points.begin(), points.end());
+        return;
+    }
+    const auto isBefore = [](const Point& left, const Point& right) {
+        return left.x < right.x || (left.x == right.x && left.index < right.index);
+    };
+    if (!std::is_sorted(points.begin(), points.end(), isBefore)) {
+        std::sort(points.begin(), points.end(), isBefore);
+    }
+}
+
 // The points that have a value, in ascending order of x; of those with one x the first.
 std::vector<Point> ValidPoints(const std::vector<float>& xs, const std::vector<float>& ys) {
     std::vector<Point> points;
     points.reserve(xs.size());
     for (std::size_t i = 0; i < xs.size(); ++i) {
         if (ys[i] != MissingValue && !std::isnan(xs[i])) {
-            points.push_back({xs[i], ys[i]});
+            points.push_back({xs[i], ys[i], i});
         }
     }
-    const auto isBefore = [](const Point& left, const Point& right) { return left.x < right.x; };
-    if (!std::is_sorted(points.begin(), points.end(), isBefore)) {
-        std::stable_sort(points.begin(), points.end(), isBefore);
-    }
+    SortPoints(points);
     points.erase(std::unique(points.begin(), points.end(),
                              [](const Point& left, const Point& right) { return left.x == right.x; }),
                  points.end());
