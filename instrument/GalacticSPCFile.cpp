@@ -143,6 +143,12 @@ double PowerOfTwo(int power) {
     return power < 0 ? 1.0 / result : result;
 }
 
+// A signed byte.
+int ReadExponent(ByteCursor& header) {
+    const int code = header.ReadU8();
+    return code < 128 ? code : code - 256;
+}
+
 bool SameArray(const std::vector<float>& left, const std::vector<float>& right) {
     // Two NaN are one value here: a file doesn't differ from itself.
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
@@ -358,7 +364,7 @@ int GalacticSPCFile::ReadNewHeader(ByteCursor& stream) {
     is32Bit = (flags & FlagInt16) == 0;
     isMulti = (flags & FlagMulti) != 0;
     header.Seek(NewExponentOffset);
-    exponent = header.ReadI8();
+    exponent = ReadExponent(header);
     isFloat = exponent == FloatExponent;
     numPoints = header.ReadI32();
     firstX = header.ReadDouble();
@@ -456,7 +462,7 @@ int GalacticSPCFile::ReadSubHeaderInfo(ByteCursor& stream) {
         float time = 0.0F;
         if (isMulti) {
             header.Skip(1);
-            const int ownExponent = header.ReadI8();
+            const int ownExponent = ReadExponent(header);
             isFloat = ownExponent == FloatExponent;
             exponent = isFloat ? exponent : ownExponent;
             const int index = header.ReadI16();
