@@ -1,0 +1,108 @@
+#include "bench/SelectionBench.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+
+#include "bench/ReadBench.h"
+#include "frame/SprFileFactory.h"
+#include "frame/SpreadsheetFile.h"
+#include "tests/support/CountingSink.h"
+
+namespace {
+
+constexpr int YardstickRuns = 5;
+
+double SecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+std::string FolderOf(const SelectionBench& bench) {
+    const std::string folder = BenchFolder() + "/" + bench.name;
+    if (!std::filesystem::exists(folder)) {
+        const std::string unfinished = folder + ".part";
+        std::filesystem::create_directories(unfinished);
+        for (int i = 0; i < bench.numFiles; ++i) {
+            std::ofstream file(unfinished + "/" + std::to_string(10000 + i) + bench.extension,
+                               std::ios::binary);
+            bench.generate(file, i);
+        }
+        std::filesystem::rename(unfinished, folder);
+    }
+    return folder;
+}
+
+std::string SelectionOf(const SelectionBench& bench, const std::string& folder) {
+    std::string selection;
+    for (int i = 0; i < bench.numFiles; ++i) {
+        selection += folder + "/" + std::to_string(10000 + i) + bench.extension + "\n";
+    }
+    return selection;
+}
+
+double SecondsOfYardstick(const std::string& folder) {
+    double best = 1e30;
+    for (int run = 0; run < YardstickRuns; ++run) {
+        const auto start = std::chrono::steady_clock::now();
+        if (std::system(("cat '" + folder + "'/* | md5sum >/dev/null").c_str()) != 0) {
+            throw std::runtime_error("cat or md5sum failed");
+        }
+        best = std::min(best, SecondsSince(start));
+    }
+    return best;
+}
+
+void ReadSelection(const SelectionBench& bench, const std::string& selection, CountingSink& sink) {
+    for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
+        if (bench.format != SprFileFactory::GetInfo(i)->formatName) {
+            continue;
+        }
+        const std::unique_ptr<SpreadsheetFile> reader(SprFileFactory::GetSpreadsheetFile(i));
+        reader->Open(true, selection.c_str(), nullptr);
+        const int rows = reader->GetNumRows();
+        sink.SetDataSize(reader->GetNumCols(), rows);
+        if (reader->Read(&sink) == 0) {
+            return;
+        }
+    }
+    throw std::runtime_error("the selection of " + bench.name + " could not be read");
+}
+
+void Measure(benchmark::State& state, const SelectionBench& bench) {
+    const std::string folder = FolderOf(bench);
+    const std::string selection = SelectionOf(bench, folder);
+    const double yardstick = SecondsOfYardstick(folder);
+    double best = 1e30;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        CountingSink sink;
+        ReadSelection(bench, selection, sink);
+        best = std::min(best, SecondsSince(start));
+    }
+    CountingSink counter;
+    ReadSelection(bench, selection, counter);
+    state.counters["cells/s"] = static_cast<double>(counter.cells) / best;
+    state.counters["files/s"] = bench.numFiles / best;
+    state.counters["M"] = best / yardstick;
+    state.counters["M_target"] = bench.target;
+    state.counters["peak_MB"] = PeakMemoryOf([&] {
+                                    CountingSink sink;
+                                    ReadSelection(bench, selection, sink);
+                                }) /
+                                1e6;
+}
+
+}  // namespace
+
+RegisterSelectionBench::RegisterSelectionBench(const SelectionBench& bench) {
+    benchmark::RegisterBenchmark((bench.name + "/counting").c_str(),
+                                 [bench](benchmark::State& state) { Measure(state, bench); })
+        ->MinTime(0.5)
+        ->Unit(benchmark::kMillisecond);
+}

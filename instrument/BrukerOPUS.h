@@ -1,0 +1,42 @@
+#pragma once
+
+#include "frame/FileContents.h"
+#include "frame/SprFileFactory.h"
+#include "frame/SpreadsheetFile.h"
+#include "instrument/OPUSSelection.h"
+
+/**
+ * Bruker OPUS spectra, a row a file: the ratioed spectrum of each (absorbance, transmittance and the like).
+ * Row 1 holds "File Name", "Sample Name", "Sample Form", "Date", "Time" and "Var_1", "Var_2" and so on; row
+ * 2 the unit of the X axis and, from column 6 on, the first file's X values; the files follow from row 3.
+ *
+ * All files of a selection must have the same number of points, and are put below each other point by
+ * point. Where their axes begin or end at different X values, the user is asked whether to go on;
+ * BrukerOPUSInterpolated brings them onto one axis instead.
+ *
+ * File names have numbered extensions, so that a file is known by its first bytes alone. There are no
+ * options. Every failure has status 4 and a text of its own.
+ */
+class KARTA_EXPORT BrukerOPUS : public SpreadsheetFile, public FileContents {
+public:
+    void Close() override;
+    void GetErrorMessage(char* buffer, unsigned int size) override;
+    const char* GetWarningMessage() override;
+    int Open(bool forRead, const char* fileName, NvImportOpenOptions* options) override;
+    int Read(ReadSpreadSheetData* sink) override;
+    int EstablishSize() override;
+
+    std::vector<Part> ListParts() override;
+    std::vector<Fact> ListFacts() override;
+
+private:
+    OPUSSelection selection;
+    std::string warningText;
+};
+
+class KARTA_EXPORT BrukerOPUSFileFactory : public SprFileFactory {
+public:
+    BrukerOPUSFileFactory();
+    MyKindOfFile IsMyKindOfFile(const char* fileName) override;
+    SpreadsheetFile* GetSpreadsheetFile() override;
+};

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "frame/FileContents.h"
+#include "frame/ReadSpreadSheetData.h"
+#include "frame/SprFileFactory.h"
+
+class ByteCursor;
+
+/** An entry of the directory of an OPUS file. */
+struct OPUSBlock {
+    unsigned int dataKind = 0;
+    unsigned int channelClass = 0;
+    unsigned int blockKind = 0;
+    unsigned int furtherTypes[3] = {0, 0, 0}; /**< kept, not used */
+    std::int32_t length = 0;                  /**< kept, not used */
+    std::int32_t offset = 0;                  /**< from the start of the file */
+};
+
+/** What is kept of one file: its parameters and where its values lie. */
+struct BrukerOPUSRecord {
+    std::string path;
+    std::string sampleName;
+    std::string sampleForm;
+    std::int32_t numPoints = 0;
+    double firstX = 0.0;
+    double lastX = 0.0;
+    double scaleFactor = 1.0;
+    double maxY = 0.0;
+    double minY = 0.0;
+    std::int32_t derivative = 0;
+    std::string xUnits;
+    std::string date;
+    std::string time;
+    OPUSBlock dataBlock;
+    bool hasDataBlock = false;
+    std::int32_t dataFormat = 0;
+
+    double GetSpacing() const { return (lastX - firstX) / (numPoints - 1); }
+    /** The X of a point, from 0. */
+    float GetX(int index) const;
+};
+
+/**
+ * The OPUS files of one import, for the two readers that make tables of them.
+ *
+ * An OPUS file is a directory of blocks: parameter blocks of named values, data status blocks that tell the
+ * axis of a spectrum, and data blocks with its 32-bit floats. Only the ratioed spectrum is read; sample and
+ * reference spectra and interferograms are passed over. The layout follows what public readers of the
+ * format agree on.
+ *
+ * The operations that return false leave the reason in the error text.
+ */
+class OPUSSelection {
+public:
+    /** Sets the values of one file's row: the file, its values in the file's order, the sink and the row. */
+    using ValueSetter = std::function<void(const BrukerOPUSRecord&, ByteCursor, ReadSpreadSheetData&, int)>;
+
+    /** Looks at every file of the selection and at nothing of their values. */
+    bool Open(const char* fileNames);
+    /** Asks the user where the files' axes begin or end at different values; false when that ends it. */
+    bool ConfirmDifferentRanges();
+    void Clear();
+
+    /**
+     * Gives the names, the X row and a row a file. A file is opened when its row is due. `grid`, if there is
+     * one, takes the values of the X row as they are given.
+     */
+    bool Read(ReadSpreadSheetData& sink, std::vector<float>* grid, const ValueSetter& setValues);
+
+    int GetNumRows() const;
+    int GetNumCols() const;
+    void CopyErrorText(char* buffer, unsigned int size) const;
+    /** The text for who wants to write. */
+    void SetWritingError();
+
+    std::vector<FileContents::Part> ListParts() const;
+    std::vector<FileContents::Fact> ListFacts() const;
+
+    /** The verdict of both factories: whether all, some or none of the files have the format's mark. */
+    static MyKindOfFile GetKind(const char* fileNames);
+
+private:
+    bool OpenFile(const std::string& path);
+    bool CheckPointCounts();
+    bool Fail(std::string text);
+    void SetNames(ReadSpreadSheetData& sink) const;
+    void SetXRow(ReadSpreadSheetData& sink, std::vector<float>* grid) const;
+    bool ReadRow(const BrukerOPUSRecord& record, ReadSpreadSheetData& sink, int row,
+                 const ValueSetter& setValues);
+
+    std::vector<BrukerOPUSRecord> records;
+    std::string errorText;
+};
+
+/** The first column of the values, behind the file's texts. */
+constexpr int OPUSFirstValueColumn = 6;
