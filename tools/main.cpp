@@ -120,10 +120,12 @@ void AddReading(CLI::App* verb, CommandLine& line) {
         ->type_name("KEY=VALUE")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    verb->add_option("--options", request.optionsFile, "replay the choices kept in this file")->type_name("FILE");
+    verb->add_option("--options", request.optionsFile, "replay the choices kept in this file")
+        ->type_name("FILE");
     verb->add_option("--save-options", request.saveOptionsFile, "keep the choices made in this file")
         ->type_name("FILE");
-    verb->add_flag("--through-driver", request.throughDriver, "read as the desktop host does, numbers as floats");
+    verb->add_flag("--through-driver", request.throughDriver,
+                   "read as the desktop host does, numbers as floats");
     verb->add_option("--want", request.want, "read these rows only, like 1,3-5")->type_name("LIST");
     auto* yes = verb->add_flag("--yes", request.answerYes, "answer a reader's question with yes");
     verb->add_flag("--no", request.answerNo, "answer a reader's question with no")->excludes(yes);
@@ -165,14 +167,17 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
 
     CLI::App* show = app.add_subcommand("show", "the head of the table, aligned, in the terminal");
     AddReading(show, line);
-    show->add_option("--rows", line.rows, "how many rows to show (20)")->type_name("N")->check(CLI::NonNegativeNumber);
+    show->add_option("--rows", line.rows, "how many rows to show (20)")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber);
 
     CLI::App* convert = app.add_subcommand("convert", "the table as CSV, TSV, JSON lines, text, DIF or MAT");
     AddReading(convert, line);
     convert->add_option("-o,--output", line.output, "the file to write; - is standard output")
         ->type_name("OUT")
         ->required();
-    convert->add_option("--to", line.target, "csv, tsv, jsonl or a format that writes; else by OUT's extension")
+    convert
+        ->add_option("--to", line.target, "csv, tsv, jsonl or a format that writes; else by OUT's extension")
         ->type_name("NAME");
     convert->footer("Example: karta-import convert run.trn -o run.csv");
 
