@@ -112,14 +112,12 @@ void AddReading(CLI::App* verb, CommandLine& line) {
     verb->add_option("--matrix", request.matrix, "the matrix by its place in info's list")->type_name("N");
     verb->add_option("--include", request.includes, "an X interval to keep; repeatable")
         ->type_name("A:B")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false);
     verb->add_option("--average", request.average, "merge N points into one")->type_name("N");
     verb->add_flag("--no-x-row", request.noXRow, "leave the X row out");
     verb->add_option("--setting", request.settings, "one key of the reader's settings; repeatable")
         ->type_name("KEY=VALUE")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false);
     verb->add_option("--options", request.optionsFile, "replay the choices kept in this file")
         ->type_name("FILE");
     verb->add_option("--save-options", request.saveOptionsFile, "keep the choices made in this file")
