@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -11,23 +10,17 @@
 #include "host/CopyMessage.h"
 #include "host/DateParser.h"
 #include "host/Exception.h"
-#include "host/MappedFile.h"
 #include "host/NumberFormat.h"
 #include "host/NumberParser.h"
 #include "host/NvFile.h"
-#include "host/NvString.h"
 #include "host/PathNames.h"
 #include "host/TolerantEqual.h"
 #include "host/XMLSection.h"
 #include "instrument/JCAMPDecoder.h"
+#include "instrument/JCAMPLabels.h"
+#include "instrument/JCAMPStream.h"
 
 namespace {
-
-// A longer line arrives in pieces of this size, each of them a line.
-constexpr std::size_t MaxLineLength = 255;
-
-// A ##TIME= joins a date text that is shorter: one that is longer holds its time already.
-constexpr std::size_t LongestDateAlone = 11;
 
 // Columns 1 and 2 hold the row's number and label.
 constexpr int HeadColumns = 2;
@@ -50,233 +43,6 @@ constexpr int ShownDigits = 9;
 
 constexpr const char* DataBlocksKey = "DataBlocks";
 constexpr std::string_view Comment = "$$";
-constexpr std::string_view LinkType = "LINK";
-
-enum class Label {
-    Title,
-    DataType,
-    DataClass,
-    Blocks,
-    BlockId,
-    XUnits,
-    YUnits,
-    FirstX,
-    LastX,
-    DeltaX,
-    XFactor,
-    YFactor,
-    Binary,
-    NPoints,
-    End,
-    DataTable,
-    RAData,
-    XYPairs,
-    Assignments,
-    Page,
-    Date,
-    Time,
-    Other
-};
-
-struct LabelName {
-    std::string_view name;
-    Label label;
-};
-
-constexpr LabelName LabelNames[] = {{"##TITLE=", Label::Title},
-                                    {"##DATATYPE=", Label::DataType},
-                                    {"##DATACLASS=", Label::DataClass},
-                                    {"##BLOCKS=", Label::Blocks},
-                                    {"##BLOCKID=", Label::BlockId},
-                                    {"##XUNITS=", Label::XUnits},
-                                    {"##YUNITS=", Label::YUnits},
-                                    {"##FIRSTX=", Label::FirstX},
-                                    {"##LASTX=", Label::LastX},
-                                    {"##DELTAX=", Label::DeltaX},
-                                    {"##XFACTOR=", Label::XFactor},
-                                    {"##YFACTOR=", Label::YFactor},
-                                    {"##NPOINTS=", Label::NPoints},
-                                    {"##END=", Label::End},
-                                    {"##XYDATA=", Label::DataTable},
-                                    {"##DATATABLE=", Label::DataTable},
-                                    {"##PEAKTABLE=", Label::DataTable},
-                                    {"##XYPOINTS=", Label::DataTable},
-                                    {"##RADATA=", Label::RAData},
-                                    {"##XYPAIRS=", Label::XYPairs},
-                                    {"##ASSIGNMENTS=", Label::Assignments},
-                                    {"##PEAKASSIGNMENTS=", Label::Assignments},
-                                    {"##PAGE=", Label::Page},
-                                    {"##DATE=", Label::Date},
-                                    {"##TIME=", Label::Time}};
-
-Label FindLabel(std::string_view text) {
-    for (const LabelName& known : LabelNames) {
-        if (text == known.name) {
-            return known.label;
-        }
-    }
-    // Of this one only the beginning counts.
-    return text.starts_with("##BINARY") ? Label::Binary : Label::Other;
-}
-
-struct ClassName {
-    std::string_view name;
-    int dataClass;
-};
-
-constexpr ClassName ClassNames[] = {
-    {"XYDATA", JCAMPData::ClassXYData},           {"RADATA", JCAMPData::ClassRAData},
-    {"XYPOINTS", JCAMPData::ClassXYPoints},       {"PEAKTABLE", JCAMPData::ClassPeakTable},
-    {"ASSIGNMENTS", JCAMPData::ClassAssignments}, {"NTUPLES", JCAMPData::ClassNTuples}};
-
-int FindClass(std::string_view text) {
-    for (const ClassName& known : ClassNames) {
-        if (text == known.name) {
-            return known.dataClass;
-        }
-    }
-    return JCAMPData::ClassUnrecognised;
-}
-
-char ToUpper(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
-
-double NumberOf(std::string_view text) {
-    double number = 0.0;
-    ParseDouble(text, number);
-    return number;
-}
-
-void SetDataType(JCAMPData& block, std::string_view value) {
-    if (value == LinkType) {
-        block.dataType = LinkType;
-        block.dataClass = JCAMPData::ClassLink;
-        block.selected = true;
-        return;
-    }
-    std::string text = ToLowerCase(value);
-    if (!text.empty()) {
-        text.front() = ToUpper(text.front());
-    }
-    block.dataType = std::move(text);
-}
-
-void AddTime(JCAMPData& block, std::string_view value) {
-    if (!block.dateText) {
-        block.dateText = value;
-    } else if (block.dateText->size() <= LongestDateAlone) {
-        *block.dateText += ' ';
-        *block.dateText += value;
-    }
-}
-
-int ReadBlockCount(JCAMPData& block, std::string_view value, std::string& errorText) {
-    if (value.empty()) {
-        return JCAMPFile::StatusNoTerminator;
-    }
-    if (block.dataClass != JCAMPData::ClassLink) {
-        errorText = "Found an illegal label ##BLOCKS within a LINK-block";
-        return JCAMPFile::StatusIllegalLabel;
-    }
-    const double count = NumberOf(value);
-    if (std::fabs(count) <= std::numeric_limits<int>::max()) {
-        block.blockCount = static_cast<int>(count);
-    }
-    return 0;
-}
-
-int ReadNumber(double& field, std::string_view value) {
-    if (value.empty()) {
-        return JCAMPFile::StatusMissingValue;
-    }
-    field = NumberOf(value);
-    return 0;
-}
-
-int ReadFactor(double& field, std::string_view value) {
-    if (value.empty()) {
-        return JCAMPFile::StatusMissingValue;
-    }
-    const double factor = NumberOf(value);
-    if (factor == 0.0) {
-        return JCAMPFile::StatusIllegalFactor;
-    }
-    field = factor;
-    return 0;
-}
-
-int ReadPointCount(JCAMPData& block, std::string_view value) {
-    if (value.empty()) {
-        return JCAMPFile::StatusMissingValue;
-    }
-    const double count = NumberOf(value);
-    const bool possible = count >= 1.0 && count <= std::numeric_limits<int>::max();
-    if (!possible || count != std::trunc(count)) {
-        return JCAMPFile::StatusIllegalPointCount;
-    }
-    block.nPoints = static_cast<int>(count);
-    return 0;
-}
-
-// The labels that only fill the block's record.
-int ReadBlockLabel(JCAMPData& block, Label label, std::string_view value, std::string& errorText) {
-    switch (label) {
-        case Label::DataType:
-            SetDataType(block, value);
-            return 0;
-        case Label::Blocks:
-            return ReadBlockCount(block, value, errorText);
-        case Label::BlockId:
-            if (block.dataType) {
-                block.blockId = value;
-            }
-            return 0;
-        case Label::XUnits:
-            block.xUnits = value;
-            return 0;
-        case Label::YUnits:
-            block.yUnits = value;
-            return 0;
-        case Label::FirstX:
-            return ReadNumber(block.firstX, value);
-        case Label::LastX:
-            return ReadNumber(block.lastX, value);
-        case Label::DeltaX:
-            return ReadNumber(block.deltaX, value);
-        case Label::XFactor:
-            return ReadFactor(block.xFactor, value);
-        case Label::YFactor:
-            return ReadFactor(block.yFactor, value);
-        case Label::NPoints:
-            return ReadPointCount(block, value);
-        case Label::Date:
-            if (!block.dateText) {
-                block.dateText = value;
-            }
-            return 0;
-        case Label::Time:
-            AddTime(block, value);
-            return 0;
-        default:
-            return 0;
-    }
-}
-
-// The form of the data decides their class before the class label does, and refuses what can't be read.
-int ReadForm(JCAMPData& block, std::string_view form) {
-    if (form.starts_with("(X++(Y..Y))") || form.starts_with("XYDATA")) {
-        block.dataClass = JCAMPData::ClassXYData;
-    } else if (form.starts_with("(XY..XY)")) {
-        block.dataClass = JCAMPData::ClassPeakTable;
-    } else if (form.starts_with("(XA)") || form.starts_with("(XYA)") || form.starts_with("(XYMA)")) {
-        return JCAMPFile::StatusAssignments;
-    }
-    if (block.dataClass == JCAMPData::ClassRAData) {
-        return JCAMPFile::StatusRAData;
-    }
-    return block.dataClass == JCAMPData::ClassNTuples ? JCAMPFile::StatusNTuples : 0;
-}
 
 void SetX(ReadSpreadSheetData* sink, int column, double x) {
     sink->Set(column, 1, ("t " + FormatG(x)).c_str());
@@ -345,74 +111,6 @@ std::vector<float> InterPolate(const std::vector<float>& grid, const std::vector
 
 }  // namespace
 
-/**
- * The bytes of one file, read forward as a stream is: that the end is reached is known when something was
- * looked for behind it, and a stream that has failed gives no more lines.
- */
-class JCAMPStream {
-public:
-    explicit JCAMPStream(const char* path) : file(path), failed(!file.IsOpen()) {
-        bytes = {reinterpret_cast<const char*>(file.GetBytes().data()), file.GetBytes().size()};
-    }
-
-    bool IsOpen() const { return file.IsOpen(); }
-    bool HasFailed() const { return failed; }
-    bool AtEnd() const { return atEnd; }
-    std::size_t GetSize() const { return bytes.size(); }
-    std::uint64_t Tell() const { return position; }
-
-    void Seek(std::uint64_t offset) {
-        failed = !file.IsOpen() || offset > bytes.size();
-        atEnd = false;
-        position = failed ? bytes.size() : static_cast<std::size_t>(offset);
-    }
-
-    /** False when not even one byte is left. */
-    bool TakeLine(std::string_view& line) {
-        line = bytes.substr(position, MaxLineLength);
-        if (line.empty()) {
-            atEnd = failed = true;
-            return false;
-        }
-        const auto* lineFeed = static_cast<const char*>(std::memchr(line.data(), '\n', line.size()));
-        const std::size_t reach =
-            lineFeed != nullptr ? static_cast<std::size_t>(lineFeed - line.data()) : line.size();
-        const auto* carriageReturn = static_cast<const char*>(std::memchr(line.data(), '\r', reach));
-        const char* const found = carriageReturn != nullptr ? carriageReturn : lineFeed;
-        if (found == nullptr) {
-            position += line.size();
-            if (line.size() < MaxLineLength) {
-                atEnd = failed = true;
-            }
-            return true;
-        }
-        line = line.substr(0, static_cast<std::size_t>(found - line.data()));
-        position += line.size() + 1;
-        if (position == bytes.size()) {
-            atEnd = true;
-        } else if (bytes[position] == '\r' || bytes[position] == '\n') {
-            // Any two of them are one line end, two line feeds included.
-            ++position;
-        }
-        return true;
-    }
-
-    /** To the next such byte, which is left to be read. */
-    void SkipTo(char mark) {
-        position = std::min(bytes.find(mark, position), bytes.size());
-        if (position == bytes.size()) {
-            atEnd = failed = true;
-        }
-    }
-
-private:
-    MappedFile file;
-    std::string_view bytes;
-    std::size_t position = 0;
-    bool atEnd = false;
-    bool failed;
-};
-
 /** The spectrum being read, and what goes on from one to the next. */
 struct JCAMPFile::Series {
     ReadSpreadSheetData* sink = nullptr;
@@ -454,7 +152,7 @@ std::string JCAMPFile::strstrip(std::string_view text) {
     std::string stripped;
     for (const char c : text.substr(0, equals)) {
         if (!IsSpace(c) && c != '\\' && c != '/' && c != '_' && c != '-') {
-            stripped += ToUpper(c);
+            stripped += ToUpperCase(c);
         }
     }
     stripped += text.substr(equals);
@@ -510,40 +208,40 @@ int JCAMPFile::ReadLabel(std::string_view line, JCAMPStream& stream) {
     if (equals == std::string_view::npos) {
         return StatusNoTerminator;
     }
-    const Label label = FindLabel(strstrip(line.substr(0, equals + 1)));
+    const JCAMPLabel label = FindJCAMPLabel(strstrip(line.substr(0, equals + 1)));
     const std::string_view value = deblank(line.substr(equals + 1));
     switch (label) {
-        case Label::Title:
+        case JCAMPLabel::Title:
             ReadTitle(value);
             return StatusOk;
-        case Label::DataClass:
+        case JCAMPLabel::DataClass:
             if (!blocks.empty()) {
-                blocks.back().dataClass = FindClass(strstrip(value));
+                blocks.back().dataClass = FindJCAMPClass(strstrip(value));
             }
             return StatusOk;
-        case Label::Binary:
+        case JCAMPLabel::Binary:
             return StatusBinaryData;
-        case Label::End:
+        case JCAMPLabel::End:
             --depth;
             ++endsSeen;
             if (depth < 0) {
                 return StatusUnpairedTitles;
             }
             return StatusOk;
-        case Label::DataTable:
+        case JCAMPLabel::DataTable:
             return ReadDataLabel(value, stream);
-        case Label::Page:
+        case JCAMPLabel::Page:
             AddPage(value, stream);
             stream.SkipTo('#');
             return StatusOk;
-        case Label::RAData:
+        case JCAMPLabel::RAData:
             return StatusRAData;
-        case Label::XYPairs:
+        case JCAMPLabel::XYPairs:
             return StatusXYPairs;
-        case Label::Assignments:
+        case JCAMPLabel::Assignments:
             return StatusAssignments;
         default:
-            return blocks.empty() ? StatusOk : ReadBlockLabel(blocks.back(), label, value, errorText);
+            return blocks.empty() ? StatusOk : ReadJCAMPBlockLabel(blocks.back(), label, value, errorText);
     }
 }
 
@@ -571,7 +269,7 @@ void JCAMPFile::ReadTitle(std::string_view value) {
 int JCAMPFile::ReadDataLabel(std::string_view form, JCAMPStream& stream) {
     AddPage(currentFileName, stream);
     if (!blocks.empty()) {
-        const int code = ReadForm(blocks.back(), strstrip(form));
+        const int code = ReadJCAMPForm(blocks.back(), strstrip(form));
         if (code != StatusOk) {
             return code;
         }
