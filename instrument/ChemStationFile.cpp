@@ -42,7 +42,7 @@ constexpr int ShownDigits = 9;
 
 // A header may promise so many points without the bytes for them (a file may have been cut); of more, each
 // takes 2 bytes at least.
-constexpr double BelievedPoints = 1 << 20;
+constexpr double BelievedPoints = 1 << 18;
 constexpr double LeastBytesOfAPoint = 2.0;
 
 std::uint64_t DataOffset(const HPLCData& data) {
@@ -208,8 +208,9 @@ int ChemStationFile::MeasureSignal(const HPLCData& data) {
         return StatusNotChemStation;
     }
     const int cols = static_cast<int>(std::max(columns, 0.0));
-    const auto earlier = std::find_if(files.rbegin(), files.rend(),
-                                      [](const HPLCData& other) { return other.dataStart >= 1; });
+    const auto earlier = std::find_if(files.rbegin(), files.rend(), [](const HPLCData& other) {
+        return !other.isUv && other.dataStart >= 1;
+    });
     if (earlier != files.rend()) {
         if (cols != numCols) {
             return StatusStepDiffers;
