@@ -84,18 +84,17 @@ std::vector<float> InterPolate(const std::vector<float>& grid, const std::vector
                                const std::vector<float>& ys) {
     std::vector<std::pair<float, float>> points;
     for (std::size_t i = 0; i < std::min(xs.size(), ys.size()); ++i) {
-        if (ys[i] != MissingValue && !std::isnan(xs[i])) {
+        if (ys[i] != MissingValue && !std::isnan(xs[i]) && !std::isnan(ys[i])) {
             points.emplace_back(xs[i], ys[i]);
         }
     }
-    const auto before = [](const std::pair<float, float>& a, const std::pair<float, float>& b) {
-        return a.first < b.first;
-    };
-    std::stable_sort(points.begin(), points.end(), before);
+    std::sort(points.begin(), points.end());
     std::vector<float> result;
     result.reserve(grid.size());
     for (const float x : grid) {
-        const auto upper = std::lower_bound(points.begin(), points.end(), std::pair(x, 0.0F), before);
+        const auto upper =
+            std::lower_bound(points.begin(), points.end(), x,
+                             [](const auto& point, float limit) { return point.first < limit; });
         if (upper != points.end() && upper->first == x) {
             result.push_back(upper->second);
         } else if (upper == points.end() || upper == points.begin()) {
