@@ -537,13 +537,13 @@ TEST_F(BrukerOPUSTest, RealFilesHoldWhatAnIndependentReaderFound) {
         for (int column = 6; column <= truth.numPoints + 5; ++column) {
             sum += table.GetFloatValue(column, 3);
         }
-        EXPECT_NEAR(sum, spectrum.sum, 1e-6 * std::fabs(spectrum.sum));
+        EXPECT_NEAR(sum, spectrum.sumY, 1e-6 * std::fabs(spectrum.sumY));
         for (int i = 0; i < 5; ++i) {
             const auto at = static_cast<std::size_t>(i);
             EXPECT_FLOAT_EQ(static_cast<float>(table.GetFloatValue(6 + i, 3)),
-                            static_cast<float>(spectrum.firstValues[at]));
+                            static_cast<float>(spectrum.firstY[at]));
             EXPECT_FLOAT_EQ(static_cast<float>(table.GetFloatValue(truth.numPoints + 1 + i, 3)),
-                            static_cast<float>(spectrum.lastValues[at]));
+                            static_cast<float>(spectrum.lastY[at]));
         }
         ++files;
     }

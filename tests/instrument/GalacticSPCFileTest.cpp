@@ -775,13 +775,13 @@ TEST_F(GalacticSPCFileTest, RealFilesHoldWhatAnIndependentReaderFound) {
             for (int column = 4; column <= truth.numPoints + 3; ++column) {
                 sum += table.GetFloatValue(column, row);
             }
-            EXPECT_NEAR(sum, spectrum.sum, 1e-6 * std::fabs(spectrum.sum) + 1e-6) << "row " << row;
+            EXPECT_NEAR(sum, spectrum.sumY, 1e-6 * std::fabs(spectrum.sumY) + 1e-6) << "row " << row;
             for (int i = 0; i < 5; ++i) {
                 const auto at = static_cast<std::size_t>(i);
                 EXPECT_FLOAT_EQ(static_cast<float>(table.GetFloatValue(4 + i, row)),
-                                static_cast<float>(spectrum.firstValues[at]));
+                                static_cast<float>(spectrum.firstY[at]));
                 EXPECT_FLOAT_EQ(static_cast<float>(table.GetFloatValue(truth.numPoints - 1 + i, row)),
-                                static_cast<float>(spectrum.lastValues[at]));
+                                static_cast<float>(spectrum.lastY[at]));
             }
         }
         ++files;

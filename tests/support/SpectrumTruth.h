@@ -3,20 +3,26 @@
 #include <string>
 #include <vector>
 
-/** What an independent reader found in a spectral file: the file that lies beside it as NAME.truth.json. */
+/** What an independent reader found in a file of spectra: the file that lies beside it as NAME.truth.json. */
 struct SpectrumTruth {
     struct Spectrum {
         int index; /**< from 0 */
-        std::vector<double> firstValues;
-        std::vector<double> lastValues;
-        double sum;
+        std::string title;
+        int points;
+        double timeMinutes;         /**< -1 where there is none */
+        std::vector<double> firstY; /**< of the first points */
+        std::vector<double> lastY;  /**< of the last points */
+        double sumY;
     };
 
-    int numSpectra;
-    int numPoints;
-    double firstX;
-    double lastX;
-    std::vector<Spectrum> spectra; /**< some of them only */
+    int numSpectra = 0;
+    int numPoints = 0; /**< of the file's axis, where all spectra share it */
+    double firstX = 0;
+    double lastX = 0;
+    std::string xUnits;
+    std::string sample;
+    std::string yUnits;
+    std::vector<Spectrum> spectra; /**< all of them, or the first and the last */
 };
 
 /** Raises an exception when the truth can't be read. */

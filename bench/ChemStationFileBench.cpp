@@ -1,0 +1,41 @@
+#include <ostream>
+#include <string>
+
+#include "bench/ReadBench.h"
+#include "tests/support/ByteBuilder.h"
+
+namespace {
+
+constexpr int Wavelengths = 211;
+constexpr int Records = 220'000;
+
+// A .uv file of version 31: 190 to 400 nm, each spectrum an absolute value and differences from there.
+void GenerateSpectra(std::ostream& stream) {
+    ByteBuilder header;
+    header.PadTo(0x400);
+    header.Patch(0, '\2').Patch(1, '3').Patch(2, '1');
+    ByteBuilder numbers;
+    numbers.PutBig(3).PutBig(Records).PutBig(0.5);
+    std::string bytes = header.Bytes();
+    bytes.replace(0x108, 4, numbers.Bytes(), 0, 4);
+    bytes.replace(0x116, 4, numbers.Bytes(), 4, 4);
+    bytes.replace(0x13e, 8, numbers.Bytes(), 8, 8);
+    stream << bytes;
+    unsigned int state = 12345;
+    for (int record = 0; record < Records; ++record) {
+        ByteBuilder data;
+        data.U8('C').U8(0).I16(22 + 2 * Wavelengths + 4).I32(record * 400);
+        data.I16(3800).I16(8000).I16(20).I16(0).I16(4).U32(0);
+        data.I16(-0x8000).I32(record);
+        for (int i = 1; i < Wavelengths; ++i) {
+            state = state * 1664525U + 1013904223U;
+            data.I16(static_cast<int>(state >> 23) - 256);
+        }
+        stream << data.Bytes();
+    }
+}
+
+const RegisterReadBench Spectra({"chemstation_uv", "HPLC ChemStation File", "spectra.uv", GenerateSpectra,
+                                 6.0});
+
+}  // namespace

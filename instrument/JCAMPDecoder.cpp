@@ -1,0 +1,190 @@
+#include "instrument/JCAMPDecoder.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace {
+
+// Beyond any exponent that a double can hold, and far below what an int can.
+constexpr int MaxExponent = 9999;
+
+enum class Kind : std::uint8_t { Other, Space, Digit, Point, Comma, Sign, Squeezed, Difference, Duplicate };
+
+/** What a character is at the start of a value, and the digit that it stands for. */
+struct Character {
+    Kind kind = Kind::Other;
+    std::uint8_t digit = 0;
+    bool negative = false;
+};
+
+using CharacterTable = std::array<Character, 256>;
+
+constexpr void Enter(CharacterTable& table, std::string_view characters, Kind kind, unsigned int firstDigit,
+                     bool negative) {
+    for (const char c : characters) {
+        table[static_cast<unsigned char>(c)] = {kind, static_cast<std::uint8_t>(firstDigit++), negative};
+    }
+}
+
+constexpr CharacterTable MakeTable() {
+    CharacterTable table{};
+    Enter(table, " \t\n\v\f\r", Kind::Space, 0, false);
+    Enter(table, "0123456789", Kind::Digit, 0, false);
+    Enter(table, ".", Kind::Point, 0, false);
+    Enter(table, ",", Kind::Comma, 0, false);
+    Enter(table, "+", Kind::Sign, 0, false);
+    Enter(table, "-", Kind::Sign, 0, true);
+    Enter(table, "@ABCDEFGHI", Kind::Squeezed, 0, false);
+    Enter(table, "abcdefghi", Kind::Squeezed, 1, true);
+    Enter(table, "%JKLMNOPQR", Kind::Difference, 0, false);
+    Enter(table, "jklmnopqr", Kind::Difference, 1, true);
+    Enter(table, "STUVWXYZ", Kind::Duplicate, 1, false);
+    Enter(table, "s", Kind::Duplicate, 9, false);
+    return table;
+}
+
+constexpr CharacterTable Table = MakeTable();
+
+Character Classify(char c) {
+    return Table[static_cast<unsigned char>(c)];
+}
+
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// What may begin a value where only plain numbers are expected. An exponent's letter passes here and is then
+// taken for the squeezed digit that it also is: files rely on it being no error.
+bool BeginsPlainNumber(char c) {
+    return IsDigit(c) || c == '.' || c == ',' || c == 'E' || c == 'e' || c == '+' || c == '-';
+}
+
+}  // namespace
+
+void JCAMPDecoder::SkipSpace() {
+    while (cursor != end && Classify(*cursor).kind == Kind::Space) {
+        ++cursor;
+    }
+}
+
+void JCAMPDecoder::SkipSeparator() {
+    SkipSpace();
+    if (cursor != end && (*cursor == ';' || *cursor == ',')) {
+        ++cursor;
+    }
+}
+
+void JCAMPDecoder::ReadDigits(double& value) {
+    while (cursor != end && IsDigit(*cursor)) {
+        value = value * 10.0 + (*cursor - '0');
+        ++cursor;
+    }
+}
+
+void JCAMPDecoder::ReadFraction(double& value) {
+    double weight = 0.1;
+    for (; cursor != end && IsDigit(*cursor); ++cursor) {
+        value += (*cursor - '0') * weight;
+        weight *= 0.1;
+    }
+}
+
+JCAMPDecoder::Result JCAMPDecoder::ReadRepetition(Value& next) {
+    std::int64_t count = Classify(*cursor).digit;
+    for (++cursor; cursor != end && IsDigit(*cursor); ++cursor) {
+        count = std::min<std::int64_t>(count * 10 + (*cursor - '0'), std::numeric_limits<int>::max());
+    }
+    next.count = static_cast<int>(count);
+    const bool again = cursor != end && Classify(*cursor).kind == Kind::Duplicate;
+    return again ? RepeatedTwice : Decoded;
+}
+
+// The cursor stands on the letter; a sign follows, without which it would be no exponent. Whatever stands
+// behind the sign is passed over, and counts only when it is a digit.
+void JCAMPDecoder::ReadExponent(double& value) {
+    const bool negative = cursor[1] == '-';
+    cursor += 2;
+    int power = 0;
+    if (cursor != end) {
+        power = IsDigit(*cursor) ? *cursor - '0' : 0;
+        ++cursor;
+    }
+    for (; cursor != end && IsDigit(*cursor); ++cursor) {
+        power = std::min(power * 10 + (*cursor - '0'), MaxExponent);
+    }
+    const double scale = std::pow(10.0, power);
+    value = negative ? value / scale : value * scale;
+}
+
+// The digits of a number whose first character, or whose sign, was taken.
+JCAMPDecoder::Result JCAMPDecoder::ReadNumber(Value& next, bool commaSeparates) {
+    const Character first = Classify(*cursor);
+    next.value = first.digit;
+    switch (first.kind) {
+        case Kind::Point:
+            break;
+        case Kind::Sign:
+            ++cursor;
+            if (cursor == end || !(IsDigit(*cursor) || *cursor == '.' || *cursor == ',')) {
+                return IllegalCharacter;
+            }
+            break;
+        case Kind::Digit:
+        case Kind::Squeezed:
+        case Kind::Difference:
+            ++cursor;
+            break;
+        default:
+            return IllegalCharacter;
+    }
+    ReadDigits(next.value);
+    if (cursor != end && (*cursor == '.' || (*cursor == ',' && !commaSeparates))) {
+        ++cursor;
+        ReadFraction(next.value);
+    }
+    return Decoded;
+}
+
+JCAMPDecoder::Result JCAMPDecoder::Next(Value& next, Rules rules) {
+    next = Value();
+    SkipSpace();
+    if (cursor == end) {
+        next.count = 0;
+        return Decoded;
+    }
+    const Character first = Classify(*cursor);
+    if (rules.strict && *cursor != '?' && !BeginsPlainNumber(*cursor)) {
+        return NotPlain;
+    }
+    if (*cursor == '?' || first.kind == Kind::Comma) {
+        next.missing = true;
+        ++cursor;
+    } else {
+        const Result number = ReadNumber(next, rules.commaSeparates);
+        if (number != Decoded) {
+            return number;
+        }
+    }
+    if (cursor != end) {
+        if (Classify(*cursor).kind == Kind::Duplicate) {
+            const Result repetition = ReadRepetition(next);
+            if (repetition != Decoded) {
+                return repetition;
+            }
+        } else if ((*cursor == 'E' || *cursor == 'e') && end - cursor > 1 &&
+                   (cursor[1] == '+' || cursor[1] == '-')) {
+            ReadExponent(next.value);
+        }
+    }
+    if (first.negative) {
+        next.value = -next.value;
+    }
+    if (first.kind == Kind::Difference) {
+        next.count = -next.count;
+    }
+    SkipSeparator();
+    return Decoded;
+}

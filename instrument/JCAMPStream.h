@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "host/MappedFile.h"
+
+/**
+ * The bytes of one JCAMP-DX file, read forward as a stream is: that the end is reached is known when
+ * something was looked for behind it, and a stream that has failed gives no more lines.
+ */
+class JCAMPStream {
+public:
+    /** Check IsOpen afterwards. */
+    explicit JCAMPStream(const char* path);
+
+    bool IsOpen() const { return file.IsOpen(); }
+    bool HasFailed() const { return failed; }
+    bool AtEnd() const { return atEnd; }
+    std::size_t GetSize() const { return bytes.size(); }
+    std::uint64_t Tell() const { return position; }
+
+    /** To an offset from the start; the stream is as good as new there. */
+    void Seek(std::uint64_t offset);
+
+    /**
+     * The next line without its end, which is CR, LF or any two of them; a line of more than 255 bytes
+     * comes in pieces. False when not even one byte is left.
+     */
+    bool TakeLine(std::string_view& line);
+
+    /** To the next such byte, which is left to be read. */
+    void SkipTo(char mark);
+
+private:
+    MappedFile file;
+    std::string_view bytes;
+    std::size_t position = 0;
+    bool atEnd = false;
+    bool failed;
+};
