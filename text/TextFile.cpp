@@ -7,6 +7,7 @@
 
 #include "frame/OptionsText.h"
 #include "host/BinaryString.h"
+#include "host/ByteScan.h"
 #include "host/CopyMessage.h"
 #include "host/NvFile.h"
 #include "host/XMLSection.h"
@@ -137,7 +138,7 @@ char* TextFile::GetCell(char*& cursor, char* end) const {
     }
     char* const cell = cursor;
     const std::size_t width = delimiter.size();
-    char* found = width == 1 ? strchrnul(cursor, delimiter.front()) : std::strstr(cursor, delimiter.c_str());
+    char* found = width == 1 ? FindByte(cursor, end, delimiter.front()) : std::strstr(cursor, delimiter.c_str());
     if (found == nullptr || found == end) {
         cursor = end;
         return cell;
@@ -153,6 +154,10 @@ char* TextFile::GetCell(char*& cursor, char* end) const {
 }
 
 int TextFile::CountCells(char* line, char* end) const {
+    if (delimiter.size() == 1 && !ignoreConsecutive) {
+        // As below, but without stopping at each: a delimiter at the end begins no cell.
+        return static_cast<int>(CountByte(line, end, delimiter.front())) + (line != end && end[-1] != delimiter.front() ? 1 : 0);
+    }
     int count = 0;
     while (GetCell(line, end) != nullptr) {
         ++count;

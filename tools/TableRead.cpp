@@ -196,6 +196,13 @@ std::string MessageOf(SpreadsheetFile& reader) {
     return buffer;
 }
 
+void ShowWarning(const ReadRequest& request, const std::string& warning) {
+    if (!request.quiet && !warning.empty()) {
+        std::cout.flush();
+        std::cerr << "karta-import: " << request.files.front() << ": warning: " << warning << '\n';
+    }
+}
+
 void AnswerQuestions(const ReadRequest& request) {
     if (request.answerYes || request.answerNo) {
         const bool yes = request.answerYes;

@@ -34,6 +34,9 @@ std::string MessageOf(SpreadsheetFile& reader);
 /** Lets the reader's questions be answered as the request says. */
 void AnswerQuestions(const ReadRequest& request);
 
+/** Writes a reader's warning to standard error, unless the user wants it quiet. */
+void ShowWarning(const ReadRequest& request, const std::string& warning);
+
 /** A table and what the reader said about it. */
 struct TableRead {
     std::unique_ptr<TableData> table;

@@ -5,7 +5,11 @@
 #include <cstring>
 #include <exception>
 #include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
 
+#include "host/NvString.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
@@ -64,6 +68,27 @@ std::string UnderstandTab(std::string text) {
     return text;
 }
 
+std::vector<std::string> SplitList(const std::string& list) {
+    std::vector<std::string> items;
+    std::istringstream stream(list);
+    for (std::string item; std::getline(stream, item, ',');) {
+        items.push_back(item);
+    }
+    return items;
+}
+
+std::vector<int> SplitPlaces(const std::string& list) {
+    std::vector<int> places;
+    for (const std::string& item : SplitList(list)) {
+        int place = 0;
+        if (!NvString::ToInt(item, place)) {
+            throw CLI::ValidationError("--blocks takes places like 1,3, not '" + item + "'");
+        }
+        places.push_back(place);
+    }
+    return places;
+}
+
 void AddReading(CLI::App* verb, CommandLine& line) {
     ReadRequest& request = line.request;
     AddFiles(verb, line);
@@ -75,13 +100,15 @@ void AddReading(CLI::App* verb, CommandLine& line) {
             "what parts the cells of delimited text; \\t is understood")
         ->type_name("TEXT");
     verb->add_flag("--merge-delimiters", request.mergeDelimiters, "a run of delimiters counts as one");
-    verb->add_option("--sheets", request.sheets, "sheets by name or by place in info's list, comma-separated")
-        ->type_name("LIST")
-        ->delimiter(',');
+    verb->add_option_function<std::string>(
+            "--sheets", [&](const std::string& list) { request.sheets = SplitList(list); },
+            "sheets by name or by place in info's list, comma-separated")
+        ->type_name("LIST");
     verb->add_flag("--side-by-side", request.sideBySide, "sheets side by side instead of stacked");
-    verb->add_option("--blocks", request.blocks, "data blocks by place in info's list, comma-separated")
-        ->type_name("LIST")
-        ->delimiter(',');
+    verb->add_option_function<std::string>(
+            "--blocks", [&](const std::string& list) { request.blocks = SplitPlaces(list); },
+            "data blocks by place in info's list, comma-separated")
+        ->type_name("LIST");
     verb->add_option("--matrix", request.matrix, "the matrix by its place in info's list")->type_name("N");
     verb->add_option("--include", request.includes, "an X interval to keep; repeatable")
         ->type_name("A:B")
