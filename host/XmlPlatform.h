@@ -1,0 +1,118 @@
+#pragma once
+
+#include <cstddef>
+#include <initializer_list>
+#include <iosfwd>
+#include <string_view>
+#include <vector>
+
+#include <xercesc/parsers/XercesDOMParser.hpp>
+#include <xercesc/sax/EntityResolver.hpp>
+#include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/util/SecurityManager.hpp>
+#include <xercesc/util/XercesDefs.hpp>
+
+// XML out of files that nobody vouches for, read with Xerces-C. Whatever a document says, nothing outside
+// it is ever opened: no DTD, no entity, no schema, no address. What a document's own DTD declares is held
+// within bounds, so that a small file can't grow into a large one.
+
+/** Keeps the XML library running for as long as it lives; several may live at a time. */
+class XmlPlatform {
+public:
+    XmlPlatform();
+    XmlPlatform(const XmlPlatform&) = delete;
+    XmlPlatform& operator=(const XmlPlatform&) = delete;
+    ~XmlPlatform();
+};
+
+/**
+ * Hands out texts that the program holds itself, and an empty text for everything else. A text is meant
+ * when its name occurs anywhere in the system identifier; the first that fits is taken.
+ */
+class ClosedEntityResolver : public xercesc::EntityResolver {
+public:
+    /** Both are literals: they are not copied. */
+    struct KnownText {
+        std::string_view name;
+        std::string_view text;
+    };
+
+    ClosedEntityResolver() = default;
+    ClosedEntityResolver(std::initializer_list<KnownText> knownTexts) : texts(knownTexts) {}
+    xercesc::InputSource* resolveEntity(const XMLCh* publicId, const XMLCh* systemId) override;
+
+private:
+    std::vector<KnownText> texts;
+};
+
+/** Adds up what a document's DTD declares and raises SAXException when it is more than any real one has. */
+class XmlDeclarationBudget {
+public:
+    /** The entities' texts together, in characters. */
+    static constexpr std::size_t MaxEntityText = 65536;
+    /** How often entities may be used in one document, those inside others included. */
+    static constexpr std::size_t MaxEntityExpansions = 1000;
+    /** A parameter entity may be used without end, so it has to be short and must not use others. */
+    static constexpr std::size_t MaxParameterEntityText = 256;
+    /** Every element is looked through for all attributes that are declared for it. */
+    static constexpr std::size_t MaxAttributes = 64;
+    static constexpr std::size_t MaxDefaultText = 256;
+
+    /** `attributes` is for documents whose DTD the program itself brings along. */
+    explicit XmlDeclarationBudget(std::size_t attributes = MaxAttributes) : attributesLeft(attributes) {}
+
+    /** `value` may be null, as it is for external ones. */
+    void AddEntity(const XMLCh* value, bool isParameterEntity);
+    void AddAttribute(const XMLCh* defaultValue);
+
+private:
+    std::size_t entityTextLeft = MaxEntityText;
+    std::size_t attributesLeft;
+    std::size_t defaultTextLeft = MaxDefaultText;
+};
+
+/**
+ * The base of handlers for ParseXml. Derived classes override startElement, endElement, characters and
+ * so on; an exception raised in them ends the parse.
+ */
+class XmlHandler : public xercesc::DefaultHandler {
+public:
+    xercesc::InputSource* resolveEntity(const XMLCh* publicId, const XMLCh* systemId) override;
+    void internalEntityDecl(const XMLCh* name, const XMLCh* value) override;
+    void attributeDecl(const XMLCh* element, const XMLCh* attribute, const XMLCh* type, const XMLCh* mode,
+                       const XMLCh* value) override;
+
+private:
+    ClosedEntityResolver resolver;
+    XmlDeclarationBudget budget;
+};
+
+/**
+ * Parses a document in one go, without namespaces: names keep their prefixes as written. False when it
+ * isn't well-formed, goes beyond the bounds, or when the stream failed; the handler has then seen the part
+ * before. Wants an XmlPlatform; raises nothing but what the handler raises as a std::exception.
+ */
+bool ParseXml(std::istream& stream, XmlHandler& handler);
+
+/**
+ * A DOM parser that opens nothing and keeps a document's declarations within bounds. Entities are
+ * resolved as `entityResolver` says, which stays the caller's; null hands out empty texts. Failures are
+ * exceptions (SAXException, XMLException), unless an error handler is set that lets them pass.
+ */
+class BoundedDomParser : public xercesc::XercesDOMParser {
+public:
+    explicit BoundedDomParser(xercesc::EntityResolver* entityResolver = nullptr,
+                              std::size_t attributes = XmlDeclarationBudget::MaxAttributes);
+    ~BoundedDomParser() override;
+
+    void entityDecl(const xercesc::DTDEntityDecl& declaration, bool isParameterEntity,
+                    bool isIgnored) override;
+    void attDef(const xercesc::DTDElementDecl& element, const xercesc::DTDAttDef& attribute,
+                bool isIgnored) override;
+
+private:
+    xercesc::SecurityManager limits;
+    ClosedEntityResolver closedResolver;
+    xercesc::DefaultHandler throwingHandler;
+    XmlDeclarationBudget budget;
+};
