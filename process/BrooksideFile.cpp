@@ -16,6 +16,7 @@
 #include "process/BrooksidePhases.h"
 #include "process/BrooksideSamples.h"
 #include "process/BrooksideTransition.h"
+#include "process/BrooksideWarnings.h"
 
 namespace {
 
@@ -24,9 +25,6 @@ constexpr std::string_view MissingDuration = "-999";
 
 // The mark of the set-point line is compared in its first five characters only; files rely on it.
 constexpr std::string_view SetPointMark = "SetPo";
-
-// How many names a fact about the log spells out.
-constexpr std::size_t MaxListedNames = 20;
 
 using IDSet = std::set<std::string, LessIgnoringCase>;
 
@@ -77,15 +75,6 @@ void AddCentering(std::map<std::string, float>& centering, std::string_view line
     }
 }
 
-// The first few of many names, and how many there are.
-std::string ListNames(const std::vector<std::string>& names, std::size_t count) {
-    std::string text = std::to_string(count);
-    for (std::size_t i = 0; i < std::min(names.size(), MaxListedNames); ++i) {
-        text += (i == 0 ? ": " : ", ") + names[i];
-    }
-    return count > MaxListedNames ? text + ", ..." : text;
-}
-
 void AddCount(std::vector<FileContents::Fact>& facts, const char* name, int count, const char* what) {
     if (count > 0) {
         facts.emplace_back(name, std::to_string(count) + what);
@@ -117,13 +106,13 @@ void ListDataFiles(std::vector<FileContents::Fact>& facts, const BrooksideFileSe
     facts.emplace_back("data files", std::to_string(count));
     if (!unreadable.empty()) {
         facts.emplace_back("data files missing or without a header",
-                           ListNames(unreadable, unreadable.size()));
+                           ListBrooksideNames(unreadable, unreadable.size()));
     }
     std::vector<std::string> names;
     for (const auto& [name, col] : header.GetVariables()) {
         names.push_back(name);
     }
-    facts.emplace_back("variables", ListNames(names, names.size()));
+    facts.emplace_back("variables", ListBrooksideNames(names, names.size()));
 }
 
 }  // namespace
@@ -308,7 +297,7 @@ void BrooksideFile::AddPhase(LogRead& log, int phase, const char* dataFile, cons
         FailWith(StatusForeignFile);
     }
     if (*duration == MissingDuration) {
-        if (++log.countWithoutData <= MaxListedNames) {
+        if (++log.countWithoutData <= MaxListedBrooksideNames) {
             log.phasesWithoutData.push_back(NvString::Format("%s phase %i", wafer, phase));
         }
         AddBrooksideWarning(
@@ -508,7 +497,7 @@ std::vector<FileContents::Fact> BrooksideFile::ListFacts() {
     ListDataFiles(facts, *fileSet, log.chamber.value_or('\0'), log.phases.GetEntries());
     if (log.countWithoutData > 0) {
         facts.emplace_back("skipped phases, all data missing",
-                           ListNames(log.phasesWithoutData, log.countWithoutData));
+                           ListBrooksideNames(log.phasesWithoutData, log.countWithoutData));
     }
     const BrooksideTransition::Skipped& skipped = log.transition.GetSkipped();
     AddCount(facts, "skipped", skipped.unknown, " wafer(s) with the ID 'unknown'");

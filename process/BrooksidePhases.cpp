@@ -64,8 +64,9 @@ std::int64_t BrooksidePhases::AssignRows() {
             entries[i].outOfOrder = entries[start].outOfOrder;
             run.push_back(&entries[i]);
         }
-        std::stable_sort(run.begin(), run.end(), [](const PhaseEntry* left, const PhaseEntry* right) {
-            return left->phase < right->phase;
+        // Phases of one number, as a wafer that comes twice has them, stay in their order.
+        std::sort(run.begin(), run.end(), [](const PhaseEntry* left, const PhaseEntry* right) {
+            return left->phase != right->phase ? left->phase < right->phase : left < right;
         });
         for (PhaseEntry* entry : run) {
             entry->firstRow = row;

@@ -10,6 +10,7 @@
 #include "process/BrooksideFields.h"
 #include "process/BrooksideFile.h"
 #include "process/BrooksideTransition.h"
+#include "process/BrooksideWarnings.h"
 
 namespace {
 
@@ -20,9 +21,6 @@ constexpr float MissingMark = -999.0F;
 // Lines of data files that aren't there can't be checked against a size, so all of them together are
 // believed up to the length of a very long log.
 constexpr std::int64_t MaxRowsWithoutData = 1'000'000;
-
-// A warning of this length has said enough; lines of a few bytes can each give hundreds of long texts.
-constexpr std::size_t MaxWarningSize = 16'000'000;
 
 char ToUpper(char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
@@ -70,12 +68,6 @@ bool TakeField(std::string_view& rest, bool& more, std::string_view& field) {
 }
 
 }  // namespace
-
-void AddBrooksideWarning(std::string& warnings, std::string_view text) {
-    if (warnings.size() < MaxWarningSize) {
-        warnings += text;
-    }
-}
 
 // Four lines; the number N; N + 1 lines; the header.
 void BrooksideHeader::Read(BrooksideStream& stream, const std::string& dataFile) {

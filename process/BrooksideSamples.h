@@ -75,6 +75,3 @@ private:
     std::int64_t tableEnd = 0;
     std::string fileName;  // of the data file being read
 };
-
-/** Adds to a warning text, which has an end even for a log that is wrong in every line. */
-void AddBrooksideWarning(std::string& warnings, std::string_view text);
