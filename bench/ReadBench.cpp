@@ -120,18 +120,26 @@ double PeakMemoryOf(const std::function<void()>& work) {
 }
 
 RegisterReadBench::RegisterReadBench(const ReadBench& bench) {
-    benchmark::RegisterBenchmark((bench.name + "/md5sum").c_str(), [bench](benchmark::State& state) {
-        const std::string path = FileOf(bench);
-        for (auto _ : state) {
-            state.SetIterationTime(SecondsOfMd5sum(path));
-        }
-    })->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark((bench.name + "/counting").c_str(), [bench](benchmark::State& state) {
-        Measure<CountingSink>(state, bench, bench.targetCounting);
-    })->MinTime(0.5)->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark((bench.name + "/table").c_str(), [bench](benchmark::State& state) {
-        Measure<TableData>(state, bench, bench.targetTable);
-    })->MinTime(0.5)->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark((bench.name + "/md5sum").c_str(),
+                                 [bench](benchmark::State& state) {
+                                     const std::string path = FileOf(bench);
+                                     for (auto _ : state) {
+                                         state.SetIterationTime(SecondsOfMd5sum(path));
+                                     }
+                                 })
+        ->UseManualTime()
+        ->Iterations(1)
+        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark(
+        (bench.name + "/counting").c_str(),
+        [bench](benchmark::State& state) { Measure<CountingSink>(state, bench, bench.targetCounting); })
+        ->MinTime(0.5)
+        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark(
+        (bench.name + "/table").c_str(),
+        [bench](benchmark::State& state) { Measure<TableData>(state, bench, bench.targetTable); })
+        ->MinTime(0.5)
+        ->Unit(benchmark::kMillisecond);
 }
 
 BENCHMARK_MAIN();

@@ -216,8 +216,9 @@ void ImportDLLLoader::RemoveFormat(const char* formatName) {
     }
     void* module = old->module;
     instances.erase(old);
-    const bool stillUsed = std::any_of(instances.begin(), instances.end(),
-                                       [&](const InstanceInfo& instance) { return instance.module == module; });
+    const bool stillUsed = std::any_of(instances.begin(), instances.end(), [&](const InstanceInfo& instance) {
+        return instance.module == module;
+    });
     if (!stillUsed) {
         ReleaseDLL(module);
     }

@@ -30,7 +30,7 @@ OutputFile::OutputFile(const std::string& path) : target(path) {
     if (const auto real = std::filesystem::canonical(path, unknown); !unknown) {
         target = real.string();
     }
-    struct stat info {};
+    struct stat info{};
     const bool exists = stat(target.c_str(), &info) == 0;
     if (exists && !S_ISREG(info.st_mode)) {
         descriptor = open(target.c_str(), O_WRONLY | O_CLOEXEC);

@@ -42,7 +42,7 @@ private:
     void Discard();
 
     std::string target;
-    std::string temporary; // empty when written directly
+    std::string temporary;  // empty when written directly
     int descriptor = -1;
     bool failed = true;
     int error = 0;

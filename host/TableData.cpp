@@ -59,7 +59,9 @@ void TableData::GrowRow(Row& row, int count) {
         row.capacity = count;
         return;
     }
-    int room = row.cells == nullptr ? count : std::max(count, std::max(MinRowCells, std::min(row.capacity, numCols / 2) * 2));
+    int room = row.cells == nullptr
+                   ? count
+                   : std::max(count, std::max(MinRowCells, std::min(row.capacity, numCols / 2) * 2));
     if (count < numCols && static_cast<std::int64_t>(numCols) * numRows <= DenseCells) {
         room = numCols;
     }
@@ -191,7 +193,8 @@ std::int64_t TableData::GetInt64(int col, int row) const {
 }
 
 float TableData::GetFloat(int col, int row) const {
-    return GetKind(col, row) == Float ? std::bit_cast<float>(static_cast<std::uint32_t>(GetContent(col, row))) : 0.0F;
+    return GetKind(col, row) == Float ? std::bit_cast<float>(static_cast<std::uint32_t>(GetContent(col, row)))
+                                      : 0.0F;
 }
 
 double TableData::GetFloatValue(int col, int row) {

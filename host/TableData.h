@@ -66,8 +66,8 @@ private:
     using Cell = std::uint64_t;
     struct Row {
         Cell* cells = nullptr;
-        int count = 0;    // cells in use
-        int capacity = 0; // cells that there is room for
+        int count = 0;     // cells in use
+        int capacity = 0;  // cells that there is room for
     };
 
     void Put(int col, int row, Kind kind, std::uint64_t content);

@@ -75,8 +75,8 @@ Target ChooseTarget(const FormatCatalogue& formats, const std::string& output, c
     if (!target.form) {
         target.format = WritingFormat(formats, name);
         if (target.format == 0) {
-            throw Failure(output + ": no way is known to write '" + name + "'; name one with --to: " +
-                              WritableNames(formats),
+            throw Failure(output + ": no way is known to write '" + name +
+                              "'; name one with --to: " + WritableNames(formats),
                           ExitUsage);
         }
     }
@@ -107,7 +107,8 @@ void WriteWithFormat(const FormatCatalogue& formats, int format, TableData& tabl
     const auto writer = formats.MakeReader(format);
     Utf8Source source(table);
     writer->Open(false, path.c_str(), nullptr);
-    if (writer->GetStatus() != SpreadsheetFile::StatusOk || writer->Write(&source) != SpreadsheetFile::StatusOk) {
+    if (writer->GetStatus() != SpreadsheetFile::StatusOk ||
+        writer->Write(&source) != SpreadsheetFile::StatusOk) {
         throw Failure(path + ": could not be written: " + MessageOf(*writer));
     }
     writer->Close();
@@ -131,7 +132,8 @@ void CopyToStandardOutput(const FormatCatalogue& formats, int format, TableData&
 
 void WriteForm(TableData& table, TableForm form, const std::string& output) {
     const bool toStandardOutput = output == StandardOutput;
-    const auto file = toStandardOutput ? std::make_unique<OutputFile>(STDOUT_FILENO) : std::make_unique<OutputFile>(output);
+    const auto file =
+        toStandardOutput ? std::make_unique<OutputFile>(STDOUT_FILENO) : std::make_unique<OutputFile>(output);
     if (!file->HasFailed()) {
         WriteTable(table, form, *file);
     }

@@ -16,7 +16,7 @@ namespace {
 /** All that is said about a selection. */
 struct Report {
     std::string format;
-    std::string reason; // why this format
+    std::string reason;  // why this format
     int rows = 0;
     int cols = 0;
     std::vector<FileContents::Fact> facts;
@@ -78,8 +78,8 @@ std::string SizeOf(const FileContents::Part& part) {
 }
 
 void WriteLine(const std::string& name, const std::string& value) {
-    std::cout << name << std::string(std::max<std::size_t>(name.size(), 10) + 2 - name.size(), ' ') << AsUtf8(value)
-              << '\n';
+    std::cout << name << std::string(std::max<std::size_t>(name.size(), 10) + 2 - name.size(), ' ')
+              << AsUtf8(value) << '\n';
 }
 
 void WriteText(const ReadRequest& request, const Report& report) {
@@ -94,7 +94,8 @@ void WriteText(const ReadRequest& request, const Report& report) {
     for (std::size_t i = 0; i < report.parts.size(); ++i) {
         const FileContents::Part& part = report.parts[i];
         std::string text = part.name;
-        for (const std::string& more : {SizeOf(part), part.detail, std::string(part.hidden ? "hidden" : "")}) {
+        for (const std::string& more :
+             {SizeOf(part), part.detail, std::string(part.hidden ? "hidden" : "")}) {
             text += more.empty() ? "" : ", " + more;
         }
         WriteLine(part.kind + " " + std::to_string(i + 1), text);

@@ -27,15 +27,17 @@ std::size_t TerminalWidth() {
     }
     int columns = 0;
     const char* wanted = std::getenv("COLUMNS");
-    return wanted != nullptr && NvString::ToInt(wanted, columns) && columns > 0 ? static_cast<std::size_t>(columns)
-                                                                                 : UsualWidth;
+    return wanted != nullptr && NvString::ToInt(wanted, columns) && columns > 0
+               ? static_cast<std::size_t>(columns)
+               : UsualWidth;
 }
 
 // What would move the cursor is shown as a blank.
 std::string CellText(TableData& table, int col, int row) {
     std::string text = AsUtf8(table.GetString(col, row));
-    std::replace_if(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; },
-                    ' ');
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; },
+        ' ');
     if (CountCharacters(text) > MaxCellWidth) {
         text = std::string(FirstCharacters(text, MaxCellWidth - 1)) + "\u2026";
     }
@@ -91,6 +93,18 @@ std::vector<Column> FittingColumns(TableData& table, int rows, std::size_t gutte
     return columns;
 }
 
+std::string Counted(int count, const char* noun) {
+    return std::to_string(count) + " more " + noun + (count == 1 ? "" : "s");
+}
+
+void SayWhatIsLeftOut(int rows, int cols) {
+    if (rows > 0 && cols > 0) {
+        std::cout << "(" << Counted(rows, "row") << " and " << Counted(cols, "column") << ")\n";
+    } else if (rows > 0 || cols > 0) {
+        std::cout << "(" << (rows > 0 ? Counted(rows, "row") : Counted(cols, "column")) << ")\n";
+    }
+}
+
 void ShowHead(TableData& table, int maxRows) {
     const int rows = std::min(maxRows, table.GetNumberOfRows());
     const std::size_t gutter = std::to_string(rows).size();
@@ -104,11 +118,7 @@ void ShowHead(TableData& table, int maxRows) {
         line.erase(line.find_last_not_of(' ') + 1);
         std::cout << line << '\n';
     }
-    const auto shownCols = static_cast<int>(columns.size());
-    if (rows < table.GetNumberOfRows() || shownCols < table.GetNumberOfColumns()) {
-        std::cout << "(" << rows << " of " << table.GetNumberOfRows() << " rows and " << shownCols << " of "
-                  << table.GetNumberOfColumns() << " columns; the rest is left out)\n";
-    }
+    SayWhatIsLeftOut(table.GetNumberOfRows() - rows, table.GetNumberOfColumns() - static_cast<int>(columns.size()));
 }
 
 }  // namespace
