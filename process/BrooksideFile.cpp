@@ -105,8 +105,8 @@ void ListDataFiles(std::vector<FileContents::Fact>& facts, const BrooksideFileSe
     }
     facts.emplace_back("data files", std::to_string(count));
     if (!unreadable.empty()) {
-        facts.emplace_back("data files missing or without a header",
-                           ListBrooksideNames(unreadable, unreadable.size()));
+        facts.emplace_back("missing", "data files not there or without a header, " +
+                                          ListBrooksideNames(unreadable, unreadable.size()));
     }
     std::vector<std::string> names;
     for (const auto& [name, col] : header.GetVariables()) {
@@ -415,13 +415,21 @@ int BrooksideFile::Read(ReadSpreadSheetData* sink) {
     return status;
 }
 
-int BrooksideFile::GetCentering(std::map<std::string, float>& centering) {
+// False with a status: the one before, or that of a text that can't be opened.
+bool BrooksideFile::OpenCentering(BrooksideStream& stream) {
     if (status != StatusOk) {
-        return status;
+        return false;
     }
-    BrooksideStream stream = OpenOwnText();
+    stream = OpenOwnText();
     if (!stream.IsOpen()) {
         status = StatusOpenFailed;
+    }
+    return stream.IsOpen();
+}
+
+int BrooksideFile::GetCentering(std::map<std::string, float>& centering) {
+    BrooksideStream stream;
+    if (!OpenCentering(stream)) {
         return status;
     }
     try {
@@ -439,12 +447,8 @@ int BrooksideFile::GetCentering(std::map<std::string, float>& centering) {
 }
 
 int BrooksideFile::GetCentering(std::string& first, std::string& second, std::string& third, float& value) {
-    if (status != StatusOk) {
-        return status;
-    }
-    BrooksideStream stream = OpenOwnText();
-    if (!stream.IsOpen()) {
-        status = StatusOpenFailed;
+    BrooksideStream stream;
+    if (!OpenCentering(stream)) {
         return status;
     }
     std::string line;
@@ -490,14 +494,14 @@ std::vector<FileContents::Fact> BrooksideFile::ListFacts() {
     facts.emplace_back("wafers", std::to_string(scan.waferIndex.size()));
     facts.emplace_back("phases", std::to_string(log.transition.GetNumberOfPhases()));
     const std::int64_t lastRow = log.phases.AssignRows();
-    facts.emplace_back("sample rows", std::to_string(std::max<std::int64_t>(lastRow - 1, 0)));
+    facts.emplace_back("samples", std::to_string(std::max<std::int64_t>(lastRow - 1, 0)));
     if (log.chamber.has_value()) {
         facts.emplace_back("chamber", std::string(1, *log.chamber));
     }
     ListDataFiles(facts, *fileSet, log.chamber.value_or('\0'), log.phases.GetEntries());
     if (log.countWithoutData > 0) {
-        facts.emplace_back("skipped phases, all data missing",
-                           ListBrooksideNames(log.phasesWithoutData, log.countWithoutData));
+        facts.emplace_back("skipped", "phases whose data are all missing, " +
+                                          ListBrooksideNames(log.phasesWithoutData, log.countWithoutData));
     }
     const BrooksideTransition::Skipped& skipped = log.transition.GetSkipped();
     AddCount(facts, "skipped", skipped.unknown, " wafer(s) with the ID 'unknown'");

@@ -118,6 +118,7 @@ private:
     void ReadLog(ReadSpreadSheetData& sink);
     void FinishTable(ReadSpreadSheetData& sink, const LogRead& log, const BrooksideSamples& samples);
     BrooksideStream OpenOwnText() const;
+    bool OpenCentering(BrooksideStream& stream);
 
     using IDMap = std::map<std::string, int, LessIgnoringCase>;
 

@@ -575,7 +575,7 @@ std::vector<FileContents::Fact> BrooksideXML::ListFacts() {
     }
     facts.emplace_back("wafers", std::to_string(wafers.size()));
     facts.emplace_back("phases", std::to_string(phases));
-    facts.emplace_back("sample rows", std::to_string(CountTableRows() - NameRow));
+    facts.emplace_back("samples", std::to_string(CountTableRows() - NameRow));
     facts.emplace_back("raw texts", std::to_string(rawData.size()));
     facts.emplace_back("variables",
                        ListBrooksideNames({variables.begin(), variables.end()}, variables.size()));

@@ -621,10 +621,11 @@ TEST_F(BrooksideFileTest, FactsTellWhatIsSkippedAndWhy) {
     for (const auto& [name, value] : reader->ListFacts()) {
         facts += name + "=" + value + "\n";
     }
-    EXPECT_EQ(facts,
-              "wafers=2\nphases=2\nsample rows=4\nchamber=A\ndata files=2\n"
-              "data files missing or without a header=1: lot2.dat\nvariables=1: A_Press\n"
-              "skipped phases, all data missing=1: W01 phase 2\nskipped=1 wafer(s) with the ID 'none'\n");
+    EXPECT_EQ(
+        facts,
+        "wafers=2\nphases=2\nsamples=4\nchamber=A\ndata files=2\n"
+        "missing=data files not there or without a header, 1: lot2.dat\nvariables=1: A_Press\n"
+        "skipped=phases whose data are all missing, 1: W01 phase 2\nskipped=1 wafer(s) with the ID 'none'\n");
     // Looking isn't reading.
     EXPECT_EQ(reader->GetWarningMessage(), nullptr);
     EXPECT_EQ(reader->GetLotStringVector()->GetSize(), 0);

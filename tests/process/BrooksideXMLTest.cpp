@@ -588,10 +588,9 @@ TEST_F(BrooksideXMLTest, FactsTellWhatTheDocumentHolds) {
     for (const auto& [name, value] : reader.ListFacts()) {
         facts += name + "=" + value + "\n";
     }
-    EXPECT_EQ(
-        facts,
-        "wafers=1\nphases=2\nsample rows=2\nraw texts=1\nvariables=1: A\nequipment=ETCH04\nrecipe=ETCH-7\n"
-        "skipped=1 background phase(s)\n");
+    EXPECT_EQ(facts,
+              "wafers=1\nphases=2\nsamples=2\nraw texts=1\nvariables=1: A\nequipment=ETCH04\nrecipe=ETCH-7\n"
+              "skipped=1 background phase(s)\n");
 }
 
 TEST_F(BrooksideXMLTest, DamagedDocumentsEndInAStatusOrTheOneException) {
