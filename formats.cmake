@@ -16,3 +16,7 @@ karta_format(instrument/GalacticSPCFile instrument/SPCDate CASES spc)
 karta_format(instrument/USDBase instrument/USDOptions)
 karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPLabels instrument/JCAMPStream CASES jcamp)
 karta_format(instrument/ChemStationFile CASES chemstation)
+karta_format(process/BrooksideFile process/BrooksideFields process/BrooksideFileSet process/BrooksidePhases
+             process/BrooksideSamples process/BrooksideStream process/BrooksideTransition process/BrooksideWarnings
+             process/SAReadBrooksideData CASES brookside)
+karta_format(process/BrooksideXML process/BrooksideDom process/BrooksideGrammar process/BufferReader CASES brooksidexml)

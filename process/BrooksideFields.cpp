@@ -1,0 +1,31 @@
+#include "process/BrooksideFields.h"
+
+#include "host/NumberParser.h"
+
+void BrooksideFields::Split(std::string_view line) {
+    fields.clear();
+    bool more = !line.empty();
+    while (more) {
+        const std::size_t tab = line.find('\t');
+        fields.push_back(line.substr(0, tab));
+        more = tab != std::string_view::npos;
+        line.remove_prefix(more ? tab + 1 : line.size());
+    }
+}
+
+std::string_view BrooksideFields::GetText(int field) const {
+    const std::string_view* text = Get(field);
+    return text == nullptr ? std::string_view() : *text;
+}
+
+int ToLeadingInt(std::string_view text) {
+    int value = 0;
+    ParseInt(text, value);
+    return value;
+}
+
+double ToLeadingDouble(std::string_view text) {
+    double value = 0.0;
+    ParseDouble(text, value);
+    return value;
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+/** The fields of one line of a process log, parted by single tabs and counted from 1. */
+class BrooksideFields {
+public:
+    /** The line must outlive the fields. An empty line has none. */
+    void Split(std::string_view line);
+
+    int GetCount() const { return static_cast<int>(fields.size()); }
+    /** Null when the line has fewer fields. */
+    const std::string_view* Get(int field) const {
+        return field >= 1 && field <= GetCount() ? &fields[static_cast<std::size_t>(field) - 1] : nullptr;
+    }
+    /** The empty text when the line has fewer fields. */
+    std::string_view GetText(int field) const;
+
+private:
+    std::vector<std::string_view> fields;
+};
+
+/** The whole number at the start of a text; 0 when there is none. Held to the range of int. */
+int ToLeadingInt(std::string_view text);
+/** The number at the start of a text; 0 when there is none. */
+double ToLeadingDouble(std::string_view text);

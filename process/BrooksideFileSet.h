@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "host/LessIgnoringCase.h"
+#include "process/BrooksideStream.h"
+
+/**
+ * Finds the texts of one process log by their names: the transition file itself and the data files that it
+ * names. They are files of one folder (.trn), blocks of one package file (.pkg), or blocks of a package
+ * text in memory. The constructors raise Exception when there is no such log.
+ *
+ * A package is one text with blocks between tags: a name in <trn_file_name>, the transition file in
+ * <trn_file>, and then any number of <data_file_name> and <data_file>. It ends at its first NUL. Of two
+ * data files of one name the later counts.
+ */
+class BrooksideFileSet {
+public:
+    /** What a package text in memory holds. */
+    enum PackageKind { PackageOfLog, PackageOfCenterFiles };
+
+    /** The log at a path, by its extension. A transition file need not be there yet. */
+    explicit BrooksideFileSet(const std::string& path);
+    /**
+     * A package text in memory, ended by a NUL, that stays the caller's and must outlive the set. Of centre
+     * files the first is known by `name`, the second (or the only one) by the empty name.
+     */
+    BrooksideFileSet(const char* text, const std::string& name, PackageKind kind);
+
+    /** A stream over the text of a name, in any case; not open when there is none. */
+    BrooksideStream OpenText(const std::string& name) const;
+    /** How many bytes the text of a name has; 0 when there is none. */
+    std::uint64_t GetSize(const std::string& name) const;
+
+private:
+    struct Region {
+        std::size_t start;
+        std::size_t length;
+    };
+    struct Block {
+        std::string name;  // without the folder
+        Region region;
+    };
+
+    bool IsOwnName(const std::string& name) const;
+    std::string PathOf(const std::string& name) const;
+    void ReadPackage();
+    void FindLog();
+    void FindCenterFiles();
+    bool FindBlock(std::string_view kind, std::size_t from, Block& block) const;
+    bool FindContent(std::string_view tag, std::size_t from, Region& region) const;
+
+    bool isPlainFile = false;
+    std::unique_ptr<char[]> ownedText;  // null for a plain file and for a text in memory
+    std::string_view packageText;
+    std::string ownName;
+    std::string directory;
+    std::map<std::string, Region, LessIgnoringCase> regions;
+};

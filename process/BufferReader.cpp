@@ -1,0 +1,68 @@
+#include "process/BufferReader.h"
+
+#include "host/Exception.h"
+#include "host/NvString.h"
+
+namespace {
+
+bool IsLineEnd(char c) {
+    return c == '\r' || c == '\n';
+}
+
+}  // namespace
+
+void BufferReader::Init(std::string_view text, const std::string& name) {
+    cursor = text.data();
+    end = text.data() + text.size();
+    while (cursor != end && IsLineEnd(*cursor)) {
+        ++cursor;
+    }
+    sectionName = name;
+    fields.clear();
+    lineCount = 0;
+}
+
+// Up to the tab or the line end behind the field. What stands behind a closing quote is dropped.
+void BufferReader::TakeField() {
+    const auto endsField = [](char c) { return c == '\t' || IsLineEnd(c); };
+    while (cursor != end && *cursor == ' ') {
+        ++cursor;
+    }
+    if (cursor != end && *cursor == '"') {
+        ++cursor;
+    }
+    const char* const start = cursor;
+    while (cursor != end && *cursor != '"' && !endsField(*cursor)) {
+        ++cursor;
+    }
+    fields.emplace_back(start, static_cast<std::size_t>(cursor - start));
+    while (cursor != end && !endsField(*cursor)) {
+        ++cursor;
+    }
+}
+
+bool BufferReader::NextLine() {
+    if (cursor == end) {
+        return false;
+    }
+    fields.clear();
+    TakeField();
+    while (cursor != end && *cursor == '\t') {
+        ++cursor;
+        TakeField();
+    }
+    while (cursor != end && IsLineEnd(*cursor)) {
+        ++cursor;
+    }
+    ++lineCount;
+    return true;
+}
+
+const char* BufferReader::GetField(int n) {
+    if (n < 1 || n > CountFields()) {
+        throw Exception(
+            NvString::Format("Column %i not found on line %i in %s.", n, lineCount, sectionName.c_str()));
+    }
+    copy = fields[static_cast<std::size_t>(n) - 1];
+    return copy.c_str();
+}
