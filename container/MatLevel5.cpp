@@ -201,8 +201,12 @@ int Matlab5Reader::ReadIndices(std::vector<std::int32_t>& indices) {
     return 0;
 }
 
-// Every entry must lie in the array, and a column's entries must follow those of the column before.
+// Every entry must lie in the array, and a column's entries must follow those of the column before. The
+// table may be far larger than the file's bytes: it is held to what a compressed part may grow to.
 int Matlab5Reader::CheckIndices(const MatFile::msMatrix& matrix) const {
+    if (CellsOf(matrix) > NvSystemInfo::GetInflateLimit() / sizeof(double)) {
+        return MatFile::StatusCorrupt;
+    }
     if (matrix.rows < 0 || matrix.columns < 0 ||
         columnStarts.size() <= static_cast<std::size_t>(matrix.columns)) {
         return MatFile::StatusCorrupt;
@@ -257,10 +261,6 @@ int Matlab5Reader::ReadSparse(ReadSpreadSheetData* sink, const MatFile::msMatrix
     }
     if (tag.type != MatUInt32 && tag.type != MatSingle) {
         return MatFile::StatusDataType;
-    }
-    // The zeros may be far more than the file's bytes: they are held to what a compressed part may grow to.
-    if (CellsOf(matrix) > NvSystemInfo::GetInflateLimit() / sizeof(double)) {
-        return MatFile::StatusCorrupt;
     }
     for (int column = 1; column <= matrix.columns; ++column) {
         for (int row = 1; row <= matrix.rows; ++row) {
