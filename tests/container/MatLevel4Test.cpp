@@ -2,7 +2,6 @@
 
 #include <bit>
 #include <limits>
-#include <memory>
 
 #include "container/MatFile.h"
 #include "host/NvSystemInfo.h"
@@ -10,8 +9,8 @@
 #include "tests/container/MatBuilder.h"
 #include "tests/support/Damage.h"
 #include "tests/support/ReadTrace.h"
-#include "tests/support/SharedData.h"
 #include "tests/support/TempFolder.h"
+#include "tests/support/Verdict.h"
 
 namespace {
 
@@ -233,6 +232,11 @@ TEST_F(MatLevel4Test, FileTestsComeInOrder) {
     EXPECT_EQ(Opened(std::string("MATLAB 4.2 MAT-file, Platform")), "0x401");
     EXPECT_EQ(Opened(std::string("# Created by Octave 5.2.0")), "0x401");
     EXPECT_EQ(Opened(std::string("7,8,9\n10,11,12\n13,14,15\n")), "0x401");
+}
+
+TEST_F(MatLevel4Test, NoFileIsProvedToBeAMatFile) {
+    EXPECT_EQ(VerdictOf(Format, folder.Write("data.mat", Square())), KindUnknown);
+    EXPECT_EQ(VerdictOf(Format, folder.Path("none.mat")), KindUnknown);
 }
 
 TEST_F(MatLevel4Test, HeadThatIsTextEndsAtItsFirstNul) {
