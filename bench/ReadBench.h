@@ -6,9 +6,9 @@
 
 /** One large generated file and how to read it. */
 struct ReadBench {
-    std::string name;      /**< the benchmark's name */
-    std::string format;    /**< the reader's format name */
-    std::string fileName;  /**< of the file, with the extension that the format wants */
+    std::string name;                            /**< the benchmark's name */
+    std::string format;                          /**< the reader's format name */
+    std::string fileName;                        /**< of the file, with the extension that the format wants */
     std::function<void(std::ostream&)> generate; /**< writes the file; the same bytes every time */
     double targetCounting = 0; /**< the figure to reach into a counting sink, in times of md5sum; 0 none */
     double targetTable = 0;    /**< the same into the in-memory table */
@@ -23,6 +23,15 @@ struct ReadBench {
 class RegisterReadBench {
 public:
     explicit RegisterReadBench(const ReadBench& bench);
+};
+
+/**
+ * Registers `NAME/convert`: what `karta-import convert FILE -o OUT.csv` does with a file that a ReadBench
+ * has made.
+ */
+class RegisterConvertBench {
+public:
+    RegisterConvertBench(const std::string& name, const std::string& fileName, double target);
 };
 
 /** The folder of the generated files. */

@@ -114,7 +114,8 @@ bool ImportHelperBase::CheckFilesBeforeRead(const char* fileNames, int& formatCh
         formatChoice = loader->GetSpreadsheetFileIndex(names.front().c_str());
         if (formatChoice == -1) {
             error = ReadTypeUndetermined;
-            errorText = NvString::Format("The file type could not be determined (%s).", names.front().c_str());
+            errorText =
+                NvString::Format("The file type could not be determined (%s).", names.front().c_str());
             return false;
         }
     }
@@ -241,7 +242,8 @@ bool ImportHelperBase::WriteSpreadsheetFile(const char* fileName, int formatChoi
                                             NvImportOpenOptions* options) {
     const int format = FormatForWriting(fileName, formatChoice);
     if (format == 0) {
-        errorText = "Save not supported for the current file format\nor the file format could not be deduced.";
+        errorText =
+            "Save not supported for the current file format\nor the file format could not be deduced.";
         return false;
     }
     try {

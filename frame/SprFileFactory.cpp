@@ -46,8 +46,9 @@ SprFileFactory::SprFileFactory(const char* formatName, const char* readFilter, c
         }
         registry.erase(taken);
     }
-    const NvImportFileFormatInfo info = {formatName, readFilter,  writeFilter, numExtensions, extensions, canWrite,
-                                         canRead,    canReadMany, sinkFlag,    hostFlag,      {0, 0, 0}};
+    const NvImportFileFormatInfo info = {formatName, readFilter, writeFilter, numExtensions,
+                                         extensions, canWrite,   canRead,     canReadMany,
+                                         sinkFlag,   hostFlag,   {0, 0, 0}};
     registry.emplace(readFilter, Entry{info, this});
 }
 

@@ -49,9 +49,9 @@ protected:
      * priority is greater than `newPriority`. `writeFilter` may be null. `extensions` holds
      * `numExtensions` texts with their dots, each ended by a NUL, in one literal.
      */
-    SprFileFactory(const char* formatName, const char* readFilter, const char* writeFilter,
-                   int numExtensions, const char* extensions, char canWrite, char canRead,
-                   char canReadMany, char sinkFlag, char hostFlag, char newPriority);
+    SprFileFactory(const char* formatName, const char* readFilter, const char* writeFilter, int numExtensions,
+                   const char* extensions, char canWrite, char canRead, char canReadMany, char sinkFlag,
+                   char hostFlag, char newPriority);
     ~SprFileFactory() = default;
 
 private:

@@ -38,7 +38,9 @@ public:
     }
     bool Skip(std::uint64_t count) { return Take(count).data() != nullptr || count == 0; }
     /** Whether `count` more items of `size` bytes each are there; never overflows. */
-    bool Has(std::uint64_t count, std::size_t size = 1) const { return size == 0 || count <= GetRemaining() / size; }
+    bool Has(std::uint64_t count, std::size_t size = 1) const {
+        return size == 0 || count <= GetRemaining() / size;
+    }
 
     /** The next `count` bytes, or an empty span and a failed cursor. */
     std::span<const std::uint8_t> Take(std::uint64_t count) {

@@ -26,7 +26,7 @@ std::size_t ReadAll(std::size_t size, ReadSome readSome) {
 }  // namespace
 
 FileHandle::FileHandle(const char* path) : descriptor(open(path, O_RDONLY | O_CLOEXEC)) {
-    struct stat info {};
+    struct stat info{};
     // A directory opens on this platform, and only reading it fails.
     if (descriptor >= 0 && (fstat(descriptor, &info) != 0 || S_ISDIR(info.st_mode))) {
         Close();
@@ -66,6 +66,7 @@ bool FileHandle::Seek(std::uint64_t offset) {
 }
 
 std::uint64_t FileHandle::GetSize() const {
-    struct stat info {};
-    return fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode) ? static_cast<std::uint64_t>(info.st_size) : 0;
+    struct stat info{};
+    return fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode) ? static_cast<std::uint64_t>(info.st_size)
+                                                                  : 0;
 }

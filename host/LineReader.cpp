@@ -50,7 +50,8 @@ LineReader::Line LineReader::Next() {
     while (true) {
         char* start = buffer.get() + nextLine;
         char* from = buffer.get() + searched;
-        if (auto* end = static_cast<char*>(searched < filled ? std::memchr(from, '\n', filled - searched) : nullptr)) {
+        if (auto* end = static_cast<char*>(searched < filled ? std::memchr(from, '\n', filled - searched)
+                                                             : nullptr)) {
             *end = '\0';
             const auto length = static_cast<std::size_t>(end - start);
             nextLine += length + 1;

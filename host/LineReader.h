@@ -49,7 +49,7 @@ private:
     FileHandle file;
     std::unique_ptr<char[]> buffer;
     std::size_t capacity = 0;
-    std::size_t filled = 0;   // bytes of the buffer that hold the file's
-    std::size_t nextLine = 0; // where the next line begins
+    std::size_t filled = 0;    // bytes of the buffer that hold the file's
+    std::size_t nextLine = 0;  // where the next line begins
     std::uint64_t bufferOffset = 0;
 };

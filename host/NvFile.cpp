@@ -40,12 +40,12 @@ int NvFile::GetEncoding(const char* path) {
 }
 
 bool NvFile::Exists(const char* path) {
-    struct stat info {};
+    struct stat info{};
     return stat(path, &info) == 0;
 }
 
 bool NvFile::IsDirectory(const char* path) {
-    struct stat info {};
+    struct stat info{};
     return stat(path, &info) == 0 && S_ISDIR(info.st_mode);
 }
 
@@ -54,7 +54,7 @@ bool NvFile::CanOpen(const char* path) {
 }
 
 std::size_t NvFile::GetSize(const char* path) {
-    struct stat info {};
+    struct stat info{};
     return stat(path, &info) == 0 && S_ISREG(info.st_mode) ? static_cast<std::size_t>(info.st_size) : 0;
 }
 

@@ -10,7 +10,12 @@
 class KARTA_EXPORT NvFile {
 public:
     /** Results of GetEncoding. */
-    enum Encoding { EncodingPlain = 0, EncodingUtf16LittleEndian = 1, EncodingUtf16BigEndian = 2, EncodingUtf8 = 3 };
+    enum Encoding {
+        EncodingPlain = 0,
+        EncodingUtf16LittleEndian = 1,
+        EncodingUtf16BigEndian = 2,
+        EncodingUtf8 = 3
+    };
 
     /** Splits a selection, names joined by line feeds, and drops empty names. */
     static std::vector<std::string> GetFileNames(const char* fileNames);

@@ -25,12 +25,12 @@ mode_t UserMask() {
 }  // namespace
 
 OutputFile::OutputFile(const std::string& path) : target(path) {
-    std::error_code error;
+    std::error_code unknown;
     // A link's target is what gets replaced, not the link.
-    if (const auto real = std::filesystem::canonical(path, error); !error) {
+    if (const auto real = std::filesystem::canonical(path, unknown); !unknown) {
         target = real.string();
     }
-    struct stat info {};
+    struct stat info{};
     const bool exists = stat(target.c_str(), &info) == 0;
     if (exists && !S_ISREG(info.st_mode)) {
         descriptor = open(target.c_str(), O_WRONLY | O_CLOEXEC);
@@ -40,8 +40,14 @@ OutputFile::OutputFile(const std::string& path) : target(path) {
             fchmod(descriptor, exists ? info.st_mode & 07777 : NewFileMode & ~UserMask());
         }
     }
-    failed = descriptor < 0;
+    if (descriptor >= 0) {
+        failed = false;
+    } else {
+        Fail();
+    }
 }
+
+OutputFile::OutputFile(int openDescriptor) : descriptor(dup(openDescriptor)), failed(descriptor < 0) {}
 
 OutputFile::~OutputFile() {
     Discard();
@@ -69,7 +75,7 @@ void OutputFile::Flush() {
         if (count > 0) {
             rest.remove_prefix(static_cast<std::size_t>(count));
         } else if (errno != EINTR) {
-            failed = true;
+            Fail();
         }
     }
     buffer.clear();
@@ -78,17 +84,22 @@ void OutputFile::Flush() {
 bool OutputFile::Commit() {
     Flush();
     if (descriptor >= 0 && close(descriptor) != 0) {
-        failed = true;
+        Fail();
     }
     descriptor = -1;
     if (!failed && !temporary.empty() && std::rename(temporary.c_str(), target.c_str()) != 0) {
-        failed = true;
+        Fail();
     }
     if (!failed) {
         temporary.clear();
     }
     Discard();
     return !failed;
+}
+
+void OutputFile::Fail() {
+    failed = true;
+    error = error == 0 ? errno : error;
 }
 
 void OutputFile::Discard() {

@@ -17,12 +17,17 @@ public:
     OutputFile() = default;
     /** Check HasFailed afterwards. */
     explicit OutputFile(const std::string& path);
+    /** Writes to what is open already, standard output for instance, which stays open. */
+    explicit OutputFile(int openDescriptor);
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
     ~OutputFile();
 
     /** True once opening or writing failed (a full disk, a read-only folder). */
     bool HasFailed() const { return failed; }
+
+    /** The system's number (errno) of what failed first; 0 while nothing did. */
+    int GetError() const { return error; }
 
     void Write(std::string_view bytes);
     void Write(char byte) { Write(std::string_view(&byte, 1)); }
@@ -33,11 +38,13 @@ public:
 private:
     void OpenBeside(const std::string& path);
     void Flush();
+    void Fail();
     void Discard();
 
     std::string target;
-    std::string temporary; // empty when written directly
+    std::string temporary;  // empty when written directly
     int descriptor = -1;
     bool failed = true;
+    int error = 0;
     std::string buffer;
 };

@@ -19,4 +19,4 @@ bool HasExtension(std::string_view path, std::string_view extension);
 /** Equal in any case of ASCII letters; other bytes must be the same. */
 bool EqualIgnoringCase(std::string_view left, std::string_view right);
 /** ASCII letters in lower case; other bytes stay. */
-std::string ToLowerCase(std::string_view text);
+KARTA_EXPORT std::string ToLowerCase(std::string_view text);

@@ -20,8 +20,8 @@ std::string DateText(long day) {
     }
     const long sinceFirst = day < LeapDayThatNeverWas ? day - 1 : day - 2;
     const year_month_day date = sys_days(year(1900) / January / 1) + days(sinceFirst);
-    return NvString::Format("%04d-%02u-%02u", static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                            static_cast<unsigned>(date.day()));
+    return NvString::Format("%04d-%02u-%02u", static_cast<int>(date.year()),
+                            static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
 }
 
 std::string TimeText(long seconds) {

@@ -1,16 +1,23 @@
 #include "host/TableData.h"
 
 #include <algorithm>
+#include <bit>
 #include <string_view>
 
 #include "host/NumberFormat.h"
 
 namespace {
 
-// Cells of one block: large enough that blocks are few, small enough that a small table is.
-constexpr std::size_t BlockCells = 65536;
+// A small table costs little; later blocks double up to the largest.
+constexpr std::size_t FirstBlockCells = 256;
+constexpr std::size_t LargestBlockCells = 65536;
 // The room that a row gets when it is filled out of turn.
 constexpr int MinRowCells = 8;
+// The kind of a cell lies in the low bits of its word; a place in memory has as many bits to spare.
+constexpr unsigned int KindBits = 3;
+constexpr std::uint64_t KindMask = (1U << KindBits) - 1;
+// Room for rows is set aside up to this many; beyond it grows as they come, since a file's count may lie.
+constexpr int MaxReservedRows = 1 << 22;
 // A row filled out of turn gets its full width at once while the whole table stays below this.
 constexpr std::int64_t DenseCells = 1 << 22;
 
@@ -24,13 +31,15 @@ void TableData::Clear() {
     rows.clear();
     texts.Clear();
     blocks.clear();
+    nextBlockCells = 0;
     nextCell = nullptr;
     cellsLeft = 0;
 }
 
 TableData::Cell* TableData::TakeCells(std::size_t count) {
     if (count > cellsLeft) {
-        const std::size_t size = std::max(count, BlockCells);
+        nextBlockCells = std::clamp(nextBlockCells * 2, FirstBlockCells, LargestBlockCells);
+        const std::size_t size = std::max(count, nextBlockCells);
         blocks.push_back(std::make_unique_for_overwrite<Cell[]>(size));
         nextCell = blocks.back().get();
         cellsLeft = size;
@@ -50,7 +59,9 @@ void TableData::GrowRow(Row& row, int count) {
         row.capacity = count;
         return;
     }
-    int room = row.cells == nullptr ? count : std::max(count, std::max(MinRowCells, std::min(row.capacity, numCols / 2) * 2));
+    int room = row.cells == nullptr
+                   ? count
+                   : std::max(count, std::max(MinRowCells, std::min(row.capacity, numCols / 2) * 2));
     if (count < numCols && static_cast<std::int64_t>(numCols) * numRows <= DenseCells) {
         room = numCols;
     }
@@ -70,61 +81,77 @@ TableData::Cell* TableData::Make(int col, int row) {
         rows.resize(static_cast<std::size_t>(row));
     }
     Row& place = rows[static_cast<std::size_t>(row) - 1];
+    // The road of nearly every cell: the next one of the row that is being filled.
+    if (col == place.count + 1 && place.cells + place.count == nextCell && cellsLeft > 0) {
+        ++nextCell;
+        --cellsLeft;
+        place.capacity = place.count = col;
+        return place.cells + col - 1;
+    }
     if (col > place.count) {
         if (col > place.capacity) {
             GrowRow(place, col);
         }
-        std::fill(place.cells + place.count, place.cells + col, Cell{{0, 0}, Missing});
+        std::fill(place.cells + place.count, place.cells + col, Cell{Missing});
         place.count = col;
     }
     return place.cells + col - 1;
 }
 
-template <class Value>
-void TableData::Put(int col, int row, Kind kind, Value value) {
-    static_assert(sizeof(Value) <= sizeof(Cell::value));
-    if (Cell* cell = Make(col, row)) {
-        std::memcpy(cell->value, &value, sizeof value);
-        cell->kind = kind;
+void TableData::Put(int col, int row, Kind kind, std::uint64_t content) {
+    Cell* cell = Make(col, row);
+    if (cell != nullptr) {
+        *cell = content << KindBits | kind;
     }
 }
 
-const TableData::Cell* TableData::Find(int col, int row) const {
+void TableData::PutAt(int col, int row, Kind kind, const char* place) {
+    Put(col, row, kind, reinterpret_cast<std::uintptr_t>(place));
+}
+
+TableData::Cell TableData::Find(int col, int row) const {
     if (col < 1 || row < 1 || static_cast<std::size_t>(row) > rows.size()) {
-        return nullptr;
+        return Missing;
     }
     const Row& place = rows[static_cast<std::size_t>(row) - 1];
-    return col > place.count ? nullptr : place.cells + col - 1;
+    return col > place.count ? Cell{Missing} : place.cells[col - 1];
 }
 
-template <class Value>
-Value TableData::Get(int col, int row) const {
-    Value value;
-    std::memcpy(&value, Find(col, row)->value, sizeof value);
-    return value;
+std::uint64_t TableData::GetContent(int col, int row) const {
+    return Find(col, row) >> KindBits;
+}
+
+template <class Number>
+Number TableData::GetWide(int col, int row) const {
+    Number number;
+    std::memcpy(&number, reinterpret_cast<const char*>(GetContent(col, row)), sizeof number);
+    return number;
 }
 
 void TableData::Set(int col, int row, int value) {
-    Put(col, row, Int, value);
+    Put(col, row, Int, static_cast<std::uint32_t>(value));
 }
 
 void TableData::Set(int col, int row, std::int64_t value) {
-    Put(col, row, Int64, value);
+    if (col >= 1 && row >= 1) {
+        PutAt(col, row, Int64, texts.Add({reinterpret_cast<const char*>(&value), sizeof value}));
+    }
 }
 
 void TableData::Set(int col, int row, double value) {
-    Put(col, row, Double, value);
+    if (col >= 1 && row >= 1) {
+        PutAt(col, row, Double, texts.Add({reinterpret_cast<const char*>(&value), sizeof value}));
+    }
 }
 
 void TableData::Set(int col, int row, const char* text) {
-    if (col < 1 || row < 1) {
-        return;
+    if (col >= 1 && row >= 1) {
+        PutAt(col, row, Text, texts.Add(text));
     }
-    Put(col, row, Text, texts.Add(text));
 }
 
 void TableData::Set(int col, int row, float value) {
-    Put(col, row, Float, value);
+    Put(col, row, Float, std::bit_cast<std::uint32_t>(value));
 }
 
 void TableData::SetDataSize(int cols, int newRows) {
@@ -140,38 +167,42 @@ void TableData::SetDataSize(int cols, int newRows) {
     }
     numCols = fewerCols;
     numRows = fewerRows;
+    // A table that grows row by row must not be moved at each step.
+    if (static_cast<std::size_t>(fewerRows) > 2 * rows.capacity()) {
+        rows.reserve(static_cast<std::size_t>(std::min(fewerRows, MaxReservedRows)));
+    }
 }
 
 TableData::Kind TableData::GetKind(int col, int row) const {
-    const Cell* cell = Find(col, row);
-    return cell == nullptr ? Missing : cell->kind;
+    return static_cast<Kind>(Find(col, row) & KindMask);
 }
 
 const char* TableData::GetText(int col, int row) const {
-    return GetKind(col, row) == Text ? Get<const char*>(col, row) : "";
+    return GetKind(col, row) == Text ? reinterpret_cast<const char*>(GetContent(col, row)) : "";
 }
 
 std::int64_t TableData::GetInt64(int col, int row) const {
     switch (GetKind(col, row)) {
         case Int:
-            return Get<int>(col, row);
+            return static_cast<std::int32_t>(GetContent(col, row));
         case Int64:
-            return Get<std::int64_t>(col, row);
+            return GetWide<std::int64_t>(col, row);
         default:
             return 0;
     }
 }
 
 float TableData::GetFloat(int col, int row) const {
-    return GetKind(col, row) == Float ? Get<float>(col, row) : 0.0F;
+    return GetKind(col, row) == Float ? std::bit_cast<float>(static_cast<std::uint32_t>(GetContent(col, row)))
+                                      : 0.0F;
 }
 
 double TableData::GetFloatValue(int col, int row) {
     switch (GetKind(col, row)) {
         case Float:
-            return Get<float>(col, row);
+            return GetFloat(col, row);
         case Double:
-            return Get<double>(col, row);
+            return GetWide<double>(col, row);
         default:
             return static_cast<double>(GetInt64(col, row));
     }
@@ -185,9 +216,9 @@ std::string TableData::GetString(int col, int row) {
         case Int64:
             return std::to_string(GetInt64(col, row));
         case Float:
-            return FormatShortest(Get<float>(col, row));
+            return FormatShortest(GetFloat(col, row));
         case Double:
-            return FormatShortest(Get<double>(col, row));
+            return FormatShortest(GetFloatValue(col, row));
         case Missing:
             break;
     }

@@ -61,22 +61,21 @@ public:
     void Clear();
 
 private:
-    // 12 bytes, so that tables of many small cells stay small; the value is copied in and out.
-    struct Cell {
-        std::uint32_t value[2];
-        Kind kind;
-    };
+    // One word a cell, so that tables of many small cells stay small: the kind in the low bits, and above
+    // them the number itself (Int, Float) or the place of the text or wide number in the arena.
+    using Cell = std::uint64_t;
     struct Row {
         Cell* cells = nullptr;
-        int count = 0;    // cells in use
-        int capacity = 0; // cells that there is room for
+        int count = 0;     // cells in use
+        int capacity = 0;  // cells that there is room for
     };
 
-    template <class Value>
-    void Put(int col, int row, Kind kind, Value value);
-    template <class Value>
-    Value Get(int col, int row) const;
-    const Cell* Find(int col, int row) const;
+    void Put(int col, int row, Kind kind, std::uint64_t content);
+    void PutAt(int col, int row, Kind kind, const char* place);
+    std::uint64_t GetContent(int col, int row) const;
+    template <class Number>
+    Number GetWide(int col, int row) const;
+    Cell Find(int col, int row) const;
     Cell* Make(int col, int row);
     void GrowRow(Row& row, int count);
     Cell* TakeCells(std::size_t count);
@@ -86,6 +85,7 @@ private:
     std::vector<Row> rows;
     TextArena texts;
     std::vector<std::unique_ptr<Cell[]>> blocks;
+    std::size_t nextBlockCells = 0;
     Cell* nextCell = nullptr;
     std::size_t cellsLeft = 0;
 };

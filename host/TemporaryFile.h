@@ -2,11 +2,13 @@
 
 #include <string>
 
+#include "host/Export.h"
+
 /**
  * Makes an empty file of a new unique name in the system's temporary directory, readable by its owner
  * only; the caller removes it. Empty when none could be made.
  */
-std::string MakeTemporaryFile(const std::string& prefix);
+KARTA_EXPORT std::string MakeTemporaryFile(const std::string& prefix);
 
 /** The same for a folder. */
 std::string MakeTemporaryFolder(const std::string& prefix);

@@ -4,26 +4,34 @@
 #include <cstring>
 
 namespace {
-constexpr std::size_t BlockSize = 1 << 20;
+
+// A small table costs little; later blocks double up to the largest.
+constexpr std::size_t FirstBlockSize = 4096;
+constexpr std::size_t LargestBlockSize = 1 << 20;
+// Most cells are shorter than this and are copied byte by byte, without a call.
+constexpr std::size_t ShortText = 24;
+
 }  // namespace
 
-const char* TextArena::Add(std::string_view text) {
-    const std::size_t size = text.size() + 1;
-    char* place = next;
+char* TextArena::Take(std::size_t size) {
     if (size > remaining) {
-        const std::size_t blockSize = std::max(size, BlockSize);
-        blocks.push_back(std::make_unique_for_overwrite<char[]>(blockSize));
-        place = blocks.back().get();
-        // A text as large as a block has one to itself, and the one begun before goes on.
-        if (blockSize == BlockSize) {
-            next = place;
-            remaining = blockSize;
+        nextBlockSize = std::clamp(nextBlockSize * 2, FirstBlockSize, LargestBlockSize);
+        blocks.push_back(std::make_unique_for_overwrite<char[]>(std::max(size, nextBlockSize)));
+        if (size >= nextBlockSize) {
+            // A text as large as a block has one to itself, and the block begun before goes on.
+            return blocks.back().get();
         }
+        next = blocks.back().get();
+        remaining = nextBlockSize;
     }
-    if (place == next) {
-        next += size;
-        remaining -= size;
-    }
+    char* place = next;
+    next += size;
+    remaining -= size;
+    return place;
+}
+
+const char* TextArena::Add(std::string_view text) {
+    char* place = Take(text.size() + 1);
     if (!text.empty()) {
         std::memcpy(place, text.data(), text.size());
     }
@@ -31,8 +39,24 @@ const char* TextArena::Add(std::string_view text) {
     return place;
 }
 
+const char* TextArena::Add(const char* text) {
+    if (remaining >= ShortText) {
+        char* const place = next;
+        for (std::size_t i = 0; i < ShortText; ++i) {
+            place[i] = text[i];
+            if (text[i] == '\0') {
+                next += i + 1;
+                remaining -= i + 1;
+                return place;
+            }
+        }
+    }
+    return Add(std::string_view(text));
+}
+
 void TextArena::Clear() {
     blocks.clear();
+    nextBlockSize = 0;
     next = nullptr;
     remaining = 0;
 }

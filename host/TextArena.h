@@ -10,10 +10,14 @@ class TextArena {
 public:
     /** A copy that stays where it is until the arena is cleared or destroyed. */
     const char* Add(std::string_view text);
+    const char* Add(const char* text);
     void Clear();
 
 private:
+    char* Take(std::size_t size);
+
     std::vector<std::unique_ptr<char[]>> blocks;
+    std::size_t nextBlockSize = 0;
     char* next = nullptr;
     std::size_t remaining = 0;
 };

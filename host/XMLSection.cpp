@@ -111,8 +111,9 @@ struct XMLSection::Parser {
 
     bool TakeName(std::string_view& name) {
         std::size_t length = 0;
-        while (length < rest.size() && (std::isalnum(static_cast<unsigned char>(rest[length])) != 0 ||
-                                        std::string_view("_-.:").find(rest[length]) != std::string_view::npos)) {
+        while (length < rest.size() &&
+               (std::isalnum(static_cast<unsigned char>(rest[length])) != 0 ||
+                std::string_view("_-.:").find(rest[length]) != std::string_view::npos)) {
             ++length;
         }
         name = rest.substr(0, length);

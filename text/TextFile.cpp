@@ -7,6 +7,7 @@
 
 #include "frame/OptionsText.h"
 #include "host/BinaryString.h"
+#include "host/ByteScan.h"
 #include "host/CopyMessage.h"
 #include "host/NvFile.h"
 #include "host/XMLSection.h"
@@ -137,14 +138,16 @@ char* TextFile::GetCell(char*& cursor, char* end) const {
     }
     char* const cell = cursor;
     const std::size_t width = delimiter.size();
-    char* found = width == 1 ? strchrnul(cursor, delimiter.front()) : std::strstr(cursor, delimiter.c_str());
+    char* found =
+        width == 1 ? FindByte(cursor, end, delimiter.front()) : std::strstr(cursor, delimiter.c_str());
     if (found == nullptr || found == end) {
         cursor = end;
         return cell;
     }
     cursor = found + width;
     if (ignoreConsecutive) {
-        while (delimiter.compare(0, width, cursor, std::min(width, static_cast<std::size_t>(end - cursor))) == 0) {
+        while (delimiter.compare(0, width, cursor, std::min(width, static_cast<std::size_t>(end - cursor))) ==
+               0) {
             cursor += width;
         }
     }
@@ -153,6 +156,11 @@ char* TextFile::GetCell(char*& cursor, char* end) const {
 }
 
 int TextFile::CountCells(char* line, char* end) const {
+    if (delimiter.size() == 1 && !ignoreConsecutive) {
+        // As below, but without stopping at each: a delimiter at the end begins no cell.
+        return static_cast<int>(CountByte(line, end, delimiter.front())) +
+               (line != end && end[-1] != delimiter.front() ? 1 : 0);
+    }
     int count = 0;
     while (GetCell(line, end) != nullptr) {
         ++count;
@@ -286,14 +294,15 @@ NvImportOpenOptions* TextFile::GetImportOptions(const std::string& delimiter, bo
     WriteBinaryString(stream, delimiter);
     stream.put(ignoreConsecutive ? '\1' : '\0');
     const std::string bytes = std::move(stream).str();
-    auto* options = new NvImportOpenOptions{static_cast<std::uint32_t>(bytes.size()), new std::uint8_t[bytes.size()]};
+    auto* options =
+        new NvImportOpenOptions{static_cast<std::uint32_t>(bytes.size()), new std::uint8_t[bytes.size()]};
     std::copy(bytes.begin(), bytes.end(), options->data);
     return options;
 }
 
 TextFileFactory::TextFileFactory(char priority)
-    : SprFileFactory("Text File", "Text Files (*.txt; *.dat)", "Text File (*.txt)", 2, ".txt\0.dat\0", 1, 1, 0, 1, 1,
-                     priority) {}
+    : SprFileFactory("Text File", "Text Files (*.txt; *.dat)", "Text File (*.txt)", 2, ".txt\0.dat\0", 1, 1,
+                     0, 1, 1, priority) {}
 
 MyKindOfFile TextFileFactory::IsMyKindOfFile(const char* fileName) {
     return TextFile::IsTextFile(fileName) ? KindProbably : KindNo;

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "frame/SpreadsheetFile.h"
 #include "frame/SprFileFactory.h"
+#include "frame/SpreadsheetFile.h"
 #include "host/LineReader.h"
 #include "host/OutputFile.h"
 #include "text/TextFileOptions.h"

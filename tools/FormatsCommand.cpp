@@ -23,8 +23,8 @@ void WriteLine(const FormatCatalogue& formats, int i) {
     for (const std::string& extension : formats.Extensions(i)) {
         extensions += extensions.empty() ? extension : " " + extension;
     }
-    std::cout << formats.GetInfo(i)->formatName << '\t' << extensions << '\t' << Abilities(*formats.GetInfo(i))
-              << '\t' << NvGetFileName(formats.GetModulePath(i)) << '\n';
+    std::cout << formats.GetInfo(i)->formatName << '\t' << extensions << '\t'
+              << Abilities(*formats.GetInfo(i)) << '\t' << NvGetFileName(formats.GetModulePath(i)) << '\n';
 }
 
 void WriteJson(const FormatCatalogue& formats) {

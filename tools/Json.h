@@ -31,5 +31,5 @@ private:
     void Start(std::string_view key);
 
     std::ostream& stream;
-    std::vector<bool> hasMembers; // for each open bracket, whether a comma is due
+    std::vector<bool> hasMembers;  // for each open bracket, whether a comma is due
 };

@@ -22,16 +22,17 @@ using Parts = std::vector<FileContents::Part>;
 // The user's word for a place: a number from 1 within what `info` lists.
 const FileContents::Part& PartAt(const Parts& parts, int place, const char* option) {
     if (place < 1 || static_cast<std::size_t>(place) > parts.size()) {
-        throw Failure(std::string(option) + ": there is no number " + std::to_string(place) + " in the file, which has " +
-                      std::to_string(parts.size()) + "; karta-import info lists them");
+        throw Failure(std::string(option) + ": there is no number " + std::to_string(place) +
+                      " in the file, which has " + std::to_string(parts.size()) +
+                      "; karta-import info lists them");
     }
     return parts[static_cast<std::size_t>(place) - 1];
 }
 
 // By name first: a sheet may be called 2.
 const FileContents::Part& FindSheet(const Parts& parts, const std::string& wanted) {
-    const auto found =
-        std::find_if(parts.begin(), parts.end(), [&](const FileContents::Part& part) { return part.name == wanted; });
+    const auto found = std::find_if(parts.begin(), parts.end(),
+                                    [&](const FileContents::Part& part) { return part.name == wanted; });
     if (found != parts.end()) {
         return *found;
     }
@@ -123,8 +124,8 @@ void WriteSettings(XMLSection& settings, const ReadRequest& request) {
 
 bool HasSettings(const ReadRequest& request) {
     return !request.settings.empty() || request.delimiter || request.mergeDelimiters || request.sideBySide ||
-           !request.sheets.empty() || !request.blocks.empty() || !request.includes.empty() || request.average ||
-           request.noXRow;
+           !request.sheets.empty() || !request.blocks.empty() || !request.includes.empty() ||
+           request.average || request.noXRow;
 }
 
 std::vector<std::uint8_t> ReadKept(const std::string& path) {
@@ -151,7 +152,8 @@ OptionsRecord::OptionsRecord(const ReadRequest& request, const std::vector<FileC
     const bool hasSettings = HasSettings(request);
     if (!request.optionsFile.empty()) {
         if (hasSettings) {
-            throw Failure("--options holds all choices already; leave the other reading options out", ExitUsage);
+            throw Failure("--options holds all choices already; leave the other reading options out",
+                          ExitUsage);
         }
         bytes = ReadKept(request.optionsFile);
         given = !bytes.empty();

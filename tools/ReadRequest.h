@@ -7,23 +7,23 @@
 
 /** What the user asked for on the command line, for every verb that reads. */
 struct ReadRequest {
-    std::vector<std::string> files; // one selection
-    std::string format;             // empty: detect
-    std::string plugins;            // a folder, or empty
+    std::vector<std::string> files;  // one selection
+    std::string format;              // empty: detect
+    std::string plugins;             // a folder, or empty
     std::optional<std::string> delimiter;
     bool mergeDelimiters = false;
-    std::vector<std::string> sheets; // names, or places from 1
+    std::vector<std::string> sheets;  // names, or places from 1
     bool sideBySide = false;
-    std::vector<int> blocks; // places from 1
+    std::vector<int> blocks;  // places from 1
     std::optional<int> matrix;
-    std::vector<std::string> includes; // "A:B"
+    std::vector<std::string> includes;  // "A:B"
     std::optional<int> average;
     bool noXRow = false;
-    std::vector<std::string> settings; // "KEY=VALUE"
+    std::vector<std::string> settings;  // "KEY=VALUE"
     std::string optionsFile;
     std::string saveOptionsFile;
     bool throughDriver = false;
-    std::string want; // a list of rows, or empty
+    std::string want;  // a list of rows, or empty
     bool answerYes = false;
     bool answerNo = false;
     bool quiet = false;

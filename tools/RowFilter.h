@@ -16,5 +16,5 @@ public:
     int NextRowToRead(int row) const;
 
 private:
-    std::vector<std::pair<int, int>> ranges; // sorted, both ends included
+    std::vector<std::pair<int, int>> ranges;  // sorted, both ends included
 };

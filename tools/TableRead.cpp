@@ -79,8 +79,8 @@ void SelectMatrix(SpreadsheetFile& reader, const ReadRequest& request) {
 }
 
 // Open, measure, read: as the driver does it, but without the flat interface between.
-void ReadDirectly(SpreadsheetFile& reader, OptionsRecord& options, const ReadRequest& request, TableRead& result,
-                  TableData& table) {
+void ReadDirectly(SpreadsheetFile& reader, OptionsRecord& options, const ReadRequest& request,
+                  TableRead& result, TableData& table) {
     reader.Open(true, request.Selection().c_str(), options.Get());
     if (reader.GetStatus() != SpreadsheetFile::StatusOk) {
         Fail(request, MessageOf(reader));
@@ -109,10 +109,12 @@ void ReadDirectly(SpreadsheetFile& reader, OptionsRecord& options, const ReadReq
 void ReadThroughDriver(int format, OptionsRecord& options, const ReadRequest& request, TableRead& result,
                        TableData& table) {
     if (request.matrix) {
-        throw Failure("--matrix is chosen in the reader itself and can't go with --through-driver", ExitUsage);
+        throw Failure("--matrix is chosen in the reader itself and can't go with --through-driver",
+                      ExitUsage);
     }
     ProgramDriver driver(new FormatCatalogue, request.plugins, result.warning);
-    if (!driver.ReadSpreadsheetFile(request.Selection().c_str(), format, &table, options.Get(), true, nullptr)) {
+    if (!driver.ReadSpreadsheetFile(request.Selection().c_str(), format, &table, options.Get(), true,
+                                    nullptr)) {
         Fail(request, driver.GetErrorMessage());
     }
     if (options.Get() != nullptr) {
@@ -122,10 +124,22 @@ void ReadThroughDriver(int format, OptionsRecord& options, const ReadRequest& re
 
 }  // namespace
 
+std::vector<int> TableRead::Rows(const ReadRequest& request) const {
+    const RowFilter filter(request.want);
+    std::vector<int> rows;
+    for (int row = filter.NextRowToRead(0); row > 0 && row <= table->GetNumberOfRows();
+         row = filter.NextRowToRead(row)) {
+        rows.push_back(row);
+    }
+    return rows;
+}
+
 void CheckFiles(const ReadRequest& request) {
     for (const std::string& file : request.files) {
         if (file.find('\n') != std::string::npos) {
-            throw Failure("a file name with a line feed can't be imported: line feeds part the names of a selection. Rename the file.");
+            throw Failure(
+                "a file name with a line feed can't be imported: line feeds part the names of a selection. "
+                "Rename the file.");
         }
         if (!NvFile::Exists(file.c_str())) {
             throw Failure(file + ": " + std::strerror(errno));
@@ -149,7 +163,8 @@ int ChooseFormat(FormatCatalogue& formats, const ReadRequest& request) {
     if (!request.format.empty()) {
         const int format = formats.FindFormat(request.format);
         if (format == 0) {
-            throw Failure("there is no format '" + request.format + "'; karta-import formats lists them", ExitUsage);
+            throw Failure("there is no format '" + request.format + "'; karta-import formats lists them",
+                          ExitUsage);
         }
         return format;
     }
@@ -169,7 +184,8 @@ int ChooseFormat(FormatCatalogue& formats, const ReadRequest& request) {
 
 void CheckSelection(const FormatCatalogue& formats, int format, const ReadRequest& request) {
     if (request.files.size() > 1 && formats.GetInfo(format)->canReadMany == 0) {
-        Fail(request, std::string(formats.GetInfo(format)->readFilter) + " can only be imported one at a time.");
+        Fail(request,
+             std::string(formats.GetInfo(format)->readFilter) + " can only be imported one at a time.");
     }
 }
 
@@ -194,6 +210,13 @@ std::string MessageOf(SpreadsheetFile& reader) {
         return "The file holds no table (the reader gives no reason).";
     }
     return buffer;
+}
+
+void ShowWarning(const ReadRequest& request, const std::string& warning) {
+    if (!request.quiet && !warning.empty()) {
+        std::cout.flush();
+        std::cerr << "karta-import: " << request.files.front() << ": warning: " << warning << '\n';
+    }
 }
 
 void AnswerQuestions(const ReadRequest& request) {

@@ -34,8 +34,14 @@ std::string MessageOf(SpreadsheetFile& reader);
 /** Lets the reader's questions be answered as the request says. */
 void AnswerQuestions(const ReadRequest& request);
 
+/** Writes a reader's warning to standard error, unless the user wants it quiet. */
+void ShowWarning(const ReadRequest& request, const std::string& warning);
+
 /** A table and what the reader said about it. */
 struct TableRead {
+    /** The rows of the table that the user wants, all of them without a list. */
+    std::vector<int> Rows(const ReadRequest& request) const;
+
     std::unique_ptr<TableData> table;
     std::string warning;
     std::string formatName;

@@ -12,7 +12,7 @@ struct TracedRead {
     const char* fileNames;
     NvImportOpenOptions* options = nullptr;
     RowFilter filter = {};
-    int part = 0; // the matrix to read, by its number; 0 for the reader's own choice
+    int part = 0;  // the matrix to read, by its number; 0 for the reader's own choice
 };
 
 /**

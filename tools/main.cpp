@@ -1,11 +1,16 @@
 // The command line: which verb, with which options. The verbs themselves are in sources of their own.
+#include <poll.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <exception>
 #include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
 
+#include "host/NvString.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
@@ -64,6 +69,27 @@ std::string UnderstandTab(std::string text) {
     return text;
 }
 
+std::vector<std::string> SplitList(const std::string& list) {
+    std::vector<std::string> items;
+    std::istringstream stream(list);
+    for (std::string item; std::getline(stream, item, ',');) {
+        items.push_back(item);
+    }
+    return items;
+}
+
+std::vector<int> SplitPlaces(const std::string& list) {
+    std::vector<int> places;
+    for (const std::string& item : SplitList(list)) {
+        int place = 0;
+        if (!NvString::ToInt(item, place)) {
+            throw CLI::ValidationError("--blocks takes places like 1,3, not '" + item + "'");
+        }
+        places.push_back(place);
+    }
+    return places;
+}
+
 void AddReading(CLI::App* verb, CommandLine& line) {
     ReadRequest& request = line.request;
     AddFiles(verb, line);
@@ -75,28 +101,30 @@ void AddReading(CLI::App* verb, CommandLine& line) {
             "what parts the cells of delimited text; \\t is understood")
         ->type_name("TEXT");
     verb->add_flag("--merge-delimiters", request.mergeDelimiters, "a run of delimiters counts as one");
-    verb->add_option("--sheets", request.sheets, "sheets by name or by place in info's list, comma-separated")
-        ->type_name("LIST")
-        ->delimiter(',');
+    verb->add_option_function<std::string>(
+            "--sheets", [&](const std::string& list) { request.sheets = SplitList(list); },
+            "sheets by name or by place in info's list, comma-separated")
+        ->type_name("LIST");
     verb->add_flag("--side-by-side", request.sideBySide, "sheets side by side instead of stacked");
-    verb->add_option("--blocks", request.blocks, "data blocks by place in info's list, comma-separated")
-        ->type_name("LIST")
-        ->delimiter(',');
+    verb->add_option_function<std::string>(
+            "--blocks", [&](const std::string& list) { request.blocks = SplitPlaces(list); },
+            "data blocks by place in info's list, comma-separated")
+        ->type_name("LIST");
     verb->add_option("--matrix", request.matrix, "the matrix by its place in info's list")->type_name("N");
     verb->add_option("--include", request.includes, "an X interval to keep; repeatable")
         ->type_name("A:B")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false);
     verb->add_option("--average", request.average, "merge N points into one")->type_name("N");
     verb->add_flag("--no-x-row", request.noXRow, "leave the X row out");
     verb->add_option("--setting", request.settings, "one key of the reader's settings; repeatable")
         ->type_name("KEY=VALUE")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    verb->add_option("--options", request.optionsFile, "replay the choices kept in this file")->type_name("FILE");
+        ->allow_extra_args(false);
+    verb->add_option("--options", request.optionsFile, "replay the choices kept in this file")
+        ->type_name("FILE");
     verb->add_option("--save-options", request.saveOptionsFile, "keep the choices made in this file")
         ->type_name("FILE");
-    verb->add_flag("--through-driver", request.throughDriver, "read as the desktop host does, numbers as floats");
+    verb->add_flag("--through-driver", request.throughDriver,
+                   "read as the desktop host does, numbers as floats");
     verb->add_option("--want", request.want, "read these rows only, like 1,3-5")->type_name("LIST");
     auto* yes = verb->add_flag("--yes", request.answerYes, "answer a reader's question with yes");
     verb->add_flag("--no", request.answerNo, "answer a reader's question with no")->excludes(yes);
@@ -138,28 +166,35 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
 
     CLI::App* show = app.add_subcommand("show", "the head of the table, aligned, in the terminal");
     AddReading(show, line);
-    show->add_option("--rows", line.rows, "how many rows to show (20)")->type_name("N")->check(CLI::NonNegativeNumber);
+    show->add_option("--rows", line.rows, "how many rows to show (20)")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber);
 
     CLI::App* convert = app.add_subcommand("convert", "the table as CSV, TSV, JSON lines, text, DIF or MAT");
     AddReading(convert, line);
     convert->add_option("-o,--output", line.output, "the file to write; - is standard output")
         ->type_name("OUT")
         ->required();
-    convert->add_option("--to", line.target, "csv, tsv, jsonl or a format that writes; else by OUT's extension")
+    convert
+        ->add_option("--to", line.target, "csv, tsv, jsonl or a format that writes; else by OUT's extension")
         ->type_name("NAME");
     convert->footer("Example: karta-import convert run.trn -o run.csv");
 
     AddReading(app.add_subcommand("trace", "every call between reader and sink, one a line"), line);
 }
 
+bool OutputReaderIsGone() {
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
 // What went to standard output must have arrived. A reader of it that has gone away is no error.
 int CheckOutput(int result) {
-    errno = 0;
     std::cout.flush();
-    if (std::cout.good() || errno == EPIPE) {
+    if (std::cout.good() || OutputReaderIsGone()) {
         return result;
     }
-    std::cerr << "karta-import: standard output: " << std::strerror(errno == 0 ? EIO : errno) << '\n';
+    std::cerr << "karta-import: standard output could not be written\n";
     return ExitFailed;
 }
 

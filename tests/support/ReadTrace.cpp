@@ -49,7 +49,8 @@ std::string ErrorOf(SpreadsheetFile& reader) {
 std::string ReadTrace(const std::string& formatName, const std::string& fileNames, const TraceOptions& how) {
     const std::unique_ptr<SpreadsheetFile> reader(NewReader(formatName));
     std::ostringstream stream;
-    TraceRead(*reader, {formatName.c_str(), fileNames.c_str(), how.options, RowFilter(how.want), how.part}, stream);
+    TraceRead(*reader, {formatName.c_str(), fileNames.c_str(), how.options, RowFilter(how.want), how.part},
+              stream);
     if (how.withRows) {
         return stream.str();
     }

@@ -29,16 +29,17 @@ private:
 /** What a trace tells. */
 struct TraceOptions {
     NvImportOpenOptions* options = nullptr;
-    std::string want = {}; // rows, like "1,3-5"
-    int part = 0;          // a matrix by its number
-    bool withRows = false; // the NextRowToRead lines too
+    std::string want = {};  // rows, like "1,3-5"
+    int part = 0;           // a matrix by its number
+    bool withRows = false;  // the NextRowToRead lines too
 };
 
 /**
  * Reads a file with a format of the registry, by its name, through its whole life, and gives the trace of
  * it: one event a line. The natural expectation of a test.
  */
-std::string ReadTrace(const std::string& formatName, const std::string& fileNames, const TraceOptions& how = {});
+std::string ReadTrace(const std::string& formatName, const std::string& fileNames,
+                      const TraceOptions& how = {});
 
 /** Only the lines that set cells. */
 std::string CellsOf(const std::string& trace);

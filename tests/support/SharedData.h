@@ -12,9 +12,9 @@ std::string SharedFolder();
 std::vector<std::string> SharedFiles(const std::string& folder);
 
 /** Leaves a test that needs the real files, with a word, where there are none. */
-#define SKIP_WITHOUT_SHARED_DATA()                                                   \
-    do {                                                                             \
-        if (SharedFolder().empty()) {                                                \
-            GTEST_SKIP() << "the shared files do not lie beside the project";       \
-        }                                                                            \
+#define SKIP_WITHOUT_SHARED_DATA()                                            \
+    do {                                                                      \
+        if (SharedFolder().empty()) {                                         \
+            GTEST_SKIP() << "the shared files do not lie beside the project"; \
+        }                                                                     \
     } while (false)

@@ -28,8 +28,11 @@ SpreadsheetTruth ReadSpreadsheetTruth(const std::string& spreadsheetPath) {
     truth.encoding = root.get("encoding", "");
     for (const auto& item : root.get_child("sheets", Nothing)) {
         const ptree& sheet = item.second;
-        SpreadsheetTruth::Sheet read{sheet.get("name", ""), sheet.get("rows", 0), sheet.get("cols", 0),
-                                     sheet.get("sampled", false), {}};
+        SpreadsheetTruth::Sheet read{sheet.get("name", ""),
+                                     sheet.get("rows", 0),
+                                     sheet.get("cols", 0),
+                                     sheet.get("sampled", false),
+                                     {}};
         for (const auto& cell : sheet.get_child("cells", Nothing)) {
             read.cells.push_back(ReadCell(cell.second));
         }

@@ -6,8 +6,8 @@
 /** What an independent reader found in a spreadsheet: the file that lies beside it as NAME.truth.json. */
 struct SpreadsheetTruth {
     struct Cell {
-        int row; /**< from 1 */
-        int col; /**< from 1 */
+        int row;          /**< from 1 */
+        int col;          /**< from 1 */
         std::string type; /**< "number", "text", "bool", "date" or "error" */
         std::string value;
     };

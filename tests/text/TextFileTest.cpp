@@ -22,7 +22,9 @@ protected:
     std::string Trace(std::string_view bytes, const TraceOptions& how = {}) {
         return ReadTrace(Format, folder.Write("table.txt", bytes), how);
     }
-    std::string Cells(std::string_view bytes, const TraceOptions& how = {}) { return CellsOf(Trace(bytes, how)); }
+    std::string Cells(std::string_view bytes, const TraceOptions& how = {}) {
+        return CellsOf(Trace(bytes, how));
+    }
 
     TempFolder folder;
 };
@@ -33,7 +35,8 @@ void ExpectSameCells(TableData& left, TableData& right) {
     ASSERT_EQ(left.GetNumberOfRows(), right.GetNumberOfRows());
     for (int row = 1; row <= left.GetNumberOfRows(); ++row) {
         for (int col = 1; col <= left.GetNumberOfColumns(); ++col) {
-            EXPECT_EQ(left.GetString(col, row), right.GetString(col, row)) << "column " << col << ", row " << row;
+            EXPECT_EQ(left.GetString(col, row), right.GetString(col, row))
+                << "column " << col << ", row " << row;
         }
     }
 }
@@ -158,16 +161,18 @@ TEST_F(TextFileTest, StatusTextsAreExact) {
     Failing other(0x7777);
     EXPECT_EQ(ErrorOf(stream), "Failed to open stream for reading.");
     EXPECT_EQ(ErrorOf(more), "Expected end of file but found more data.");
-    EXPECT_EQ(ErrorOf(binary),
-              "This file appears to be a binary file and cannot be imported. Only ordinary text (ASCII) files can "
-              "be imported.");
+    EXPECT_EQ(
+        ErrorOf(binary),
+        "This file appears to be a binary file and cannot be imported. Only ordinary text (ASCII) files can "
+        "be imported.");
     EXPECT_EQ(ErrorOf(other), "No further information available.");
 }
 
 TEST_F(TextFileTest, GarbageInTheOptionsIsStatus0x200) {
     TestOptions garbage(std::string("\x04\x00\x00\x00<a>x", 8));
-    EXPECT_NE(Trace("a\tb\n", {garbage.Get()}).find("Open 0x200\nError \"Failed to open stream for reading.\"\n"),
-              std::string::npos);
+    EXPECT_NE(
+        Trace("a\tb\n", {garbage.Get()}).find("Open 0x200\nError \"Failed to open stream for reading.\"\n"),
+        std::string::npos);
 }
 
 TEST_F(TextFileTest, OptionsCutShortAreStatus0x200) {
@@ -193,7 +198,8 @@ TEST_F(TextFileTest, EmptyRecordIsFilledWithTheChoicesMade) {
 
 TEST_F(TextFileTest, PreparedRecordOfTheOtherLayoutIsRefused) {
     NvImportOpenOptions* prepared = TextFile::GetImportOptions(",", true);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(prepared->data), prepared->size), std::string("\1\0\0\0,\1", 6));
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(prepared->data), prepared->size),
+              std::string("\1\0\0\0,\1", 6));
     EXPECT_NE(Trace("a,b\n", {prepared}).find("Open 0x200\n"), std::string::npos);
     SpreadsheetOpenOptions::FreeOpenOptions(prepared);
     delete prepared;
@@ -390,8 +396,9 @@ TEST_F(TextFileTest, RealFilesHoldWhatAnIndependentReaderFound) {
         ASSERT_EQ(reader.Read(&table), 0);
         for (const SpreadsheetTruth::Cell& cell : truth.sheets.at(0).cells) {
             // The truth has quotes taken off, and text in UTF-8; we keep bytes.
-            const bool plain = cell.value.find_first_of("\"\n") == std::string::npos &&
-                               std::all_of(cell.value.begin(), cell.value.end(), [](char c) { return c > 0; });
+            const bool plain =
+                cell.value.find_first_of("\"\n") == std::string::npos &&
+                std::all_of(cell.value.begin(), cell.value.end(), [](char c) { return c > 0; });
             const std::string found = table.GetString(cell.col, cell.row);
             if (plain && !found.starts_with('"')) {
                 EXPECT_EQ(found, cell.value) << "column " << cell.col << ", row " << cell.row;

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+// Looking for bytes in text that is mostly short: eight at a time and without a call, which for cells of
+// ten characters is faster than the C library's functions.
+
+/** The first `byte` in [begin, end), or `end`. */
+inline char* FindByte(char* begin, char* end, char byte) {
+    constexpr std::uint64_t Ones = 0x0101010101010101U;
+    constexpr std::uint64_t HighBits = 0x8080808080808080U;
+    const std::uint64_t pattern = Ones * static_cast<unsigned char>(byte);
+    if constexpr (std::endian::native == std::endian::little) {
+        while (end - begin >= 8) {
+            std::uint64_t word;
+            std::memcpy(&word, begin, sizeof word);
+            word ^= pattern;
+            // The lowest high bit that is set here stands over the first byte that became zero.
+            const std::uint64_t zeros = (word - Ones) & ~word & HighBits;
+            if (zeros != 0) {
+                return begin + std::countr_zero(zeros) / 8;
+            }
+            begin += 8;
+        }
+    }
+    while (begin != end && *begin != byte) {
+        ++begin;
+    }
+    return begin;
+}
+
+/** How many times `byte` stands in [begin, end). */
+inline std::size_t CountByte(const char* begin, const char* end, char byte) {
+    std::size_t count = 0;
+    while (begin != end) {
+        // Runs short enough for a sum in single bytes, which the compiler turns into wide instructions.
+        const std::ptrdiff_t run = end - begin < 255 ? end - begin : 255;
+        std::uint8_t sum = 0;
+        for (std::ptrdiff_t i = 0; i < run; ++i) {
+            sum = static_cast<std::uint8_t>(sum + (begin[i] == byte ? 1 : 0));
+        }
+        count += sum;
+        begin += run;
+    }
+    return count;
+}

@@ -1,0 +1,149 @@
+#include "frame/SprFileFactory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "frame/SpreadsheetFile.h"
+
+namespace {
+
+class NoFile : public SpreadsheetFile {
+public:
+    void GetErrorMessage(char* buffer, unsigned int size) override {
+        SpreadsheetFile::GetErrorMessage(buffer, size);
+    }
+    int Open(bool, const char*, NvImportOpenOptions*) override { return 0; }
+    int Read(ReadSpreadSheetData*) override { return 0; }
+    int EstablishSize() override { return 0; }
+};
+
+class TestFactory : public SprFileFactory {
+public:
+    TestFactory(const char* name, const char* filter, char priority)
+        : SprFileFactory(name, filter, nullptr, 1, ".zz1\0", 0, 1, 0, 1, 0, priority) {}
+    MyKindOfFile IsMyKindOfFile(const char*) override { return KindNo; }
+    SpreadsheetFile* GetSpreadsheetFile() override { return new NoFile; }
+};
+
+// The number of formats with this name, byte by byte.
+int CountName(const char* name) {
+    int count = 0;
+    for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
+        count += std::strcmp(SprFileFactory::GetInfo(i)->formatName, name) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+}  // namespace
+
+TEST(SprFileFactory, OrderIsThatOfTheReadFilters) {
+    for (int i = 2; i <= SprFileFactory::SizeInfos(); ++i) {
+        EXPECT_LT(
+            std::strcmp(SprFileFactory::GetInfo(i - 1)->readFilter, SprFileFactory::GetInfo(i)->readFilter),
+            0);
+    }
+}
+
+TEST(SprFileFactory, IndexBelowOneMeansTheFirst) {
+    EXPECT_EQ(SprFileFactory::GetInfo(0), SprFileFactory::GetInfo(1));
+    EXPECT_EQ(SprFileFactory::GetInfo(-5), SprFileFactory::GetInfo(1));
+}
+
+// The registry lasts as long as the program, so these factories stay, and each test uses names of its own.
+TEST(SprFileFactory, LaterFactoryOfANameInOtherCaseReplacesTheEarlier) {
+    static TestFactory first("Test Name A", "~Test A1", 1);
+    const int size = SprFileFactory::SizeInfos();
+    static TestFactory second("TEST name a", "~Test A2", 1);
+    EXPECT_EQ(SprFileFactory::SizeInfos(), size);
+    EXPECT_EQ(CountName("Test Name A"), 0);
+    EXPECT_EQ(CountName("TEST name a"), 1);
+}
+
+TEST(SprFileFactory, NegativePriorityNeverReplaces) {
+    static TestFactory first("Test Name B", "~Test B1", 1);
+    const int size = SprFileFactory::SizeInfos();
+    static TestFactory second("Test Name B", "~Test B2", -1);
+    EXPECT_EQ(SprFileFactory::SizeInfos(), size);
+    EXPECT_STREQ(SprFileFactory::GetInfo(size)->readFilter, "~Test B1");
+}
+
+TEST(SprFileFactory, PriorityIsNotKept) {
+    static TestFactory factory("Test Name C", "~Test C1", 9);
+    EXPECT_EQ(factory.GetPriority(), 0);
+}
+
+TEST(SprFileFactory, FilterThatIsTakenDropsTheNewFormat) {
+    static TestFactory first("Test Name D", "~Test D1", 1);
+    const int size = SprFileFactory::SizeInfos();
+    static TestFactory second("Test Name D other", "~Test D1", 1);
+    EXPECT_EQ(SprFileFactory::SizeInfos(), size);
+    EXPECT_EQ(CountName("Test Name D other"), 0);
+}
+
+TEST(SpreadsheetFile, FreshObjectHasNoFailure) {
+    NoFile file;
+    char text[10] = "x";
+    file.GetErrorMessage(text, sizeof text);
+    EXPECT_EQ(file.GetStatus(), 0);
+    EXPECT_EQ(!file, 0);
+    EXPECT_EQ(file.GetWarningMessage(), nullptr);
+    EXPECT_STREQ(text, "");
+}
+
+TEST(SpreadsheetFile, BaseWriteIsNotImplementedUntilClose) {
+    NoFile file;
+    char text[80];
+    EXPECT_EQ(file.Write(nullptr), 1);
+    EXPECT_EQ(file.GetStatus(), 1);
+    EXPECT_EQ(!file, 1);
+    file.GetErrorMessage(text, sizeof text);
+    EXPECT_STREQ(text, "This function is not implemented for this file format.");
+    file.Close();
+    EXPECT_EQ(file.GetStatus(), 0);
+}
+
+TEST(SpreadsheetFile, LongMessageIsCutAndEnded) {
+    NoFile file;
+    file.Write(nullptr);
+    char text[8];
+    std::memset(text, 'x', sizeof text);
+    file.GetErrorMessage(text, 1);
+    EXPECT_STREQ(text, "");
+    file.GetErrorMessage(text, 5);
+    EXPECT_STREQ(text, "This");
+    EXPECT_EQ(text[5], 'x');
+}
+
+TEST(SpreadsheetFile, CommonTextsAreExact) {
+    struct Failing : NoFile {
+        explicit Failing(int code) { status = code; }
+        std::string Text() {
+            char text[200];
+            GetErrorMessage(text, sizeof text);
+            return text;
+        }
+    };
+    EXPECT_EQ(Failing(2).Text(),
+              "An error occurred when trying to establish the size of the data in the file.");
+    EXPECT_EQ(Failing(3).Text(), "Tried to write to the file when it was opened for reading or vice versa.");
+    EXPECT_EQ(Failing(4).Text(), "AbortedByUser");
+    EXPECT_EQ(Failing(5).Text(), "No further information available.");
+    EXPECT_EQ(Failing(-1).Text(), "No further information available.");
+}
+
+TEST(SpreadsheetFile, MeasuringAgainAfterAFailure) {
+    struct Unmeasured : NoFile {
+        int EstablishSize() override {
+            ++calls;
+            return StatusSizeFailed;
+        }
+        int calls = 0;
+    };
+    Unmeasured file;
+    EXPECT_EQ(file.GetNumCols(), -1);
+    EXPECT_EQ(file.GetNumCols(), -1);
+    EXPECT_EQ(file.GetNumRows(), -1);
+    EXPECT_EQ(file.calls, 3);
+}

@@ -1,0 +1,150 @@
+#include "tools/TableWriter.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+#include "tools/Json.h"
+#include "tools/Utf8Text.h"
+
+namespace {
+
+// Longer than any number in its shortest form.
+constexpr std::size_t NumberSize = 40;
+
+/** Texts of cells without an allocation a cell. */
+class CellPrinter {
+public:
+    explicit CellPrinter(TableData& source) : table(source) {}
+
+    /** The cell's text in UTF-8, valid until the next call. */
+    std::string_view Print(int col, int row) {
+        switch (table.GetKind(col, row)) {
+            case TableData::Text:
+                return AsUtf8(table.GetText(col, row), storage);
+            case TableData::Int:
+            case TableData::Int64:
+                return PrintNumber(table.GetInt64(col, row));
+            case TableData::Float:
+                return PrintFloating(table.GetFloat(col, row));
+            case TableData::Double:
+                return PrintFloating(table.GetFloatValue(col, row));
+            case TableData::Missing:
+                break;
+        }
+        return {};
+    }
+
+private:
+    template <class Number>
+    std::string_view PrintNumber(Number value) {
+        return {number, std::to_chars(number, std::end(number), value).ptr};
+    }
+    // The sign of a NaN means nothing.
+    template <class Number>
+    std::string_view PrintFloating(Number value) {
+        return std::isnan(value) ? "nan" : PrintNumber(value);
+    }
+
+    TableData& table;
+    std::string storage;
+    char number[NumberSize];
+};
+
+/** Gathers a row's text, so that the file is asked to write once a row and not once a byte. */
+class FieldWriter {
+public:
+    explicit FieldWriter(char fieldSeparator) : separator(fieldSeparator) {
+        for (const char c : {fieldSeparator, '"', '\n', '\r'}) {
+            mustBeQuoted[static_cast<unsigned char>(c)] = true;
+        }
+    }
+
+    void Add(std::string_view field) {
+        if (begun) {
+            line += separator;
+        }
+        begun = true;
+        if (std::any_of(field.begin(), field.end(),
+                        [this](char c) { return mustBeQuoted[static_cast<unsigned char>(c)]; })) {
+            AddQuoted(field);
+        } else {
+            line += field;
+        }
+    }
+
+    void EndRow(OutputFile& output) {
+        line += '\n';
+        output.Write(line);
+        line.clear();
+        begun = false;
+    }
+
+private:
+    void AddQuoted(std::string_view field) {
+        line += '"';
+        for (const char c : field) {
+            line.append(c == '"' ? 2 : 1, c);
+        }
+        line += '"';
+    }
+
+    char separator;
+    bool begun = false;  // a field of the row was added, perhaps an empty one
+    bool mustBeQuoted[256] = {};
+    std::string line;
+};
+
+void WriteSeparated(TableData& table, const std::vector<int>& rows, char separator, OutputFile& output) {
+    CellPrinter printer(table);
+    FieldWriter writer(separator);
+    const int cols = table.GetNumberOfColumns();
+    for (const int row : rows) {
+        for (int col = 1; col <= cols; ++col) {
+            writer.Add(printer.Print(col, row));
+        }
+        writer.EndRow(output);
+    }
+}
+
+std::string JsonCell(TableData& table, CellPrinter& printer, int col, int row) {
+    const TableData::Kind kind = table.GetKind(col, row);
+    if (kind == TableData::Missing) {
+        return "null";
+    }
+    const std::string_view text = printer.Print(col, row);
+    const bool isText = kind == TableData::Text || !std::isfinite(table.GetFloatValue(col, row));
+    return isText ? JsonQuote(text) : std::string(text);
+}
+
+void WriteJsonLines(TableData& table, const std::vector<int>& rows, OutputFile& output) {
+    CellPrinter printer(table);
+    const int cols = table.GetNumberOfColumns();
+    for (const int row : rows) {
+        output.Write('[');
+        for (int col = 1; col <= cols; ++col) {
+            output.Write(col > 1 ? "," : "");
+            output.Write(JsonCell(table, printer, col, row));
+        }
+        output.Write("]\n");
+    }
+}
+
+}  // namespace
+
+void WriteTable(TableData& table, const std::vector<int>& rows, TableForm form, OutputFile& output) {
+    switch (form) {
+        case TableForm::Csv:
+            WriteSeparated(table, rows, ',', output);
+            break;
+        case TableForm::Tsv:
+            WriteSeparated(table, rows, '\t', output);
+            break;
+        case TableForm::JsonLines:
+            WriteJsonLines(table, rows, output);
+            break;
+    }
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <vector>
+
+#include "host/OutputFile.h"
+#include "host/TableData.h"
+
+/** The forms of a table that the program writes by itself, in UTF-8 with line feeds. */
+enum class TableForm {
+    Csv,      /**< RFC 4180: a field is quoted only when it must be */
+    Tsv,      /**< the same with tabs */
+    JsonLines /**< an array a row; a cell never set is null, and NaN and infinities are texts */
+};
+
+/** These rows of the table, all columns. Numbers in the shortest form that reads back the same. */
+void WriteTable(TableData& table, const std::vector<int>& rows, TableForm form, OutputFile& output);

@@ -1,0 +1,100 @@
+#include "tools/Utf8Text.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+namespace {
+
+// What Windows-1252 has in 0x80 to 0x9f; 0 where it has nothing and the byte's own code is taken.
+constexpr char16_t Windows1252[32] = {0x20ac, 0,      0x201a, 0x0192, 0x201e, 0x2026, 0x2020, 0x2021,
+                                      0x02c6, 0x2030, 0x0160, 0x2039, 0x0152, 0,      0x017d, 0,
+                                      0,      0x2018, 0x2019, 0x201c, 0x201d, 0x2022, 0x2013, 0x2014,
+                                      0x02dc, 0x2122, 0x0161, 0x203a, 0x0153, 0,      0x017e, 0x0178};
+
+bool IsContinuation(char c) {
+    return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U;
+}
+
+// The length of the character that starts here, or 0 when it is none of UTF-8.
+std::size_t CharacterLength(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text[0]);
+    if (lead < 0x80) {
+        return 1;
+    }
+    const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
+    if (lead < 0xc2 || lead > 0xf4 || text.size() < length) {
+        return 0;
+    }
+    const auto second = static_cast<unsigned char>(text[1]);
+    const bool overlong = (lead == 0xe0 && second < 0xa0) || (lead == 0xf0 && second < 0x90);
+    const bool outside = (lead == 0xed && second > 0x9f) || (lead == 0xf4 && second > 0x8f);
+    if (overlong || outside) {
+        return 0;
+    }
+    const std::string_view rest = text.substr(1, length - 1);
+    return std::all_of(rest.begin(), rest.end(), IsContinuation) ? length : 0;
+}
+
+bool IsAscii(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
+}
+
+bool IsUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t length = CharacterLength(text);
+        if (length == 0) {
+            return false;
+        }
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+void AppendCharacter(std::string& text, char16_t code) {
+    if (code >= 0x800) {
+        text += static_cast<char>(0xe0 | code >> 12);
+        text += static_cast<char>(0x80 | (code >> 6 & 0x3f));
+    } else {
+        text += static_cast<char>(0xc0 | code >> 6);
+    }
+    text += static_cast<char>(0x80 | (code & 0x3f));
+}
+
+}  // namespace
+
+std::string_view AsUtf8(std::string_view text, std::string& storage) {
+    if (IsAscii(text) || IsUtf8(text)) {
+        return text;
+    }
+    storage.clear();
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x80) {
+            storage += c;
+        } else {
+            const char16_t special = byte < 0xa0 ? Windows1252[byte - 0x80] : char16_t{0};
+            AppendCharacter(storage, special != 0 ? special : byte);
+        }
+    }
+    return storage;
+}
+
+std::string AsUtf8(std::string_view text) {
+    std::string storage;
+    return std::string(AsUtf8(text, storage));
+}
+
+std::size_t CountCharacters(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return !IsContinuation(c); }));
+}
+
+std::string_view FirstCharacters(std::string_view text, std::size_t count) {
+    std::size_t end = 0;
+    while (end < text.size() && (count > 0 || IsContinuation(text[end]))) {
+        count -= IsContinuation(text[end]) ? 0 : 1;
+        ++end;
+    }
+    return text.substr(0, end);
+}
