@@ -1,7 +1,10 @@
 #include "instrument/BrimroseFile.h"
 
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <ctime>
+#include <iterator>
 
 #include "host/CopyMessage.h"
 #include "host/FileHandle.h"
@@ -29,6 +32,9 @@ constexpr int SampleNoColumn = 1;
 constexpr int DateTimeColumn = 2;
 constexpr int FirstWavelengthColumn = 3;
 
+// More than any float has before its point, with a sign.
+constexpr std::size_t MaxDigits = 48;
+
 // Seconds since 1970 as local time; empty when the system can't tell.
 std::string DateTextOf(std::uint32_t seconds) {
     const std::time_t time = seconds;
@@ -38,6 +44,15 @@ std::string DateTextOf(std::uint32_t seconds) {
     }
     return NvString::Format("%04d-%02d-%02d/%02d:%02d:%02d", local.tm_year + 1900, local.tm_mon + 1,
                             local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+}
+
+// "w%1.0f": to the nearest whole number, a half to the even one. A header of its own can ask for 65535 of
+// these, so that they must cost little.
+std::string NameOf(float wavelength) {
+    char digits[MaxDigits];
+    const auto value = static_cast<double>(std::isnan(wavelength) ? std::fabs(wavelength) : wavelength);
+    return "w" + std::string(digits,
+                             std::to_chars(digits, std::end(digits), value, std::chars_format::fixed, 0).ptr);
 }
 
 }  // namespace
@@ -113,8 +128,7 @@ void BrimroseFile::MakeNameRow(ReadSpreadSheetData* sink, int row, int lastColum
         } else if (column == DateTimeColumn) {
             sink->Set(column, row, "DateTime");
         } else {
-            sink->Set(column, row,
-                      NvString::Format("w%1.0f", static_cast<double>(WavelengthOf(column))).c_str());
+            sink->Set(column, row, NameOf(WavelengthOf(column)).c_str());
         }
     }
 }

@@ -96,6 +96,17 @@ TEST_F(BrimroseFileTest, NamesAreRoundedToWholeWavelengths) {
     EXPECT_NE(negative.find("Set 3 1 text \"w-0\"\nSet 4 1 text \"w-1\"\n"), std::string::npos);
 }
 
+TEST_F(BrimroseFileTest, NamesOfEnormousWavelengths) {
+    const auto nameOf = [&](float start) {
+        const std::string cells = CellsOf(Trace(MainHeader{start, 0, 1, 1}.Bytes() + Observation(0, {1})));
+        return cells.substr(cells.find("Set 3 1 text ") + 13,
+                            cells.find("\nSet 1 2") - cells.find("Set 3 1 text ") - 13);
+    };
+    EXPECT_EQ(nameOf(-std::numeric_limits<float>::max()), "\"w-340282346638528859811704183484516925440\"");
+    EXPECT_EQ(nameOf(std::numeric_limits<float>::infinity()), "\"winf\"");
+    EXPECT_EQ(nameOf(-std::numeric_limits<float>::quiet_NaN()), "\"wnan\"");
+}
+
 TEST_F(BrimroseFileTest, TimeIsUnsigned) {
     const auto dateOf = [&](std::uint32_t seconds) {
         const std::string cells = CellsOf(Trace(MainHeader{.points = 0}.Bytes() + Observation(seconds, {})));
