@@ -20,3 +20,8 @@ karta_format(process/BrooksideFile process/BrooksideFields process/BrooksideFile
              process/BrooksideSamples process/BrooksideStream process/BrooksideTransition process/BrooksideWarnings
              process/SAReadBrooksideData CASES brookside)
 karta_format(process/BrooksideXML process/BrooksideDom process/BrooksideGrammar process/BufferReader CASES brooksidexml)
+karta_format(instrument/BrimroseFile CASES brimrose)
+karta_format(instrument/NsasFile CASES nsas)
+karta_format(container/UnscramblerFile CASES unscrambler)
+karta_format(container/MatFile container/MatElementStream container/MatLevel4 container/MatLevel4Writer
+             container/MatLevel5 container/MatSheetLayout CASES mat)

@@ -1,0 +1,97 @@
+#include "container/MatElementStream.h"
+
+// The bytes to inflate are the file's own and are not written to.
+#define ZLIB_CONST
+#include <zlib.h>
+
+#include <algorithm>
+
+namespace {
+constexpr std::size_t ChunkSize = 65536;
+}  // namespace
+
+MatElementStream::~MatElementStream() = default;
+
+std::size_t MatElementStream::Read(std::uint8_t* target, std::size_t size) {
+    const std::size_t count = Fill(target, size);
+    position += count;
+    return count;
+}
+
+bool MatElementStream::ReadAll(std::vector<std::uint8_t>& bytes, std::uint64_t size) {
+    bytes.clear();
+    while (bytes.size() < size) {
+        const std::size_t filled = bytes.size();
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size - filled, ChunkSize));
+        bytes.resize(filled + wanted);
+        const std::size_t count = Read(bytes.data() + filled, wanted);
+        bytes.resize(filled + count);
+        if (count < wanted) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void MatElementStream::Align(std::uint64_t multiple) {
+    std::uint8_t padding[8];
+    const std::uint64_t odd = position % multiple;
+    if (odd != 0) {
+        Read(padding, static_cast<std::size_t>(multiple - odd));
+    }
+}
+
+void MatElementStream::Rewind() {
+    position = start;
+    Restart();
+}
+
+std::size_t MatPlainStream::Fill(std::uint8_t* target, std::size_t size) {
+    const std::size_t count = std::min(size, rest.size());
+    std::copy_n(rest.begin(), count, target);
+    rest = rest.subspan(count);
+    return count;
+}
+
+MatInflatingStream::MatInflatingStream(std::span<const std::uint8_t> payload, std::uint64_t bound)
+    : MatElementStream(0), all(payload), limit(bound), left(bound), inflater(std::make_unique<z_stream_s>()) {
+    failed = inflateInit(inflater.get()) != Z_OK;
+    Restart();
+}
+
+MatInflatingStream::~MatInflatingStream() {
+    inflateEnd(inflater.get());
+}
+
+void MatInflatingStream::Restart() {
+    failed = inflateReset(inflater.get()) != Z_OK;
+    finished = false;
+    left = limit;
+    inflater->next_in = all.data();
+    // An element's size has 32 bits.
+    inflater->avail_in = static_cast<uInt>(all.size());
+}
+
+std::size_t MatInflatingStream::Fill(std::uint8_t* target, std::size_t size) {
+    const auto wanted = static_cast<uInt>(std::min<std::uint64_t>({size, left, std::uint64_t{1} << 30}));
+    inflater->next_out = target;
+    inflater->avail_out = wanted;
+    while (inflater->avail_out > 0 && !failed && !finished) {
+        const int result = inflate(inflater.get(), Z_NO_FLUSH);
+        finished = result == Z_STREAM_END;
+        // Also when the payload is used up before its end.
+        failed = result != Z_OK && !finished;
+    }
+    const std::size_t count = wanted - inflater->avail_out;
+    left -= count;
+    return count;
+}
+
+bool MatInflatingStream::IsSoundToTheEnd() {
+    std::vector<std::uint8_t> dropped(ChunkSize);
+    while (!failed && !finished && left > 0) {
+        Fill(dropped.data(), dropped.size());
+    }
+    // What lies behind the bound isn't looked at.
+    return !failed;
+}

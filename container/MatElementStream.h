@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+struct z_stream_s;
+
+/**
+ * The bytes of a MAT-file's data element from front to end, whether they lie in the file or come out of a
+ * compressed element. Positions are those that alignment counts with.
+ */
+class MatElementStream {
+public:
+    virtual ~MatElementStream();
+
+    /** Up to `size` bytes; fewer only where the element ends or can't be inflated. */
+    std::size_t Read(std::uint8_t* target, std::size_t size);
+    /** All `size` bytes, kept in `bytes`, which grows as they arrive; false when fewer came. */
+    bool ReadAll(std::vector<std::uint8_t>& bytes, std::uint64_t size);
+    /** Moves forward to the next multiple; the end may come first. */
+    void Align(std::uint64_t multiple);
+    std::uint64_t Tell() const { return position; }
+
+    /** Back to the first byte. */
+    void Rewind();
+    /** False when what follows is damaged, as far as a check value can tell. */
+    virtual bool IsSoundToTheEnd() = 0;
+
+protected:
+    explicit MatElementStream(std::uint64_t firstPosition) : start(firstPosition), position(firstPosition) {}
+
+    virtual std::size_t Fill(std::uint8_t* target, std::size_t size) = 0;
+    virtual void Restart() = 0;
+
+private:
+    std::uint64_t start;
+    std::uint64_t position;
+};
+
+/** An element as it lies in the file. */
+class MatPlainStream : public MatElementStream {
+public:
+    /** The bytes stay the caller's and must outlive the stream. */
+    MatPlainStream(std::span<const std::uint8_t> bytes, std::uint64_t firstPosition)
+        : MatElementStream(firstPosition), all(bytes), rest(bytes) {}
+
+    bool IsSoundToTheEnd() override { return true; }
+
+private:
+    std::size_t Fill(std::uint8_t* target, std::size_t size) override;
+    void Restart() override { rest = all; }
+
+    std::span<const std::uint8_t> all;
+    std::span<const std::uint8_t> rest;
+};
+
+/** The content of a compressed element, inflated as it is asked for and up to a bound. */
+class MatInflatingStream : public MatElementStream {
+public:
+    /** The payload stays the caller's and must outlive the stream. */
+    MatInflatingStream(std::span<const std::uint8_t> payload, std::uint64_t bound);
+    ~MatInflatingStream() override;
+
+    /** Inflates the rest, up to the bound, and drops it. */
+    bool IsSoundToTheEnd() override;
+
+private:
+    std::size_t Fill(std::uint8_t* target, std::size_t size) override;
+    void Restart() override;
+
+    std::span<const std::uint8_t> all;
+    std::uint64_t limit;
+    std::uint64_t left;  // of the bound
+    std::unique_ptr<z_stream_s> inflater;
+    bool failed = false;
+    bool finished = false;
+};

@@ -1,0 +1,136 @@
+#include "container/MatLevel4Writer.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+
+#include "frame/WriteSpreadSheetData.h"
+#include "host/NumberFormat.h"
+#include "host/OutputFile.h"
+
+namespace {
+
+constexpr int NumericType = 0;
+constexpr int TextType = 1;
+
+// The names of the identifiers' matrices have this length, whatever their number.
+constexpr std::size_t IdNameLength = 7;
+constexpr std::string_view DataName("DATA\0", 5);
+
+constexpr std::uint64_t MissingBits = 0xFFF8000000000000;
+
+template <class Number>
+std::string_view BytesOf(const Number& value) {
+    static_assert(std::endian::native == std::endian::little);
+    return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
+std::string IdName(const char* stem, int number) {
+    std::string name = stem + std::to_string(number);
+    name.resize(IdNameLength, '\0');
+    return name;
+}
+
+}  // namespace
+
+void Matlab4Writer::WriteDouble(double value) {
+    output.Write(BytesOf(value));
+}
+
+void Matlab4Writer::WriteHeader(int type, int rows, int columns, std::string_view name) {
+    const std::int32_t fields[] = {type, rows, columns, 0, static_cast<std::int32_t>(name.size())};
+    output.Write(BytesOf(fields));
+    output.Write(name);
+}
+
+void Matlab4Writer::WriteData() {
+    WriteHeader(NumericType, blockRows, blockColumns, DataName);
+    const auto missing = std::bit_cast<double>(MissingBits);
+    for (int column = 0; column < blockColumns; ++column) {
+        for (int row = 0; row < blockRows; ++row) {
+            const bool number = source.IsFloat(firstDataCol + column, firstDataRow + row);
+            WriteDouble(number ? source.GetFloatValue(firstDataCol + column, firstDataRow + row) : missing);
+        }
+    }
+}
+
+bool Matlab4Writer::IDIsOnlyFloat(const IdLine& line) {
+    for (int i = 0; i < line.count; ++i) {
+        if (source.IsString(line.firstColumn + i * line.columnStep, line.firstRow + i * line.rowStep)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string Matlab4Writer::TextOf(const IdLine& line, int index) {
+    const int column = line.firstColumn + index * line.columnStep;
+    const int row = line.firstRow + index * line.rowStep;
+    if (source.IsFloat(column, row)) {
+        return FormatG(source.GetFloatValue(column, row));
+    }
+    return source.IsString(column, row) ? source.GetString(column, row) : std::string();
+}
+
+std::size_t Matlab4Writer::GetLargestID(const std::vector<std::string>& texts) {
+    std::size_t largest = 0;
+    for (const std::string& text : texts) {
+        largest = std::max(largest, text.size());
+    }
+    return largest;
+}
+
+void Matlab4Writer::WriteIdNumbers(std::string_view name, const IdLine& line) {
+    WriteHeader(NumericType, line.count, 1, name);
+    for (int i = 0; i < line.count; ++i) {
+        const int column = line.firstColumn + i * line.columnStep;
+        const int row = line.firstRow + i * line.rowStep;
+        WriteDouble(source.IsFloat(column, row) ? source.GetFloatValue(column, row) : 0.0);
+    }
+}
+
+void Matlab4Writer::WriteIdTexts(std::string_view name, const IdLine& line) {
+    std::vector<std::string> texts;
+    for (int i = 0; i < line.count; ++i) {
+        texts.push_back(TextOf(line, i));
+    }
+    const std::size_t length = GetLargestID(texts);
+    WriteHeader(TextType, line.count, static_cast<int>(length), name);
+    for (std::size_t character = 0; character < length; ++character) {
+        for (const std::string& text : texts) {
+            WriteDouble(character < text.size() ? static_cast<unsigned char>(text[character]) : ' ');
+        }
+    }
+}
+
+void Matlab4Writer::WriteIdLine(std::string_view name, const IdLine& line) {
+    if (IDIsOnlyFloat(line)) {
+        WriteIdNumbers(name, line);
+    } else {
+        WriteIdTexts(name, line);
+    }
+}
+
+void Matlab4Writer::WriteColumn() {
+    for (int column = 1; column < firstDataCol; ++column) {
+        WriteIdLine(IdName("OBSID", column), {column, firstDataRow, 0, 1, blockRows});
+    }
+}
+
+void Matlab4Writer::WriteRow() {
+    for (int row = 1; row < firstDataRow; ++row) {
+        WriteIdLine(IdName("VARID", row), {firstDataCol, row, 1, 0, blockColumns});
+    }
+}
+
+bool Matlab4Writer::Write() {
+    if (!source.GetDataOrigin(&firstDataCol, &firstDataRow)) {
+        return false;
+    }
+    blockColumns = std::max(source.GetNumberOfColumns() - firstDataCol + 1, 0);
+    blockRows = std::max(source.GetNumberOfRows() - firstDataRow + 1, 0);
+    WriteData();
+    WriteColumn();
+    WriteRow();
+    return true;
+}

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "frame/FileContents.h"
+#include "frame/SprFileFactory.h"
+#include "frame/SpreadsheetFile.h"
+#include "host/ByteCursor.h"
+#include "host/MappedFile.h"
+
+/**
+ * The data files of Brimrose AOTF spectrometers (.dat): a main header of 512 bytes with the axis and two
+ * counts, then one observation after the other, each a sub-header of 128 bytes and its values as floats.
+ * Everything is little-endian. Read only, one file an import, no options.
+ *
+ * Row 1 of the table holds the names "SampleNo", "DateTime" and "w%1.0f" of each wavelength; every further
+ * row is an observation: its running number, its local date and time, its values. The sample names of the
+ * file are no part of the table; ListParts tells them.
+ *
+ * Many programs write .dat files; a file is one of these when it begins with one of two magic numbers and
+ * has a whole main header.
+ */
+class KARTA_EXPORT BrimroseFile : public SpreadsheetFile, public FileContents {
+public:
+    enum BrimroseFileStatus {
+        StatusStreamFailed = 0xb00,
+        /** Kept for hosts that know it; nothing raises it. */
+        StatusReadModeOnly = 0xb01,
+        StatusMainHeader = 0xb02,
+        StatusSubHeader = 0xb03,
+        StatusData = 0xb04,
+        /** Kept for hosts that know it; nothing raises it. */
+        StatusHeaderContent = 0xb05,
+        StatusNoMagic = 0xb06
+    };
+
+    BrimroseFile();
+    ~BrimroseFile() override;
+
+    void Close() override;
+    void GetErrorMessage(char* buffer, unsigned int size) override;
+    int Open(bool forRead, const char* fileName, NvImportOpenOptions* options) override;
+    int Read(ReadSpreadSheetData* sink) override;
+    int EstablishSize() override;
+
+    /** The observations that the file really holds, each with its sample name and its time. */
+    std::vector<Part> ListParts() override;
+    std::vector<Fact> ListFacts() override;
+
+    /** Whether the file can be opened, has a main header's length and begins with one of the magics. */
+    static bool IsBrimroseFile(const char* path);
+
+private:
+    bool ReadMainHeader();
+    bool ReadSubHeader();
+    bool ReadDataSection();
+    void MakeNameRow(ReadSpreadSheetData* sink, int row, int lastColumn, int firstColumn) const;
+    void MakeDataRow(ReadSpreadSheetData* sink, int row, int lastColumn, int firstColumn);
+    float WavelengthOf(int column) const;
+
+    MappedFile file;
+    ByteCursor cursor;
+    float startWavelength = 0;
+    float endWavelength = 0;
+    float stepWavelength = 0;
+    std::size_t numPoints = 0;
+    int numObservations = 0;
+    // Of the observation read last.
+    std::string sampleName;
+    std::string dateText;
+    ByteCursor values;
+};
+
+class KARTA_EXPORT BrimroseFileFactory : public SprFileFactory {
+public:
+    BrimroseFileFactory();
+    MyKindOfFile IsMyKindOfFile(const char* fileName) override;
+    SpreadsheetFile* GetSpreadsheetFile() override;
+};
