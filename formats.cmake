@@ -4,3 +4,4 @@ karta_format(text/TextFile CASES text)
 karta_format(instrument/USDBase instrument/USDOptions)
 karta_format(container/NetCDFFile container/NetCDF container/ClassicHeader container/AndiFileReader
              container/MvaCDFFileReader CASES netcdf andi mvacdf)
+karta_format(container/KpfFileImport)
