@@ -320,7 +320,7 @@ TEST_F(MvaCDFFileReaderTest, DescriptionsNameByNumbers) {
 
 TEST_F(MvaCDFFileReaderTest, DescriptionOutsideOfTheVariablesIsSkipped) {
     EXPECT_EQ(Names(Described({0, 1, 3, 2, -1}, {1, 6, 2, 3, -1}, {1, 2, 3, 4, 5}, {1, 2, 3, 5, 5})),
-              "[4] [5]");
+              "[4] [5] [] [] []");
 }
 
 TEST_F(MvaCDFFileReaderTest, DescriptionsThatOverlapRunOn) {
