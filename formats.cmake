@@ -25,3 +25,7 @@ karta_format(instrument/NsasFile CASES nsas)
 karta_format(container/UnscramblerFile CASES unscrambler)
 karta_format(container/MatFile container/MatElementStream container/MatLevel4 container/MatLevel4Writer
              container/MatLevel5 container/MatSheetLayout CASES mat)
+karta_format(instrument/USDBase instrument/USDOptions)
+karta_format(container/NetCDFFile container/NetCDF container/ClassicHeader container/AndiFileReader
+             container/MvaCDFFileReader CASES netcdf andi mvacdf)
+karta_format(container/KpfFileImport)

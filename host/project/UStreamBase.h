@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "host/ByteCursor.h"
+
+/** One stream of a project, read from front to back. Numbers are little-endian. */
+class UStreamBase {
+public:
+    virtual ~UStreamBase() = default;
+
+    /** The next `size` bytes; false when fewer are left, and from then on. */
+    virtual bool Read(void* buffer, std::size_t size) = 0;
+    /** At most this many bytes are left: what bounds every count that the stream tells. */
+    virtual std::uint64_t GetRemaining() const = 0;
+
+    /** The next number; 0 when it isn't there, and then HasFailed. */
+    template <class Number>
+    Number ReadNumber() {
+        std::uint8_t raw[sizeof(Number)];
+        failed = failed || !Read(raw, sizeof raw);
+        return failed ? Number{} : ByteCursor(raw).Read<Number>();
+    }
+    /** A text: its length as 32 bits, then its bytes. */
+    std::string ReadText() {
+        const auto length = ReadNumber<std::uint32_t>();
+        std::string text;
+        if (failed || length > GetRemaining()) {
+            failed = true;
+            return text;
+        }
+        text.resize(length);
+        failed = !Read(text.data(), length);
+        return text;
+    }
+    /** Whether something read wasn't there; stays so. */
+    bool HasFailed() const { return failed; }
+
+protected:
+    bool failed = false;
+};

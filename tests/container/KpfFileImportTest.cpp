@@ -1,0 +1,442 @@
+#include "container/KpfFileImport.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+
+#include "frame/SprFileFactory.h"
+#include "host/ImportSpecBase.h"
+#include "host/Question.h"
+#include "host/TableData.h"
+#include "host/project/CompoundFileStreamSource.h"
+#include "host/project/NCProgress.h"
+#include "host/project/NCProject.h"
+#include "tests/container/Damage.h"
+#include "tests/container/ProjectBuilder.h"
+#include "tests/support/ReadTrace.h"
+#include "tests/support/TempFolder.h"
+#include "tools/ProjectReader.h"
+
+namespace {
+
+constexpr const char* Format = "KARTA project file";
+
+class KpfFileImportTest : public testing::Test {
+protected:
+    ~KpfFileImportTest() override {
+        NCProgress::SetHandler({});
+        Question::SetHandler({});
+    }
+    std::string Write(const ProjectContents& project, const ProjectWriteOptions& options = {},
+                      const std::string& name = "project.kpf") {
+        EXPECT_TRUE(WriteProject(folder.Path(name), project, options));
+        return folder.Path(name);
+    }
+    std::string Failure(const std::string& status, const std::string& text) {
+        return std::string("Format \"KARTA project file\"\nOpen ") + status + "\nError \"" + text +
+               "\"\nClose\n";
+    }
+
+    TempFolder folder;
+};
+
+constexpr const char* SmallTrace =
+    "Format \"KARTA project file\"\nOpen 0x0\nGetNumRows 3\nGetNumCols 3\nSetDataSize 3 3\n"
+    "Set 2 1 text \"pH\"\nSet 3 1 text \"Sugar\"\n"
+    "Set 1 2 text \"Red\"\nSet 2 2 text \"3.5\"\nSet 3 2 text \"0.1\"\n"
+    "Set 1 3 text \"White\"\nSet 2 3 text \"\"\nSet 3 3 text \"1e-07\"\n"
+    "Read 0x0\nClose\n";
+
+constexpr const char* Damaged = "The file is damaged or not a KARTA project.";
+constexpr const char* NotDecrypted = "The file could not be decrypted.";
+constexpr const char* NotRead = "The file could not be read.";
+constexpr const char* NoDataSet = "The dataset could not be read.";
+constexpr const char* NoInformation = "No further information available.";
+
+/** Notes what a reader tells of the table's layout, a line each. */
+class NotedSpec : public ImportSpecBase {
+public:
+    void SetSpecSize(int rows, int columns) override { Note("size", rows, columns); }
+    void SetColumnRole(int column, int role) override { Note("column", column, role); }
+    void SetRowRole(int row, int role) override { Note("row", row, role); }
+    void SetDateTimeFormat(int column, const char* dateFormat, const char* timeFormat, int origin, int unit,
+                           int resolution) override {
+        Note("dates", column, origin);
+        notes += std::string(dateFormat) + " " + timeFormat + " " + std::to_string(unit) + " " +
+                 std::to_string(resolution) + "\n";
+    }
+    std::string notes;
+
+private:
+    void Note(const std::string& what, int first, int second) {
+        notes += what + " " + std::to_string(first) + " " + std::to_string(second) + "\n";
+    }
+};
+
+std::string CellsWith(KpfFileImport& reader, const std::string& path) {
+    EXPECT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+    TableData table;
+    EXPECT_EQ(reader.Read(&table), 0);
+    std::string cells;
+    for (int row = 1; row <= table.GetNumberOfRows(); ++row) {
+        for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
+            cells += std::string("[") + table.GetText(col, row) + "]";
+        }
+    }
+    return cells;
+}
+
+int FilesOfPrefix(const std::string& prefix) {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::temp_directory_path())) {
+        count += entry.path().filename().string().starts_with(prefix) ? 1 : 0;
+    }
+    return count;
+}
+
+ProjectContents TwoDataSets() {
+    ProjectContents project = SmallProject();
+    project.dataSets.push_back(SmallDataSet(7, "Beers", {NamedVariable("Alcohol")}, {"Ale"}, {{5.5F}}));
+    return project;
+}
+
+}  // namespace
+
+TEST_F(KpfFileImportTest, ReadsADatasetBehindItsIds) {
+    EXPECT_EQ(ReadTrace(Format, Write(SmallProject()), {.withRows = true}), SmallTrace);
+}
+
+TEST_F(KpfFileImportTest, ProjectOfThePreviousFormatIsConvertedInPlace) {
+    EXPECT_EQ(ReadTrace(Format, Write(SmallProject(), {.version = 5})), SmallTrace);
+}
+
+TEST_F(KpfFileImportTest, ProjectsOfOldAreRewritten) {
+    for (const int version : {0, 1, 4}) {
+        EXPECT_EQ(ReadTrace(Format, Write(SmallProject(), {.version = version})), SmallTrace) << version;
+    }
+}
+
+TEST_F(KpfFileImportTest, RewrittenProjectGoesWithTheReader) {
+    const int before = FilesOfPrefix("kpf");
+    const std::string path = Write(SmallProject(), {.version = 4});
+    {
+        KpfFileImport reader;
+        ASSERT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+        EXPECT_EQ(FilesOfPrefix("kpf"), before + 1);
+        reader.Close();
+        EXPECT_EQ(FilesOfPrefix("kpf"), before);
+        ASSERT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+    }
+    EXPECT_EQ(FilesOfPrefix("kpf"), before) << "deleted without Close";
+}
+
+TEST_F(KpfFileImportTest, OtherFilesAreNoProjects) {
+    EXPECT_EQ(ReadTrace(Format, folder.Path("none.kpf")), Failure("0x64", Damaged));
+    EXPECT_EQ(ReadTrace(Format, folder.Write("text.kpf", "text")), Failure("0x64", Damaged));
+    EXPECT_EQ(ReadTrace(Format, folder.Path("")), Failure("0x64", Damaged));
+}
+
+TEST_F(KpfFileImportTest, CompoundFileOfAnotherKindCannotBeConverted) {
+    const int before = FilesOfPrefix("kpf");
+    EXPECT_EQ(ReadTrace(Format, Write({}, {.version = 0})), Failure("0x67", NoDataSet))
+        << "an old project without datasets";
+    std::string bytes = ReadWholeFile(Write(SmallProject(), {.version = 0}));
+    // The name of the only stream in UTF-16: another stream is no project.
+    const std::size_t name = bytes.find(std::string("D\0a\0t\0a\0s\0", 10));
+    ASSERT_NE(name, std::string::npos);
+    bytes[name] = 'X';
+    EXPECT_EQ(ReadTrace(Format, folder.Write("other.kpf", bytes)), Failure("0x68", NoInformation));
+    EXPECT_EQ(FilesOfPrefix("kpf"), before);
+}
+
+TEST_F(KpfFileImportTest, UnknownVersionIsNotRead) {
+    EXPECT_EQ(ReadTrace(Format, Write(SmallProject(), {.version = 7})), Failure("0x66", NotRead));
+}
+
+TEST_F(KpfFileImportTest, MissingStreamsAreNotRead) {
+    const std::string good = ReadWholeFile(Write(SmallProject()));
+    const auto without = [&](const std::string& name) {
+        std::string bytes = good;
+        std::string wide;
+        for (const char c : name) {
+            wide += c;
+            wide += '\0';
+        }
+        bytes[bytes.find(wide + std::string(2, '\0'))] = '-';
+        return ReadTrace(Format, folder.Write("without.kpf", bytes));
+    };
+    EXPECT_EQ(without("Project"), Failure("0x66", NotRead));
+    EXPECT_EQ(without("DataSet 1"), Failure("0x67", NoDataSet));
+    EXPECT_EQ(without("ProjectVersion"), Failure("0x68", NoInformation)) << "then it is taken for an old one";
+}
+
+TEST_F(KpfFileImportTest, ProjectWithoutDatasetsHasNone) {
+    EXPECT_EQ(ReadTrace(Format, Write({})), Failure("0x67", NoDataSet));
+}
+
+TEST_F(KpfFileImportTest, EncryptedProjectNeedsADerivedClass) {
+    EXPECT_EQ(ReadTrace(Format, Write(SmallProject(), {.password = "secret"})),
+              Failure("0x65", NotDecrypted));
+}
+
+TEST_F(KpfFileImportTest, RightPasswordOpensEveryLayout) {
+    for (const int version : {6, 5, 4, 0}) {
+        ProjectReader reader("secret");
+        EXPECT_EQ(CellsWith(reader, Write(SmallProject(), {.version = version, .password = "secret"})),
+                  "[][pH][Sugar][Red][3.5][0.1][White][][1e-07]")
+            << version;
+    }
+}
+
+TEST_F(KpfFileImportTest, WrongPasswordDoesNotDecrypt) {
+    const std::string path = Write(SmallProject(), {.password = "secret"});
+    for (const char* password : {"", "Secret", "secret "}) {
+        ProjectReader reader(password);
+        EXPECT_EQ(reader.Open(true, path.c_str(), nullptr), 0x65) << password;
+        EXPECT_EQ(ErrorOf(reader), NotDecrypted);
+    }
+}
+
+TEST_F(KpfFileImportTest, HostThatBelievesAWrongPasswordReadsNothing) {
+    class Believing : public KpfFileImport {
+    public:
+        bool SetPassword(CompundFileBase& file, std::string& password) override {
+            password = "wrong";
+            file.SetPassword(password.c_str());
+            return true;
+        }
+    };
+    Believing current;
+    EXPECT_EQ(current.Open(true, Write(SmallProject(), {.password = "secret"}).c_str(), nullptr), 0x66);
+    Believing old;
+    EXPECT_EQ(old.Open(true, Write(SmallProject(), {.version = 3, .password = "secret"}).c_str(), nullptr),
+              0x68);
+}
+
+TEST_F(KpfFileImportTest, ChangedPieceOfASealedStreamIsFoundOut) {
+    const std::string good = ReadWholeFile(Write(SmallProject(), {.password = "secret"}));
+    const auto statusOf = [&](const std::string& bytes) {
+        ProjectReader reader("secret");
+        return reader.Open(true, folder.Write("changed.kpf", bytes).c_str(), nullptr);
+    };
+    ASSERT_EQ(statusOf(good), 0);
+    int refused = 0;
+    for (std::size_t i = 512; i < good.size(); i += 97) {
+        std::string bytes = good;
+        bytes[i] = static_cast<char>(bytes[i] ^ 0x10);
+        refused += statusOf(bytes) != 0 ? 1 : 0;
+    }
+    EXPECT_GT(refused, 0);
+}
+
+TEST_F(KpfFileImportTest, LargeStreamsAreSealedInPieces) {
+    ProjectContents project;
+    project.aliasTables = {{"Primary ID", AliasTable::KindPlain}};
+    std::vector<std::shared_ptr<VariableInfo>> variables;
+    std::vector<std::vector<float>> values(200, std::vector<float>(300));
+    for (int variable = 0; variable < 300; ++variable) {
+        variables.push_back(NamedVariable("v" + std::to_string(variable)));
+    }
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        values[i][299] = static_cast<float>(i);
+    }
+    project.dataSets.push_back(
+        SmallDataSet(1, "Large", variables, std::vector<std::string>(200, "o"), values));
+    ProjectReader reader("secret");
+    ASSERT_EQ(reader.Open(true, Write(project, {.password = "secret"}).c_str(), nullptr), 0);
+    TableData table;
+    ASSERT_EQ(reader.Read(&table), 0);
+    EXPECT_STREQ(table.GetText(301, 201), "199");
+}
+
+TEST_F(KpfFileImportTest, FirstOfSeveralDatasetsIsTaken) {
+    EXPECT_EQ(ReadTrace(Format, Write(TwoDataSets())), SmallTrace);
+}
+
+TEST_F(KpfFileImportTest, DatasetIsChosenByItsPlace) {
+    const std::string path = Write(TwoDataSets());
+    EXPECT_EQ(CellsOf(ReadTrace(Format, path, {.part = 2})),
+              "Set 2 1 text \"Alcohol\"\nSet 1 2 text \"Ale\"\nSet 2 2 text \"5.5\"\n");
+    KpfFileImport reader;
+    ASSERT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+    EXPECT_FALSE(reader.SelectPart(0));
+    EXPECT_FALSE(reader.SelectPart(3));
+    ASSERT_EQ(reader.ListParts().size(), 2U);
+    EXPECT_EQ(reader.ListParts()[1].name, "Beers");
+}
+
+TEST_F(KpfFileImportTest, HostChoosesTheDatasetOrCancels) {
+    class Choosing : public KpfFileImport {
+    public:
+        explicit Choosing(int dataset) : choice(dataset) {}
+        int SelectDataset(std::shared_ptr<NCProject> project) override {
+            asked = project->SizeDataSets();
+            return choice;
+        }
+        int choice;
+        int asked = 0;
+    };
+    const std::string path = Write(TwoDataSets());
+    Choosing second(7);
+    EXPECT_EQ(CellsWith(second, path), "[][Alcohol][Ale][5.5]");
+    EXPECT_EQ(second.asked, 2);
+    Choosing cancelled(0);
+    EXPECT_EQ(cancelled.Open(true, path.c_str(), nullptr), 4);
+    EXPECT_EQ(ErrorOf(cancelled), "AbortedByUser");
+    Choosing absent(5);
+    EXPECT_EQ(absent.Open(true, path.c_str(), nullptr), 0x67);
+    Choosing unasked(0);
+    EXPECT_EQ(unasked.Open(true, Write(SmallProject()).c_str(), nullptr), 0) << "there is one dataset only";
+    EXPECT_EQ(unasked.asked, 0);
+}
+
+TEST_F(KpfFileImportTest, ConversionShowsItsProgress) {
+    std::vector<double> steps;
+    NCProgress::SetHandler([&](const std::string& title, double done) {
+        EXPECT_EQ(title, "Converting old project");
+        steps.push_back(done);
+        return false;
+    });
+    EXPECT_NE(ReadTrace(Format, Write(TwoDataSets(), {.version = 5})).find("Read 0x0"), std::string::npos);
+    EXPECT_EQ(steps, (std::vector<double>{0.5, 1.0}));
+}
+
+TEST_F(KpfFileImportTest, CancelledConversionIsTheUsersWish) {
+    std::string question;
+    bool answer = true;
+    NCProgress::SetHandler([](const std::string&, double) { return true; });
+    Question::SetHandler([&](const std::string& text) {
+        question = text;
+        return answer;
+    });
+    const std::string path = Write(TwoDataSets(), {.version = 5});
+    EXPECT_EQ(ReadTrace(Format, path), Failure("0x4", "AbortedByUser"));
+    EXPECT_EQ(question, "Do you really want to stop? The project will not open.");
+    answer = false;
+    EXPECT_NE(ReadTrace(Format, path).find("Read 0x0"), std::string::npos) << "the user went on";
+}
+
+TEST_F(KpfFileImportTest, VariablesWriteTheirValues) {
+    ProjectContents project = SmallProject();
+    project.dataSets = {
+        SmallDataSet(1, "Kinds", {YesNoVariable("Red?"), HourVariable("When"), NamedVariable("x")},
+                     {"a", "b", "c"}, {{1, 0, 16777216}, {0, 36.5F, -0.5F}, {2, -99, 1e30F}})};
+    KpfFileImport reader;
+    EXPECT_EQ(CellsWith(reader, Write(project)),
+              "[][Red?][When][x]"
+              "[a][Yes][2001-01-01][16777216]"
+              "[b][No][2001-01-02 12:30:00][-0.5]"
+              "[c][2][][1e+30]");
+}
+
+TEST_F(KpfFileImportTest, SpecLearnsTheRoles) {
+    ProjectContents project;
+    project.aliasTables = {{"Primary ID", AliasTable::KindPlain},
+                           {"Batch", AliasTable::KindBatch},
+                           {"Phase", AliasTable::KindPhase},
+                           {"Unit", AliasTable::KindPlain}};
+    DataSetContents dataSet = SmallDataSet(
+        1, "Roles",
+        {NamedVariable("$Hours"), YesNoVariable("a", 3), HourVariable("b", 1), NamedVariable("c", 3),
+         YesNoVariable("d", 2), HourVariable("e", 2), NamedVariable("f", 2)},
+        {}, {});
+    dataSet.observationIds = {1, 4, 2, 3};
+    dataSet.variableIds = {1, 4};
+    project.dataSets.push_back(dataSet);
+    KpfFileImport reader;
+    NotedSpec spec;
+    spec.honoured = false;
+    ASSERT_EQ(reader.Open(true, Write(project).c_str(), nullptr), 0);
+    reader.SetImportSpec(&spec);
+    EXPECT_EQ(reader.GetNumRows(), 2);
+    EXPECT_EQ(reader.GetNumCols(), 11);
+    TableData table;
+    ASSERT_EQ(reader.Read(&table), 0);
+    EXPECT_TRUE(spec.honoured);
+    EXPECT_EQ(spec.notes,
+              "size 2 11\nrow 1 17\nrow 2 18\n"
+              "column 1 5\ncolumn 2 6\ncolumn 3 7\ncolumn 4 8\n"
+              "column 5 1\ncolumn 6 3\ncolumn 7 9\ndates 7 36892\nYYYY-MM-DD HH:MM 1 60\ncolumn 8 4\n"
+              "column 9 2\ncolumn 10 10\ndates 10 36892\nYYYY-MM-DD HH:MM 1 60\n");
+    for (const auto& [name, value] : reader.ListFacts()) {
+        if (name == "column roles") {
+            EXPECT_EQ(value, "1: 5, 2: 6, 3: 7, 4: 8, 5: 1, 6: 3, 7: 9, 8: 4, 9: 2, 10: 10");
+        }
+    }
+}
+
+TEST_F(KpfFileImportTest, MarkedDatasetGivesItsFirstKindsOneRole) {
+    ProjectContents project = SmallProject();
+    project.dataSets = {SmallDataSet(1, "Marked",
+                                     {NamedVariable("$t"), YesNoVariable("a"), HourVariable("b"),
+                                      NamedVariable("c"), NamedVariable("d", 2)},
+                                     {}, {})};
+    project.dataSets.front().flags = NCDataSet::FlagMarkedVariables;
+    KpfFileImport reader;
+    NotedSpec spec;
+    ASSERT_EQ(reader.Open(true, Write(project).c_str(), nullptr), 0);
+    reader.SetImportSpec(&spec);
+    TableData table;
+    ASSERT_EQ(reader.Read(&table), 0);
+    EXPECT_EQ(spec.notes,
+              "size 1 6\nrow 1 17\ncolumn 1 5\ncolumn 2 1\ncolumn 3 3\ncolumn 4 12\ncolumn 5 12\n");
+}
+
+TEST_F(KpfFileImportTest, SinkIsToldItsLayout) {
+    KpfFileImport reader;
+    ASSERT_EQ(reader.Open(true, Write(SmallProject()).c_str(), nullptr), 0);
+    TableData table;
+    table.layoutDefault = false;
+    ASSERT_EQ(reader.Read(&table), 0);
+    EXPECT_TRUE(table.layoutDefault);
+}
+
+TEST_F(KpfFileImportTest, StateIsTakenOver) {
+    const std::string path = Write(SmallProject(), {.version = 2});
+    KpfFileImport first;
+    ASSERT_EQ(first.Open(true, path.c_str(), nullptr), 0);
+    KpfFileImport second(first);
+    EXPECT_EQ(first.GetNumRows(), -1) << "it is closed now";
+    EXPECT_EQ(second.GetNumRows(), 3);
+    KpfFileImport third;
+    third = second;
+    TableData table;
+    EXPECT_EQ(third.Read(&table), 0);
+    EXPECT_STREQ(table.GetText(1, 2), "Red");
+}
+
+TEST_F(KpfFileImportTest, WritingIsTheWrongMode) {
+    KpfFileImport reader;
+    EXPECT_EQ(reader.Open(false, "any.kpf", nullptr), SpreadsheetFile::StatusWrongMode);
+    EXPECT_EQ(ErrorOf(reader), "Tried to write to the file when it was opened for reading or vice versa.");
+}
+
+TEST_F(KpfFileImportTest, WithoutOpenThereIsNothing) {
+    KpfFileImport reader;
+    TableData table;
+    EXPECT_EQ(reader.GetNumCols(), -1);
+    EXPECT_FALSE(reader.SelectPart(1));
+    EXPECT_TRUE(reader.ListParts().empty());
+    EXPECT_TRUE(reader.ListFacts().empty());
+    EXPECT_EQ(reader.Read(&table), 0x67);
+}
+
+TEST_F(KpfFileImportTest, EveryCompoundFileMayBeAProject) {
+    EXPECT_TRUE(KpfFileImport::IsKpf(Write(SmallProject()).c_str()));
+    EXPECT_FALSE(KpfFileImport::IsKpf(folder.Write("x.kpf", "text").c_str()));
+    for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
+        if (std::string(SprFileFactory::GetInfo(i)->formatName) == Format) {
+            EXPECT_EQ(SprFileFactory::IsMyKindOfFile(i, folder.Path("project.kpf").c_str()), KindProbably);
+            EXPECT_EQ(SprFileFactory::IsMyKindOfFile(i, folder.Path("x.kpf").c_str()), KindNo);
+        }
+    }
+}
+
+TEST_F(KpfFileImportTest, DamagedProjectsEndInAStatus) {
+    for (const int version : {6, 5, 4}) {
+        const std::string good = ReadWholeFile(Write(TwoDataSets(), {.version = version}));
+        ExpectSettledEndsOfDamaged(Format, "a.kpf", good, 200);
+        ExpectSettledEndsOfCut(Format, "a.kpf", good, 61);
+    }
+}

@@ -1,0 +1,67 @@
+#include "tools/ProjectReader.h"
+
+#include <termios.h>
+#include <unistd.h>
+
+#include <iostream>
+
+#include "host/project/CompoundFileStreamSource.h"
+
+namespace {
+
+constexpr int MostQuestions = 3;
+
+/** A terminal that doesn't show what is typed, for as long as this lives. */
+class HiddenInput {
+public:
+    HiddenInput() {
+        changed = tcgetattr(STDIN_FILENO, &before) == 0;
+        if (changed) {
+            termios hidden = before;
+            hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+            changed = tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden) == 0;
+        }
+    }
+    HiddenInput(const HiddenInput&) = delete;
+    HiddenInput& operator=(const HiddenInput&) = delete;
+    ~HiddenInput() {
+        if (changed) {
+            tcsetattr(STDIN_FILENO, TCSAFLUSH, &before);
+        }
+    }
+
+private:
+    termios before{};
+    bool changed = false;
+};
+
+// False at the end of the input.
+bool AskPassword(const std::string& fileName, std::string& text) {
+    std::cerr << "Password of " << fileName << ": " << std::flush;
+    bool answered = false;
+    {
+        const HiddenInput hidden;
+        answered = static_cast<bool>(std::getline(std::cin, text));
+    }
+    std::cerr << '\n';
+    return answered;
+}
+
+}  // namespace
+
+bool ProjectReader::SetPassword(CompundFileBase& file, std::string& text) {
+    if (password) {
+        text = *password;
+        return file.SetPassword(text.c_str());
+    }
+    if (isatty(STDIN_FILENO) == 0) {
+        return false;
+    }
+    for (int question = 0; question < MostQuestions && AskPassword(file.GetFileName(), text); ++question) {
+        if (file.SetPassword(text.c_str())) {
+            return true;
+        }
+        std::cerr << "That is not its password.\n";
+    }
+    return false;
+}
