@@ -20,8 +20,8 @@ class ExcelSharedStrings;
  * Open walks the workbook's globals once: it notes each worksheet's place, name and size, the shared
  * strings, and which cell formats show dates. Read goes to each chosen sheet and passes its cells on in the
  * order of the file; no sheet is held in memory, and the sink's row filter isn't asked. Numbers are
- * doubles; a number in a date format is the date's text; an error value is an empty text; a formula gives
- * its stored result; cells that no record names stay unset. Sheets count from 1.
+ * doubles; a number in a date format is the date's text; truth values and errors are empty texts; a formula
+ * gives its stored result; cells that no record names stay unset. Sheets count from 1.
  *
  * Of several chosen sheets each is put below the one before, with its name in a last column of its own, or
  * beside it, with its name in a last row. A sheet's declared size counts, empty leading rows included.
@@ -105,8 +105,7 @@ public:
     static std::int32_t I4Shuffle(const char* buffer, int offset);
     static double DShuffle(const char* buffer, int offset);
 
-    /** The number in an RK field: a whole number of 30 bits or the upper half of a double, over 100 or not.
-     */
+    /** The number in an RK field: a whole number or the upper half of a double, perhaps over 100. */
     static double NumFromRk(int rk);
 
 protected:
@@ -162,7 +161,7 @@ private:
     BIFFRecord nextRecord;  // what follows a record that is still needed
     int worksheetCount = 0;
     // Entry 0 is that of a file of a single sheet; the sheets of a workbook follow.
-    std::vector<WorksheetEntry> worksheets;
+    std::vector<WorksheetEntry> worksheets = std::vector<WorksheetEntry>(1);
     // The high byte of the first record's id: 0, 2, 4 for BIFF2 to 4, 8 for all later ones.
     int biffHigh = 0;
     // A displacement: BIFF2's cell records have a byte more in front of the value.

@@ -202,6 +202,16 @@ TEST_F(ExcelFileTest, FailureSticksUntilClose) {
     EXPECT_EQ(reader.EstablishSize(), 1);
 }
 
+TEST_F(ExcelFileTest, ReaderThatIsNotOpenHasNothing) {
+    ExcelFile reader;
+    EXPECT_EQ(reader.GetNumRows(), 0);
+    EXPECT_EQ(reader.ListParts().size(), 1U);
+    EXPECT_TRUE(reader.SetCurWorksheet({0}));
+    EXPECT_EQ(reader.GetNumCols(), 0);
+    TableData table;
+    EXPECT_EQ(reader.Read(&table), 0x102);
+}
+
 TEST_F(ExcelFileTest, UnknownStatusHasTheTextOfAllFormats) {
     struct Failing : ExcelFile {
         Failing() { status = 0x7777; }
