@@ -181,6 +181,24 @@ TEST_F(GalacticSPCFileTest, MultiFileTakesTheExponentOfEachSubFile) {
     EXPECT_EQ(ValuesOf(trace, 5), "8 0 0");
 }
 
+TEST_F(GalacticSPCFileTest, ExponentsOfEveryValueScaleByTheirPowerOfTwo) {
+    std::vector<SPCSubFile> subFiles;
+    for (int exponent = -127; exponent <= 127; ++exponent) {
+        subFiles.push_back({SPCValues<std::int32_t>({1, -3, 1 << 30}), exponent});
+    }
+    const std::string path = folder.Write("a.spc", MultiFile(subFiles).Build());
+    GalacticSPCFile reader;
+    ASSERT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+    TableData table;
+    ASSERT_EQ(reader.Read(&table), 0);
+    for (int exponent = -127; exponent <= 127; ++exponent) {
+        const int row = 3 + exponent + 127;
+        EXPECT_EQ(table.GetFloatValue(4, row), static_cast<float>(std::ldexp(1.0, exponent - 32)));
+        EXPECT_EQ(table.GetFloatValue(5, row), static_cast<float>(std::ldexp(-3.0, exponent - 32)));
+        EXPECT_EQ(table.GetFloatValue(6, row), static_cast<float>(std::ldexp(1.0, exponent - 2)));
+    }
+}
+
 TEST_F(GalacticSPCFileTest, WithoutTheMultiFlagSubHeadersSayNothing) {
     auto file = MultiFile({{SPCValues<std::int32_t>({1 << 30, 0, 0}), 7, 0, 90.0F},
                            {SPCValues<std::int32_t>({1 << 29, 0, 0}), -128, 1, -5.0F}},
