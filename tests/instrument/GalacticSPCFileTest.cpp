@@ -7,6 +7,7 @@
 #include <memory>
 #include <random>
 
+#include "frame/ImportHelperBase.h"
 #include "frame/OptionsText.h"
 #include "host/NumberFormat.h"
 #include "host/TableData.h"
@@ -620,6 +621,18 @@ TEST_F(GalacticSPCFileTest, GivenRecordIsRenewed) {
     ASSERT_EQ(reader.Open(true, path.c_str(), options.Get()), 0);
     EXPECT_NE(DecodeOptionsText(*options.Get()).find("<UseAverage>3</UseAverage><IncludeXStartPt>1<"),
               std::string::npos);
+}
+
+TEST_F(GalacticSPCFileTest, RecordGivenToTheDriverStaysTheCallers) {
+    // The renewed bytes are the reader's, which is gone when the driver returns.
+    TestOptions options{{"UseAverage", "3"}};
+    const NvImportOpenOptions given = *options.Get();
+    ImportHelperBase driver(nullptr, nullptr);
+    TableData table;
+    const std::string path = folder.Write("a.spc", SPCBuilder().Build());
+    ASSERT_TRUE(driver.ReadSpreadsheetFile(path.c_str(), 0, &table, options.Get(), false, nullptr));
+    EXPECT_EQ(options.Get()->data, given.data);
+    EXPECT_EQ(options.Get()->size, given.size);
 }
 
 TEST_F(GalacticSPCFileTest, ListsAndCountThatDisagreeAreStatus0xa00) {
