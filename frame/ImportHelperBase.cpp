@@ -191,11 +191,17 @@ bool ImportHelperBase::ReadSpreadsheetFile(const char* fileNames, int formatChoi
             return false;
         }
     }
+    // Some readers renew a record that holds bytes too, with memory of their own. That must not reach the
+    // caller, whose record is an input.
+    NvImportOpenOptions input{0, nullptr};
+    if (options != nullptr && !fillOptions) {
+        input = *options;
+    }
     std::unique_ptr<SpreadsheetFile> reader;
     bool success = false;
     try {
         reader.reset(loader->GetSpreadsheetFile(formatChoice));
-        reader->Open(true, fileNames, options);
+        reader->Open(true, fileNames, options == nullptr || fillOptions ? options : &input);
         if (spec != nullptr) {
             reader->SetImportSpec(spec);
         }

@@ -65,9 +65,6 @@ public:
     /** Does nothing: GetNumCols and GetNumRows measure by themselves. */
     int EstablishSize() override;
 
-    std::vector<Part> ListParts() override;
-    std::vector<Fact> ListFacts() override;
-
     /** The first file's first X and spacing, and the last X of the file that goes farthest. */
     double GetFirstPoint() const { return firstX; }
     double GetLastPoint() const { return maxLastX; }
@@ -81,11 +78,17 @@ public:
     int CheckFiles();
 
 protected:
+    // The new virtual operations stand in this order, behind those of SpreadsheetFile.
     /** Where a host lets the user call SelectFilesToImport; non-zero stops. */
     virtual int SelectFiles();
     /** Fills the constraints that are taken without a record; a host asks the user here. */
     virtual int GetUSDConstraints(USDConstraints* constraints);
 
+public:
+    std::vector<Part> ListParts() override;
+    std::vector<Fact> ListFacts() override;
+
+protected:
     bool SetOptions(NvImportOpenOptions* options);
     /** Each reads at the stream's position into the fields below and returns the status. */
     int ReadHeaderInfo(ByteCursor& stream);

@@ -1,9 +1,11 @@
 #include "instrument/OPUSSelection.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <iterator>
 #include <string_view>
+#include <utility>
 
 #include "host/ByteCursor.h"
 #include "host/MappedFile.h"
@@ -257,15 +259,42 @@ std::string RangeLine(const BrukerOPUSRecord& record) {
            "; last X value: " + FormatG(record.lastX) + "\n";
 }
 
-// Whether a value was new to the list of distinct ones.
-bool AddDistinct(std::vector<double>& values, double value) {
-    if (std::any_of(values.begin(), values.end(),
-                    [&](double known) { return TolerantEqual(known, value); })) {
-        return false;
+/** The values at which the files' axes begin, or end, without those that are the same to a reader. */
+class DistinctValues {
+public:
+    std::size_t GetSize() const { return sorted.size() + (hasNaN ? 1 : 0); }
+
+    /** Whether the value was a new one. */
+    bool Add(double value) {
+        if (std::isnan(value)) {
+            return !std::exchange(hasNaN, true);
+        }
+        const auto place = std::lower_bound(sorted.begin(), sorted.end(), value);
+        // What is the same lies next to the value. There are never many so near: they differ from each other.
+        for (auto above = place; above != sorted.end() && IsNear(*above, value); ++above) {
+            if (TolerantEqual(*above, value)) {
+                return false;
+            }
+        }
+        for (auto below = place; below != sorted.begin() && IsNear(*std::prev(below), value); --below) {
+            if (TolerantEqual(*std::prev(below), value)) {
+                return false;
+            }
+        }
+        sorted.insert(place, value);
+        return true;
     }
-    values.push_back(value);
-    return true;
-}
+
+private:
+    // Farther than the tolerance ever reaches.
+    static bool IsNear(double left, double right) {
+        return left == right ||
+               std::fabs(left - right) <= 0x1p-20 * std::max(std::fabs(left), std::fabs(right));
+    }
+
+    std::vector<double> sorted;
+    bool hasNaN = false;
+};
 
 }  // namespace
 
@@ -338,17 +367,17 @@ bool OPUSSelection::CheckPointCounts() {
 }
 
 bool OPUSSelection::ConfirmDifferentRanges() {
-    std::vector<double> firstValues;
-    std::vector<double> lastValues;
+    DistinctValues firstValues;
+    DistinctValues lastValues;
     std::string ranges;
     for (const BrukerOPUSRecord& record : records) {
-        const bool isNewFirst = AddDistinct(firstValues, record.firstX);
-        const bool isNewLast = AddDistinct(lastValues, record.lastX);
+        const bool isNewFirst = firstValues.Add(record.firstX);
+        const bool isNewLast = lastValues.Add(record.lastX);
         if (isNewFirst || isNewLast) {
             ranges += RangeLine(record);
         }
     }
-    if (firstValues.size() < 2 && lastValues.size() < 2) {
+    if (firstValues.GetSize() < 2 && lastValues.GetSize() < 2) {
         return true;
     }
     return Question::Ask(

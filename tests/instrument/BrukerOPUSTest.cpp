@@ -377,6 +377,29 @@ TEST_F(BrukerOPUSTest, RangesWithinTheToleranceAreNotAskedAbout) {
     EXPECT_NE(TraceTwo(OPUSBuilder().Build(), other.Build()).find("Read 0x0\n"), std::string::npos);
 }
 
+TEST_F(BrukerOPUSTest, RangesAreComparedWithEveryDistinctOne) {
+    const double firstValues[] = {3.0, std::nan(""), 1.0,           2.0, std::nan(""), 1.0 + 0x1p-24,
+                                  2.0, 3.0,          2.0 - 0x1p-22, 4.0, INFINITY,     INFINITY};
+    std::string paths;
+    for (const double value : firstValues) {
+        OPUSBuilder file;
+        file.firstX = value;
+        paths += folder.Write(std::to_string(paths.size()), file.Build()) + "\n";
+    }
+    std::string asked;
+    Question::SetHandler([&](const std::string& text) {
+        asked = text;
+        return false;
+    });
+    EXPECT_EQ(ReadTrace(Format, paths), Failure("Import canceled."));
+    std::string distinct;
+    for (std::size_t at = asked.find("first X value: "); at != std::string::npos;
+         at = asked.find("first X value: ", at + 1)) {
+        distinct += asked.substr(at + 15, asked.find(';', at) - at - 15) + " ";
+    }
+    EXPECT_EQ(distinct, "3 nan 1 2 4 inf ");
+}
+
 TEST_F(BrukerOPUSTest, FileWithoutADataBlockFailsInItsRow) {
     const auto blocks = OPUSBuilder().Blocks();
     const std::string trace = TraceBlocks({blocks[0], blocks[1], {OPUSSampleData, blocks[2].bytes}});

@@ -7,6 +7,7 @@
 #include <memory>
 #include <random>
 
+#include "frame/ImportHelperBase.h"
 #include "frame/OptionsText.h"
 #include "host/NumberFormat.h"
 #include "host/TableData.h"
@@ -179,6 +180,24 @@ TEST_F(GalacticSPCFileTest, MultiFileTakesTheExponentOfEachSubFile) {
     EXPECT_EQ(ValuesOf(trace, 3), "4 0 0");
     EXPECT_EQ(ValuesOf(trace, 4), "1.5 2.5 3.5");
     EXPECT_EQ(ValuesOf(trace, 5), "8 0 0");
+}
+
+TEST_F(GalacticSPCFileTest, ExponentsOfEveryValueScaleByTheirPowerOfTwo) {
+    std::vector<SPCSubFile> subFiles;
+    for (int exponent = -127; exponent <= 127; ++exponent) {
+        subFiles.push_back({SPCValues<std::int32_t>({1, -3, 1 << 30}), exponent});
+    }
+    const std::string path = folder.Write("a.spc", MultiFile(subFiles).Build());
+    GalacticSPCFile reader;
+    ASSERT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+    TableData table;
+    ASSERT_EQ(reader.Read(&table), 0);
+    for (int exponent = -127; exponent <= 127; ++exponent) {
+        const int row = 3 + exponent + 127;
+        EXPECT_EQ(table.GetFloatValue(4, row), static_cast<float>(std::ldexp(1.0, exponent - 32)));
+        EXPECT_EQ(table.GetFloatValue(5, row), static_cast<float>(std::ldexp(-3.0, exponent - 32)));
+        EXPECT_EQ(table.GetFloatValue(6, row), static_cast<float>(std::ldexp(1.0, exponent - 2)));
+    }
 }
 
 TEST_F(GalacticSPCFileTest, WithoutTheMultiFlagSubHeadersSayNothing) {
@@ -602,6 +621,18 @@ TEST_F(GalacticSPCFileTest, GivenRecordIsRenewed) {
     ASSERT_EQ(reader.Open(true, path.c_str(), options.Get()), 0);
     EXPECT_NE(DecodeOptionsText(*options.Get()).find("<UseAverage>3</UseAverage><IncludeXStartPt>1<"),
               std::string::npos);
+}
+
+TEST_F(GalacticSPCFileTest, RecordGivenToTheDriverStaysTheCallers) {
+    // The renewed bytes are the reader's, which is gone when the driver returns.
+    TestOptions options{{"UseAverage", "3"}};
+    const NvImportOpenOptions given = *options.Get();
+    ImportHelperBase driver(nullptr, nullptr);
+    TableData table;
+    const std::string path = folder.Write("a.spc", SPCBuilder().Build());
+    ASSERT_TRUE(driver.ReadSpreadsheetFile(path.c_str(), 0, &table, options.Get(), false, nullptr));
+    EXPECT_EQ(options.Get()->data, given.data);
+    EXPECT_EQ(options.Get()->size, given.size);
 }
 
 TEST_F(GalacticSPCFileTest, ListsAndCountThatDisagreeAreStatus0xa00) {
