@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "host/CopyMessage.h"
 #include "host/NumberFormat.h"
@@ -109,11 +110,10 @@ ChemStationFile::~ChemStationFile() = default;
 
 // Fields
 
-bool ChemStationFile::OpenStream(const HPLCData& data) {
+void ChemStationFile::OpenStream(const HPLCData& data) {
     failedPath = data.path;
     file = MappedFile(data.path.c_str());
     stream = ByteCursor(file.GetBytes());
-    return file.IsOpen();
 }
 
 std::int16_t ChemStationFile::ReadInt16(std::uint64_t pos, bool swap) {
@@ -311,14 +311,18 @@ int ChemStationFile::Open(bool forRead, const char* fileName, NvImportOpenOption
         fileKindIsUv = data.isUv;
         files.push_back(std::move(data));
     }
-    file.Close();
+    CloseStream();
     return status;
+}
+
+void ChemStationFile::CloseStream() {
+    file.Close();
+    stream = ByteCursor();
 }
 
 void ChemStationFile::Close() {
     files.clear();
-    file.Close();
-    stream = ByteCursor();
+    CloseStream();
     failedPath.clear();
     SpreadsheetFile::Close();
 }
@@ -358,7 +362,7 @@ int ChemStationFile::Read(ReadSpreadSheetData* sink) {
             return status;
         }
     }
-    file.Close();
+    CloseStream();
     return status;
 }
 
@@ -462,7 +466,7 @@ int ChemStationFile::ReadSpectra(ReadSpreadSheetData* sink, const HPLCData& data
         }
         position += static_cast<std::uint64_t>(std::max<int>(record.length, 0));
     }
-    file.Close();
+    CloseStream();
     return status;
 }
 

@@ -91,7 +91,8 @@ private:
     static const Layout OlderLayout;
     static const Layout NewerLayout;
 
-    bool OpenStream(const HPLCData& data);
+    void OpenStream(const HPLCData& data);
+    void CloseStream();
     std::int16_t ReadInt16(std::uint64_t pos, bool swap);
     std::int32_t ReadInt32(std::uint64_t pos, bool swap);
     double ReadDouble(std::uint64_t pos);

@@ -49,8 +49,8 @@ void SetX(ReadSpreadSheetData* sink, int column, double x) {
     sink->Set(column, 2, x);
 }
 
-// Whether two of the values are no equals under the tolerant comparison. In the order of their magnitudes
-// the greatest difference that a value can have to those before it is to their least or greatest.
+// Whether two of the values differ under the tolerant comparison. In the order of their magnitudes, a value
+// differs most from the least or from the greatest of those before it.
 bool AnyDiffer(std::vector<double> values) {
     const auto isNaN = [](double value) { return std::isnan(value); };
     if (std::any_of(values.begin(), values.end(), isNaN)) {
@@ -340,11 +340,11 @@ bool JCAMPFile::SetOptions(NvImportOpenOptions* options) {
 // unless they hold no selection at all. An empty record gets bytes that are this reader's: its user copies
 // them before the reader is gone.
 void JCAMPFile::RenewOptions(NvImportOpenOptions& options, std::vector<std::uint8_t> bytes) {
-    if (!HasOptions(&options)) {
+    if (WantsOptions(&options)) {
         optionsBlob = std::move(bytes);
         options.size = static_cast<std::uint32_t>(optionsBlob.size());
         options.data = optionsBlob.data();
-    } else if (bytes.size() <= options.size) {
+    } else if (HasOptions(&options) && bytes.size() <= options.size) {
         std::copy(bytes.begin(), bytes.end(), options.data);
         options.size = static_cast<std::uint32_t>(bytes.size());
     }
