@@ -288,7 +288,7 @@ int BrooksideXML::Open(const char* xmlText, const char* id) {
     Clear();
     Document document;
     document.text = xmlText;
-    document.id = id;
+    document.id = id == nullptr ? "" : id;
     return Parse(document);
 }
 
@@ -322,7 +322,7 @@ int BrooksideXML::Parse(const Document& document) {
 int BrooksideXML::EstablishSize() {
     numCols = 1;
     numRows = 1;
-    sizeKnown = true;
+    sizeKnown = status == StatusOk;
     return status;
 }
 
