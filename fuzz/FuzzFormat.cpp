@@ -16,6 +16,7 @@
 #include "frame/SpreadsheetFile.h"
 #include "host/NvSystemInfo.h"
 #include "host/TemporaryFile.h"
+#include "host/XmlPlatform.h"
 #include "tests/support/CountingSink.h"
 
 namespace {
@@ -82,6 +83,8 @@ extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
     }
     formatIndex = FindFormat(format);
     NvSystemInfo::SetInflateLimit(InflateLimit);
+    // Starting the XML library anew for each input would cost more than the input does.
+    static const XmlPlatform xmlPlatform;
     // A folder of its own, since several harnesses run side by side.
     static std::string folder = MakeTemporaryFolder("karta-fuzz-");
     fileName = folder + "/input" + extension;
