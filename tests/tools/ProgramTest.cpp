@@ -196,6 +196,18 @@ TEST_F(ProgramTest, PlugInReplacesABuiltInFormat) {
     EXPECT_EQ(outcome.out, "1.5\n");
 }
 
+TEST_F(ProgramTest, FunctionsOfTheSameNamesElsewhereAreNotCalled) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__clang__)
+    GTEST_SKIP() << "a sanitizer's runtime must be loaded before anything else";
+#endif
+    // The module's flat functions stand before the library's in the order of look-up.
+    folder.Write("a.txt", "a\tb\n");
+    const std::string preload = "LD_PRELOAD='" + Modules("whole") + "/whole.so' ";
+    const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import ";
+    EXPECT_EQ(Shell(preload + program + "convert --through-driver a.txt -o -").out, "a,b\n");
+    EXPECT_EQ(Shell(preload + program + "formats").out, Run("formats").out);
+}
+
 TEST_F(ProgramTest, FailureOfAPlugInIsNamed) {
     folder.Write("a.tmf", "fail\n");
     const Outcome outcome = Run("show --plugins '" + Modules("whole") + "' a.tmf");
@@ -241,6 +253,14 @@ TEST_F(ProgramTest, WantedRowsAlone) {
         Run("trace --want 2,4 a.txt").out,
         "Format \"Text File\"\nOpen 0x0\nGetNumRows 4\nGetNumCols 1\nSetDataSize 1 4\nNextRowToRead 0 2\n"
         "Set 1 2 text \"2\"\nNextRowToRead 2 4\nSet 1 4 text \"4\"\nNextRowToRead 4 -1\nRead 0x0\nClose\n");
+}
+
+TEST_F(ProgramTest, OnlyWantedRowsAreShownAndConverted) {
+    folder.Write("a.txt", "1\n2\n3\n4\n");
+    EXPECT_EQ(Run("convert --want 2,4 a.txt -o -").out, "2\n4\n");
+    EXPECT_EQ(Run("convert --want 2,4-9 a.txt --to 'Text File' -o -").out, "2\n4\n");
+    EXPECT_EQ(Run("show --want 2,4 a.txt").out, "   1\n2  2\n4  4\n");
+    EXPECT_EQ(Run("show --want 2-4 --rows 1 a.txt").out, "   1\n2  2\n(2 more rows)\n");
 }
 
 TEST_F(ProgramTest, TraceHandsAnyNameToANamedFormat) {

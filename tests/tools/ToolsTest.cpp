@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <numeric>
 #include <sstream>
 
 #include "host/TableData.h"
@@ -18,7 +19,9 @@ namespace {
 std::string Written(TableData& table, TableForm form) {
     const TempFolder folder;
     OutputFile file(folder.Path("out"));
-    WriteTable(table, form, file);
+    std::vector<int> rows(static_cast<std::size_t>(table.GetNumberOfRows()));
+    std::iota(rows.begin(), rows.end(), 1);
+    WriteTable(table, rows, form, file);
     EXPECT_TRUE(file.Commit());
     return ReadWholeFile(folder.Path("out"));
 }
