@@ -138,7 +138,11 @@ void BrooksideDomParser::startElement(const xercesc::XMLElementDecl& declaration
 void BrooksideDomParser::endElement(const xercesc::XMLElementDecl& declaration, unsigned int urlId,
                                     bool isRoot, const XMLCh* prefix) {
     BoundedDomParser::endElement(declaration, urlId, isRoot, prefix);
-    if (depth > 0 && --depth == 0) {
+    if (depth == 0) {
+        return;
+    }
+    --depth;
+    if (depth == 0) {
         EndRun();
         rawElement = nullptr;
     }

@@ -70,8 +70,8 @@ bool FindColumnLine(BufferReader& reader) {
 
 struct BrooksideXML::Document {
     const char* path = nullptr;  // null for a text in memory
-    const char* text = nullptr;
-    const char* id = nullptr;
+    const char* text = "";
+    const char* id = "";
 
     void ParseInto(BrooksideDomParser& parser) const {
         if (path != nullptr) {
@@ -287,7 +287,7 @@ int BrooksideXML::Open(bool forRead, const char* path, NvImportOpenOptions* /*op
 int BrooksideXML::Open(const char* xmlText, const char* id) {
     Clear();
     Document document;
-    document.text = xmlText;
+    document.text = xmlText == nullptr ? "" : xmlText;
     document.id = id == nullptr ? "" : id;
     return Parse(document);
 }
