@@ -6,6 +6,7 @@
 
 #include <xercesc/dom/DOMNamedNodeMap.hpp>
 #include <xercesc/sax/InputSource.hpp>
+#include <xercesc/sax/SAXException.hpp>
 #include <xercesc/util/BinInputStream.hpp>
 #include <xercesc/util/TransService.hpp>
 #include <xercesc/util/XMLString.hpp>
@@ -21,6 +22,9 @@ namespace {
 
 // Our own grammar declares some fifty; documents that carry theirs with them may declare a few more.
 constexpr std::size_t MaxAttributes = 256;
+
+// The library looks through an element's attributes for each new one; the longest list here has fourteen.
+constexpr XMLSize_t MaxAttributesOfElement = 1000;
 
 constexpr const char* RawDataName = "RawData";
 
@@ -113,6 +117,9 @@ void BrooksideDomParser::startElement(const xercesc::XMLElementDecl& declaration
                                       const XMLCh* prefix,
                                       const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
                                       XMLSize_t attributeCount, bool isEmpty, bool isRoot) {
+    if (attributeCount > MaxAttributesOfElement) {
+        throw xercesc::SAXException("an element has too many attributes");
+    }
     if (depth > 0) {
         EndRun();
         ++depth;
@@ -131,7 +138,11 @@ void BrooksideDomParser::startElement(const xercesc::XMLElementDecl& declaration
 void BrooksideDomParser::endElement(const xercesc::XMLElementDecl& declaration, unsigned int urlId,
                                     bool isRoot, const XMLCh* prefix) {
     BoundedDomParser::endElement(declaration, urlId, isRoot, prefix);
-    if (depth > 0 && --depth == 0) {
+    if (depth == 0) {
+        return;
+    }
+    --depth;
+    if (depth == 0) {
         EndRun();
         rawElement = nullptr;
     }

@@ -495,7 +495,7 @@ std::vector<FileContents::Fact> BrooksideFile::ListFacts() {
     facts.emplace_back("phases", std::to_string(log.transition.GetNumberOfPhases()));
     const std::int64_t lastRow = log.phases.AssignRows();
     facts.emplace_back("samples", std::to_string(std::max<std::int64_t>(lastRow - 1, 0)));
-    if (log.chamber.has_value()) {
+    if (log.chamber.value_or('\0') != '\0') {
         facts.emplace_back("chamber", std::string(1, *log.chamber));
     }
     ListDataFiles(facts, *fileSet, log.chamber.value_or('\0'), log.phases.GetEntries());

@@ -18,10 +18,6 @@ constexpr int LinesBeforeCount = 4;
 constexpr const char* TimeName = "Time";
 constexpr float MissingMark = -999.0F;
 
-// Lines of data files that aren't there can't be checked against a size, so all of them together are
-// believed up to the length of a very long log.
-constexpr std::int64_t MaxRowsWithoutData = 1'000'000;
-
 char ToUpper(char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
@@ -33,26 +29,6 @@ std::span<const PhaseEntry> TakeDataFile(std::span<const PhaseEntry> entries) {
         ++count;
     }
     return entries.first(count);
-}
-
-// The last row that the table can have, if no data file gives more lines than it has bytes. Lines that
-// several phases share count for each of them.
-std::int64_t FindBelievableEnd(const BrooksideFileSet& files, std::span<const PhaseEntry> entries) {
-    std::int64_t rows = 1;
-    std::int64_t rowsWithoutData = MaxRowsWithoutData;
-    while (!entries.empty()) {
-        const auto group = TakeDataFile(entries);
-        std::int64_t asked = 0;
-        for (const PhaseEntry& entry : group) {
-            asked += std::max<std::int64_t>(entry.CountRows(), 0);
-        }
-        const auto size = static_cast<std::int64_t>(files.GetSize(group[0].dataFile));
-        const std::int64_t given = std::min(asked, size > 0 ? size : rowsWithoutData);
-        rowsWithoutData -= size > 0 ? 0 : given;
-        rows += given;
-        entries = entries.subspan(group.size());
-    }
-    return std::min<std::int64_t>(rows, std::numeric_limits<int>::max() - 1);
 }
 
 // The next field of a line, which is taken off it. False when there is none.
@@ -110,8 +86,29 @@ int BrooksideHeader::ColumnOf(std::string_view name) {
     return col;
 }
 
+// The last row that the table can have, if no data file gives more lines than it has bytes. Lines that
+// several phases share count for each of them.
+std::int64_t BrooksideSamples::FindBelievableEnd(std::span<const PhaseEntry> entries) const {
+    std::int64_t rows = 1;
+    std::int64_t rowsWithoutData = rowsWithoutDataLeft;
+    while (!entries.empty()) {
+        const auto group = TakeDataFile(entries);
+        std::int64_t asked = 0;
+        for (const PhaseEntry& entry : group) {
+            asked += std::max<std::int64_t>(entry.CountRows(), 0);
+        }
+        const auto size = static_cast<std::int64_t>(files.GetSize(group[0].dataFile));
+        const std::int64_t given = std::min(asked, size > 0 ? size : rowsWithoutData);
+        rowsWithoutData -= size > 0 ? 0 : given;
+        rows += given;
+        entries = entries.subspan(group.size());
+    }
+    return std::min<std::int64_t>(rows, std::numeric_limits<int>::max() - 1);
+}
+
 void BrooksideSamples::Read(std::span<const PhaseEntry> entries, std::int64_t lastRow) {
-    tableEnd = std::min(lastRow, FindBelievableEnd(files, entries));
+    believableEnd = FindBelievableEnd(entries);
+    tableEnd = std::min(lastRow, believableEnd);
     for (bool isFirst = true; !entries.empty(); isFirst = false) {
         const auto group = TakeDataFile(entries);
         ReadDataFile(group, isFirst);
@@ -160,12 +157,16 @@ void BrooksideSamples::ReadEntry(BrooksideStream& stream, const PhaseEntry& entr
     } while (line <= entry.to);
 }
 
-// Rows beyond the table's end are asked for by lines that no data file has. One is always allowed: a phase
-// that is listed backwards takes a row that it hasn't counted.
+// Rows that are asked for by lines that no data file has. One more is allowed: a phase that is listed
+// backwards takes a row that it hasn't counted.
 void BrooksideSamples::CheckRow(std::int64_t row) const {
-    if (row > tableEnd + 1) {
-        throw BrooksideFailure{BrooksideFile::StatusEndOfFile, "Unexpected end of file in " + fileName + "."};
+    if (row > believableEnd + 1) {
+        FailAtEndOfFile();
     }
+}
+
+void BrooksideSamples::FailAtEndOfFile() const {
+    throw BrooksideFailure{BrooksideFile::StatusEndOfFile, "Unexpected end of file in " + fileName + "."};
 }
 
 void BrooksideSamples::SetSample(std::string_view text, const PhaseEntry& entry, std::int64_t row) {
@@ -208,6 +209,11 @@ void BrooksideSamples::SetWithoutData(std::span<const PhaseEntry> entries) {
         }
         const std::int64_t end = entry.firstRow + entry.CountRows();
         CheckRow(end);
+        // Phases that are listed backwards give rows back, so that the table's end alone is no bound.
+        rowsWithoutDataLeft -= std::max<std::int64_t>(entry.CountRows(), 0);
+        if (rowsWithoutDataLeft < 0) {
+            FailAtEndOfFile();
+        }
         for (std::int64_t row = std::max<std::int64_t>(entry.firstRow, 1); row < end; ++row) {
             const int tableRow = static_cast<int>(row);
             if (sink.GetNumberOfRows() < tableRow) {

@@ -66,12 +66,22 @@ private:
     void SetSample(std::string_view text, const PhaseEntry& entry, std::int64_t row);
     void SetWithoutData(std::span<const PhaseEntry> entries);
     void CheckRow(std::int64_t row) const;
+    std::int64_t FindBelievableEnd(std::span<const PhaseEntry> entries) const;
+    [[noreturn]] void FailAtEndOfFile() const;
+
+    /**
+     * Lines of data files that aren't there can't be checked against a size, so all of them together are
+     * believed up to the length of a very long log.
+     */
+    static constexpr std::int64_t MaxRowsWithoutData = 1'000'000;
 
     const BrooksideFileSet& files;
     BrooksideHeader header;
     ReadSpreadSheetData& sink;
     std::string& warnings;
     bool differentVariables = false;
-    std::int64_t tableEnd = 0;
+    std::int64_t tableEnd = 0;       // the last row that the sink is told of
+    std::int64_t believableEnd = 0;  // and the last that the data files could fill
+    std::int64_t rowsWithoutDataLeft = MaxRowsWithoutData;
     std::string fileName;  // of the data file being read
 };

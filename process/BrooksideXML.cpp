@@ -70,8 +70,8 @@ bool FindColumnLine(BufferReader& reader) {
 
 struct BrooksideXML::Document {
     const char* path = nullptr;  // null for a text in memory
-    const char* text = nullptr;
-    const char* id = nullptr;
+    const char* text = "";
+    const char* id = "";
 
     void ParseInto(BrooksideDomParser& parser) const {
         if (path != nullptr) {
@@ -287,8 +287,8 @@ int BrooksideXML::Open(bool forRead, const char* path, NvImportOpenOptions* /*op
 int BrooksideXML::Open(const char* xmlText, const char* id) {
     Clear();
     Document document;
-    document.text = xmlText;
-    document.id = id;
+    document.text = xmlText == nullptr ? "" : xmlText;
+    document.id = id == nullptr ? "" : id;
     return Parse(document);
 }
 
@@ -322,7 +322,7 @@ int BrooksideXML::Parse(const Document& document) {
 int BrooksideXML::EstablishSize() {
     numCols = 1;
     numRows = 1;
-    sizeKnown = true;
+    sizeKnown = status == StatusOk;
     return status;
 }
 

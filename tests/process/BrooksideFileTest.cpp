@@ -281,6 +281,14 @@ TEST_F(BrooksideFileTest, FromAboveToTakesALineAndARow) {
                   Sample(3, "float 1.5", 3, "W01", 2) + Names + "Read 0x0\nClose\n");
 }
 
+TEST_F(BrooksideFileTest, RowBehindTheLastIsSetWhereTheLastPhaseGivesRowsBack) {
+    WriteData(NumberedData(9));
+    EXPECT_EQ(Trace(Transition({{"W01", {{1, 4}, {8, 5}}}})),
+              "SetDataSize 4 3\n" + Sample(2, "float 0.5", 1, "W01", 1) + Sample(3, "float 1", 2, "W01", 1) +
+                  Sample(4, "float 1.5", 3, "W01", 1) + Sample(5, "float 2", 4, "W01", 1) +
+                  Sample(6, "float 4", 8, "W01", 2) + Names + "Read 0x0\nClose\n");
+}
+
 TEST_F(BrooksideFileTest, RowsBeforeTheTableAreNotSet) {
     // Phase 1 takes ten rows back, so that phase 2 begins at row -7.
     WriteData(NumberedData(30));
@@ -319,6 +327,18 @@ TEST_F(BrooksideFileTest, MissingDataFileOfTooManyRowsIsStatus0xb0a) {
     CountingSink sink;
     EXPECT_EQ(reader->Read(&sink), 0xb0a);
     EXPECT_EQ(sink.cells, 0);
+}
+
+TEST_F(BrooksideFileTest, RowsGivenBackDoNotMakeAMissingDataFileEndless) {
+    std::vector<Wafer> wafers;
+    for (int i = 0; i < 50; ++i) {
+        wafers.push_back({"W" + std::to_string(i), {{2 * i, 2 * i + 899999}, {2 * i + 1, 2 * i - 900000}}});
+    }
+    wafers.push_back({"W99", {{1000, 1001}, {1002, 1002}}});
+    const auto reader = Opened(Transition(wafers));
+    CountingSink sink;
+    EXPECT_EQ(reader->Read(&sink), 0xb0a);
+    EXPECT_LE(sink.cells, 2 * 1000000);
 }
 
 TEST_F(BrooksideFileTest, MissingTransitionFileOpensAndIsStatus0xb00) {

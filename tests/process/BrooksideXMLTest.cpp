@@ -475,6 +475,7 @@ TEST_F(BrooksideXMLTest, OpeningForWritingIsStatus0xa6) {
     EXPECT_EQ(reader.Open(false, folder.Path("out.xml").c_str(), nullptr), 0xa6);
     EXPECT_EQ(ErrorOf(reader), "The file was opened for writing which is not supported.");
     EXPECT_EQ(reader.GetNumRows(), -1);
+    EXPECT_EQ(reader.GetNumCols(), -1);
 }
 
 TEST_F(BrooksideXMLTest, StatusTextsAreExact) {
@@ -541,6 +542,17 @@ TEST_F(BrooksideXMLTest, EntitiesDoNotGrowWithoutEnd) {
                       0xa0)
                   .substr(0, 18),
               "XML Parse error:\r\n");
+}
+
+TEST_F(BrooksideXMLTest, ElementWithTooManyAttributesIsStatus0xa0) {
+    for (const int count : {1000, 1001}) {
+        std::string element = "<FDCRequest";
+        for (int i = 0; i < count; ++i) {
+            element += " a" + std::to_string(i) + "=\"\"";
+        }
+        BrooksideXML reader;
+        EXPECT_EQ(reader.Open((element + "/>").c_str(), nullptr), count == 1000 ? 0xa5 : 0xa0);
+    }
 }
 
 TEST_F(BrooksideXMLTest, ValidDocumentIsOfThisKind) {
