@@ -321,12 +321,16 @@ bool MatFile::FindIdLayout() {
         const std::string& name = level4->Headers()[static_cast<std::size_t>(i)].name;
         const int columnId = ColumnIdNumber(name);
         const int rowId = RowIdNumber(name);
+        int entry = -1;
         if (name == DataName) {
-            indexTable[DataEntry] = i;
+            entry = DataEntry;
         } else if (columnId >= 1 && columnId <= columnIdCount) {
-            indexTable[static_cast<std::size_t>(columnId)] = i;
+            entry = columnId;
         } else if (rowId >= 1 && rowId <= rowIdCount) {
-            indexTable[static_cast<std::size_t>(columnIdCount + rowId)] = i;
+            entry = columnIdCount + rowId;
+        }
+        if (entry >= 0) {
+            indexTable[static_cast<std::size_t>(entry)] = i;
         }
     }
     return HeaderAt(DataEntry) != nullptr && ((hasStem[0] && hasStem[1]) || (hasStem[2] && hasStem[3]));
