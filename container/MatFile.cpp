@@ -516,7 +516,9 @@ std::vector<FileContents::Part> MatFile::ListParts() {
         const MatHeader& header = level4->Headers()[static_cast<std::size_t>(i)];
         int rows = -1;
         int columns = -1;
-        level4->GetSize(header, rows, columns);
+        if (!level4->GetSize(header, rows, columns)) {
+            rows = columns = -1;
+        }
         parts.push_back({"matrix", header.name, i + 1, columns, rows, false,
                          std::string(TypeName(header)) + (header.complex ? ", complex" : "")});
     }
