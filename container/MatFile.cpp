@@ -109,8 +109,11 @@ const MatHeader* MatFile::CurrentHeader() const {
     return &level4->Headers()[static_cast<std::size_t>(currentMatrix)];
 }
 
-// The matrix in a part of a layout.
+// The matrix in a part of a layout, null where there is none.
 const MatHeader* MatFile::HeaderAt(int entry) const {
+    if (static_cast<std::size_t>(entry) >= indexTable.size()) {
+        return nullptr;
+    }
     const int matrix = indexTable[static_cast<std::size_t>(entry)];
     return matrix < 0 ? nullptr : &level4->Headers()[static_cast<std::size_t>(matrix)];
 }
@@ -120,7 +123,7 @@ bool MatFile::GetTableSize(int& rows, int& columns) {
     if (status != StatusOk) {
         return false;
     }
-    if (namedLayout || idLayout) {
+    if ((namedLayout || idLayout) && !indexTable.empty()) {
         currentMatrix = indexTable[DataEntry];
     }
     const MatHeader* const header = CurrentHeader();
@@ -396,10 +399,17 @@ int MatFile::Read(ReadSpreadSheetData* sink) {
 
 // The numbers of the variables aren't read.
 void MatFile::ReadNamedLayout(ReadSpreadSheetData* sink) const {
-    level4->ReadFull(sink, *HeaderAt(DataEntry), {NamedColumns, NamedRows, false});
-    level4->ReadFull(sink, *HeaderAt(ObservationNumbersEntry), {0, NamedRows, false});
-    level4->ReadText(sink, *HeaderAt(ObservationNamesEntry), {1, NamedRows, false});
-    level4->ReadText(sink, *HeaderAt(VariableNamesEntry), {NamedColumns, 0, true});
+    const MatHeader* const data = HeaderAt(DataEntry);
+    const MatHeader* const numbers = HeaderAt(ObservationNumbersEntry);
+    const MatHeader* const observations = HeaderAt(ObservationNamesEntry);
+    const MatHeader* const variables = HeaderAt(VariableNamesEntry);
+    if (data == nullptr || numbers == nullptr || observations == nullptr || variables == nullptr) {
+        return;
+    }
+    level4->ReadFull(sink, *data, {NamedColumns, NamedRows, false});
+    level4->ReadFull(sink, *numbers, {0, NamedRows, false});
+    level4->ReadText(sink, *observations, {1, NamedRows, false});
+    level4->ReadText(sink, *variables, {NamedColumns, 0, true});
 }
 
 void MatFile::ReadIdLayout(ReadSpreadSheetData* sink) const {
