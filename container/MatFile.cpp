@@ -109,8 +109,11 @@ const MatHeader* MatFile::CurrentHeader() const {
     return &level4->Headers()[static_cast<std::size_t>(currentMatrix)];
 }
 
-// The matrix in a part of a layout.
+// The matrix in a part of a layout, null where there is none.
 const MatHeader* MatFile::HeaderAt(int entry) const {
+    if (static_cast<std::size_t>(entry) >= indexTable.size()) {
+        return nullptr;
+    }
     const int matrix = indexTable[static_cast<std::size_t>(entry)];
     return matrix < 0 ? nullptr : &level4->Headers()[static_cast<std::size_t>(matrix)];
 }
@@ -120,7 +123,7 @@ bool MatFile::GetTableSize(int& rows, int& columns) {
     if (status != StatusOk) {
         return false;
     }
-    if (namedLayout || idLayout) {
+    if ((namedLayout || idLayout) && !indexTable.empty()) {
         currentMatrix = indexTable[DataEntry];
     }
     const MatHeader* const header = CurrentHeader();
@@ -321,12 +324,16 @@ bool MatFile::FindIdLayout() {
         const std::string& name = level4->Headers()[static_cast<std::size_t>(i)].name;
         const int columnId = ColumnIdNumber(name);
         const int rowId = RowIdNumber(name);
+        int entry = -1;
         if (name == DataName) {
-            indexTable[DataEntry] = i;
+            entry = DataEntry;
         } else if (columnId >= 1 && columnId <= columnIdCount) {
-            indexTable[static_cast<std::size_t>(columnId)] = i;
+            entry = columnId;
         } else if (rowId >= 1 && rowId <= rowIdCount) {
-            indexTable[static_cast<std::size_t>(columnIdCount + rowId)] = i;
+            entry = columnIdCount + rowId;
+        }
+        if (entry >= 0) {
+            indexTable[static_cast<std::size_t>(entry)] = i;
         }
     }
     return HeaderAt(DataEntry) != nullptr && ((hasStem[0] && hasStem[1]) || (hasStem[2] && hasStem[3]));
@@ -392,10 +399,17 @@ int MatFile::Read(ReadSpreadSheetData* sink) {
 
 // The numbers of the variables aren't read.
 void MatFile::ReadNamedLayout(ReadSpreadSheetData* sink) const {
-    level4->ReadFull(sink, *HeaderAt(DataEntry), {NamedColumns, NamedRows, false});
-    level4->ReadFull(sink, *HeaderAt(ObservationNumbersEntry), {0, NamedRows, false});
-    level4->ReadText(sink, *HeaderAt(ObservationNamesEntry), {1, NamedRows, false});
-    level4->ReadText(sink, *HeaderAt(VariableNamesEntry), {NamedColumns, 0, true});
+    const MatHeader* const data = HeaderAt(DataEntry);
+    const MatHeader* const numbers = HeaderAt(ObservationNumbersEntry);
+    const MatHeader* const observations = HeaderAt(ObservationNamesEntry);
+    const MatHeader* const variables = HeaderAt(VariableNamesEntry);
+    if (data == nullptr || numbers == nullptr || observations == nullptr || variables == nullptr) {
+        return;
+    }
+    level4->ReadFull(sink, *data, {NamedColumns, NamedRows, false});
+    level4->ReadFull(sink, *numbers, {0, NamedRows, false});
+    level4->ReadText(sink, *observations, {1, NamedRows, false});
+    level4->ReadText(sink, *variables, {NamedColumns, 0, true});
 }
 
 void MatFile::ReadIdLayout(ReadSpreadSheetData* sink) const {
@@ -512,7 +526,9 @@ std::vector<FileContents::Part> MatFile::ListParts() {
         const MatHeader& header = level4->Headers()[static_cast<std::size_t>(i)];
         int rows = -1;
         int columns = -1;
-        level4->GetSize(header, rows, columns);
+        if (!level4->GetSize(header, rows, columns)) {
+            rows = columns = -1;
+        }
         parts.push_back({"matrix", header.name, i + 1, columns, rows, false,
                          std::string(TypeName(header)) + (header.complex ? ", complex" : "")});
     }

@@ -91,6 +91,7 @@ void Matlab4Writer::WriteIdNumbers(std::string_view name, const IdLine& line) {
 
 void Matlab4Writer::WriteIdTexts(std::string_view name, const IdLine& line) {
     std::vector<std::string> texts;
+    texts.reserve(static_cast<std::size_t>(line.count));
     for (int i = 0; i < line.count; ++i) {
         texts.push_back(TextOf(line, i));
     }

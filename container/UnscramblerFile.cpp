@@ -122,6 +122,18 @@ int UnscramblerFile::RowShiftOf(const MatrixHeader& matrix) {
     return matrix.variableNamesOffset == NoOffset ? 0 : 1;
 }
 
+// Wants a current matrix.
+const UnscramblerFile::MatrixHeader& UnscramblerFile::Current() const {
+    return matrices[static_cast<std::size_t>(currentMatrix)];
+}
+
+bool UnscramblerFile::HasSize() {
+    if (status == StatusOk && currentMatrix < 0) {
+        status = StatusNotUnscrambler;
+    }
+    return status == StatusOk;
+}
+
 // The next line without the blanks before its first character. False for one that is too long.
 bool UnscramblerFile::ReadLine(std::string_view& line, bool& atEnd) {
     const LineReader::Line read = stream.Next();
@@ -245,27 +257,11 @@ void UnscramblerFile::Close() {
 }
 
 int UnscramblerFile::GetNumCols() {
-    if (status != StatusOk) {
-        return -1;
-    }
-    if (currentMatrix < 0) {
-        status = StatusNotUnscrambler;
-        return -1;
-    }
-    const MatrixHeader& matrix = matrices[static_cast<std::size_t>(currentMatrix)];
-    return matrix.numVariables + ColShiftOf(matrix);
+    return HasSize() ? Current().numVariables + ColShiftOf(Current()) : -1;
 }
 
 int UnscramblerFile::GetNumRows() {
-    if (status != StatusOk) {
-        return -1;
-    }
-    if (currentMatrix < 0) {
-        status = StatusNotUnscrambler;
-        return -1;
-    }
-    const MatrixHeader& matrix = matrices[static_cast<std::size_t>(currentMatrix)];
-    return matrix.numObservations + RowShiftOf(matrix);
+    return HasSize() ? Current().numObservations + RowShiftOf(Current()) : -1;
 }
 
 void UnscramblerFile::GetErrorMessage(char* buffer, unsigned int size) {
@@ -433,7 +429,7 @@ std::string_view UnscramblerFile::ReadNextWord() {
 }
 
 int UnscramblerFile::ReadDataRow(ReadSpreadSheetData* sink, int row, int maxCol, int minCol) {
-    const MatrixHeader& matrix = matrices[static_cast<std::size_t>(currentMatrix)];
+    const MatrixHeader& matrix = Current();
     const int colShift = ColShiftOf(matrix);
     for (int col = 1; col <= matrix.numVariables; ++col) {
         double value = 0;
@@ -455,7 +451,7 @@ int UnscramblerFile::ReadDataRow(ReadSpreadSheetData* sink, int row, int maxCol,
 }
 
 int UnscramblerFile::ReadData(ReadSpreadSheetData* sink, int maxRow, int maxCol, int minRow, int minCol) {
-    const MatrixHeader& matrix = matrices[static_cast<std::size_t>(currentMatrix)];
+    const MatrixHeader& matrix = Current();
     const int rowShift = RowShiftOf(matrix);
     SeekTo(matrix.dataOffset);
     int wanted = sink->NextRowToRead(rowShift);
@@ -478,7 +474,7 @@ int UnscramblerFile::ReadData(ReadSpreadSheetData* sink, int maxRow, int maxCol,
 // A row that isn't wanted takes no name, so that the names behind it move up. Tables that were imported
 // with some of their rows have their names like this.
 int UnscramblerFile::ReadObservationNames(ReadSpreadSheetData* sink, int maxRow, int minRow) {
-    const MatrixHeader& matrix = matrices[static_cast<std::size_t>(currentMatrix)];
+    const MatrixHeader& matrix = Current();
     if (matrix.observationNamesOffset == NoOffset) {
         return StatusOk;
     }
@@ -501,7 +497,7 @@ int UnscramblerFile::ReadObservationNames(ReadSpreadSheetData* sink, int maxRow,
 }
 
 int UnscramblerFile::ReadVariableNames(ReadSpreadSheetData* sink, int maxCol, int minCol) {
-    const MatrixHeader& matrix = matrices[static_cast<std::size_t>(currentMatrix)];
+    const MatrixHeader& matrix = Current();
     if (matrix.variableNamesOffset == NoOffset) {
         return StatusOk;
     }

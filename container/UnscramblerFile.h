@@ -98,6 +98,8 @@ private:
     int ReadObservationNames(ReadSpreadSheetData* sink, int maxRow, int minRow);
     int ReadVariableNames(ReadSpreadSheetData* sink, int maxCol, int minCol);
     void SeekTo(std::int64_t offset);
+    const MatrixHeader& Current() const;
+    bool HasSize();
     static int ColShiftOf(const MatrixHeader& matrix);
     static int RowShiftOf(const MatrixHeader& matrix);
 

@@ -3,7 +3,11 @@
 //
 //     fuzz-format CORPUS --format="Text File" --extension=.txt
 //
+// For a format that looks for a companion beside its file, --extension=.da+.cn: the input's last two bytes
+// then count the bytes before them that are the companion's.
+//
 // A new format is one line in fuzz/targets.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +16,7 @@
 #include <memory>
 #include <string>
 
+#include "frame/FileContents.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
 #include "fuzz/PackagePart.h"
@@ -25,6 +30,7 @@ namespace {
 int formatIndex = 0;
 std::string fileName;
 std::string fileExtension;
+std::string companionName;  // empty for a format without one
 
 // Small enough that a part that inflates without end is stopped before the fuzzer's own limit.
 constexpr unsigned long long InflateLimit = 1 << 24;
@@ -44,13 +50,27 @@ int FindFormat(const std::string& name) {
     std::exit(2);
 }
 
-void WriteInput(const std::uint8_t* data, std::size_t size) {
+void WriteFile(const std::string& name, const std::uint8_t* data, std::size_t size) {
     const std::string bytes = WrapInput(fileExtension, {reinterpret_cast<const char*>(data), size});
-    std::FILE* file = std::fopen(fileName.c_str(), "wb");
+    std::FILE* file = std::fopen(name.c_str(), "wb");
     if (file == nullptr || std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size() ||
         std::fclose(file) != 0) {
         std::abort();
     }
+}
+
+void WriteInput(const std::uint8_t* data, std::size_t size) {
+    std::size_t companion = 0;
+    if (!companionName.empty() && size >= 2) {
+        size -= 2;
+        companion = std::min(data[size] + std::size_t{256} * data[size + 1], size);
+        size -= companion;
+    }
+    std::remove(companionName.c_str());
+    if (companion > 0) {
+        WriteFile(companionName, data + size, companion);
+    }
+    WriteFile(fileName, data, size);
 }
 
 void ReadInput() {
@@ -59,6 +79,10 @@ void ReadInput() {
     NvImportOpenOptions options{0, nullptr};
     reader->Open(true, fileName.c_str(), &options);
     if (reader->GetStatus() == 0) {
+        if (auto* contents = dynamic_cast<FileContents*>(reader.get())) {
+            contents->ListParts();
+            contents->ListFacts();
+        }
         const int rows = reader->GetNumRows();
         const int cols = reader->GetNumCols();
         if (rows > 0 && cols > 0) {
@@ -91,10 +115,13 @@ extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
     static const XmlPlatform platform;
     // A folder of its own, since several harnesses run side by side.
     static std::string folder = MakeTemporaryFolder("karta-fuzz-");
-    fileName = folder + "/input" + extension;
-    fileExtension = extension;
+    const std::size_t plus = extension.find('+');
+    fileExtension = extension.substr(0, plus);
+    fileName = folder + "/input" + fileExtension;
+    companionName = plus == std::string::npos ? "" : folder + "/input" + extension.substr(plus + 1);
     std::atexit([] {
         std::remove(fileName.c_str());
+        std::remove(companionName.c_str());
         std::remove(folder.c_str());
     });
     return 0;

@@ -456,6 +456,7 @@ TEST_F(MatLevel4Test, DamagedFilesEndInAStatus) {
         const std::string path = folder.Write("damaged.mat", damaged);
         KeepingMatFile reader;
         reader.Open(true, path.c_str(), nullptr);
+        EXPECT_LE(reader.ListParts().size(), 20U);
         TableData table;
         table.SetDataSize(reader.GetNumCols(), reader.GetNumRows());
         reader.Read(&table);

@@ -230,8 +230,13 @@ TEST_F(BrimroseFileTest, PartsTellTheSamplesThatAreThere) {
 TEST_F(BrimroseFileTest, DamagedFilesEndInAStatus) {
     const std::string good = MainHeader{.observations = 2}.Bytes() +
                              Observation(SomeTime, {0.5F, -1, 1234.5F}) + Observation(SomeTime, {1, 2, 3});
-    ForEachDamage(good,
-                  [&](const std::string& damaged) { EXPECT_TRUE(Trace(damaged).ends_with("Close\n")); });
+    ForEachDamage(good, [&](const std::string& damaged) {
+        EXPECT_TRUE(Trace(damaged).ends_with("Close\n"));
+        BrimroseFile reader;
+        reader.Open(true, folder.Path("scan.dat").c_str(), nullptr);
+        EXPECT_LE(reader.ListParts().size(), damaged.size() / 128);
+        reader.ListFacts();
+    });
 }
 
 TEST_F(BrimroseFileTest, DataFilesOfOtherMakersAreRefused) {

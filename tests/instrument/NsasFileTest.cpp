@@ -335,8 +335,13 @@ TEST_F(NsasFileTest, DamagedFilesEndInAStatus) {
     const std::string good = Spectrum{.constituents = 2}.Bytes() + Spectrum{.constituents = 2}.Bytes();
     const std::string companion = NameRecord({"Protein", "Oil"}) + ValueRecord({1, 2}) + ValueRecord({3, 4});
     folder.Write("run.cn", companion);
-    ForEachDamage(good,
-                  [&](const std::string& damaged) { EXPECT_TRUE(Trace(damaged).ends_with("Close\n")); });
+    ForEachDamage(good, [&](const std::string& damaged) {
+        EXPECT_TRUE(Trace(damaged).ends_with("Close\n"));
+        NsasFile reader;
+        reader.Open(true, folder.Path("run.da").c_str(), nullptr);
+        EXPECT_LE(reader.ListParts().size(), damaged.size() / 128);
+        reader.ListFacts();
+    });
 }
 
 TEST_F(NsasFileTest, DamagedCompanionsEndInAStatus) {
