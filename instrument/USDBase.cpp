@@ -186,9 +186,11 @@ bool USDBase::TakesEveryPoint() const {
 
 // The first interval that holds x, or -1.
 int USDBase::FindInterval(float x) const {
+    const float* starts = startPoints.get();
+    const float* ends = endPoints.get();
     for (int i = 0; i < numIntervals; ++i) {
-        const bool behindStart = startPoints[i] <= x || IsOnEnd(startPoints[i], x);
-        if (behindStart && (x <= endPoints[i] || IsOnEnd(endPoints[i], x))) {
+        const bool behindStart = starts[i] <= x || IsOnEnd(starts[i], x);
+        if (behindStart && (x <= ends[i] || IsOnEnd(ends[i], x))) {
             return i;
         }
     }
