@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 #include "host/TableData.h"
 #include "tests/container/Damage.h"
@@ -30,34 +31,40 @@ protected:
     }
     /** The texts of the data cells, row after row. */
     std::string Values(const NetCDFBuilder& file) {
-        MvaCDFFileReader reader(Write("table.nc", file).c_str());
-        TableData table;
-        reader.Read(&table);
-        std::string values;
-        for (int row = 2; row <= table.GetNumberOfRows(); ++row) {
-            for (int col = 3; col <= table.GetNumberOfColumns(); ++col) {
-                values += std::string(values.empty() ? "" : " ") + "[" + table.GetText(col, row) + "]";
-            }
-        }
-        return values;
+        const std::string all = Texts(file);
+        return all.substr(all.find('\n') + 1);
     }
     /** The texts of the first row from column 3 on. */
     std::string Names(const NetCDFBuilder& file) {
+        const std::string all = Texts(file);
+        return all.substr(0, all.find('\n'));
+    }
+    /** Both, parted by a line feed. */
+    std::string Texts(const NetCDFBuilder& file) {
         MvaCDFFileReader reader(Write("table.nc", file).c_str());
         TableData table;
         reader.Read(&table);
-        std::string names;
-        for (int col = 3; col <= table.GetNumberOfColumns(); ++col) {
-            names += std::string(names.empty() ? "" : " ") + "[" + table.GetText(col, 1) + "]";
+        std::string texts;
+        for (int row = 1; row <= table.GetNumberOfRows(); ++row) {
+            for (int col = 3; col <= table.GetNumberOfColumns(); ++col) {
+                texts += std::string("[") + table.GetText(col, row) + "] ";
+            }
+            texts.back() = row == 1 ? '\n' : ' ';
         }
-        return names;
+        texts.pop_back();
+        return texts;
     }
 
     TempFolder folder;
 };
 
-NetCDFBuilder OneRow(const NetCDFValues& values) {
+// One observation, with attributes of the file.
+NetCDFBuilder OneRow(const NetCDFValues& values,
+                     const std::vector<std::pair<std::string, NetCDFValues>>& attributes = {}) {
     NetCDFBuilder file;
+    for (const auto& [name, value] : attributes) {
+        file.Attribute(name, value);
+    }
     file.Dimension("sequence_no", 1)
         .Dimension("number_data_points", values.count)
         .Dimension("string_len", 4)
@@ -68,27 +75,12 @@ NetCDFBuilder OneRow(const NetCDFValues& values) {
 
 // The same, with the format of its values told.
 NetCDFBuilder OneRow(const std::string& format, const NetCDFValues& values) {
-    NetCDFBuilder file;
-    file.Attribute("raw_data_mva_format", Chars(format))
-        .Dimension("sequence_no", 1)
-        .Dimension("number_data_points", values.count)
-        .Dimension("string_len", 4)
-        .Attribute("mva_template_revision", Chars("1.0"))
-        .Variable("observation", {"sequence_no", "number_data_points"}, values);
-    return file;
+    return OneRow(values, {{"raw_data_mva_format", Chars(format)}});
 }
 
 NetCDFBuilder OneRowMissing(const NetCDFValues& missing, const NetCDFValues& values,
                             const std::string& format = "double") {
-    NetCDFBuilder file;
-    file.Attribute("missing_value", missing)
-        .Attribute("raw_data_mva_format", Chars(format))
-        .Dimension("sequence_no", 1)
-        .Dimension("number_data_points", values.count)
-        .Dimension("string_len", 4)
-        .Attribute("mva_template_revision", Chars("1.0"))
-        .Variable("observation", {"sequence_no", "number_data_points"}, values);
-    return file;
+    return OneRow(values, {{"missing_value", missing}, {"raw_data_mva_format", Chars(format)}});
 }
 
 // Five variables with descriptions of their names.
