@@ -257,6 +257,8 @@ bool KpfFileImport::SetPassword(CompundFileBase& /*file*/, std::string& /*passwo
     return false;
 }
 
+// By value: the project is the host's to keep.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 int KpfFileImport::SelectDataset(std::shared_ptr<NCProject> candidates) {
     return candidates->GetDataSetId(1);
 }

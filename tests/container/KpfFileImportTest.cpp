@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 
@@ -431,6 +432,22 @@ TEST_F(KpfFileImportTest, EveryCompoundFileMayBeAProject) {
             EXPECT_EQ(SprFileFactory::IsMyKindOfFile(i, folder.Path("x.kpf").c_str()), KindNo);
         }
     }
+}
+
+// With KARTA_MAKE_SAMPLES set, the sample and the seeds of the fuzz target are written anew.
+TEST_F(KpfFileImportTest, SampleIsWhatTheMakerMakes) {
+    const std::string root = KARTA_SOURCE_DIR;
+    const std::string sample = root + "/samples/fermentation.kpf";
+    if (std::getenv("KARTA_MAKE_SAMPLES") != nullptr) {
+        ASSERT_TRUE(WriteProject(sample, SampleProject()));
+        const std::string corpus = root + "/fuzz/corpus/kpf-file/";
+        ASSERT_TRUE(WriteProject(corpus + "today.kpf", SmallProject()));
+        ASSERT_TRUE(WriteProject(corpus + "previous.kpf", SmallProject(), {.version = 5}));
+        ASSERT_TRUE(WriteProject(corpus + "old.kpf", SmallProject(), {.version = 4}));
+    }
+    const auto cellsOf = [](const std::string& path) { return CellsOf(ReadTrace(Format, path)); };
+    EXPECT_FALSE(cellsOf(sample).empty());
+    EXPECT_EQ(cellsOf(sample), cellsOf(Write(SampleProject())));
 }
 
 TEST_F(KpfFileImportTest, DamagedProjectsEndInAStatus) {

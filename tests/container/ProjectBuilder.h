@@ -65,3 +65,36 @@ inline ProjectContents SmallProject() {
                                             {"Red", "White"}, {{3.5F, 0.1F}, {-99.0F, 1e-7F}}));
     return project;
 }
+
+/** The sample beside the netCDF ones: batches of a fermentation, with its hours, a mark and a second dataset.
+ */
+inline ProjectContents SampleProject() {
+    ProjectContents project;
+    project.aliasTables = {{"Primary ID", AliasTable::KindPlain}, {"Batch", AliasTable::KindBatch}};
+    DataSetContents runs = SmallDataSet(
+        1, "Fermentation",
+        {HourVariable("$Time"), NamedVariable("pH"), NamedVariable("Glucose g/l"), YesNoVariable("Foam", 2)},
+        {}, {});
+    runs.observationIds = {1, 2};
+    constexpr int Hours = 12;
+    runs.values.InsertRows(1, 3 * Hours);
+    for (int batch = 0; batch < 3; ++batch) {
+        for (int hour = 0; hour < Hours; ++hour) {
+            const int row = batch * Hours + hour + 1;
+            runs.observations.emplace_back();
+            runs.observations.back().aliases = {"F" + std::to_string(row),
+                                                "Batch " + std::to_string(batch + 1)};
+            runs.values(row, 1) = static_cast<float>(24 * batch + hour);
+            runs.values(row, 2) = 6.5F - 0.05F * static_cast<float>(hour);
+            runs.values(row, 3) =
+                40.0F - (3.0F + 0.25F * static_cast<float>(batch)) * static_cast<float>(hour);
+            runs.values(row, 4) = hour > 8 ? 1.0F : 0.0F;
+        }
+    }
+    runs.values(5, 2) = VariableInfo::MissingValue;
+    project.dataSets = {};
+    project.dataSets.push_back(runs);
+    project.dataSets.push_back(SmallDataSet(2, "Yield", {NamedVariable("Ethanol g/l")},
+                                            {"Batch 1", "Batch 2", "Batch 3"}, {{18.2F}, {17.9F}, {19.1F}}));
+    return project;
+}
