@@ -13,15 +13,16 @@ CsvScanner::CsvScanner(CsvParser& target, char delimiterByte) : parser(target), 
 }
 
 std::size_t CsvScanner::Scan(std::string_view text) {
-    end = text.data() + text.size();
-    const char* at = ScanRecord(text.data());
+    const char* const begin = text.data();
+    end = begin + text.size();
+    const char* at = ScanRecord(begin);
     while (const char* behind = ScanLineEnd(at)) {
         if (behind == end) {
             parser.endWithNewLineCallback(behind, behind);
         }
         at = ScanRecord(behind);
     }
-    return static_cast<std::size_t>(at - text.data());
+    return static_cast<std::size_t>(at - begin);
 }
 
 const char* CsvScanner::ScanRecord(const char* at) {

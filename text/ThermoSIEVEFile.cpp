@@ -105,7 +105,7 @@ double NumberOf(const char* text) {
 
 // Rows of the result that are turned together. A line's neighbouring cells lie side by side in memory and
 // those of a column don't, so a few columns are copied at a time before each is pushed as a row.
-constexpr int RowsAtOnce = 16;
+constexpr int RowsAtOnce = 64;
 
 /** Pushes the collected table on, turned. */
 class TurnedTable {
