@@ -190,7 +190,6 @@ int Excel2007File::GetStringDataPart(const BIFFRecord2007& record, std::uint64_t
 
 // Hidden sheets are not listed at all.
 int Excel2007File::InitBinarySheetsVector(std::istream& stream) {
-    sheetNames.clear();
     std::vector<std::string> ids;
     BIFFRecord2007 record;
     if (!FindRecord(stream, BrtBeginBundleShs, record)) {
@@ -459,6 +458,9 @@ bool Excel2007File::ReadBinarySheet(int sheet, BinaryPlacement& placement, ReadS
 
 // All rows are pushed: the sink isn't asked for the next one in this flavour.
 int Excel2007File::ReadBinary(ReadSpreadSheetData* sink) {
+    if (!CanRead()) {
+        return status;
+    }
     const std::vector<int> selection = selectedSheets;
     if (InitBinarySharedStringsVector() != StatusOk || InitBinaryFormatInfo() != StatusOk) {
         return status;

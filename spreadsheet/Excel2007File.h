@@ -89,6 +89,7 @@ private:
     struct XmlPlacement;
     struct BinaryPlacement;
 
+    bool CanRead();
     const ZipFile::Entry* GetZipEntry(const std::string& name) const;
     std::unique_ptr<std::istream> OpenPart(const std::string& name) const;
     bool InitParser(const std::string& name, NodeHandler& handler) const;

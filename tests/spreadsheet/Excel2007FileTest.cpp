@@ -176,6 +176,15 @@ TEST_F(Excel2007FileTest, ReadingWhatIsNotOpenIsStatus3) {
     Excel2007File reader;
     CountingSink sink;
     EXPECT_EQ(reader.Read(&sink), 3);
+    Excel2007File other;
+    EXPECT_EQ(other.ReadXML(&sink), 3);
+}
+
+TEST_F(Excel2007FileTest, OpeningAnotherFileForgetsTheOneBefore) {
+    Excel2007File reader;
+    ASSERT_EQ(reader.Open(true, Write(Three.Build()).c_str(), nullptr), 0);
+    ASSERT_EQ(reader.Open(true, Write(OneSheet(Row(1, "A", "1")).Build()).c_str(), nullptr), 0);
+    EXPECT_EQ(reader.ListParts().size(), 1U);
 }
 
 TEST_F(Excel2007FileTest, WhatIsNoArchiveRaises) {
