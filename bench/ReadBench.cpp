@@ -17,6 +17,8 @@
 #include "frame/SpreadsheetFile.h"
 #include "host/TableData.h"
 #include "tests/support/CountingSink.h"
+#include "tools/Commands.h"
+#include "tools/ReadRequest.h"
 
 namespace {
 
@@ -138,6 +140,30 @@ RegisterReadBench::RegisterReadBench(const ReadBench& bench) {
     benchmark::RegisterBenchmark(
         (bench.name + "/table").c_str(),
         [bench](benchmark::State& state) { Measure<TableData>(state, bench, bench.targetTable); })
+        ->MinTime(0.5)
+        ->Unit(benchmark::kMillisecond);
+}
+
+RegisterConvertBench::RegisterConvertBench(const std::string& name, const std::string& fileName,
+                                           double target) {
+    benchmark::RegisterBenchmark((name + "/convert").c_str(),
+                                 [fileName, target](benchmark::State& state) {
+                                     const std::string path = BenchFolder() + "/" + fileName;
+                                     const double yardstick = SecondsOfMd5sum(path);
+                                     ReadRequest request;
+                                     request.files = {path};
+                                     request.quiet = true;
+                                     double best = 1e30;
+                                     for (auto _ : state) {
+                                         const auto start = std::chrono::steady_clock::now();
+                                         RunConvert(request, BenchFolder() + "/converted.csv", "csv");
+                                         best = std::min(best, SecondsSince(start));
+                                     }
+                                     state.counters["MB/s"] =
+                                         static_cast<double>(std::filesystem::file_size(path)) / best / 1e6;
+                                     state.counters["M"] = best / yardstick;
+                                     state.counters["M_target"] = target;
+                                 })
         ->MinTime(0.5)
         ->Unit(benchmark::kMillisecond);
 }

@@ -25,6 +25,15 @@ public:
     explicit RegisterReadBench(const ReadBench& bench);
 };
 
+/**
+ * Registers `NAME/convert`: what `karta-import convert FILE -o OUT.csv` does with a file that a ReadBench
+ * has made.
+ */
+class RegisterConvertBench {
+public:
+    RegisterConvertBench(const std::string& name, const std::string& fileName, double target);
+};
+
 /** The folder of the generated files. */
 std::string BenchFolder();
 

@@ -30,4 +30,7 @@ const RegisterReadBench Narrow({"text_10_columns", "Text File", "narrow.txt",
 const RegisterReadBench Wide({"text_2000_columns", "Text File", "wide.txt",
                               [](std::ostream& stream) { GenerateTable(stream, 2000); }, 1.2, 2.0});
 
+// The whole program's work: read, and written as CSV; at most 6 M.
+const RegisterConvertBench Convert("text_10_columns", "narrow.txt", 6.0);
+
 }  // namespace

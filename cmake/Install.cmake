@@ -1,1 +1,31 @@
+# Where Debian would put things: program, library, headers, package files, man page.
+set(KARTA_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/karta-import)
 
+install(TARGETS karta-import EXPORT KartaImportTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        INCLUDES DESTINATION ${KARTA_INCLUDE_DIR})
+install(TARGETS karta-import-program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+# The installed program finds the library where the two were put, also under a prefix of one's own.
+file(RELATIVE_PATH KARTA_LIBRARY_FROM_BIN /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+set_target_properties(karta-import-program PROPERTIES INSTALL_RPATH "$ORIGIN/${KARTA_LIBRARY_FROM_BIN}")
+
+foreach(folder host frame text spreadsheet instrument process container)
+  install(DIRECTORY ${folder}/ DESTINATION ${KARTA_INCLUDE_DIR}/${folder} FILES_MATCHING PATTERN "*.h")
+endforeach()
+
+export(EXPORT KartaImportTargets FILE ${CMAKE_BINARY_DIR}/KartaImportTargets.cmake NAMESPACE KartaImport::)
+install(EXPORT KartaImportTargets NAMESPACE KartaImport::
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/KartaImport)
+configure_package_config_file(cmake/KartaImportConfig.cmake.in ${CMAKE_BINARY_DIR}/KartaImportConfig.cmake
+                              INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/KartaImport)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/KartaImportConfigVersion.cmake
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/KartaImportConfig.cmake ${CMAKE_BINARY_DIR}/KartaImportConfigVersion.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/KartaImport)
+
+# The package file finds its prefix from its own place.
+file(RELATIVE_PATH KARTA_PREFIX_FROM_PC /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(cmake/karta-import.pc.in ${CMAKE_BINARY_DIR}/karta-import.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/karta-import.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+configure_file(docs/karta-import.1.in ${CMAKE_BINARY_DIR}/karta-import.1 @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/karta-import.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)

@@ -25,6 +25,22 @@ std::string ProgramPath() {
     return error ? std::string() : path.string();
 }
 
+// The module that holds this very code.
+std::string LibraryPath() {
+    Dl_info info;
+    std::error_code error;
+    if (dladdr(reinterpret_cast<void*>(&NvImportSizeFileFormatsSupported), &info) == 0) {
+        return {};
+    }
+    const std::filesystem::path path = std::filesystem::canonical(info.dli_fname, error);
+    return error ? std::string() : path.string();
+}
+
+std::string DirectoryOf(const std::string& path) {
+    const std::size_t separator = path.rfind('/');
+    return separator == std::string::npos ? "./" : path.substr(0, separator + 1);
+}
+
 const link_map* LinkMapOf(void* module) {
     link_map* map = nullptr;
     return dlinfo(module, RTLD_DI_LINKMAP, static_cast<void*>(&map)) == 0 ? map : nullptr;
@@ -70,9 +86,15 @@ ImportDLLLoader::~ImportDLLLoader() {
 
 void ImportDLLLoader::Init(const char* pluginDirectory) {
     const std::string program = ProgramPath();
+    const std::string programDirectory = DirectoryOf(program);
     ExtractFileTypes(program);
-    const std::size_t separator = program.rfind('/');
-    ExtractDirectory(separator == std::string::npos ? "./" : program.substr(0, separator + 1));
+    // An application brings this library along in its own directory and finds it there. Installed for the
+    // whole system, it lies elsewhere; then it comes before all that an application has of its own.
+    const std::string library = LibraryPath();
+    if (library != program && DirectoryOf(library) != programDirectory) {
+        ExtractFileTypes(library);
+    }
+    ExtractDirectory(programDirectory);
     if (pluginDirectory != nullptr && !IsBlank(pluginDirectory)) {
         ExtractDirectory(std::string(pluginDirectory) + "/");
     }

@@ -33,8 +33,8 @@ public:
     virtual ~ImportDLLLoader();
 
     /**
-     * Looks into the program itself, the modules beside it and those in `pluginDirectory`, which may be
-     * null or blank. Files that aren't plug-ins are passed over silently.
+     * Looks into the program itself, this library, the modules beside the program and those in
+     * `pluginDirectory`, which may be null or blank. Files that aren't plug-ins are passed over silently.
      */
     virtual void Init(const char* pluginDirectory);
 

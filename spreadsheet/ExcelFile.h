@@ -1,12 +1,103 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_set>
+#include <vector>
 
-#include "host/Export.h"
+#include "frame/FileContents.h"
+#include "frame/SprFileFactory.h"
+#include "frame/SpreadsheetFile.h"
 
-/** Reads BIFF workbooks. */
-class KARTA_EXPORT ExcelFile {
+class BaseStream;
+class ExcelSharedStrings;
+
+/**
+ * Workbooks of the record format BIFF, versions 2 to 8 ([MS-XLS] and its forerunners), as a plain file or
+ * inside a compound file. Only reads.
+ *
+ * Open walks the workbook's globals once: it notes each worksheet's place, name and size, the shared
+ * strings, and which cell formats show dates. Read goes to each chosen sheet and passes its cells on in the
+ * order of the file; no sheet is held in memory, and the sink's row filter isn't asked. Numbers are
+ * doubles; a number in a date format is the date's text; an error value is an empty text; a formula gives
+ * its stored result; cells that no record names stay unset. Sheets count from 1.
+ *
+ * Of several chosen sheets each is put below the one before, with its name in a last column of its own, or
+ * beside it, with its name in a last row. A sheet's declared size counts, empty leading rows included.
+ *
+ * Options record: section Settings with "Sheets" (a list of sheet numbers) and "Vertical" (a bool, true for
+ * one below the other). A record cut short raises std::ios_base::failure from Open. A file with exactly one
+ * sheet that has data doesn't look at the record.
+ *
+ * Limits that are meant: BIFF2 files give their formula results only and BIFF3 files their RK numbers and
+ * texts of RSTRING, since the other records are tied to exact versions; a format is a date by its letters;
+ * names and texts stored as 16-bit characters outside the shared strings come out as their first
+ * character.
+ */
+class KARTA_EXPORT ExcelFile : public SpreadsheetFile, public FileContents {
 public:
+    enum ExcelFileStatus {
+        StatusOpenFailed = 0x100,
+        StatusBadGlobals = 0x101,
+        StatusBadWorksheet = 0x102,
+        StatusNotExcel = 0x103,
+        StatusNoWorksheet = 0x104,
+        StatusProtected = 0x105,
+        StatusNoExcelStream = 0x106,
+        StatusNoSheets = 0x107,
+        StatusUnknownVersion = 0x108
+    };
+
+    /** The longest record that any version has. */
+    static constexpr int MaxRecordLength = 0x2020;
+
+    /** One record. The bytes of `data` behind `length` are zero. */
+    struct BIFFRecord {
+        std::uint16_t id = 0;
+        std::int16_t length = 0;
+        char data[MaxRecordLength] = {};
+    };
+
+    /** A worksheet: its name, the stream's offset at which it is read, and its declared size. */
+    struct WorksheetEntry {
+        std::string name;
+        std::int32_t offset = 0;
+        int cols = 0;
+        int rows = 0;
+        bool hidden = false;
+    };
+
+    ExcelFile();
+    ExcelFile(const ExcelFile&) = delete;
+    ExcelFile& operator=(const ExcelFile&) = delete;
+    ~ExcelFile() override;
+
+    void Close() override;
+    /** The size of the chosen sheets put together. */
+    int GetNumCols() override;
+    int GetNumRows() override;
+    void GetErrorMessage(char* buffer, unsigned int size) override;
+    int Open(bool forRead, const char* fileName, NvImportOpenOptions* options) override;
+    int Read(ReadSpreadSheetData* sink) override;
+    /** Nothing to do: the sizes come from the table of worksheets. Always 1. */
+    int EstablishSize() override;
+
+    /**
+     * Where a host lets the user choose among the sheets: it fills selectedSheets and vertical, and may set
+     * status 4. The default takes the first sheet. Returns the status.
+     */
+    virtual int GetSheetOptions(std::vector<std::string>* sheetNames);
+
+    /** Appends the names of the sheets that have a size; a name's place isn't the sheet's number. */
+    int GetWorksheets(std::vector<std::string>& names);
+
+    /** Chooses sheets by their numbers. One that doesn't exist leaves the older choice: false. */
+    bool SetCurWorksheet(const std::vector<int>& sheets);
+
+    std::vector<Part> ListParts() override;
+    std::vector<Fact> ListFacts() override;
+
     // Little-endian fields of a buffer, which must hold the whole field.
     static std::int8_t I1Shuffle(const char* buffer, int offset);
     static std::int16_t I2Shuffle(const char* buffer, int offset);
@@ -14,6 +105,81 @@ public:
     static std::int32_t I4Shuffle(const char* buffer, int offset);
     static double DShuffle(const char* buffer, int offset);
 
-    /** The number in an RK field: a whole number of 30 bits or the upper half of a double, over 100 or not. */
+    /** The number in an RK field: a whole number of 30 bits or the upper half of a double, over 100 or not.
+     */
     static double NumFromRk(int rk);
+
+protected:
+    /** The choice: below each other, or side by side; and the sheets' numbers, in reading order. */
+    bool vertical = true;
+    std::vector<int> selectedSheets;
+
+private:
+    struct Cell {
+        int col;
+        int row;
+    };
+
+    int SumOf(int WorksheetEntry::* size) const;
+    int LargestOf(int WorksheetEntry::* size) const;
+    int LabelCount() const;
+
+    bool ReadBiffRecord(BIFFRecord& target);
+    bool WalkBiffRecord(BIFFRecord& target);
+    void Reset(const char* fileName);
+    void OpenStream(const char* fileName);
+    void OpenWorkbook(NvImportOpenOptions* options);
+    void OpenSingleSheet(NvImportOpenOptions* options);
+    int IsWorksheet(long offset);
+    void AddWorksheet(const std::string& name, std::int32_t offset, bool hidden);
+
+    int ReadWorkbookGlobals();
+    bool WalkGlobals();
+    bool ReadBundleHeader();
+    bool ReadGlobal();
+    bool ReadBoundSheet();
+    void ReadFormat();
+    bool ReadSharedStrings();
+
+    bool GetSheet(NvImportOpenOptions* options);
+    bool SetOptions(NvImportOpenOptions* options);
+    bool GetOptions(NvImportOpenOptions* options);
+    static void ConvertSheetVectorToString(const std::vector<int>& sheets, bool stacked, std::string& text);
+    static void ConvertSheetStringToVector(const std::string& text, std::vector<int>& sheets, bool& stacked);
+
+    bool ReadSheet(ReadSpreadSheetData* sink, const WorksheetEntry& sheet, int colOffset, int rowOffset);
+    bool ReadCell(ReadSpreadSheetData* sink, Cell cell);
+    void ReadPlainCell(ReadSpreadSheetData* sink, Cell cell);
+    void ReadMulRk(ReadSpreadSheetData* sink, Cell cell);
+    bool ReadFormula(ReadSpreadSheetData* sink, Cell cell);
+    bool ReadFormulaText(ReadSpreadSheetData* sink, Cell cell);
+    void LabelSheet(ReadSpreadSheetData* sink, WorksheetEntry& sheet, int colOffset, int rowOffset);
+    void SetNumber(ReadSpreadSheetData* sink, Cell cell, int xfOffset, double value);
+    void Set(ReadSpreadSheetData* sink, int col, int row, int xf, double value);
+    const char* CopyText(const BIFFRecord& source, int offset, int length);
+
+    BIFFRecord record;
+    BIFFRecord nextRecord;  // what follows a record that is still needed
+    int worksheetCount = 0;
+    // Entry 0 is that of a file of a single sheet; the sheets of a workbook follow.
+    std::vector<WorksheetEntry> worksheets;
+    // The high byte of the first record's id: 0, 2, 4 for BIFF2 to 4, 8 for all later ones.
+    int biffHigh = 0;
+    // A displacement: BIFF2's cell records have a byte more in front of the value.
+    int isBiff2 = 0;
+    bool isBiff8 = false;
+    std::unique_ptr<BaseStream> stream;
+    std::unique_ptr<ExcelSharedStrings> sharedStrings;
+    std::unordered_set<int> dateFormats;  // format numbers
+    std::vector<bool> dateXf;
+    std::vector<std::uint8_t> optionsBuffer;
+    long long walkBudget = 0;  // bytes of records that Open may still look at
+    std::string workText;
+};
+
+class KARTA_EXPORT ExcelFileFactory : public SprFileFactory {
+public:
+    explicit ExcelFileFactory(char priority);
+    MyKindOfFile IsMyKindOfFile(const char* fileName) override;
+    SpreadsheetFile* GetSpreadsheetFile() override;
 };

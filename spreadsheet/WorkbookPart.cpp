@@ -94,7 +94,7 @@ void ChildAttributesHandler::StartElement(int level, std::u16string_view name,
     }
     for (std::size_t i = 0; i < names.size(); ++i) {
         values[i].clear();
-        AppendUtf8(GetAttributeValue(attributes, names[i]), values[i]);
+        AppendUtf8(values[i], GetAttributeValue(attributes, names[i]));
     }
     take(values);
 }

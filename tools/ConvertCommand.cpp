@@ -1,11 +1,13 @@
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "host/OutputFile.h"
 #include "host/PathNames.h"
@@ -83,29 +85,38 @@ Target ChooseTarget(const FormatCatalogue& formats, const std::string& output, c
     return target;
 }
 
-/** A table whose texts are UTF-8, as all that the program writes is. */
-class Utf8Source : public WriteSpreadSheetData {
+/** What a format's writer gets: the wanted rows, with their texts in UTF-8 as all that is written here. */
+class WantedRows : public WriteSpreadSheetData {
 public:
-    explicit Utf8Source(TableData& source) : table(source) {}
+    WantedRows(TableData& source, const std::vector<int>& wanted) : table(source), rows(wanted) {}
 
-    double GetFloatValue(int col, int row) override { return table.GetFloatValue(col, row); }
-    std::string GetString(int col, int row) override { return AsUtf8(table.GetString(col, row)); }
+    double GetFloatValue(int col, int row) override { return table.GetFloatValue(col, At(row)); }
+    std::string GetString(int col, int row) override { return AsUtf8(table.GetString(col, At(row))); }
     bool GetDataOrigin(int* firstDataCol, int* firstDataRow) override {
-        return table.GetDataOrigin(firstDataCol, firstDataRow);
+        int row = 0;
+        if (!table.GetDataOrigin(firstDataCol, &row)) {
+            return false;
+        }
+        const auto place = std::lower_bound(rows.begin(), rows.end(), row);
+        *firstDataRow = static_cast<int>(place - rows.begin()) + 1;
+        return place != rows.end();
     }
-    bool IsFloat(int col, int row) override { return table.IsFloat(col, row); }
-    bool IsMissing(int col, int row) override { return table.IsMissing(col, row); }
-    bool IsString(int col, int row) override { return table.IsString(col, row); }
+    bool IsFloat(int col, int row) override { return table.IsFloat(col, At(row)); }
+    bool IsMissing(int col, int row) override { return table.IsMissing(col, At(row)); }
+    bool IsString(int col, int row) override { return table.IsString(col, At(row)); }
     int GetNumberOfColumns() override { return table.GetNumberOfColumns(); }
-    int GetNumberOfRows() override { return table.GetNumberOfRows(); }
+    int GetNumberOfRows() override { return static_cast<int>(rows.size()); }
 
 private:
+    int At(int row) const { return rows[static_cast<std::size_t>(row) - 1]; }
+
     TableData& table;
+    const std::vector<int>& rows;
 };
 
-void WriteWithFormat(const FormatCatalogue& formats, int format, TableData& table, const std::string& path) {
+void WriteWithFormat(const FormatCatalogue& formats, int format, WantedRows& source,
+                     const std::string& path) {
     const auto writer = formats.MakeReader(format);
-    Utf8Source source(table);
     writer->Open(false, path.c_str(), nullptr);
     if (writer->GetStatus() != SpreadsheetFile::StatusOk ||
         writer->Write(&source) != SpreadsheetFile::StatusOk) {
@@ -115,13 +126,13 @@ void WriteWithFormat(const FormatCatalogue& formats, int format, TableData& tabl
 }
 
 // A library's writer wants a file of its own; what it wrote is then passed on.
-void CopyToStandardOutput(const FormatCatalogue& formats, int format, TableData& table) {
+void CopyToStandardOutput(const FormatCatalogue& formats, int format, WantedRows& source) {
     const std::string path = MakeTemporaryFile("karta-import-");
     if (path.empty()) {
         throw Failure("no temporary file can be made");
     }
     try {
-        WriteWithFormat(formats, format, table, path);
+        WriteWithFormat(formats, format, source, path);
     } catch (...) {
         unlink(path.c_str());
         throw;
@@ -130,12 +141,12 @@ void CopyToStandardOutput(const FormatCatalogue& formats, int format, TableData&
     unlink(path.c_str());
 }
 
-void WriteForm(TableData& table, TableForm form, const std::string& output) {
+void WriteForm(TableData& table, const std::vector<int>& rows, TableForm form, const std::string& output) {
     const bool toStandardOutput = output == StandardOutput;
     const auto file =
         toStandardOutput ? std::make_unique<OutputFile>(STDOUT_FILENO) : std::make_unique<OutputFile>(output);
     if (!file->HasFailed()) {
-        WriteTable(table, form, *file);
+        WriteTable(table, rows, form, *file);
     }
     // A reader of the output that has gone away has had enough.
     if (!file->Commit() && !(toStandardOutput && file->GetError() == EPIPE)) {
@@ -150,12 +161,14 @@ int RunConvert(const ReadRequest& request, const std::string& output, const std:
     const Target chosen = ChooseTarget(*formats, output, target);
     TableRead read;
     ReadTable(request, read);
+    const std::vector<int> rows = read.Rows(request);
+    WantedRows source(*read.table, rows);
     if (chosen.form) {
-        WriteForm(*read.table, *chosen.form, output);
+        WriteForm(*read.table, rows, *chosen.form, output);
     } else if (output == StandardOutput) {
-        CopyToStandardOutput(*formats, chosen.format, *read.table);
+        CopyToStandardOutput(*formats, chosen.format, source);
     } else {
-        WriteWithFormat(*formats, chosen.format, *read.table, output);
+        WriteWithFormat(*formats, chosen.format, source, output);
     }
     ShowWarning(request, read.warning);
     return ExitSuccess;

@@ -1,21 +1,10 @@
 #include "tools/FormatCatalogue.h"
 
-#include <dlfcn.h>
 #include <strings.h>
 
 #include <cstring>
 
 #include "frame/SprFileFactory.h"
-
-void FormatCatalogue::Init(const char* pluginDirectory) {
-    // Installed, the library isn't beside the program. Looked into first, it is the first to be replaced
-    // by a plug-in of the same name; where it is beside the program it is found once more, to no effect.
-    Dl_info info;
-    if (dladdr(reinterpret_cast<void*>(&NvImportSizeFileFormatsSupported), &info) != 0) {
-        ExtractFileTypes(info.dli_fname);
-    }
-    ImportDLLLoader::Init(pluginDirectory);
-}
 
 int FormatCatalogue::FindFormat(const std::string& name) const {
     for (int i = 1; i <= SizeInfos(); ++i) {

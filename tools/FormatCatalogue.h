@@ -8,13 +8,11 @@
 #include "frame/SpreadsheetFile.h"
 
 /**
- * The formats as the program sees them: those of its library, found also where that is installed away
- * from the program, and those of plug-ins.
+ * The formats as the program sees them: the loader's, by their names, with readers of this library called
+ * directly.
  */
 class FormatCatalogue : public ImportDLLLoader {
 public:
-    void Init(const char* pluginDirectory) override;
-
     /** The number of the format with this name, in any case; 0 when there is none. */
     int FindFormat(const std::string& name) const;
 

@@ -16,7 +16,7 @@ void Interrupt::Install() {
     struct sigaction action{};
     action.sa_handler = Note;
     // A second Ctrl-C ends a program whose reader asks for no row.
-    action.sa_flags = SA_RESETHAND;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
 }

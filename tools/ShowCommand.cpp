@@ -55,9 +55,9 @@ struct Column {
     std::size_t width;
 };
 
-Column MakeColumn(TableData& table, int col, int rows) {
+Column MakeColumn(TableData& table, int col, const std::vector<int>& rows) {
     Column column{{std::to_string(col)}, 0};
-    for (int row = 1; row <= rows; ++row) {
+    for (const int row : rows) {
         column.cells.push_back(CellText(table, col, row));
     }
     for (const std::string& cell : column.cells) {
@@ -78,7 +78,7 @@ void AppendCell(std::string& line, const std::string& cell, std::size_t width, b
 }
 
 // As many columns as fit beside the row numbers; one at least.
-std::vector<Column> FittingColumns(TableData& table, int rows, std::size_t gutter) {
+std::vector<Column> FittingColumns(TableData& table, const std::vector<int>& rows, std::size_t gutter) {
     std::vector<Column> columns;
     const std::size_t room = TerminalWidth();
     std::size_t used = gutter;
@@ -105,20 +105,19 @@ void SayWhatIsLeftOut(int rows, int cols) {
     }
 }
 
-void ShowHead(TableData& table, int maxRows) {
-    const int rows = std::min(maxRows, table.GetNumberOfRows());
-    const std::size_t gutter = std::to_string(rows).size();
+void ShowRows(TableData& table, const std::vector<int>& rows, int rowsLeftOut) {
+    const std::size_t gutter = std::to_string(rows.empty() ? 0 : rows.back()).size();
     const std::vector<Column> columns = FittingColumns(table, rows, gutter);
-    for (std::size_t row = 0; row <= static_cast<std::size_t>(rows); ++row) {
-        const std::string number = row == 0 ? "" : std::to_string(row);
-        std::string line = std::string(gutter - number.size(), ' ') + number;
+    for (std::size_t line = 0; line <= rows.size(); ++line) {
+        const std::string number = line == 0 ? "" : std::to_string(rows[line - 1]);
+        std::string text = std::string(gutter - number.size(), ' ') + number;
         for (const Column& column : columns) {
-            AppendCell(line, column.cells[row], column.width, &column == &columns.back());
+            AppendCell(text, column.cells[line], column.width, &column == &columns.back());
         }
-        line.erase(line.find_last_not_of(' ') + 1);
-        std::cout << line << '\n';
+        text.erase(text.find_last_not_of(' ') + 1);
+        std::cout << text << '\n';
     }
-    SayWhatIsLeftOut(table.GetNumberOfRows() - rows, table.GetNumberOfColumns() - static_cast<int>(columns.size()));
+    SayWhatIsLeftOut(rowsLeftOut, table.GetNumberOfColumns() - static_cast<int>(columns.size()));
 }
 
 }  // namespace
@@ -131,7 +130,13 @@ int RunShow(const ReadRequest& request, int maxRows) {
     }
     TableRead read;
     ReadTable(head, read);
-    ShowHead(*read.table, maxRows);
+    std::vector<int> rows = read.Rows(head);
+    int leftOut = request.want.empty() ? read.table->GetNumberOfRows() - static_cast<int>(rows.size()) : 0;
+    if (rows.size() > static_cast<std::size_t>(maxRows)) {
+        leftOut += static_cast<int>(rows.size()) - maxRows;
+        rows.resize(static_cast<std::size_t>(maxRows));
+    }
+    ShowRows(*read.table, rows, leftOut);
     ShowWarning(request, read.warning);
     return ExitSuccess;
 }

@@ -124,6 +124,16 @@ void ReadThroughDriver(int format, OptionsRecord& options, const ReadRequest& re
 
 }  // namespace
 
+std::vector<int> TableRead::Rows(const ReadRequest& request) const {
+    const RowFilter filter(request.want);
+    std::vector<int> rows;
+    for (int row = filter.NextRowToRead(0); row > 0 && row <= table->GetNumberOfRows();
+         row = filter.NextRowToRead(row)) {
+        rows.push_back(row);
+    }
+    return rows;
+}
+
 void CheckFiles(const ReadRequest& request) {
     for (const std::string& file : request.files) {
         if (file.find('\n') != std::string::npos) {

@@ -39,6 +39,9 @@ void ShowWarning(const ReadRequest& request, const std::string& warning);
 
 /** A table and what the reader said about it. */
 struct TableRead {
+    /** The rows of the table that the user wants, all of them without a list. */
+    std::vector<int> Rows(const ReadRequest& request) const;
+
     std::unique_ptr<TableData> table;
     std::string warning;
     std::string formatName;

@@ -1,8 +1,10 @@
 #include "tools/TableWriter.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <iterator>
+#include <string>
 #include <string_view>
 
 #include "tools/Json.h"
@@ -52,33 +54,59 @@ private:
     char number[NumberSize];
 };
 
-void WriteField(std::string_view field, char separator, OutputFile& output) {
-    const char special[] = {separator, '"', '\n', '\r'};
-    if (field.find_first_of(std::string_view(special, sizeof special)) == std::string_view::npos) {
-        output.Write(field);
-        return;
-    }
-    output.Write('"');
-    for (std::size_t quote = field.find('"'); quote != std::string_view::npos; quote = field.find('"')) {
-        output.Write(field.substr(0, quote + 1));
-        output.Write('"');
-        field.remove_prefix(quote + 1);
-    }
-    output.Write(field);
-    output.Write('"');
-}
-
-void WriteSeparated(TableData& table, char separator, OutputFile& output) {
-    CellPrinter printer(table);
-    const int cols = table.GetNumberOfColumns();
-    for (int row = 1; row <= table.GetNumberOfRows(); ++row) {
-        for (int col = 1; col <= cols; ++col) {
-            if (col > 1) {
-                output.Write(separator);
-            }
-            WriteField(printer.Print(col, row), separator, output);
+/** Gathers a row's text, so that the file is asked to write once a row and not once a byte. */
+class FieldWriter {
+public:
+    explicit FieldWriter(char fieldSeparator) : separator(fieldSeparator) {
+        for (const char c : {fieldSeparator, '"', '\n', '\r'}) {
+            mustBeQuoted[static_cast<unsigned char>(c)] = true;
         }
-        output.Write('\n');
+    }
+
+    void Add(std::string_view field) {
+        if (begun) {
+            line += separator;
+        }
+        begun = true;
+        if (std::any_of(field.begin(), field.end(),
+                        [this](char c) { return mustBeQuoted[static_cast<unsigned char>(c)]; })) {
+            AddQuoted(field);
+        } else {
+            line += field;
+        }
+    }
+
+    void EndRow(OutputFile& output) {
+        line += '\n';
+        output.Write(line);
+        line.clear();
+        begun = false;
+    }
+
+private:
+    void AddQuoted(std::string_view field) {
+        line += '"';
+        for (const char c : field) {
+            line.append(c == '"' ? 2 : 1, c);
+        }
+        line += '"';
+    }
+
+    char separator;
+    bool begun = false;  // a field of the row was added, perhaps an empty one
+    bool mustBeQuoted[256] = {};
+    std::string line;
+};
+
+void WriteSeparated(TableData& table, const std::vector<int>& rows, char separator, OutputFile& output) {
+    CellPrinter printer(table);
+    FieldWriter writer(separator);
+    const int cols = table.GetNumberOfColumns();
+    for (const int row : rows) {
+        for (int col = 1; col <= cols; ++col) {
+            writer.Add(printer.Print(col, row));
+        }
+        writer.EndRow(output);
     }
 }
 
@@ -92,10 +120,10 @@ std::string JsonCell(TableData& table, CellPrinter& printer, int col, int row) {
     return isText ? JsonQuote(text) : std::string(text);
 }
 
-void WriteJsonLines(TableData& table, OutputFile& output) {
+void WriteJsonLines(TableData& table, const std::vector<int>& rows, OutputFile& output) {
     CellPrinter printer(table);
     const int cols = table.GetNumberOfColumns();
-    for (int row = 1; row <= table.GetNumberOfRows(); ++row) {
+    for (const int row : rows) {
         output.Write('[');
         for (int col = 1; col <= cols; ++col) {
             output.Write(col > 1 ? "," : "");
@@ -107,16 +135,16 @@ void WriteJsonLines(TableData& table, OutputFile& output) {
 
 }  // namespace
 
-void WriteTable(TableData& table, TableForm form, OutputFile& output) {
+void WriteTable(TableData& table, const std::vector<int>& rows, TableForm form, OutputFile& output) {
     switch (form) {
         case TableForm::Csv:
-            WriteSeparated(table, ',', output);
+            WriteSeparated(table, rows, ',', output);
             break;
         case TableForm::Tsv:
-            WriteSeparated(table, '\t', output);
+            WriteSeparated(table, rows, '\t', output);
             break;
         case TableForm::JsonLines:
-            WriteJsonLines(table, output);
+            WriteJsonLines(table, rows, output);
             break;
     }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <string>
+#include <vector>
 
 #include "host/OutputFile.h"
 #include "host/TableData.h"
@@ -12,5 +12,5 @@ enum class TableForm {
     JsonLines /**< an array a row; a cell never set is null, and NaN and infinities are texts */
 };
 
-/** The whole table. Numbers in the shortest form that reads back the same. */
-void WriteTable(TableData& table, TableForm form, OutputFile& output);
+/** These rows of the table, all columns. Numbers in the shortest form that reads back the same. */
+void WriteTable(TableData& table, const std::vector<int>& rows, TableForm form, OutputFile& output);

@@ -1,8 +1,9 @@
 // The command line: which verb, with which options. The verbs themselves are in sources of their own.
+#include <poll.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <exception>
 #include <iostream>
 #include <sstream>
@@ -112,14 +113,12 @@ void AddReading(CLI::App* verb, CommandLine& line) {
     verb->add_option("--matrix", request.matrix, "the matrix by its place in info's list")->type_name("N");
     verb->add_option("--include", request.includes, "an X interval to keep; repeatable")
         ->type_name("A:B")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false);
     verb->add_option("--average", request.average, "merge N points into one")->type_name("N");
     verb->add_flag("--no-x-row", request.noXRow, "leave the X row out");
     verb->add_option("--setting", request.settings, "one key of the reader's settings; repeatable")
         ->type_name("KEY=VALUE")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false);
     verb->add_option("--options", request.optionsFile, "replay the choices kept in this file")
         ->type_name("FILE");
     verb->add_option("--save-options", request.saveOptionsFile, "keep the choices made in this file")
@@ -184,14 +183,18 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
     AddReading(app.add_subcommand("trace", "every call between reader and sink, one a line"), line);
 }
 
+bool OutputReaderIsGone() {
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
 // What went to standard output must have arrived. A reader of it that has gone away is no error.
 int CheckOutput(int result) {
-    errno = 0;
     std::cout.flush();
-    if (std::cout.good() || errno == EPIPE) {
+    if (std::cout.good() || OutputReaderIsGone()) {
         return result;
     }
-    std::cerr << "karta-import: standard output: " << std::strerror(errno == 0 ? EIO : errno) << '\n';
+    std::cerr << "karta-import: standard output could not be written\n";
     return ExitFailed;
 }
 

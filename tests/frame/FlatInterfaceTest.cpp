@@ -264,9 +264,10 @@ TEST(SpreadsheetOpenOptions, ReadKeepsBytesAlsoForSizeZero) {
 }
 
 TEST(SpreadsheetOpenOptions, SizeThatLiesRaises) {
-    std::istringstream in(std::string("\1\xff\xff\xff\x7f"
-                                      "ab",
-                                      7));
+    std::istringstream in(
+        std::string("\1\xff\xff\xff\x7f"
+                    "ab",
+                    7));
     StreamReader reader(in);
     EXPECT_THROW(SpreadsheetOpenOptions{reader}, std::ios_base::failure);
 }

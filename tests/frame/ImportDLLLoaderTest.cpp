@@ -301,7 +301,8 @@ TEST_F(ModuleTest, MissingFileGoesByItsExtensionAlone) {
 
 TEST_F(ModuleTest, TextFileIsChosenByItsExtension) {
     Load("whole");
-    EXPECT_EQ(loader.GetSpreadsheetFileIndex(folder.Write("a.txt", "a\tb\n").c_str()), Find(loader, "Text File"));
+    EXPECT_EQ(loader.GetSpreadsheetFileIndex(folder.Write("a.txt", "a\tb\n").c_str()),
+              Find(loader, "Text File"));
 }
 
 TEST_F(ModuleTest, HostChoosesAmongEquals) {

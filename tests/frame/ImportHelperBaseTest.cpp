@@ -70,7 +70,8 @@ private:
 class ActingFactory : public SprFileFactory {
 public:
     ActingFactory()
-        : SprFileFactory("Acting File", "Acting Files (*.act)", "Acting File (*.act)", 1, ".act\0", 1, 1, 0, 0, 0, 1) {}
+        : SprFileFactory("Acting File", "Acting Files (*.act)", "Acting File (*.act)", 1, ".act\0", 1, 1, 0,
+                         0, 0, 1) {}
     MyKindOfFile IsMyKindOfFile(const char* fileName) override {
         return std::string(fileName).ends_with(".act") ? KindYes : KindNo;
     }
@@ -81,7 +82,8 @@ ActingFactory actingFactory;
 /** Takes files of the extension .many, several at a time. */
 class ManyFactory : public SprFileFactory {
 public:
-    ManyFactory() : SprFileFactory("Many File", "Many Files (*.many)", nullptr, 1, ".many\0", 0, 1, 1, 1, 0, 1) {}
+    ManyFactory()
+        : SprFileFactory("Many File", "Many Files (*.many)", nullptr, 1, ".many\0", 0, 1, 1, 1, 0, 1) {}
     MyKindOfFile IsMyKindOfFile(const char* fileName) override {
         return std::string(fileName).ends_with(".many") ? KindYes : KindNo;
     }
@@ -100,7 +102,8 @@ public:
 
 protected:
     int PutMsg1(const char* text, const char* caption, MessageType type, int defaultAnswer) override {
-        said += std::string(caption) + "/" + std::to_string(type) + "/" + std::to_string(defaultAnswer) + ": " + text;
+        said += std::string(caption) + "/" + std::to_string(type) + "/" + std::to_string(defaultAnswer) +
+                ": " + text;
         return answer;
     }
     bool SortFiles(const char*, ReadErrors&) override {
@@ -167,7 +170,8 @@ TEST_F(DriverTest, SinkFlagOfZeroClearsTheLayoutMark) {
     EXPECT_TRUE(Read("good.act"));
     EXPECT_FALSE(table.layoutDefault);
     TableData other;
-    EXPECT_TRUE(host.ReadSpreadsheetFile(folder.Write("a.many", "x").c_str(), 1, &other, nullptr, false, nullptr));
+    EXPECT_TRUE(
+        host.ReadSpreadsheetFile(folder.Write("a.many", "x").c_str(), 1, &other, nullptr, false, nullptr));
     EXPECT_TRUE(other.layoutDefault);
 }
 
@@ -219,7 +223,8 @@ TEST_F(DriverTest, WarningGoesToTheLogByDefault) {
     ImportHelperBase plain(nullptr, nullptr);
     Log::Message last{};
     Log::SetHandler([&](const Log::Message& message) { last = message; });
-    EXPECT_TRUE(plain.ReadSpreadsheetFile(folder.Write("warn.act", "x").c_str(), 1, &table, nullptr, false, nullptr));
+    EXPECT_TRUE(
+        plain.ReadSpreadsheetFile(folder.Write("warn.act", "x").c_str(), 1, &table, nullptr, false, nullptr));
     Log::SetHandler({});
     EXPECT_EQ(last.section, "ImportHelper");
     EXPECT_EQ(last.key, "PutMsgMB");
@@ -348,7 +353,8 @@ TEST_F(DriverTest, LoaderThatAnswersNoFormatIsUnsupported) {
     }
     EXPECT_EQ(error, ReadTypeUnsupported);
     EXPECT_EQ(odd.GetErrorMessage(),
-              "The file type is either not supported or could not be deduced from the file's extension or contents.");
+              "The file type is either not supported or could not be deduced from the file's extension or "
+              "contents.");
 }
 
 TEST_F(DriverTest, FilterOfAFormatChoosesIt) {
@@ -408,12 +414,15 @@ TEST_F(DriverTest, WriteWithoutAFormatHasItsText) {
 }
 
 TEST_F(DriverTest, FailedWriteHasTheWritersText) {
-    EXPECT_FALSE(host.WriteSpreadsheetFile(folder.Path("write.act").c_str(), WriterOf("Acting File"), &table, nullptr));
+    EXPECT_FALSE(host.WriteSpreadsheetFile(folder.Path("write.act").c_str(), WriterOf("Acting File"), &table,
+                                           nullptr));
     EXPECT_EQ(host.GetErrorMessage(), "The acting file failed.");
-    EXPECT_FALSE(host.WriteSpreadsheetFile(folder.Path("open.act").c_str(), WriterOf("Acting File"), &table, nullptr));
+    EXPECT_FALSE(
+        host.WriteSpreadsheetFile(folder.Path("open.act").c_str(), WriterOf("Acting File"), &table, nullptr));
     EXPECT_EQ(host.GetErrorMessage(), "The acting file failed.");
 }
 
 TEST_F(DriverTest, NullTableReachesTheWriterAsNull) {
-    EXPECT_TRUE(host.WriteSpreadsheetFile(folder.Path("good.act").c_str(), WriterOf("Acting File"), nullptr, nullptr));
+    EXPECT_TRUE(host.WriteSpreadsheetFile(folder.Path("good.act").c_str(), WriterOf("Acting File"), nullptr,
+                                          nullptr));
 }

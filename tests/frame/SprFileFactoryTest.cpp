@@ -11,7 +11,9 @@ namespace {
 
 class NoFile : public SpreadsheetFile {
 public:
-    void GetErrorMessage(char* buffer, unsigned int size) override { SpreadsheetFile::GetErrorMessage(buffer, size); }
+    void GetErrorMessage(char* buffer, unsigned int size) override {
+        SpreadsheetFile::GetErrorMessage(buffer, size);
+    }
     int Open(bool, const char*, NvImportOpenOptions*) override { return 0; }
     int Read(ReadSpreadSheetData*) override { return 0; }
     int EstablishSize() override { return 0; }
@@ -38,7 +40,9 @@ int CountName(const char* name) {
 
 TEST(SprFileFactory, OrderIsThatOfTheReadFilters) {
     for (int i = 2; i <= SprFileFactory::SizeInfos(); ++i) {
-        EXPECT_LT(std::strcmp(SprFileFactory::GetInfo(i - 1)->readFilter, SprFileFactory::GetInfo(i)->readFilter), 0);
+        EXPECT_LT(
+            std::strcmp(SprFileFactory::GetInfo(i - 1)->readFilter, SprFileFactory::GetInfo(i)->readFilter),
+            0);
     }
 }
 
@@ -121,7 +125,8 @@ TEST(SpreadsheetFile, CommonTextsAreExact) {
             return text;
         }
     };
-    EXPECT_EQ(Failing(2).Text(), "An error occurred when trying to establish the size of the data in the file.");
+    EXPECT_EQ(Failing(2).Text(),
+              "An error occurred when trying to establish the size of the data in the file.");
     EXPECT_EQ(Failing(3).Text(), "Tried to write to the file when it was opened for reading or vice versa.");
     EXPECT_EQ(Failing(4).Text(), "AbortedByUser");
     EXPECT_EQ(Failing(5).Text(), "No further information available.");

@@ -136,7 +136,7 @@ TEST(TemporaryFile, IsNewEmptyAndTheOwnersAlone) {
     const std::string second = MakeTemporaryFile("karta-test-");
     ASSERT_FALSE(first.empty());
     EXPECT_NE(first, second);
-    struct stat info {};
+    struct stat info{};
     ASSERT_EQ(stat(first.c_str(), &info), 0);
     EXPECT_EQ(info.st_size, 0);
     EXPECT_EQ(info.st_mode & 0777, 0600U);
@@ -157,7 +157,9 @@ TEST(OutputFile, TakesItsNameOnlyInCommit) {
 TEST(OutputFile, WhatIsGivenUpLeavesNothingBehind) {
     const TempFolder folder;
     const std::string path = folder.Write("out", "older");
-    { OutputFile(path).Write("newer"); }
+    {
+        OutputFile(path).Write("newer");
+    }
     EXPECT_EQ(ReadWholeFile(path), "older");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path("")), {}), 1);
 }
@@ -169,7 +171,7 @@ TEST(OutputFile, KeepsTheOlderFilesRights) {
     OutputFile file(path);
     file.Write("newer");
     ASSERT_TRUE(file.Commit());
-    struct stat info {};
+    struct stat info{};
     ASSERT_EQ(stat(path.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0640U);
 }

@@ -56,7 +56,8 @@ TEST(XMLSection, ReadsWhatItWrote) {
 
 TEST(XMLSection, AcceptsOneAndZeroAndWhiteSpace) {
     const XMLSection document(
-        " <XMLSection>\n <Settings> <A> 1 </A><B>0</B><C> 12 </C><D> 1 , 2 </D> <E> x </E></Settings></XMLSection>\n");
+        " <XMLSection>\n <Settings> <A> 1 </A><B>0</B><C> 12 </C><D> 1 , 2 </D> <E> x "
+        "</E></Settings></XMLSection>\n");
     const XMLSection* settings = document.GetSection("Settings");
     ASSERT_NE(settings, nullptr);
     bool a = false;
@@ -104,8 +105,9 @@ TEST(XMLSection, EmptySectionIsASection) {
 }
 
 TEST(XMLSection, TextThatIsNoSectionIsNullOrRaises) {
-    for (const char* text : {"", "x", "<Other></Other>", "<XMLSection>", "<XMLSection><A>1</B></XMLSection>",
-                             "<XMLSection></XMLSection>x", "<XMLSection><A>1", "<XMLSection><A>&amp;</A></XMLSection>"}) {
+    for (const char* text :
+         {"", "x", "<Other></Other>", "<XMLSection>", "<XMLSection><A>1</B></XMLSection>",
+          "<XMLSection></XMLSection>x", "<XMLSection><A>1", "<XMLSection><A>&amp;</A></XMLSection>"}) {
         EXPECT_EQ(XMLSection::CreateXMLSectionFromString(text), nullptr) << text;
         EXPECT_THROW(XMLSection{text}, Exception) << text;
     }
@@ -130,9 +132,10 @@ TEST(BinaryString, IsLengthAndBytes) {
 TEST(BinaryString, LengthBeyondTheEndRaises) {
     std::istringstream cut(std::string("\4\0\0\0abc", 7));
     EXPECT_THROW(ReadBinaryString(cut), std::ios_base::failure);
-    std::istringstream huge(std::string("\xff\xff\xff\xff"
-                                        "abc",
-                                        7));
+    std::istringstream huge(
+        std::string("\xff\xff\xff\xff"
+                    "abc",
+                    7));
     EXPECT_THROW(ReadBinaryString(huge), std::ios_base::failure);
     std::istringstream noLength("ab");
     EXPECT_THROW(ReadBinaryString(noLength), std::ios_base::failure);

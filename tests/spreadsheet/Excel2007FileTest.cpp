@@ -10,6 +10,7 @@
 #include "host/NvSystemInfo.h"
 #include "host/SerialDate.h"
 #include "host/TableData.h"
+#include "tests/spreadsheet/WorkbookParts.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"
@@ -49,9 +50,10 @@ std::string Row(int number, const std::string& column, const std::string& value)
     return "<row r=\"" + place + "\"><c r=\"" + column + place + "\"><v>" + value + "</v></c></row>";
 }
 
-// A workbook's parts; a part that is set to "-" is left out.
-struct Workbook {
-    explicit Workbook(const std::vector<std::string>& sheetParts) : sheets(sheetParts) {
+// A workbook of these worksheet parts.
+struct Workbook : WorkbookParts {
+    explicit Workbook(const std::vector<std::string>& sheetParts) {
+        sheets = sheetParts;
         std::string list;
         std::string targets;
         for (std::size_t i = 1; i <= sheets.size(); ++i) {
@@ -64,28 +66,7 @@ struct Workbook {
         relationships = "<Relationships>" + targets + "</Relationships>";
     }
 
-    std::string Build() const {
-        ZipBuilder zip;
-        const auto add = [&zip](const std::string& name, const std::string& part) {
-            if (part != "-") {
-                zip.AddDeflated(name, part);
-            }
-        };
-        add("xl/workbook.xml", workbook);
-        add("xl/_rels/workbook.xml.rels", relationships);
-        add("xl/sharedStrings.xml", sharedStrings);
-        add("xl/styles.xml", styles);
-        for (std::size_t i = 0; i < sheets.size(); ++i) {
-            add("xl/worksheets/sheet" + std::to_string(i + 1) + ".xml", sheets[i]);
-        }
-        return zip.Build();
-    }
-
-    std::vector<std::string> sheets;
-    std::string workbook;
-    std::string relationships;
-    std::string sharedStrings = "-";
-    std::string styles = "-";
+    std::string Build() const { return WorkbookParts::Build("xml"); }
 };
 
 // A workbook of one sheet with these rows.

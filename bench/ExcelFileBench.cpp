@@ -1,0 +1,38 @@
+#include <ostream>
+#include <string>
+
+#include "bench/ReadBench.h"
+#include "tests/support/BiffBuilder.h"
+#include "tests/support/CompoundBuilder.h"
+
+namespace {
+
+constexpr unsigned Rows = 65536;
+constexpr unsigned Cols = 40;
+
+// As many rows as the format has, every number in a record of its own.
+std::string NumericSheet() {
+    ByteBuilder cells;
+    unsigned int state = 12345;
+    for (unsigned row = 0; row < Rows; ++row) {
+        for (unsigned col = 0; col < Cols; ++col) {
+            state = state * 1664525U + 1013904223U;
+            cells.U16(0x0203).U16(14).U16(row).U16(col).U16(0).Double(state / 1000.0);
+        }
+    }
+    BiffBuilder records;
+    records.Bof(BiffBuilder::Biff8, BiffBuilder::Worksheet).Dimensions(Rows, Cols);
+    return records.Bytes() + cells.Bytes() + BiffBuilder().Eof().Bytes();
+}
+
+void GenerateWorkbook(std::ostream& stream) {
+    WorkbookBuilder book;
+    book.Globals().Xf(0);
+    book.RawSheet("Numbers", NumericSheet());
+    stream << CompoundBuilder().Stream("Workbook", book.Build()).Build();
+}
+
+const RegisterReadBench Numbers({"excel_65536_rows_40_columns", "Excel File", "numbers.xls", GenerateWorkbook,
+                                 5.0, 0});
+
+}  // namespace

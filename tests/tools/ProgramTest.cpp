@@ -1,0 +1,382 @@
+// karta-import as people run it: its output, its messages, its exit statuses.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "tests/support/SharedData.h"
+#include "tests/support/TempFolder.h"
+
+namespace {
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+class ProgramTest : public testing::Test {
+protected:
+    // Runs `karta-import ARGUMENTS` in the test's folder.
+    Outcome Run(const std::string& arguments) {
+        return Shell(std::string(KARTA_BINARY_DIR) + "/karta-import " + arguments);
+    }
+
+    Outcome Shell(const std::string& command) {
+        const std::string out = folder.Path("stdout.captured");
+        const std::string err = folder.Path("stderr.captured");
+        const std::string whole =
+            "cd '" + folder.Path("") + "' && { " + command + " ; } </dev/null >'" + out + "' 2>'" + err + "'";
+        const int result = std::system(whole.c_str());
+        return {WIFEXITED(result) ? WEXITSTATUS(result) : -1, ReadWholeFile(out), ReadWholeFile(err)};
+    }
+
+    // What lies in the folder beside the captured output.
+    std::size_t CountFiles() {
+        std::size_t count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.Path(""))) {
+            count += entry.path().extension() == ".captured" ? 0 : 1;
+        }
+        return count;
+    }
+
+    TempFolder folder;
+};
+
+std::string Modules(const std::string& name) {
+    return std::string(KARTA_BINARY_DIR) + "/tests/modules/" + name;
+}
+
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+}  // namespace
+
+TEST_F(ProgramTest, HelpStartsWithTheLineThatReadsAFile) {
+    const Outcome outcome = Run("--help");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(outcome.out.starts_with("karta-import show FILE... "));
+    EXPECT_TRUE(Contains(outcome.out, "Examples:"));
+}
+
+TEST_F(ProgramTest, VersionAndHelpWorkEverywhere) {
+    EXPECT_EQ(Run("--version").out, "karta-import 1.0.0\n");
+    for (const char* verb : {"formats", "detect", "info", "show", "convert", "trace"}) {
+        EXPECT_EQ(Run(std::string(verb) + " --help").status, 0) << verb;
+        EXPECT_EQ(Run(std::string(verb) + " --version").out, "karta-import 1.0.0\n") << verb;
+    }
+}
+
+TEST_F(ProgramTest, WrongUsageIsStatus2) {
+    for (const char* arguments :
+         {"", "nonsense", "show", "show --nonsense x", "convert x.txt", "show --want 0 a.txt",
+          "show --include x a.txt", "show --setting x a.txt", "show --format None a.txt",
+          "show --yes --no a.txt", "show --blocks x a.txt"}) {
+        folder.Write("a.txt", "a\n");
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.status, 2) << arguments;
+        EXPECT_NE(outcome.err, "") << arguments;
+        EXPECT_EQ(outcome.out, "") << arguments;
+    }
+}
+
+TEST_F(ProgramTest, FormatsAreListed) {
+    const Outcome outcome = Run("formats");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(Contains(outcome.out, "Text File\t.txt .dat\trw\tlibkarta-import.so\n"));
+    EXPECT_TRUE(Contains(Run("formats --json").out, "\"formatName\": \"Text File\""));
+}
+
+TEST_F(ProgramTest, PlugInsAreListedLast) {
+    const Outcome outcome = Run("formats --plugins '" + Modules("whole") + "'");
+    EXPECT_TRUE(outcome.out.ends_with("Test Module File\t.tmf .tm2\trw\twhole.so\n"));
+}
+
+TEST_F(ProgramTest, DetectShowsEveryVerdictAndTheChoice) {
+    folder.Write("a.txt", "a\tb\n");
+    const Outcome outcome = Run("detect a.txt");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(Contains(outcome.out, "maybe\tText File\n"));
+    EXPECT_TRUE(outcome.out.ends_with("chosen\tText File\n"));
+    EXPECT_TRUE(Contains(Run("detect --json a.txt").out, "\"chosen\": \"Text File\""));
+}
+
+TEST_F(ProgramTest, ShowAlignsNumbersAtTheRight) {
+    folder.Write("a.txt", "Name\tValue\nwater\t1.5\noil\t-12.25\n");
+    EXPECT_EQ(Run("show a.txt").out,
+              "       1       2\n"
+              "1  Name   Value\n"
+              "2  water     1.5\n"
+              "3  oil    -12.25\n");
+}
+
+TEST_F(ProgramTest, ShowTellsWhatIsLeftOut) {
+    std::string table;
+    for (int row = 0; row < 30; ++row) {
+        for (int col = 0; col < 40; ++col) {
+            table += "12345\t";
+        }
+        table += "\n";
+    }
+    folder.Write("a.txt", table);
+    EXPECT_TRUE(Contains(Run("show a.txt").out, "(10 more rows and 29 more columns)\n"));
+    EXPECT_TRUE(Contains(Run("show --rows 30 a.txt").out, "(29 more columns)\n"));
+}
+
+TEST_F(ProgramTest, InfoTellsFormatReasonAndSize) {
+    folder.Write("a.txt", "a\tb\n1\t2\n");
+    EXPECT_EQ(Run("info a.txt").out,
+              "file        a.txt\n"
+              "format      Text File (possible by the content, chosen by the extension .txt)\n"
+              "table       2 rows, 2 columns\n");
+    EXPECT_TRUE(Contains(Run("info --format 'text file' a.txt").out, "Text File (named with --format)"));
+    EXPECT_TRUE(Contains(Run("info --json a.txt").out, "\"rows\": 2"));
+}
+
+TEST_F(ProgramTest, ConvertQuotesOnlyWhatMustBe) {
+    folder.Write("a.txt", "a,b\tsay \"x\"\tplain\n1.50\t\tend\n");
+    EXPECT_EQ(Run("convert a.txt -o -").out, "\"a,b\",\"say \"\"x\"\"\",plain\n1.50,,end\n");
+    EXPECT_EQ(Run("convert a.txt --to tsv -o -").out, "a,b\t\"say \"\"x\"\"\"\tplain\n1.50\t\tend\n");
+    EXPECT_EQ(Run("convert a.txt --to JSONL -o -").out,
+              "[\"a,b\",\"say \\\"x\\\"\",\"plain\"]\n[\"1.50\",\"\",\"end\"]\n");
+}
+
+TEST_F(ProgramTest, ConvertGoesByTheExtension) {
+    folder.Write("a.txt", "a\tb\n");
+    EXPECT_EQ(Run("convert a.txt -o out.csv").status, 0);
+    EXPECT_EQ(ReadWholeFile(folder.Path("out.csv")), "a,b\n");
+    EXPECT_EQ(Run("convert a.txt -o copy.txt").status, 0);
+    EXPECT_EQ(ReadWholeFile(folder.Path("copy.txt")), "a\tb\n");
+    EXPECT_EQ(Run("convert a.txt -o - --to 'text file'").out, "a\tb\n");
+    EXPECT_EQ(Run("convert a.txt -o out.xyz").status, 2);
+}
+
+TEST_F(ProgramTest, TextThatIsNotUtf8IsTakenAsWindows1252) {
+    folder.Write("a.txt", "\xe5 \x80\x81\t\xc3\xa5\n");
+    EXPECT_EQ(Run("convert a.txt -o -").out, "\xc3\xa5 \xe2\x82\xac\xc2\x81,\xc3\xa5\n");
+    EXPECT_EQ(Run("convert a.txt -o - --to 'Text File'").out, "\xc3\xa5 \xe2\x82\xac\xc2\x81\t\xc3\xa5\n");
+}
+
+TEST_F(ProgramTest, ThroughTheDriverTheTableIsTheSame) {
+    folder.Write("a.txt", "a\tb\n1\t2\n");
+    EXPECT_EQ(Run("convert --through-driver a.txt -o -").out, "a,b\n1,2\n");
+    EXPECT_EQ(
+        Run("trace --through-driver a.txt").out,
+        "SetDataSize 2 2\nNextRowToRead 0 1\nSet 1 1 text \"a\"\nSet 2 1 text \"b\"\nNextRowToRead 1 2\n"
+        "Set 1 2 text \"1\"\nSet 2 2 text \"2\"\nNextRowToRead 2 3\nDriver true\n");
+}
+
+TEST_F(ProgramTest, TraceThroughTheDriverEndsWithItsFailure) {
+    folder.Write("empty.txt", "");
+    const Outcome outcome = Run("trace --through-driver empty.txt");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out, "Error \"\"\nDriver false\n");
+}
+
+TEST_F(ProgramTest, PlugInReadsAndWarns) {
+    folder.Write("a.tmf", "warning\n");
+    const std::string plugins = "--plugins '" + Modules("whole") + "' ";
+    EXPECT_EQ(Run("convert " + plugins + "a.tmf -o -").out, "module\n");
+    EXPECT_TRUE(Contains(Run("convert " + plugins + "a.tmf -o -").err, "a.tmf: warning: The module warns."));
+    EXPECT_EQ(Run("convert --quiet " + plugins + "a.tmf -o -").err, "");
+    EXPECT_TRUE(
+        Contains(Run("trace --through-driver " + plugins + "a.tmf").out, "Warning \"The module warns.\"\n"));
+    EXPECT_TRUE(Contains(Run("info " + plugins + "a.tmf").out, "warning     The module warns.\n"));
+}
+
+TEST_F(ProgramTest, PlugInReplacesABuiltInFormat) {
+    folder.Write("a.txt", "number\n");
+    const Outcome outcome =
+        Run("convert --plugins '" + Modules("replacing") + "' --format 'Text File' a.txt -o -");
+    EXPECT_EQ(outcome.out, "1.5\n");
+}
+
+TEST_F(ProgramTest, FunctionsOfTheSameNamesElsewhereAreNotCalled) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__clang__)
+    GTEST_SKIP() << "a sanitizer's runtime must be loaded before anything else";
+#endif
+    // The module's flat functions stand before the library's in the order of look-up.
+    folder.Write("a.txt", "a\tb\n");
+    const std::string preload = "LD_PRELOAD='" + Modules("whole") + "/whole.so' ";
+    const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import ";
+    EXPECT_EQ(Shell(preload + program + "convert --through-driver a.txt -o -").out, "a,b\n");
+    EXPECT_EQ(Shell(preload + program + "formats").out, Run("formats").out);
+}
+
+TEST_F(ProgramTest, FailureOfAPlugInIsNamed) {
+    folder.Write("a.tmf", "fail\n");
+    const Outcome outcome = Run("show --plugins '" + Modules("whole") + "' a.tmf");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "karta-import: a.tmf: The module's own reason.\n");
+}
+
+TEST_F(ProgramTest, DelimiterUnderstandsTab) {
+    folder.Write("a.txt", "a;b\tc\n");
+    EXPECT_EQ(Run("convert --delimiter ';' a.txt -o -").out, "a,b\tc\n");
+    EXPECT_EQ(Run("convert --delimiter '\\t' a.txt -o -").out, "a;b,c\n");
+    folder.Write("b.txt", "a;;b\n");
+    EXPECT_EQ(Run("convert --delimiter ';' --merge-delimiters b.txt -o -").out, "a,b\n");
+}
+
+TEST_F(ProgramTest, SettingsAreTakenUnescaped) {
+    folder.Write("a.txt", "a<b\n");
+    EXPECT_EQ(Run("convert --setting 'Delimiter=<' a.txt -o -").out, "a,b\n");
+    folder.Write("b.txt", "a%b\n");
+    EXPECT_EQ(Run("convert --setting 'Delimiter=%' b.txt -o -").out, "a,b\n");
+}
+
+TEST_F(ProgramTest, ChoicesAreKeptAndReplayed) {
+    folder.Write("a.txt", "a;b\n");
+    EXPECT_EQ(Run("show --delimiter ';' --save-options kept a.txt").status, 0);
+    EXPECT_EQ(Run("convert --options kept a.txt -o -").out, "a,b\n");
+    EXPECT_EQ(Run("show --save-options defaults a.txt").status, 0);
+    EXPECT_TRUE(Contains(ReadWholeFile(folder.Path("defaults")), "<Delimiter>%09</Delimiter>"));
+}
+
+TEST_F(ProgramTest, OptionsFileThatIsNoneIsRefused) {
+    folder.Write("a.txt", "a;b\n");
+    folder.Write("bad", "\1\xff\xff");
+    const Outcome outcome = Run("show --options bad a.txt");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(outcome.err.starts_with("karta-import: bad: "));
+    EXPECT_EQ(Run("show --options none a.txt").status, 1);
+}
+
+TEST_F(ProgramTest, WantedRowsAlone) {
+    folder.Write("a.txt", "1\n2\n3\n4\n");
+    EXPECT_EQ(
+        Run("trace --want 2,4 a.txt").out,
+        "Format \"Text File\"\nOpen 0x0\nGetNumRows 4\nGetNumCols 1\nSetDataSize 1 4\nNextRowToRead 0 2\n"
+        "Set 1 2 text \"2\"\nNextRowToRead 2 4\nSet 1 4 text \"4\"\nNextRowToRead 4 -1\nRead 0x0\nClose\n");
+}
+
+TEST_F(ProgramTest, OnlyWantedRowsAreShownAndConverted) {
+    folder.Write("a.txt", "1\n2\n3\n4\n");
+    EXPECT_EQ(Run("convert --want 2,4 a.txt -o -").out, "2\n4\n");
+    EXPECT_EQ(Run("convert --want 2,4-9 a.txt --to 'Text File' -o -").out, "2\n4\n");
+    EXPECT_EQ(Run("show --want 2,4 a.txt").out, "   1\n2  2\n4  4\n");
+    EXPECT_EQ(Run("show --want 2-4 --rows 1 a.txt").out, "   1\n2  2\n(2 more rows)\n");
+}
+
+TEST_F(ProgramTest, TraceHandsAnyNameToANamedFormat) {
+    const Outcome outcome = Run("trace --format 'Text File' none.txt");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(outcome.out.starts_with("Format \"Text File\"\nOpen 0x202\nError \""));
+    EXPECT_TRUE(outcome.out.ends_with("Close\n"));
+}
+
+TEST_F(ProgramTest, BadFilesAreNamedWithTheReason) {
+    folder.Write("empty.txt", "");
+    folder.Write("binary.txt", std::string(10, '\0'));
+    std::filesystem::create_directory(folder.Path("folder"));
+    const auto expect = [&](const std::string& arguments, const std::string& text) {
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.status, 1) << arguments;
+        EXPECT_TRUE(Contains(outcome.err, text)) << arguments << ": " << outcome.err;
+        EXPECT_EQ(outcome.out, "") << arguments;
+    };
+    expect("show none.txt", "karta-import: none.txt: No such file or directory");
+    expect("show folder", "karta-import: folder: Directories can not be imported.");
+    expect("show --format 'Text File' binary.txt",
+           "karta-import: binary.txt: This file appears to be a binary file");
+    expect("show --format 'Text File' empty.txt", "karta-import: empty.txt: ");
+    expect("show 'a\nb'", "line feed");
+    expect("show --format 'Text File' empty.txt empty.txt", "one at a time");
+}
+
+TEST_F(ProgramTest, NamesWithSpacesAndUtf8Work) {
+    folder.Write(
+        "my t\xc3\xa5"
+        "ble.txt",
+        "a\n");
+    EXPECT_EQ(Run("convert 'my t\xc3\xa5"
+                  "ble.txt' -o 'out \xc3\xa5.csv'")
+                  .status,
+              0);
+    EXPECT_EQ(ReadWholeFile(folder.Path("out \xc3\xa5.csv")), "a\n");
+}
+
+TEST_F(ProgramTest, FailedConversionLeavesTheOlderFile) {
+    folder.Write("empty.txt", "");
+    folder.Write("out.csv", "older");
+    EXPECT_EQ(Run("convert --format 'Text File' empty.txt -o out.csv").status, 1);
+    EXPECT_EQ(ReadWholeFile(folder.Path("out.csv")), "older");
+    EXPECT_EQ(CountFiles(), 2U);
+}
+
+TEST_F(ProgramTest, FolderThatIsNotThereCannotBeWritten) {
+    folder.Write("a.txt", "a\n");
+    const Outcome outcome = Run("convert a.txt -o none/out.csv");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "karta-import: none/out.csv: could not be written: No such file or directory\n");
+    EXPECT_EQ(Run("convert a.txt -o none/out.txt").status, 1);
+}
+
+TEST_F(ProgramTest, FullDiskIsAFailure) {
+    if (!std::filesystem::exists("/dev/full")) {
+        GTEST_SKIP() << "there is no /dev/full here";
+    }
+    folder.Write("a.txt", "a\n");
+    EXPECT_EQ(Run("convert a.txt --to csv -o /dev/full").status, 1);
+    EXPECT_EQ(Run("convert a.txt --to 'Text File' -o /dev/full").status, 1);
+    EXPECT_EQ(Run("trace a.txt >/dev/full").status, 1);
+    EXPECT_EQ(Run("convert a.txt -o - >/dev/full").status, 1);
+}
+
+TEST_F(ProgramTest, ReadOnlyFolderKeepsTheOlderFile) {
+    if (geteuid() == 0) {
+        GTEST_SKIP() << "root may write everywhere";
+    }
+    folder.Write("a.txt", "a\n");
+    std::filesystem::create_directory(folder.Path("kept"));
+    folder.Write("kept/out.csv", "older");
+    std::filesystem::permissions(folder.Path("kept"), std::filesystem::perms(0555));
+    EXPECT_EQ(Run("convert a.txt -o kept/out.csv").status, 1);
+    EXPECT_EQ(ReadWholeFile(folder.Path("kept/out.csv")), "older");
+    std::filesystem::permissions(folder.Path("kept"), std::filesystem::perms(0755));
+}
+
+TEST_F(ProgramTest, PipeClosedEarlyIsNoError) {
+    std::string table;
+    for (int row = 0; row < 200000; ++row) {
+        table += "some\ttext\n";
+    }
+    folder.Write("a.txt", table);
+    const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import ";
+    for (const char* arguments : {"convert a.txt -o -", "trace a.txt"}) {
+        const Outcome outcome = Shell("{ " + program + arguments +
+                                      "; echo $? >status; } | head -n 1 >/dev/null; exit $(cat status)");
+        EXPECT_EQ(outcome.status, 0) << arguments;
+        EXPECT_EQ(outcome.err, "") << arguments;
+    }
+}
+
+TEST_F(ProgramTest, CtrlCLeavesNoOutputAndIsStatus130) {
+    std::string table;
+    for (int row = 0; row < 3000000; ++row) {
+        table += "some\ttext\tof\ta\trow\n";
+    }
+    folder.Write("a.txt", table);
+    // Started by a shell in the background, a program ignores the key; setsid and a trap undo that.
+    const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import";
+    const Outcome outcome =
+        Shell("python3 -c \"\nimport subprocess, signal, time\np = subprocess.Popen(['" + program +
+              "', 'convert', 'a.txt', '-o', 'out.csv'], preexec_fn=lambda: signal.signal(signal.SIGINT, "
+              "signal.SIG_DFL))\ntime.sleep(0.15)\np.send_signal(signal.SIGINT)\nexit(p.wait() % 256)\n\"");
+    EXPECT_EQ(outcome.status, 130) << outcome.err;
+    EXPECT_EQ(CountFiles(), 1U);
+}
+
+TEST_F(ProgramTest, HostileTextsEndInGoodTime) {
+    folder.Write("one-line.txt", std::string(20000000, 'x'));
+    EXPECT_EQ(Run("convert --format 'Text File' one-line.txt -o out.csv").status, 0);
+    folder.Write("empty-lines.txt", std::string(10000000, '\n'));
+    const Outcome outcome = Run("info --format 'Text File' empty-lines.txt");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(outcome.err.starts_with("karta-import: empty-lines.txt: "));
+}
