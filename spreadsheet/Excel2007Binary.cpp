@@ -290,7 +290,7 @@ void Excel2007File::ReadCellFormats(const std::map<int, std::string>& codes) {
         }
         const int number = ExcelFile::I2Shuffle(record.data, XfFormatOffset);
         const auto code = codes.find(number);
-        formatInfo.push_back({number, code == codes.end() ? std::string() : code->second});
+        formatInfo.push_back({number, code != codes.end() && IsDateFormat(code->second)});
     }
     if (!IsIntact(*stream)) {
         status = StatusCorrupt;
@@ -300,7 +300,7 @@ void Excel2007File::ReadCellFormats(const std::map<int, std::string>& codes) {
 void Excel2007File::SetNumber(ReadSpreadSheetData* sink, double value, int col, int row, int xf) const {
     if (xf >= 0 && static_cast<std::size_t>(xf) < formatInfo.size()) {
         const CellFormat& format = formatInfo[static_cast<std::size_t>(xf)];
-        if (IsDateFormat(format.formatCode) || IsDateNumber(format.numFmt)) {
+        if (format.isDateCode || IsDateNumber(format.numFmt)) {
             sink->Set(col, row, IEEEDate_2_string(value).c_str());
             return;
         }

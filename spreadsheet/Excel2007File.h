@@ -63,8 +63,7 @@ public:
     int Read(ReadSpreadSheetData* sink) override;
     int EstablishSize() override;
 
-    /** Where a host asks which of `sheetNames` are wanted; one that is cancelled stores and returns status 4.
-     */
+    /** Where a host asks which of `sheetNames` are wanted; a cancelled one stores and returns status 4. */
     virtual int GetSheetOptions();
 
     /** The XML flavour's Read. */
@@ -83,7 +82,7 @@ private:
     struct BIFFRecord2007;
     struct CellFormat {
         int numFmt;
-        std::string formatCode;
+        bool isDateCode;  // whether the code that the workbook gives this number is one of dates
     };
     // How far the sheets read so far reach.
     struct XmlPlacement;
