@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <xercesc/sax/SAXException.hpp>
+
 #include "host/NvString.h"
 #include "host/Unicode.h"
 
@@ -23,7 +25,9 @@ int ToInt(std::u16string_view text) {
 
 void NodeHandler::startElement(const XMLCh* /*uri*/, const XMLCh* /*localName*/, const XMLCh* name,
                                const xercesc::Attributes& attributes) {
-    ++depth;
+    if (++depth > MaxDepth) {
+        throw xercesc::SAXException("the elements are nested too deep");
+    }
     if (nodeDepth > 0) {
         collecting = false;
         StartElement(depth - nodeDepth, name, attributes);

@@ -758,6 +758,11 @@ TEST_F(Excel2007FileTest, ManySiblingsAndManyLevelsRead) {
     EXPECT_NE(Trace(OneSheet(Repeat("<row/>", 60000))).find("SetDataSize 0 60000\n"), std::string::npos);
 }
 
+TEST_F(Excel2007FileTest, LevelsWithoutEndAreStatus0x303) {
+    EXPECT_EQ(Outcome(OneSheet(Repeat("<x>", 1000001))), CorruptRead);
+    EXPECT_EQ(Outcome(OneSheet(Repeat("<x>", 999990) + Repeat("</x>", 999990))), Done);
+}
+
 TEST_F(Excel2007FileTest, DamagedPartsAreStatus0x303) {
     const Workbook book = OneSheet(Row(1, "A", "1"));
     ZipBuilder::Entry sheet;
