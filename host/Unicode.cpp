@@ -48,14 +48,14 @@ void AppendUtf8(std::string& text, char32_t character) {
     }
 }
 
-void AppendUtf8(std::u16string_view units, std::string& text) {
+void AppendUtf8(std::string& text, std::u16string_view units) {
     AppendUnits(text, units.size(), [&](std::size_t i) -> char32_t { return units[i]; });
 }
 
 std::string ToUtf8(std::u16string_view units) {
     std::string text;
     text.reserve(units.size());
-    AppendUtf8(units, text);
+    AppendUtf8(text, units);
     return text;
 }
 

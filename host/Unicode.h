@@ -11,7 +11,7 @@
 void AppendUtf8(std::string& text, char32_t character);
 
 /** Appends UTF-16 text. */
-void AppendUtf8(std::u16string_view units, std::string& text);
+void AppendUtf8(std::string& text, std::u16string_view units);
 
 /** UTF-16 text as UTF-8. */
 std::string ToUtf8(std::u16string_view units);

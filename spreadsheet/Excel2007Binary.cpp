@@ -190,7 +190,6 @@ int Excel2007File::GetStringDataPart(const BIFFRecord2007& record, std::uint64_t
 
 // Hidden sheets are not listed at all.
 int Excel2007File::InitBinarySheetsVector(std::istream& stream) {
-    sheetNames.clear();
     std::vector<std::string> ids;
     BIFFRecord2007 record;
     if (!FindRecord(stream, BrtBeginBundleShs, record)) {
@@ -291,7 +290,7 @@ void Excel2007File::ReadCellFormats(const std::map<int, std::string>& codes) {
         }
         const int number = ExcelFile::I2Shuffle(record.data, XfFormatOffset);
         const auto code = codes.find(number);
-        formatInfo.push_back({number, code == codes.end() ? std::string() : code->second});
+        formatInfo.push_back({number, code != codes.end() && IsDateFormat(code->second)});
     }
     if (!IsIntact(*stream)) {
         status = StatusCorrupt;
@@ -301,7 +300,7 @@ void Excel2007File::ReadCellFormats(const std::map<int, std::string>& codes) {
 void Excel2007File::SetNumber(ReadSpreadSheetData* sink, double value, int col, int row, int xf) const {
     if (xf >= 0 && static_cast<std::size_t>(xf) < formatInfo.size()) {
         const CellFormat& format = formatInfo[static_cast<std::size_t>(xf)];
-        if (IsDateFormat(format.formatCode) || IsDateNumber(format.numFmt)) {
+        if (format.isDateCode || IsDateNumber(format.numFmt)) {
             sink->Set(col, row, IEEEDate_2_string(value).c_str());
             return;
         }
@@ -459,6 +458,9 @@ bool Excel2007File::ReadBinarySheet(int sheet, BinaryPlacement& placement, ReadS
 
 // All rows are pushed: the sink isn't asked for the next one in this flavour.
 int Excel2007File::ReadBinary(ReadSpreadSheetData* sink) {
+    if (!CanRead()) {
+        return status;
+    }
     const std::vector<int> selection = selectedSheets;
     if (InitBinarySharedStringsVector() != StatusOk || InitBinaryFormatInfo() != StatusOk) {
         return status;

@@ -143,6 +143,9 @@ int Excel2007File::Open(bool forRead, const char* path, NvImportOpenOptions* opt
         status = StatusWrongMode;
         return status;
     }
+    sheetNames.clear();
+    hiddenSheets.clear();
+    selectedSheets.clear();
     zipFile = std::make_unique<ZipFile>(path);
     isBinary = NvGetFileExtension(path) != XmlExtension;
     if (!isBinary) {
@@ -159,13 +162,6 @@ int Excel2007File::Open(bool forRead, const char* path, NvImportOpenOptions* opt
 }
 
 int Excel2007File::Read(ReadSpreadSheetData* sink) {
-    if (status != StatusOk) {
-        return status;
-    }
-    if (zipFile == nullptr) {
-        status = StatusWrongMode;
-        return status;
-    }
     return isBinary ? ReadBinary(sink) : ReadXML(sink);
 }
 
@@ -180,6 +176,13 @@ int Excel2007File::GetSheetOptions() {
     selectedSheets.assign(1, 0);
     vertical = true;
     return status;
+}
+
+bool Excel2007File::CanRead() {
+    if (status == StatusOk && zipFile == nullptr) {
+        status = StatusWrongMode;
+    }
+    return status == StatusOk;
 }
 
 const ZipFile::Entry* Excel2007File::GetZipEntry(const std::string& name) const {
@@ -446,6 +449,9 @@ void Excel2007File::PushRows(const SheetContent& content, XmlPlacement& placemen
 }
 
 int Excel2007File::ReadXML(ReadSpreadSheetData* sink) {
+    if (!CanRead()) {
+        return status;
+    }
     const std::vector<int> selection = selectedSheets;
     if (InitSharedStrings() != StatusOk || InitNumFormats() != StatusOk || InitIsDateTime() != StatusOk) {
         return status;

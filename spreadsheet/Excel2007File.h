@@ -63,8 +63,7 @@ public:
     int Read(ReadSpreadSheetData* sink) override;
     int EstablishSize() override;
 
-    /** Where a host asks which of `sheetNames` are wanted; one that is cancelled stores and returns status 4.
-     */
+    /** Where a host asks which of `sheetNames` are wanted; a cancelled one stores and returns status 4. */
     virtual int GetSheetOptions();
 
     /** The XML flavour's Read. */
@@ -83,12 +82,13 @@ private:
     struct BIFFRecord2007;
     struct CellFormat {
         int numFmt;
-        std::string formatCode;
+        bool isDateCode;  // whether the code that the workbook gives this number is one of dates
     };
     // How far the sheets read so far reach.
     struct XmlPlacement;
     struct BinaryPlacement;
 
+    bool CanRead();
     const ZipFile::Entry* GetZipEntry(const std::string& name) const;
     std::unique_ptr<std::istream> OpenPart(const std::string& name) const;
     bool InitParser(const std::string& name, NodeHandler& handler) const;

@@ -32,7 +32,7 @@ void SharedStringsHandler::EndElement(int level) {
         ended.pop_back();
     } else if (ignoredLevel == level) {
         if (inText) {
-            AppendUtf8(EndText(), text);
+            AppendUtf8(text, EndText());
         }
         inText = false;
         ignoredLevel = 0;

@@ -59,7 +59,7 @@ void SheetHandler::EndElement(int level) {
     if (level == ValueLevel && inValue) {
         inValue = false;
         value.clear();
-        AppendUtf8(EndText(), value);
+        AppendUtf8(value, EndText());
     } else if (level == CellLevel && inCell) {
         inCell = false;
         FinishCell();

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <xercesc/sax/SAXException.hpp>
+
 #include "host/NvString.h"
 #include "host/Unicode.h"
 
@@ -23,7 +25,9 @@ int ToInt(std::u16string_view text) {
 
 void NodeHandler::startElement(const XMLCh* /*uri*/, const XMLCh* /*localName*/, const XMLCh* name,
                                const xercesc::Attributes& attributes) {
-    ++depth;
+    if (++depth > MaxDepth) {
+        throw xercesc::SAXException("the elements are nested too deep");
+    }
     if (nodeDepth > 0) {
         collecting = false;
         StartElement(depth - nodeDepth, name, attributes);
@@ -94,7 +98,7 @@ void ChildAttributesHandler::StartElement(int level, std::u16string_view name,
     }
     for (std::size_t i = 0; i < names.size(); ++i) {
         values[i].clear();
-        AppendUtf8(GetAttributeValue(attributes, names[i]), values[i]);
+        AppendUtf8(values[i], GetAttributeValue(attributes, names[i]));
     }
     take(values);
 }

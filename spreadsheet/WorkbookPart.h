@@ -24,6 +24,9 @@ int ToInt(std::u16string_view text);
  */
 class NodeHandler : public XmlHandler {
 public:
+    /** Every open element takes memory, far more than its few bytes in the file; no real part has 20. */
+    static constexpr int MaxDepth = 1'000'000;
+
     /** `nodeName` is a literal. */
     explicit NodeHandler(std::u16string_view nodeName) : wanted(nodeName) {}
 

@@ -4,6 +4,7 @@
 
 #include "host/NvSystemInfo.h"
 #include "spreadsheet/Excel2007File.h"
+#include "tests/spreadsheet/WorkbookParts.h"
 #include "tests/support/ByteBuilder.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/ReadTrace.h"
@@ -132,9 +133,10 @@ std::string Sheet(const Records& cells) {
     return Records().Dimension(8, 8).Cells(cells).Bytes();
 }
 
-// A workbook's parts; a part that is set to "-" is left out.
-struct Workbook {
-    explicit Workbook(const std::vector<std::string>& sheetParts) : sheets(sheetParts) {
+// A workbook of these worksheet parts.
+struct Workbook : WorkbookParts {
+    explicit Workbook(const std::vector<std::string>& sheetParts) {
+        sheets = sheetParts;
         std::vector<std::string> bundles;
         std::string targets;
         for (std::size_t i = 1; i <= sheets.size(); ++i) {
@@ -148,28 +150,7 @@ struct Workbook {
     }
     explicit Workbook(const Records& cells) : Workbook(std::vector<std::string>{Sheet(cells)}) {}
 
-    std::string Build() const {
-        ZipBuilder zip;
-        const auto add = [&zip](const std::string& name, const std::string& part) {
-            if (part != "-") {
-                zip.AddDeflated(name, part);
-            }
-        };
-        add("xl/workbook.bin", workbook);
-        add("xl/_rels/workbook.bin.rels", relationships);
-        add("xl/sharedStrings.bin", sharedStrings);
-        add("xl/styles.bin", styles);
-        for (std::size_t i = 0; i < sheets.size(); ++i) {
-            add("xl/worksheets/sheet" + std::to_string(i + 1) + ".bin", sheets[i]);
-        }
-        return zip.Build();
-    }
-
-    std::vector<std::string> sheets;
-    std::string workbook;
-    std::string relationships;
-    std::string sharedStrings = "-";
-    std::string styles = "-";
+    std::string Build() const { return WorkbookParts::Build("bin"); }
 };
 
 std::string Warning(int records) {

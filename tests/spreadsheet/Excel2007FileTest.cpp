@@ -10,6 +10,7 @@
 #include "host/NvSystemInfo.h"
 #include "host/SerialDate.h"
 #include "host/TableData.h"
+#include "tests/spreadsheet/WorkbookParts.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"
@@ -49,9 +50,10 @@ std::string Row(int number, const std::string& column, const std::string& value)
     return "<row r=\"" + place + "\"><c r=\"" + column + place + "\"><v>" + value + "</v></c></row>";
 }
 
-// A workbook's parts; a part that is set to "-" is left out.
-struct Workbook {
-    explicit Workbook(const std::vector<std::string>& sheetParts) : sheets(sheetParts) {
+// A workbook of these worksheet parts.
+struct Workbook : WorkbookParts {
+    explicit Workbook(const std::vector<std::string>& sheetParts) {
+        sheets = sheetParts;
         std::string list;
         std::string targets;
         for (std::size_t i = 1; i <= sheets.size(); ++i) {
@@ -64,28 +66,7 @@ struct Workbook {
         relationships = "<Relationships>" + targets + "</Relationships>";
     }
 
-    std::string Build() const {
-        ZipBuilder zip;
-        const auto add = [&zip](const std::string& name, const std::string& part) {
-            if (part != "-") {
-                zip.AddDeflated(name, part);
-            }
-        };
-        add("xl/workbook.xml", workbook);
-        add("xl/_rels/workbook.xml.rels", relationships);
-        add("xl/sharedStrings.xml", sharedStrings);
-        add("xl/styles.xml", styles);
-        for (std::size_t i = 0; i < sheets.size(); ++i) {
-            add("xl/worksheets/sheet" + std::to_string(i + 1) + ".xml", sheets[i]);
-        }
-        return zip.Build();
-    }
-
-    std::vector<std::string> sheets;
-    std::string workbook;
-    std::string relationships;
-    std::string sharedStrings = "-";
-    std::string styles = "-";
+    std::string Build() const { return WorkbookParts::Build("xml"); }
 };
 
 // A workbook of one sheet with these rows.
@@ -176,6 +157,15 @@ TEST_F(Excel2007FileTest, ReadingWhatIsNotOpenIsStatus3) {
     Excel2007File reader;
     CountingSink sink;
     EXPECT_EQ(reader.Read(&sink), 3);
+    Excel2007File other;
+    EXPECT_EQ(other.ReadXML(&sink), 3);
+}
+
+TEST_F(Excel2007FileTest, OpeningAnotherFileForgetsTheOneBefore) {
+    Excel2007File reader;
+    ASSERT_EQ(reader.Open(true, Write(Three.Build()).c_str(), nullptr), 0);
+    ASSERT_EQ(reader.Open(true, Write(OneSheet(Row(1, "A", "1")).Build()).c_str(), nullptr), 0);
+    EXPECT_EQ(reader.ListParts().size(), 1U);
 }
 
 TEST_F(Excel2007FileTest, WhatIsNoArchiveRaises) {
@@ -766,6 +756,11 @@ TEST_F(Excel2007FileTest, ManySiblingsAndManyLevelsRead) {
     EXPECT_EQ(TextOfShared(Repeat("<x>", 60000) + "<t>a</t>" + Repeat("</x>", 60000)), "a");
     EXPECT_EQ(TextOfShared(Repeat("<r><t>a</t></r>", 60000)), std::string(60000, 'a'));
     EXPECT_NE(Trace(OneSheet(Repeat("<row/>", 60000))).find("SetDataSize 0 60000\n"), std::string::npos);
+}
+
+TEST_F(Excel2007FileTest, LevelsWithoutEndAreStatus0x303) {
+    EXPECT_EQ(Outcome(OneSheet(Repeat("<x>", 1000001))), CorruptRead);
+    EXPECT_EQ(Outcome(OneSheet(Repeat("<x>", 999990) + Repeat("</x>", 999990))), Done);
 }
 
 TEST_F(Excel2007FileTest, DamagedPartsAreStatus0x303) {
