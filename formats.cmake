@@ -1,33 +1,31 @@
-# The formats, one line each: the reader's source first, then the sources that only it uses; behind CASES
+# The formats, one entry each: the reader's source first, then the sources that only it uses; behind CASES
 # the folders of its acceptance cases. A new format adds its line here and touches nothing else.
 karta_format(text/TextFile CASES text)
-karta_format(spreadsheet/Excel2007File spreadsheet/Excel2007Binary spreadsheet/WorkbookPart
-             spreadsheet/SharedStringsPart spreadsheet/SharedStrings spreadsheet/SheetPart CASES xlsx xlsb)
-karta_format(spreadsheet/ExcelFile spreadsheet/BaseStream spreadsheet/ExcelSharedStrings spreadsheet/ExcelStgStream CASES excel)
-karta_format(text/PlanoFile CASES plano)
-karta_format(spreadsheet/Excel2007File spreadsheet/Excel2007Binary spreadsheet/WorkbookPart
-             spreadsheet/SharedStringsPart spreadsheet/SharedStrings spreadsheet/SheetPart CASES xlsx xlsb)
 karta_format(text/CsvFile text/CsvParser text/CsvScanner CASES csv)
 karta_format(text/DIFFile CASES dif)
 karta_format(text/DIFFileOEM)
+karta_format(text/PlanoFile CASES plano)
 karta_format(text/ThermoSIEVEFile text/ThermoMirroredReadSpreadSheetData CASES sieve)
+karta_format(spreadsheet/ExcelFile spreadsheet/BaseStream spreadsheet/ExcelSharedStrings
+             spreadsheet/ExcelStgStream CASES excel)
+karta_format(spreadsheet/Excel2007File spreadsheet/Excel2007Binary spreadsheet/WorkbookPart
+             spreadsheet/SharedStringsPart spreadsheet/SharedStrings spreadsheet/SheetPart CASES xlsx xlsb)
 karta_format(spreadsheet/LotusFile CASES lotus)
+karta_format(instrument/USDBase instrument/USDOptions) # what the readers of spectra on one axis share
+karta_format(instrument/GalacticSPCFile instrument/SPCDate CASES spc)
+karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPLabels instrument/JCAMPStream CASES jcamp)
 karta_format(instrument/BrukerOPUS instrument/OPUSSelection CASES opus)
 karta_format(instrument/BrukerOPUSInterpolated instrument/InterPolateValues)
-karta_format(instrument/GalacticSPCFile instrument/SPCDate CASES spc)
-karta_format(instrument/USDBase instrument/USDOptions)
-karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPLabels instrument/JCAMPStream CASES jcamp)
 karta_format(instrument/ChemStationFile CASES chemstation)
+karta_format(instrument/BrimroseFile CASES brimrose)
+karta_format(instrument/NsasFile CASES nsas)
 karta_format(process/BrooksideFile process/BrooksideFields process/BrooksideFileSet process/BrooksidePhases
              process/BrooksideSamples process/BrooksideStream process/BrooksideTransition process/BrooksideWarnings
              process/SAReadBrooksideData CASES brookside)
 karta_format(process/BrooksideXML process/BrooksideDom process/BrooksideGrammar process/BufferReader CASES brooksidexml)
-karta_format(instrument/BrimroseFile CASES brimrose)
-karta_format(instrument/NsasFile CASES nsas)
-karta_format(container/UnscramblerFile CASES unscrambler)
 karta_format(container/MatFile container/MatElementStream container/MatLevel4 container/MatLevel4Writer
              container/MatLevel5 container/MatSheetLayout CASES mat)
-karta_format(instrument/USDBase instrument/USDOptions)
 karta_format(container/NetCDFFile container/NetCDF container/ClassicHeader container/AndiFileReader
              container/MvaCDFFileReader CASES netcdf andi mvacdf)
+karta_format(container/UnscramblerFile CASES unscrambler)
 karta_format(container/KpfFileImport)
