@@ -43,7 +43,7 @@ std::string ReasonFor(const FormatCatalogue& formats, int format, const ReadRequ
 
 void CollectContents(const FormatCatalogue& formats, int format, const ReadRequest& request, Report& report) {
     OptionsRecord options = MakeOptions(formats, format, request);
-    const auto reader = formats.MakeReader(format);
+    const auto reader = MakeReader(formats, format, request);
     reader->Open(true, request.Selection().c_str(), options.Get());
     if (auto* contents = dynamic_cast<FileContents*>(reader.get());
         contents != nullptr && reader->GetStatus() == SpreadsheetFile::StatusOk) {

@@ -17,6 +17,7 @@
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
 #include "tools/Progress.h"
+#include "tools/ProjectReader.h"
 #include "tools/RowFilter.h"
 
 namespace {
@@ -189,10 +190,18 @@ void CheckSelection(const FormatCatalogue& formats, int format, const ReadReques
     }
 }
 
+std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int format, const ReadRequest& request) {
+    auto reader = formats.MakeReader(format);
+    if (dynamic_cast<KpfFileImport*>(reader.get()) != nullptr) {
+        return std::make_unique<ProjectReader>(request.password);
+    }
+    return reader;
+}
+
 OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const ReadRequest& request) {
     std::vector<FileContents::Part> parts;
     if (OptionsRecord::NeedsParts(request)) {
-        const auto scout = formats.MakeReader(format);
+        const auto scout = MakeReader(formats, format, request);
         if (scout->Open(true, request.Selection().c_str(), nullptr) != SpreadsheetFile::StatusOk) {
             Fail(request, MessageOf(*scout));
         }
@@ -246,7 +255,7 @@ void ReadTable(const ReadRequest& request, TableRead& result) {
         if (request.throughDriver) {
             ReadThroughDriver(format, options, request, result, *table);
         } else {
-            const auto reader = formats->MakeReader(format);
+            const auto reader = MakeReader(*formats, format, request);
             ReadDirectly(*reader, options, request, result, *table);
         }
     } catch (const Failure&) {

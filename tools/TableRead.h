@@ -25,6 +25,12 @@ int ChooseFormat(FormatCatalogue& formats, const ReadRequest& request);
 /** Refuses a selection of several files where the format takes one. */
 void CheckSelection(const FormatCatalogue& formats, int format, const ReadRequest& request);
 
+/**
+ * A reader of the format that is called directly where the format is this library's, and that can ask the
+ * user what its format's readers leave to a host.
+ */
+std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int format, const ReadRequest& request);
+
 /** The options record; looks into the file first where a choice goes by what it holds. */
 OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const ReadRequest& request);
 

@@ -52,7 +52,7 @@ int RunTrace(const ReadRequest& request) {
     if (request.throughDriver) {
         success = TraceDriverRead(format, options, request);
     } else {
-        const auto reader = formats->MakeReader(format);
+        const auto reader = MakeReader(*formats, format, request);
         const std::string selection = request.Selection();
         const TracedRead read{formats->GetInfo(format)->formatName, selection.c_str(), options.Get(),
                               RowFilter(request.want), request.matrix.value_or(0)};

@@ -128,6 +128,8 @@ void AddReading(CLI::App* verb, CommandLine& line) {
     verb->add_option("--want", request.want, "read these rows only, like 1,3-5")->type_name("LIST");
     auto* yes = verb->add_flag("--yes", request.answerYes, "answer a reader's question with yes");
     verb->add_flag("--no", request.answerNo, "answer a reader's question with no")->excludes(yes);
+    verb->add_option("--password", request.password, "of an encrypted project; else asked on the terminal")
+        ->type_name("TEXT");
     verb->add_flag("--quiet", request.quiet, "no progress, no warnings");
 }
 

@@ -440,6 +440,7 @@ TEST_F(KpfFileImportTest, SampleIsWhatTheMakerMakes) {
     const std::string sample = root + "/samples/fermentation.kpf";
     if (std::getenv("KARTA_MAKE_SAMPLES") != nullptr) {
         ASSERT_TRUE(WriteProject(sample, SampleProject()));
+        ASSERT_TRUE(WriteProject(root + "/samples/encrypted.kpf", SmallProject(), {.password = "yeast"}));
         const std::string corpus = root + "/fuzz/corpus/kpf-file/";
         ASSERT_TRUE(WriteProject(corpus + "today.kpf", SmallProject()));
         ASSERT_TRUE(WriteProject(corpus + "previous.kpf", SmallProject(), {.version = 5}));

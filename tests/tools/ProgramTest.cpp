@@ -208,6 +208,17 @@ TEST_F(ProgramTest, FunctionsOfTheSameNamesElsewhereAreNotCalled) {
     EXPECT_EQ(Shell(preload + program + "formats").out, Run("formats").out);
 }
 
+TEST_F(ProgramTest, EncryptedProjectWantsItsPassword) {
+    const std::string sample = std::string(KARTA_SOURCE_DIR) + "/samples/encrypted.kpf";
+    const Outcome refused = Run("show '" + sample + "'");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_TRUE(Contains(refused.err, "The file could not be decrypted."));
+    EXPECT_EQ(Run("show --password wrong '" + sample + "'").status, 1);
+    EXPECT_EQ(Run("show --password yeast '" + sample + "'").status, 0);
+    EXPECT_EQ(Run("info --password yeast '" + sample + "'").status, 0);
+    EXPECT_TRUE(Contains(Run("trace --format 'KARTA project file' '" + sample + "'").out, "Open 0x65\n"));
+}
+
 TEST_F(ProgramTest, FailureOfAPlugInIsNamed) {
     folder.Write("a.tmf", "fail\n");
     const Outcome outcome = Run("show --plugins '" + Modules("whole") + "' a.tmf");
