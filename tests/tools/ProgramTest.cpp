@@ -106,6 +106,20 @@ TEST_F(ProgramTest, DetectShowsEveryVerdictAndTheChoice) {
     EXPECT_TRUE(Contains(Run("detect --json a.txt").out, "\"chosen\": \"Text File\""));
 }
 
+TEST_F(ProgramTest, EverySampleIsDetectedAndConverted) {
+    // Which format each sample is taken for, recorded: what changes it should be meant.
+    std::ifstream golden(std::string(KARTA_SOURCE_DIR) + "/tests/tools/detection-of-samples.txt");
+    int samples = 0;
+    for (std::string name, format; std::getline(golden, name, '\t') && std::getline(golden, format); ++samples) {
+        const std::string path = "'" + std::string(KARTA_SOURCE_DIR) + "/samples/" + name + "'";
+        EXPECT_TRUE(Run("detect " + path).out.ends_with("chosen\t" + format + "\n")) << name;
+        const Outcome converted = Run("convert --quiet --password yeast " + path + " -o -");
+        EXPECT_EQ(converted.status, 0) << name << ": " << converted.err;
+        EXPECT_NE(converted.out, "") << name;
+    }
+    EXPECT_GT(samples, 20);
+}
+
 TEST_F(ProgramTest, ShowAlignsNumbersAtTheRight) {
     folder.Write("a.txt", "Name\tValue\nwater\t1.5\noil\t-12.25\n");
     EXPECT_EQ(Run("show a.txt").out,
