@@ -26,7 +26,7 @@ struct ReadRequest {
     std::string want;  // a list of rows, or empty
     bool answerYes = false;
     bool answerNo = false;
-    std::optional<std::string> password; // of a project; asked for on the terminal when not given
+    std::optional<std::string> password;  // of a project; asked for on the terminal when not given
     bool quiet = false;
 
     /** The files as the readers take them: joined by line feeds. */

@@ -190,7 +190,8 @@ void CheckSelection(const FormatCatalogue& formats, int format, const ReadReques
     }
 }
 
-std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int format, const ReadRequest& request) {
+std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int format,
+                                            const ReadRequest& request) {
     auto reader = formats.MakeReader(format);
     if (dynamic_cast<KpfFileImport*>(reader.get()) != nullptr) {
         return std::make_unique<ProjectReader>(request.password);

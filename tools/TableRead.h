@@ -29,7 +29,8 @@ void CheckSelection(const FormatCatalogue& formats, int format, const ReadReques
  * A reader of the format that is called directly where the format is this library's, and that can ask the
  * user what its format's readers leave to a host.
  */
-std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int format, const ReadRequest& request);
+std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int format,
+                                            const ReadRequest& request);
 
 /** The options record; looks into the file first where a choice goes by what it holds. */
 OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const ReadRequest& request);

@@ -110,7 +110,8 @@ TEST_F(ProgramTest, EverySampleIsDetectedAndConverted) {
     // Which format each sample is taken for, recorded: what changes it should be meant.
     std::ifstream golden(std::string(KARTA_SOURCE_DIR) + "/tests/tools/detection-of-samples.txt");
     int samples = 0;
-    for (std::string name, format; std::getline(golden, name, '\t') && std::getline(golden, format); ++samples) {
+    for (std::string name, format; std::getline(golden, name, '\t') && std::getline(golden, format);
+         ++samples) {
         const std::string path = "'" + std::string(KARTA_SOURCE_DIR) + "/samples/" + name + "'";
         EXPECT_TRUE(Run("detect " + path).out.ends_with("chosen\t" + format + "\n")) << name;
         const Outcome converted = Run("convert --quiet --password yeast " + path + " -o -");
