@@ -62,7 +62,7 @@ void TableData::GrowRow(Row& row, int count) {
     }
     // A row at the table's right edge may be the one that widens the table, cell by cell: it is held to no
     // width.
-    const int widest = count < numCols ? (numCols + 1) / 2 : std::numeric_limits<int>::max() / 2;
+    const int widest = count < numCols ? numCols / 2 + 1 : std::numeric_limits<int>::max() / 2;
     int room =
         row.cells == nullptr ? count : std::max({count, MinRowCells, std::min(row.capacity, widest) * 2});
     if (count < numCols && static_cast<std::int64_t>(numCols) * numRows <= DenseCells) {

@@ -136,7 +136,7 @@ TEST_F(NsasFileTest, CompanionInCapitalsIsFoundToo) {
 }
 
 TEST_F(NsasFileTest, CompanionOfNoKnownSizeIs0x50bInRead) {
-    for (const std::size_t size : {0, 127, 129, 511, 513}) {
+    for (const std::size_t size : {0U, 127U, 129U, 511U, 513U}) {
         const std::string trace = TraceWith(std::string(size, '\0'), Spectrum{.constituents = 1}.Bytes());
         EXPECT_TRUE(trace.ends_with(
             "Set 1 1 text \"/Instrument model 6500\"\nRead 0x50b\nError \"CN-file corrupt! File "
