@@ -20,7 +20,10 @@ SpreadsheetOpenOptions::SpreadsheetOpenOptions(StreamReader& reader) {
 }
 
 SpreadsheetOpenOptions& SpreadsheetOpenOptions::operator=(const SpreadsheetOpenOptions& other) {
-    return *this = other.record;
+    if (this != &other) {
+        *this = other.record;
+    }
+    return *this;
 }
 
 SpreadsheetOpenOptions& SpreadsheetOpenOptions::operator=(const NvImportOpenOptions* options) {
