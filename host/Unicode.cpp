@@ -1,14 +1,13 @@
 #include "host/Unicode.h"
 
+#include <algorithm>
+#include <cstddef>
+
 namespace {
 
 constexpr char Replacement = '?';
 constexpr char32_t FirstBeyond16Bits = 0x10000;
 constexpr char32_t LastCharacter = 0x10ffff;
-
-bool IsHighSurrogate(char32_t unit) {
-    return unit >= 0xd800 && unit < 0xdc00;
-}
 
 bool IsLowSurrogate(char32_t unit) {
     return unit >= 0xdc00 && unit < 0xe000;
@@ -33,6 +32,10 @@ void AppendUnits(std::string& text, std::size_t count, UnitAt unitAt) {
 
 }  // namespace
 
+bool IsHighSurrogate(char32_t unit) {
+    return unit >= 0xd800 && unit < 0xdc00;
+}
+
 void AppendUtf8(std::string& text, char32_t character) {
     if (character < 0x80) {
         text += static_cast<char>(character);
@@ -49,7 +52,19 @@ void AppendUtf8(std::string& text, char32_t character) {
 }
 
 void AppendUtf8(std::string& text, std::u16string_view units) {
-    AppendUnits(text, units.size(), [&](std::size_t i) -> char32_t { return units[i]; });
+    const auto isAscii = [](char16_t unit) { return unit < 0x80; };
+    const auto end = units.end();
+    for (auto next = units.begin(); next != end;) {
+        // Nearly all text is ASCII, which is copied in runs.
+        const auto wide = std::find_if_not(next, end, isAscii);
+        const std::size_t size = text.size();
+        text.resize(size + static_cast<std::size_t>(wide - next));
+        std::transform(next, wide, text.begin() + static_cast<std::ptrdiff_t>(size),
+                       [](char16_t unit) { return static_cast<char>(unit); });
+        next = std::find_if(wide, end, isAscii);
+        AppendUnits(text, static_cast<std::size_t>(next - wide),
+                    [wide](std::size_t i) -> char32_t { return wide[static_cast<std::ptrdiff_t>(i)]; });
+    }
 }
 
 std::string ToUtf8(std::u16string_view units) {

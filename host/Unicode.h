@@ -13,6 +13,9 @@ void AppendUtf8(std::string& text, char32_t character);
 /** Appends UTF-16 text. */
 void AppendUtf8(std::string& text, std::u16string_view units);
 
+/** Whether a unit is the first of the two that stand for one character. */
+bool IsHighSurrogate(char32_t unit);
+
 /** UTF-16 text as UTF-8. */
 std::string ToUtf8(std::u16string_view units);
 

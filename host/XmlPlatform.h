@@ -31,9 +31,9 @@ public:
  */
 class ClosedEntityResolver : public xercesc::EntityResolver {
 public:
-    /** Both are literals: they are not copied. */
+    /** Both are literals: they are not copied. The text is then known to the parser by this name. */
     struct KnownText {
-        std::string_view name;
+        const char* name;
         std::string_view text;
     };
 

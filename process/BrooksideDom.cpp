@@ -1,15 +1,15 @@
 #include "process/BrooksideDom.h"
 
-#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <memory>
+#include <string_view>
 
 #include <xercesc/dom/DOMNamedNodeMap.hpp>
 #include <xercesc/sax/InputSource.hpp>
 #include <xercesc/sax/SAXException.hpp>
 #include <xercesc/util/BinInputStream.hpp>
 #include <xercesc/util/TransService.hpp>
-#include <xercesc/util/XMLString.hpp>
 
 #include "host/Exception.h"
 #include "host/FileHandle.h"
@@ -63,37 +63,6 @@ public:
 private:
     std::string path;
 };
-
-bool IsHighSurrogate(XMLCh unit) {
-    return (unit & 0xFC00) == 0xD800;
-}
-
-// Appends UTF-16 in UTF-8. A half character at the end of a piece is kept for the next one.
-void AppendUtf16(std::string& text, const XMLCh* units, std::size_t length, XMLCh& highSurrogate) {
-    for (std::size_t i = 0; i < length;) {
-        std::size_t ascii = i;
-        while (highSurrogate == 0 && ascii < length && units[ascii] < 0x80) {
-            ++ascii;
-        }
-        if (ascii > i) {
-            const std::size_t size = text.size();
-            text.resize(size + ascii - i);
-            std::transform(units + i, units + ascii, text.begin() + static_cast<std::ptrdiff_t>(size),
-                           [](XMLCh unit) { return static_cast<char>(unit); });
-            i = ascii;
-            continue;
-        }
-        const XMLCh unit = units[i++];
-        if (IsHighSurrogate(unit)) {
-            highSurrogate = unit;
-        } else if (highSurrogate != 0) {
-            AppendUtf8(text, 0x10000 + ((highSurrogate & 0x3FFU) << 10) + (unit & 0x3FFU));
-            highSurrogate = 0;
-        } else {
-            AppendUtf8(text, unit);
-        }
-    }
-}
 
 bool HasName(const xercesc::DOMNode* node, const char* name) {
     return EqualIgnoringCase(ToUtf8(node->getNodeName()), name);
@@ -168,6 +137,7 @@ void BrooksideDomParser::docPI(const XMLCh* /*target*/, const XMLCh* /*data*/) {
     EndRun();
 }
 
+// The parser may part a text anywhere, between the two halves of a character too.
 void BrooksideDomParser::AddText(const XMLCh* text, XMLSize_t length) {
     if (depth != 1 || runEnded || rawElement == nullptr) {
         return;
@@ -175,7 +145,18 @@ void BrooksideDomParser::AddText(const XMLCh* text, XMLSize_t length) {
     if (run == nullptr) {
         run = &rawData[rawElement];
     }
-    AppendUtf16(run->text, text, length, highSurrogate);
+    std::u16string_view units(text, length);
+    if (highSurrogate != 0 && !units.empty()) {
+        const char16_t pair[] = {highSurrogate, units.front()};
+        AppendUtf8(run->text, {pair, std::size(pair)});
+        units.remove_prefix(1);
+        highSurrogate = 0;
+    }
+    if (!units.empty() && IsHighSurrogate(units.back())) {
+        highSurrogate = units.back();
+        units.remove_suffix(1);
+    }
+    AppendUtf8(run->text, units);
 }
 
 // Only a run that began can end.
@@ -195,13 +176,6 @@ void BrooksideDomParser::EndRun() {
 
 void ParseFile(xercesc::XercesDOMParser& parser, const char* path) {
     parser.parse(FileInputSource(path));
-}
-
-std::string ToUtf8(const XMLCh* text) {
-    std::string narrow;
-    XMLCh highSurrogate = 0;
-    AppendUtf16(narrow, text, xercesc::XMLString::stringLen(text), highSurrogate);
-    return narrow;
 }
 
 const xercesc::DOMNode* FindNode(const xercesc::DOMNode* start, const char* name) {

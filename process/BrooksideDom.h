@@ -57,9 +57,6 @@ private:
 /** Parses a file; one that can't be opened raises SAXException. Raises what the XML library raises. */
 void ParseFile(xercesc::XercesDOMParser& parser, const char* path);
 
-/** A text of the XML library in UTF-8; null is the empty text. */
-std::string ToUtf8(const XMLCh* text);
-
 /** The first element named so, in any case, among a node and its following siblings. */
 const xercesc::DOMNode* FindNode(const xercesc::DOMNode* start, const char* name);
 /** The same; raises Exception when there is none. */

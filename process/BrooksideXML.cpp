@@ -16,6 +16,7 @@
 #include "host/Exception.h"
 #include "host/FNClass.h"
 #include "host/PathNames.h"
+#include "host/Unicode.h"
 #include "process/BrooksideDom.h"
 #include "process/BrooksideFields.h"
 #include "process/BrooksideGrammar.h"

@@ -27,6 +27,19 @@ TEST(Unicode, CharactersOfEveryWidth) {
     EXPECT_EQ(Convert({}), "");
 }
 
+TEST(Unicode, CharactersStandAmongAsciiRuns) {
+    EXPECT_EQ(Convert(u"abc\u00e5de\u6e29f"),
+              "abc\xc3\xa5"
+              "de\xe6\xb8\xa9"
+              "f");
+    EXPECT_EQ(Convert({0x41, 0xd83d, 0xde00, 0xd83d, 0xde00, 0x42, 0xd83d}),
+              "A\xf0\x9f\x98\x80\xf0\x9f\x98\x80"
+              "B?");
+    std::string text = "x";
+    AppendUtf8(text, u"y");
+    EXPECT_EQ(text, "xy");
+}
+
 TEST(Unicode, HalvesOfPairsHaveNoCounterpart) {
     EXPECT_EQ(Convert({0xd83d}), "?");
     EXPECT_EQ(Convert({0xde00, 0x41}), "?A");

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <sstream>
 #include <string>
 
@@ -136,6 +137,16 @@ TEST_F(XmlPlatformTest, ManyDeclaredAttributesAreRefused) {
 TEST_F(XmlPlatformTest, DeepNestingDoesNotExhaustTheStack) {
     EXPECT_TRUE(Parse(Repeat("<a>", 100000) + Repeat("</a>", 100000)));
     EXPECT_EQ(collector.elements, 100000);
+}
+
+TEST_F(XmlPlatformTest, KnownTextGoesByItsOwnName) {
+    ClosedEntityResolver resolver{{"known.dtd", "<!ELEMENT a EMPTY>"}};
+    const auto idOf = [&resolver](const char16_t* systemId) {
+        const std::unique_ptr<xercesc::InputSource> source(resolver.resolveEntity(nullptr, systemId));
+        return Narrow(source->getSystemId(), xercesc::XMLString::stringLen(source->getSystemId()));
+    };
+    EXPECT_EQ(idOf(u"http://example.com/../known.dtd?x"), "known.dtd");
+    EXPECT_EQ(idOf(u"other.dtd"), "other.dtd");
 }
 
 TEST_F(XmlPlatformTest, DomParserTakesKnownTextsAndNothingElse) {

@@ -332,6 +332,24 @@ TEST_F(BrooksideXMLTest, EntityDoesNotEndTheText) {
               Names + Row(2, "W01", "1", "0.5", "10") + Row(3, "W01", "1", "1", "2<0"));
 }
 
+TEST_F(BrooksideXMLTest, CharactersOfTwoUnitsStayWholeWhereTheParserPartsTheText) {
+    // Longer than the parser's buffers, at both places of the pairs in them.
+    const std::string face = "\xf0\x9f\x98\x80";
+    for (const std::string& start : {std::string(), std::string("x")}) {
+        std::string value = start;
+        for (int i = 0; i < 100'000; ++i) {
+            value += face;
+        }
+        const std::string document =
+            OneWafer(Interval("f_a", "1", 1, 1), "Time\tRow\tA\n1\t1\t" + value + "&#x1F600;\n");
+        BrooksideXML reader;
+        ASSERT_EQ(reader.Open(document.c_str(), "memory"), 0);
+        TableData table;
+        ASSERT_EQ(reader.Read(&table), 0);
+        EXPECT_EQ(table.GetText(4, 2), value + face);
+    }
+}
+
 TEST_F(BrooksideXMLTest, CommentOrCDataOrElementEndsTheText) {
     for (const char* end : {"<!-- x -->", "<![CDATA[x]]>", "<?x y?>", "<x/>"}) {
         EXPECT_EQ(Failure(Document("<RawData name=\"l\">Time" + std::string(end) + "NUM_DATA_ROWS</RawData>",
