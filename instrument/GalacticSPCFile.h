@@ -29,8 +29,9 @@ struct SPCFileRecord {
  * The table: row 1 holds "Primary ID", "Name", "Date" and from column 4 on the X values as names ("t 400");
  * row 2 the X values as numbers with their unit in column 3; then each sub-file of each selected file is a
  * row. The constraints of USDBase choose the columns. Without the X row the names are the X values
- * themselves. An X array feeds the names and the X row only: which points are kept is decided on the even
- * grid of first X and spacing, in both.
+ * themselves. An X array feeds the names and the X row only, which are chosen by its values; the values of
+ * the spectra are chosen on the even grid of first X and spacing, and so may be others near an interval's
+ * end.
  *
  * The files of a selection must agree in first X and spacing; the longest decides the number of columns.
  * Each file is opened when its row is due and closed after it.

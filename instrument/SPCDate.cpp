@@ -58,13 +58,27 @@ void AddDays(CalendarTime& time, int days) {
     }
 }
 
+// One minute, carried from unit to unit; this also brings a date that is none into the calendar.
+void AddMinute(CalendarTime& time) {
+    ++time.minute;
+    if (time.minute > 59) {
+        time.minute -= 60;
+        ++time.hour;
+    }
+    if (time.hour > 23) {
+        time.hour -= 24;
+        ++time.day;
+    }
+    CarryDay(time);
+}
+
 // As adding the minutes one by one, each with its carries.
 void AddMinutes(CalendarTime& time, int minutes) {
     if (minutes == 0) {
         return;
     }
-    CarryDay(time);
-    const int allMinutes = time.minute + minutes;
+    AddMinute(time);
+    const int allMinutes = time.minute + minutes - 1;
     time.minute = allMinutes % 60;
     const int allHours = time.hour + allMinutes / 60;
     time.hour = allHours % 24;

@@ -80,6 +80,13 @@ TEST(SPCDateTest, DateThatIsNoneIsCarriedOnlyWhenMinutesAreAdded) {
     EXPECT_EQ(FormatSPCDate(SPCDate(0, 0, 27, 0, 0), 86400.0F), "01-01 00:00:00.000");
 }
 
+TEST(SPCDateTest, DayThatIsNoneAndAFullDayAreOneCarry) {
+    EXPECT_EQ(FormatSPCDate(SPCDate(2003, 2, 30, 23, 59), 60.0F), "2003-03-01 00:00:00.000");
+    EXPECT_EQ(FormatSPCDate(SPCDate(2003, 2, 30, 23, 58), 120.0F), "2003-03-02 00:00:00.000");
+    EXPECT_EQ(FormatSPCDate(SPCDate(2003, 2, 31, 30, 63), 60.0F), "2003-03-01 07:04:00.000");
+    EXPECT_EQ(FormatSPCDate(SPCDate(2003, 13, 28, 23, 59), 60.0F), "2004-02-01 00:00:00.000");
+}
+
 TEST(SPCDateTest, LongTimesAreAsManyShortOnes) {
     // Day by day, against the carries of many months at once.
     std::uint32_t day = 6;
