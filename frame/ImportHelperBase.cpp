@@ -87,8 +87,9 @@ bool ImportHelperBase::CheckFile(const std::string& name, ReadErrors& error) {
 // The format number of a dialog's filter; 0 when it stands for all files. A choice that lands on format
 // number 1 is one of those, since 1 has two meanings here; hosts know it so.
 int ImportHelperBase::FormatForReading(int formatChoice) const {
-    int remaining = formatChoice - 1;
-    for (int i = 1; i <= numFormats; ++i) {
+    // A number below the first filter lands on no format; and the lowest int has no number before it.
+    int remaining = std::max(formatChoice, AllFiles) - 1;
+    for (int i = 1; i <= numFormats && remaining > 0; ++i) {
         if (formatTable[static_cast<std::size_t>(i)].canRead && --remaining == 0) {
             return i == AllFiles ? 0 : i;
         }

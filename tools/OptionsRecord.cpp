@@ -192,3 +192,13 @@ void OptionsRecord::Save(const ReadRequest& request, const NvImportOpenOptions& 
         throw Failure(request.saveOptionsFile + ": the options can't be written");
     }
 }
+
+void OptionsRecord::SaveAfterDriver(const ReadRequest& request) {
+    const SpreadsheetOpenOptions kept(Get());
+    if (bytes.empty()) {
+        SpreadsheetOpenOptions::FreeOpenOptions(&record);
+    }
+    if (const NvImportOpenOptions* choices = kept) {
+        Save(request, *choices);
+    }
+}

@@ -30,6 +30,9 @@ public:
     /** Writes the record in its stream form to the file that the request names, if it names one. */
     static void Save(const ReadRequest& request, const NvImportOpenOptions& options);
 
+    /** Save after a read through the driver, which leaves the bytes of a filled record to its caller. */
+    void SaveAfterDriver(const ReadRequest& request);
+
 private:
     bool given = false;
     std::vector<std::uint8_t> bytes;

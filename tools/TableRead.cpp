@@ -118,9 +118,7 @@ void ReadThroughDriver(int format, OptionsRecord& options, const ReadRequest& re
                                     nullptr)) {
         Fail(request, driver.GetErrorMessage());
     }
-    if (options.Get() != nullptr) {
-        OptionsRecord::Save(request, *options.Get());
-    }
+    options.SaveAfterDriver(request);
 }
 
 }  // namespace
@@ -135,13 +133,19 @@ std::vector<int> TableRead::Rows(const ReadRequest& request) const {
     return rows;
 }
 
-void CheckFiles(const ReadRequest& request) {
+void CheckNames(const ReadRequest& request) {
     for (const std::string& file : request.files) {
         if (file.find('\n') != std::string::npos) {
             throw Failure(
                 "a file name with a line feed can't be imported: line feeds part the names of a selection. "
                 "Rename the file.");
         }
+    }
+}
+
+void CheckFiles(const ReadRequest& request) {
+    CheckNames(request);
+    for (const std::string& file : request.files) {
         if (!NvFile::Exists(file.c_str())) {
             throw Failure(file + ": " + std::strerror(errno));
         }

@@ -13,6 +13,9 @@
 // What all verbs that read do with a request, one step a function. Each raises Failure with the file's
 // name in its text.
 
+/** Refuses names that can't be part of a selection. */
+void CheckNames(const ReadRequest& request);
+
 /** Refuses names that can't be part of a selection, missing files, directories and unreadable ones. */
 void CheckFiles(const ReadRequest& request);
 

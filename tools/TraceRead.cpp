@@ -70,6 +70,9 @@ bool TraceRead(SpreadsheetFile& reader, const TracedRead& read, std::ostream& st
         success = false;
         stream << "Exception \"\"\n";
     }
+    if (success && read.beforeClose) {
+        read.beforeClose();
+    }
     reader.Close();
     stream << "Close\n";
     return success;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <iosfwd>
 
 #include "frame/NvImport.h"
@@ -13,6 +14,8 @@ struct TracedRead {
     NvImportOpenOptions* options = nullptr;
     RowFilter filter = {};
     int part = 0;  // the matrix to read, by its number; 0 for the reader's own choice
+    // Called after a read that succeeded, while what the reader filled the options with is still there.
+    std::function<void()> beforeClose = {};
 };
 
 /**

@@ -233,6 +233,11 @@ int Run(int count, char** arguments) {
         if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
             return app.exit(error);
         }
+        // Before a verb they are asked for all the same, though the verb lacks its files.
+        if (help || version) {
+            std::cout << (version ? "karta-import " KARTA_VERSION "\n" : HelpText);
+            return ExitSuccess;
+        }
         std::cerr << "karta-import: " << error.what() << " (karta-import --help tells the usage)\n";
         return ExitUsage;
     } catch (const Failure& failure) {

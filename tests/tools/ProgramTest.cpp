@@ -69,6 +69,8 @@ TEST_F(ProgramTest, VersionAndHelpWorkEverywhere) {
     for (const char* verb : {"formats", "detect", "info", "show", "convert", "trace"}) {
         EXPECT_EQ(Run(std::string(verb) + " --help").status, 0) << verb;
         EXPECT_EQ(Run(std::string(verb) + " --version").out, "karta-import 1.0.0\n") << verb;
+        EXPECT_EQ(Run(std::string("--help ") + verb).out, Run("--help").out) << verb;
+        EXPECT_EQ(Run(std::string("--version ") + verb).out, "karta-import 1.0.0\n") << verb;
     }
 }
 
@@ -191,6 +193,30 @@ TEST_F(ProgramTest, TraceThroughTheDriverEndsWithItsFailure) {
     const Outcome outcome = Run("trace --through-driver empty.txt");
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, "Error \"\"\nDriver false\n");
+}
+
+TEST_F(ProgramTest, TraceThroughTheDriverHoldsWhatItsChecksFind) {
+    folder.Write("a.txt", "a\n");
+    EXPECT_EQ(Run("trace --through-driver missing.txt").out, "Error \"\"\nDriver false\n");
+    const Outcome directory = Run("trace --through-driver .");
+    EXPECT_EQ(directory.out, "Error \"Directories can not be imported.\"\nDriver false\n");
+    EXPECT_EQ(directory.status, 1);
+    EXPECT_EQ(Run("trace --through-driver a.txt a.txt").out,
+              "Error \"Text Files (*.txt; *.dat) can only be imported one at a time.\\n\\n Import will be "
+              "aborted.\"\nDriver false\n");
+}
+
+TEST_F(ProgramTest, TraceKeepsTheChoicesAsTheOtherVerbsDo) {
+    folder.Write("a.txt", "a;b\n");
+    EXPECT_EQ(Run("show --delimiter ';' --save-options shown a.txt").status, 0);
+    EXPECT_EQ(Run("trace --delimiter ';' --save-options traced a.txt").status, 0);
+    EXPECT_EQ(ReadWholeFile(folder.Path("traced")), ReadWholeFile(folder.Path("shown")));
+    EXPECT_EQ(Run("show --save-options shown a.txt").status, 0);
+    for (const char* road : {"", "--through-driver "}) {
+        EXPECT_EQ(Run(std::string("trace --save-options traced ") + road + "a.txt").status, 0) << road;
+        EXPECT_EQ(ReadWholeFile(folder.Path("traced")), ReadWholeFile(folder.Path("shown"))) << road;
+        std::filesystem::remove(folder.Path("traced"));
+    }
 }
 
 TEST_F(ProgramTest, PlugInReadsAndWarns) {
@@ -390,12 +416,16 @@ TEST_F(ProgramTest, CtrlCLeavesNoOutputAndIsStatus130) {
     folder.Write("a.txt", table);
     // Started by a shell in the background, a program ignores the key; setsid and a trap undo that.
     const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import";
-    const Outcome outcome =
-        Shell("python3 -c \"\nimport subprocess, signal, time\np = subprocess.Popen(['" + program +
-              "', 'convert', 'a.txt', '-o', 'out.csv'], preexec_fn=lambda: signal.signal(signal.SIGINT, "
-              "signal.SIG_DFL))\ntime.sleep(0.15)\np.send_signal(signal.SIGINT)\nexit(p.wait() % 256)\n\"");
-    EXPECT_EQ(outcome.status, 130) << outcome.err;
-    EXPECT_EQ(CountFiles(), 1U);
+    for (const char* arguments : {"'convert', 'a.txt', '-o', 'out.csv'", "'trace', 'a.txt'"}) {
+        const Outcome outcome =
+            Shell("python3 -c \"\nimport subprocess, signal, time\np = subprocess.Popen(['" + program +
+                  "', " + arguments +
+                  "], preexec_fn=lambda: signal.signal(signal.SIGINT, "
+                  "signal.SIG_DFL))\ntime.sleep(0.15)\np.send_signal(signal.SIGINT)\nexit(p.wait() % "
+                  "256)\n\"");
+        EXPECT_EQ(outcome.status, 130) << arguments << outcome.err;
+        EXPECT_EQ(CountFiles(), 1U) << arguments;
+    }
 }
 
 TEST_F(ProgramTest, HostileTextsEndInGoodTime) {
