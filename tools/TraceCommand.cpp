@@ -55,7 +55,7 @@ int RunTrace(const ReadRequest& request) {
         const auto reader = formats->MakeReader(format);
         const std::string selection = request.Selection();
         const TracedRead read{formats->GetInfo(format)->formatName, selection.c_str(), options.Get(),
-                              RowFilter(request.want), request.matrix.value_or(0)};
+                              RowFilter(request.want), request.matrix};
         success = TraceRead(*reader, read, std::cout);
     }
     return success ? ExitSuccess : ExitFailed;

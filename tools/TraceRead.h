@@ -1,6 +1,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <optional>
 
 #include "frame/NvImport.h"
 #include "frame/SpreadsheetFile.h"
@@ -12,7 +13,7 @@ struct TracedRead {
     const char* fileNames;
     NvImportOpenOptions* options = nullptr;
     RowFilter filter = {};
-    int part = 0;  // the matrix to read, by its number; 0 for the reader's own choice
+    std::optional<int> part = {};  // the matrix to read, by its number; else the reader's own choice
 };
 
 /**
