@@ -56,7 +56,7 @@ std::size_t MatPlainStream::Fill(std::uint8_t* target, std::size_t size) {
 MatInflatingStream::MatInflatingStream(std::span<const std::uint8_t> payload, std::uint64_t bound)
     : MatElementStream(0), all(payload), limit(bound), left(bound), inflater(std::make_unique<z_stream_s>()) {
     failed = inflateInit(inflater.get()) != Z_OK;
-    Restart();
+    MatInflatingStream::Restart();
 }
 
 MatInflatingStream::~MatInflatingStream() {

@@ -52,7 +52,7 @@ bool TraceDirectRead(const FormatCatalogue& formats, int format, OptionsRecord& 
                           selection.c_str(),
                           options.Get(),
                           RowFilter(request.want),
-                          request.matrix.value_or(0),
+                          request.matrix,
                           [&] { kept = options.Get(); }};
     const bool success = TraceRead(*reader, read, std::cout);
     if (const NvImportOpenOptions* choices = kept) {

@@ -26,8 +26,8 @@ bool ReadThrough(SpreadsheetFile& reader, const TracedRead& read, std::ostream& 
         return false;
     }
     auto* contents = dynamic_cast<FileContents*>(&reader);
-    if (read.part != 0 && contents != nullptr) {
-        contents->SelectPart(read.part);
+    if (read.part && contents != nullptr) {
+        contents->SelectPart(*read.part);
     }
     const int rows = reader.GetNumRows();
     stream << "GetNumRows " << rows << '\n';

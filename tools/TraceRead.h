@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <iosfwd>
+#include <optional>
 
 #include "frame/NvImport.h"
 #include "frame/SpreadsheetFile.h"
@@ -13,7 +14,7 @@ struct TracedRead {
     const char* fileNames;
     NvImportOpenOptions* options = nullptr;
     RowFilter filter = {};
-    int part = 0;  // the matrix to read, by its number; 0 for the reader's own choice
+    std::optional<int> part = {};  // the matrix to read, by its number; else the reader's own choice
     // Called after a read that succeeded, while what the reader filled the options with is still there.
     std::function<void()> beforeClose = {};
 };

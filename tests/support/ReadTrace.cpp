@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 
@@ -48,8 +49,9 @@ std::string ErrorOf(SpreadsheetFile& reader) {
 
 std::string ReadTrace(const std::string& formatName, const std::string& fileNames, const TraceOptions& how) {
     const std::unique_ptr<SpreadsheetFile> reader(NewReader(formatName));
+    const auto part = how.part == 0 ? std::nullopt : std::optional(how.part);
     std::ostringstream stream;
-    TraceRead(*reader, {formatName.c_str(), fileNames.c_str(), how.options, RowFilter(how.want), how.part},
+    TraceRead(*reader, {formatName.c_str(), fileNames.c_str(), how.options, RowFilter(how.want), part},
               stream);
     if (how.withRows) {
         return stream.str();

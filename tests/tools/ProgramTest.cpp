@@ -322,6 +322,15 @@ TEST_F(ProgramTest, TraceHandsAnyNameToANamedFormat) {
     EXPECT_TRUE(outcome.out.ends_with("Close\n"));
 }
 
+TEST_F(ProgramTest, TraceHandsMatrixZeroToTheReader) {
+    folder.Write("m.uns", "%1 1 only\n7\n");
+    const Outcome outcome = Run("trace --matrix 0 m.uns");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.out,
+              "Format \"Unscrambler File\"\nOpen 0x0\nGetNumRows -1\nGetNumCols -1\n"
+              "Error \"No further information available.\"\nClose\n");
+}
+
 TEST_F(ProgramTest, BadFilesAreNamedWithTheReason) {
     folder.Write("empty.txt", "");
     folder.Write("binary.txt", std::string(10, '\0'));
