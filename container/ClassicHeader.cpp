@@ -190,10 +190,12 @@ private:
         if (records.empty()) {
             return recordCount <= fileSize;
         }
-        if (recordCount - 1 > fileSize / SizeOfRecord()) {
+        // Records of no bytes, too, are counted no further than the file is long.
+        const std::uint64_t recordSize = std::max<std::uint64_t>(SizeOfRecord(), 1);
+        if (recordCount - 1 > fileSize / recordSize) {
             return false;
         }
-        const std::uint64_t lastRecord = (recordCount - 1) * SizeOfRecord();
+        const std::uint64_t lastRecord = (recordCount - 1) * recordSize;
         for (const RecordVariable& variable : records) {
             if (variable.begin > fileSize || lastRecord + variable.size > fileSize - variable.begin) {
                 return false;
