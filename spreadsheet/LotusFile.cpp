@@ -264,14 +264,14 @@ bool LotusFile::FindLotusRecord(int wanted, char* buffer, std::size_t size) {
     int type = 0;
     int length = 0;
     while (ReadRecordTypeAndLength(type, length) && length >= 0) {
-        const auto body = cursor.ReadText(static_cast<std::uint64_t>(length));
-        if (cursor.HasFailed()) {
-            return false;
-        }
         if (type == wanted) {
-            std::copy_n(body.begin(), std::min(body.size(), size), buffer);
-            return true;
+            // What the body has beyond the buffer isn't missed: the file may end in it.
+            const auto body =
+                cursor.ReadText(std::min(static_cast<std::uint64_t>(length), std::uint64_t{size}));
+            std::copy(body.begin(), body.end(), buffer);
+            return !cursor.HasFailed();
         }
+        cursor.Skip(static_cast<std::uint64_t>(length));
     }
     return false;
 }

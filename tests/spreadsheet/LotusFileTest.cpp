@@ -242,6 +242,12 @@ TEST_F(LotusFileTest, DimensionsMayBeLongerThanTheirFields) {
     EXPECT_EQ(Trace(sheet.Eof()), OpenedTwoByTwo + "Read 0x0\nClose\n");
 }
 
+TEST_F(LotusFileTest, DimensionsWhoseFieldsAreThereCountWhenTheFileEndsBehindThem) {
+    SheetBuilder sheet = SheetBuilder().Bof().Number(0, 0, 2.5).Header(6, 12);
+    sheet.bytes.I16(0).I16(0).I16(1).I16(1).U16(7);
+    EXPECT_EQ(Trace(sheet), OpenedTwoByTwo + "Set 1 1 double 2.5\n" + UnexpectedEnd);
+}
+
 TEST_F(LotusFileTest, MissingDimensionsAreStatus0x908) {
     EXPECT_EQ(Trace(SheetBuilder().Bof().Integer(0, 0, 1).Eof()), Opened + NoDimensions);
     EXPECT_EQ(Trace(SheetBuilder().Bof()), Opened + NoDimensions);
