@@ -1,5 +1,6 @@
 #include "container/ClassicHeader.h"
 
+#include <algorithm>
 #include <string_view>
 #include <vector>
 

@@ -6,8 +6,6 @@
 #include <cstring>
 #include <limits>
 
-#include <locale.h>
-
 #include "host/NumberParser.h"
 
 namespace {

@@ -22,6 +22,12 @@ constexpr int MaxReservedRows = 1 << 22;
 // A row filled out of turn gets its full width at once while the whole table stays below this.
 constexpr std::int64_t DenseCells = 1 << 22;
 
+// The place in the arena that a cell's word holds.
+const char* PlaceOf(std::uint64_t content) {
+    // One word a cell, whatever is in it, is what keeps large tables small.
+    return reinterpret_cast<const char*>(content);  // NOLINT(performance-no-int-to-ptr)
+}
+
 }  // namespace
 
 TableData::TableData() = default;
@@ -126,8 +132,10 @@ std::uint64_t TableData::GetContent(int col, int row) const {
 
 template <class Number>
 Number TableData::GetWide(int col, int row) const {
-    Number number;
-    std::memcpy(&number, reinterpret_cast<const char*>(GetContent(col, row)), sizeof number);
+    Number number{};
+    if (const char* place = PlaceOf(GetContent(col, row))) {
+        std::memcpy(&number, place, sizeof number);
+    }
     return number;
 }
 
@@ -181,7 +189,7 @@ TableData::Kind TableData::GetKind(int col, int row) const {
 }
 
 const char* TableData::GetText(int col, int row) const {
-    return GetKind(col, row) == Text ? reinterpret_cast<const char*>(GetContent(col, row)) : "";
+    return GetKind(col, row) == Text ? PlaceOf(GetContent(col, row)) : "";
 }
 
 std::int64_t TableData::GetInt64(int col, int row) const {
