@@ -123,19 +123,30 @@ SpreadsheetFile* ImportDLLLoader::GetSpreadsheetFile(int i) const {
 }
 
 int ImportDLLLoader::GetSpreadsheetFileIndex(const char* fileName) {
-    std::vector<InstanceInfo> matches;
     if (!NvFile::Exists(fileName)) {
+        std::vector<InstanceInfo> matches;
         MatchExtension(fileName, instances, matches);
         return matches.size() == 1 ? GetIndex(&matches.front()) : SelectFormat(matches, fileName);
     }
+    return ChooseByVerdicts(fileName, GetVerdicts(fileName));
+}
+
+std::vector<int> ImportDLLLoader::GetVerdicts(const char* fileName) const {
+    std::vector<int> verdicts;
+    for (int i = 1; i <= SizeInfos(); ++i) {
+        verdicts.push_back(GetVerdict(i, fileName));
+    }
+    return verdicts;
+}
+
+int ImportDLLLoader::ChooseByVerdicts(const char* fileName, const std::vector<int>& verdicts) {
     std::vector<InstanceInfo> sure;
     std::vector<InstanceInfo> possible;
-    for (int i = 1; i <= SizeInfos(); ++i) {
-        const int verdict = GetVerdict(i, fileName);
-        if (verdict == VerdictSure) {
-            sure.push_back(InstanceAt(i));
-        } else if (verdict == VerdictPossible) {
-            possible.push_back(InstanceAt(i));
+    for (std::size_t i = 0; i < verdicts.size(); ++i) {
+        if (verdicts[i] == VerdictSure) {
+            sure.push_back(instances[i]);
+        } else if (verdicts[i] == VerdictPossible) {
+            possible.push_back(instances[i]);
         }
     }
     // Content outranks the extension only where a test proves the format. A test that merely fits is no
@@ -152,6 +163,7 @@ int ImportDLLLoader::GetSpreadsheetFileIndex(const char* fileName) {
     if (possible.size() == 1) {
         return GetIndex(&possible.front());
     }
+    std::vector<InstanceInfo> matches;
     MatchExtension(fileName, possible, matches);
     if (matches.size() == 1) {
         return GetIndex(&matches.front());

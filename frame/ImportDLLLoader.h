@@ -46,6 +46,10 @@ public:
     int GetSpreadsheetFileIndex(const char* fileName);
     /** A format's verdict on a file: 2 sure, 1 possible, 0 impossible. */
     int GetVerdict(int i, const char* fileName) const;
+    /** The verdicts of all formats, in their order. */
+    std::vector<int> GetVerdicts(const char* fileName) const;
+    /** The format of an existing file by these verdicts and its extension; -1 when there is none. */
+    int ChooseByVerdicts(const char* fileName, const std::vector<int>& verdicts);
     /** The path of the file that holds the format, as it was found. */
     std::string GetModulePath(int i) const;
 

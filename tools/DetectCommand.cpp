@@ -1,4 +1,5 @@
 #include <iostream>
+#include <vector>
 
 #include "tools/Commands.h"
 #include "tools/Failure.h"
@@ -25,7 +26,8 @@ int RunDetect(const ReadRequest& request, bool json) {
     const auto formats = LoadFormats(request);
     // As the driver does it, a selection is judged by its first file.
     const char* file = request.files.front().c_str();
-    const int chosen = formats->GetSpreadsheetFileIndex(file);
+    const std::vector<int> verdicts = formats->GetVerdicts(file);
+    const int chosen = formats->ChooseByVerdicts(file, verdicts);
     const char* name = chosen < 1 ? "none" : formats->GetInfo(chosen)->formatName;
     JsonWriter writer(std::cout);
     if (json) {
@@ -33,7 +35,7 @@ int RunDetect(const ReadRequest& request, bool json) {
         writer.BeginArray("verdicts");
     }
     for (int i = 1; i <= formats->SizeInfos(); ++i) {
-        const char* verdict = VerdictName(formats->GetVerdict(i, file));
+        const char* verdict = VerdictName(verdicts[static_cast<std::size_t>(i) - 1]);
         if (json) {
             writer.BeginObject();
             writer.Put("verdict", verdict);
