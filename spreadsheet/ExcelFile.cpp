@@ -642,8 +642,10 @@ int ExcelFile::Read(ReadSpreadSheetData* sink) {
         if (selectedSheets.size() > 1) {
             LabelSheet(sink, sheet, colOffset, rowOffset);
         }
+        // A size of -1, of a first sheet that ended before it told one, moves the next sheet back as it
+        // lowers the table's size.
         int& offset = vertical ? rowOffset : colOffset;
-        offset = Add(offset, std::max(vertical ? sheet.rows : sheet.cols, 0));
+        offset = Add(offset, vertical ? sheet.rows : sheet.cols);
     }
     // Only the last sheet decides.
     if (!isGood) {

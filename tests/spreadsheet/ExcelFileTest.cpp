@@ -318,6 +318,22 @@ TEST_F(ExcelFileTest, SheetThatEndsBeforeItsSizeKeepsTheSizeBefore) {
     EXPECT_EQ(reader.ListParts().at(1).cols, 2);
 }
 
+TEST_F(ExcelFileTest, SizeOfAFirstSheetThatNeverToldItCountsAsMinusOne) {
+    WorkbookBuilder book;
+    book.RawSheet("A", BiffBuilder().Bof(Biff8, Worksheet).Eof().Bytes());
+    book.Sheet("B", 2, 2, Grid(1, 1, 1)).Sheet("C", 2, 3, Grid(1, 1, 2));
+    TestOptions below{{"Sheets", "2,1,3"}, {"Vertical", "true"}};
+    EXPECT_EQ(Sizes(Trace(book, {below.Get()})), "GetNumRows 3\nGetNumCols 4\n");
+    EXPECT_EQ(Cells(book, {below.Get()}),
+              "Set 1 1 double 1\nSet 4 1 text \"sheet: b\"\nSet 4 2 text \"sheet: b\"\n"
+              "Set 1 2 double 2\nSet 4 2 text \"sheet: c\"\nSet 4 3 text \"sheet: c\"\n");
+    TestOptions beside{{"Sheets", "2,1,3"}, {"Vertical", "false"}};
+    EXPECT_EQ(Cells(book, {beside.Get()}),
+              "Set 1 1 double 1\nSet 1 3 text \"sheet: b\"\nSet 2 3 text \"sheet: b\"\n"
+              "Set 2 1 double 2\nSet 2 3 text \"sheet: c\"\nSet 3 3 text \"sheet: c\"\n"
+              "Set 4 3 text \"sheet: c\"\n");
+}
+
 TEST_F(ExcelFileTest, ReservedWordBehindTheColumnEndCounts) {
     const ByteBuilder size = ByteBuilder().I32(0).I32(1).U16(0).U16(3).U16(1);
     WorkbookBuilder book;
