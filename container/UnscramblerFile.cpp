@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "host/Ascii.h"
 #include "host/CopyMessage.h"
 #include "host/NumberParser.h"
 #include "host/TolerantEqual.h"
@@ -29,18 +30,8 @@ constexpr int NoLimit = std::numeric_limits<int>::max();
 constexpr int ValueFound = 0;
 constexpr int LineUsedUp = -1;
 
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 bool StartsWithDigit(std::string_view text) {
     return !text.empty() && IsDigit(text.front());
-}
-
-void SkipSpace(std::string_view& text) {
-    while (!text.empty() && IsSpace(text.front())) {
-        text.remove_prefix(1);
-    }
 }
 
 // An optional sign at the front; true for a minus.

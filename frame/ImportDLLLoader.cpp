@@ -2,7 +2,6 @@
 
 #include <dlfcn.h>
 #include <link.h>
-#include <strings.h>
 
 #include <algorithm>
 #include <cstring>
@@ -10,7 +9,9 @@
 #include <system_error>
 
 #include "frame/DLLFile.h"
+#include "host/NumberParser.h"
 #include "host/NvFile.h"
+#include "host/PathNames.h"
 
 namespace {
 
@@ -68,10 +69,6 @@ Function* OwnFunction(void* module, const char* name, Function* /*shape*/) {
 
 #define OWN_FUNCTION(module, name) OwnFunction(module, #name, &(name))
 
-bool IsBlank(const char* text) {
-    return text[std::strspn(text, " \t\r\n\v\f")] == '\0';
-}
-
 }  // namespace
 
 ImportDLLLoader::~ImportDLLLoader() {
@@ -95,7 +92,7 @@ void ImportDLLLoader::Init(const char* pluginDirectory) {
         ExtractFileTypes(library);
     }
     ExtractDirectory(programDirectory);
-    if (pluginDirectory != nullptr && !IsBlank(pluginDirectory)) {
+    if (pluginDirectory != nullptr && !TrimSpace(pluginDirectory).empty()) {
         ExtractDirectory(std::string(pluginDirectory) + "/");
     }
 }
@@ -243,7 +240,7 @@ void ImportDLLLoader::ExtractDirectory(const std::string& directory) {
 
 void ImportDLLLoader::RemoveFormat(const char* formatName) {
     const auto old = std::find_if(instances.begin(), instances.end(), [&](const InstanceInfo& instance) {
-        return strcasecmp(instance.info->formatName, formatName) == 0;
+        return EqualIgnoringCase(instance.info->formatName, formatName);
     });
     if (old == instances.end()) {
         return;
@@ -267,7 +264,7 @@ void ImportDLLLoader::MatchExtension(const char* fileName, const std::vector<Ins
     for (const InstanceInfo& candidate : candidates) {
         const char* known = candidate.info->extensions;
         for (int i = 0; i < candidate.info->numExtensions; ++i, known += std::strlen(known) + 1) {
-            if (strcasecmp(known, extension) == 0) {
+            if (EqualIgnoringCase(known, extension)) {
                 matches.push_back(candidate);
                 break;
             }

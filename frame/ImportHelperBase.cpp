@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "frame/OptionsText.h"
 #include "frame/SpreadsheetFile.h"
 #include "frame/SpreadsheetOpenOptions.h"
 #include "host/CopyMessage.h"
@@ -185,7 +186,7 @@ bool ImportHelperBase::ReadWith(SpreadsheetFile& reader, SpreadsheetData* data, 
 bool ImportHelperBase::ReadSpreadsheetFile(const char* fileNames, int formatChoice, SpreadsheetData* data,
                                            NvImportOpenOptions* options, bool formatIsIndex,
                                            ImportSpecBase* spec) {
-    const bool fillOptions = options != nullptr && options->size == 0 && options->data == nullptr;
+    const bool fillOptions = WantsOptions(options);
     if (!formatIsIndex || formatChoice < 1) {
         ReadErrors error = ReadOk;
         if (!CheckFilesBeforeRead(fileNames, formatChoice, error, true)) {

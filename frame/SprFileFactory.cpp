@@ -1,11 +1,11 @@
 #include "frame/SprFileFactory.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <cstring>
 #include <iterator>
 #include <map>
+
+#include "host/PathNames.h"
 
 namespace {
 
@@ -38,7 +38,7 @@ SprFileFactory::SprFileFactory(const char* formatName, const char* readFilter, c
                                char canReadMany, char sinkFlag, char hostFlag, char newPriority) {
     Registry& registry = TheRegistry();
     const auto taken = std::find_if(registry.begin(), registry.end(), [&](const auto& item) {
-        return strcasecmp(item.second.info.formatName, formatName) == 0;
+        return EqualIgnoringCase(item.second.info.formatName, formatName);
     });
     if (taken != registry.end()) {
         if (taken->second.factory->priority > newPriority) {

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/Ascii.h"
 #include "host/NumberParser.h"
 #include "host/PathNames.h"
 
@@ -35,14 +36,6 @@ struct Token {
     std::string text;  // a word in lower case
     int number = 0;
 };
-
-bool IsLetter(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
-
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 template <class Belongs>
 std::string_view TakeWhile(std::string_view& text, Belongs belongs) {

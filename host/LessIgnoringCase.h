@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include "host/Ascii.h"
+
 /**
  * Orders texts by their bytes, ASCII letters in any case being the same: the comparison of maps whose keys
  * users write in any case. Other bytes stand as they are, so the order is the same on every machine.
@@ -16,7 +18,5 @@ struct LessIgnoringCase {
     }
 
 private:
-    static unsigned char Fold(char c) {
-        return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-    }
+    static unsigned char Fold(char c) { return static_cast<unsigned char>(ToLower(c)); }
 };

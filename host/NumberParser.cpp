@@ -36,8 +36,12 @@ bool IsSpace(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-std::string_view TrimSpace(std::string_view text) {
+void SkipSpace(std::string_view& text) {
     text.remove_prefix(CountSpace(text));
+}
+
+std::string_view TrimSpace(std::string_view text) {
+    SkipSpace(text);
     while (!text.empty() && IsSpace(text.back())) {
         text.remove_suffix(1);
     }

@@ -19,5 +19,8 @@ std::size_t ParseInt(std::string_view text, int& value);
 /** White space as the C locale has it. */
 bool IsSpace(char c);
 
+/** Takes white space off the front. */
+void SkipSpace(std::string_view& text);
+
 /** The text without white space at both ends. */
 std::string_view TrimSpace(std::string_view text);

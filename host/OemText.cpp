@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "host/Unicode.h"
+
 namespace {
 
 constexpr std::size_t HighBytes = 128;
@@ -49,38 +51,24 @@ bool IsHigh(char byte) {
     return static_cast<unsigned char>(byte) >= 0x80;
 }
 
-// All characters of the code page lie below 0x10000 and none among the surrogates.
-void AppendUtf8(std::string& text, unsigned character) {
-    if (character < 0x800) {
-        text += static_cast<char>(0xc0 | character >> 6);
-    } else {
-        text += static_cast<char>(0xe0 | character >> 12);
-        text += static_cast<char>(0x80 | (character >> 6 & 0x3f));
+// The character at the front of `text`, which is a high byte, is taken off; 0 when it is none.
+char32_t TakeUtf8(std::string_view& text) {
+    const std::size_t length = GetUtf8Length(text);
+    char32_t character = 0;
+    if (length != 0) {
+        character = static_cast<unsigned char>(text.front()) & (0x7fU >> length);
+        for (const char next : text.substr(1, length - 1)) {
+            character = character << 6 | (static_cast<unsigned char>(next) & 0x3fU);
+        }
     }
-    text += static_cast<char>(0x80 | (character & 0x3f));
+    text.remove_prefix(length != 0 ? length : 1);
+    return character;
 }
 
-// Takes the character at the front of `text`, which is a high byte; 0 when that begins no character.
-std::uint32_t TakeUtf8(std::string_view& text) {
-    static constexpr std::uint32_t Least[] = {0, 0, 0x80, 0x800, 0x10000};
-    const auto lead = static_cast<unsigned char>(text.front());
-    const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-    std::uint32_t character = lead & (0x7fU >> length);
-    bool valid = lead >= 0xc0 && lead < 0xf8 && text.size() >= length;
-    for (std::size_t i = 1; valid && i < length; ++i) {
-        const auto next = static_cast<unsigned char>(text[i]);
-        valid = next >> 6 == 2;
-        character = character << 6 | (next & 0x3fU);
-    }
-    valid = valid && character >= Least[length];
-    text.remove_prefix(valid ? length : 1);
-    return valid ? character : 0;
-}
-
-char OemByteOf(std::uint32_t character) {
+char OemByteOf(char32_t character) {
     const auto found =
         std::lower_bound(Bytes.begin(), Bytes.end(), character,
-                         [](const auto& entry, std::uint32_t wanted) { return entry.first < wanted; });
+                         [](const auto& entry, char32_t wanted) { return entry.first < wanted; });
     return found != Bytes.end() && found->first == character ? found->second : Unmappable;
 }
 
@@ -91,7 +79,7 @@ std::string OemToAnsi(std::string_view text) {
     converted.reserve(text.size());
     for (const char byte : text) {
         if (IsHigh(byte)) {
-            AppendUtf8(converted, Characters[static_cast<unsigned char>(byte) - 0x80U]);
+            AppendUtf8(converted, char32_t{Characters[static_cast<unsigned char>(byte) - 0x80U]});
         } else {
             converted += byte;
         }

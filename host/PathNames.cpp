@@ -2,15 +2,13 @@
 
 #include <algorithm>
 
+#include "host/Ascii.h"
+
 namespace {
 
 std::string_view NameOf(std::string_view path) {
     const std::size_t separator = path.find_last_of("/\\");
     return separator == std::string_view::npos ? path : path.substr(separator + 1);
-}
-
-char ToLower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
 }  // namespace

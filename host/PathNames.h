@@ -17,6 +17,6 @@ KARTA_EXPORT std::string NvGetFileExtension(std::string_view path);
 /** Whether the path's extension is `extension` (without a dot), in any case of ASCII letters. */
 bool HasExtension(std::string_view path, std::string_view extension);
 /** Equal in any case of ASCII letters; other bytes must be the same. */
-bool EqualIgnoringCase(std::string_view left, std::string_view right);
+KARTA_EXPORT bool EqualIgnoringCase(std::string_view left, std::string_view right);
 /** ASCII letters in lower case; other bytes stay. */
 KARTA_EXPORT std::string ToLowerCase(std::string_view text);

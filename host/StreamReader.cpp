@@ -1,8 +1,8 @@
 #include "host/StreamReader.h"
 
-#include <array>
 #include <istream>
 
+#include "host/ByteCursor.h"
 #include "host/ReadExactly.h"
 
 bool StreamReader::ReadBool() {
@@ -10,12 +10,7 @@ bool StreamReader::ReadBool() {
 }
 
 std::int32_t StreamReader::ReadInt32() {
-    const std::vector<std::uint8_t> bytes = ReadExactly(stream, 4);
-    std::uint32_t value = 0;
-    for (std::size_t i = bytes.size(); i-- > 0;) {
-        value = value << 8 | bytes[i];
-    }
-    return static_cast<std::int32_t>(value);
+    return ByteCursor(ReadExactly(stream, sizeof(std::int32_t))).ReadI32();
 }
 
 std::vector<std::uint8_t> StreamReader::ReadUInt8Vector(std::size_t size) {

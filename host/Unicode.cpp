@@ -1,7 +1,6 @@
 #include "host/Unicode.h"
 
 #include <algorithm>
-#include <cstddef>
 
 namespace {
 
@@ -11,6 +10,10 @@ constexpr char32_t LastCharacter = 0x10ffff;
 
 bool IsLowSurrogate(char32_t unit) {
     return unit >= 0xdc00 && unit < 0xe000;
+}
+
+bool IsContinuation(char c) {
+    return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U;
 }
 
 char TrailByte(char32_t character, int shift) {
@@ -34,6 +37,25 @@ void AppendUnits(std::string& text, std::size_t count, UnitAt unitAt) {
 
 bool IsHighSurrogate(char32_t unit) {
     return unit >= 0xd800 && unit < 0xdc00;
+}
+
+std::size_t GetUtf8Length(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text[0]);
+    if (lead < 0x80) {
+        return 1;
+    }
+    const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
+    if (lead < 0xc2 || lead > 0xf4 || text.size() < length) {
+        return 0;
+    }
+    const auto second = static_cast<unsigned char>(text[1]);
+    const bool overlong = (lead == 0xe0 && second < 0xa0) || (lead == 0xf0 && second < 0x90);
+    const bool outside = (lead == 0xed && second > 0x9f) || (lead == 0xf4 && second > 0x8f);
+    if (overlong || outside) {
+        return 0;
+    }
+    const std::string_view rest = text.substr(1, length - 1);
+    return std::all_of(rest.begin(), rest.end(), IsContinuation) ? length : 0;
 }
 
 void AppendUtf8(std::string& text, char32_t character) {

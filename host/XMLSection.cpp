@@ -1,8 +1,8 @@
 #include "host/XMLSection.h"
 
 #include <algorithm>
-#include <cctype>
 
+#include "host/Ascii.h"
 #include "host/Exception.h"
 #include "host/NumberFormat.h"
 #include "host/NumberParser.h"
@@ -37,10 +37,10 @@ std::string Escape(std::string_view text) {
 }
 
 int HexDigit(char c) {
-    if (c >= '0' && c <= '9') {
+    if (IsDigit(c)) {
         return c - '0';
     }
-    const char lower = static_cast<char>(c | 0x20);
+    const char lower = ToLower(c);
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
@@ -95,12 +95,6 @@ std::string JoinList(const std::vector<Number>& list, Print print) {
 struct XMLSection::Parser {
     std::string_view rest;
 
-    void SkipSpace() {
-        while (!rest.empty() && IsSpace(rest.front())) {
-            rest.remove_prefix(1);
-        }
-    }
-
     bool Take(std::string_view token) {
         const bool found = rest.starts_with(token);
         if (found) {
@@ -112,7 +106,7 @@ struct XMLSection::Parser {
     bool TakeName(std::string_view& name) {
         std::size_t length = 0;
         while (length < rest.size() &&
-               (std::isalnum(static_cast<unsigned char>(rest[length])) != 0 ||
+               (IsLetter(rest[length]) || IsDigit(rest[length]) ||
                 std::string_view("_-.:").find(rest[length]) != std::string_view::npos)) {
             ++length;
         }
@@ -122,18 +116,18 @@ struct XMLSection::Parser {
     }
 
     bool OpenTag(std::string_view& name) {
-        SkipSpace();
-        return Take("<") && TakeName(name) && (SkipSpace(), true) && Take(">");
+        SkipSpace(rest);
+        return Take("<") && TakeName(name) && (SkipSpace(rest), true) && Take(">");
     }
 
     bool CloseTag(std::string_view name) {
-        return Take("</") && Take(name) && (SkipSpace(), true) && Take(">");
+        return Take("</") && Take(name) && (SkipSpace(rest), true) && Take(">");
     }
 
     // The inside of an element that holds elements, up to the end of its own tag.
     bool Content(XMLSection& section, std::string_view name, int depth) {
         while (true) {
-            SkipSpace();
+            SkipSpace(rest);
             if (rest.starts_with("</")) {
                 return CloseTag(name);
             }
@@ -150,7 +144,7 @@ struct XMLSection::Parser {
             return false;
         }
         const std::string_view inside = rest;
-        SkipSpace();
+        SkipSpace(rest);
         if (rest.starts_with("<") && !rest.starts_with("</")) {
             return Content(section.CreateSection(name), name, depth + 1);
         }
@@ -176,7 +170,7 @@ struct XMLSection::Parser {
         if (!OpenTag(name) || name != RootName || !Content(section, name, 0)) {
             return false;
         }
-        SkipSpace();
+        SkipSpace(rest);
         return rest.empty();
     }
 };

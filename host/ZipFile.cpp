@@ -9,6 +9,7 @@
 #include <zip.h>
 
 #include "host/ByteCursor.h"
+#include "host/CompoundFile.h"
 #include "host/Exception.h"
 #include "host/NvSystemInfo.h"
 
@@ -23,9 +24,6 @@ constexpr std::string_view EndSignature("PK\5\6", 4);
 constexpr std::size_t EndSize = 22;
 constexpr std::size_t LongestComment = 65535;
 constexpr std::size_t DirectorySizeOffset = 12;
-
-// What is given for an archive by mistake.
-constexpr std::string_view CompoundSignature("\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1", 8);
 
 // Unpacks an entry piece by piece. A failure is an exception, which the stream over it turns into bad().
 class EntryBuffer : public std::streambuf {
@@ -92,11 +90,6 @@ std::size_t CountLeadingBytes(std::span<const std::uint8_t> bytes) {
     return length < tail + found ? static_cast<std::size_t>(tail + found - length) : 0;
 }
 
-bool IsCompoundFile(std::span<const std::uint8_t> bytes) {
-    ByteCursor cursor(bytes);
-    return cursor.ReadText(CompoundSignature.size()) == CompoundSignature;
-}
-
 zip* OpenArchive(std::span<const std::uint8_t> bytes) {
     if (bytes.empty()) {
         // To the library that would be an archive without entries.
@@ -126,7 +119,7 @@ ZipFile::ZipFile(const char* path) : file(path) {
     }
     if (archive == nullptr) {
         throw Exception(
-            IsCompoundFile(bytes)
+            CompoundFile::IsCompoundFile(path)
                 ? "The file is no zip archive but a compound file, as workbooks with a password are."
                 : "The file is no zip archive, or a damaged one.");
     }

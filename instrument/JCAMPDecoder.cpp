@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "host/Ascii.h"
+
 namespace {
 
 // Beyond any exponent that a double can hold, and far below what an int can.
@@ -50,10 +52,6 @@ constexpr CharacterTable Table = MakeTable();
 
 Character Classify(char c) {
     return Table[static_cast<unsigned char>(c)];
-}
-
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
 }
 
 // What may begin a value where only plain numbers are expected. An exponent's letter passes here and is then

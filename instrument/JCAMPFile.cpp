@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "frame/OptionsText.h"
+#include "host/Ascii.h"
 #include "host/CopyMessage.h"
 #include "host/DateParser.h"
 #include "host/Exception.h"
@@ -151,7 +152,7 @@ std::string JCAMPFile::strstrip(std::string_view text) {
     std::string stripped;
     for (const char c : text.substr(0, equals)) {
         if (!IsSpace(c) && c != '\\' && c != '/' && c != '_' && c != '-') {
-            stripped += ToUpperCase(c);
+            stripped += ToUpper(c);
         }
     }
     stripped += text.substr(equals);

@@ -4,6 +4,7 @@
 #include <limits>
 #include <utility>
 
+#include "host/Ascii.h"
 #include "host/NumberParser.h"
 #include "host/PathNames.h"
 #include "instrument/JCAMPFile.h"
@@ -71,7 +72,7 @@ void SetDataType(JCAMPData& block, std::string_view value) {
     }
     std::string text = ToLowerCase(value);
     if (!text.empty()) {
-        text.front() = ToUpperCase(text.front());
+        text.front() = ToUpper(text.front());
     }
     block.dataType = std::move(text);
 }
@@ -134,10 +135,6 @@ int ReadPointCount(JCAMPData& block, std::string_view value) {
 }
 
 }  // namespace
-
-char ToUpperCase(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
 
 JCAMPLabel FindJCAMPLabel(std::string_view text) {
     for (const LabelName& known : LabelNames) {

@@ -48,6 +48,3 @@ int ReadJCAMPBlockLabel(JCAMPData& block, JCAMPLabel label, std::string_view val
 
 /** Sets the block's class by the form of its data. Returns 0 or the code of a form that can't be read. */
 int ReadJCAMPForm(JCAMPData& block, std::string_view form);
-
-/** An ASCII letter in upper case; other bytes stay. */
-char ToUpperCase(char c);

@@ -5,6 +5,7 @@
 #include <set>
 #include <string_view>
 
+#include "host/Ascii.h"
 #include "host/CopyMessage.h"
 #include "host/Exception.h"
 #include "host/NumberParser.h"
@@ -29,8 +30,7 @@ constexpr std::string_view SetPointMark = "SetPo";
 using IDSet = std::set<std::string, LessIgnoringCase>;
 
 char FirstLetter(std::string_view recipe) {
-    const char first = recipe.empty() ? '\0' : recipe.front();
-    return first >= 'a' && first <= 'z' ? static_cast<char>(first - 'a' + 'A') : first;
+    return recipe.empty() ? '\0' : ToUpper(recipe.front());
 }
 
 // The rest of a line behind its n-th tab. False when there are fewer.

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "frame/ReadSpreadSheetData.h"
+#include "host/Ascii.h"
 #include "host/NvString.h"
 #include "host/PathNames.h"
 #include "process/BrooksideFailure.h"
@@ -17,10 +18,6 @@ namespace {
 constexpr int LinesBeforeCount = 4;
 constexpr const char* TimeName = "Time";
 constexpr float MissingMark = -999.0F;
-
-char ToUpper(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
 
 // The entries of the first one's data file; they stand together.
 std::span<const PhaseEntry> TakeDataFile(std::span<const PhaseEntry> entries) {

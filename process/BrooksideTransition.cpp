@@ -1,5 +1,6 @@
 #include "process/BrooksideTransition.h"
 
+#include "host/Ascii.h"
 #include "host/NumberParser.h"
 #include "host/PathNames.h"
 
@@ -8,7 +9,7 @@ namespace {
 constexpr std::string_view FileLineStart = "File\t";
 
 bool IsDigitOfBase(char c, int base) {
-    if (c >= '0' && c <= '9') {
+    if (IsDigit(c)) {
         return c - '0' < base;
     }
     return base == 16 && ((c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'));
@@ -25,9 +26,7 @@ bool TakeText(std::string_view& text, std::string_view expected) {
 // A whole number as C writes it: white space, a sign, and hexadecimal, octal or decimal digits. Its value
 // says nothing here.
 bool TakeInteger(std::string_view& text) {
-    while (!text.empty() && IsSpace(text.front())) {
-        text.remove_prefix(1);
-    }
+    SkipSpace(text);
     if (text.starts_with('+') || text.starts_with('-')) {
         text.remove_prefix(1);
     }

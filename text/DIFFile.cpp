@@ -5,6 +5,7 @@
 #include <limits>
 #include <ostream>
 
+#include "host/Ascii.h"
 #include "host/CopyMessage.h"
 #include "host/FileStream.h"
 #include "host/NumberFormat.h"
@@ -28,13 +29,10 @@ constexpr int CodeUnknownSpecial = 0x302;
 
 // The first word, in upper case.
 std::string TopicOf(std::string_view line) {
-    while (!line.empty() && IsSpace(line.front())) {
-        line.remove_prefix(1);
-    }
+    SkipSpace(line);
     std::string topic(line.substr(
         0, static_cast<std::size_t>(std::find_if(line.begin(), line.end(), IsSpace) - line.begin())));
-    std::transform(topic.begin(), topic.end(), topic.begin(),
-                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
+    std::transform(topic.begin(), topic.end(), topic.begin(), ToUpper);
     return topic;
 }
 

@@ -1,14 +1,13 @@
 #include "tools/FormatCatalogue.h"
 
-#include <strings.h>
-
 #include <cstring>
 
 #include "frame/SprFileFactory.h"
+#include "host/PathNames.h"
 
 int FormatCatalogue::FindFormat(const std::string& name) const {
     for (int i = 1; i <= SizeInfos(); ++i) {
-        if (strcasecmp(GetInfo(i)->formatName, name.c_str()) == 0) {
+        if (EqualIgnoringCase(GetInfo(i)->formatName, name)) {
             return i;
         }
     }

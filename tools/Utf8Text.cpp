@@ -1,8 +1,8 @@
 #include "tools/Utf8Text.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <cstring>
+
+#include "host/Unicode.h"
 
 namespace {
 
@@ -16,49 +16,19 @@ bool IsContinuation(char c) {
     return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U;
 }
 
-// The length of the character that starts here, or 0 when it is none of UTF-8.
-std::size_t CharacterLength(std::string_view text) {
-    const auto lead = static_cast<unsigned char>(text[0]);
-    if (lead < 0x80) {
-        return 1;
-    }
-    const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-    if (lead < 0xc2 || lead > 0xf4 || text.size() < length) {
-        return 0;
-    }
-    const auto second = static_cast<unsigned char>(text[1]);
-    const bool overlong = (lead == 0xe0 && second < 0xa0) || (lead == 0xf0 && second < 0x90);
-    const bool outside = (lead == 0xed && second > 0x9f) || (lead == 0xf4 && second > 0x8f);
-    if (overlong || outside) {
-        return 0;
-    }
-    const std::string_view rest = text.substr(1, length - 1);
-    return std::all_of(rest.begin(), rest.end(), IsContinuation) ? length : 0;
-}
-
 bool IsAscii(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
 }
 
 bool IsUtf8(std::string_view text) {
     while (!text.empty()) {
-        const std::size_t length = CharacterLength(text);
+        const std::size_t length = GetUtf8Length(text);
         if (length == 0) {
             return false;
         }
         text.remove_prefix(length);
     }
     return true;
-}
-
-void AppendCharacter(std::string& text, char16_t code) {
-    if (code >= 0x800) {
-        text += static_cast<char>(0xe0 | code >> 12);
-        text += static_cast<char>(0x80 | (code >> 6 & 0x3f));
-    } else {
-        text += static_cast<char>(0xc0 | code >> 6);
-    }
-    text += static_cast<char>(0x80 | (code & 0x3f));
 }
 
 }  // namespace
@@ -74,7 +44,7 @@ std::string_view AsUtf8(std::string_view text, std::string& storage) {
             storage += c;
         } else {
             const char16_t special = byte < 0xa0 ? Windows1252[byte - 0x80] : char16_t{0};
-            AppendCharacter(storage, special != 0 ? special : byte);
+            AppendUtf8(storage, special != 0 ? special : char32_t{byte});
         }
     }
     return storage;
