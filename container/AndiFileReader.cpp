@@ -235,10 +235,7 @@ bool AndiFileReader::SetOptions(NvImportOpenOptions* options) {
                 return false;
             }
             if (options != nullptr) {
-                // The record points into this reader's memory; its user copies it before Close.
-                optionsBlob = WriteUSDOptions(constraints);
-                options->size = static_cast<std::uint32_t>(optionsBlob.size());
-                options->data = optionsBlob.data();
+                LendUSDOptions(constraints, optionsBlob, *options);
             }
         }
         SetUSDConstraints(&constraints);

@@ -23,3 +23,9 @@ std::vector<std::uint8_t> EncodeOptionsText(std::string_view text) {
     const std::string bytes = std::move(stream).str();
     return {bytes.begin(), bytes.end()};
 }
+
+void LendOptions(std::string_view text, std::vector<std::uint8_t>& memory, NvImportOpenOptions& options) {
+    memory = EncodeOptionsText(text);
+    options.size = static_cast<std::uint32_t>(memory.size());
+    options.data = memory.data();
+}

@@ -22,3 +22,9 @@ std::string DecodeOptionsText(const NvImportOpenOptions& options);
 
 /** The bytes of a record with this text. */
 KARTA_EXPORT std::vector<std::uint8_t> EncodeOptionsText(std::string_view text);
+
+/**
+ * Lets a record hold this text. It then points into `memory`, which is the reader's: the record's user copies
+ * the bytes before the reader is closed.
+ */
+void LendOptions(std::string_view text, std::vector<std::uint8_t>& memory, NvImportOpenOptions& options);

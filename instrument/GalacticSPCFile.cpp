@@ -287,9 +287,7 @@ bool GalacticSPCFile::SetOptions(NvImportOpenOptions* options) {
         }
         SetUSDConstraints(&constraints);
         if (options != nullptr) {
-            optionsBlob = WriteUSDOptions(constraints);
-            options->size = static_cast<std::uint32_t>(optionsBlob.size());
-            options->data = optionsBlob.data();
+            LendUSDOptions(constraints, optionsBlob, *options);
         }
     } catch (const std::exception&) {
         status = StatusOpenFailed;

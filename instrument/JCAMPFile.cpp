@@ -327,7 +327,7 @@ bool JCAMPFile::SetOptions(NvImportOpenOptions* options) {
             selection =
                 given ? GetVectorFromString(DecodeOptionsText(*options)) : GetSelectedJCAMPDataBlocks();
             if (options != nullptr) {
-                RenewOptions(*options, EncodeOptionsText(GetStringFromVector(selection)));
+                RenewOptions(*options, GetStringFromVector(selection));
             }
         }
         SelectJCAMPBlock(selection);
@@ -340,12 +340,13 @@ bool JCAMPFile::SetOptions(NvImportOpenOptions* options) {
 // Bytes that the caller gave stay its own and are renewed in place; the new form is no longer than they are
 // unless they hold no selection at all. An empty record gets bytes that are this reader's: its user copies
 // them before the reader is gone.
-void JCAMPFile::RenewOptions(NvImportOpenOptions& options, std::vector<std::uint8_t> bytes) {
+void JCAMPFile::RenewOptions(NvImportOpenOptions& options, const std::string& text) {
     if (WantsOptions(&options)) {
-        optionsBlob = std::move(bytes);
-        options.size = static_cast<std::uint32_t>(optionsBlob.size());
-        options.data = optionsBlob.data();
-    } else if (HasOptions(&options) && bytes.size() <= options.size) {
+        LendOptions(text, optionsBlob, options);
+        return;
+    }
+    const std::vector<std::uint8_t> bytes = EncodeOptionsText(text);
+    if (HasOptions(&options) && bytes.size() <= options.size) {
         std::copy(bytes.begin(), bytes.end(), options.data);
         options.size = static_cast<std::uint32_t>(bytes.size());
     }

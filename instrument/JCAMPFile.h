@@ -153,7 +153,7 @@ private:
     bool SetOptions(NvImportOpenOptions* options);
     static std::vector<int> GetVectorFromString(const std::string& text);
     static std::string GetStringFromVector(const std::vector<int>& indexes);
-    void RenewOptions(NvImportOpenOptions& options, std::vector<std::uint8_t> bytes);
+    void RenewOptions(NvImportOpenOptions& options, const std::string& text);
     int CheckMultiSelection();
     static int MinPagePointNo(const std::vector<JCAMPPage>& pages);
     static int MaxPagePointNo(const std::vector<JCAMPPage>& pages);

@@ -55,8 +55,9 @@ void ReadUSDOptions(const NvImportOpenOptions& options, USDConstraints& constrai
     }
 }
 
-std::vector<std::uint8_t> WriteUSDOptions(USDConstraints& constraints) {
+void LendUSDOptions(USDConstraints& constraints, std::vector<std::uint8_t>& memory,
+                    NvImportOpenOptions& options) {
     std::string text;
     USDBase::GetStringFromUSDConstraints(&constraints, text);
-    return EncodeOptionsText(text);
+    LendOptions(text, memory, options);
 }

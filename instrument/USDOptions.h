@@ -15,5 +15,6 @@
  */
 void ReadUSDOptions(const NvImportOpenOptions& options, USDConstraints& constraints);
 
-/** The bytes of a record with these settings. */
-std::vector<std::uint8_t> WriteUSDOptions(USDConstraints& constraints);
+/** Lets a record hold these settings, as LendOptions does. */
+void LendUSDOptions(USDConstraints& constraints, std::vector<std::uint8_t>& memory,
+                    NvImportOpenOptions& options);

@@ -238,12 +238,9 @@ bool Excel2007File::SetOptions(const NvImportOpenOptions* options) {
     return allThere;
 }
 
-// The record then points into this reader's memory; its user copies it before Close.
 void Excel2007File::GetOptions(NvImportOpenOptions* options) {
     try {
-        optionsBuffer = EncodeOptionsText(ConvertSheetVectorToString(selectedSheets, vertical));
-        options->size = static_cast<std::uint32_t>(optionsBuffer.size());
-        options->data = optionsBuffer.data();
+        LendOptions(ConvertSheetVectorToString(selectedSheets, vertical), optionsBuffer, *options);
     } catch (...) {
         status = StatusBadOptions;
     }

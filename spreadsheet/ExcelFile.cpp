@@ -566,13 +566,10 @@ bool ExcelFile::SetOptions(NvImportOpenOptions* options) {
     return true;
 }
 
-// The record then points into this reader's memory; its user copies it before Close.
 bool ExcelFile::GetOptions(NvImportOpenOptions* options) {
     std::string text;
     ConvertSheetVectorToString(selectedSheets, vertical, text);
-    optionsBuffer = EncodeOptionsText(text);
-    options->size = static_cast<std::uint32_t>(optionsBuffer.size());
-    options->data = optionsBuffer.data();
+    LendOptions(text, optionsBuffer, *options);
     return true;
 }
 

@@ -93,15 +93,12 @@ void TextFile::ReadOptions(const NvImportOpenOptions* options, TextFileOptions& 
     }
 }
 
-// The record then points into this reader's memory; its user copies it before Close.
 void TextFile::WriteOptions(NvImportOpenOptions* options, const TextFileOptions& choices) {
     XMLSection document;
     XMLSection& settings = document.CreateSection(XMLSection::Settings);
     settings.Write(DelimiterKey, choices.delimiter);
     settings.Write(IgnoreConsecutiveKey, choices.ignoreConsecutive);
-    optionsBlob = EncodeOptionsText(document.Flush());
-    options->size = static_cast<std::uint32_t>(optionsBlob.size());
-    options->data = optionsBlob.data();
+    LendOptions(document.Flush(), optionsBlob, *options);
 }
 
 bool TextFile::SetOptions(NvImportOpenOptions* options) {

@@ -413,7 +413,8 @@ TEST(USDOptionsTest, ListsAndCountThatDisagreeRaiseTheStreamsException) {
 TEST(USDOptionsTest, WrittenBytesReadBack) {
     USDConstraints record;
     Fill(record, {{1.25F, 2.5F}}, 2);
-    std::vector<std::uint8_t> bytes = WriteUSDOptions(record);
-    const NvImportOpenOptions options{static_cast<std::uint32_t>(bytes.size()), bytes.data()};
+    std::vector<std::uint8_t> bytes;
+    NvImportOpenOptions options{0, nullptr};
+    LendUSDOptions(record, bytes, options);
     EXPECT_EQ(DecodeOptionsText(options), TextOf("true", "false", "1", "2", "1.25", "2.5"));
 }
