@@ -14,7 +14,7 @@ karta_format(spreadsheet/LotusFile CASES lotus)
 karta_format(instrument/USDBase instrument/USDOptions) # what the readers of spectra on one axis share
 karta_format(instrument/GalacticSPCFile instrument/SPCDate CASES spc)
 karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPLabels instrument/JCAMPStream CASES jcamp)
-karta_format(instrument/BrukerOPUS instrument/OPUSSelection CASES opus)
+karta_format(instrument/BrukerOPUS instrument/OPUSReader instrument/OPUSSelection CASES opus)
 karta_format(instrument/BrukerOPUSInterpolated instrument/InterPolateValues)
 karta_format(instrument/ChemStationFile CASES chemstation)
 karta_format(instrument/BrimroseFile CASES brimrose)

@@ -13,61 +13,12 @@ void SetScaledValues(const BrukerOPUSRecord& record, ByteCursor values, ReadSpre
 
 }  // namespace
 
-void BrukerOPUS::Close() {
-    selection.Clear();
-    warningText.clear();
-    SpreadsheetFile::Close();
-}
-
-void BrukerOPUS::GetErrorMessage(char* buffer, unsigned int size) {
-    selection.CopyErrorText(buffer, size);
-}
-
-const char* BrukerOPUS::GetWarningMessage() {
-    return warningText.empty() ? nullptr : warningText.c_str();
-}
-
-int BrukerOPUS::Open(bool forRead, const char* fileName, NvImportOpenOptions* /*options*/) {
-    if (!forRead) {
-        selection.SetWritingError();
-        status = StatusWrongMode;
-        return status;
-    }
-    if (status != StatusOk) {
-        return status;
-    }
-    if (!selection.Open(fileName) || !selection.ConfirmDifferentRanges()) {
-        status = StatusAbortedByUser;
-    }
-    return status;
+bool BrukerOPUS::ConfirmSelection(OPUSSelection& files) {
+    return files.ConfirmDifferentRanges();
 }
 
 int BrukerOPUS::Read(ReadSpreadSheetData* sink) {
-    if (status != StatusOk) {
-        return status;
-    }
-    if (!selection.Read(*sink, nullptr, SetScaledValues)) {
-        status = StatusAbortedByUser;
-    }
-    return status;
-}
-
-int BrukerOPUS::EstablishSize() {
-    if (status != StatusOk) {
-        return status;
-    }
-    numRows = selection.GetNumRows();
-    numCols = selection.GetNumCols();
-    sizeKnown = true;
-    return StatusOk;
-}
-
-std::vector<FileContents::Part> BrukerOPUS::ListParts() {
-    return selection.ListParts();
-}
-
-std::vector<FileContents::Fact> BrukerOPUS::ListFacts() {
-    return selection.ListFacts();
+    return ReadRows(sink, nullptr, SetScaledValues);
 }
 
 BrukerOPUSFileFactory::BrukerOPUSFileFactory()

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "frame/FileContents.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "instrument/OPUSSelection.h"
+#include "instrument/OPUSReader.h"
 
 /**
  * Bruker OPUS spectra, a row a file: the ratioed spectrum of each (absorbance, transmittance and the like).
@@ -17,21 +15,12 @@
  * File names have numbered extensions, so that a file is known by its first bytes alone. There are no
  * options. Every failure has status 4 and a text of its own.
  */
-class KARTA_EXPORT BrukerOPUS : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT BrukerOPUS : public OPUSReader {
 public:
-    void Close() override;
-    void GetErrorMessage(char* buffer, unsigned int size) override;
-    const char* GetWarningMessage() override;
-    int Open(bool forRead, const char* fileName, NvImportOpenOptions* options) override;
     int Read(ReadSpreadSheetData* sink) override;
-    int EstablishSize() override;
 
-    std::vector<Part> ListParts() override;
-    std::vector<Fact> ListFacts() override;
-
-private:
-    OPUSSelection selection;
-    std::string warningText;
+protected:
+    bool ConfirmSelection(OPUSSelection& files) override;
 };
 
 class KARTA_EXPORT BrukerOPUSFileFactory : public SprFileFactory {

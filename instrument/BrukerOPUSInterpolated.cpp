@@ -11,47 +11,20 @@ constexpr double MaxSpacings = 2.0;
 }  // namespace
 
 void BrukerOPUSInterpolated::Close() {
-    selection.Clear();
-    warningText.clear();
     grid.clear();
-    SpreadsheetFile::Close();
+    OPUSReader::Close();
 }
 
-void BrukerOPUSInterpolated::GetErrorMessage(char* buffer, unsigned int size) {
-    selection.CopyErrorText(buffer, size);
-}
-
-const char* BrukerOPUSInterpolated::GetWarningMessage() {
-    return warningText.empty() ? nullptr : warningText.c_str();
-}
-
-int BrukerOPUSInterpolated::Open(bool forRead, const char* fileName, NvImportOpenOptions* /*options*/) {
-    if (!forRead) {
-        selection.SetWritingError();
-        status = StatusWrongMode;
-        return status;
-    }
-    if (status != StatusOk) {
-        return status;
-    }
-    if (!selection.Open(fileName)) {
-        status = StatusAbortedByUser;
-    }
-    return status;
+bool BrukerOPUSInterpolated::ConfirmSelection(OPUSSelection& /*files*/) {
+    return true;
 }
 
 int BrukerOPUSInterpolated::Read(ReadSpreadSheetData* sink) {
-    if (status != StatusOk) {
-        return status;
-    }
     grid.clear();
     const auto setValues = [this](const BrukerOPUSRecord& record, ByteCursor values,
                                   ReadSpreadSheetData& target,
                                   int row) { SetInterpolatedValues(record, values, target, row); };
-    if (!selection.Read(*sink, &grid, setValues)) {
-        status = StatusAbortedByUser;
-    }
-    return status;
+    return ReadRows(sink, &grid, setValues);
 }
 
 void BrukerOPUSInterpolated::SetInterpolatedValues(const BrukerOPUSRecord& record, ByteCursor values,
@@ -72,24 +45,6 @@ void BrukerOPUSInterpolated::SetInterpolatedValues(const BrukerOPUSRecord& recor
         }
         ++column;
     }
-}
-
-int BrukerOPUSInterpolated::EstablishSize() {
-    if (status != StatusOk) {
-        return status;
-    }
-    numRows = selection.GetNumRows();
-    numCols = selection.GetNumCols();
-    sizeKnown = true;
-    return StatusOk;
-}
-
-std::vector<FileContents::Part> BrukerOPUSInterpolated::ListParts() {
-    return selection.ListParts();
-}
-
-std::vector<FileContents::Fact> BrukerOPUSInterpolated::ListFacts() {
-    return selection.ListFacts();
 }
 
 BrukerOPUSInterpolatedFileFactory::BrukerOPUSInterpolatedFileFactory()

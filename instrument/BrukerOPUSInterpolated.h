@@ -2,10 +2,8 @@
 
 #include <vector>
 
-#include "frame/FileContents.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "instrument/OPUSSelection.h"
+#include "instrument/OPUSReader.h"
 
 /**
  * Bruker OPUS spectra on one axis: the same table as BrukerOPUS makes, but with each file's values
@@ -15,24 +13,19 @@
  * The X row is the axis: a sink that doesn't want row 2 gets rows without values. There are no options.
  * Every failure has status 4 and a text of its own.
  */
-class KARTA_EXPORT BrukerOPUSInterpolated : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT BrukerOPUSInterpolated : public OPUSReader {
 public:
     void Close() override;
-    void GetErrorMessage(char* buffer, unsigned int size) override;
-    const char* GetWarningMessage() override;
-    int Open(bool forRead, const char* fileName, NvImportOpenOptions* options) override;
     int Read(ReadSpreadSheetData* sink) override;
-    int EstablishSize() override;
 
-    std::vector<Part> ListParts() override;
-    std::vector<Fact> ListFacts() override;
+protected:
+    /** Nobody is asked: different ranges are what this reader is for. */
+    bool ConfirmSelection(OPUSSelection& files) override;
 
 private:
     void SetInterpolatedValues(const BrukerOPUSRecord& record, ByteCursor values, ReadSpreadSheetData& sink,
                                int row);
 
-    OPUSSelection selection;
-    std::string warningText;
     /** The first file's X values. */
     std::vector<float> grid;
     // The X and Y of the file being read.
