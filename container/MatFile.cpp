@@ -50,21 +50,16 @@ int VersionOf(std::span<const std::uint8_t> head) {
     std::string_view text(reinterpret_cast<const char*>(head.data()), head.size());
     text = text.substr(0, text.find('\0'));
     const std::size_t blank = text.find(' ');
-    int version = 0;
-    if (blank != std::string_view::npos) {
-        text.remove_prefix(blank + 1);
-        ParseInt(text.substr(0, text.find(' ')), version);
+    if (blank == std::string_view::npos) {
+        return 0;
     }
-    return version;
+    text.remove_prefix(blank + 1);
+    return ToLeadingInt(text.substr(0, text.find(' ')));
 }
 
 // The number behind one of two stems; 0 for another name.
 int IdNumber(const std::string& name, std::string_view stem) {
-    int number = 0;
-    if (name.starts_with(stem)) {
-        ParseInt(std::string_view(name).substr(stem.size()), number);
-    }
-    return number;
+    return name.starts_with(stem) ? ToLeadingInt(std::string_view(name).substr(stem.size())) : 0;
 }
 
 int ColumnIdNumber(const std::string& name) {

@@ -482,9 +482,7 @@ bool MvaCDFFileReader::IsMissing(double value, const std::string& text) const {
                         4 * SixDigits * std::max(std::fabs(value), std::fabs(missingValue))) {
         return false;
     }
-    double read = 0.0;
-    ParseDouble(text, read);
-    return TolerantEqual(read, missingValue);
+    return TolerantEqual(ToLeadingDouble(text), missingValue);
 }
 
 int MvaCDFFileReader::EstablishSize() {

@@ -57,9 +57,7 @@ std::vector<Token> Split(std::string_view text) {
             if (digits.size() > MostDigits) {
                 return {};
             }
-            int number = 0;
-            ParseInt(digits, number);
-            tokens.push_back({Token::Number, std::string(digits), number});
+            tokens.push_back({Token::Number, std::string(digits), ToLeadingInt(digits)});
         } else if (IsLetter(text.front())) {
             tokens.push_back({Token::Word, ToLowerCase(TakeWhile(text, IsLetter))});
         } else {

@@ -89,3 +89,15 @@ std::size_t ParseInt(std::string_view text, int& value) {
     }
     return static_cast<std::size_t>(stop - text.data());
 }
+
+double ToLeadingDouble(std::string_view text) {
+    double value = 0.0;
+    ParseDouble(text, value);
+    return value;
+}
+
+int ToLeadingInt(std::string_view text) {
+    int value = 0;
+    ParseInt(text, value);
+    return value;
+}

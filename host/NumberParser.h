@@ -16,6 +16,10 @@ std::size_t ParseDouble(std::string_view text, double& value);
 /** The same for a whole number, held to the range of int; stops at the first character that is no digit. */
 std::size_t ParseInt(std::string_view text, int& value);
 
+/** The number at the start of a text; 0 when there is none. */
+double ToLeadingDouble(std::string_view text);
+int ToLeadingInt(std::string_view text);
+
 /** White space as the C locale has it. */
 bool IsSpace(char c);
 

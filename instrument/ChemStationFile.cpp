@@ -50,12 +50,6 @@ std::uint64_t DataOffset(const HPLCData& data) {
     return static_cast<std::uint64_t>(data.dataStart - 1) * BlockSize;
 }
 
-int VersionOf(const std::string& text) {
-    int version = 0;
-    ParseInt(text, version);
-    return version;
-}
-
 // "10-Apr-12, 15:40" as "10-Apr-12 15:40". At the very start neither comma nor blanks are touched.
 std::string TidyDate(std::string date) {
     const std::size_t comma = date.find(',');
@@ -147,13 +141,13 @@ int ChemStationFile::CheckFile(HPLCData* data) {
     if (!file.IsOpen()) {
         return StatusCannotOpen;
     }
-    data->version = VersionOf(ReadText(VersionOffset, false));
+    data->version = ToLeadingInt(ReadText(VersionOffset, false));
     if (data->version < 1) {
         return StatusOk;
     }
     const Layout& layout = data->version < FirstNewerVersion ? OlderLayout : NewerLayout;
     if (layout.wide) {
-        data->version = VersionOf(ReadText(WideVersionOffset, true));
+        data->version = ToLeadingInt(ReadText(WideVersionOffset, true));
     }
     data->headerInt1 = ReadInt32(HeaderInt1Offset, true);
     data->headerInt2 = ReadInt32(HeaderInt2Offset, true);

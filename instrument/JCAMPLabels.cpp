@@ -57,12 +57,6 @@ constexpr ClassName ClassNames[] = {
     {"XYPOINTS", JCAMPData::ClassXYPoints},       {"PEAKTABLE", JCAMPData::ClassPeakTable},
     {"ASSIGNMENTS", JCAMPData::ClassAssignments}, {"NTUPLES", JCAMPData::ClassNTuples}};
 
-double NumberOf(std::string_view text) {
-    double number = 0.0;
-    ParseDouble(text, number);
-    return number;
-}
-
 void SetDataType(JCAMPData& block, std::string_view value) {
     if (value == LinkType) {
         block.dataType = LinkType;
@@ -94,7 +88,7 @@ int ReadBlockCount(JCAMPData& block, std::string_view value, std::string& errorT
         errorText = "Found an illegal label ##BLOCKS within a LINK-block";
         return JCAMPFile::StatusIllegalLabel;
     }
-    const double count = NumberOf(value);
+    const double count = ToLeadingDouble(value);
     if (std::fabs(count) <= std::numeric_limits<int>::max()) {
         block.blockCount = static_cast<int>(count);
     }
@@ -105,7 +99,7 @@ int ReadNumber(double& field, std::string_view value) {
     if (value.empty()) {
         return JCAMPFile::StatusMissingValue;
     }
-    field = NumberOf(value);
+    field = ToLeadingDouble(value);
     return 0;
 }
 
@@ -113,7 +107,7 @@ int ReadFactor(double& field, std::string_view value) {
     if (value.empty()) {
         return JCAMPFile::StatusMissingValue;
     }
-    const double factor = NumberOf(value);
+    const double factor = ToLeadingDouble(value);
     if (factor == 0.0) {
         return JCAMPFile::StatusIllegalFactor;
     }
@@ -125,7 +119,7 @@ int ReadPointCount(JCAMPData& block, std::string_view value) {
     if (value.empty()) {
         return JCAMPFile::StatusMissingValue;
     }
-    const double count = NumberOf(value);
+    const double count = ToLeadingDouble(value);
     const bool possible = count >= 1.0 && count <= std::numeric_limits<int>::max();
     if (!possible || count != std::trunc(count)) {
         return JCAMPFile::StatusIllegalPointCount;

@@ -1,7 +1,5 @@
 #include "process/BrooksideFields.h"
 
-#include "host/NumberParser.h"
-
 void BrooksideFields::Split(std::string_view line) {
     fields.clear();
     bool more = !line.empty();
@@ -16,16 +14,4 @@ void BrooksideFields::Split(std::string_view line) {
 std::string_view BrooksideFields::GetText(int field) const {
     const std::string_view* text = Get(field);
     return text == nullptr ? std::string_view() : *text;
-}
-
-int ToLeadingInt(std::string_view text) {
-    int value = 0;
-    ParseInt(text, value);
-    return value;
-}
-
-double ToLeadingDouble(std::string_view text) {
-    double value = 0.0;
-    ParseDouble(text, value);
-    return value;
 }

@@ -21,8 +21,3 @@ public:
 private:
     std::vector<std::string_view> fields;
 };
-
-/** The whole number at the start of a text; 0 when there is none. Held to the range of int. */
-int ToLeadingInt(std::string_view text);
-/** The number at the start of a text; 0 when there is none. */
-double ToLeadingDouble(std::string_view text);

@@ -5,6 +5,7 @@
 
 #include "frame/ReadSpreadSheetData.h"
 #include "host/Ascii.h"
+#include "host/NumberParser.h"
 #include "host/NvString.h"
 #include "host/PathNames.h"
 #include "process/BrooksideFailure.h"
@@ -140,8 +141,7 @@ void BrooksideSamples::ReadEntry(BrooksideStream& stream, const PhaseEntry& entr
     std::int64_t row = entry.firstRow;
     do {
         if (stream.AtEnd()) {
-            throw BrooksideFailure{BrooksideFile::StatusEndOfFile,
-                                   "Unexpected end of file in " + fileName + "."};
+            FailAtEndOfFile();
         }
         CheckRow(row);
         const std::string_view text = stream.NextLine();

@@ -15,6 +15,7 @@
 #include "host/CopyMessage.h"
 #include "host/Exception.h"
 #include "host/FNClass.h"
+#include "host/NumberParser.h"
 #include "host/PathNames.h"
 #include "host/Unicode.h"
 #include "process/BrooksideDom.h"

@@ -246,8 +246,7 @@ int DIFFile::ReadDIFRecord(char* valueText, char* stringText) {
 
 // The count of the present header entry; -1 for one that the rest of the file can't hold.
 int DIFFile::ReadCount(std::int64_t limit) {
-    int count = 0;
-    ParseInt(valuePart, count);
+    const int count = ToLeadingInt(valuePart);
     return count < 0 || count > limit ? -1 : count;
 }
 

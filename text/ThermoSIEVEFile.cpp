@@ -97,12 +97,6 @@ std::vector<int> FindSources(const ThermoMirroredReadSpreadSheetData& table, int
     return sources;
 }
 
-double NumberOf(const char* text) {
-    double value = 0.0;
-    ParseDouble(text, value);
-    return value;
-}
-
 // Rows of the result that are turned together. A line's neighbouring cells lie side by side in memory and
 // those of a column don't, so a few columns are copied at a time before each is pushed as a row.
 constexpr int RowsAtOnce = 64;
@@ -169,8 +163,8 @@ private:
             sink->Set(1, k + 1, label);
         } else if (start != FromNothing && stop != FromNothing) {
             sink->Set(line, k + 1,
-                      0.5 * (NumberOf(table.GetText(line - 1, start - 1)) +
-                             NumberOf(table.GetText(line - 1, stop - 1))));
+                      0.5 * (ToLeadingDouble(table.GetText(line - 1, start - 1)) +
+                             ToLeadingDouble(table.GetText(line - 1, stop - 1))));
         }
     }
 
