@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "container/NetCDF.h"
+#include "frame/OptionsText.h"
 #include "host/CopyMessage.h"
 #include "host/NumberFormat.h"
 #include "host/NvFile.h"
@@ -226,7 +227,7 @@ bool AndiFileReader::SetOptions(NvImportOpenOptions* options) {
     }
     try {
         USDConstraints constraints;
-        if (options != nullptr && options->size != 0 && options->data != nullptr) {
+        if (HasOptions(options)) {
             GetDefaultUSDConstraints(&constraints);
             ReadUSDOptions(*options, constraints);
         } else {
