@@ -97,6 +97,8 @@ constexpr int LastColumnSize = 2;
 // Open looks at every byte of the globals once and at the head of every sheet once, so a file in which it
 // comes to more than a few times its size leads in circles.
 constexpr long long MaxWalks = 4;
+// A small file may be walked as often as it likes: that takes no time.
+constexpr long long MinWalkBudget = 1 << 22;
 
 // A sheet's declared size isn't bound to its cells. No version has more rows or columns than this, so no
 // label is written beyond.
@@ -256,8 +258,7 @@ void ExcelFile::Reset(const char* fileName) {
     isBiff8 = false;
     sharedStrings.reset();
     dateXf.clear();
-    walkBudget =
-        MaxWalks * std::max<long long>(static_cast<long long>(NvFile::GetSize(fileName)), MaxRecordLength);
+    walkBudget = std::max(MaxWalks * static_cast<long long>(NvFile::GetSize(fileName)), MinWalkBudget);
 }
 
 void ExcelFile::OpenStream(const char* fileName) {
@@ -481,24 +482,21 @@ bool ExcelFile::ReadBoundSheet() {
 // A format is one of dates when it has two date letters anywhere, also in quoted text. The one reading
 // serves BIFF5 and BIFF8: in the latter the upper byte of the count and the option byte stand before the
 // text, so that its last two characters are not seen; and a text of 16-bit characters, which ends early
-// here, counts as a date. All of this is meant.
+// here, counts as a date, as does one whose count is negative as a signed byte. All of this is meant.
 void ExcelFile::ReadFormat() {
     const std::int8_t count = I1Shuffle(record.data, 2);
-    if (count < 0) {
-        return;
-    }
-    std::string text(record.data + 3, static_cast<std::size_t>(count));
+    std::string text(record.data + 3, static_cast<std::size_t>(std::max<std::int8_t>(count, 0)));
     for (std::size_t i = 0; i < 2 && i < text.size() && text[i] == '\0'; ++i) {
         text[i] = '_';
     }
     const std::string_view format(text.c_str());
     const std::size_t first = std::min(format.find_first_of(DateLetters), format.size());
-    if (first == text.size()) {
+    if (std::cmp_equal(first, count)) {
         return;
     }
     const std::string_view rest = format.substr(std::min(first + 1, format.size()));
     const std::size_t second = std::min(rest.find_first_of(DateLetters), rest.size());
-    if (second != text.size() - first - 1) {
+    if (!std::cmp_equal(first + 1 + second, count)) {
         dateFormats.insert(I2Shuffle(record.data, 0));
     }
 }

@@ -362,6 +362,17 @@ TEST_F(ExcelFileTest, SheetsBeyond255AreKept) {
     EXPECT_EQ(Cells(book, {options.Get()}), "Set 1 1 double 300\n");
 }
 
+TEST_F(ExcelFileTest, SmallFileWithManyEntriesForOnePlaceIsWalkedToItsEnd) {
+    // Each entry leads to the file's start, from where the walk finds an EOF but no size.
+    WorkbookBuilder book;
+    for (int i = 0; i < 300; ++i) {
+        book.SheetAt("A", 0);
+    }
+    EXPECT_EQ(Lines(PlainTrace(book.Build()), "Open"), "Open 0x107\n");
+    book.Sheet("B", 1, 1, Grid(1, 1, 7));
+    EXPECT_EQ(CellsOf(PlainTrace(book.Build())), "Set 1 1 double 7\n");
+}
+
 TEST_F(ExcelFileTest, GlobalsThatLeadInCirclesEnd) {
     // Many entries that lead to one long run of records before a size: each would walk through all of it.
     std::string junk;
@@ -641,8 +652,15 @@ TEST_F(ExcelFileTest, FormatCutShortByAZeroFollowsTheRulesOwnSteps) {
     EXPECT_EQ(DayInFormat(Biff5, std::string_view("\0\0\0", 3)), "number");
 }
 
-TEST_F(ExcelFileTest, NegativeFormatCountIsNoDate) {
-    EXPECT_EQ(DayInFormat(Biff5, std::string(200, 'd')), "number");
+TEST_F(ExcelFileTest, FormatWhoseCountIsNegativeAsASignedByteIsADate) {
+    // Nothing is copied, so neither search ends at the count: as with a text cut short by a zero.
+    for (const unsigned version : {Biff5, Biff8}) {
+        EXPECT_EQ(DayInFormat(version, std::string(127, '0')), "number");
+        for (const std::size_t count : {128U, 200U, 255U}) {
+            EXPECT_EQ(DayInFormat(version, std::string(count, 'd')), "date") << count;
+            EXPECT_EQ(DayInFormat(version, std::string(count, '0')), "date") << count;
+        }
+    }
 }
 
 TEST_F(ExcelFileTest, BuiltInDateFormatsNeedNoRecord) {
