@@ -755,6 +755,8 @@ TEST_F(Excel2007FileTest, EntitiesThatGrowWithoutEndAreStatus0x303) {
     Workbook book = OneSheet("");
     book.sheets[0] = "<!DOCTYPE worksheet [" + declarations + "]>" + Sheet(Row(1, "A", "&e12;"));
     EXPECT_EQ(Outcome(book), CorruptRead);
+    book.sheets[0] = "<!DOCTYPE worksheet [" + declarations + "<!ATTLIST c q CDATA '&e12;'>]>" + Sheet("");
+    EXPECT_EQ(Outcome(book), CorruptRead);
 }
 
 TEST_F(Excel2007FileTest, ManySiblingsAndManyLevelsRead) {
