@@ -29,6 +29,20 @@ bool Contains(const XMLCh* text, std::string_view name) {
            }) != end;
 }
 
+// Tells the handler of what the library's own reader keeps to itself.
+class BoundedSaxReader : public xercesc::SAX2XMLReaderImpl {
+public:
+    explicit BoundedSaxReader(const XmlHandler& target) : handler(target) {}
+
+    void startAttList(const xercesc::DTDElementDecl& element) override {
+        handler.StartAttributeDeclarations();
+        SAX2XMLReaderImpl::startAttList(element);
+    }
+
+private:
+    const XmlHandler& handler;
+};
+
 void Spend(std::size_t& left, std::size_t amount) {
     if (amount > left) {
         throw xercesc::SAXException("the document type declares too much");
@@ -59,9 +73,19 @@ xercesc::InputSource* ClosedEntityResolver::resolveEntity(const XMLCh* /*publicI
 void XmlDeclarationBudget::AddEntity(const XMLCh* value, bool isParameterEntity) {
     const std::size_t length = XMLString::stringLen(value);
     Spend(entityTextLeft, length);
-    const bool usesOthers = length > 0 && XMLString::indexOf(value, u'%') >= 0;
-    if (isParameterEntity && (usesOthers || length > MaxParameterEntityText)) {
+    const bool usesOthers = length > 0 && XMLString::indexOf(value, isParameterEntity ? u'%' : u'&') >= 0;
+    const bool mayGrow = usesOthers || length > MaxParameterEntityText;
+    if (isParameterEntity && mayGrow) {
         throw xercesc::SAXException("the document type declares a parameter entity that is too large");
+    }
+    entitiesMayGrow = entitiesMayGrow || mayGrow;
+}
+
+// Only an entity that was declared before can be used here.
+void XmlDeclarationBudget::StartAttributes() const {
+    if (entitiesMayGrow) {
+        throw xercesc::SAXException(
+            "the document type declares attributes behind an entity that is too large");
     }
 }
 
@@ -89,7 +113,7 @@ bool ParseXml(std::istream& stream, XmlHandler& handler) {
     limits.setEntityExpansionLimit(XmlDeclarationBudget::MaxEntityExpansions);
     const IStreamInputSource source(stream);
     try {
-        xercesc::SAX2XMLReaderImpl reader;
+        BoundedSaxReader reader(handler);
         // The scanner that knows DTDs, and so entities, but no schemas.
         reader.setProperty(XMLUni::fgXercesScannerName, const_cast<XMLCh*>(XMLUni::fgDGXMLScanner));
         reader.setProperty(XMLUni::fgXercesSecurityManager, &limits);
@@ -128,6 +152,11 @@ void BoundedDomParser::entityDecl(const xercesc::DTDEntityDecl& declaration, boo
                                   bool isIgnored) {
     budget.AddEntity(declaration.getValue(), isParameterEntity);
     XercesDOMParser::entityDecl(declaration, isParameterEntity, isIgnored);
+}
+
+void BoundedDomParser::startAttList(const xercesc::DTDElementDecl& element) {
+    budget.StartAttributes();
+    XercesDOMParser::startAttList(element);
 }
 
 void BoundedDomParser::attDef(const xercesc::DTDElementDecl& element, const xercesc::DTDAttDef& attribute,

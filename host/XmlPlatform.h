@@ -52,7 +52,10 @@ public:
     static constexpr std::size_t MaxEntityText = 65536;
     /** How often entities may be used in one document, those inside others included. */
     static constexpr std::size_t MaxEntityExpansions = 1000;
-    /** A parameter entity may be used without end, so it has to be short and must not use others. */
+    /**
+     * What may be used without end has to be short and must not use others: a parameter entity, and any
+     * entity once attributes are declared, since the uses in their default values aren't counted.
+     */
     static constexpr std::size_t MaxParameterEntityText = 256;
     /** Every element is looked through for all attributes that are declared for it. */
     static constexpr std::size_t MaxAttributes = 64;
@@ -63,9 +66,12 @@ public:
 
     /** `value` may be null, as it is for external ones. */
     void AddEntity(const XMLCh* value, bool isParameterEntity);
+    /** To be called before the declarations of an element's attributes are looked at. */
+    void StartAttributes() const;
     void AddAttribute(const XMLCh* defaultValue);
 
 private:
+    bool entitiesMayGrow = false;
     std::size_t entityTextLeft = MaxEntityText;
     std::size_t attributesLeft;
     std::size_t defaultTextLeft = MaxDefaultText;
@@ -81,6 +87,8 @@ public:
     void internalEntityDecl(const XMLCh* name, const XMLCh* value) override;
     void attributeDecl(const XMLCh* element, const XMLCh* attribute, const XMLCh* type, const XMLCh* mode,
                        const XMLCh* value) override;
+    /** ParseXml calls it before the attributes that are declared together. */
+    void StartAttributeDeclarations() const { budget.StartAttributes(); }
 
 private:
     ClosedEntityResolver resolver;
@@ -107,6 +115,7 @@ public:
 
     void entityDecl(const xercesc::DTDEntityDecl& declaration, bool isParameterEntity,
                     bool isIgnored) override;
+    void startAttList(const xercesc::DTDElementDecl& element) override;
     void attDef(const xercesc::DTDElementDecl& element, const xercesc::DTDAttDef& attribute,
                 bool isIgnored) override;
 

@@ -15,8 +15,9 @@ constexpr int RunsBit = 0x08;
 
 constexpr std::uint64_t RunSize = 4;
 
+// The low byte of the last unit doesn't matter.
 bool EndsInHighSurrogate(std::span<const std::uint8_t> units) {
-    return units.size() >= 2 && (units.back() & 0xFC) == 0xD8;
+    return units.size() >= 2 && IsHighSurrogate(char32_t{units.back()} << 8);
 }
 
 }  // namespace

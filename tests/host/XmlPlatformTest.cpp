@@ -124,6 +124,17 @@ TEST_F(XmlPlatformTest, ParameterEntitiesMustNotUseOthers) {
     EXPECT_FALSE(Parse("<!DOCTYPE a [<!ENTITY % p ' '><!ENTITY % q '&#37;p;&#37;p;'>%q;]><a/>"));
 }
 
+// The library expands what a declared value uses without counting.
+TEST_F(XmlPlatformTest, EntitiesThatMayGrowDoNotGoWithDeclaredAttributes) {
+    const std::string attribute = "<!ATTLIST a x CDATA '&e;'>";
+    const std::string limit(XmlDeclarationBudget::MaxParameterEntityText, 'x');
+    EXPECT_TRUE(Parse("<!DOCTYPE a [<!ENTITY e 'y'>" + attribute + "]><a/>"));
+    EXPECT_TRUE(Parse("<!DOCTYPE a [<!ENTITY e '" + limit + "'>" + attribute + "]><a/>"));
+    EXPECT_FALSE(Parse("<!DOCTYPE a [<!ENTITY f 'y'><!ENTITY e '&f;'>" + attribute + "]><a/>"));
+    EXPECT_FALSE(Parse("<!DOCTYPE a [<!ENTITY e 'y'><!ENTITY f '" + limit + "x'>" + attribute + "]><a/>"));
+    EXPECT_TRUE(Parse("<!DOCTYPE a [<!ENTITY e 'y'>" + attribute + "<!ENTITY f '" + limit + "x'>]><a/>"));
+}
+
 TEST_F(XmlPlatformTest, ManyDeclaredAttributesAreRefused) {
     std::string attributes;
     for (int i = 0; i < 65; ++i) {
@@ -167,6 +178,10 @@ TEST_F(XmlPlatformTest, DomParserRaisesForDamageAndForBombs) {
     EXPECT_THROW(ParseDom(damaged, "<a>"), xercesc::SAXException);
     BoundedDomParser bomb;
     EXPECT_THROW(ParseDom(bomb, "<!DOCTYPE a [<!ENTITY e 'x'>]><a>" + Repeat("&e;", 1001) + "</a>"),
+                 xercesc::SAXException);
+    BoundedDomParser inAttribute;
+    EXPECT_THROW(ParseDom(inAttribute,
+                          "<!DOCTYPE a [<!ENTITY f 'y'><!ENTITY e '&f;'><!ATTLIST a x CDATA '&e;'>]><a/>"),
                  xercesc::SAXException);
     BoundedDomParser nested;
     EXPECT_THROW(ParseDom(nested, "<!DOCTYPE a [<!ENTITY % p ' '><!ENTITY % q '&#37;p;'>%q;]><a/>"),
