@@ -49,7 +49,7 @@ private:
 class XmlDeclarationBudget {
 public:
     /** The entities' texts together, in characters. */
-    static constexpr std::size_t MaxEntityText = 65536;
+    static constexpr std::size_t MaxEntityText = 8192;
     /** How often entities may be used in one document, those inside others included. */
     static constexpr std::size_t MaxEntityExpansions = 1000;
     /**
