@@ -160,7 +160,7 @@ std::string JCAMPFile::strstrip(std::string_view text) {
 
 // A stream that has failed already leaves the line as it was.
 bool JCAMPFile::ReadLine(std::string_view& line, JCAMPStream& stream) {
-    if (stream.HasFailed() || !stream.TakeLine(line)) {
+    if (!stream.TakeLine(line)) {
         return false;
     }
     line = line.substr(0, line.find('\0'));
@@ -681,16 +681,16 @@ int JCAMPFile::ReadXYData(Series& series, JCAMPStream& stream, const JCAMPData& 
 int JCAMPFile::ReadXYLine(Series& series, std::string_view line) {
     JCAMPDecoder decoder(line);
     double y = 0.0;
+    int abscissaCount = 0;
     int count = 0;
     bool missing = false;
-    int code = ReadNextValue(decoder, y, count, missing, false);
-    if (code != StatusOk) {
-        return code;
+    int code = ReadNextValue(decoder, y, abscissaCount, missing, false);
+    if (code == StatusOk) {
+        code = ReadNextValue(decoder, y, count, missing, false);
     }
-    if (count != 1) {
+    if (code == StatusOk && abscissaCount != 1) {
         return StatusAbscissaRepeated;
     }
-    code = ReadNextValue(decoder, y, count, missing, false);
     if (code == StatusOk && count < 0) {
         return StatusFirstOrdinateDifference;
     }
