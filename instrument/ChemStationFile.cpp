@@ -56,8 +56,7 @@ std::string TidyDate(std::string date) {
     if (comma != std::string::npos && comma > 0) {
         date.erase(comma, 1);
     }
-    for (std::size_t blanks = date.find("  "); blanks != std::string::npos && blanks > 0;
-         blanks = date.find("  ")) {
+    for (std::size_t blanks = date.find("  ", 1); blanks != std::string::npos; blanks = date.find("  ", 1)) {
         date.erase(blanks, 1);
     }
     return date;

@@ -1,8 +1,11 @@
 #include "instrument/USDBase.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
-#include <vector>
+#include <cstdint>
+#include <iterator>
+#include <set>
 
 #include "host/XMLSection.h"
 
@@ -38,6 +41,73 @@ void ReadPoints(const XMLSection& settings, const char* key, float* points) {
 
 bool IsOnEnd(float end, float x) {
     return std::fabs((end - x) / x) < EndTolerance;
+}
+
+bool IsBehindStart(float start, float x) {
+    return start <= x || IsOnEnd(start, x);
+}
+
+bool IsBeforeEnd(float end, float x) {
+    return x <= end || IsOnEnd(end, x);
+}
+
+// All floats but the NaNs as integers in the same order, so that they can be counted through; both zeros
+// are one.
+std::int32_t OrdinalOf(float value) {
+    const auto bits = std::bit_cast<std::int32_t>(value);
+    return bits >= 0 ? bits : std::numeric_limits<std::int32_t>::min() - bits;
+}
+
+float FloatOf(std::int32_t ordinal) {
+    return std::bit_cast<float>(ordinal >= 0 ? ordinal : std::numeric_limits<std::int32_t>::min() - ordinal);
+}
+
+// The least of the ordinals from `low` on, up to `high`, at which `holds` begins to be true and stays so;
+// one more than `high` when it never does.
+template <class Condition>
+std::int64_t FindFirst(std::int64_t low, std::int64_t high, Condition holds) {
+    ++high;
+    while (low < high) {
+        const std::int64_t middle = low + (high - low) / 2;
+        if (holds(FloatOf(static_cast<std::int32_t>(middle)))) {
+            high = middle;
+        } else {
+            low = middle + 1;
+        }
+    }
+    return low;
+}
+
+// Where an interval begins or ends.
+struct Edge {
+    std::int64_t ordinal;
+    int interval;
+    bool begins;
+};
+
+// The edges of all intervals, in ascending order. Both ends reach as far as their tolerance, and either
+// condition turns only once in all the floats.
+std::vector<Edge> EdgesOf(const float* starts, const float* ends, int size) {
+    const std::int64_t least = OrdinalOf(-std::numeric_limits<float>::infinity());
+    const std::int64_t greatest = OrdinalOf(std::numeric_limits<float>::infinity());
+    std::vector<Edge> edges;
+    for (int i = 0; i < size; ++i) {
+        const float start = starts[i];
+        const float end = ends[i];
+        if (std::isnan(start) || std::isnan(end)) {
+            continue;
+        }
+        const std::int64_t from =
+            FindFirst(least, greatest, [start](float x) { return IsBehindStart(start, x); });
+        const std::int64_t behind =
+            FindFirst(least, greatest, [end](float x) { return !IsBeforeEnd(end, x); });
+        if (from < behind) {
+            edges.push_back({from, i, true});
+            edges.push_back({behind, i, false});
+        }
+    }
+    std::sort(edges.begin(), edges.end(), [](const Edge& a, const Edge& b) { return a.ordinal < b.ordinal; });
+    return edges;
 }
 
 }  // namespace
@@ -77,6 +147,7 @@ USDBase& USDBase::operator=(const USDBase& other) {
     countX = other.countX;
     countY = other.countY;
     lastInterval = other.lastInterval;
+    stretches = other.stretches;
     return *this;
 }
 
@@ -98,6 +169,7 @@ void USDBase::SetUSDConstraints(USDConstraints* constraints) {
     useAverage = constraints->useAverage;
     startPoints = CopyOf(constraints->startPoints, numIntervals);
     endPoints = CopyOf(constraints->endPoints, numIntervals);
+    MakeStretches();
 }
 
 void USDBase::GetUSDConstraints(USDConstraints* constraints) {
@@ -184,17 +256,40 @@ bool USDBase::TakesEveryPoint() const {
     return includeAll || (numIntervals > 0 && (startPoints == nullptr || endPoints == nullptr));
 }
 
-// The first interval that holds x, or -1.
-int USDBase::FindInterval(float x) const {
-    const float* starts = startPoints.get();
-    const float* ends = endPoints.get();
-    for (int i = 0; i < numIntervals; ++i) {
-        const bool behindStart = starts[i] <= x || IsOnEnd(starts[i], x);
-        if (behindStart && (x <= ends[i] || IsOnEnd(ends[i], x))) {
-            return i;
+// The first of the intervals that hold a point takes it, so that each stretch has the least of those that
+// are open in it.
+void USDBase::MakeStretches() {
+    stretches.clear();
+    if (startPoints == nullptr || endPoints == nullptr) {
+        return;
+    }
+    const std::vector<Edge> edges = EdgesOf(startPoints.get(), endPoints.get(), numIntervals);
+    std::set<int> open;
+    for (std::size_t i = 0; i < edges.size(); ++i) {
+        const Edge& edge = edges[i];
+        if (edge.begins) {
+            open.insert(edge.interval);
+        } else {
+            open.erase(edge.interval);
+        }
+        const bool isLastHere = i + 1 == edges.size() || edges[i + 1].ordinal != edge.ordinal;
+        // Behind the greatest float there is nothing.
+        if (isLastHere && edge.ordinal <= OrdinalOf(std::numeric_limits<float>::infinity())) {
+            stretches.push_back(
+                {FloatOf(static_cast<std::int32_t>(edge.ordinal)), open.empty() ? -1 : *open.begin()});
         }
     }
-    return -1;
+}
+
+// The first interval that holds x, or -1.
+int USDBase::FindInterval(float x) const {
+    if (std::isnan(x)) {
+        return -1;
+    }
+    const auto next =
+        std::upper_bound(stretches.begin(), stretches.end(), x,
+                         [](float point, const Stretch& stretch) { return point < stretch.start; });
+    return next == stretches.begin() ? -1 : std::prev(next)->interval;
 }
 
 // Puts a point of an interval into the open group and tells whether this ends a column, whose value then

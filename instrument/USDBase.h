@@ -3,6 +3,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "host/Export.h"
 
@@ -106,7 +107,17 @@ protected:
     int lastInterval = 0;
 
 private:
+    /** The points from this one on, up to the next stretch, are all of one interval, or of none (-1). */
+    struct Stretch {
+        float start;
+        int interval;
+    };
+
     bool TakesEveryPoint() const;
+    void MakeStretches();
     int FindInterval(float x) const;
     bool EndsColumn(int interval, float& value, float& sum, int& count) const;
+
+    /** In ascending order; made of the intervals, of which there can be as many as points. */
+    std::vector<Stretch> stretches;
 };

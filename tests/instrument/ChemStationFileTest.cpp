@@ -281,7 +281,9 @@ TEST_F(ChemStationFileTest, DateIsTidied) {
     EXPECT_EQ(date("Apr    10  2012"), "\"Apr 10 2012\"");
     EXPECT_EQ(date("Apr ,  10"), "\"Apr 10\"");
     EXPECT_EQ(date(",10 Apr"), "\",10 Apr\"");
-    EXPECT_EQ(date("  10  Apr"), "\"  10  Apr\"");
+    EXPECT_EQ(date("  10 Apr"), "\"  10 Apr\"");
+    EXPECT_EQ(date("  10  Apr"), "\"  10 Apr\"");
+    EXPECT_EQ(date("    10 Apr"), "\"  10 Apr\"");
 }
 
 // Version and step

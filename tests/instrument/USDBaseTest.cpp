@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <ios>
 #include <limits>
 #include <random>
@@ -186,6 +188,51 @@ TEST(USDBaseTest, StateMachineFollowsThePlainRulesOverRandomIntervalsAndAverages
             return;
         }
     }
+}
+
+TEST(USDBaseTest, EndsAreAsWideAsTheirToleranceAtEveryMagnitude) {
+    std::mt19937 random(7);
+    const auto anyFloat = [&random] { return std::bit_cast<float>(static_cast<std::uint32_t>(random())); };
+    const float infinity = std::numeric_limits<float>::infinity();
+    for (int round = 0; round < 3000; ++round) {
+        PlainRules rules;
+        for (int i = 0; i < 4; ++i) {
+            const float start = round % 2 == 0 ? anyFloat() : std::ldexp(anyFloat(), -120);
+            const float end = i % 2 == 0 ? anyFloat() : start + std::fabs(start) * 1e-4F;
+            rules.intervals.emplace_back(start, end);
+        }
+        rules.intervals.emplace_back(round % 3 == 0 ? -infinity : 0.0F, round % 5 == 0 ? infinity : -0.0F);
+        USDBase base = Constrained(rules.intervals, 0);
+        std::vector<float> points{0.0F, -0.0F, infinity, -infinity, std::nanf(""), anyFloat()};
+        for (const auto& [start, end] : rules.intervals) {
+            for (const float edge : {start, end}) {
+                for (const float factor : {1.0F, 1.00001F, 0.99999F}) {
+                    float x = edge * factor;
+                    for (int i = 0; i < 4; ++i) {
+                        x = std::nextafter(x, -infinity);
+                    }
+                    for (int i = 0; i < 9; ++i) {
+                        points.push_back(x);
+                        x = std::nextafter(x, infinity);
+                    }
+                }
+            }
+        }
+        for (float x : points) {
+            ASSERT_EQ(base.IsValid(x), rules.IntervalOf(x) != -1) << "round " << round << " at " << x;
+        }
+    }
+}
+
+TEST(USDBaseTest, AsManyIntervalsAsPointsAreMeasuredAtOnce) {
+    Intervals intervals;
+    constexpr int Count = 300000;
+    for (int i = 0; i < Count; ++i) {
+        intervals.emplace_back(static_cast<float>(Count - i), static_cast<float>(Count - i) + 0.25F);
+    }
+    // Looking through all intervals for each point would take minutes.
+    EXPECT_EQ(Constrained(intervals, 0).GetNumCol(Count, 1.0, 1.0), Count);
+    EXPECT_EQ(Constrained(intervals, 0).GetNumCol(Count, Count + 10.0, 1.0), 0);
 }
 
 TEST(USDBaseTest, EveryPointCountsAtFirst) {
