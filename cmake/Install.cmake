@@ -1,4 +1,4 @@
-# Where Debian would put things: program, library, headers, package files, man page.
+# Where Debian would put things: program, library, headers, package files, man page, documents.
 set(KARTA_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/karta-import)
 
 install(TARGETS karta-import EXPORT KartaImportTargets
@@ -29,3 +29,9 @@ configure_file(cmake/karta-import.pc.in ${CMAKE_BINARY_DIR}/karta-import.pc @ONL
 install(FILES ${CMAKE_BINARY_DIR}/karta-import.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 configure_file(docs/karta-import.1.in ${CMAKE_BINARY_DIR}/karta-import.1 @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/karta-import.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+
+# The pages that the man page leaves the details to, laid out so that the links between them hold.
+set(KARTA_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/karta-import)
+install(FILES README.md DESTINATION ${KARTA_DOC_DIR})
+install(DIRECTORY docs DESTINATION ${KARTA_DOC_DIR} FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY samples/plugin DESTINATION ${KARTA_DOC_DIR}/samples)
