@@ -1,23 +1,16 @@
 // karta-import as people run it: its output, its messages, its exit statuses.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
-#include "tests/support/SharedData.h"
+#include "tests/support/ShellCommand.h"
 #include "tests/support/TempFolder.h"
 
 namespace {
 
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
+using Outcome = CommandOutcome;
 
 class ProgramTest : public testing::Test {
 protected:
@@ -26,14 +19,7 @@ protected:
         return Shell(std::string(KARTA_BINARY_DIR) + "/karta-import " + arguments);
     }
 
-    Outcome Shell(const std::string& command) {
-        const std::string out = folder.Path("stdout.captured");
-        const std::string err = folder.Path("stderr.captured");
-        const std::string whole =
-            "cd '" + folder.Path("") + "' && { " + command + " ; } </dev/null >'" + out + "' 2>'" + err + "'";
-        const int result = std::system(whole.c_str());
-        return {WIFEXITED(result) ? WEXITSTATUS(result) : -1, ReadWholeFile(out), ReadWholeFile(err)};
-    }
+    Outcome Shell(const std::string& command) { return RunInShell(folder.Path(""), command); }
 
     // What lies in the folder beside the captured output.
     std::size_t CountFiles() {
@@ -106,21 +92,6 @@ TEST_F(ProgramTest, DetectShowsEveryVerdictAndTheChoice) {
     EXPECT_TRUE(Contains(outcome.out, "maybe\tText File\n"));
     EXPECT_TRUE(outcome.out.ends_with("chosen\tText File\n"));
     EXPECT_TRUE(Contains(Run("detect --json a.txt").out, "\"chosen\": \"Text File\""));
-}
-
-TEST_F(ProgramTest, EverySampleIsDetectedAndConverted) {
-    // Which format each sample is taken for, recorded: what changes it should be meant.
-    std::ifstream golden(std::string(KARTA_SOURCE_DIR) + "/tests/tools/detection-of-samples.txt");
-    int samples = 0;
-    for (std::string name, format; std::getline(golden, name, '\t') && std::getline(golden, format);
-         ++samples) {
-        const std::string path = "'" + std::string(KARTA_SOURCE_DIR) + "/samples/" + name + "'";
-        EXPECT_TRUE(Run("detect " + path).out.ends_with("chosen\t" + format + "\n")) << name;
-        const Outcome converted = Run("convert --quiet --password yeast " + path + " -o -");
-        EXPECT_EQ(converted.status, 0) << name << ": " << converted.err;
-        EXPECT_NE(converted.out, "") << name;
-    }
-    EXPECT_GT(samples, 20);
 }
 
 TEST_F(ProgramTest, ShowAlignsNumbersAtTheRight) {
