@@ -159,6 +159,20 @@ TEST_F(ProgramTest, ThroughTheDriverTheTableIsTheSame) {
         "Set 1 2 text \"1\"\nSet 2 2 text \"2\"\nNextRowToRead 2 3\nDriver true\n");
 }
 
+TEST_F(ProgramTest, WhatTheDriverCannotPassOnIsRefused) {
+    // Left out silently, it would give another table than the one that was asked for.
+    folder.Write("m.uns", "%1 1 first\n7\n%1 1 second\n8\n");
+    for (const char* verb : {"info", "show", "convert -o -", "trace"}) {
+        for (const char* choice : {"--matrix 2", "--password yeast"}) {
+            const Outcome outcome =
+                Run(std::string(verb) + " --through-driver --format 'Unscrambler File' " + choice + " m.uns");
+            EXPECT_EQ(outcome.status, 2) << verb << choice;
+            EXPECT_EQ(outcome.out, "") << verb << choice;
+            EXPECT_TRUE(Contains(outcome.err, "can't go with --through-driver\n")) << outcome.err;
+        }
+    }
+}
+
 TEST_F(ProgramTest, TraceThroughTheDriverEndsWithItsFailure) {
     folder.Write("empty.txt", "");
     const Outcome outcome = Run("trace --through-driver empty.txt");
