@@ -109,10 +109,6 @@ void ReadDirectly(SpreadsheetFile& reader, OptionsRecord& options, const ReadReq
 
 void ReadThroughDriver(int format, OptionsRecord& options, const ReadRequest& request, TableRead& result,
                        TableData& table) {
-    if (request.matrix) {
-        throw Failure("--matrix is chosen in the reader itself and can't go with --through-driver",
-                      ExitUsage);
-    }
     ProgramDriver driver(new FormatCatalogue, request.plugins, result.warning);
     if (!driver.ReadSpreadsheetFile(request.Selection().c_str(), format, &table, options.Get(), true,
                                     nullptr)) {
@@ -131,6 +127,20 @@ std::vector<int> TableRead::Rows(const ReadRequest& request) const {
         rows.push_back(row);
     }
     return rows;
+}
+
+void CheckRoad(const ReadRequest& request) {
+    if (!request.throughDriver) {
+        return;
+    }
+    if (request.matrix) {
+        throw Failure("--matrix is chosen in the reader itself and can't go with --through-driver",
+                      ExitUsage);
+    }
+    if (request.password) {
+        throw Failure("--password is given to the reader itself and can't go with --through-driver",
+                      ExitUsage);
+    }
 }
 
 void CheckNames(const ReadRequest& request) {
@@ -248,6 +258,7 @@ void AnswerQuestions(const ReadRequest& request) {
 }
 
 void ReadTable(const ReadRequest& request, TableRead& result) {
+    CheckRoad(request);
     CheckFiles(request);
     AnswerQuestions(request);
     const auto formats = LoadFormats(request);

@@ -13,6 +13,9 @@
 // What all verbs that read do with a request, one step a function. Each raises Failure with the file's
 // name in its text.
 
+/** Refuses what only a reader that is called directly can be told, where the driver is to read. */
+void CheckRoad(const ReadRequest& request);
+
 /** Refuses names that can't be part of a selection. */
 void CheckNames(const ReadRequest& request);
 

@@ -103,6 +103,9 @@ void WriteSeparated(TableData& table, const std::vector<int>& rows, char separat
     FieldWriter writer(separator);
     const int cols = table.GetNumberOfColumns();
     for (const int row : rows) {
+        if (output.HasFailed()) {
+            return;
+        }
         for (int col = 1; col <= cols; ++col) {
             writer.Add(printer.Print(col, row));
         }
@@ -124,6 +127,9 @@ void WriteJsonLines(TableData& table, const std::vector<int>& rows, OutputFile& 
     CellPrinter printer(table);
     const int cols = table.GetNumberOfColumns();
     for (const int row : rows) {
+        if (output.HasFailed()) {
+            return;
+        }
         output.Write('[');
         for (int col = 1; col <= cols; ++col) {
             output.Write(col > 1 ? "," : "");

@@ -12,5 +12,8 @@ enum class TableForm {
     JsonLines /**< an array a row; a cell never set is null, and NaN and infinities are texts */
 };
 
-/** These rows of the table, all columns. Numbers in the shortest form that reads back the same. */
+/**
+ * These rows of the table, all columns. Numbers in the shortest form that reads back the same. Nothing
+ * more is written once the output has failed.
+ */
 void WriteTable(TableData& table, const std::vector<int>& rows, TableForm form, OutputFile& output);

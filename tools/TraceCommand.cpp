@@ -80,6 +80,7 @@ int ChooseTracedFormat(FormatCatalogue& formats, const ReadRequest& request) {
 }  // namespace
 
 int RunTrace(const ReadRequest& request) {
+    CheckRoad(request);
     AnswerQuestions(request);
     const auto formats = LoadFormats(request);
     const int format = ChooseTracedFormat(*formats, request);
