@@ -8,14 +8,16 @@ namespace {
 
 constexpr int Wavelengths = 211;
 constexpr int Records = 220'000;
+constexpr int Points = 5'000'000;
+constexpr int PointsOfRun = 250;
 
 // A .uv file of version 31: 190 to 400 nm, each spectrum an absolute value and differences from there.
 void GenerateSpectra(std::ostream& stream) {
     ByteBuilder header;
-    header.PadTo(0x400);
+    header.PadTo(0x200);
     header.Patch(0, '\2').Patch(1, '3').Patch(2, '1');
     ByteBuilder numbers;
-    numbers.PutBig(3).PutBig(Records).PutBig(0.5);
+    numbers.PutBig(2).PutBig(Records).PutBig(0.5);
     std::string bytes = header.Bytes();
     bytes.replace(0x108, 4, numbers.Bytes(), 0, 4);
     bytes.replace(0x116, 4, numbers.Bytes(), 4, 4);
@@ -35,6 +37,39 @@ void GenerateSpectra(std::ostream& stream) {
     }
 }
 
+template <class Number>
+void PatchBig(std::string& bytes, std::size_t offset, Number value) {
+    const std::string field = ByteBuilder().PutBig(value).Bytes();
+    bytes.replace(offset, field.size(), field);
+}
+
+// A .ch file of version 30: a point every 20 ms, differences in runs that begin with an absolute value.
+void GenerateSignal(std::ostream& stream) {
+    ByteBuilder header;
+    header.PadTo(0x400);
+    header.Patch(0, '\2').Patch(1, '3').Patch(2, '0');
+    std::string bytes = header.Bytes();
+    PatchBig(bytes, 0x108, std::int32_t{3});
+    PatchBig(bytes, 0x11a, std::int32_t{0});
+    PatchBig(bytes, 0x11e, std::int32_t{20 * (Points - 1)});
+    PatchBig(bytes, 0x212, std::int16_t{1});
+    PatchBig(bytes, 0x214, std::int16_t{50});
+    PatchBig(bytes, 0x284, 0.5);
+    stream << bytes;
+    unsigned int state = 12345;
+    for (int point = 0; point < Points; point += PointsOfRun) {
+        ByteBuilder run;
+        run.U8(0x10).U8(PointsOfRun).PutBig(std::int16_t{-0x8000}).PutBig(point);
+        for (int i = 1; i < PointsOfRun; ++i) {
+            state = state * 1664525U + 1013904223U;
+            run.PutBig(static_cast<std::int16_t>(static_cast<int>(state >> 23) - 256));
+        }
+        stream << run.Bytes();
+    }
+    stream << ByteBuilder().U16(0).Bytes();
+}
+
+const RegisterReadBench Signal({"chemstation_ch", "HPLC ChemStation File", "signal.ch", GenerateSignal});
 const RegisterReadBench Spectra({"chemstation_uv", "HPLC ChemStation File", "spectra.uv", GenerateSpectra,
                                  6.0});
 

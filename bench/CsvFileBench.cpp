@@ -6,6 +6,7 @@
 namespace {
 
 constexpr std::size_t FileSize = 100'000'000;
+constexpr std::size_t FileSizeForPeers = 5'000'000;
 
 // Numbers and words, a tenth of the fields in quotes, from a fixed sequence.
 class FieldSequence {
@@ -25,10 +26,10 @@ private:
     unsigned int state = 12345;
 };
 
-void GenerateRows(std::ostream& stream, int cols) {
+void GenerateRows(std::ostream& stream, int cols, std::size_t fileSize) {
     FieldSequence fields;
     std::string line;
-    for (std::size_t written = 0; written < FileSize; written += line.size()) {
+    for (std::size_t written = 0; written < fileSize; written += line.size()) {
         line.clear();
         for (int col = 0; col < cols; ++col) {
             line += col == 0 ? "" : ",";
@@ -53,7 +54,10 @@ void GenerateWide(std::ostream& stream) {
 }
 
 const RegisterReadBench Narrow({"csv_10_columns", "CSV File", "narrow.csv",
-                                [](std::ostream& stream) { GenerateRows(stream, 10); }, 2.0, 4.0});
+                                [](std::ostream& stream) { GenerateRows(stream, 10, FileSize); }, 2.0, 4.0});
 const RegisterReadBench Wide({"csv_1000000_columns", "CSV File", "wide.csv", GenerateWide, 2.0, 4.0});
+const RegisterReadBench Small({"csv_small", "CSV File", "small.csv",
+                               [](std::ostream& stream) { GenerateRows(stream, 10, FileSizeForPeers); }, 0, 0,
+                               true});
 
 }  // namespace

@@ -13,6 +13,7 @@
 namespace {
 
 constexpr std::size_t FileSize = 100'000'000;
+constexpr std::size_t FileSizeForPeers = 2'000'000;
 constexpr int Points = 16384;
 
 /** A spectrum of a few bands over noise, whole numbers, from a fixed sequence. */
@@ -71,10 +72,10 @@ std::string PlainLines(Bands& bands) {
     return text + "\r\n";
 }
 
-void GenerateBlocks(std::ostream& stream, std::string (*makeLines)(Bands&)) {
+void GenerateBlocks(std::ostream& stream, std::string (*makeLines)(Bands&), std::size_t fileSize = FileSize) {
     Bands bands;
     std::size_t written = 0;
-    while (written < FileSize) {
+    while (written < fileSize) {
         const std::string text =
             "##TITLE= spectrum\r\n##JCAMP-DX= 5.01\r\n##DATA TYPE= RAMAN SPECTRUM\r\n##XUNITS= 1/CM\r\n"
             "##YUNITS= COUNTS\r\n##FIRSTX= 0\r\n##LASTX= 16383\r\n##XFACTOR= 1\r\n##YFACTOR= 0.5\r\n"
@@ -103,6 +104,8 @@ void MeasureOpen(benchmark::State& state, const std::string& fileName, double ta
         best =
             std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     }
+    state.SetLabel(BenchLabel("JCAMP-DX File", fileName));
+    state.counters["s"] = best;
     state.counters["M"] = best / yardstick;
     state.counters["M_target"] = target;
 }
@@ -112,6 +115,12 @@ const RegisterReadBench Differences({"jcamp_difdup", "JCAMP-DX File", "difdup.dx
                                      12.0});
 const RegisterReadBench Plain({"jcamp_affn", "JCAMP-DX File", "affn.dx",
                                [](std::ostream& stream) { GenerateBlocks(stream, PlainLines); }, 6.0});
+const RegisterReadBench SmallDifferences(
+    {"jcamp_difdup_small", "JCAMP-DX File", "small-difdup.dx",
+     [](std::ostream& stream) { GenerateBlocks(stream, DifferenceLines, FileSizeForPeers); }, 0, 0, true});
+const RegisterReadBench SmallPlain(
+    {"jcamp_affn_small", "JCAMP-DX File", "small-affn.dx",
+     [](std::ostream& stream) { GenerateBlocks(stream, PlainLines, FileSizeForPeers); }, 0, 0, true});
 const auto* const Open = benchmark::RegisterBenchmark("jcamp_difdup/open", [](benchmark::State& state) {
                              MeasureOpen(state, "difdup.dx", 1.5);
                          })->Unit(benchmark::kMillisecond);

@@ -12,13 +12,15 @@ struct ReadBench {
     std::function<void(std::ostream&)> generate; /**< writes the file; the same bytes every time */
     double targetCounting = 0; /**< the figure to reach into a counting sink, in times of md5sum; 0 none */
     double targetTable = 0;    /**< the same into the in-memory table */
+    bool isForPeers = false;   /**< a small file, for programs that would take minutes over a large one */
 };
 
 /**
  * Registers the benchmarks of one file, each a line of the report: `NAME/md5sum`, the yardstick, over the
  * same warm file in the same run; `NAME/counting` and `NAME/table`, opening, measuring and reading it,
  * with cells/s, MB/s, the ratio to the yardstick (`M`) and the peak memory of a process that does nothing
- * else. Files are made once, under the build folder.
+ * else. Of a file for peers only `NAME/table` without a yardstick. Files are made once, under the build
+ * folder.
  */
 class RegisterReadBench {
 public:
@@ -31,11 +33,15 @@ public:
  */
 class RegisterConvertBench {
 public:
-    RegisterConvertBench(const std::string& name, const std::string& fileName, double target);
+    RegisterConvertBench(const std::string& name, const std::string& format, const std::string& fileName,
+                         double target);
 };
 
 /** The folder of the generated files. */
 std::string BenchFolder();
+
+/** What the report says of a benchmark: the format and the file or folder that is read. */
+std::string BenchLabel(const std::string& format, const std::string& fileName);
 
 /** The fastest of a few md5sum runs over a file, in seconds: the yardstick M. */
 double SecondsOfMd5sum(const std::string& path);

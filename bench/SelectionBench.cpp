@@ -13,6 +13,7 @@
 #include "bench/ReadBench.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
+#include "host/TableData.h"
 #include "tests/support/CountingSink.h"
 
 namespace {
@@ -58,7 +59,7 @@ double SecondsOfYardstick(const std::string& folder) {
     return best;
 }
 
-void ReadSelection(const SelectionBench& bench, const std::string& selection, CountingSink& sink) {
+void ReadSelection(const SelectionBench& bench, const std::string& selection, ReadSpreadSheetData& sink) {
     for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
         if (bench.format != SprFileFactory::GetInfo(i)->formatName) {
             continue;
@@ -74,25 +75,42 @@ void ReadSelection(const SelectionBench& bench, const std::string& selection, Co
     throw std::runtime_error("the selection of " + bench.name + " could not be read");
 }
 
-void Measure(benchmark::State& state, const SelectionBench& bench) {
+double BytesOf(const std::string& folder) {
+    double bytes = 0;
+    for (const auto& file : std::filesystem::directory_iterator(folder)) {
+        bytes += static_cast<double>(file.file_size());
+    }
+    return bytes;
+}
+
+template <class Sink>
+void Measure(benchmark::State& state, const SelectionBench& bench, double target) {
     const std::string folder = FolderOf(bench);
     const std::string selection = SelectionOf(bench, folder);
     const double yardstick = SecondsOfYardstick(folder);
     double best = 1e30;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
-        CountingSink sink;
+        Sink sink;
         ReadSelection(bench, selection, sink);
         best = std::min(best, SecondsSince(start));
     }
     CountingSink counter;
     ReadSelection(bench, selection, counter);
+    const double bytes = BytesOf(folder);
+    state.SetLabel(BenchLabel(bench.format, bench.name));
+    state.counters["s"] = best;
+    state.counters["cells"] = static_cast<double>(counter.cells);
+    state.counters["MB/s"] = bytes / best / 1e6;
+    state.counters["file_MB"] = bytes / 1e6;
     state.counters["cells/s"] = static_cast<double>(counter.cells) / best;
     state.counters["files/s"] = bench.numFiles / best;
     state.counters["M"] = best / yardstick;
-    state.counters["M_target"] = bench.target;
+    if (target > 0) {
+        state.counters["M_target"] = target;
+    }
     state.counters["peak_MB"] = PeakMemoryOf([&] {
-                                    CountingSink sink;
+                                    Sink sink;
                                     ReadSelection(bench, selection, sink);
                                 }) /
                                 1e6;
@@ -101,8 +119,13 @@ void Measure(benchmark::State& state, const SelectionBench& bench) {
 }  // namespace
 
 RegisterSelectionBench::RegisterSelectionBench(const SelectionBench& bench) {
-    benchmark::RegisterBenchmark((bench.name + "/counting").c_str(),
-                                 [bench](benchmark::State& state) { Measure(state, bench); })
+    benchmark::RegisterBenchmark(
+        (bench.name + "/counting").c_str(),
+        [bench](benchmark::State& state) { Measure<CountingSink>(state, bench, bench.target); })
+        ->MinTime(0.5)
+        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark((bench.name + "/table").c_str(),
+                                 [bench](benchmark::State& state) { Measure<TableData>(state, bench, 0.0); })
         ->MinTime(0.5)
         ->Unit(benchmark::kMillisecond);
 }

@@ -16,8 +16,8 @@ struct SelectionBench {
 };
 
 /**
- * Registers `NAME/counting`: opening, measuring and reading the whole selection. The yardstick M is the time
- * of `cat` of all the files into one `md5sum`, warm and in the same run.
+ * Registers `NAME/counting` and `NAME/table`: opening, measuring and reading the whole selection. The
+ * yardstick M is the time of `cat` of all the files into one `md5sum`, warm and in the same run.
  */
 class RegisterSelectionBench {
 public:

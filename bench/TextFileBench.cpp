@@ -6,13 +6,14 @@
 namespace {
 
 constexpr std::size_t FileSize = 100'000'000;
+constexpr std::size_t FileSizeForPeers = 5'000'000;
 
 // Numbers of the lengths that instruments write, from a fixed sequence.
-void GenerateTable(std::ostream& stream, int cols) {
+void GenerateTable(std::ostream& stream, int cols, std::size_t fileSize = FileSize) {
     std::string line;
     std::size_t written = 0;
     unsigned int state = 12345;
-    while (written < FileSize) {
+    while (written < fileSize) {
         line.clear();
         for (int col = 0; col < cols; ++col) {
             state = state * 1664525U + 1013904223U;
@@ -30,7 +31,11 @@ const RegisterReadBench Narrow({"text_10_columns", "Text File", "narrow.txt",
 const RegisterReadBench Wide({"text_2000_columns", "Text File", "wide.txt",
                               [](std::ostream& stream) { GenerateTable(stream, 2000); }, 1.2, 2.0});
 
+const RegisterReadBench Small({"text_small", "Text File", "small.txt",
+                               [](std::ostream& stream) { GenerateTable(stream, 10, FileSizeForPeers); }, 0,
+                               0, true});
+
 // The whole program's work: read, and written as CSV; at most 6 M.
-const RegisterConvertBench Convert("text_10_columns", "narrow.txt", 6.0);
+const RegisterConvertBench Convert("text_10_columns", "Text File", "narrow.txt", 6.0);
 
 }  // namespace

@@ -1,0 +1,38 @@
+#include <ostream>
+#include <string>
+
+#include "bench/ReadBench.h"
+
+namespace {
+
+constexpr int Rows = 10'000;
+constexpr int Cols = 1'000;
+constexpr int ValuesOfLine = 20;  // a line of values has at most 255 characters
+
+// 110 MB of numbers from a fixed sequence, with the names of both ways.
+void Generate(std::ostream& stream) {
+    stream << "%" << Rows << " " << Cols << " bench\n";
+    unsigned int state = 12345;
+    std::string line;
+    for (int row = 0; row < Rows; ++row) {
+        line.clear();
+        for (int col = 1; col <= Cols; ++col) {
+            state = state * 1664525U + 1013904223U;
+            line += std::to_string(state >> 22) + "." + std::to_string(100000 + (state >> 8) % 900000);
+            line += col % ValuesOfLine == 0 ? "\n" : " ";
+        }
+        stream << line;
+    }
+    stream << "#L";
+    for (int row = 1; row <= Rows; ++row) {
+        stream << " sample" << row << (row % 10 == 0 ? "\n" : "");
+    }
+    stream << "#C";
+    for (int col = 1; col <= Cols; ++col) {
+        stream << " v" << col << (col % 10 == 0 ? "\n" : "");
+    }
+}
+
+const RegisterReadBench Matrix({"unscrambler_1000_columns", "Unscrambler File", "matrix.uns", Generate});
+
+}  // namespace
