@@ -42,8 +42,7 @@ constexpr int PieceSize = 8192;
 
 constexpr const char* MixedFilesText =
     "To be able to import several files at a time, all selected files must have the same sampling interval "
-    "and the "
-    "same time delay between the injection and the start of data acquisition. In this case, ";
+    "and the same time delay between the injection and the start of data acquisition. In this case, ";
 
 // Required: a number of the file, as float.
 bool ReadNumber(const NetCDF& file, const char* variable, float& value) {

@@ -164,8 +164,7 @@ void MatFile::GetErrorMessage(char* buffer, unsigned int size) {
         case StatusNoMatFile:
             text =
                 "An error occurred while reading the file. The file does not seem to be a valid MATLAB "
-                "MAT-file and "
-                "cannot be imported as such.";
+                "MAT-file and cannot be imported as such.";
             break;
         case StatusCorrupt:
             text =
@@ -175,20 +174,17 @@ void MatFile::GetErrorMessage(char* buffer, unsigned int size) {
         case StatusMatrixHeader:
             text =
                 "An error occurred while reading the matrix header in the file. The file seems to be corrupt "
-                "and "
-                "cannot be imported.";
+                "and cannot be imported.";
             break;
         case StatusMatrix:
             text =
                 "An error occurred while reading a matrix in the file. The file seems to be corrupt and "
-                "cannot be "
-                "imported.";
+                "cannot be imported.";
             break;
         case StatusWriteFailed:
             text =
                 "An error occurred while writing a matrix to the file. The dataset seems to be corrupt and "
-                "cannot be "
-                "exported.";
+                "cannot be exported.";
             break;
         case StatusNoNumericBlock:
             text = "This type of list cannot be exported to MATLAB.";
@@ -202,8 +198,7 @@ void MatFile::GetErrorMessage(char* buffer, unsigned int size) {
         case StatusVersion:
             text =
                 "The file seems to be created by an unsupported version of MATLAB. Only MATLAB files version "
-                "4.x and "
-                "5 are supported.";
+                "4.x and 5 are supported.";
             break;
         default:
             SpreadsheetFile::GetErrorMessage(buffer, size);

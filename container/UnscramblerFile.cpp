@@ -269,15 +269,13 @@ void UnscramblerFile::GetErrorMessage(char* buffer, unsigned int size) {
         case StatusMatrixHeader:
             CopyMessage(
                 "An error occurred while reading matrix header in file. The file does not appear to be a "
-                "valid "
-                "Unscrambler file.",
+                "valid Unscrambler file.",
                 buffer, size);
             break;
         case StatusData:
             CopyMessage(
                 "An error occurred while reading data from file. Either an illegal character was found or "
-                "data was "
-                "missing.",
+                "data was missing.",
                 buffer, size);
             break;
         case StatusObservationNames:

@@ -179,8 +179,7 @@ void BrimroseFile::GetErrorMessage(char* buffer, unsigned int size) {
         case StatusHeaderContent:
             CopyMessage(
                 "File is corrupt! Header contains corrupt information about starting, ending wavelength, or "
-                "number "
-                "of data points.",
+                "number of data points.",
                 buffer, size);
             break;
         case StatusNoMagic:

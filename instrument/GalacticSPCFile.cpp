@@ -231,8 +231,7 @@ void GalacticSPCFile::GetErrorMessage(char* buffer, unsigned int size) {
         case StatusXYPairs:
             CopyMessage(
                 "Looks like GC-MS spectra file(s) and that is not supported at the moment. Contact the "
-                "Norvik "
-                "support.",
+                "Norvik support.",
                 buffer, size);
             break;
         case StatusXArraysDiffer:

@@ -903,8 +903,7 @@ std::string JCAMPFile::DescribeLabelStatus(const Prefixes& prefix) const {
         case StatusIllegalPointCount:
             return prefix.line +
                    "Invalid value of '##NPOINTS=' label in the file. The value of '##NPOINTS=' must be a "
-                   "positive "
-                   "integer.";
+                   "positive integer.";
         default:
             return {};
     }
@@ -919,8 +918,7 @@ std::string JCAMPFile::DescribeDataStatus(const Prefixes& prefix) {
         case StatusSizeUnknown:
             return prefix.file +
                    "The size of the data block could not be established. The '##NPOINTS'-label could not be "
-                   "found or "
-                   "had an illegal value.";
+                   "found or had an illegal value.";
         case StatusNoPages:
             return prefix.file + "Couldn't find valid data to import.";
         case StatusUnknownClass:
@@ -943,8 +941,7 @@ std::string JCAMPFile::DescribeDataStatus(const Prefixes& prefix) {
         case StatusNoSpacing:
             return prefix.file +
                    "Couldn't establish dx, either the '##FIRSTX=' and/or '##LASTX=' labels are missing in "
-                   "the file, or "
-                   "the '##DELTAX=' label.";
+                   "the file, or the '##DELTAX=' label.";
         case StatusAbscissaRepeated:
             return prefix.line + "Duplicate suppression count (DUP) should be 1 for abscissa.";
         case StatusFirstOrdinateDifference:

@@ -208,14 +208,12 @@ void NsasFile::GetErrorMessage(char* buffer, unsigned int size) {
         case StatusHeaderContent:
             text =
                 "Spectra header in DA-file is corrupt! Spectra header contains corrupt information about "
-                "starting, "
-                "ending wavelength, or number of data points.";
+                "starting, ending wavelength, or number of data points.";
             break;
         case StatusHeaderMismatch:
             text =
                 "Spectra header in DA-file is corrupt! Spectra header contains information that doesn't "
-                "match "
-                "earlier read spectra. Spectra wavelengths or number of constituents does not match.";
+                "match earlier read spectra. Spectra wavelengths or number of constituents does not match.";
             break;
         case StatusFiller:
             text = "DA-file corrupt! Could not read through the unused filler (possibly end of file).";

@@ -175,8 +175,7 @@ void BrooksideFile::GetErrorMessage(char* buffer, unsigned int size) {
         case StatusNoPhases:
             text = file +
                    " does not appear to be a Brookside file.\nThe columns that specifies the start and end "
-                   "of each "
-                   "phase could not be found.";
+                   "of each phase could not be found.";
             break;
         case StatusUnknownException:
             text = "An unknown exception occurred while reading the file " + fileName + ".";

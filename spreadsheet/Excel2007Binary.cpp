@@ -477,8 +477,7 @@ int Excel2007File::ReadBinary(ReadSpreadSheetData* sink) {
         const std::string& name = NvSystemInfo::GetApplicationName();
         warning += NvString::Format(
             "%lu record(s) was found that %s doesn't know how to read.\nThese can be web-links, drawings, "
-            "formulas "
-            "or other type of data that isn't\ninteresting for %s.\n",
+            "formulas or other type of data that isn't\ninteresting for %s.\n",
             placement.unknownRecords, name.c_str(), name.c_str());
     }
     return status;

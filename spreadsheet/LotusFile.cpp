@@ -45,10 +45,8 @@ constexpr int FormulaSize = 13;
 constexpr int LabelSize = 6;
 
 constexpr std::string_view SupportedFormats =
-    "Lotus 1-2-3 version 1.A (WKS)\r\n"
-    "Lotus 1-2-3 version 2.0-2.2 (WK1)\r\n"
-    "Symphony file 1.0/1.01 (WRK) and\r\n"
-    "Symphony file 1.1/1.2/2.0 (WR1).";
+    "Lotus 1-2-3 version 1.A (WKS)\r\nLotus 1-2-3 version 2.0-2.2 (WK1)\r\nSymphony file 1.0/1.01 (WRK) "
+    "and\r\nSymphony file 1.1/1.2/2.0 (WR1).";
 
 // The fewest bytes of a cell's body; 0 for records that are no cells.
 int SmallestBody(int type) {
@@ -144,22 +142,19 @@ void LotusFile::GetErrorMessage(char* buffer, unsigned int size) {
         case StatusVersion3:
             text =
                 "The file is a Lotus version 3.0 (WK3) file.  However, KARTA does only support the following "
-                "Lotus "
-                "formats:\r\n\r\n" +
+                "Lotus formats:\r\n\r\n" +
                 list;
             break;
         case StatusVersion4:
             text =
                 "The file is a Lotus version 4.0 (WK4) file. However, KARTA does only support the following "
-                "Lotus "
-                "formats:\r\n\r\n" +
+                "Lotus formats:\r\n\r\n" +
                 list;
             break;
         case StatusJapanese:
             text =
                 "The file is a Lotus 1-2-3/J (WJ1) file. However, KARTA does only support the following "
-                "Lotus "
-                "formats:\r\n\r\n" +
+                "Lotus formats:\r\n\r\n" +
                 list;
             break;
         case StatusFormFile:
@@ -168,8 +163,7 @@ void LotusFile::GetErrorMessage(char* buffer, unsigned int size) {
         case StatusWorkbook:
             text =
                 "The file seems to be a Lotus Workbook (123) file.  However, KARTA does only support the "
-                "following "
-                "Lotus formats:\r\n\r\n" +
+                "following Lotus formats:\r\n\r\n" +
                 list;
             break;
         case StatusUnknownVersion:
@@ -181,14 +175,12 @@ void LotusFile::GetErrorMessage(char* buffer, unsigned int size) {
         case StatusNoDimensions:
             text =
                 "An error occurred while trying to establish size size of the dataset. The file seems to be "
-                "corrupt "
-                "and cannot be imported.";
+                "corrupt and cannot be imported.";
             break;
         case StatusUnexpectedEnd:
             text =
                 "Found unexpected EOF (End-Of-File) while reading for data. The file seems to be corrupt and "
-                "cannot "
-                "be imported.";
+                "cannot be imported.";
             break;
         case StatusReadFailed:
             text = "Read() failed. The file seems to be corrupt and cannot be imported.";
