@@ -1,39 +1,23 @@
 // karta-import as people run it: its output, its messages, its exit statuses.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "tests/support/SharedData.h"
+#include "tests/support/ShellRun.h"
 #include "tests/support/TempFolder.h"
 
 namespace {
 
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
 class ProgramTest : public testing::Test {
 protected:
     // Runs `karta-import ARGUMENTS` in the test's folder.
-    Outcome Run(const std::string& arguments) {
-        return Shell(std::string(KARTA_BINARY_DIR) + "/karta-import " + arguments);
-    }
+    Outcome Run(const std::string& arguments) { return Shell(ProgramPath() + " " + arguments); }
 
-    Outcome Shell(const std::string& command) {
-        const std::string out = folder.Path("stdout.captured");
-        const std::string err = folder.Path("stderr.captured");
-        const std::string whole =
-            "cd '" + folder.Path("") + "' && { " + command + " ; } </dev/null >'" + out + "' 2>'" + err + "'";
-        const int result = std::system(whole.c_str());
-        return {WIFEXITED(result) ? WEXITSTATUS(result) : -1, ReadWholeFile(out), ReadWholeFile(err)};
-    }
+    Outcome Shell(const std::string& command) { return RunShell(folder, command); }
 
     // What lies in the folder beside the captured output.
     std::size_t CountFiles() {
@@ -244,7 +228,7 @@ TEST_F(ProgramTest, FunctionsOfTheSameNamesElsewhereAreNotCalled) {
     // The module's flat functions stand before the library's in the order of look-up.
     folder.Write("a.txt", "a\tb\n");
     const std::string preload = "LD_PRELOAD='" + Modules("whole") + "/whole.so' ";
-    const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import ";
+    const std::string program = ProgramPath() + " ";
     EXPECT_EQ(Shell(preload + program + "convert --through-driver a.txt -o -").out, "a,b\n");
     EXPECT_EQ(Shell(preload + program + "formats").out, Run("formats").out);
 }
@@ -408,7 +392,7 @@ TEST_F(ProgramTest, PipeClosedEarlyIsNoError) {
         table += "some\ttext\n";
     }
     folder.Write("a.txt", table);
-    const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import ";
+    const std::string program = ProgramPath() + " ";
     for (const char* arguments : {"convert a.txt -o -", "trace a.txt"}) {
         const Outcome outcome = Shell("{ " + program + arguments +
                                       "; echo $? >status; } | head -n 1 >/dev/null; exit $(cat status)");
@@ -424,7 +408,7 @@ TEST_F(ProgramTest, CtrlCLeavesNoOutputAndIsStatus130) {
     }
     folder.Write("a.txt", table);
     // Started by a shell in the background, a program ignores the key; setsid and a trap undo that.
-    const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import";
+    const std::string program = ProgramPath();
     for (const char* arguments : {"'convert', 'a.txt', '-o', 'out.csv'", "'trace', 'a.txt'"}) {
         const Outcome outcome =
             Shell("python3 -c \"\nimport subprocess, signal, time\np = subprocess.Popen(['" + program +
