@@ -19,6 +19,12 @@ protected:
 
     Outcome Shell(const std::string& command) { return RunShell(folder, command); }
 
+    // The same on a terminal, where the answers, parted by commas, are typed.
+    Outcome RunOnTerminal(const std::string& answers, const std::string& arguments) {
+        return Shell("timeout 60 python3 '" KARTA_SOURCE_DIR "/tests/tools/on-terminal' '" + answers + "' " +
+                     ProgramPath() + " " + arguments);
+    }
+
     // What lies in the folder beside the captured output.
     std::size_t CountFiles() {
         std::size_t count = 0;
@@ -242,6 +248,39 @@ TEST_F(ProgramTest, EncryptedProjectWantsItsPassword) {
     EXPECT_EQ(Run("show --password yeast '" + sample + "'").status, 0);
     EXPECT_EQ(Run("info --password yeast '" + sample + "'").status, 0);
     EXPECT_TRUE(Contains(Run("trace --format 'KARTA project file' '" + sample + "'").out, "Open 0x65\n"));
+}
+
+TEST_F(ProgramTest, PasswordIsAskedForOnATerminal) {
+    const std::string show = "show '" KARTA_SOURCE_DIR "/samples/encrypted.kpf'";
+    const Outcome second = RunOnTerminal("wrong,yeast", show);
+    EXPECT_EQ(second.status, 0) << second.out;
+    EXPECT_TRUE(Contains(second.out, "That is not its password.")) << second.out;
+    EXPECT_FALSE(Contains(second.out, "yeast")) << "a password is not shown";
+    const Outcome never = RunOnTerminal("one,two,three", show);
+    EXPECT_EQ(never.status, 1);
+    EXPECT_TRUE(Contains(never.out, "The file could not be decrypted.")) << never.out;
+}
+
+TEST_F(ProgramTest, ProgressIsDrawnOnATerminalAndWipedOut) {
+    std::string table;
+    for (int row = 0; row < 4000000; ++row) {
+        table += "some\ttext\tof\ta\trow\tthat\tis\tlong\n";
+    }
+    folder.Write("a.txt", table);
+    const Outcome outcome = RunOnTerminal("", "info a.txt");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(Contains(outcome.out, "\rreading row ")) << outcome.out;
+    EXPECT_TRUE(Contains(outcome.out, " of 4000000\x1b[K")) << outcome.out;
+    EXPECT_TRUE(Contains(outcome.out, "\r\x1b[Kfile        a.txt")) << outcome.out;
+    EXPECT_FALSE(Contains(RunOnTerminal("", "info --quiet a.txt").out, "reading row"));
+}
+
+TEST_F(ProgramTest, InfoListsThePartsAsJson) {
+    const std::string out = Run("info --json '" KARTA_SOURCE_DIR "/samples/excel2007.xlsx'").out;
+    EXPECT_TRUE(Contains(out,
+                         "      \"kind\": \"sheet\",\n      \"name\": \"Summary\",\n      \"rows\": 3,\n"
+                         "      \"columns\": 2,\n      \"hidden\": false,\n"))
+        << out;
 }
 
 TEST_F(ProgramTest, FailureOfAPlugInIsNamed) {
