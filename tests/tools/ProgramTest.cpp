@@ -20,9 +20,10 @@ protected:
     Outcome Shell(const std::string& command) { return RunShell(folder, command); }
 
     // The same on a terminal, where the answers, parted by commas, are typed.
-    Outcome RunOnTerminal(const std::string& answers, const std::string& arguments) {
-        return Shell("timeout 60 python3 '" KARTA_SOURCE_DIR "/tests/tools/on-terminal' '" + answers + "' " +
-                     ProgramPath() + " " + arguments);
+    Outcome RunOnTerminal(const std::string& answers, const std::string& arguments,
+                          const std::string& environment = "") {
+        return Shell(environment + "timeout 60 python3 '" KARTA_SOURCE_DIR "/tests/tools/on-terminal' '" +
+                     answers + "' " + ProgramPath() + " " + arguments);
     }
 
     // What lies in the folder beside the captured output.
@@ -267,12 +268,13 @@ TEST_F(ProgramTest, ProgressIsDrawnOnATerminalAndWipedOut) {
         table += "some\ttext\tof\ta\trow\tthat\tis\tlong\n";
     }
     folder.Write("a.txt", table);
-    const Outcome outcome = RunOnTerminal("", "info a.txt");
+    const Outcome outcome = RunOnTerminal("", "info a.txt", "ON_TERMINAL_PAUSE=1 ");
     EXPECT_EQ(outcome.status, 0);
     EXPECT_TRUE(Contains(outcome.out, "\rreading row ")) << outcome.out;
     EXPECT_TRUE(Contains(outcome.out, " of 4000000\x1b[K")) << outcome.out;
     EXPECT_TRUE(Contains(outcome.out, "\r\x1b[Kfile        a.txt")) << outcome.out;
-    EXPECT_FALSE(Contains(RunOnTerminal("", "info --quiet a.txt").out, "reading row"));
+    EXPECT_FALSE(
+        Contains(RunOnTerminal("", "info --quiet a.txt", "ON_TERMINAL_PAUSE=1 ").out, "reading row"));
 }
 
 TEST_F(ProgramTest, InfoListsThePartsAsJson) {
