@@ -1,5 +1,7 @@
 #include "container/KpfFileImport.h"
 
+#include <unistd.h>
+
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -134,14 +136,11 @@ void KpfFileImport::Release() {
     if (source == nullptr) {
         return;
     }
-    const std::string fileName = source->GetFileName();
     source->Close(CompoundFileStreamSource::CloseUnchanged, true);
-    source.reset();
-    if (ownsTemporaryFile) {
-        std::error_code error;
-        std::filesystem::remove(fileName, error);
-        ownsTemporaryFile = false;
+    if (std::exchange(ownsTemporaryFile, false)) {
+        unlink(source->GetFileName().c_str());
     }
+    source.reset();
 }
 
 void KpfFileImport::Close() {
@@ -213,10 +212,10 @@ int KpfFileImport::OpenOldProject(const std::string& path, std::string& password
     OldKpfReader reader(path, password, [](CompundFileBase& file, std::string& known) {
         return file.SetPassword(known.c_str());
     });
-    const bool isConverted = !target.empty() && reader.ConvertKpf(target);
+    // Owned before it is written, so that it goes also when the conversion raises.
     source = MakeSource(target);
     ownsTemporaryFile = !target.empty();
-    if (!isConverted ||
+    if (!ownsTemporaryFile || !reader.ConvertKpf(target) ||
         source->Open(CompoundFileStreamSource::OpenForReading, false) != CompoundFileStreamSource::OpenOk) {
         return StatusNotConverted;
     }

@@ -3,7 +3,9 @@
 #include <netcdf.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
+#include <new>
 #include <system_error>
 
 #include "container/ClassicHeader.h"
@@ -18,7 +20,34 @@ std::string AbsolutePath(const char* path) {
     std::error_code error;
     const std::filesystem::path absolute =
         std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
+    if (error == std::errc::not_enough_memory) {
+        throw std::bad_alloc();
+    }
     return error ? std::string() : absolute.string();
+}
+
+// Make a call of the library. Where memory has run out it tells of a name that isn't there, say; what could
+// be read with more memory must not seem to be missing.
+template <class Call>
+int Checked(Call call) {
+    errno = 0;
+    const int status = call();
+    // A status above 0 is an errno, which the library may have overwritten since.
+    if (status == NC_ENOMEM || status == ENOMEM || (status != NC_NOERR && errno == ENOMEM)) {
+        throw std::bad_alloc();
+    }
+    return status;
+}
+
+// The same for the older calls, whose answer is a number or -1.
+template <class Call>
+int CheckedOld(Call call) {
+    errno = 0;
+    const int answer = call();
+    if (answer == Failed && errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
+    return answer;
 }
 
 }  // namespace
@@ -31,10 +60,20 @@ NetCDF::NetCDF(const char* path, Mode mode) {
         const MappedFile file(name.c_str());
         fileSize = file.GetBytes().size();
         if (IsSoundClassicFile(file.GetBytes())) {
-            id = ncopen(name.c_str(), mode == ModeRead ? NC_NOWRITE : NC_WRITE);
+            Open(name, mode);
         }
     } else if (!name.empty()) {
         id = nccreate(name.c_str(), mode == ModeCreate ? NC_CLOBBER : NC_NOCLOBBER);
+    }
+}
+
+void NetCDF::Open(const std::string& name, Mode mode) {
+    // Not by the older ncopen, which tells no memory from no file.
+    int opened = Failed;
+    const int status =
+        Checked([&] { return nc_open(name.c_str(), mode == ModeRead ? NC_NOWRITE : NC_WRITE, &opened); });
+    if (status == NC_NOERR) {
+        id = opened;
     }
 }
 
@@ -45,17 +84,18 @@ NetCDF::~NetCDF() {
 }
 
 int NetCDF::FindVariable(const char* name) const {
-    return IsOpen() ? ncvarid(id, name) : Failed;
+    return IsOpen() ? CheckedOld([&] { return ncvarid(id, name); }) : Failed;
 }
 
 int NetCDF::FindDimension(const char* name) const {
-    return IsOpen() ? ncdimid(id, name) : Failed;
+    return IsOpen() ? CheckedOld([&] { return ncdimid(id, name); }) : Failed;
 }
 
 std::int64_t NetCDF::GetDimension(const char* name) const {
     const int dimension = FindDimension(name);
     long length = 0;
-    if (dimension == Failed || ncdiminq(id, dimension, nullptr, &length) == Failed) {
+    if (dimension == Failed ||
+        CheckedOld([&] { return ncdiminq(id, dimension, nullptr, &length); }) == Failed) {
         return Failed;
     }
     return length;
@@ -64,17 +104,18 @@ std::int64_t NetCDF::GetDimension(const char* name) const {
 bool NetCDF::HasAttribute(int variable, const char* name) const {
     nc_type type = NC_NAT;
     int length = 0;
-    return IsOpen() && ncattinq(id, variable, name, &type, &length) != Failed;
+    return IsOpen() && CheckedOld([&] { return ncattinq(id, variable, name, &type, &length); }) != Failed;
 }
 
 std::optional<std::string> NetCDF::GetTextAttribute(int variable, const char* name) const {
     nc_type type = NC_NAT;
     int length = 0;
-    if (!IsOpen() || ncattinq(id, variable, name, &type, &length) == Failed || type != NC_CHAR) {
+    if (!IsOpen() || CheckedOld([&] { return ncattinq(id, variable, name, &type, &length); }) == Failed ||
+        type != NC_CHAR) {
         return std::nullopt;
     }
     std::string text(static_cast<std::size_t>(length), '\0');
-    if (ncattget(id, variable, name, text.data()) == Failed) {
+    if (CheckedOld([&] { return ncattget(id, variable, name, text.data()); }) == Failed) {
         return std::nullopt;
     }
     return text.substr(0, text.find('\0'));
@@ -82,15 +123,15 @@ std::optional<std::string> NetCDF::GetTextAttribute(int variable, const char* na
 
 std::vector<std::size_t> NetCDF::GetShape(int variable) const {
     int count = 0;
-    if (!IsOpen() || nc_inq_varndims(id, variable, &count) != NC_NOERR) {
+    if (!IsOpen() || Checked([&] { return nc_inq_varndims(id, variable, &count); }) != NC_NOERR) {
         return {};
     }
     std::vector<int> dimensions(static_cast<std::size_t>(count));
-    nc_inq_vardimid(id, variable, dimensions.data());
+    Checked([&] { return nc_inq_vardimid(id, variable, dimensions.data()); });
     std::vector<std::size_t> shape;
     for (const int dimension : dimensions) {
         std::size_t length = 0;
-        nc_inq_dimlen(id, dimension, &length);
+        Checked([&] { return nc_inq_dimlen(id, dimension, &length); });
         shape.push_back(length);
     }
     return shape;
@@ -98,22 +139,23 @@ std::vector<std::size_t> NetCDF::GetShape(int variable) const {
 
 bool NetCDF::IsText(int variable) const {
     nc_type type = NC_NAT;
-    return IsOpen() && nc_inq_vartype(id, variable, &type) == NC_NOERR && type == NC_CHAR;
+    return IsOpen() && Checked([&] { return nc_inq_vartype(id, variable, &type); }) == NC_NOERR &&
+           type == NC_CHAR;
 }
 
 bool NetCDF::GetFirst(int variable, float& value) const {
     int count = 0;
-    if (!IsOpen() || nc_inq_varndims(id, variable, &count) != NC_NOERR) {
+    if (!IsOpen() || Checked([&] { return nc_inq_varndims(id, variable, &count); }) != NC_NOERR) {
         return false;
     }
     const std::vector<std::size_t> index(static_cast<std::size_t>(count) + 1, 0);
-    return nc_get_var1_float(id, variable, index.data(), &value) == NC_NOERR;
+    return Checked([&] { return nc_get_var1_float(id, variable, index.data(), &value); }) == NC_NOERR;
 }
 
 // The library takes as many starts and counts as the variable has dimensions, however few it is given.
 bool NetCDF::Holds(int variable, Index start, Index count) const {
     int dimensions = 0;
-    if (!IsOpen() || nc_inq_varndims(id, variable, &dimensions) != NC_NOERR) {
+    if (!IsOpen() || Checked([&] { return nc_inq_varndims(id, variable, &dimensions); }) != NC_NOERR) {
         return false;
     }
     const auto used = static_cast<std::size_t>(dimensions);
@@ -130,7 +172,9 @@ int NetCDF::Get(int (*read)(int, int, const std::size_t*, const std::size_t*, Va
     if (!Holds(variable, start, count)) {
         return Failed;
     }
-    return read(id, variable, start.data(), count.data(), values) == NC_NOERR ? 0 : Failed;
+    return Checked([&] { return read(id, variable, start.data(), count.data(), values); }) == NC_NOERR
+               ? 0
+               : Failed;
 }
 
 int NetCDF::GetValues(int variable, Index start, Index count, unsigned char* values) const {

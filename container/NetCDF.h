@@ -9,7 +9,8 @@
 /**
  * One netCDF file of the classic formats, open for as long as the object lives: the only door to the
  * netCDF library. A file that doesn't open leaves the object closed, and then everything in it is missing.
- * What fails gives -1, false or nothing, as said below; the library never ends the process.
+ * What fails gives -1, false or nothing, as said below; the library never ends the process. Only when memory
+ * has run out is bad_alloc raised.
  *
  * Only sound files get to the library (IsSoundClassicFile), and only by an absolute path, which it can't take
  * for an address on a network.
@@ -69,6 +70,7 @@ public:
     int GetValues(int variable, Index start, Index count, char* values) const;
 
 private:
+    void Open(const std::string& name, Mode mode);
     bool Holds(int variable, Index start, Index count) const;
     template <class Value>
     int Get(int (*read)(int, int, const std::size_t*, const std::size_t*, Value*), int variable, Index start,

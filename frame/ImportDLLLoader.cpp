@@ -1,11 +1,16 @@
 #include "frame/ImportDLLLoader.h"
 
+#include <dirent.h>
 #include <dlfcn.h>
 #include <link.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <memory>
+#include <new>
+#include <string_view>
 #include <system_error>
 
 #include "frame/DLLFile.h"
@@ -15,10 +20,14 @@
 
 namespace {
 
-constexpr const char* ModuleExtension = ".so";
+constexpr std::string_view ModuleExtension = ".so";
 
 // Answers of NvImportIsCorrectFileType.
 enum Verdict { VerdictNo = 0, VerdictPossible = 1, VerdictSure = 2 };
+
+struct CloseDirectory {
+    void operator()(DIR* stream) const { closedir(stream); }
+};
 
 std::string ProgramPath() {
     std::error_code error;
@@ -72,13 +81,15 @@ Function* OwnFunction(void* module, const char* name, Function* /*shape*/) {
 }  // namespace
 
 ImportDLLLoader::~ImportDLLLoader() {
-    std::vector<void*> modules;
-    for (const InstanceInfo& instance : instances) {
-        if (std::find(modules.begin(), modules.end(), instance.module) == modules.end()) {
-            modules.push_back(instance.module);
+    // Each module once, at its first format; without a list, for which there may be no memory.
+    for (auto instance = instances.begin(); instance != instances.end(); ++instance) {
+        const bool isFirst = std::none_of(instances.begin(), instance, [&](const InstanceInfo& earlier) {
+            return earlier.module == instance->module;
+        });
+        if (isFirst) {
+            ReleaseDLL(instance->module);
         }
     }
-    std::for_each(modules.begin(), modules.end(), ReleaseDLL);
 }
 
 void ImportDLLLoader::Init(const char* pluginDirectory) {
@@ -224,11 +235,15 @@ const ImportDLLLoader::InstanceInfo& ImportDLLLoader::InstanceAt(int i) const {
 
 void ImportDLLLoader::ExtractDirectory(const std::string& directory) {
     std::vector<std::string> paths;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(directory, error), end; !error && entry != end;
-         entry.increment(error)) {
-        if (entry->path().extension() == ModuleExtension) {
-            paths.push_back(directory + entry->path().filename().string());
+    // Not by the standard's iterator, which ends the program when memory runs out in it.
+    const std::unique_ptr<DIR, CloseDirectory> stream(opendir(directory.c_str()));
+    if (stream == nullptr && errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
+    for (const dirent* entry = nullptr; stream != nullptr && (entry = readdir(stream.get())) != nullptr;) {
+        const std::string_view name = entry->d_name;
+        if (name.size() > ModuleExtension.size() && name.ends_with(ModuleExtension)) {
+            paths.push_back(directory + entry->d_name);
         }
     }
     // Sorted, since a directory's own order differs between machines, and the last module of a name wins.

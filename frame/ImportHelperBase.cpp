@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include "frame/OptionsText.h"
 #include "frame/SpreadsheetFile.h"
@@ -25,17 +26,15 @@ constexpr int AnswerDefault = 1;
 
 constexpr unsigned int ErrorTextSize = 1024;
 
-std::string MessageOf(SpreadsheetFile& reader) {
-    // One byte more than is said: DLLFile ends a long text behind the size.
-    char buffer[ErrorTextSize + 1] = "";
-    reader.GetErrorMessage(buffer, ErrorTextSize);
-    return buffer;
-}
+constexpr const char* ExceptionInRead = "Exception during file reading. Import will be aborted.";
+constexpr const char* ExceptionInWrite = "Exception during file writing. Export will be aborted.";
 
 }  // namespace
 
 ImportHelperBase::ImportHelperBase(ImportDLLLoader* newLoader, const char* pluginDirectory)
     : loader(newLoader != nullptr ? newLoader : new ImportDLLLoader) {
+    // Room that is never given up: the text of a failure must find it also when memory has run out.
+    errorText.reserve(ErrorTextSize + 1);
     loader->Init(pluginDirectory);
     Init();
 }
@@ -74,12 +73,12 @@ bool ImportHelperBase::CheckFile(const std::string& name, ReadErrors& error) {
         return false;
     }
     if (NvFile::IsDirectory(name.c_str())) {
-        errorText = "Directories can not be imported.";
+        SetErrorText("Directories can not be imported.");
         error = ReadIsDirectory;
         return false;
     }
     if (!NvFile::CanOpen(name.c_str())) {
-        errorText = "The file could not be opened.";
+        SetErrorText("The file could not be opened.");
         return false;
     }
     return true;
@@ -101,6 +100,16 @@ int ImportHelperBase::FormatForReading(int formatChoice) const {
 bool ImportHelperBase::CheckFilesBeforeRead(const char* fileNames, int& formatChoice, ReadErrors& error,
                                             bool reportMany) {
     error = ReadOk;
+    try {
+        return CheckFiles(fileNames, formatChoice, error, reportMany);
+    } catch (...) {
+        SetErrorText(ExceptionInRead);
+        return false;
+    }
+}
+
+bool ImportHelperBase::CheckFiles(const char* fileNames, int& formatChoice, ReadErrors& error,
+                                  bool reportMany) {
     const std::vector<std::string> names = NvFile::GetFileNames(fileNames);
     if (names.empty()) {
         error = ReadFileMissing;
@@ -116,8 +125,8 @@ bool ImportHelperBase::CheckFilesBeforeRead(const char* fileNames, int& formatCh
         formatChoice = loader->GetSpreadsheetFileIndex(names.front().c_str());
         if (formatChoice == -1) {
             error = ReadTypeUndetermined;
-            errorText =
-                NvString::Format("The file type could not be determined (%s).", names.front().c_str());
+            SetErrorText(
+                NvString::Format("The file type could not be determined (%s).", names.front().c_str()));
             return false;
         }
     }
@@ -126,8 +135,8 @@ bool ImportHelperBase::CheckFilesBeforeRead(const char* fileNames, int& formatCh
         if (!entry.canReadMany) {
             error = ReadNotMultiFile;
             if (reportMany) {
-                errorText = NvString::Format(
-                    "%s can only be imported one at a time.\n\n Import will be aborted.", entry.name);
+                SetErrorText(NvString::Format(
+                    "%s can only be imported one at a time.\n\n Import will be aborted.", entry.name));
             }
             return false;
         }
@@ -138,15 +147,22 @@ bool ImportHelperBase::CheckFilesBeforeRead(const char* fileNames, int& formatCh
     if (formatChoice > 0) {
         return true;
     }
-    errorText =
+    SetErrorText(
         "The file type is either not supported or could not be deduced from the file's extension or "
-        "contents.";
+        "contents.");
     error = ReadTypeUnsupported;
     return false;
 }
 
+void ImportHelperBase::SetErrorText(std::string_view text) {
+    errorText.assign(text);
+}
+
 bool ImportHelperBase::FailWith(SpreadsheetFile& reader) {
-    errorText = MessageOf(reader);
+    // One byte more than is said: DLLFile ends a long text behind the size.
+    char buffer[ErrorTextSize + 1] = "";
+    reader.GetErrorMessage(buffer, ErrorTextSize);
+    SetErrorText(buffer);
     return false;
 }
 
@@ -164,7 +180,7 @@ bool ImportHelperBase::ReadWith(SpreadsheetFile& reader, SpreadsheetData* data, 
         return FailWith(reader);
     }
     if (rows <= 0 || cols <= 0) {
-        errorText = "The selected file does not contain any data. Import will be aborted.";
+        SetErrorText("The selected file does not contain any data. Import will be aborted.");
         return false;
     }
     data->SetDataSize(cols, rows);
@@ -217,7 +233,7 @@ bool ImportHelperBase::ReadSpreadsheetFile(const char* fileNames, int formatChoi
         }
     } catch (...) {
         success = false;
-        errorText = "Exception during file reading. Import will be aborted.";
+        SetErrorText(ExceptionInRead);
         if (reader != nullptr) {
             reader->Close();
         }
@@ -248,13 +264,13 @@ int ImportHelperBase::FormatForWriting(const char* fileName, int formatChoice) c
 // itself.
 bool ImportHelperBase::WriteSpreadsheetFile(const char* fileName, int formatChoice, SpreadsheetData* data,
                                             NvImportOpenOptions* options) {
-    const int format = FormatForWriting(fileName, formatChoice);
-    if (format == 0) {
-        errorText =
-            "Save not supported for the current file format\nor the file format could not be deduced.";
-        return false;
-    }
     try {
+        const int format = FormatForWriting(fileName, formatChoice);
+        if (format == 0) {
+            SetErrorText(
+                "Save not supported for the current file format\nor the file format could not be deduced.");
+            return false;
+        }
         const std::unique_ptr<SpreadsheetFile> writer(loader->GetSpreadsheetFile(format));
         writer->Open(false, fileName, options);
         if (writer->GetStatus() != SpreadsheetFile::StatusOk) {
@@ -266,7 +282,7 @@ bool ImportHelperBase::WriteSpreadsheetFile(const char* fileName, int formatChoi
         writer->Close();
         return true;
     } catch (...) {
-        errorText = "Exception during file writing. Export will be aborted.";
+        SetErrorText(ExceptionInWrite);
         return false;
     }
 }

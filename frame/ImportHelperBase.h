@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "frame/ImportDLLLoader.h"
@@ -83,7 +84,9 @@ protected:
 
 private:
     void Init();
+    void SetErrorText(std::string_view text);
     bool CheckFile(const std::string& name, ReadErrors& error);
+    bool CheckFiles(const char* fileNames, int& formatChoice, ReadErrors& error, bool reportMany);
     bool ReadWith(SpreadsheetFile& reader, SpreadsheetData* data, int format);
     bool FailWith(SpreadsheetFile& reader);
     int FormatForReading(int formatChoice) const;

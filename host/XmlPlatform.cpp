@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <istream>
 #include <memory>
+#include <new>
 
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/sax/SAXException.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
+#include <xercesc/util/PanicHandler.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUni.hpp>
@@ -50,9 +52,49 @@ void Spend(std::size_t& left, std::size_t amount) {
     left -= amount;
 }
 
+// The library's own ends the process.
+class ThrowingPanicHandler : public xercesc::PanicHandler {
+public:
+    void panic(PanicReasons /*reason*/) override { throw std::bad_alloc(); }
+};
+
+/**
+ * Keeps the library running from its first use on, since starting and ending it takes thousands of
+ * allocations, and it survives none of them failing: a start that failed can be neither undone nor repeated.
+ */
+class XmlLibrary {
+public:
+    XmlLibrary() {
+        try {
+            xercesc::XMLPlatformUtils::Initialize(xercesc::XMLUni::fgXercescDefaultLocale, nullptr,
+                                                  &panicHandler);
+            running = true;
+        } catch (...) {
+            running = false;
+        }
+    }
+    XmlLibrary(const XmlLibrary&) = delete;
+    XmlLibrary& operator=(const XmlLibrary&) = delete;
+    ~XmlLibrary() {
+        if (running) {
+            xercesc::XMLPlatformUtils::Terminate();
+        }
+    }
+
+    bool IsRunning() const { return running; }
+
+private:
+    ThrowingPanicHandler panicHandler;
+    bool running = false;
+};
+
 }  // namespace
 
 XmlPlatform::XmlPlatform() {
+    static const XmlLibrary library;
+    if (!library.IsRunning()) {
+        throw std::bad_alloc();
+    }
     xercesc::XMLPlatformUtils::Initialize();
 }
 

@@ -16,7 +16,10 @@
 // it is ever opened: no DTD, no entity, no schema, no address. What a document's own DTD declares is held
 // within bounds, so that a small file can't grow into a large one.
 
-/** Keeps the XML library running for as long as it lives; several may live at a time. */
+/**
+ * Keeps the XML library running for as long as it lives; several may live at a time. The constructor raises
+ * bad_alloc when the library can't be started, and from then on always.
+ */
 class XmlPlatform {
 public:
     XmlPlatform();

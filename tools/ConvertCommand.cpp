@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -125,33 +124,50 @@ void WriteWithFormat(const FormatCatalogue& formats, int format, WantedRows& sou
     writer->Close();
 }
 
+void Commit(OutputFile& file, const std::string& output) {
+    // A reader of standard output that has gone away has had enough.
+    if (!file.Commit() && !(output == StandardOutput && file.GetError() == EPIPE)) {
+        throw Failure(output + ": could not be written: " + std::strerror(file.GetError()));
+    }
+}
+
+void CopyToStandardOutput(const std::string& path) {
+    std::ifstream source(path, std::ios::binary);
+    OutputFile file(STDOUT_FILENO);
+    char piece[1 << 16];
+    while (source && !file.HasFailed()) {
+        source.read(piece, sizeof piece);
+        file.Write({piece, static_cast<std::size_t>(source.gcount())});
+    }
+    if (!source.eof() && !file.HasFailed()) {
+        throw Failure(path + ": could not be read back");
+    }
+    Commit(file, StandardOutput);
+}
+
 // A library's writer wants a file of its own; what it wrote is then passed on.
-void CopyToStandardOutput(const FormatCatalogue& formats, int format, WantedRows& source) {
+void WriteToStandardOutput(const FormatCatalogue& formats, int format, WantedRows& source) {
     const std::string path = MakeTemporaryFile("karta-import-");
     if (path.empty()) {
         throw Failure("no temporary file can be made");
     }
     try {
         WriteWithFormat(formats, format, source, path);
+        CopyToStandardOutput(path);
     } catch (...) {
         unlink(path.c_str());
         throw;
     }
-    std::cout << std::ifstream(path, std::ios::binary).rdbuf();
     unlink(path.c_str());
 }
 
 void WriteForm(TableData& table, const std::vector<int>& rows, TableForm form, const std::string& output) {
-    const bool toStandardOutput = output == StandardOutput;
-    const auto file =
-        toStandardOutput ? std::make_unique<OutputFile>(STDOUT_FILENO) : std::make_unique<OutputFile>(output);
+    const auto file = output == StandardOutput ? std::make_unique<OutputFile>(STDOUT_FILENO)
+                                               : std::make_unique<OutputFile>(output);
     if (!file->HasFailed()) {
         WriteTable(table, rows, form, *file);
     }
-    // A reader of the output that has gone away has had enough.
-    if (!file->Commit() && !(toStandardOutput && file->GetError() == EPIPE)) {
-        throw Failure(output + ": could not be written: " + std::strerror(file->GetError()));
-    }
+    Commit(*file, output);
 }
 
 }  // namespace
@@ -166,7 +182,7 @@ int RunConvert(const ReadRequest& request, const std::string& output, const std:
     if (chosen.form) {
         WriteForm(*read.table, rows, *chosen.form, output);
     } else if (output == StandardOutput) {
-        CopyToStandardOutput(*formats, chosen.format, source);
+        WriteToStandardOutput(*formats, chosen.format, source);
     } else {
         WriteWithFormat(*formats, chosen.format, source, output);
     }

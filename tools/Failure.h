@@ -6,6 +6,9 @@
 /** Exit statuses of the program. */
 enum ExitStatus { ExitSuccess = 0, ExitFailed = 1, ExitUsage = 2, ExitInterrupted = 130 };
 
+/** What the program says when memory has run out. */
+inline constexpr const char* NotEnoughMemory = "there is not enough memory";
+
 /** A verb that can't go on: its text for standard error and the program's exit status. */
 class Failure : public std::runtime_error {
 public:

@@ -37,10 +37,11 @@ private:
 
 // False at the end of the input.
 bool AskPassword(const std::string& fileName, std::string& text) {
-    std::cerr << "Password of " << fileName << ": " << std::flush;
     bool answered = false;
     {
+        // Hidden before it is asked: the change drops what was typed until then.
         const HiddenInput hidden;
+        std::cerr << "Password of " << fileName << ": " << std::flush;
         answered = static_cast<bool>(std::getline(std::cin, text));
     }
     std::cerr << '\n';

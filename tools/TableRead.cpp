@@ -8,6 +8,7 @@
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "frame/FileContents.h"
@@ -276,6 +277,8 @@ void ReadTable(const ReadRequest& request, TableRead& result) {
         }
     } catch (const Failure&) {
         throw;
+    } catch (const std::bad_alloc&) {
+        Fail(request, NotEnoughMemory);
     } catch (const std::exception& exception) {
         Fail(request, exception.what());
     }

@@ -4,8 +4,10 @@
 
 #include <CLI/CLI.hpp>
 #include <csignal>
+#include <cstdio>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -243,6 +245,8 @@ int Run(int count, char** arguments) {
     } catch (const Failure& failure) {
         std::cerr << "karta-import: " << failure.what() << '\n';
         return failure.GetStatus();
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& exception) {
         std::cerr << "karta-import: " << exception.what() << '\n';
         return ExitFailed;
@@ -252,8 +256,19 @@ int Run(int count, char** arguments) {
 }  // namespace
 
 int main(int count, char** arguments) {
-    std::ios::sync_with_stdio(false);
     std::signal(SIGPIPE, SIG_IGN);
     Interrupt::Install();
-    return CheckOutput(Run(count, arguments));
+    try {
+        std::ios::sync_with_stdio(false);
+        return CheckOutput(Run(count, arguments));
+    } catch (const std::bad_alloc&) {
+        // The streams themselves may be what there was no memory for.
+        std::fputs("karta-import: ", stderr);
+        std::fputs(NotEnoughMemory, stderr);
+        std::fputs("\n", stderr);
+    } catch (...) {
+        // A library's exceptions needn't be of the standard's kind.
+        std::cerr << "karta-import: failed for an unknown reason\n";
+    }
+    return ExitFailed;
 }

@@ -85,8 +85,7 @@ std::string CompoundFileStreamSource::GetTempFolderName(const std::string& path,
 }
 
 bool CompoundFileStreamSource::DirectoryExists() const {
-    std::error_code error;
-    return !folder.empty() && fs::is_directory(folder, error);
+    return !folder.empty() && NvFile::IsDirectory(folder.c_str());
 }
 
 void CompoundFileStreamSource::DeleteDirectory() {

@@ -182,6 +182,23 @@ TEST_F(MatLevel4Test, SparseMatrixIsReadWithItsZeros) {
               "Set 2 1 double 7.5\nSet 1 2 double 8.5\nRead 0x0\nClose\n");
 }
 
+TEST_F(MatLevel4Test, SparseMatrixIsReadInEveryPrecision) {
+    // The rows, the columns and the values of the entries, of which the last one tells the size.
+    const auto read = [&]<class Number>(int type, Number value) {
+        for (const bool big : {false, true}) {
+            EXPECT_EQ(Cells(Matrix4{type, 2, 3, "s", false, big}.With<Number>({1, 2, 1, 1, value, 0})),
+                      "Set 1 1 float 0\nSet 1 2 float 0\nSet 1 1 double " +
+                          std::to_string(static_cast<int>(value)) + "\n")
+                << type << big;
+        }
+    };
+    read(12, 7.0F);
+    read(22, std::int32_t{-70000});
+    read(32, std::int16_t{-300});
+    read(42, std::uint16_t{65535});
+    read(52, std::uint8_t{200});
+}
+
 TEST_F(MatLevel4Test, SparseEntriesOutsideTheTableAreLeftOut) {
     constexpr double Infinity = std::numeric_limits<double>::infinity();
     const std::string cells =

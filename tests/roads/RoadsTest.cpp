@@ -256,8 +256,7 @@ protected:
     }
 
     CommandOutcome Program(const std::string& arguments) {
-        return RunInShell(folder.Path(""),
-                          std::string(KARTA_BINARY_DIR) + "/karta-import " + arguments + Words());
+        return RunInShell(folder.Path(""), ProgramPath() + " " + arguments + Words());
     }
 
     CommandOutcome FlatRoad(const std::string& rows, const std::vector<std::string>& formats) {
@@ -409,7 +408,7 @@ TEST(PlugInRoadsTest, ThreeRoadsGiveOneTable) {
                              " '' " + ShellWord(sample) + " " + ShellWord(format));
     EXPECT_EQ(flat.out, "Format \"" + format + "\"\nVerdict 1\nSize 4 5\n" + calls + "Close\n") << flat.err;
 
-    const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import ";
+    const std::string program = ProgramPath() + " ";
     const std::string arguments = " --plugins " + ShellWord(PlugIns) + " " + ShellWord(sample);
     EXPECT_EQ(RunInShell(folder.Path(""), program + "trace --through-driver" + arguments).out, driven);
     EXPECT_EQ(

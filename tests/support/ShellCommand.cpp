@@ -26,3 +26,7 @@ std::string ShellWord(std::string_view text) {
     }
     return word + "'";
 }
+
+std::string ProgramPath() {
+    return std::string(KARTA_BINARY_DIR) + "/karta-import";
+}

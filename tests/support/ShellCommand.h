@@ -15,3 +15,6 @@ CommandOutcome RunInShell(const std::string& folder, const std::string& command)
 
 /** A word of a shell's command, whatever is in it. */
 std::string ShellWord(std::string_view text);
+
+/** The program under test, to be put before its arguments. */
+std::string ProgramPath();

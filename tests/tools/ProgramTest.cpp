@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/support/SharedData.h"
 #include "tests/support/ShellCommand.h"
 #include "tests/support/TempFolder.h"
 
@@ -15,11 +16,16 @@ using Outcome = CommandOutcome;
 class ProgramTest : public testing::Test {
 protected:
     // Runs `karta-import ARGUMENTS` in the test's folder.
-    Outcome Run(const std::string& arguments) {
-        return Shell(std::string(KARTA_BINARY_DIR) + "/karta-import " + arguments);
-    }
+    Outcome Run(const std::string& arguments) { return Shell(ProgramPath() + " " + arguments); }
 
     Outcome Shell(const std::string& command) { return RunInShell(folder.Path(""), command); }
+
+    // The same on a terminal, where the answers, parted by commas, are typed.
+    Outcome RunOnTerminal(const std::string& answers, const std::string& arguments,
+                          const std::string& environment = "") {
+        return Shell(environment + "timeout 60 python3 '" KARTA_SOURCE_DIR "/tests/tools/on-terminal' '" +
+                     answers + "' " + ProgramPath() + " " + arguments);
+    }
 
     // What lies in the folder beside the captured output.
     std::size_t CountFiles() {
@@ -229,7 +235,7 @@ TEST_F(ProgramTest, FunctionsOfTheSameNamesElsewhereAreNotCalled) {
     // The module's flat functions stand before the library's in the order of look-up.
     folder.Write("a.txt", "a\tb\n");
     const std::string preload = "LD_PRELOAD='" + Modules("whole") + "/whole.so' ";
-    const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import ";
+    const std::string program = ProgramPath() + " ";
     EXPECT_EQ(Shell(preload + program + "convert --through-driver a.txt -o -").out, "a,b\n");
     EXPECT_EQ(Shell(preload + program + "formats").out, Run("formats").out);
 }
@@ -243,6 +249,40 @@ TEST_F(ProgramTest, EncryptedProjectWantsItsPassword) {
     EXPECT_EQ(Run("show --password yeast '" + sample + "'").status, 0);
     EXPECT_EQ(Run("info --password yeast '" + sample + "'").status, 0);
     EXPECT_TRUE(Contains(Run("trace --format 'KARTA project file' '" + sample + "'").out, "Open 0x65\n"));
+}
+
+TEST_F(ProgramTest, PasswordIsAskedForOnATerminal) {
+    const std::string show = "show '" KARTA_SOURCE_DIR "/samples/encrypted.kpf'";
+    const Outcome second = RunOnTerminal("wrong,yeast", show);
+    EXPECT_EQ(second.status, 0) << second.out;
+    EXPECT_TRUE(Contains(second.out, "That is not its password.")) << second.out;
+    EXPECT_FALSE(Contains(second.out, "yeast")) << "a password is not shown";
+    const Outcome never = RunOnTerminal("one,two,three", show);
+    EXPECT_EQ(never.status, 1);
+    EXPECT_TRUE(Contains(never.out, "The file could not be decrypted.")) << never.out;
+}
+
+TEST_F(ProgramTest, ProgressIsDrawnOnATerminalAndWipedOut) {
+    std::string table;
+    for (int row = 0; row < 4000000; ++row) {
+        table += "some\ttext\tof\ta\trow\tthat\tis\tlong\n";
+    }
+    folder.Write("a.txt", table);
+    const Outcome outcome = RunOnTerminal("", "info a.txt", "ON_TERMINAL_PAUSE=1 ");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(Contains(outcome.out, "\rreading row ")) << outcome.out;
+    EXPECT_TRUE(Contains(outcome.out, " of 4000000\x1b[K")) << outcome.out;
+    EXPECT_TRUE(Contains(outcome.out, "\r\x1b[Kfile        a.txt")) << outcome.out;
+    EXPECT_FALSE(
+        Contains(RunOnTerminal("", "info --quiet a.txt", "ON_TERMINAL_PAUSE=1 ").out, "reading row"));
+}
+
+TEST_F(ProgramTest, InfoListsThePartsAsJson) {
+    const std::string out = Run("info --json '" KARTA_SOURCE_DIR "/samples/excel2007.xlsx'").out;
+    EXPECT_TRUE(Contains(out,
+                         "      \"kind\": \"sheet\",\n      \"name\": \"Summary\",\n      \"rows\": 3,\n"
+                         "      \"columns\": 2,\n      \"hidden\": false,\n"))
+        << out;
 }
 
 TEST_F(ProgramTest, FailureOfAPlugInIsNamed) {
@@ -393,7 +433,7 @@ TEST_F(ProgramTest, PipeClosedEarlyIsNoError) {
         table += "some\ttext\n";
     }
     folder.Write("a.txt", table);
-    const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import ";
+    const std::string program = ProgramPath() + " ";
     for (const char* arguments : {"convert a.txt -o -", "trace a.txt"}) {
         const Outcome outcome = Shell("{ " + program + arguments +
                                       "; echo $? >status; } | head -n 1 >/dev/null; exit $(cat status)");
@@ -409,7 +449,7 @@ TEST_F(ProgramTest, CtrlCLeavesNoOutputAndIsStatus130) {
     }
     folder.Write("a.txt", table);
     // Started by a shell in the background, a program ignores the key; setsid and a trap undo that.
-    const std::string program = std::string(KARTA_BINARY_DIR) + "/karta-import";
+    const std::string program = ProgramPath();
     for (const char* arguments : {"'convert', 'a.txt', '-o', 'out.csv'", "'trace', 'a.txt'"}) {
         const Outcome outcome =
             Shell("python3 -c \"\nimport subprocess, signal, time\np = subprocess.Popen(['" + program +
