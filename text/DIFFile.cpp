@@ -284,15 +284,17 @@ bool DIFFile::FirstRowSettlesSize() {
             Advance(firstRow);
         }
     }
-    // Whatever went wrong here is the full scan's to find.
-    status = StatusOk;
-    if (firstRow != numCols && firstRow != numRows) {
-        return false;
-    }
-    if (firstRow != numCols) {
+    const bool fits = firstRow == numCols || firstRow == numRows;
+    if (firstRow == numRows && firstRow != numCols) {
         std::swap(numCols, numRows);
     }
-    return code != CodeFailed;
+    if (fits && code != CodeFailed) {
+        // A record in place of the first row's start that was bad stays the file's failure.
+        return true;
+    }
+    // Whatever went wrong here is the full scan's to find.
+    status = StatusOk;
+    return false;
 }
 
 // The next row or column; false, with a status, behind the last that an int counts.

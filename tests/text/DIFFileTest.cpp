@@ -267,6 +267,15 @@ TEST_F(DIFFileTest, FirstRowWithoutEndLeadsToAFullScanThatFails) {
         Opened + "GetNumRows -1\nGetNumCols -1\nError \"An error was found in a DIF record.\"\nClose\n");
 }
 
+TEST_F(DIFFileTest, BadRecordInPlaceOfTheFirstRowsStartFailsWithTheSizeThatIsTold) {
+    const DifBuilder file = DifBuilder().Header("2", "1").Record("1,0", "bare").Number("1").Number("2").Eod();
+    EXPECT_EQ(Trace(file, {nullptr, "", 0, true}), Opened + SizeLines(2, 1) + BadRecord);
+    // Where the counts don't fit, the failure is the measuring's.
+    EXPECT_EQ(
+        Trace(DifBuilder().Header("3", "4").Record("1,0", "bare").Number("1").Number("2").Eod()),
+        Opened + "GetNumRows -1\nGetNumCols -1\nError \"An error was found in a DIF record.\"\nClose\n");
+}
+
 TEST_F(DIFFileTest, MissingEndOfDataFailsOnceTheCellsAreSet) {
     const DifBuilder file = DifBuilder().Header("1", "2").Row({"1"}).Row({"2"});
     EXPECT_EQ(Trace(file), Opened + SizeLines(1, 2) +
