@@ -25,6 +25,8 @@ constexpr int AnswerDefault = 1;
 
 constexpr unsigned int ErrorTextSize = 1024;
 
+constexpr const char* ReadExceptionText = "Exception during file reading. Import will be aborted.";
+
 std::string MessageOf(SpreadsheetFile& reader) {
     // One byte more than is said: DLLFile ends a long text behind the size.
     char buffer[ErrorTextSize + 1] = "";
@@ -98,9 +100,20 @@ int ImportHelperBase::FormatForReading(int formatChoice) const {
     return 0;
 }
 
+// A module's test or the host's sorting may raise an exception, which must not leave the driver.
 bool ImportHelperBase::CheckFilesBeforeRead(const char* fileNames, int& formatChoice, ReadErrors& error,
                                             bool reportMany) {
     error = ReadOk;
+    try {
+        return CheckSelection(fileNames, formatChoice, error, reportMany);
+    } catch (...) {
+        errorText = ReadExceptionText;
+        return false;
+    }
+}
+
+bool ImportHelperBase::CheckSelection(const char* fileNames, int& formatChoice, ReadErrors& error,
+                                      bool reportMany) {
     const std::vector<std::string> names = NvFile::GetFileNames(fileNames);
     if (names.empty()) {
         error = ReadFileMissing;
@@ -217,7 +230,7 @@ bool ImportHelperBase::ReadSpreadsheetFile(const char* fileNames, int formatChoi
         }
     } catch (...) {
         success = false;
-        errorText = "Exception during file reading. Import will be aborted.";
+        errorText = ReadExceptionText;
         if (reader != nullptr) {
             reader->Close();
         }
@@ -248,13 +261,13 @@ int ImportHelperBase::FormatForWriting(const char* fileName, int formatChoice) c
 // itself.
 bool ImportHelperBase::WriteSpreadsheetFile(const char* fileName, int formatChoice, SpreadsheetData* data,
                                             NvImportOpenOptions* options) {
-    const int format = FormatForWriting(fileName, formatChoice);
-    if (format == 0) {
-        errorText =
-            "Save not supported for the current file format\nor the file format could not be deduced.";
-        return false;
-    }
     try {
+        const int format = FormatForWriting(fileName, formatChoice);
+        if (format == 0) {
+            errorText =
+                "Save not supported for the current file format\nor the file format could not be deduced.";
+            return false;
+        }
         const std::unique_ptr<SpreadsheetFile> writer(loader->GetSpreadsheetFile(format));
         writer->Open(false, fileName, options);
         if (writer->GetStatus() != SpreadsheetFile::StatusOk) {

@@ -84,6 +84,7 @@ protected:
 private:
     void Init();
     bool CheckFile(const std::string& name, ReadErrors& error);
+    bool CheckSelection(const char* fileNames, int& formatChoice, ReadErrors& error, bool reportMany);
     bool ReadWith(SpreadsheetFile& reader, SpreadsheetData* data, int format);
     bool FailWith(SpreadsheetFile& reader);
     int FormatForReading(int formatChoice) const;
