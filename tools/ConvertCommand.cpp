@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <system_error>
 #include <vector>
 
 #include "host/OutputFile.h"
@@ -114,31 +116,46 @@ private:
     const std::vector<int>& rows;
 };
 
-void WriteWithFormat(const FormatCatalogue& formats, int format, WantedRows& source,
-                     const std::string& path) {
+// `output` is the name that the user knows the file by.
+void WriteWithFormat(const FormatCatalogue& formats, int format, WantedRows& source, const std::string& path,
+                     const std::string& output) {
     const auto writer = formats.MakeReader(format);
     writer->Open(false, path.c_str(), nullptr);
     if (writer->GetStatus() != SpreadsheetFile::StatusOk ||
         writer->Write(&source) != SpreadsheetFile::StatusOk) {
-        throw Failure(path + ": could not be written: " + MessageOf(*writer));
+        throw Failure(output + ": could not be written: " + MessageOf(*writer));
     }
     writer->Close();
 }
 
+/** A folder of its own in the system's temporary directory, gone with the object. */
+struct TemporaryFolder {
+    TemporaryFolder() {
+        if (path.empty()) {
+            throw Failure("no temporary folder can be made");
+        }
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+
+    const std::string path = MakeTemporaryFolder("karta-import-");
+};
+
 // A library's writer wants a file of its own; what it wrote is then passed on.
 void CopyToStandardOutput(const FormatCatalogue& formats, int format, WantedRows& source) {
-    const std::string path = MakeTemporaryFile("karta-import-");
-    if (path.empty()) {
-        throw Failure("no temporary file can be made");
+    const TemporaryFolder folder;
+    // Some formats keep the file's name in the file.
+    const std::string path = folder.path + "/" + StandardOutput;
+    WriteWithFormat(formats, format, source, path, StandardOutput);
+    std::ifstream file(path, std::ios::binary);
+    // A file of no bytes would count as a failure of the stream that it is passed to.
+    if (file.peek() != std::ifstream::traits_type::eof()) {
+        std::cout << file.rdbuf();
     }
-    try {
-        WriteWithFormat(formats, format, source, path);
-    } catch (...) {
-        unlink(path.c_str());
-        throw;
-    }
-    std::cout << std::ifstream(path, std::ios::binary).rdbuf();
-    unlink(path.c_str());
 }
 
 void WriteForm(TableData& table, const std::vector<int>& rows, TableForm form, const std::string& output) {
@@ -168,7 +185,7 @@ int RunConvert(const ReadRequest& request, const std::string& output, const std:
     } else if (output == StandardOutput) {
         CopyToStandardOutput(*formats, chosen.format, source);
     } else {
-        WriteWithFormat(*formats, chosen.format, source, output);
+        WriteWithFormat(*formats, chosen.format, source, output, output);
     }
     ShowWarning(request, read.warning);
     return ExitSuccess;
