@@ -64,6 +64,10 @@ private:
     std::string& warning;
 };
 
+std::string OrNoReason(const std::string& text) {
+    return text.empty() ? "The file holds no table (the reader gives no reason)." : text;
+}
+
 [[noreturn]] void Fail(const ReadRequest& request, const std::string& text) {
     throw Failure(request.files.front() + ": " + text);
 }
@@ -109,14 +113,10 @@ void ReadDirectly(SpreadsheetFile& reader, OptionsRecord& options, const ReadReq
 
 void ReadThroughDriver(int format, OptionsRecord& options, const ReadRequest& request, TableRead& result,
                        TableData& table) {
-    if (request.matrix) {
-        throw Failure("--matrix is chosen in the reader itself and can't go with --through-driver",
-                      ExitUsage);
-    }
     ProgramDriver driver(new FormatCatalogue, request.plugins, result.warning);
     if (!driver.ReadSpreadsheetFile(request.Selection().c_str(), format, &table, options.Get(), true,
                                     nullptr)) {
-        Fail(request, driver.GetErrorMessage());
+        Fail(request, OrNoReason(driver.GetErrorMessage()));
     }
     options.SaveAfterDriver(request);
 }
@@ -131,6 +131,13 @@ std::vector<int> TableRead::Rows(const ReadRequest& request) const {
         rows.push_back(row);
     }
     return rows;
+}
+
+void CheckChoices(const ReadRequest& request) {
+    if (request.matrix && request.throughDriver) {
+        throw Failure("--matrix is chosen in the reader itself and can't go with --through-driver",
+                      ExitUsage);
+    }
 }
 
 void CheckNames(const ReadRequest& request) {
@@ -203,27 +210,30 @@ std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int 
     return reader;
 }
 
-OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const ReadRequest& request) {
-    std::vector<FileContents::Part> parts;
-    if (OptionsRecord::NeedsParts(request)) {
-        const auto scout = MakeReader(formats, format, request);
-        if (scout->Open(true, request.Selection().c_str(), nullptr) != SpreadsheetFile::StatusOk) {
+OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const ReadRequest& request,
+                          Unopened unopened) {
+    if (!OptionsRecord::NeedsParts(request)) {
+        return {request, {}};
+    }
+    const auto scout = MakeReader(formats, format, request);
+    if (scout->Open(true, request.Selection().c_str(), nullptr) != SpreadsheetFile::StatusOk) {
+        if (unopened == Unopened::Fails) {
             Fail(request, MessageOf(*scout));
         }
-        if (auto* contents = dynamic_cast<FileContents*>(scout.get())) {
-            parts = contents->ListParts();
-        }
+        ReadRequest rest = request;
+        rest.sheets.clear();
+        rest.blocks.clear();
+        rest.sideBySide = false;
+        return {rest, {}};
     }
-    return {request, parts};
+    auto* contents = dynamic_cast<FileContents*>(scout.get());
+    return {request, contents == nullptr ? std::vector<FileContents::Part>() : contents->ListParts()};
 }
 
 std::string MessageOf(SpreadsheetFile& reader) {
     char buffer[ErrorTextSize + 1] = "";
     reader.GetErrorMessage(buffer, ErrorTextSize);
-    if (buffer[0] == '\0') {
-        return "The file holds no table (the reader gives no reason).";
-    }
-    return buffer;
+    return OrNoReason(buffer);
 }
 
 void ShowWarning(const ReadRequest& request, const std::string& warning) {
@@ -248,6 +258,7 @@ void AnswerQuestions(const ReadRequest& request) {
 }
 
 void ReadTable(const ReadRequest& request, TableRead& result) {
+    CheckChoices(request);
     CheckFiles(request);
     AnswerQuestions(request);
     const auto formats = LoadFormats(request);
