@@ -221,11 +221,20 @@ void ImportDLLLoader::ExtractFileTypes(const std::string& path) {
         return;
     }
     modulePaths[module] = path;
+    const bool isListed = IsUsed(module);
     const int size = sizeFormats();
     for (int i = 1; i <= size; ++i) {
         const NvImportFileFormatInfo* info = getInfo(i);
-        RemoveFormat(info->formatName);
+        void* replaced = RemoveFormat(info->formatName);
         instances.push_back({module, i, info});
+        // Only now: a module that names a format twice replaces its own and stays.
+        if (replaced != nullptr && !IsUsed(replaced)) {
+            ReleaseDLL(replaced);
+        }
+    }
+    if (isListed) {
+        // It was found a second time; the list needs it loaded once.
+        dlclose(module);
     }
 }
 
@@ -253,21 +262,22 @@ void ImportDLLLoader::ExtractDirectory(const std::string& directory) {
     }
 }
 
-void ImportDLLLoader::RemoveFormat(const char* formatName) {
+// The module that had the format of this name, or null.
+void* ImportDLLLoader::RemoveFormat(const char* formatName) {
     const auto old = std::find_if(instances.begin(), instances.end(), [&](const InstanceInfo& instance) {
         return EqualIgnoringCase(instance.info->formatName, formatName);
     });
     if (old == instances.end()) {
-        return;
+        return nullptr;
     }
     void* module = old->module;
     instances.erase(old);
-    const bool stillUsed = std::any_of(instances.begin(), instances.end(), [&](const InstanceInfo& instance) {
-        return instance.module == module;
-    });
-    if (!stillUsed) {
-        ReleaseDLL(module);
-    }
+    return module;
+}
+
+bool ImportDLLLoader::IsUsed(void* module) const {
+    return std::any_of(instances.begin(), instances.end(),
+                       [&](const InstanceInfo& instance) { return instance.module == module; });
 }
 
 void ImportDLLLoader::MatchExtension(const char* fileName, const std::vector<InstanceInfo>& candidates,

@@ -69,7 +69,8 @@ protected:
 private:
     const InstanceInfo& InstanceAt(int i) const;
     void ExtractDirectory(const std::string& directory);
-    void RemoveFormat(const char* formatName);
+    void* RemoveFormat(const char* formatName);
+    bool IsUsed(void* module) const;
     static void MatchExtension(const char* fileName, const std::vector<InstanceInfo>& candidates,
                                std::vector<InstanceInfo>& matches);
     static void ReleaseDLL(void* module);

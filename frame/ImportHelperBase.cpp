@@ -97,6 +97,7 @@ int ImportHelperBase::FormatForReading(int formatChoice) const {
     return 0;
 }
 
+// A module's test or the host's sorting may raise an exception, which must not leave the driver.
 bool ImportHelperBase::CheckFilesBeforeRead(const char* fileNames, int& formatChoice, ReadErrors& error,
                                             bool reportMany) {
     error = ReadOk;

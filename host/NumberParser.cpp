@@ -1,7 +1,8 @@
 #include "host/NumberParser.h"
 
+#include <algorithm>
 #include <charconv>
-#include <cmath>
+#include <cstddef>
 #include <limits>
 #include <system_error>
 
@@ -15,17 +16,22 @@ std::size_t CountSpace(std::string_view text) {
     return count;
 }
 
-// What std::from_chars calls out of range: too large, unless the number's exponent is negative.
+// The place of the first digit that isn't 0, counted from the point: 1 just before it, 0 just behind it.
+std::ptrdiff_t LeadingPlace(std::string_view digits) {
+    const std::size_t point = std::min(digits.find('.'), digits.size());
+    const std::size_t first = digits.find_first_not_of("0.");
+    return static_cast<std::ptrdiff_t>(point) - static_cast<std::ptrdiff_t>(first) + (first > point ? 1 : 0);
+}
+
+// What std::from_chars calls out of range: too large or too small, as the digits and the exponent say
+// together.
 double OutOfRangeValue(std::string_view number) {
     const bool negative = number.front() == '-';
-    const std::size_t exponent = number.find_first_of("eE");
-    bool small = false;
-    if (exponent != std::string_view::npos) {
-        small = number.substr(exponent + 1).starts_with('-');
-    } else {
-        // Without an exponent only a long row of digits before the point is too large.
-        small = number.substr(negative ? 1 : 0).find_first_not_of("0.") > number.find('.');
-    }
+    number.remove_prefix(negative ? 1 : 0);
+    const std::size_t mark = std::min(number.find_first_of("eE"), number.size());
+    int exponent = 0;
+    ParseInt(number.substr(std::min(mark + 1, number.size())), exponent);
+    const bool small = LeadingPlace(number.substr(0, mark)) + exponent <= 0;
     const double magnitude = small ? 0.0 : std::numeric_limits<double>::infinity();
     return negative ? -magnitude : magnitude;
 }

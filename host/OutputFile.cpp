@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -15,6 +17,9 @@ constexpr std::size_t BufferSize = 1 << 18;
 
 // What a new file may be read and written by, before the user's mask.
 constexpr mode_t NewFileMode = 0666;
+
+// What tells the growing file from the one that it becomes.
+constexpr std::string_view Suffix = ".XXXXXX";
 
 mode_t UserMask() {
     const mode_t mask = umask(0);
@@ -47,14 +52,20 @@ OutputFile::OutputFile(const std::string& path) : target(path) {
     }
 }
 
-OutputFile::OutputFile(int openDescriptor) : descriptor(dup(openDescriptor)), failed(descriptor < 0) {}
+OutputFile::OutputFile(int openDescriptor) : descriptor(dup(openDescriptor)), failed(false) {
+    if (descriptor < 0) {
+        Fail();
+    }
+}
 
 OutputFile::~OutputFile() {
     Discard();
 }
 
 void OutputFile::OpenBeside(const std::string& path) {
-    temporary = path + ".XXXXXX";
+    // A name may be as long as a folder takes; then the added letters go at the cost of its own.
+    const std::size_t name = path.rfind('/') + 1;
+    temporary = path.substr(0, std::min(path.size(), name + NAME_MAX - Suffix.size())).append(Suffix);
     descriptor = mkostemp(temporary.data(), O_CLOEXEC);
     if (descriptor < 0) {
         temporary.clear();

@@ -11,4 +11,4 @@
 KARTA_EXPORT std::string MakeTemporaryFile(const std::string& prefix);
 
 /** The same for a folder. */
-std::string MakeTemporaryFolder(const std::string& prefix);
+KARTA_EXPORT std::string MakeTemporaryFolder(const std::string& prefix);

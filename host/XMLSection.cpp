@@ -205,11 +205,11 @@ XMLSection& XMLSection::CreateSection(std::string_view name) {
 }
 
 bool XMLSection::Read(std::string_view key, bool& value) const {
-    const std::string* found = Find(key);
-    if (found == nullptr) {
+    std::string plain;
+    if (!Read(key, plain)) {
         return false;
     }
-    const std::string_view text = TrimSpace(*found);
+    const std::string_view text = TrimSpace(plain);
     const bool isTrue = text == "true" || text == "1";
     const bool isFalse = text == "false" || text == "0";
     if (isTrue || isFalse) {
@@ -219,9 +219,9 @@ bool XMLSection::Read(std::string_view key, bool& value) const {
 }
 
 bool XMLSection::Read(std::string_view key, int& value) const {
-    const std::string* found = Find(key);
+    std::string plain;
     int number = 0;
-    if (found == nullptr || !NvString::ToInt(*found, number)) {
+    if (!Read(key, plain) || !NvString::ToInt(plain, number)) {
         return false;
     }
     value = number;
@@ -229,9 +229,9 @@ bool XMLSection::Read(std::string_view key, int& value) const {
 }
 
 bool XMLSection::Read(std::string_view key, float& value) const {
-    const std::string* found = Find(key);
+    std::string plain;
     float number = 0.0F;
-    if (found == nullptr || !NvString::ToFloat(*found, number)) {
+    if (!Read(key, plain) || !NvString::ToFloat(plain, number)) {
         return false;
     }
     value = number;
@@ -248,13 +248,13 @@ bool XMLSection::Read(std::string_view key, std::string& value) const {
 }
 
 bool XMLSection::Read(std::string_view key, std::vector<int>& value) const {
-    const std::string* found = Find(key);
-    return found != nullptr && ReadList(*found, value, NvString::ToInt);
+    std::string plain;
+    return Read(key, plain) && ReadList(plain, value, NvString::ToInt);
 }
 
 bool XMLSection::Read(std::string_view key, std::vector<float>& value) const {
-    const std::string* found = Find(key);
-    return found != nullptr && ReadList(*found, value, NvString::ToFloat);
+    std::string plain;
+    return Read(key, plain) && ReadList(plain, value, NvString::ToFloat);
 }
 
 void XMLSection::Write(std::string_view key, bool value) {

@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <optional>
+#include <system_error>
 #include <vector>
 
+#include "host/NvFile.h"
 #include "host/OutputFile.h"
 #include "host/PathNames.h"
 #include "host/TemporaryFile.h"
@@ -20,6 +23,9 @@
 namespace {
 
 constexpr const char* StandardOutput = "-";
+
+constexpr double MostCellsOfSmallFile = 1 << 28;
+constexpr double MostCellsPerByte = 64.0;
 
 /** What to write: one of the program's own forms, or a format of the library. */
 struct Target {
@@ -113,13 +119,14 @@ private:
     const std::vector<int>& rows;
 };
 
-void WriteWithFormat(const FormatCatalogue& formats, int format, WantedRows& source,
-                     const std::string& path) {
+// `output` is the name that the user knows the file by.
+void WriteWithFormat(const FormatCatalogue& formats, int format, WantedRows& source, const std::string& path,
+                     const std::string& output) {
     const auto writer = formats.MakeReader(format);
     writer->Open(false, path.c_str(), nullptr);
     if (writer->GetStatus() != SpreadsheetFile::StatusOk ||
         writer->Write(&source) != SpreadsheetFile::StatusOk) {
-        throw Failure(path + ": could not be written: " + MessageOf(*writer));
+        throw Failure(output + ": could not be written: " + MessageOf(*writer));
     }
     writer->Close();
 }
@@ -145,20 +152,30 @@ void CopyToStandardOutput(const std::string& path) {
     Commit(file, StandardOutput);
 }
 
+/** A folder of its own in the system's temporary directory, gone with the object. */
+struct TemporaryFolder {
+    TemporaryFolder() {
+        if (path.empty()) {
+            throw Failure("no temporary folder can be made");
+        }
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+
+    const std::string path = MakeTemporaryFolder("karta-import-");
+};
+
 // A library's writer wants a file of its own; what it wrote is then passed on.
 void WriteToStandardOutput(const FormatCatalogue& formats, int format, WantedRows& source) {
-    const std::string path = MakeTemporaryFile("karta-import-");
-    if (path.empty()) {
-        throw Failure("no temporary file can be made");
-    }
-    try {
-        WriteWithFormat(formats, format, source, path);
-        CopyToStandardOutput(path);
-    } catch (...) {
-        unlink(path.c_str());
-        throw;
-    }
-    unlink(path.c_str());
+    const TemporaryFolder folder;
+    // Some formats keep the file's name in the file.
+    const std::string path = folder.path + "/" + StandardOutput;
+    WriteWithFormat(formats, format, source, path, StandardOutput);
+    CopyToStandardOutput(path);
 }
 
 void WriteForm(TableData& table, const std::vector<int>& rows, TableForm form, const std::string& output) {
@@ -170,6 +187,21 @@ void WriteForm(TableData& table, const std::vector<int>& rows, TableForm form, c
     Commit(*file, output);
 }
 
+// Every cell of a table is written, the empty ones too. A few bytes can claim a table of billions, which no
+// one has a use for.
+void CheckExtent(const ReadRequest& request, TableData& table, std::size_t rows) {
+    double bytes = 0.0;
+    for (const std::string& file : request.files) {
+        bytes += static_cast<double>(NvFile::GetSize(file.c_str()));
+    }
+    const double cells = static_cast<double>(rows) * table.GetNumberOfColumns();
+    if (cells > std::max(MostCellsOfSmallFile, MostCellsPerByte * bytes)) {
+        throw Failure(request.files.front() + ": the file claims a table of " + std::to_string(rows) +
+                      " rows and " + std::to_string(table.GetNumberOfColumns()) +
+                      " columns, far more than it can hold; --want takes some of its rows");
+    }
+}
+
 }  // namespace
 
 int RunConvert(const ReadRequest& request, const std::string& output, const std::string& target) {
@@ -178,13 +210,14 @@ int RunConvert(const ReadRequest& request, const std::string& output, const std:
     TableRead read;
     ReadTable(request, read);
     const std::vector<int> rows = read.Rows(request);
+    CheckExtent(request, *read.table, rows.size());
     WantedRows source(*read.table, rows);
     if (chosen.form) {
         WriteForm(*read.table, rows, *chosen.form, output);
     } else if (output == StandardOutput) {
         WriteToStandardOutput(*formats, chosen.format, source);
     } else {
-        WriteWithFormat(*formats, chosen.format, source, output);
+        WriteWithFormat(*formats, chosen.format, source, output, output);
     }
     ShowWarning(request, read.warning);
     return ExitSuccess;

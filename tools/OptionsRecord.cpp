@@ -8,6 +8,7 @@
 
 #include "frame/OptionsText.h"
 #include "frame/SpreadsheetOpenOptions.h"
+#include "host/Ascii.h"
 #include "host/NvString.h"
 #include "host/OutputFile.h"
 #include "host/StreamReader.h"
@@ -20,17 +21,19 @@ namespace {
 using Parts = std::vector<FileContents::Part>;
 
 // The user's word for a place: a number from 1 within what `info` lists.
-const FileContents::Part& PartAt(const Parts& parts, int place, const char* option) {
+const FileContents::Part& PartAt(const Parts& parts, int place, const ReadRequest& request,
+                                 const char* option) {
     if (place < 1 || static_cast<std::size_t>(place) > parts.size()) {
-        throw Failure(std::string(option) + ": there is no number " + std::to_string(place) +
-                      " in the file, which has " + std::to_string(parts.size()) +
+        throw Failure(request.files.front() + ": " + option + ": there is no number " +
+                      std::to_string(place) + " in the file, which has " + std::to_string(parts.size()) +
                       "; karta-import info lists them");
     }
     return parts[static_cast<std::size_t>(place) - 1];
 }
 
 // By name first: a sheet may be called 2.
-const FileContents::Part& FindSheet(const Parts& parts, const std::string& wanted) {
+const FileContents::Part& FindSheet(const Parts& parts, const std::string& wanted,
+                                    const ReadRequest& request) {
     const auto found = std::find_if(parts.begin(), parts.end(),
                                     [&](const FileContents::Part& part) { return part.name == wanted; });
     if (found != parts.end()) {
@@ -38,9 +41,10 @@ const FileContents::Part& FindSheet(const Parts& parts, const std::string& wante
     }
     int place = 0;
     if (!NvString::ToInt(wanted, place)) {
-        throw Failure("--sheets: there is no sheet '" + wanted + "'; karta-import info lists them");
+        throw Failure(request.files.front() + ": --sheets: there is no sheet '" + wanted +
+                      "'; karta-import info lists them");
     }
-    return PartAt(parts, place, "--sheets");
+    return PartAt(parts, place, request, "--sheets");
 }
 
 // Without a list of sheets, side by side means all of them.
@@ -50,7 +54,7 @@ void WriteSheets(XMLSection& settings, const ReadRequest& request, const Parts& 
     }
     std::vector<int> numbers;
     for (const std::string& sheet : request.sheets) {
-        numbers.push_back(FindSheet(parts, sheet).number);
+        numbers.push_back(FindSheet(parts, sheet, request).number);
     }
     if (request.sheets.empty()) {
         for (const FileContents::Part& part : parts) {
@@ -67,7 +71,7 @@ void WriteBlocks(XMLSection& settings, const ReadRequest& request, const Parts& 
     }
     std::vector<int> numbers;
     for (const int place : request.blocks) {
-        numbers.push_back(PartAt(parts, place, "--blocks").number);
+        numbers.push_back(PartAt(parts, place, request, "--blocks").number);
     }
     settings.Write("DataBlocks", numbers);
 }
@@ -112,10 +116,17 @@ void WriteDelimiter(XMLSection& settings, const ReadRequest& request) {
     }
 }
 
+// The name of an element, as a section is read back.
+bool IsKey(const std::string& text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
+        return IsLetter(c) || IsDigit(c) || std::string_view("_-.:").find(c) != std::string_view::npos;
+    });
+}
+
 void WriteSettings(XMLSection& settings, const ReadRequest& request) {
     for (const std::string& setting : request.settings) {
         const std::size_t equals = setting.find('=');
-        if (equals == std::string::npos || equals == 0) {
+        if (equals == std::string::npos || !IsKey(setting.substr(0, equals))) {
             throw Failure("--setting takes KEY=VALUE, not '" + setting + "'", ExitUsage);
         }
         settings.Write(setting.substr(0, equals), setting.substr(equals + 1));
@@ -156,7 +167,8 @@ OptionsRecord::OptionsRecord(const ReadRequest& request, const std::vector<FileC
                           ExitUsage);
         }
         bytes = ReadKept(request.optionsFile);
-        given = !bytes.empty();
+        // A kept record without bytes is no choice at all, yet whoever keeps the choices anew gets them.
+        given = !bytes.empty() || !request.saveOptionsFile.empty();
     } else if (hasSettings) {
         XMLSection document;
         XMLSection& settings = document.CreateSection(XMLSection::Settings);

@@ -65,6 +65,10 @@ private:
     std::string& warning;
 };
 
+std::string OrNoReason(const std::string& text) {
+    return text.empty() ? "The file holds no table (the reader gives no reason)." : text;
+}
+
 [[noreturn]] void Fail(const ReadRequest& request, const std::string& text) {
     throw Failure(request.files.front() + ": " + text);
 }
@@ -113,7 +117,7 @@ void ReadThroughDriver(int format, OptionsRecord& options, const ReadRequest& re
     ProgramDriver driver(new FormatCatalogue, request.plugins, result.warning);
     if (!driver.ReadSpreadsheetFile(request.Selection().c_str(), format, &table, options.Get(), true,
                                     nullptr)) {
-        Fail(request, driver.GetErrorMessage());
+        Fail(request, OrNoReason(driver.GetErrorMessage()));
     }
     options.SaveAfterDriver(request);
 }
@@ -214,27 +218,30 @@ std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int 
     return reader;
 }
 
-OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const ReadRequest& request) {
-    std::vector<FileContents::Part> parts;
-    if (OptionsRecord::NeedsParts(request)) {
-        const auto scout = MakeReader(formats, format, request);
-        if (scout->Open(true, request.Selection().c_str(), nullptr) != SpreadsheetFile::StatusOk) {
+OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const ReadRequest& request,
+                          Unopened unopened) {
+    if (!OptionsRecord::NeedsParts(request)) {
+        return {request, {}};
+    }
+    const auto scout = MakeReader(formats, format, request);
+    if (scout->Open(true, request.Selection().c_str(), nullptr) != SpreadsheetFile::StatusOk) {
+        if (unopened == Unopened::Fails) {
             Fail(request, MessageOf(*scout));
         }
-        if (auto* contents = dynamic_cast<FileContents*>(scout.get())) {
-            parts = contents->ListParts();
-        }
+        ReadRequest rest = request;
+        rest.sheets.clear();
+        rest.blocks.clear();
+        rest.sideBySide = false;
+        return {rest, {}};
     }
-    return {request, parts};
+    auto* contents = dynamic_cast<FileContents*>(scout.get());
+    return {request, contents == nullptr ? std::vector<FileContents::Part>() : contents->ListParts()};
 }
 
 std::string MessageOf(SpreadsheetFile& reader) {
     char buffer[ErrorTextSize + 1] = "";
     reader.GetErrorMessage(buffer, ErrorTextSize);
-    if (buffer[0] == '\0') {
-        return "The file holds no table (the reader gives no reason).";
-    }
-    return buffer;
+    return OrNoReason(buffer);
 }
 
 void ShowWarning(const ReadRequest& request, const std::string& warning) {

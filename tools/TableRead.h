@@ -38,8 +38,15 @@ void CheckSelection(const FormatCatalogue& formats, int format, const ReadReques
 std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int format,
                                             const ReadRequest& request);
 
+/** A file that can't be opened, where a choice goes by what it holds. */
+enum class Unopened {
+    Fails,      // no choice, no read
+    HasNoParts  // such choices are left out: the read itself is to show the failure
+};
+
 /** The options record; looks into the file first where a choice goes by what it holds. */
-OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const ReadRequest& request);
+OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const ReadRequest& request,
+                          Unopened unopened = Unopened::Fails);
 
 /** The reader's message, or a word for a status that has none. */
 std::string MessageOf(SpreadsheetFile& reader);

@@ -15,6 +15,9 @@ namespace {
 // Longer than any number in its shortest form.
 constexpr std::size_t NumberSize = 40;
 
+// A row may have millions of fields.
+constexpr std::size_t PieceSize = 65536;
+
 /** Texts of cells without an allocation a cell. */
 class CellPrinter {
 public:
@@ -54,16 +57,20 @@ private:
     char number[NumberSize];
 };
 
-/** Gathers a row's text, so that the file is asked to write once a row and not once a byte. */
+/** Gathers text, so that the file is asked to write once a row, or a part of a wide one, and not once a byte.
+ */
 class FieldWriter {
 public:
-    explicit FieldWriter(char fieldSeparator) : separator(fieldSeparator) {
+    FieldWriter(char fieldSeparator, OutputFile& target) : separator(fieldSeparator), output(target) {
         for (const char c : {fieldSeparator, '"', '\n', '\r'}) {
             mustBeQuoted[static_cast<unsigned char>(c)] = true;
         }
     }
 
     void Add(std::string_view field) {
+        if (line.size() >= PieceSize) {
+            Flush();
+        }
         if (begun) {
             line += separator;
         }
@@ -76,10 +83,9 @@ public:
         }
     }
 
-    void EndRow(OutputFile& output) {
+    void EndRow() {
         line += '\n';
-        output.Write(line);
-        line.clear();
+        Flush();
         begun = false;
     }
 
@@ -92,7 +98,13 @@ private:
         line += '"';
     }
 
+    void Flush() {
+        output.Write(line);
+        line.clear();
+    }
+
     char separator;
+    OutputFile& output;
     bool begun = false;  // a field of the row was added, perhaps an empty one
     bool mustBeQuoted[256] = {};
     std::string line;
@@ -100,7 +112,7 @@ private:
 
 void WriteSeparated(TableData& table, const std::vector<int>& rows, char separator, OutputFile& output) {
     CellPrinter printer(table);
-    FieldWriter writer(separator);
+    FieldWriter writer(separator, output);
     const int cols = table.GetNumberOfColumns();
     for (const int row : rows) {
         if (output.HasFailed()) {
@@ -109,7 +121,7 @@ void WriteSeparated(TableData& table, const std::vector<int>& rows, char separat
         for (int col = 1; col <= cols; ++col) {
             writer.Add(printer.Print(col, row));
         }
-        writer.EndRow(output);
+        writer.EndRow();
     }
 }
 

@@ -84,7 +84,7 @@ int RunTrace(const ReadRequest& request) {
     AnswerQuestions(request);
     const auto formats = LoadFormats(request);
     const int format = ChooseTracedFormat(*formats, request);
-    OptionsRecord options = MakeOptions(*formats, format, request);
+    OptionsRecord options = MakeOptions(*formats, format, request, Unopened::HasNoParts);
     const bool success = request.throughDriver ? TraceDriverRead(format, options, request)
                                                : TraceDirectRead(*formats, format, options, request);
     if (Interrupt::IsRequested()) {

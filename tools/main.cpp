@@ -135,6 +135,31 @@ void AddReading(CLI::App* verb, CommandLine& line) {
     verb->add_flag("--quiet", request.quiet, "no progress, no warnings");
 }
 
+// The parser takes "[a,b]" for a list and "++" for the end of a verb, but a file may be called so. An
+// argument that could be meant so is marked for the parser, and the mark is taken off the option's value.
+constexpr char NameMark = '\x1f';
+
+bool MayMislead(const std::string& argument) {
+    return argument.starts_with('[') || argument.starts_with("++");
+}
+
+std::vector<std::string> MarkNames(int count, char** arguments) {
+    std::vector<std::string> marked(arguments, arguments + count);
+    for (std::string& argument : marked) {
+        if (MayMislead(argument)) {
+            argument += NameMark;
+        }
+    }
+    return marked;
+}
+
+std::string UnmarkName(std::string text) {
+    if (MayMislead(text) && text.ends_with(NameMark)) {
+        text.pop_back();
+    }
+    return text;
+}
+
 int RunVerb(CLI::App& app, CommandLine& line) {
     if (app.got_subcommand("formats")) {
         return RunFormats(line.request, line.json);
@@ -215,9 +240,19 @@ int Run(int count, char** arguments) {
     for (CLI::App* verb : app.get_subcommands({})) {
         verb->set_help_flag("-h,--help", "this text");
         verb->set_version_flag("--version", "karta-import " KARTA_VERSION);
+        for (CLI::Option* option : verb->get_options()) {
+            if (option->get_expected_min() > 0) {
+                option->transform(UnmarkName);
+            }
+        }
     }
     try {
-        app.parse(count, arguments);
+        const std::vector<std::string> marked = MarkNames(count, arguments);
+        std::vector<const char*> pointers;
+        for (const std::string& argument : marked) {
+            pointers.push_back(argument.c_str());
+        }
+        app.parse(count, pointers.data());
         if (version) {
             std::cout << "karta-import " KARTA_VERSION "\n";
             return ExitSuccess;
@@ -240,7 +275,9 @@ int Run(int count, char** arguments) {
             std::cout << (version ? "karta-import " KARTA_VERSION "\n" : HelpText);
             return ExitSuccess;
         }
-        std::cerr << "karta-import: " << error.what() << " (karta-import --help tells the usage)\n";
+        std::string text = error.what();
+        std::erase(text, NameMark);
+        std::cerr << "karta-import: " << text << " (karta-import --help tells the usage)\n";
         return ExitUsage;
     } catch (const Failure& failure) {
         std::cerr << "karta-import: " << failure.what() << '\n';

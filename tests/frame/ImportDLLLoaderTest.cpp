@@ -1,5 +1,6 @@
 #include "frame/ImportDLLLoader.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -185,6 +186,25 @@ TEST_F(ModuleTest, FormatOfABuiltInNameReplacesIt) {
     TableData table;
     EXPECT_EQ(reader->Read(&table), 0);
     EXPECT_EQ(table.GetFloat(1, 1), 1.5F);
+}
+
+TEST_F(ModuleTest, FormatThatAModuleNamesTwiceIsItsLast) {
+    Load("twice");
+    EXPECT_EQ(loader.SizeInfos(), SprFileFactory::SizeInfos() + 1);
+    const auto reader = Reader("Twice File");
+    EXPECT_EQ(reader->Open(true, File("number").c_str(), nullptr), 0);
+}
+
+TEST_F(ModuleTest, ModuleFoundTwiceIsUnloadedWithItsLoader) {
+    const std::string path = ModuleFolder("whole") + "/whole.so";
+    std::filesystem::create_symlink(path, folder.Path("a.so"));
+    std::filesystem::create_symlink(path, folder.Path("b.so"));
+    {
+        ImportDLLLoader twice;
+        twice.Init(folder.Path("").c_str());
+        EXPECT_EQ(twice.SizeInfos(), SprFileFactory::SizeInfos() + 1);
+    }
+    EXPECT_EQ(dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
 
 TEST_F(ModuleTest, ModuleWithoutFormatsAddsNone) {

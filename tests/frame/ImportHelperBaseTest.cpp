@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <stdexcept>
 
 #include "frame/OptionsText.h"
 #include "frame/SprFileFactory.h"
@@ -73,6 +74,9 @@ public:
         : SprFileFactory("Acting File", "Acting Files (*.act)", "Acting File (*.act)", 1, ".act\0", 1, 1, 0,
                          0, 0, 1) {}
     MyKindOfFile IsMyKindOfFile(const char* fileName) override {
+        if (std::string(fileName).ends_with("test-throws.act")) {
+            throw std::runtime_error("no verdict");
+        }
         return std::string(fileName).ends_with(".act") ? KindYes : KindNo;
     }
     SpreadsheetFile* GetSpreadsheetFile() override { return new ActingFile; }
@@ -98,6 +102,7 @@ public:
 
     int answer = 1;
     bool sorts = true;
+    bool sortingThrows = false;
     std::string said;
 
 protected:
@@ -108,6 +113,9 @@ protected:
     }
     bool SortFiles(const char*, ReadErrors&) override {
         said += "sort ";
+        if (sortingThrows) {
+            throw std::runtime_error("no order");
+        }
         return sorts;
     }
     void ShowProgressBarWhileReading(SpreadsheetData*, int cols, int rows) override {
@@ -337,6 +345,20 @@ TEST_F(DriverTest, SeveralFilesAreSortedByTheHost) {
     host.sorts = false;
     EXPECT_EQ(Check(names), ReadOk);
     EXPECT_FALSE(checked);
+}
+
+TEST_F(DriverTest, ExceptionOfATestOrOfTheHostStaysInside) {
+    const char* text = "Exception during file reading. Import will be aborted.";
+    const std::string path = folder.Write("test-throws.act", "x");
+    EXPECT_EQ(Check(path), ReadOk);
+    EXPECT_FALSE(checked);
+    EXPECT_EQ(host.GetErrorMessage(), text);
+    EXPECT_FALSE(host.WriteSpreadsheetFile(path.c_str(), 0, &table, nullptr));
+    EXPECT_EQ(host.GetErrorMessage(), "Exception during file writing. Export will be aborted.");
+    host.sortingThrows = true;
+    const std::string names = folder.Write("a.many", "x") + "\n" + folder.Write("b.many", "x");
+    EXPECT_FALSE(host.ReadSpreadsheetFile(names.c_str(), 1, &table, nullptr, false, nullptr));
+    EXPECT_EQ(host.GetErrorMessage(), text);
 }
 
 TEST_F(DriverTest, LoaderThatAnswersNoFormatIsUnsupported) {

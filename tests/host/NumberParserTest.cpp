@@ -55,6 +55,19 @@ TEST(NumberParser, OutOfRangeBecomesInfinityOrZero) {
     EXPECT_EQ(Number("0." + std::string(400, '0') + "1"), 0.0);
 }
 
+TEST(NumberParser, DigitsAndExponentDecideTogetherWhatIsOutOfRange) {
+    const std::string zeros(400, '0');
+    const double infinity = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(Number("0." + zeros + "1e5"), 0.0);
+    EXPECT_TRUE(std::signbit(Number("-0." + zeros + "1e5")));
+    EXPECT_EQ(Number("1" + zeros + "e-5"), infinity);
+    EXPECT_EQ(Number("-001" + zeros + ".5e-5"), -infinity);
+    EXPECT_EQ(Number("1" + zeros + "e-800"), 0.0);
+    EXPECT_EQ(Number("0." + zeros + "1e800"), infinity);
+    EXPECT_EQ(Number("0." + zeros + "1e401"), 1.0);
+    EXPECT_EQ(Number(".1e99999999999999999999"), infinity);
+}
+
 TEST(NumberParser, NamesOfNonNumbers) {
     EXPECT_TRUE(std::isnan(Number("nan")));
     EXPECT_TRUE(std::isinf(Number("-inf")));

@@ -77,6 +77,27 @@ TEST(XMLSection, AcceptsOneAndZeroAndWhiteSpace) {
     EXPECT_EQ(e, "x");
 }
 
+TEST(XMLSection, ValuesWrittenAsTextsAreReadInTheirKind) {
+    XMLSection document;
+    XMLSection& settings = document.CreateSection(XMLSection::Settings);
+    settings.Write("List", "1, 2");
+    settings.Write("Floats", " 1.5 ,2 ");
+    settings.Write("Flag", " true");
+    settings.Write("Number", "12 ");
+    std::vector<int> list;
+    std::vector<float> floats;
+    bool flag = false;
+    int number = 0;
+    EXPECT_TRUE(settings.Read("List", list));
+    EXPECT_EQ(list, (std::vector<int>{1, 2}));
+    EXPECT_TRUE(settings.Read("Floats", floats));
+    EXPECT_EQ(floats, (std::vector<float>{1.5F, 2.0F}));
+    EXPECT_TRUE(settings.Read("Flag", flag));
+    EXPECT_TRUE(flag);
+    EXPECT_TRUE(settings.Read("Number", number));
+    EXPECT_EQ(number, 12);
+}
+
 TEST(XMLSection, MissingOrWrongValueLeavesTheCallers) {
     const XMLSection document("<XMLSection><Settings><A>x</A><B>1,x</B></Settings></XMLSection>");
     const XMLSection* settings = document.GetSection("Settings");

@@ -295,14 +295,13 @@ TEST_F(LotusFileTest, CellsOutsideAreDroppedButFormulasAreEmptyTexts) {
 }
 
 TEST_F(LotusFileTest, PlacesBelowOneAreNeverSet) {
-    const SheetBuilder sheet = TwoByTwo()
-                                   .Integer(-1, 0, 1)
-                                   .Number(0, -1, 1)
-                                   .Label(-32768, 0, "x")
-                                   .Formula(-1, 0, 1.0)
-                                   .Formula(0, -2, 1.0)
-                                   .Eof();
+    const SheetBuilder sheet = TwoByTwo().Integer(-1, 0, 1).Number(0, -1, 1).Label(-32768, 0, "x").Eof();
     EXPECT_EQ(Trace(sheet), OpenedTwoByTwo + "Read 0x0\nClose\n");
+}
+
+TEST_F(LotusFileTest, FormulaOutsideTheSheetIsAnEmptyTextThere) {
+    EXPECT_EQ(Cells(TwoByTwo().Formula(-1, 0, 1.0).Formula(0, -2, 1.0).Formula(5, 0, 1.0).Eof()),
+              "Set 0 1 text \"\"\nSet 1 -1 text \"\"\nSet 6 1 text \"\"\n");
 }
 
 TEST_F(LotusFileTest, FormulaResultIsAnEmptyTextAndANumberIsNot) {

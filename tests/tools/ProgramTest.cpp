@@ -315,6 +315,54 @@ TEST_F(ProgramTest, ChoicesAreKeptAndReplayed) {
     EXPECT_TRUE(Contains(ReadWholeFile(folder.Path("defaults")), "<Delimiter>%09</Delimiter>"));
 }
 
+TEST_F(ProgramTest, ReplayedChoicesAreKeptAgain) {
+    folder.Write("a.csv", "a,b\n");
+    folder.Write("none", std::string(1, '\0'));
+    // CSV files have no choices, and the other record was made without any.
+    EXPECT_EQ(Run("show --save-options first a.csv").status, 0);
+    for (const char* kept : {"first", "none"}) {
+        for (const char* verb : {"show ", "trace ", "show --through-driver ", "trace --through-driver "}) {
+            std::filesystem::remove(folder.Path("second"));
+            EXPECT_EQ(Run(verb + std::string("--options ") + kept + " --save-options second a.csv").status,
+                      0);
+            EXPECT_EQ(ReadWholeFile(folder.Path("second")), ReadWholeFile(folder.Path("first"))) << verb;
+        }
+    }
+}
+
+TEST_F(ProgramTest, SettingsOfListsMayHoldBlanks) {
+    const std::string book = " '" + std::string(KARTA_SOURCE_DIR) + "/samples/excel2007.xlsx' -o -";
+    const Outcome both = Run("convert --setting 'Sheets=0, 1' --setting 'Vertical= false '" + book);
+    EXPECT_EQ(both.status, 0) << both.err;
+    EXPECT_EQ(both.out, Run("convert --setting Sheets=0,1 --setting Vertical=0" + book).out);
+}
+
+TEST_F(ProgramTest, SettingWhoseKeyIsNoNameIsWrongUsage) {
+    folder.Write("a.txt", "a;b\n");
+    for (const char* setting : {"A B=1", "A<B=1", "=1", "[x]=1"}) {
+        const Outcome outcome = Run(std::string("show a.txt --setting '") + setting + "'");
+        EXPECT_EQ(outcome.status, 2) << setting;
+        EXPECT_EQ(outcome.err,
+                  std::string("karta-import: --setting takes KEY=VALUE, not '") + setting + "'\n");
+    }
+}
+
+TEST_F(ProgramTest, ChoiceThatTheFileDoesNotOfferNamesTheFile) {
+    folder.Write("a.txt", "a\n");
+    for (const char* choice : {"--sheets Nope", "--sheets 3", "--blocks 3", "--matrix 3"}) {
+        const Outcome outcome = Run(std::string("show a.txt ") + choice);
+        EXPECT_EQ(outcome.status, 1) << choice;
+        EXPECT_TRUE(outcome.err.starts_with("karta-import: a.txt: --")) << outcome.err;
+    }
+}
+
+TEST_F(ProgramTest, FailureWithoutAReasonSaysSo) {
+    folder.Write("empty.txt", "");
+    const std::string direct = Run("show empty.txt").err;
+    EXPECT_NE(direct, "karta-import: empty.txt: \n");
+    EXPECT_EQ(Run("show --through-driver empty.txt").err, direct);
+}
+
 TEST_F(ProgramTest, OptionsFileThatIsNoneIsRefused) {
     folder.Write("a.txt", "a;b\n");
     folder.Write("bad", "\1\xff\xff");
@@ -345,6 +393,24 @@ TEST_F(ProgramTest, TraceHandsAnyNameToANamedFormat) {
     EXPECT_EQ(outcome.status, 1);
     EXPECT_TRUE(outcome.out.starts_with("Format \"Text File\"\nOpen 0x202\nError \""));
     EXPECT_TRUE(outcome.out.ends_with("Close\n"));
+}
+
+TEST_F(ProgramTest, TraceIsWholeWhereNoSheetCanBeChosen) {
+    for (const char* choice : {"--sheets 1", "--side-by-side", "--blocks 1"}) {
+        const Outcome outcome = Run(std::string("trace --format 'Excel File' none.xls ") + choice);
+        EXPECT_EQ(outcome.status, 1) << choice;
+        EXPECT_EQ(outcome.out, Run("trace --format 'Excel File' none.xls").out) << choice;
+        EXPECT_NE(outcome.out, "");
+    }
+}
+
+TEST_F(ProgramTest, MatrixAndDriverAreWrongUsageInEveryVerb) {
+    folder.Write("m.uns", "%1 1 only\n7\n");
+    for (const char* verb : {"show", "info", "trace"}) {
+        const Outcome outcome = Run(std::string(verb) + " --through-driver --matrix 1 m.uns");
+        EXPECT_EQ(outcome.status, 2) << verb;
+        EXPECT_EQ(outcome.out, "") << verb;
+    }
 }
 
 TEST_F(ProgramTest, TraceHandsMatrixZeroToTheReader) {
@@ -385,6 +451,53 @@ TEST_F(ProgramTest, NamesWithSpacesAndUtf8Work) {
                   .status,
               0);
     EXPECT_EQ(ReadWholeFile(folder.Path("out \xc3\xa5.csv")), "a\n");
+}
+
+TEST_F(ProgramTest, NameInBracketsIsNoList) {
+    for (const char* name : {"[a]", "[a,b]", "[]", "[[a]]", "++", "{}", "show"}) {
+        folder.Write(name, "a\tb\n");
+        const Outcome outcome = Run(std::string("convert --format 'Text File' '") + name + "' -o -");
+        EXPECT_EQ(outcome.out, "a,b\n") << name << ": " << outcome.err;
+    }
+    EXPECT_EQ(Run("show '[none]'").err, "karta-import: [none]: No such file or directory\n");
+    folder.Write("a.txt", "a[1]b\n");
+    EXPECT_EQ(Run("convert --delimiter '[1]' a.txt -o -").out, "a,b\n");
+    EXPECT_TRUE(Contains(Run("show --format '[x]' a.txt").err, "no format '[x]';"));
+    EXPECT_TRUE(Contains(Run("formats '[x]'").err, "not expected: [x] ("));
+    folder.Write("a.txt",
+                 "a\x1f"
+                 "b\n");
+    EXPECT_EQ(Run("convert --delimiter '\x1f' a.txt -o -").out, "a,b\n");
+}
+
+TEST_F(ProgramTest, LongestNameCanBeWritten) {
+    folder.Write("a.txt", "a\n");
+    const std::string name = std::string(251, 'n') + ".csv";
+    const Outcome outcome = Run("convert a.txt -o " + name);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(ReadWholeFile(folder.Path(name)), "a\n");
+    EXPECT_EQ(CountFiles(), 2U);
+}
+
+TEST_F(ProgramTest, WritersOutputOfNoBytesIsPassedOn) {
+    folder.Write("a.txt", "a\n");
+    const Outcome outcome = Run("convert a.txt --want 9 --to 'Text File' -o -");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "");
+}
+
+TEST_F(ProgramTest, WritersOutputIsTheSameEachTime) {
+    folder.Write("a.txt", "a\n");
+    const Outcome outcome = Run("convert a.txt --to 'DIF File' -o -");
+    EXPECT_TRUE(outcome.out.starts_with("TABLE\n0,1\n\"-\"\n")) << outcome.out;
+    EXPECT_EQ(Run("convert a.txt --to mat -o -").err.substr(0, 38), "karta-import: -: could not be written:");
+}
+
+TEST_F(ProgramTest, ClosedOutputIsNamedWithItsReason) {
+    folder.Write("a.txt", "a\n");
+    EXPECT_EQ(Run("convert a.txt -o - >&-").err,
+              "karta-import: -: could not be written: Bad file descriptor\n");
 }
 
 TEST_F(ProgramTest, FailedConversionLeavesTheOlderFile) {
