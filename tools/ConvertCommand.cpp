@@ -188,8 +188,12 @@ void WriteForm(TableData& table, const std::vector<int>& rows, TableForm form, c
 }
 
 // Every cell of a table is written, the empty ones too. A few bytes can claim a table of billions, which no
-// one has a use for.
-void CheckExtent(const ReadRequest& request, TableData& table, std::size_t rows) {
+// one has a use for; who wants a part of it all the same says which rows.
+void CheckExtent(const ReadRequest& request, TableData& table) {
+    if (!request.want.empty()) {
+        return;
+    }
+    const int rows = table.GetNumberOfRows();
     double bytes = 0.0;
     for (const std::string& file : request.files) {
         bytes += static_cast<double>(NvFile::GetSize(file.c_str()));
@@ -209,8 +213,8 @@ int RunConvert(const ReadRequest& request, const std::string& output, const std:
     const Target chosen = ChooseTarget(*formats, output, target);
     TableRead read;
     ReadTable(request, read);
+    CheckExtent(request, *read.table);
     const std::vector<int> rows = read.Rows(request);
-    CheckExtent(request, *read.table, rows.size());
     WantedRows source(*read.table, rows);
     if (chosen.form) {
         WriteForm(*read.table, rows, *chosen.form, output);

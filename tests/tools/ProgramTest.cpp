@@ -47,6 +47,19 @@ bool Contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
+TEST_F(ProgramTest, ConvertRefusesATableThatNoFileOfItsSizeCanHold) {
+    // A MATLAB level 4 header: type, rows, columns, no imaginary part, and a name of one letter.
+    const std::string header("\0\0\0\0\0\x94\x35\x77\1\0\0\0\0\0\0\0\2\0\0\0a\0", 22);
+    folder.Write("wide.mat", header + std::string(8, '\0'));
+    const Outcome outcome = Run("convert wide.mat -o wide.csv");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err,
+              "karta-import: wide.mat: the file claims a table of 2000000000 rows and 1 columns, far more "
+              "than it can "
+              "hold; --want takes some of its rows\n");
+    EXPECT_EQ(Run("convert wide.mat --want 1 -o -").out, "0\n");
+}
+
 }  // namespace
 
 TEST_F(ProgramTest, HelpStartsWithTheLineThatReadsAFile) {
