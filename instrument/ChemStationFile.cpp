@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 #include "host/CopyMessage.h"
@@ -201,9 +200,7 @@ int ChemStationFile::MeasureSignal(const HPLCData& data) {
     if (!(columns <= std::max(BelievedPoints, bytes / LeastBytesOfAPoint))) {
         return StatusNotChemStation;
     }
-    // An axis that runs backwards gives a negative number, which is no data.
-    const int cols =
-        static_cast<int>(std::max(columns, static_cast<double>(std::numeric_limits<int>::min())));
+    const int cols = static_cast<int>(std::max(columns, 0.0));
     const auto earlier = std::find_if(files.rbegin(), files.rend(), [](const HPLCData& other) {
         return !other.isUv && other.dataStart >= 1;
     });
@@ -265,7 +262,7 @@ int ChemStationFile::CheckRecords(HPLCData& data) {
     data.start = first.start;
     data.end = first.end;
     data.step = first.step / WavelengthUnits;
-    numCols = (first.end - first.start) / first.step + 5;
+    numCols = std::max((first.end - first.start) / first.step + 5, 0);
     return StatusOk;
 }
 
