@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -10,5 +11,8 @@ struct Sample {
     std::string format;
 };
 
-/** All that are recorded in tests/tools/detection-of-samples.txt. */
-std::vector<Sample> AllSamples();
+/** All that are recorded as read in tests/tools/detection-of-samples.txt. */
+std::vector<Sample> ReadableSamples();
+
+/** For the names of tests. */
+void PrintTo(const Sample& sample, std::ostream* stream);

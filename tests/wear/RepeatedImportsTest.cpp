@@ -70,7 +70,7 @@ TEST(RepeatedImports, LeaveMemoryAndFilesAsTheyWere) {
     const long imports = wanted == nullptr ? DefaultImports : std::atol(wanted);
     const TempFolder temporary;
     setenv("TMPDIR", temporary.Path("").c_str(), 1);
-    const std::vector<Sample> samples = AllSamples();
+    const std::vector<Sample> samples = ReadableSamples();
     std::vector<std::uint64_t> digests(samples.size());
     QuietDriver driver;
     Holdings early;
