@@ -46,5 +46,4 @@ struct JCAMPData {
     std::vector<JCAMPPage> pages;
     bool selected = true;
     std::uint64_t position = 0; /**< of a file's last block: the file's end */
-    std::uint64_t fileSize = 0;
 };

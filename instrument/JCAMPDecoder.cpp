@@ -113,8 +113,8 @@ void JCAMPDecoder::ReadExponent(double& value) {
     for (; cursor != end && IsDigit(*cursor); ++cursor) {
         power = std::min(power * 10 + (*cursor - '0'), MaxExponent);
     }
-    // Always a product: dividing by the positive power would round differently.
-    value *= std::pow(10.0, negative ? -power : power);
+    const double scale = std::pow(10.0, power);
+    value = negative ? value / scale : value * scale;
 }
 
 // The digits of a number whose first character, or whose sign, was taken.

@@ -31,9 +31,8 @@ constexpr int FirstDataRow = 3;
 // The mark of a missing value, and of the X of one in the first spectrum.
 constexpr float MissingValue = -99.0F;
 
-// How many points a table, and how many values repetition counts, may stand for in one read: a flat spectrum
-// of a million points is still believed of the smallest file, and of a large one that nearly all of it is
-// flat.
+// How many values repetition counts may stand for in one read: a flat spectrum of a million points is still
+// believed of the smallest file, and of a large one that nearly all of it is flat.
 constexpr std::int64_t BelievedRepetitions = std::int64_t{1} << 20;
 constexpr std::int64_t BelievedRepetitionsPerByte = 64;
 
@@ -79,27 +78,6 @@ bool AnyRangesDiffer(const std::vector<const JCAMPData*>& blocks) {
         ends.push_back(block->lastX);
     }
     return AnyDiffer(std::move(starts)) || AnyDiffer(std::move(ends));
-}
-
-// Whether the files of the selected blocks can mean as many points as their labels say: hosts make room for
-// all of them.
-bool CanHoldPoints(const std::vector<JCAMPData>& blocks) {
-    std::int64_t points = 0;
-    std::int64_t believed = BelievedRepetitions;
-    std::string_view path;
-    for (const JCAMPData& block : blocks) {
-        if (!block.selected) {
-            continue;
-        }
-        if (path != block.path) {
-            path = block.path;
-            believed += BelievedRepetitionsPerByte * static_cast<std::int64_t>(block.fileSize);
-        }
-        for (const JCAMPPage& page : block.pages) {
-            points += page.points;
-        }
-    }
-    return points <= believed;
 }
 
 // The Y at each grid point, on the line between its neighbours; missing where it has none on one side.
@@ -183,7 +161,7 @@ std::string JCAMPFile::strstrip(std::string_view text) {
 
 // A stream that has failed already leaves the line as it was.
 bool JCAMPFile::ReadLine(std::string_view& line, JCAMPStream& stream) {
-    if (!stream.TakeLine(line)) {
+    if (stream.HasFailed() || !stream.TakeLine(line)) {
         return false;
     }
     line = line.substr(0, line.find('\0'));
@@ -324,7 +302,6 @@ int JCAMPFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opt
     for (const std::string& path : paths) {
         currentFileName = NvGetFileName(path);
         currentPath = path;
-        const std::size_t earlier = blocks.size();
         JCAMPStream stream(path.c_str());
         status = stream.IsOpen() ? CheckFile(stream) : StatusCannotOpen;
         if (status != StatusOk) {
@@ -333,8 +310,6 @@ int JCAMPFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opt
         if (!blocks.empty()) {
             blocks.back().position = stream.Tell();
         }
-        std::for_each(blocks.begin() + static_cast<std::ptrdiff_t>(earlier), blocks.end(),
-                      [&stream](JCAMPData& block) { block.fileSize = stream.GetSize(); });
     }
     SetOptions(options);
     return status;
@@ -506,7 +481,7 @@ int JCAMPFile::GetNumCols() {
             points = std::max(points, block.pages[i].points);
         }
     }
-    if (points == 0 || !CanHoldPoints(blocks)) {
+    if (points == 0) {
         status = anyPage ? StatusSizeUnknown : StatusNothingSelected;
         return -1;
     }
@@ -708,16 +683,16 @@ int JCAMPFile::ReadXYData(Series& series, JCAMPStream& stream, const JCAMPData& 
 int JCAMPFile::ReadXYLine(Series& series, std::string_view line) {
     JCAMPDecoder decoder(line);
     double y = 0.0;
-    int abscissaCount = 0;
     int count = 0;
     bool missing = false;
-    int code = ReadNextValue(decoder, y, abscissaCount, missing, false);
-    if (code == StatusOk) {
-        code = ReadNextValue(decoder, y, count, missing, false);
+    int code = ReadNextValue(decoder, y, count, missing, false);
+    if (code != StatusOk) {
+        return code;
     }
-    if (code == StatusOk && abscissaCount != 1) {
+    if (count != 1) {
         return StatusAbscissaRepeated;
     }
+    code = ReadNextValue(decoder, y, count, missing, false);
     if (code == StatusOk && count < 0) {
         return StatusFirstOrdinateDifference;
     }

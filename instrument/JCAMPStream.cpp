@@ -21,13 +21,10 @@ void JCAMPStream::Seek(std::uint64_t offset) {
 }
 
 bool JCAMPStream::TakeLine(std::string_view& line) {
-    if (failed) {
-        return false;
-    }
     line = bytes.substr(position, MaxLineLength);
     if (line.empty()) {
         atEnd = failed = true;
-        return true;
+        return false;
     }
     const auto* lineFeed = static_cast<const char*>(std::memchr(line.data(), '\n', line.size()));
     const std::size_t reach =

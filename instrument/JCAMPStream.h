@@ -16,6 +16,7 @@ public:
     explicit JCAMPStream(const char* path);
 
     bool IsOpen() const { return file.IsOpen(); }
+    bool HasFailed() const { return failed; }
     bool AtEnd() const { return atEnd; }
     std::size_t GetSize() const { return bytes.size(); }
     std::uint64_t Tell() const { return position; }
@@ -25,8 +26,7 @@ public:
 
     /**
      * The next line without its end, which is CR, LF or any two of them; a line of more than 255 bytes
-     * comes in pieces. Where nothing is left an empty line comes, and only that makes the stream fail. False,
-     * and the line as it was, for a stream that has failed already.
+     * comes in pieces. False when not even one byte is left.
      */
     bool TakeLine(std::string_view& line);
 

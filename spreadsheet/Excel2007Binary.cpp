@@ -68,8 +68,8 @@ constexpr int XfFormatOffset = 2;
 constexpr int CountOffset = 0;
 
 constexpr int VisibleSheet = 0;
-// The row of cells that come before any row record: the one above the sheet.
-constexpr int RowBeforeTheFirst = -1;
+// A cell before any row record.
+constexpr int NoRow = -1;
 
 // The number formats that are dates without a code of their own. The times are dates here, unlike in the
 // XML flavour.
@@ -370,8 +370,7 @@ bool Excel2007File::PlaceBinarySheet(const BIFFRecord2007& dimension, BinaryPlac
     return true;
 }
 
-// `row` is the cell's row in the table, `colBase` the column of the sheet's first; false for a cell that
-// can't be.
+// `row` is the row of the table in which the cell stands; false for a cell that can't be.
 bool Excel2007File::PushCell(const BIFFRecord2007& record, int row, int colBase, ReadSpreadSheetData* sink) {
     const int column = ExcelFile::I4Shuffle(record.data, ColumnOffset);
     if (column < 0 || column >= MaxSheetColumns) {
@@ -422,7 +421,7 @@ bool Excel2007File::ReadBinaryCells(std::istream& stream, BinaryPlacement& place
                                     ReadSpreadSheetData* sink) {
     BIFFRecord2007 record;
     bool ignoring = false;
-    int row = RowBeforeTheFirst;
+    int row = NoRow;
     while (ReadBiffRecord(stream, record) && record.id != BrtEndSheetData) {
         if (record.id == BrtRowHdr) {
             row = ExcelFile::I4Shuffle(record.data, RowOffset);
@@ -430,8 +429,8 @@ bool Excel2007File::ReadBinaryCells(std::istream& stream, BinaryPlacement& place
                 return false;
             }
         } else if (IsCell(record.id)) {
-            if (!PushCell(record, static_cast<int>(row + placement.rowBase),
-                          static_cast<int>(placement.colBase), sink)) {
+            if (row != NoRow && !PushCell(record, static_cast<int>(row + placement.rowBase),
+                                          static_cast<int>(placement.colBase), sink)) {
                 return false;
             }
         } else if (record.id == BrtACBegin || record.id == BrtACEnd) {

@@ -481,21 +481,24 @@ bool ExcelFile::ReadBoundSheet() {
 // A format is one of dates when it has two date letters anywhere, also in quoted text. The one reading
 // serves BIFF5 and BIFF8: in the latter the upper byte of the count and the option byte stand before the
 // text, so that its last two characters are not seen; and a text of 16-bit characters, which ends early
-// here, counts as a date, as does one whose count is negative as a signed byte. All of this is meant.
+// here, counts as a date. All of this is meant.
 void ExcelFile::ReadFormat() {
     const std::int8_t count = I1Shuffle(record.data, 2);
-    std::string text(record.data + 3, static_cast<std::size_t>(std::max<std::int8_t>(count, 0)));
+    if (count < 0) {
+        return;
+    }
+    std::string text(record.data + 3, static_cast<std::size_t>(count));
     for (std::size_t i = 0; i < 2 && i < text.size() && text[i] == '\0'; ++i) {
         text[i] = '_';
     }
     const std::string_view format(text.c_str());
     const std::size_t first = std::min(format.find_first_of(DateLetters), format.size());
-    if (std::cmp_equal(first, count)) {
+    if (first == text.size()) {
         return;
     }
     const std::string_view rest = format.substr(std::min(first + 1, format.size()));
     const std::size_t second = std::min(rest.find_first_of(DateLetters), rest.size());
-    if (!std::cmp_equal(first + 1 + second, count)) {
+    if (second != text.size() - first - 1) {
         dateFormats.insert(I2Shuffle(record.data, 0));
     }
 }

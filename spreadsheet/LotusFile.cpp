@@ -355,9 +355,7 @@ void LotusFile::ReadFormula(ReadSpreadSheetData* sink, ByteCursor body) const {
     const double result = body.ReadDouble();
     if (IsValidPos(place.col, place.row) && IsValidDouble(result)) {
         sink->Set(place.col, place.row, result);
-    } else {
-        // Also outside the sheet, below its first row or column too: a sink passes over what it has no place
-        // for.
+    } else if (place.col >= 1 && place.row >= 1) {
         sink->Set(place.col, place.row, "");
     }
 }

@@ -18,11 +18,16 @@ void CheckRange(int number, int limit) {
     }
 }
 
-// What stands behind the first colon of the spans, "1:3"; no larger than a sheet can be. Spans in several
-// blocks, "1:3 7:9", claim nothing: they are no number there.
+// The largest end of the spans, which are written "1:3 7:9"; no larger than a sheet can be.
 int GetSpansEnd(std::u16string_view spans) {
-    const std::size_t colon = spans.find(u':');
-    return colon == std::u16string_view::npos ? 0 : std::min(ToInt(spans.substr(colon + 1)), MaxSheetColumns);
+    int end = 0;
+    std::size_t colon = spans.find(u':');
+    while (colon != std::u16string_view::npos) {
+        spans.remove_prefix(colon + 1);
+        end = std::max(end, ToInt(spans.substr(0, spans.find(u' '))));
+        colon = spans.find(u':');
+    }
+    return std::min(end, MaxSheetColumns);
 }
 
 }  // namespace

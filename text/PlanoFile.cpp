@@ -109,17 +109,13 @@ int PlanoFile::CopyWorksheet(const char* fileName) {
     }
     const auto& entries = project.GetEntries();
     const auto worksheet = std::find_if(entries.begin(), entries.end(), [](const CompoundFile::Entry& entry) {
-        return HasSuffix(entry.name, WorksheetSuffix);
+        return entry.isStream && HasSuffix(entry.name, WorksheetSuffix);
     });
     if (worksheet == entries.end()) {
         return StatusNoWorksheet;
     }
-    // A storage of the suffix is no stream, but the search is over.
-    const std::unique_ptr<CompoundStream> stream = project.OpenStream(*worksheet);
-    if (stream == nullptr) {
-        return StatusNoWorksheet;
-    }
     std::ofstream copy(tempFileName, std::ios_base::binary);
+    const std::unique_ptr<CompoundStream> stream = project.OpenStream(*worksheet);
     // What can't be copied whole is refused, rather than half a table read without a word.
     const bool isWhole = CopyStream(*stream, copy);
     copy.close();

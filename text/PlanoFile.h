@@ -6,9 +6,9 @@
 
 /**
  * The worksheet of a PLANO design-of-experiments project. A project (.mip) is a compound file; its worksheet
- * is the first entry at its root whose name ends in ".dat", in the order of the directory; it must be a
- * stream and holds delimited text. Open copies that stream into a temporary file, and everything after it is
- * TextFile's on the copy. A worksheet that lies about as a plain text file is read as it is.
+ * is the first stream at its root whose name ends in ".dat", in the order of the directory, and holds
+ * delimited text. Open copies that stream into a temporary file, and everything after it is TextFile's on
+ * the copy. A worksheet that lies about as a plain text file is read as it is.
  *
  * Only reads. Open returns 0 also when TextFile's own Open failed: ask GetStatus.
  */

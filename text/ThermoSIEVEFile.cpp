@@ -15,7 +15,7 @@
 
 namespace {
 
-// A report with more lines is taken as empty. The empty one behind a final line end counts.
+// A report with more lines is taken as empty.
 constexpr int MaxLines = 1'000'000;
 
 // How many cells of the result a byte of the file may stand for. A report is rectangular, so that each cell
@@ -213,7 +213,8 @@ int ThermoSIEVEFile::GetRows() const {
     LineReader::Line line;
     while (reader.IsOpen() && !line.atEnd) {
         line = reader.Next();
-        if (++count > MaxLines) {
+        ++count;
+        if (count > MaxLines && !line.IsNothing()) {
             return 0;
         }
     }

@@ -117,11 +117,9 @@ TEST(JCAMPDecoderTest, CharacterBehindAnExponentsSignIsPassedOver) {
     EXPECT_EQ(Decode("1E+x2 7"), "100 7");
 }
 
-TEST(JCAMPDecoderTest, NegativeExponentMultipliesByItsPower) {
-    // Not a division by the positive power, which would end in 0.3 and 0.15.
-    EXPECT_EQ(Decode("3E-1"), "0.30000000000000004");
-    EXPECT_EQ(Decode("1.5E-1"), "0.15000000000000002");
-    EXPECT_EQ(Decode("7E-22"), FormatShortest(7.0 * 1e-22));
+TEST(JCAMPDecoderTest, NegativeExponentDivides) {
+    EXPECT_EQ(Decode("3E-1"), FormatShortest(3.0 / 10.0));
+    EXPECT_EQ(Decode("7E-22"), FormatShortest(7.0 / 1e22));
 }
 
 TEST(JCAMPDecoderTest, ExponentsOfEverySizeEnd) {

@@ -299,11 +299,6 @@ TEST_F(LotusFileTest, PlacesBelowOneAreNeverSet) {
     EXPECT_EQ(Trace(sheet), OpenedTwoByTwo + "Read 0x0\nClose\n");
 }
 
-TEST_F(LotusFileTest, FormulaOutsideTheSheetIsAnEmptyTextThere) {
-    EXPECT_EQ(Cells(TwoByTwo().Formula(-1, 0, 1.0).Formula(0, -2, 1.0).Formula(5, 0, 1.0).Eof()),
-              "Set 0 1 text \"\"\nSet 1 -1 text \"\"\nSet 6 1 text \"\"\n");
-}
-
 TEST_F(LotusFileTest, FormulaResultIsAnEmptyTextAndANumberIsNot) {
     EXPECT_EQ(Cells(TwoByTwo().Formula(0, 0, 12.5).Number(1, 0, 12.5).Eof()),
               "Set 1 1 text \"\"\nSet 2 1 double 12.5\n");
