@@ -47,7 +47,7 @@ TableData::Cell* TableData::TakeCells(std::size_t count) {
     if (count > cellsLeft) {
         nextBlockCells = std::clamp(nextBlockCells * 2, FirstBlockCells, LargestBlockCells);
         const std::size_t size = std::max(count, nextBlockCells);
-        blocks.push_back(std::make_unique_for_overwrite<Cell[]>(size));
+        blocks.push_back(MakeTableBlock<Cell>(size));
         nextCell = blocks.back().get();
         cellsLeft = size;
     }

@@ -2,11 +2,11 @@
 
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "host/SpreadsheetData.h"
+#include "host/TableBlock.h"
 #include "host/TextArena.h"
 
 /**
@@ -84,7 +84,7 @@ private:
     int numRows = 0;
     std::vector<Row> rows;
     TextArena texts;
-    std::vector<std::unique_ptr<Cell[]>> blocks;
+    std::vector<TableBlock<Cell>> blocks;
     std::size_t nextBlockCells = 0;
     Cell* nextCell = nullptr;
     std::size_t cellsLeft = 0;

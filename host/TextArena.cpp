@@ -16,7 +16,7 @@ constexpr std::size_t ShortText = 24;
 char* TextArena::Take(std::size_t size) {
     if (size > remaining) {
         nextBlockSize = std::clamp(nextBlockSize * 2, FirstBlockSize, LargestBlockSize);
-        blocks.push_back(std::make_unique_for_overwrite<char[]>(std::max(size, nextBlockSize)));
+        blocks.push_back(MakeTableBlock<char>(std::max(size, nextBlockSize)));
         if (size >= nextBlockSize) {
             // A text as large as a block has one to itself, and the block begun before goes on.
             return blocks.back().get();

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <string_view>
 #include <vector>
+
+#include "host/TableBlock.h"
 
 /** Keeps texts one behind the other in large blocks, each with its NUL: no allocation a text. */
 class TextArena {
@@ -16,7 +17,7 @@ public:
 private:
     char* Take(std::size_t size);
 
-    std::vector<std::unique_ptr<char[]>> blocks;
+    std::vector<TableBlock<char>> blocks;
     std::size_t nextBlockSize = 0;
     char* next = nullptr;
     std::size_t remaining = 0;
