@@ -25,7 +25,10 @@ constexpr const char* Format = "KARTA project file";
 
 class KpfFileImportTest : public testing::Test {
 protected:
+    // Temporary files go to a folder of this test's own, where they can be counted.
+    KpfFileImportTest() { setenv("TMPDIR", temporary.Path("").c_str(), 1); }
     ~KpfFileImportTest() override {
+        unsetenv("TMPDIR");
         NCProgress::SetHandler({});
         Question::SetHandler({});
     }
@@ -39,6 +42,7 @@ protected:
                "\"\nClose\n";
     }
 
+    TempFolder temporary;
     TempFolder folder;
 };
 

@@ -581,8 +581,12 @@ TEST_F(ProgramTest, CtrlCLeavesNoOutputAndIsStatus130) {
             Shell("python3 -c \"\nimport subprocess, signal, time\np = subprocess.Popen(['" + program +
                   "', " + arguments +
                   "], preexec_fn=lambda: signal.signal(signal.SIGINT, "
-                  "signal.SIG_DFL))\ntime.sleep(0.15)\np.send_signal(signal.SIGINT)\nexit(p.wait() % "
-                  "256)\n\"");
+                  "signal.SIG_DFL))\n"
+                  "def catches():\n"
+                  "    status = open('/proc/%d/status' % p.pid).read().split('SigCgt:')[1]\n"
+                  "    return int(status.split()[0], 16) & 1 << signal.SIGINT - 1\n"
+                  "while p.poll() is None and not catches():\n    time.sleep(0.01)\n"
+                  "time.sleep(0.1)\np.send_signal(signal.SIGINT)\nexit(p.wait() % 256)\n\"");
         EXPECT_EQ(outcome.status, 130) << arguments << outcome.err;
         EXPECT_EQ(CountFiles(), 1U) << arguments;
     }
