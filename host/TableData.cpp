@@ -11,7 +11,7 @@ namespace {
 
 // A small table costs little; later blocks double up to the largest.
 constexpr std::size_t FirstBlockCells = 256;
-constexpr std::size_t LargestBlockCells = 65536;
+constexpr std::size_t LargestBlockCells = 32768;
 // The room that a row gets when it is filled out of turn.
 constexpr int MinRowCells = 8;
 // The kind of a cell lies in the low bits of its word; a place in memory has as many bits to spare.

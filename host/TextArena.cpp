@@ -7,7 +7,7 @@ namespace {
 
 // A small table costs little; later blocks double up to the largest.
 constexpr std::size_t FirstBlockSize = 4096;
-constexpr std::size_t LargestBlockSize = 1 << 20;
+constexpr std::size_t LargestBlockSize = 1 << 18;
 // Most cells are shorter than this and are copied byte by byte, without a call.
 constexpr std::size_t ShortText = 24;
 
