@@ -87,7 +87,6 @@ int TraceSink::NextRowToRead(int row) {
 }
 
 void TraceSink::SetDataSize(int cols, int rows) {
-    numCols = cols;
-    numRows = rows;
+    SpreadsheetSink::SetDataSize(cols, rows);
     stream << "SetDataSize " << cols << ' ' << rows << '\n';
 }

@@ -111,7 +111,6 @@ int CallRecorder::NextRowToRead(int row) {
 }
 
 void CallRecorder::SetDataSize(int cols, int rows) {
-    numCols = cols;
-    numRows = rows;
+    SpreadsheetSink::SetDataSize(cols, rows);
     calls.push_back({SinkCall::Size, cols, rows});
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/SpreadsheetData.h"
+#include "tools/SpreadsheetSink.h"
 
 /** One call that a sink got, as it came. */
 struct SinkCall {
@@ -32,7 +32,7 @@ struct SinkCall {
 };
 
 /** A sink that notes every call, in order; it wants all rows, or some of them, in rising order. */
-class CallRecorder : public SpreadsheetData {
+class CallRecorder : public SpreadsheetSink {
 public:
     explicit CallRecorder(std::vector<int> rows = {}) : wantedRows(std::move(rows)) {}
 
@@ -43,21 +43,9 @@ public:
     void Set(int col, int row, float value) override;
     int NextRowToRead(int row) override;
     void SetDataSize(int cols, int rows) override;
-    int GetNumberOfColumns() override { return numCols; }
-    int GetNumberOfRows() override { return numRows; }
-
-    // Nothing is read back from it.
-    double GetFloatValue(int /*col*/, int /*row*/) override { return 0.0; }
-    std::string GetString(int /*col*/, int /*row*/) override { return {}; }
-    bool GetDataOrigin(int* /*firstDataCol*/, int* /*firstDataRow*/) override { return false; }
-    bool IsFloat(int /*col*/, int /*row*/) override { return false; }
-    bool IsMissing(int /*col*/, int /*row*/) override { return true; }
-    bool IsString(int /*col*/, int /*row*/) override { return false; }
 
     std::vector<SinkCall> calls;
 
 private:
     std::vector<int> wantedRows;
-    int numCols = 0;
-    int numRows = 0;
 };
