@@ -1,9 +1,7 @@
 #pragma once
 
-#include <vector>
-
 #include "frame/ReadSpreadSheetData.h"
-#include "host/TextArena.h"
+#include "host/TableData.h"
 
 /**
  * Collects the texts of a table of a fixed size, for ThermoSIEVEFile to look through. Cells outside of it,
@@ -24,8 +22,7 @@ public:
     const char* GetText(int row, int col) const;
 
 private:
-    std::vector<std::vector<const char*>> table;  // each row up to its last cell that came
-    TextArena texts;
+    TableData table;
     int numRows;
     int numCols;
 };

@@ -131,7 +131,8 @@ private:
         for (int line = 0; line < lines; ++line) {
             for (int k = first; k < end; ++k) {
                 if (SourceOf(k) > FromNothing) {
-                    texts[k - first].append(table.GetText(line, SourceOf(k) - 1)).push_back('\0');
+                    const char* const text = table.GetText(line, SourceOf(k) - 1);
+                    texts[k - first].append(text, std::strlen(text) + 1);
                 }
             }
         }
