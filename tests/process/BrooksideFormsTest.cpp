@@ -11,6 +11,7 @@
 #include "host/NvString.h"
 #include "host/TableData.h"
 #include "tests/support/ReadTrace.h"
+#include "tests/support/SameTables.h"
 
 namespace {
 
@@ -58,14 +59,7 @@ TEST(BrooksideFormsTest, PackageIsTheSameTableAsItsFiles) {
     ReadInto(package, "Brookside File", Lot + ".pkg");
     ASSERT_EQ(files.GetNumberOfColumns(), 7);
     ASSERT_EQ(files.GetNumberOfRows(), 221);
-    ASSERT_EQ(package.GetNumberOfColumns(), files.GetNumberOfColumns());
-    ASSERT_EQ(package.GetNumberOfRows(), files.GetNumberOfRows());
-    for (int row = 1; row <= files.GetNumberOfRows(); ++row) {
-        for (int col = 1; col <= files.GetNumberOfColumns(); ++col) {
-            ASSERT_EQ(package.GetKind(col, row), files.GetKind(col, row)) << col << ", " << row;
-            ASSERT_EQ(package.GetString(col, row), files.GetString(col, row)) << col << ", " << row;
-        }
-    }
+    ExpectSameTables(package, files);
 }
 
 TEST(BrooksideFormsTest, XMLHoldsTheSameMeasurements) {

@@ -13,6 +13,7 @@
 #include "host/TableData.h"
 #include "tests/roads/RecordedRead.h"
 #include "tests/support/ReadTrace.h"
+#include "tests/support/SameTables.h"
 #include "tests/support/ShellCommand.h"
 #include "tests/support/TempFolder.h"
 #include "tools/FormatCatalogue.h"
@@ -154,18 +155,6 @@ void ExpectCsv(const std::string& csv, const std::vector<SinkCall>& calls) {
         for (std::size_t col = 0; col < rows[row].size(); ++col) {
             EXPECT_TRUE(IsCell(rows[row][col], table, static_cast<int>(col) + 1, static_cast<int>(row) + 1))
                 << "column " << col + 1 << " row " << row + 1 << ": " << rows[row][col];
-        }
-    }
-}
-
-void ExpectSameTables(TableData& found, TableData& expected) {
-    ASSERT_EQ(found.GetNumberOfColumns(), expected.GetNumberOfColumns());
-    ASSERT_EQ(found.GetNumberOfRows(), expected.GetNumberOfRows());
-    for (int row = 1; row <= expected.GetNumberOfRows(); ++row) {
-        for (int col = 1; col <= expected.GetNumberOfColumns(); ++col) {
-            ASSERT_EQ(found.GetKind(col, row), expected.GetKind(col, row)) << col << ' ' << row;
-            ASSERT_STREQ(found.GetText(col, row), expected.GetText(col, row)) << col << ' ' << row;
-            ASSERT_EQ(found.GetString(col, row), expected.GetString(col, row)) << col << ' ' << row;
         }
     }
 }

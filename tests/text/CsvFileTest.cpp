@@ -11,6 +11,7 @@
 #include "tests/support/CountingSink.h"
 #include "tests/support/CsvOutcome.h"
 #include "tests/support/ReadTrace.h"
+#include "tests/support/SameTables.h"
 #include "tests/support/SharedData.h"
 #include "tests/support/SpreadsheetTruth.h"
 #include "tests/support/TempFolder.h"
@@ -379,14 +380,8 @@ TEST_F(CsvFileTest, FileReadEitherWayGivesTheSameTableAndStatus) {
         TableData left;
         TableData right;
         ASSERT_EQ(scanned.Read(&left), parsed.Read(&right));
-        ASSERT_EQ(left.GetNumberOfColumns(), right.GetNumberOfColumns());
-        ASSERT_EQ(left.GetNumberOfRows(), right.GetNumberOfRows());
-        for (int row = 1; row <= left.GetNumberOfRows(); ++row) {
-            for (int col = 1; col <= left.GetNumberOfColumns(); ++col) {
-                ASSERT_EQ(left.GetKind(col, row), right.GetKind(col, row));
-                ASSERT_EQ(left.GetString(col, row), right.GetString(col, row));
-            }
-        }
+        ExpectSameTables(left, right);
+        ASSERT_FALSE(HasFatalFailure());
     }
 }
 
