@@ -35,6 +35,9 @@ private:
     bool changed = false;
 };
 
+// What was typed and was right: a command may open its file more than once, and asks once.
+std::optional<std::string> rightAnswer;
+
 // False at the end of the input.
 bool AskPassword(const std::string& fileName, std::string& text) {
     bool answered = false;
@@ -55,11 +58,16 @@ bool ProjectReader::SetPassword(CompundFileBase& file, std::string& text) {
         text = *password;
         return file.SetPassword(text.c_str());
     }
+    if (rightAnswer && file.SetPassword(rightAnswer->c_str())) {
+        text = *rightAnswer;
+        return true;
+    }
     if (isatty(STDIN_FILENO) == 0) {
         return false;
     }
     for (int question = 0; question < MostQuestions && AskPassword(file.GetFileName(), text); ++question) {
         if (file.SetPassword(text.c_str())) {
+            rightAnswer = text;
             return true;
         }
         std::cerr << "That is not its password.\n";
