@@ -66,7 +66,7 @@ Report Examine(const ReadRequest& request) {
     ReadTable(request, read);
     report.rows = read.table->GetNumberOfRows();
     report.cols = read.table->GetNumberOfColumns();
-    report.warning = read.warning;
+    report.warning = request.quiet ? "" : read.warning;
     return report;
 }
 
@@ -100,7 +100,7 @@ void WriteText(const ReadRequest& request, const Report& report) {
         }
         WriteLine(part.kind + " " + std::to_string(i + 1), text);
     }
-    if (!request.quiet && !report.warning.empty()) {
+    if (!report.warning.empty()) {
         WriteLine("warning", report.warning);
     }
 }
