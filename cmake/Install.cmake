@@ -9,8 +9,12 @@ install(TARGETS karta-import-program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
 file(RELATIVE_PATH KARTA_LIBRARY_FROM_BIN /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
 set_target_properties(karta-import-program PROPERTIES INSTALL_RPATH "$ORIGIN/${KARTA_LIBRARY_FROM_BIN}")
 
-foreach(folder host frame text spreadsheet instrument process container)
-  install(DIRECTORY ${folder}/ DESTINATION ${KARTA_INCLUDE_DIR}/${folder} FILES_MATCHING PATTERN "*.h")
+include(cmake/PublicHeaders.cmake)
+karta_public_headers(headers host frame text spreadsheet instrument process container)
+list(APPEND headers text/CsvSyntax.h) # for hosts that parse on their own; a template exports nothing
+foreach(header ${headers})
+  cmake_path(GET header PARENT_PATH folder)
+  install(FILES ${header} DESTINATION ${KARTA_INCLUDE_DIR}/${folder})
 endforeach()
 
 export(EXPORT KartaImportTargets FILE ${CMAKE_BINARY_DIR}/KartaImportTargets.cmake NAMESPACE KartaImport::)
