@@ -38,8 +38,8 @@ std::string CellText(TableData& table, int col, int row) {
     std::replace_if(
         text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; },
         ' ');
-    if (CountCharacters(text) > MaxCellWidth) {
-        text = std::string(FirstCharacters(text, MaxCellWidth - 1)) + "\u2026";
+    if (GetDisplayWidth(text) > MaxCellWidth) {
+        text = std::string(FitDisplayWidth(text, MaxCellWidth - 1)) + "\u2026";
     }
     return text;
 }
@@ -61,14 +61,14 @@ Column MakeColumn(TableData& table, int col, const std::vector<int>& rows) {
         column.cells.push_back(CellText(table, col, row));
     }
     for (const std::string& cell : column.cells) {
-        column.width = std::max(column.width, CountCharacters(cell));
+        column.width = std::max(column.width, GetDisplayWidth(cell));
     }
     return column;
 }
 
 // Numbers stand at the right, so that their digits can be compared; texts at the left.
 void AppendCell(std::string& line, const std::string& cell, std::size_t width, bool isLast) {
-    const std::string blanks(width - CountCharacters(cell), ' ');
+    const std::string blanks(width - GetDisplayWidth(cell), ' ');
     line.append(Gap, ' ');
     if (IsNumber(cell)) {
         line += blanks + cell;

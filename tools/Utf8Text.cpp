@@ -1,5 +1,7 @@
 #include "tools/Utf8Text.h"
 
+#include <glib.h>
+
 #include <algorithm>
 
 #include "host/Unicode.h"
@@ -11,10 +13,6 @@ constexpr char16_t Windows1252[32] = {0x20ac, 0,      0x201a, 0x0192, 0x201e, 0x
                                       0x02c6, 0x2030, 0x0160, 0x2039, 0x0152, 0,      0x017d, 0,
                                       0,      0x2018, 0x2019, 0x201c, 0x201d, 0x2022, 0x2013, 0x2014,
                                       0x02dc, 0x2122, 0x0161, 0x203a, 0x0153, 0,      0x017e, 0x0178};
-
-bool IsContinuation(char c) {
-    return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U;
-}
 
 bool IsAscii(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
@@ -29,6 +27,15 @@ bool IsUtf8(std::string_view text) {
         text.remove_prefix(length);
     }
     return true;
+}
+
+// The first character's places. The C library's answer would depend on the locale.
+std::size_t WidthOfFirst(std::string_view text) {
+    const gunichar character = g_utf8_get_char_validated(text.data(), static_cast<gssize>(text.size()));
+    if (g_unichar_iszerowidth(character)) {
+        return 0;
+    }
+    return g_unichar_iswide(character) ? 2 : 1;
 }
 
 }  // namespace
@@ -55,16 +62,19 @@ std::string AsUtf8(std::string_view text) {
     return std::string(AsUtf8(text, storage));
 }
 
-std::size_t CountCharacters(std::string_view text) {
-    return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return !IsContinuation(c); }));
+std::size_t GetDisplayWidth(std::string_view text) {
+    std::size_t width = 0;
+    for (; !text.empty(); text.remove_prefix(GetUtf8Length(text))) {
+        width += WidthOfFirst(text);
+    }
+    return width;
 }
 
-std::string_view FirstCharacters(std::string_view text, std::size_t count) {
-    std::size_t end = 0;
-    while (end < text.size() && (count > 0 || IsContinuation(text[end]))) {
-        count -= IsContinuation(text[end]) ? 0 : 1;
-        ++end;
+std::string_view FitDisplayWidth(std::string_view text, std::size_t width) {
+    std::string_view rest = text;
+    while (!rest.empty() && WidthOfFirst(rest) <= width) {
+        width -= WidthOfFirst(rest);
+        rest.remove_prefix(GetUtf8Length(rest));
     }
-    return text.substr(0, end);
+    return text.substr(0, text.size() - rest.size());
 }

@@ -10,8 +10,11 @@ std::string AsUtf8(std::string_view text);
 /** The same without a copy where none is needed: `storage` holds the converted text. */
 std::string_view AsUtf8(std::string_view text, std::string& storage);
 
-/** How many characters a valid UTF-8 text has. */
-std::size_t CountCharacters(std::string_view text);
+/**
+ * How many places on a terminal a valid UTF-8 text takes: two for a wide character, none for a mark that
+ * stands on another.
+ */
+std::size_t GetDisplayWidth(std::string_view text);
 
-/** The first `count` characters of a valid UTF-8 text. */
-std::string_view FirstCharacters(std::string_view text, std::size_t count);
+/** The characters with which a valid UTF-8 text begins, as many as `width` places on a terminal hold. */
+std::string_view FitDisplayWidth(std::string_view text, std::size_t width);

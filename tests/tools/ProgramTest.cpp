@@ -232,6 +232,9 @@ TEST_F(ProgramTest, PlugInReadsAndWarns) {
     EXPECT_TRUE(
         Contains(Run("trace --through-driver " + plugins + "a.tmf").out, "Warning \"The module warns.\"\n"));
     EXPECT_TRUE(Contains(Run("info " + plugins + "a.tmf").out, "warning     The module warns.\n"));
+    EXPECT_TRUE(Contains(Run("info --json " + plugins + "a.tmf").out, "\"warning\": \"The module warns.\""));
+    EXPECT_FALSE(Contains(Run("info --quiet " + plugins + "a.tmf").out, "warns"));
+    EXPECT_FALSE(Contains(Run("info --quiet --json " + plugins + "a.tmf").out, "warns"));
 }
 
 TEST_F(ProgramTest, PlugInReplacesABuiltInFormat) {
@@ -273,6 +276,18 @@ TEST_F(ProgramTest, PasswordIsAskedForOnATerminal) {
     const Outcome never = RunOnTerminal("one,two,three", show);
     EXPECT_EQ(never.status, 1);
     EXPECT_TRUE(Contains(never.out, "The file could not be decrypted.")) << never.out;
+}
+
+TEST_F(ProgramTest, PasswordIsAskedForOnceThoughTheFileIsOpenedTwice) {
+    const Outcome outcome = RunOnTerminal("yeast", "info '" KARTA_SOURCE_DIR "/samples/encrypted.kpf'");
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_EQ(outcome.out.find("Password of "), outcome.out.rfind("Password of ")) << outcome.out;
+    EXPECT_TRUE(Contains(outcome.out, "matrix 1 ")) << outcome.out;
+}
+
+TEST_F(ProgramTest, WideCharactersAreAlignedByTheirWidth) {
+    folder.Write("a.txt", "\u6e29\u5ea6\tx\nabc\t1\n");
+    EXPECT_EQ(Run("show a.txt").out, "      1  2\n1  \u6e29\u5ea6  x\n2  abc   1\n");
 }
 
 TEST_F(ProgramTest, ProgressIsDrawnOnATerminalAndWipedOut) {

@@ -95,13 +95,18 @@ TEST(Utf8Text, ValidTextStaysAndOtherIsWindows1252) {
          {"\xc0\x80", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\xc3", "\xe0\x80\x80", "\xf0\x80\x80\x80"}) {
         EXPECT_NE(AsUtf8(invalid), invalid);
     }
-    EXPECT_EQ(CountCharacters("a\xc3\xa5"
-                              "b"),
-              3U);
-    EXPECT_EQ(FirstCharacters("a\xc3\xa5"
-                              "b",
-                              2),
-              "a\xc3\xa5");
+}
+
+TEST(Utf8Text, WidthIsThatOnATerminal) {
+    EXPECT_EQ(GetDisplayWidth(""), 0U);
+    EXPECT_EQ(GetDisplayWidth("a\u00e5b"), 3U);
+    EXPECT_EQ(FitDisplayWidth("a\u00e5b", 2), "a\u00e5");
+    // Ideographs take two places, a combining accent none; half of a wide character isn't shown.
+    EXPECT_EQ(GetDisplayWidth("\u6e29\u5ea6"), 4U);
+    EXPECT_EQ(FitDisplayWidth("\u6e29\u5ea6", 3), "\u6e29");
+    EXPECT_EQ(GetDisplayWidth("e\u0301"), 1U);
+    EXPECT_EQ(FitDisplayWidth("e\u0301f", 1), "e\u0301");
+    EXPECT_EQ(FitDisplayWidth("ab", 0), "");
 }
 
 TEST(Json, WritesOneDocument) {
