@@ -9,7 +9,7 @@ namespace {
 constexpr std::size_t PageSize = 4096;
 // Blocks in a row of a large table, which are going to be filled. What is larger was made for one row or one
 // text, and may stay empty in large parts.
-constexpr std::size_t SmallestPopulated = 1 << 18;
+constexpr std::size_t SmallestPopulated = 1 << 17;
 constexpr std::size_t LargestPopulated = 1 << 20;
 
 }  // namespace

@@ -10,8 +10,11 @@
 namespace {
 
 // A small table costs little; later blocks double up to the largest.
-constexpr std::size_t FirstBlockCells = 256;
-constexpr std::size_t LargestBlockCells = 32768;
+constexpr int FirstBlockCells = 256;
+constexpr int LargestBlockCells = 65536;
+// A row of known width that has outgrown a block has this many times its room next: the rest of what is
+// asked for costs nothing before it is used, and moving does.
+constexpr int LongRowGrowth = 8;
 // The room that a row gets when it is filled out of turn.
 constexpr int MinRowCells = 8;
 // The kind of a cell lies in the low bits of its word; a place in memory has as many bits to spare.
@@ -46,7 +49,10 @@ void TableData::Clear() {
 TableData::Cell* TableData::TakeCells(std::size_t count) {
     if (count > cellsLeft) {
         nextBlockCells = std::clamp(nextBlockCells * 2, FirstBlockCells, LargestBlockCells);
-        const std::size_t size = std::max(count, nextBlockCells);
+        // Whole rows, so that none begins at the end of a block and has to move.
+        const int width = std::clamp(numCols, 1, LargestBlockCells);
+        const int wholeRows = std::max(nextBlockCells / width, 1) * width;
+        const std::size_t size = std::max(count, static_cast<std::size_t>(wholeRows));
         blocks.push_back(MakeTableBlock<Cell>(size));
         nextCell = blocks.back().get();
         cellsLeft = size;
@@ -57,8 +63,25 @@ TableData::Cell* TableData::TakeCells(std::size_t count) {
     return cells;
 }
 
+// How much room a row gets that needs `count` cells and can't grow where it is.
+int TableData::RoomFor(const Row& row, int count) const {
+    if (count < numCols && static_cast<std::int64_t>(numCols) * numRows <= DenseCells) {
+        return numCols;
+    }
+    if (row.cells == nullptr) {
+        return count;
+    }
+    // A row at the table's right edge may be the one that widens the table, cell by cell: it is held to no
+    // width.
+    const bool isWidening = count >= numCols;
+    const int growth = isWidening || row.capacity < LargestBlockCells ? 2 : LongRowGrowth;
+    const std::int64_t widest = isWidening ? std::numeric_limits<int>::max() : numCols;
+    const std::int64_t room = std::int64_t{std::max(row.capacity, MinRowCells / 2)} * growth;
+    return static_cast<int>(std::clamp<std::int64_t>(room, count, widest));
+}
+
 // Gives the row room for `count` cells. The row that was filled last lies at the end of its block and
-// grows where it is; any other moves, to twice its room, so that moving stays cheap.
+// grows where it is; any other moves, to a multiple of its room, so that moving stays cheap.
 void TableData::GrowRow(Row& row, int count) {
     const auto missing = static_cast<std::size_t>(count - row.capacity);
     if (row.cells != nullptr && row.cells + row.capacity == nextCell && missing <= cellsLeft) {
@@ -66,14 +89,7 @@ void TableData::GrowRow(Row& row, int count) {
         row.capacity = count;
         return;
     }
-    // A row at the table's right edge may be the one that widens the table, cell by cell: it is held to no
-    // width.
-    const int widest = count < numCols ? numCols / 2 + 1 : std::numeric_limits<int>::max() / 2;
-    int room =
-        row.cells == nullptr ? count : std::max({count, MinRowCells, std::min(row.capacity, widest) * 2});
-    if (count < numCols && static_cast<std::int64_t>(numCols) * numRows <= DenseCells) {
-        room = numCols;
-    }
+    const int room = RoomFor(row, count);
     Cell* cells = TakeCells(static_cast<std::size_t>(room));
     std::copy_n(row.cells, row.count, cells);
     row.cells = cells;

@@ -77,6 +77,7 @@ private:
     Number GetWide(int col, int row) const;
     Cell Find(int col, int row) const;
     Cell* Make(int col, int row);
+    int RoomFor(const Row& row, int count) const;
     void GrowRow(Row& row, int count);
     Cell* TakeCells(std::size_t count);
 
@@ -85,7 +86,7 @@ private:
     std::vector<Row> rows;
     TextArena texts;
     std::vector<TableBlock<Cell>> blocks;
-    std::size_t nextBlockCells = 0;
+    int nextBlockCells = 0;
     Cell* nextCell = nullptr;
     std::size_t cellsLeft = 0;
 };

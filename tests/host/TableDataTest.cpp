@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "host/TextArena.h"
@@ -83,6 +84,33 @@ TEST(TableData, SizeThatLiesCostsNothing) {
     EXPECT_EQ(table.GetNumberOfRows(), 2147483647);
     table.Set(1, 1, 1);
     EXPECT_EQ(table.GetInt64(1, 1), 1);
+}
+
+TEST(TableData, RowsOfEveryWidthKeepTheirCellsWhateverTheOrder) {
+    // Widths about those of the blocks that the table takes its memory in, and in orders that let rows grow
+    // where they are, move, or wait for one another.
+    for (const int cols : {1, 7, 255, 257, 32769, 65535, 65536, 65537, 300000}) {
+        const int rows = std::max(3, 200000 / cols);
+        TableData byRows;
+        TableData inTurns;
+        TableData widening;
+        byRows.SetDataSize(cols, rows);
+        inTurns.SetDataSize(cols, rows);
+        for (int row = 1; row <= rows; ++row) {
+            for (int col = 1; col <= cols; ++col) {
+                byRows.Set(col, row, col * 7 + row);
+                inTurns.Set(col, (row + col) % rows + 1, col * 7 + (row + col) % rows + 1);
+                widening.Set(col, row, col * 7 + row);
+            }
+        }
+        for (int row = 1; row <= rows; ++row) {
+            for (int col = 1; col <= cols; ++col) {
+                ASSERT_EQ(byRows.GetInt64(col, row), col * 7 + row) << cols;
+                ASSERT_EQ(inTurns.GetInt64(col, row), col * 7 + row) << cols;
+                ASSERT_EQ(widening.GetInt64(col, row), col * 7 + row) << cols;
+            }
+        }
+    }
 }
 
 TEST(TableData, SmallerSizeDropsCells) {
