@@ -118,6 +118,9 @@ void ReadFiles(benchmark::State& state) {
         WriteDataFile(dataStream);
         std::ofstream logStream(log, std::ios::binary);
         WriteTransition(logStream, "brookside.dat");
+        dataStream.close();
+        logStream.close();
+        FinishWriting();
     }
     const auto read = [&log] {
         BrooksideFile reader;
@@ -149,7 +152,7 @@ void ReadFiles(benchmark::State& state) {
 }
 
 const auto* const Files = benchmark::RegisterBenchmark("brookside_files/counting", ReadFiles)
-                              ->MinTime(0.5)
+                              ->MinTime(2.0)
                               ->Unit(benchmark::kMillisecond);
 const RegisterReadBench XML({"brookside_xml", "Brookside Ver. 2.6 XML File", "brookside.xml", WriteXML,
                              TargetOfXML, 0});

@@ -41,6 +41,7 @@ std::string FileOf(const ReadBench& bench) {
         bench.generate(file);
         file.close();
         std::filesystem::rename(path + ".part", path);
+        FinishWriting();
     }
     return path;
 }
@@ -109,6 +110,10 @@ void RegisterYardstick(const ReadBench& bench) {
 
 }  // namespace
 
+void FinishWriting() {
+    sync();
+}
+
 std::string BenchFolder() {
     const std::string folder = "build/bench-data";
     std::filesystem::create_directories(folder);
@@ -152,13 +157,13 @@ RegisterReadBench::RegisterReadBench(const ReadBench& bench) {
         benchmark::RegisterBenchmark(
             (bench.name + "/counting").c_str(),
             [bench](benchmark::State& state) { Measure<CountingSink>(state, bench, bench.targetCounting); })
-            ->MinTime(0.5)
+            ->MinTime(2.0)
             ->Unit(benchmark::kMillisecond);
     }
     benchmark::RegisterBenchmark(
         (bench.name + "/table").c_str(),
         [bench](benchmark::State& state) { Measure<TableData>(state, bench, bench.targetTable); })
-        ->MinTime(0.5)
+        ->MinTime(2.0)
         ->Unit(benchmark::kMillisecond);
 }
 
@@ -185,7 +190,7 @@ RegisterConvertBench::RegisterConvertBench(const std::string& name, const std::s
                                      state.counters["M"] = best / yardstick;
                                      state.counters["M_target"] = target;
                                  })
-        ->MinTime(0.5)
+        ->MinTime(2.0)
         ->Unit(benchmark::kMillisecond);
 }
 

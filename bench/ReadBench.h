@@ -40,6 +40,9 @@ public:
 /** The folder of the generated files. */
 std::string BenchFolder();
 
+/** Waits until files that were just made are on the disk: writing them would slow down the reads. */
+void FinishWriting();
+
 /** What the report says of a benchmark: the format and the file or folder that is read. */
 std::string BenchLabel(const std::string& format, const std::string& fileName);
 

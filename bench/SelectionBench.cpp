@@ -35,6 +35,7 @@ std::string FolderOf(const SelectionBench& bench) {
             bench.generate(file, i);
         }
         std::filesystem::rename(unfinished, folder);
+        FinishWriting();
     }
     return folder;
 }
@@ -122,10 +123,10 @@ RegisterSelectionBench::RegisterSelectionBench(const SelectionBench& bench) {
     benchmark::RegisterBenchmark(
         (bench.name + "/counting").c_str(),
         [bench](benchmark::State& state) { Measure<CountingSink>(state, bench, bench.target); })
-        ->MinTime(0.5)
+        ->MinTime(2.0)
         ->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark((bench.name + "/table").c_str(),
                                  [bench](benchmark::State& state) { Measure<TableData>(state, bench, 0.0); })
-        ->MinTime(0.5)
+        ->MinTime(2.0)
         ->Unit(benchmark::kMillisecond);
 }
