@@ -76,7 +76,7 @@ int TableData::RoomFor(const Row& row, int count) const {
     const bool isWidening = count >= numCols;
     const int growth = isWidening || row.capacity < LargestBlockCells ? 2 : LongRowGrowth;
     const std::int64_t widest = isWidening ? std::numeric_limits<int>::max() : numCols;
-    const std::int64_t room = std::int64_t{std::max(row.capacity, MinRowCells / 2)} * growth;
+    const std::int64_t room = std::max<std::int64_t>(std::int64_t{row.capacity} * growth, MinRowCells);
     return static_cast<int>(std::clamp<std::int64_t>(room, count, widest));
 }
 
