@@ -152,7 +152,7 @@ void ReadFiles(benchmark::State& state) {
 }
 
 const auto* const Files = benchmark::RegisterBenchmark("brookside_files/counting", ReadFiles)
-                              ->MinTime(2.0)
+                              ->MinTime(MinSeconds)
                               ->Unit(benchmark::kMillisecond);
 const RegisterReadBench XML({"brookside_xml", "Brookside Ver. 2.6 XML File", "brookside.xml", WriteXML,
                              TargetOfXML, 0});

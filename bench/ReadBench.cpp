@@ -157,13 +157,13 @@ RegisterReadBench::RegisterReadBench(const ReadBench& bench) {
         benchmark::RegisterBenchmark(
             (bench.name + "/counting").c_str(),
             [bench](benchmark::State& state) { Measure<CountingSink>(state, bench, bench.targetCounting); })
-            ->MinTime(2.0)
+            ->MinTime(MinSeconds)
             ->Unit(benchmark::kMillisecond);
     }
     benchmark::RegisterBenchmark(
         (bench.name + "/table").c_str(),
         [bench](benchmark::State& state) { Measure<TableData>(state, bench, bench.targetTable); })
-        ->MinTime(2.0)
+        ->MinTime(MinSeconds)
         ->Unit(benchmark::kMillisecond);
 }
 
@@ -190,7 +190,7 @@ RegisterConvertBench::RegisterConvertBench(const std::string& name, const std::s
                                      state.counters["M"] = best / yardstick;
                                      state.counters["M_target"] = target;
                                  })
-        ->MinTime(2.0)
+        ->MinTime(MinSeconds)
         ->Unit(benchmark::kMillisecond);
 }
 

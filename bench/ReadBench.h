@@ -37,6 +37,9 @@ public:
                          double target);
 };
 
+/** How long a benchmark reads at least, in seconds; its fastest read counts. */
+constexpr double MinSeconds = 2.0;
+
 /** The folder of the generated files. */
 std::string BenchFolder();
 

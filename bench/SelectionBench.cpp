@@ -123,10 +123,10 @@ RegisterSelectionBench::RegisterSelectionBench(const SelectionBench& bench) {
     benchmark::RegisterBenchmark(
         (bench.name + "/counting").c_str(),
         [bench](benchmark::State& state) { Measure<CountingSink>(state, bench, bench.target); })
-        ->MinTime(2.0)
+        ->MinTime(MinSeconds)
         ->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark((bench.name + "/table").c_str(),
                                  [bench](benchmark::State& state) { Measure<TableData>(state, bench, 0.0); })
-        ->MinTime(2.0)
+        ->MinTime(MinSeconds)
         ->Unit(benchmark::kMillisecond);
 }
