@@ -10,9 +10,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "archive/XmlPlatform.h"
+#include "archive/ZipFile.h"
 #include "bench/ReadBench.h"
-#include "host/XmlPlatform.h"
-#include "host/ZipFile.h"
 #include "spreadsheet/Excel2007File.h"
 #include "tests/support/ByteBuilder.h"
 #include "tests/support/CountingSink.h"

@@ -2,8 +2,8 @@
 #include <fstream>
 #include <ostream>
 
+#include "base/TemporaryFile.h"
 #include "bench/ReadBench.h"
-#include "host/TemporaryFile.h"
 #include "tests/container/ProjectBuilder.h"
 
 namespace {

@@ -16,7 +16,7 @@
 
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/CountingSink.h"
 #include "tools/Commands.h"
 #include "tools/ReadRequest.h"

@@ -13,7 +13,7 @@
 #include "bench/ReadBench.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/CountingSink.h"
 
 namespace {

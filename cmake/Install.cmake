@@ -10,7 +10,7 @@ file(RELATIVE_PATH KARTA_LIBRARY_FROM_BIN /${CMAKE_INSTALL_BINDIR} /${CMAKE_INST
 set_target_properties(karta-import-program PROPERTIES INSTALL_RPATH "$ORIGIN/${KARTA_LIBRARY_FROM_BIN}")
 
 include(cmake/PublicHeaders.cmake)
-karta_public_headers(headers host frame text spreadsheet instrument process container)
+karta_public_headers(headers base archive host frame table text spreadsheet instrument process container)
 list(APPEND headers text/CsvSyntax.h) # for hosts that parse on their own; a template exports nothing
 foreach(header ${headers})
   cmake_path(GET header PARENT_PATH folder)

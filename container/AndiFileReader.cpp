@@ -4,14 +4,14 @@
 #include <array>
 #include <limits>
 
+#include "base/CopyMessage.h"
+#include "base/NumberFormat.h"
+#include "base/PathNames.h"
+#include "base/TolerantEqual.h"
 #include "container/NetCDF.h"
 #include "frame/OptionsText.h"
-#include "host/CopyMessage.h"
-#include "host/NumberFormat.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
-#include "host/PathNames.h"
-#include "host/TolerantEqual.h"
 #include "instrument/USDOptions.h"
 
 namespace {

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "base/Export.h"
 #include "frame/FileContents.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/Export.h"
+#include "frame/FormatReader.h"
 #include "instrument/USDBase.h"
 
 class NetCDF;
@@ -40,7 +40,7 @@ struct AndiFileInfo {
  *
  * No file stays open between the operations.
  */
-class KARTA_EXPORT AndiFileReader : public SpreadsheetFile, public USDBase, public FileContents {
+class KARTA_EXPORT AndiFileReader : public FormatReader, public USDBase, public FileContents {
 public:
     enum AndiFileStatus {
         StatusOpenFailed = 0x820, /**< also for an options record that can't be read */

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/ByteCursor.h"
+#include "base/ByteCursor.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <system_error>
 #include <utility>
 
-#include "host/CopyMessage.h"
+#include "base/CopyMessage.h"
+#include "base/TemporaryFile.h"
 #include "host/ImportSpecBase.h"
-#include "host/TemporaryFile.h"
 #include "host/project/AliasAccess.h"
 #include "host/project/CompoundFileStreamSource.h"
 #include "host/project/Karta12KpfConverter.h"
@@ -103,7 +103,7 @@ private:
 
 KpfFileImport::KpfFileImport() = default;
 
-KpfFileImport::KpfFileImport(KpfFileImport& other) : SpreadsheetFile(other), FileContents(other) {
+KpfFileImport::KpfFileImport(KpfFileImport& other) : FormatReader(other), FileContents(other) {
     TakeOver(other);
 }
 
@@ -147,7 +147,7 @@ void KpfFileImport::Close() {
     Release();
     importSpec = nullptr;
     sizeKnown = false;
-    SpreadsheetFile::Close();
+    FormatReader::Close();
 }
 
 void KpfFileImport::GetErrorMessage(char* buffer, unsigned int size) {

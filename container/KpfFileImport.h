@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "base/Export.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/Export.h"
 
 class CompoundFileStreamSource;
 class CompundFileBase;
@@ -24,7 +24,7 @@ class NCProject;
  * An encrypted project is only opened by a derived class that sets its password. Of several datasets the
  * first is taken, unless a derived class chooses another one, or SelectPart afterwards.
  */
-class KARTA_EXPORT KpfFileImport : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT KpfFileImport : public FormatReader, public FileContents {
 public:
     enum KpfFileStatus {
         StatusDamaged = 100,

@@ -7,17 +7,17 @@
 #include <string_view>
 #include <utility>
 
+#include "base/CopyMessage.h"
+#include "base/Exception.h"
+#include "base/NumberParser.h"
+#include "base/OutputFile.h"
+#include "base/PathNames.h"
 #include "container/MatElementStream.h"
 #include "container/MatLevel4.h"
 #include "container/MatLevel4Writer.h"
 #include "container/MatLevel5.h"
-#include "host/CopyMessage.h"
-#include "host/Exception.h"
-#include "host/NumberParser.h"
 #include "host/NvString.h"
 #include "host/NvSystemInfo.h"
-#include "host/OutputFile.h"
-#include "host/PathNames.h"
 
 namespace {
 
@@ -93,7 +93,7 @@ void MatFile::Close() {
     level4.reset();
     file.Close();
     output.reset();
-    SpreadsheetFile::Close();
+    FormatReader::Close();
     mode = ModeClosed;
 }
 

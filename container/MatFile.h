@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "base/MappedFile.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/MappedFile.h"
 
 class MatElementStream;
 class Matlab4Reader;
@@ -32,7 +32,7 @@ struct MatPlace;
  *
  * Written are level 4 files: the numeric block as DATA, the identifiers as OBSID1... and VARID1...
  */
-class KARTA_EXPORT MatFile : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT MatFile : public FormatReader, public FileContents {
 public:
     enum MatFileStatus {
         StatusOpenFailed = 0x400,

@@ -4,9 +4,9 @@
 #include <bit>
 #include <cstdint>
 
+#include "base/NumberFormat.h"
+#include "base/OutputFile.h"
 #include "frame/WriteSpreadSheetData.h"
-#include "host/NumberFormat.h"
-#include "host/OutputFile.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <limits>
 #include <string>
 
+#include "base/Exception.h"
 #include "container/MatNumber.h"
 #include "frame/ReadSpreadSheetData.h"
-#include "host/Exception.h"
 #include "host/NvSystemInfo.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <limits>
 
+#include "base/Exception.h"
 #include "container/MatFile.h"
-#include "host/Exception.h"
 
 namespace {
 

@@ -7,16 +7,16 @@
 #include <limits>
 #include <type_traits>
 
+#include "base/CopyMessage.h"
+#include "base/NumberFormat.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
+#include "base/TolerantEqual.h"
 #include "container/NetCDF.h"
 #include "container/NetCDFFile.h"
-#include "host/CopyMessage.h"
-#include "host/NumberFormat.h"
-#include "host/NumberParser.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
 #include "host/NvSystemInfo.h"
-#include "host/PathNames.h"
-#include "host/TolerantEqual.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "base/Export.h"
 #include "frame/FileContents.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/Export.h"
+#include "frame/FormatReader.h"
 
 class NetCDF;
 
@@ -20,7 +20,7 @@ class NetCDF;
  *
  * The constructor measures the files; Open does it once more. No file stays open in between.
  */
-class KARTA_EXPORT MvaCDFFileReader : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT MvaCDFFileReader : public FormatReader, public FileContents {
 public:
     enum MvaCDFFileStatus {
         StatusNoMvaFile = 0x810,

@@ -8,8 +8,8 @@
 #include <new>
 #include <system_error>
 
+#include "base/MappedFile.h"
 #include "container/ClassicHeader.h"
-#include "host/MappedFile.h"
 
 namespace {
 

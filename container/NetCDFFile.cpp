@@ -1,9 +1,9 @@
 #include "container/NetCDFFile.h"
 
+#include "base/CopyMessage.h"
 #include "container/AndiFileReader.h"
 #include "container/MvaCDFFileReader.h"
 #include "container/NetCDF.h"
-#include "host/CopyMessage.h"
 #include "host/NvFile.h"
 #include "host/NvSystemInfo.h"
 

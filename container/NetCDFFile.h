@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "base/Export.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/Export.h"
 
 /** The convention that a netCDF file follows, by the first of its marking attributes that it has. */
 enum ENetCDFTemplate {
@@ -25,7 +25,7 @@ enum ENetCDFTemplate {
  * MVACDF tables (MvaCDFFileReader) and ANDI chromatograms (AndiFileReader) are read; all else is refused.
  * Of a selection of several files the first decides.
  */
-class KARTA_EXPORT NetCDFFile : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT NetCDFFile : public FormatReader, public FileContents {
 public:
     enum NetCDFFileStatus { StatusUnknownTemplate = 0x800, StatusNoNetCDF = 0x801 };
 

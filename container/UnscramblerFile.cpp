@@ -3,10 +3,10 @@
 #include <cmath>
 #include <limits>
 
-#include "host/Ascii.h"
-#include "host/CopyMessage.h"
-#include "host/NumberParser.h"
-#include "host/TolerantEqual.h"
+#include "base/Ascii.h"
+#include "base/CopyMessage.h"
+#include "base/NumberParser.h"
+#include "base/TolerantEqual.h"
 
 namespace {
 
@@ -244,7 +244,7 @@ int UnscramblerFile::IndexMatrices() {
 void UnscramblerFile::Close() {
     stream.Close();
     workLine = {};
-    SpreadsheetFile::Close();
+    FormatReader::Close();
 }
 
 int UnscramblerFile::GetNumCols() {

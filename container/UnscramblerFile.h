@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
+#include "base/LineReader.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/LineReader.h"
 
 /**
  * The text exchange format of The Unscrambler (.uns, .inp): a series of data matrices, each with optional
@@ -27,7 +27,7 @@
  * running number and the name. A line holds at most 255 characters behind its blanks: the index ends at a
  * longer one, and the values of a matrix fail at it.
  */
-class KARTA_EXPORT UnscramblerFile : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT UnscramblerFile : public FormatReader, public FileContents {
 public:
     enum UnscramblerFileStatus {
         StatusStreamFailed = 0x700,

@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "base/CopyMessage.h"
 #include "frame/CellType.h"
-#include "host/CopyMessage.h"
 
 namespace {
 

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /**
  * What an open file holds beyond one table, for a host that lets the user look and choose. A reader whose
@@ -23,8 +24,20 @@ public:
         bool hidden = false;
         std::string detail; /**< type, unit and the like, for the user */
     };
-    /** A fact about the file, as its name and its value: {"spacing", "1.928 cm-1"}. */
-    using Fact = std::pair<std::string, std::string>;
+    /** A fact about the file: {"spacing", "1.928 cm-1"}, or as a number with its unit. */
+    struct Fact {
+        /** A text; dates by ISO 8601. */
+        Fact(std::string factName, std::string text) : name(std::move(factName)), value(std::move(text)) {}
+        /** A number; `factUnit` may be empty. */
+        Fact(std::string factName, double factNumber, std::string factUnit);
+
+        bool operator==(const Fact& other) const = default;
+
+        std::string name;
+        std::string value; /**< for people; a number's with its unit */
+        std::optional<double> number;
+        std::string unit;
+    };
 
     virtual ~FileContents();
 

@@ -13,10 +13,10 @@
 #include <string_view>
 #include <system_error>
 
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
 #include "frame/DLLFile.h"
-#include "host/NumberParser.h"
 #include "host/NvFile.h"
-#include "host/PathNames.h"
 
 namespace {
 

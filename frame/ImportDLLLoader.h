@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "base/Export.h"
 #include "frame/NvImport.h"
-#include "host/Export.h"
 
 class SpreadsheetFile;
 

@@ -4,14 +4,14 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/CopyMessage.h"
 #include "frame/OptionsText.h"
+#include "frame/SpreadsheetData.h"
 #include "frame/SpreadsheetFile.h"
 #include "frame/SpreadsheetOpenOptions.h"
-#include "host/CopyMessage.h"
 #include "host/Log.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
-#include "host/SpreadsheetData.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Export.h"
 #include "frame/ImportDLLLoader.h"
 #include "frame/NvImport.h"
-#include "host/Export.h"
 
 class SpreadsheetData;
 

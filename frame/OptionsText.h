@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Export.h"
 #include "frame/NvImport.h"
-#include "host/Export.h"
 
 // An options record as the readers of this library fill it: one binary string whose text is an XMLSection
 // with the subsection "Settings".

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <map>
 
-#include "host/PathNames.h"
+#include "base/PathNames.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
+#include "base/Export.h"
 #include "frame/NvImport.h"
-#include "host/Export.h"
 
 class SpreadsheetFile;
 

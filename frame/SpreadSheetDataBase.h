@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /** What sinks and sources of tables share: a size, and a mark for the host. */
 class KARTA_EXPORT SpreadSheetDataBase {

@@ -1,6 +1,6 @@
 #include "frame/SpreadsheetFile.h"
 
-#include "host/CopyMessage.h"
+#include "base/CopyMessage.h"
 #include "host/ImportSpecBase.h"
 
 SpreadsheetFile::~SpreadsheetFile() = default;

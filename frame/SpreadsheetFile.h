@@ -1,9 +1,9 @@
 #pragma once
 
+#include "base/Export.h"
 #include "frame/NvImport.h"
 #include "frame/ReadSpreadSheetData.h"
 #include "frame/WriteSpreadSheetData.h"
-#include "host/Export.h"
 
 /**
  * The reader contract: one file, or one selection of files joined by line feeds, opened either for

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/Export.h"
 #include "frame/NvImport.h"
-#include "host/Export.h"
 
 class StreamReader;
 class StreamWriter;

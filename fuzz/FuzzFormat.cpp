@@ -16,13 +16,13 @@
 #include <memory>
 #include <string>
 
+#include "archive/XmlPlatform.h"
+#include "base/TemporaryFile.h"
 #include "frame/FileContents.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
 #include "fuzz/PackagePart.h"
 #include "host/NvSystemInfo.h"
-#include "host/TemporaryFile.h"
-#include "host/XmlPlatform.h"
 #include "tests/support/CountingSink.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <ostream>
 #include <vector>
 
-#include "host/ReadExactly.h"
+#include "base/ReadExactly.h"
 #include "host/StreamReader.h"
 #include "host/StreamWriter.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /** Writes a text of any bytes: its length as 32-bit little-endian, then the bytes. */
 KARTA_EXPORT void WriteBinaryString(std::ostream& stream, std::string_view text);

@@ -1,6 +1,6 @@
 #include "host/FNClass.h"
 
-#include "host/PathNames.h"
+#include "base/PathNames.h"
 
 void FNClass::Split(std::string_view path) {
     const std::string name = NvGetFileName(path);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /**
  * The host's specification of an import: what each row and column of the table is. The caller hands it

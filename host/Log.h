@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /** Where the library's messages go. */
 class KARTA_EXPORT Log {

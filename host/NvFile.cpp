@@ -7,7 +7,7 @@
 #include <memory>
 #include <string_view>
 
-#include "host/FileHandle.h"
+#include "base/FileHandle.h"
 
 namespace {
 
@@ -59,10 +59,7 @@ std::size_t NvFile::GetSize(const char* path) {
 }
 
 std::string NvFile::ReadHead(const char* path, std::size_t size) {
-    std::string head(size, '\0');
-    FileHandle file(path);
-    head.resize(file.Read(head.data(), size));
-    return head;
+    return ReadFileHead(path, size);
 }
 
 bool IsTextFile(const char* path, std::size_t limit) {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /** What the readers ask of files by name. No operation throws or keeps a file open. */
 class KARTA_EXPORT NvFile {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <limits>
 
-#include "host/NumberParser.h"
+#include "base/NumberParser.h"
 
 namespace {
 

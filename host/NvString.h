@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /** Text operations of the host. None of them depends on the process's locale. */
 class KARTA_EXPORT NvString {

@@ -1,17 +1,12 @@
 #include "host/NvSystemInfo.h"
 
-namespace {
+#include "base/Budget.h"
 
-constexpr unsigned long long DefaultInflateLimit = 1ULL << 30;
+namespace {
 
 std::string& TheName() {
     static std::string name = "KARTA";
     return name;
-}
-
-unsigned long long& TheInflateLimit() {
-    static unsigned long long limit = DefaultInflateLimit;
-    return limit;
 }
 
 }  // namespace
@@ -25,9 +20,9 @@ void NvSystemInfo::SetApplicationName(const std::string& name) {
 }
 
 unsigned long long NvSystemInfo::GetInflateLimit() {
-    return TheInflateLimit();
+    return karta::Budget::GetInflateLimit();
 }
 
 void NvSystemInfo::SetInflateLimit(unsigned long long bytes) {
-    TheInflateLimit() = bytes;
+    karta::Budget::SetInflateLimit(bytes);
 }

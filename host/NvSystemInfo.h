@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /** What a host tells of itself and allows. */
 class KARTA_EXPORT NvSystemInfo {

@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /** A reader's yes-or-no question to the user. */
 class KARTA_EXPORT Question {

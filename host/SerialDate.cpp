@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cmath>
 
-#include "host/NumberFormat.h"
+#include "base/NumberFormat.h"
 #include "host/NvString.h"
 
 namespace {

@@ -2,8 +2,8 @@
 
 #include <istream>
 
-#include "host/ByteCursor.h"
-#include "host/ReadExactly.h"
+#include "base/ByteCursor.h"
+#include "base/ReadExactly.h"
 
 bool StreamReader::ReadBool() {
     return ReadExactly(stream, 1)[0] != 0;

@@ -5,7 +5,7 @@
 #include <iosfwd>
 #include <vector>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /** Reads what StreamWriter wrote. Every operation raises std::ios_base::failure at the stream's end. */
 class KARTA_EXPORT StreamReader {

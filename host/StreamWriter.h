@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <iosfwd>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /** Writes the values of a host's project: a bool as one byte, numbers little-endian, bytes alone. */
 class KARTA_EXPORT StreamWriter {

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "host/Ascii.h"
-#include "host/Exception.h"
-#include "host/NumberFormat.h"
-#include "host/NumberParser.h"
+#include "base/Ascii.h"
+#include "base/Exception.h"
+#include "base/NumberFormat.h"
+#include "base/NumberParser.h"
 #include "host/NvString.h"
 
 namespace {

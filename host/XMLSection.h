@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /**
  * A section of named values and subsections, kept as XML text: the form in which a reader's choices travel

@@ -6,9 +6,9 @@
 #include <ctime>
 #include <iterator>
 
-#include "host/CopyMessage.h"
-#include "host/FileHandle.h"
-#include "host/NumberFormat.h"
+#include "base/CopyMessage.h"
+#include "base/FileHandle.h"
+#include "base/NumberFormat.h"
 #include "host/NvString.h"
 
 namespace {
@@ -153,7 +153,7 @@ void BrimroseFile::Close() {
     file.Close();
     cursor = ByteCursor();
     values = ByteCursor();
-    SpreadsheetFile::Close();
+    FormatReader::Close();
 }
 
 void BrimroseFile::GetErrorMessage(char* buffer, unsigned int size) {

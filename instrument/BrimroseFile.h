@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "base/ByteCursor.h"
+#include "base/MappedFile.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/ByteCursor.h"
-#include "host/MappedFile.h"
 
 /**
  * The data files of Brimrose AOTF spectrometers (.dat): a main header of 512 bytes with the axis and two
@@ -22,7 +22,7 @@
  * Many programs write .dat files; a file is one of these when it begins with one of two magic numbers and
  * has a whole main header.
  */
-class KARTA_EXPORT BrimroseFile : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT BrimroseFile : public FormatReader, public FileContents {
 public:
     enum BrimroseFileStatus {
         StatusStreamFailed = 0xb00,

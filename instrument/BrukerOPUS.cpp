@@ -1,6 +1,6 @@
 #include "instrument/BrukerOPUS.h"
 
-#include "host/ByteCursor.h"
+#include "base/ByteCursor.h"
 
 namespace {
 

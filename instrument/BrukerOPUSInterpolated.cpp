@@ -1,6 +1,6 @@
 #include "instrument/BrukerOPUSInterpolated.h"
 
-#include "host/ByteCursor.h"
+#include "base/ByteCursor.h"
 #include "instrument/InterPolateValues.h"
 
 namespace {

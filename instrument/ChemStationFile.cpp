@@ -4,12 +4,12 @@
 #include <cmath>
 #include <utility>
 
-#include "host/CopyMessage.h"
-#include "host/NumberFormat.h"
-#include "host/NumberParser.h"
+#include "base/CopyMessage.h"
+#include "base/NumberFormat.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
+#include "base/Unicode.h"
 #include "host/NvFile.h"
-#include "host/PathNames.h"
-#include "host/Unicode.h"
 
 namespace {
 
@@ -317,7 +317,7 @@ void ChemStationFile::Close() {
     files.clear();
     CloseStream();
     failedPath.clear();
-    SpreadsheetFile::Close();
+    FormatReader::Close();
 }
 
 int ChemStationFile::EstablishSize() {

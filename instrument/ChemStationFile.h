@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "base/ByteCursor.h"
+#include "base/MappedFile.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/ByteCursor.h"
-#include "host/MappedFile.h"
 
 /** One file of the selection, as its header tells. */
 struct HPLCData {
@@ -49,7 +49,7 @@ struct HPLCData {
  * Source: the layout as published by the readers of the open chromatography tools, and files of versions
  * 30, 31, 130 and 131.
  */
-class KARTA_EXPORT ChemStationFile : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT ChemStationFile : public FormatReader, public FileContents {
 public:
     enum ChemStationStatus {
         StatusCannotOpen = 0x600,

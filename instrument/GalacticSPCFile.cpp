@@ -6,15 +6,15 @@
 #include <limits>
 #include <string_view>
 
+#include "base/ByteCursor.h"
+#include "base/CopyMessage.h"
+#include "base/MappedFile.h"
+#include "base/NumberFormat.h"
+#include "base/PathNames.h"
+#include "base/TolerantEqual.h"
 #include "frame/OptionsText.h"
-#include "host/ByteCursor.h"
-#include "host/CopyMessage.h"
-#include "host/MappedFile.h"
-#include "host/NumberFormat.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
-#include "host/PathNames.h"
-#include "host/TolerantEqual.h"
 #include "instrument/SPCDate.h"
 #include "instrument/USDOptions.h"
 
@@ -175,7 +175,7 @@ void GalacticSPCFile::Close() {
     files.clear();
     xValues.clear();
     optionsBlob.clear();
-    SpreadsheetFile::Close();
+    FormatReader::Close();
 }
 
 // Nothing while a status or no file is there: both are -1. An empty spectrum is, too: it gives no table.
@@ -680,7 +680,7 @@ std::vector<FileContents::Fact> GalacticSPCFile::ListFacts() {
         {"points", std::to_string(maxPoints)},   {"first X", WithUnit(firstX, xLabel)},
         {"last X", WithUnit(maxLastX, xLabel)},  {"spacing", WithUnit(spacing, xLabel)}};
     if (HasXArray()) {
-        facts.back().second += " on average: the file has an array of X values";
+        facts.back().value += " on average: the file has an array of X values";
     }
     if (!yLabel.empty()) {
         facts.emplace_back("Y unit", Unparenthesized(yLabel));

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
 #include "instrument/USDBase.h"
 
 class ByteCursor;
@@ -41,7 +41,7 @@ struct SPCFileRecord {
  * The layout of the file follows the publicly documented SPC headers. Two versions are refused: L, with the
  * other byte order, and files in which every sub-file has an X array of its own.
  */
-class KARTA_EXPORT GalacticSPCFile : public SpreadsheetFile, public FileContents, public USDBase {
+class KARTA_EXPORT GalacticSPCFile : public FormatReader, public FileContents, public USDBase {
 public:
     enum GalacticSPCFileStatus {
         StatusOpenFailed = 0xa00,

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "host/TolerantEqual.h"
+#include "base/TolerantEqual.h"
 
 namespace {
 

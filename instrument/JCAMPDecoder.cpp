@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "host/Ascii.h"
+#include "base/Ascii.h"
 
 namespace {
 

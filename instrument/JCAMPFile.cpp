@@ -6,16 +6,16 @@
 #include <memory>
 #include <utility>
 
+#include "base/Ascii.h"
+#include "base/CopyMessage.h"
+#include "base/DateParser.h"
+#include "base/Exception.h"
+#include "base/NumberFormat.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
+#include "base/TolerantEqual.h"
 #include "frame/OptionsText.h"
-#include "host/Ascii.h"
-#include "host/CopyMessage.h"
-#include "host/DateParser.h"
-#include "host/Exception.h"
-#include "host/NumberFormat.h"
-#include "host/NumberParser.h"
 #include "host/NvFile.h"
-#include "host/PathNames.h"
-#include "host/TolerantEqual.h"
 #include "host/XMLSection.h"
 #include "instrument/JCAMPDecoder.h"
 #include "instrument/JCAMPLabels.h"
@@ -316,7 +316,7 @@ int JCAMPFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opt
 }
 
 void JCAMPFile::Close() {
-    SpreadsheetFile::Close();
+    FormatReader::Close();
 }
 
 bool JCAMPFile::SetOptions(NvImportOpenOptions* options) {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
 #include "instrument/JCAMPData.h"
 
 class COleDateTime;
@@ -40,7 +40,7 @@ class JCAMPStream;
  * are bounded by the file's size, so that a few bytes can't ask for a billion cells; beyond, the number
  * of points is called illegal (0x60b).
  */
-class KARTA_EXPORT JCAMPFile : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT JCAMPFile : public FormatReader, public FileContents {
 public:
     enum JCAMPStatus {
         StatusCannotOpen = 0x600,

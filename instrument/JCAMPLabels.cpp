@@ -4,9 +4,9 @@
 #include <limits>
 #include <utility>
 
-#include "host/Ascii.h"
-#include "host/NumberParser.h"
-#include "host/PathNames.h"
+#include "base/Ascii.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
 #include "instrument/JCAMPFile.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "host/MappedFile.h"
+#include "base/MappedFile.h"
 
 /**
  * The bytes of one JCAMP-DX file, read forward as a stream is: that the end is reached is known when

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "host/ByteCursor.h"
-#include "host/CopyMessage.h"
+#include "base/ByteCursor.h"
+#include "base/CopyMessage.h"
+#include "base/NumberFormat.h"
 #include "host/FNClass.h"
-#include "host/NumberFormat.h"
 #include "host/NvString.h"
 
 namespace {
@@ -189,7 +189,7 @@ void NsasFile::Close() {
     daStream = {};
     cnStream = {};
     if (wasOpen) {
-        SpreadsheetFile::Close();
+        FormatReader::Close();
     }
 }
 

@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "base/MappedFile.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/MappedFile.h"
 
 /**
  * The spectra of an NSAS DA file (near-infrared instruments of the 1980s and 90s), with the reference
@@ -27,7 +27,7 @@
  * range, and a record whose values fill its last block is skipped one block too far. Old data sets were
  * read so, and stay readable in the same way; such a file often ends in a status behind its last good row.
  */
-class KARTA_EXPORT NsasFile : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT NsasFile : public FormatReader, public FileContents {
 public:
     enum NsasFileStatus {
         StatusStreamFailed = 0x500,

@@ -2,7 +2,7 @@
 
 void OPUSReader::Close() {
     selection.Clear();
-    SpreadsheetFile::Close();
+    FormatReader::Close();
 }
 
 void OPUSReader::GetErrorMessage(char* buffer, unsigned int size) {

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "frame/FileContents.h"
-#include "frame/SpreadsheetFile.h"
+#include "frame/FormatReader.h"
 #include "instrument/OPUSSelection.h"
 
 /**
@@ -11,7 +11,7 @@
  * a file's values come into its row. Every failure has status 4 and a text of its own, but for an attempt to
  * write.
  */
-class KARTA_EXPORT OPUSReader : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT OPUSReader : public FormatReader, public FileContents {
 public:
     void Close() override;
     void GetErrorMessage(char* buffer, unsigned int size) override;

@@ -7,14 +7,14 @@
 #include <string_view>
 #include <utility>
 
-#include "host/ByteCursor.h"
-#include "host/MappedFile.h"
-#include "host/NumberFormat.h"
+#include "base/ByteCursor.h"
+#include "base/MappedFile.h"
+#include "base/NumberFormat.h"
+#include "base/PathNames.h"
+#include "base/TolerantEqual.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
-#include "host/PathNames.h"
 #include "host/Question.h"
-#include "host/TolerantEqual.h"
 
 namespace {
 

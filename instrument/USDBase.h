@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /**
  * Which points of a spectrum become columns, as it travels through the open options. The arrays are made

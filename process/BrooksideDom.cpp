@@ -11,12 +11,12 @@
 #include <xercesc/util/BinInputStream.hpp>
 #include <xercesc/util/TransService.hpp>
 
-#include "host/Exception.h"
-#include "host/FileHandle.h"
-#include "host/NumberParser.h"
+#include "base/Exception.h"
+#include "base/FileHandle.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
+#include "base/Unicode.h"
 #include "host/NvString.h"
-#include "host/PathNames.h"
-#include "host/Unicode.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include <xercesc/dom/DOMNode.hpp>
 
-#include "host/XmlPlatform.h"
+#include "archive/XmlPlatform.h"
 
 /** The text of a RawData element, in UTF-8, as far as it counts. */
 struct RawDataText {

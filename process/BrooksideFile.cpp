@@ -5,12 +5,12 @@
 #include <set>
 #include <string_view>
 
-#include "host/Ascii.h"
-#include "host/CopyMessage.h"
-#include "host/Exception.h"
-#include "host/NumberParser.h"
+#include "base/Ascii.h"
+#include "base/CopyMessage.h"
+#include "base/Exception.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
 #include "host/NvString.h"
-#include "host/PathNames.h"
 #include "process/BrooksideFailure.h"
 #include "process/BrooksideFields.h"
 #include "process/BrooksideFileSet.h"
@@ -148,7 +148,7 @@ void BrooksideFile::Close() {
     fileSet.reset();
     fileName.clear();
     warningText.clear();
-    SpreadsheetFile::Close();
+    FormatReader::Close();
 }
 
 void BrooksideFile::GetErrorMessage(char* buffer, unsigned int size) {

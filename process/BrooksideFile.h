@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "base/LessIgnoringCase.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/LessIgnoringCase.h"
 #include "host/NCDataVector.h"
 #include "host/NCIntegralVector.h"
 #include "host/NCStringVector.h"
@@ -35,7 +35,7 @@ class BrooksideStream;
  * Believed are as many rows as the data files have bytes, and a million rows of data files that aren't
  * there. Lines are cut at 4095 characters (BrooksideStream).
  */
-class KARTA_EXPORT BrooksideFile : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT BrooksideFile : public FormatReader, public FileContents {
 public:
     enum BrooksideFileStatus {
         StatusOpenFailed = 0xb00,

@@ -4,12 +4,12 @@
 #include <filesystem>
 #include <new>
 
-#include "host/Exception.h"
+#include "base/Exception.h"
+#include "base/FileHandle.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
 #include "host/FNClass.h"
-#include "host/FileHandle.h"
-#include "host/NumberParser.h"
 #include "host/NvFile.h"
-#include "host/PathNames.h"
 
 namespace {
 

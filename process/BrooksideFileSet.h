@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/LessIgnoringCase.h"
+#include "base/LessIgnoringCase.h"
 #include "process/BrooksideStream.h"
 
 /**

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "host/PathNames.h"
+#include "base/PathNames.h"
 
 namespace {
 

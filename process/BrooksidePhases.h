@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "host/LessIgnoringCase.h"
-#include "host/TextArena.h"
+#include "base/LessIgnoringCase.h"
+#include "base/TextArena.h"
 
 /** One phase of one wafer: the lines of a data file that it takes, and the table rows that they become. */
 struct PhaseEntry {

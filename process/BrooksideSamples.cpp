@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <limits>
 
+#include "base/Ascii.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
 #include "frame/ReadSpreadSheetData.h"
-#include "host/Ascii.h"
-#include "host/NumberParser.h"
 #include "host/NvString.h"
-#include "host/PathNames.h"
 #include "process/BrooksideFailure.h"
 #include "process/BrooksideFields.h"
 #include "process/BrooksideFile.h"

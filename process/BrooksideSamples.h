@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "host/LessIgnoringCase.h"
+#include "base/LessIgnoringCase.h"
 #include "process/BrooksideFileSet.h"
 #include "process/BrooksidePhases.h"
 

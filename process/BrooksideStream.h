@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/FileHandle.h"
+#include "base/FileHandle.h"
 
 /**
  * The lines of one text of a process log, read forward: a file through a small window, so that the memory

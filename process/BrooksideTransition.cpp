@@ -1,8 +1,8 @@
 #include "process/BrooksideTransition.h"
 
-#include "host/Ascii.h"
-#include "host/NumberParser.h"
-#include "host/PathNames.h"
+#include "base/Ascii.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
 
 namespace {
 

@@ -12,12 +12,12 @@
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/XMLException.hpp>
 
-#include "host/CopyMessage.h"
-#include "host/Exception.h"
+#include "base/CopyMessage.h"
+#include "base/Exception.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
+#include "base/Unicode.h"
 #include "host/FNClass.h"
-#include "host/NumberParser.h"
-#include "host/PathNames.h"
-#include "host/Unicode.h"
 #include "process/BrooksideDom.h"
 #include "process/BrooksideFields.h"
 #include "process/BrooksideGrammar.h"

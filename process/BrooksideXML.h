@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/LessIgnoringCase.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/LessIgnoringCase.h"
 
 class BufferReader;
 class XmlPlatform;
@@ -31,7 +31,7 @@ class XmlPlatform;
  *
  * A line with too few fields leaves Read as an Exception.
  */
-class KARTA_EXPORT BrooksideXML : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT BrooksideXML : public FormatReader, public FileContents {
 public:
     enum BrooksideXMLStatus {
         StatusSAXException = 0xa0,

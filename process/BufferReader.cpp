@@ -1,6 +1,6 @@
 #include "process/BufferReader.h"
 
-#include "host/Exception.h"
+#include "base/Exception.h"
 #include "host/NvString.h"
 
 namespace {

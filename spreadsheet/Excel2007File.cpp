@@ -4,13 +4,13 @@
 #include <istream>
 #include <limits>
 
+#include "archive/XmlPlatform.h"
+#include "base/CopyMessage.h"
+#include "base/PathNames.h"
 #include "frame/OptionsText.h"
-#include "host/CopyMessage.h"
 #include "host/NvString.h"
-#include "host/PathNames.h"
 #include "host/SerialDate.h"
 #include "host/XMLSection.h"
-#include "host/XmlPlatform.h"
 #include "spreadsheet/SharedStringsPart.h"
 #include "spreadsheet/SheetPart.h"
 #include "spreadsheet/WorkbookPart.h"
@@ -102,7 +102,7 @@ void Excel2007File::Close() {
     vertical = false;
     warning.clear();
     optionsBuffer.clear();
-    SpreadsheetFile::Close();
+    FormatReader::Close();
 }
 
 void Excel2007File::GetErrorMessage(char* buffer, unsigned int size) {

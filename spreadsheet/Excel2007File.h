@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "archive/ZipFile.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/ZipFile.h"
 #include "spreadsheet/SharedStrings.h"
 
 class NodeHandler;
@@ -35,7 +35,7 @@ struct SheetContent;
  *
  * A file that can't be read, or is no zip archive, raises Exception from Open.
  */
-class KARTA_EXPORT Excel2007File : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT Excel2007File : public FormatReader, public FileContents {
 public:
     enum Excel2007FileStatus {
         StatusNoData = 0x300,

@@ -8,12 +8,12 @@
 #include <string_view>
 #include <utility>
 
+#include "base/CopyMessage.h"
+#include "base/PathNames.h"
 #include "frame/OptionsText.h"
-#include "host/CopyMessage.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
 #include "host/NvSystemInfo.h"
-#include "host/PathNames.h"
 #include "host/SerialDate.h"
 #include "host/XMLSection.h"
 #include "spreadsheet/BaseStream.h"
@@ -134,7 +134,7 @@ ExcelFile::~ExcelFile() = default;
 void ExcelFile::Close() {
     stream.reset();
     optionsBuffer = {};
-    SpreadsheetFile::Close();
+    FormatReader::Close();
 }
 
 int ExcelFile::GetNumCols() {

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
 
 class BaseStream;
 class ExcelSharedStrings;
@@ -35,7 +35,7 @@ class ExcelSharedStrings;
  * names and texts stored as 16-bit characters outside the shared strings come out as their first
  * character.
  */
-class KARTA_EXPORT ExcelFile : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT ExcelFile : public FormatReader, public FileContents {
 public:
     enum ExcelFileStatus {
         StatusOpenFailed = 0x100,

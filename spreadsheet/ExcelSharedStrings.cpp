@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "host/ByteCursor.h"
-#include "host/Unicode.h"
+#include "base/ByteCursor.h"
+#include "base/Unicode.h"
 
 namespace {
 

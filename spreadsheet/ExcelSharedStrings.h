@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "host/TextArena.h"
+#include "base/TextArena.h"
 
 /**
  * The shared strings of a workbook: one long run of strings over an SST record and the CONTINUE records

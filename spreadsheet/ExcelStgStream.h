@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "host/CompoundFile.h"
+#include "archive/CompoundFile.h"
 #include "spreadsheet/BaseStream.h"
 
 /**

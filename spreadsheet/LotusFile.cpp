@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/CopyMessage.h"
+#include "base/CopyMessage.h"
 
 namespace {
 

@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/ByteCursor.h"
+#include "base/MappedFile.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/ByteCursor.h"
-#include "host/MappedFile.h"
 
 /**
  * Lotus 1-2-3 worksheets of the old record format, WKS and WK1, and Symphony's WRK and WR1. Later versions
@@ -21,7 +21,7 @@
  * begins further on the last columns and rows fall outside and are dropped. Rows can't be skipped, and the
  * options record isn't looked at. Read wants the size to have been asked for.
  */
-class KARTA_EXPORT LotusFile : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT LotusFile : public FormatReader, public FileContents {
 public:
     enum LotusFileStatus {
         StatusStreamFailed = 0x900,

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/TextArena.h"
+#include "base/TextArena.h"
 
 /** The texts that the cells of a workbook refer to by their place. */
 class SharedStrings {

@@ -1,6 +1,6 @@
 #include "spreadsheet/SharedStringsPart.h"
 
-#include "host/Unicode.h"
+#include "base/Unicode.h"
 
 void SharedStringsHandler::StartElement(int level, std::u16string_view name,
                                         const xercesc::Attributes& /*attributes*/) {

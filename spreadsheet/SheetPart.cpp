@@ -4,8 +4,8 @@
 
 #include <xercesc/sax/SAXException.hpp>
 
+#include "base/Unicode.h"
 #include "host/NvString.h"
-#include "host/Unicode.h"
 
 namespace {
 

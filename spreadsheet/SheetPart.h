@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "host/TextArena.h"
+#include "base/TextArena.h"
 #include "spreadsheet/WorkbookPart.h"
 
 /** The largest numbers that a sheet of this format knows. */

@@ -4,8 +4,8 @@
 
 #include <xercesc/sax/SAXException.hpp>
 
+#include "base/Unicode.h"
 #include "host/NvString.h"
-#include "host/Unicode.h"
 
 std::u16string_view GetAttributeValue(const xercesc::Attributes& attributes, std::u16string_view name) {
     const XMLSize_t count = attributes.getLength();

@@ -7,7 +7,7 @@
 
 #include <xercesc/sax2/Attributes.hpp>
 
-#include "host/XmlPlatform.h"
+#include "archive/XmlPlatform.h"
 
 // The XML parts of a workbook, as they stream by. All names are compared as written, prefix included: a
 // part that puts a prefix on its elements isn't understood.

@@ -5,7 +5,7 @@
 
 #include <boost/spirit/include/classic_file_iterator.hpp>
 
-#include "host/CopyMessage.h"
+#include "base/CopyMessage.h"
 #include "text/CsvScanner.h"
 
 namespace {

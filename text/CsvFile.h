@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
 #include "text/CsvParser.h"
 
 /**
@@ -18,7 +18,7 @@
  * The size isn't known before the end: the reader answers one row by one column, and the sink is sized while
  * the file is parsed. Rows can't be skipped. Cells that were set before a failure stay.
  */
-class KARTA_EXPORT CsvFile : public SpreadsheetFile {
+class KARTA_EXPORT CsvFile : public FormatReader {
 public:
     using file_iterator = CsvParser::file_iterator;
 

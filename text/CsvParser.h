@@ -6,8 +6,8 @@
 
 #include <boost/spirit/include/classic_file_iterator_fwd.hpp>
 
+#include "base/Export.h"
 #include "frame/ReadSpreadSheetData.h"
-#include "host/Export.h"
 
 /**
  * The bridge from the grammar of comma-separated text to a sink. The table's size isn't known before the

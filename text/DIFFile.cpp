@@ -5,14 +5,14 @@
 #include <limits>
 #include <ostream>
 
-#include "host/Ascii.h"
-#include "host/CopyMessage.h"
-#include "host/FileStream.h"
-#include "host/NumberFormat.h"
-#include "host/NumberParser.h"
+#include "base/Ascii.h"
+#include "base/CopyMessage.h"
+#include "base/FileStream.h"
+#include "base/NumberFormat.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
-#include "host/PathNames.h"
 
 namespace {
 
@@ -67,7 +67,7 @@ void DIFFile::Close() {
     inStream.reset();
     outStream.reset();
     output.reset();
-    SpreadsheetFile::Close();
+    FormatReader::Close();
     mode = ModeClosed;
 }
 

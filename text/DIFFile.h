@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
+#include "base/OutputFile.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/OutputFile.h"
 
 /**
  * The Data Interchange Format: text lines, a header of entries of three lines up to DATA, then records of two
@@ -24,7 +24,7 @@
  *
  * The options record isn't looked at.
  */
-class KARTA_EXPORT DIFFile : public SpreadsheetFile, public FileContents {
+class KARTA_EXPORT DIFFile : public FormatReader, public FileContents {
 public:
     enum DIFFileStatus {
         StatusStreamFailed = 0x300,

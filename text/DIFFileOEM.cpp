@@ -1,8 +1,8 @@
 #include "text/DIFFileOEM.h"
 
+#include "base/OemText.h"
+#include "base/PathNames.h"
 #include "host/NvFile.h"
-#include "host/OemText.h"
-#include "host/PathNames.h"
 
 int DIFFileOEM::Read(ReadSpreadSheetData* sink) {
     return ReadRows(sink, OemToAnsi);
@@ -15,8 +15,8 @@ int DIFFileOEM::Write(WriteSpreadSheetData* source) {
 // For showing only, so the title is converted here.
 std::vector<FileContents::Fact> DIFFileOEM::ListFacts() {
     std::vector<Fact> facts = DIFFile::ListFacts();
-    for (auto& [name, value] : facts) {
-        value = OemToAnsi(value);
+    for (Fact& fact : facts) {
+        fact.value = OemToAnsi(fact.value);
     }
     return facts;
 }

@@ -6,11 +6,11 @@
 #include <memory>
 #include <string_view>
 
-#include "host/CompoundFile.h"
-#include "host/CopyMessage.h"
+#include "archive/CompoundFile.h"
+#include "base/CopyMessage.h"
+#include "base/PathNames.h"
+#include "base/TemporaryFile.h"
 #include "host/NvFile.h"
-#include "host/PathNames.h"
-#include "host/TemporaryFile.h"
 
 namespace {
 

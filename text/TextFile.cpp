@@ -5,10 +5,10 @@
 #include <limits>
 #include <sstream>
 
+#include "base/ByteScan.h"
+#include "base/CopyMessage.h"
 #include "frame/OptionsText.h"
 #include "host/BinaryString.h"
-#include "host/ByteScan.h"
-#include "host/CopyMessage.h"
 #include "host/NvFile.h"
 #include "host/XMLSection.h"
 
@@ -36,7 +36,7 @@ void TextFile::Close() {
     output.reset();
     mode = ModeClosed;
     optionsBlob.clear();
-    SpreadsheetFile::Close();
+    FormatReader::Close();
 }
 
 void TextFile::GetErrorMessage(char* buffer, unsigned int size) {

@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "base/LineReader.h"
+#include "base/OutputFile.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
-#include "frame/SpreadsheetFile.h"
-#include "host/LineReader.h"
-#include "host/OutputFile.h"
 #include "text/TextFileOptions.h"
 
 /**
@@ -21,7 +21,7 @@
  *
  * Options record: section Settings with "Delimiter" (a text) and "IgnoreConsecutiveDelimiters" (a bool).
  */
-class KARTA_EXPORT TextFile : public SpreadsheetFile {
+class KARTA_EXPORT TextFile : public FormatReader {
 public:
     enum TextFileStatus {
         StatusStreamFailed = 0x200,

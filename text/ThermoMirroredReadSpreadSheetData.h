@@ -1,7 +1,7 @@
 #pragma once
 
 #include "frame/ReadSpreadSheetData.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 
 /**
  * Collects the texts of a table of a fixed size, for ThermoSIEVEFile to look through. Cells outside of it,

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <utility>
 
+#include "base/LineReader.h"
+#include "base/NumberParser.h"
 #include "frame/OptionsText.h"
-#include "host/LineReader.h"
-#include "host/NumberParser.h"
 #include "host/NvFile.h"
 #include "text/ThermoMirroredReadSpreadSheetData.h"
 

@@ -10,10 +10,10 @@
 #include <system_error>
 #include <vector>
 
+#include "base/OutputFile.h"
+#include "base/PathNames.h"
+#include "base/TemporaryFile.h"
 #include "host/NvFile.h"
-#include "host/OutputFile.h"
-#include "host/PathNames.h"
-#include "host/TemporaryFile.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
 #include "tools/TableRead.h"

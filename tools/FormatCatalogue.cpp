@@ -2,8 +2,8 @@
 
 #include <cstring>
 
+#include "base/PathNames.h"
 #include "frame/SprFileFactory.h"
-#include "host/PathNames.h"
 
 int FormatCatalogue::FindFormat(const std::string& name) const {
     for (int i = 1; i <= SizeInfos(); ++i) {

@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-#include "host/PathNames.h"
+#include "base/PathNames.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
 #include "tools/Json.h"

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "base/PathNames.h"
 #include "frame/FileContents.h"
-#include "host/PathNames.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
 #include "tools/Json.h"
@@ -88,8 +88,8 @@ void WriteText(const ReadRequest& request, const Report& report) {
     }
     WriteLine("format", report.format + " (" + report.reason + ")");
     WriteLine("table", std::to_string(report.rows) + " rows, " + std::to_string(report.cols) + " columns");
-    for (const auto& [name, value] : report.facts) {
-        WriteLine(name, value);
+    for (const FileContents::Fact& fact : report.facts) {
+        WriteLine(fact.name, fact.value);
     }
     for (std::size_t i = 0; i < report.parts.size(); ++i) {
         const FileContents::Part& part = report.parts[i];
@@ -131,8 +131,8 @@ void WriteJson(const ReadRequest& request, const Report& report) {
     json.Put("rows", static_cast<long long>(report.rows));
     json.Put("columns", static_cast<long long>(report.cols));
     json.BeginObject("facts");
-    for (const auto& [name, value] : report.facts) {
-        json.Put(name, AsUtf8(value));
+    for (const FileContents::Fact& fact : report.facts) {
+        json.Put(fact.name, AsUtf8(fact.value));
     }
     json.EndObject();
     json.BeginArray("parts");

@@ -6,11 +6,11 @@
 #include <sstream>
 #include <string>
 
+#include "base/Ascii.h"
+#include "base/OutputFile.h"
 #include "frame/OptionsText.h"
 #include "frame/SpreadsheetOpenOptions.h"
-#include "host/Ascii.h"
 #include "host/NvString.h"
-#include "host/OutputFile.h"
 #include "host/StreamReader.h"
 #include "host/StreamWriter.h"
 #include "host/XMLSection.h"

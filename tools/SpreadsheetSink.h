@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/SpreadsheetData.h"
+#include "frame/SpreadsheetData.h"
 
 /** A table that only takes: it keeps the size that it is told of, and as a source it is empty. */
 class SpreadsheetSink : public SpreadsheetData {

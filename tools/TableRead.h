@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "frame/SpreadsheetFile.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tools/FormatCatalogue.h"
 #include "tools/OptionsRecord.h"
 #include "tools/ReadRequest.h"

@@ -27,6 +27,7 @@ public:
     std::string_view Print(int col, int row) {
         switch (table.GetKind(col, row)) {
             case TableData::Text:
+            case TableData::Error:
                 return AsUtf8(table.GetText(col, row), storage);
             case TableData::Int:
             case TableData::Int64:
@@ -36,9 +37,11 @@ public:
             case TableData::Double:
                 return PrintFloating(table.GetFloatValue(col, row));
             case TableData::Missing:
-                break;
+                return {};
+            default:
+                storage = table.GetString(col, row);
+                return storage;
         }
-        return {};
     }
 
 private:
@@ -131,7 +134,10 @@ std::string JsonCell(TableData& table, CellPrinter& printer, int col, int row) {
         return "null";
     }
     const std::string_view text = printer.Print(col, row);
-    const bool isText = kind == TableData::Text || !std::isfinite(table.GetFloatValue(col, row));
+    if (kind == TableData::Bool) {
+        return table.GetInt64(col, row) != 0 ? "true" : "false";
+    }
+    const bool isText = !table.IsFloat(col, row) || !std::isfinite(table.GetFloatValue(col, row));
     return isText ? JsonQuote(text) : std::string(text);
 }
 

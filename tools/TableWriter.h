@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "host/OutputFile.h"
-#include "host/TableData.h"
+#include "base/OutputFile.h"
+#include "table/TableData.h"
 
 /** The forms of a table that the program writes by itself, in UTF-8 with line feeds. */
 enum class TableForm {

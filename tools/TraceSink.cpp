@@ -3,7 +3,7 @@
 #include <ostream>
 #include <utility>
 
-#include "host/NumberFormat.h"
+#include "base/NumberFormat.h"
 
 namespace {
 

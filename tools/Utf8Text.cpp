@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "host/Unicode.h"
+#include "base/Unicode.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <system_error>
 #include <utility>
 
+#include "base/PathNames.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
-#include "host/PathNames.h"
 #include "host/project/ProjectVersion.h"
 #include "host/project/UStreamBase.h"
 

@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "host/CompoundFile.h"
-#include "host/Export.h"
+#include "archive/CompoundFile.h"
+#include "base/Export.h"
 #include "host/project/NvStreamSource.h"
 #include "host/project/ProjectCipher.h"
 

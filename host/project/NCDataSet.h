@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Export.h"
+#include "base/Export.h"
 #include "host/NCDataMatrix.h"
 #include "host/project/VarObsInfo.h"
 

@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /** The progress of something long, shown by the host, which can ask to stop it. */
 class KARTA_EXPORT NCProgress {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "host/Export.h"
+#include "base/Export.h"
 #include "host/project/NCDataSet.h"
 #include "host/project/ProjectLayout.h"
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "host/ByteCursor.h"
+#include "base/ByteCursor.h"
 
 /** One stream of a project, read from front to back. Numbers are little-endian. */
 class UStreamBase {

@@ -1,6 +1,6 @@
 #include "host/project/VarObsInfo.h"
 
-#include "host/NumberFormat.h"
+#include "base/NumberFormat.h"
 #include "host/SerialDate.h"
 
 std::string VariableInfo::GetValueText(float value) const {

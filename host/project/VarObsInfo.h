@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Export.h"
+#include "base/Export.h"
 
 /** What a project knows of one observation or one variable: its texts in the dataset's alias tables. */
 class KARTA_EXPORT VarObsInfo {

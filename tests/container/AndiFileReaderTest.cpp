@@ -9,7 +9,7 @@
 
 #include "container/NetCDFFile.h"
 #include "frame/OptionsText.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/container/Damage.h"
 #include "tests/container/NetCDFBuilder.h"
 #include "tests/support/ReadTrace.h"

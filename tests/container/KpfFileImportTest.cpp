@@ -9,10 +9,10 @@
 #include "frame/SprFileFactory.h"
 #include "host/ImportSpecBase.h"
 #include "host/Question.h"
-#include "host/TableData.h"
 #include "host/project/CompoundFileStreamSource.h"
 #include "host/project/NCProgress.h"
 #include "host/project/NCProject.h"
+#include "table/TableData.h"
 #include "tests/container/Damage.h"
 #include "tests/container/ProjectBuilder.h"
 #include "tests/support/ReadTrace.h"
@@ -364,9 +364,9 @@ TEST_F(KpfFileImportTest, SpecLearnsTheRoles) {
               "column 1 5\ncolumn 2 6\ncolumn 3 7\ncolumn 4 8\n"
               "column 5 1\ncolumn 6 3\ncolumn 7 9\ndates 7 36892\nYYYY-MM-DD HH:MM 1 60\ncolumn 8 4\n"
               "column 9 2\ncolumn 10 10\ndates 10 36892\nYYYY-MM-DD HH:MM 1 60\n");
-    for (const auto& [name, value] : reader.ListFacts()) {
-        if (name == "column roles") {
-            EXPECT_EQ(value, "1: 5, 2: 6, 3: 7, 4: 8, 5: 1, 6: 3, 7: 9, 8: 4, 9: 2, 10: 10");
+    for (const FileContents::Fact& fact : reader.ListFacts()) {
+        if (fact.name == "column roles") {
+            EXPECT_EQ(fact.value, "1: 5, 2: 6, 3: 7, 4: 8, 5: 1, 6: 3, 7: 9, 8: 4, 9: 2, 10: 10");
         }
     }
 }

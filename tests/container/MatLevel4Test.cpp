@@ -5,7 +5,7 @@
 
 #include "container/MatFile.h"
 #include "host/NvSystemInfo.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/container/MatBuilder.h"
 #include "tests/support/Damage.h"
 #include "tests/support/ReadTrace.h"

@@ -2,10 +2,10 @@
 
 #include <limits>
 
+#include "base/Exception.h"
 #include "container/MatFile.h"
-#include "host/Exception.h"
 #include "host/NvSystemInfo.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/container/MatBuilder.h"
 #include "tests/support/Damage.h"
 #include "tests/support/ReadTrace.h"

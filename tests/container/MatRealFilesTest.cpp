@@ -6,7 +6,7 @@
 #include <cmath>
 
 #include "container/MatFile.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"
 

@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "container/MatFile.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/container/MatBuilder.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/TempFolder.h"

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/container/Damage.h"
 #include "tests/container/NetCDFBuilder.h"
 #include "tests/support/CountingSink.h"

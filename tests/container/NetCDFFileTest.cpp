@@ -7,7 +7,7 @@
 #include "container/AndiFileReader.h"
 #include "frame/SprFileFactory.h"
 #include "host/NvSystemInfo.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/container/Damage.h"
 #include "tests/container/NetCDFBuilder.h"
 #include "tests/support/ReadTrace.h"

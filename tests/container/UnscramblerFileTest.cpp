@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/Damage.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"

@@ -9,7 +9,7 @@
 
 #include "frame/ImportHelperBase.h"
 #include "frame/NvImport.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/TempFolder.h"
 

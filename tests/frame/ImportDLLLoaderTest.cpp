@@ -10,7 +10,7 @@
 #include "frame/DLLFile.h"
 #include "frame/SprFileFactory.h"
 #include "host/ImportSpecBase.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/TempFolder.h"
 
 namespace {

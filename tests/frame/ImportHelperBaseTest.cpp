@@ -7,14 +7,14 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "base/CopyMessage.h"
 #include "frame/OptionsText.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
 #include "frame/SpreadsheetOpenOptions.h"
-#include "host/CopyMessage.h"
 #include "host/ImportSpecBase.h"
 #include "host/Log.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/TempFolder.h"
 
 namespace {

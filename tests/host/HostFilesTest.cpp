@@ -5,13 +5,13 @@
 
 #include <filesystem>
 
+#include "base/FileHandle.h"
+#include "base/MappedFile.h"
+#include "base/OutputFile.h"
+#include "base/PathNames.h"
+#include "base/TemporaryFile.h"
 #include "host/FNClass.h"
-#include "host/FileHandle.h"
-#include "host/MappedFile.h"
 #include "host/NvFile.h"
-#include "host/OutputFile.h"
-#include "host/PathNames.h"
-#include "host/TemporaryFile.h"
 #include "tests/support/TempFolder.h"
 
 TEST(NvFile, SelectionSplitsAtLineFeedsAndDropsEmptyNames) {

@@ -5,7 +5,7 @@
 #include <iostream>
 #include <sstream>
 
-#include "host/CopyMessage.h"
+#include "base/CopyMessage.h"
 #include "host/Log.h"
 #include "host/NvSystemInfo.h"
 #include "host/Question.h"

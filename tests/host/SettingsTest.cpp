@@ -3,8 +3,8 @@
 
 #include <sstream>
 
+#include "base/Exception.h"
 #include "host/BinaryString.h"
-#include "host/Exception.h"
 #include "host/StreamReader.h"
 #include "host/StreamWriter.h"
 #include "host/XMLSection.h"

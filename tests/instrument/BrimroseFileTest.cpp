@@ -6,7 +6,7 @@
 #include <ctime>
 #include <limits>
 
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/ByteBuilder.h"
 #include "tests/support/Damage.h"
 #include "tests/support/ReadTrace.h"

@@ -8,7 +8,7 @@
 
 #include "frame/SprFileFactory.h"
 #include "host/Question.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/instrument/OPUSBuilder.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/ReadTrace.h"
@@ -505,8 +505,8 @@ TEST_F(BrukerOPUSTest, FactsTellWhatTheFileHolds) {
     BrukerOPUS reader;
     ASSERT_EQ(reader.Open(true, folder.Write("scan.0", OPUSBuilder().Build()).c_str(), nullptr), 0);
     std::string facts;
-    for (const auto& [name, value] : reader.ListFacts()) {
-        facts += name + "=" + value + ";";
+    for (const FileContents::Fact& fact : reader.ListFacts()) {
+        facts += fact.name + "=" + fact.value + ";";
     }
     EXPECT_EQ(facts,
               "spectra=1;points=3;first X=100;last X=102;spacing=1;X unit=Wavenumber cm-1;sample=soil;");

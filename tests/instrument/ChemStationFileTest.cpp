@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/ByteBuilder.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/Damage.h"

@@ -7,10 +7,10 @@
 #include <memory>
 #include <random>
 
+#include "base/NumberFormat.h"
 #include "frame/ImportHelperBase.h"
 #include "frame/OptionsText.h"
-#include "host/NumberFormat.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/instrument/SPCBuilder.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/ReadTrace.h"
@@ -717,8 +717,8 @@ TEST_F(GalacticSPCFileTest, FactsTellWhatTheFileHolds) {
     GalacticSPCFile reader;
     ASSERT_EQ(reader.Open(true, folder.Write("a.spc", file.Build()).c_str(), nullptr), 0);
     std::string facts;
-    for (const auto& [name, value] : reader.ListFacts()) {
-        facts += name + "=" + value + ";";
+    for (const FileContents::Fact& fact : reader.ListFacts()) {
+        facts += fact.name + "=" + fact.value + ";";
     }
     EXPECT_EQ(facts,
               "files=1;sub-files=2;points=3;first X=1 cm-1;last X=3 cm-1;spacing=1 cm-1;Y unit=absorbance;");

@@ -6,7 +6,7 @@
 #include <limits>
 #include <random>
 
-#include "host/TolerantEqual.h"
+#include "base/TolerantEqual.h"
 
 namespace {
 

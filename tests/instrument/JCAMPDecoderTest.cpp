@@ -5,7 +5,7 @@
 #include <cmath>
 #include <string>
 
-#include "host/NumberFormat.h"
+#include "base/NumberFormat.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <memory>
 
+#include "base/DateParser.h"
 #include "frame/OptionsText.h"
-#include "host/DateParser.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/Damage.h"
 #include "tests/support/ReadTrace.h"

@@ -8,8 +8,8 @@
 #include <random>
 #include <stdexcept>
 
-#include "host/Exception.h"
-#include "host/TableData.h"
+#include "base/Exception.h"
+#include "table/TableData.h"
 #include "tests/process/BrooksideBuilder.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/ReadTrace.h"
@@ -638,8 +638,8 @@ TEST_F(BrooksideFileTest, FactsTellWhatIsSkippedAndWhy) {
                                            {"none", {{1, 1}, {1, 1}}},
                                            {"W02", {{1, 2}, {3, 3}}, "lot2.dat"}}));
     std::string facts;
-    for (const auto& [name, value] : reader->ListFacts()) {
-        facts += name + "=" + value + "\n";
+    for (const FileContents::Fact& fact : reader->ListFacts()) {
+        facts += fact.name + "=" + fact.value + "\n";
     }
     EXPECT_EQ(
         facts,

@@ -6,10 +6,10 @@
 #include <string>
 #include <tuple>
 
+#include "base/NumberFormat.h"
 #include "frame/SpreadsheetFile.h"
-#include "host/NumberFormat.h"
 #include "host/NvString.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SameTables.h"
 

@@ -6,8 +6,8 @@
 #include <random>
 #include <stdexcept>
 
-#include "host/Exception.h"
-#include "host/TableData.h"
+#include "base/Exception.h"
+#include "table/TableData.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/TempFolder.h"
@@ -615,8 +615,8 @@ TEST_F(BrooksideXMLTest, FactsTellWhatTheDocumentHolds) {
     ASSERT_EQ(
         reader.Open(OneWafer(Interval("b_a", "0", 1, 1) + Interval("f_a", "1", 2, 3)).c_str(), "memory"), 0);
     std::string facts;
-    for (const auto& [name, value] : reader.ListFacts()) {
-        facts += name + "=" + value + "\n";
+    for (const FileContents::Fact& fact : reader.ListFacts()) {
+        facts += fact.name + "=" + fact.value + "\n";
     }
     EXPECT_EQ(facts,
               "wafers=1\nphases=2\nsamples=2\nraw texts=1\nvariables=1: A\nequipment=ETCH04\nrecipe=ETCH-7\n"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "host/NumberFormat.h"
+#include "base/NumberFormat.h"
 #include "tools/TraceSink.h"
 
 namespace {

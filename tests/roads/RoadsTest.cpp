@@ -10,7 +10,7 @@
 
 #include "frame/ImportHelperBase.h"
 #include "frame/SprFileFactory.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/roads/RecordedRead.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SameTables.h"

@@ -4,12 +4,12 @@
 
 #include <random>
 
+#include "base/Exception.h"
 #include "frame/OptionsText.h"
 #include "frame/SpreadsheetOpenOptions.h"
-#include "host/Exception.h"
 #include "host/NvSystemInfo.h"
 #include "host/SerialDate.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/spreadsheet/WorkbookParts.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/ReadTrace.h"

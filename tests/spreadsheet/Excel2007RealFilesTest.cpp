@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <map>
 
+#include "base/PathNames.h"
 #include "host/NvString.h"
-#include "host/PathNames.h"
 #include "host/SerialDate.h"
-#include "host/TableData.h"
 #include "spreadsheet/Excel2007File.h"
+#include "table/TableData.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"
 #include "tests/support/SpreadsheetTruth.h"

@@ -5,11 +5,11 @@
 #include <map>
 #include <string>
 
+#include "base/PathNames.h"
 #include "host/NvString.h"
-#include "host/PathNames.h"
 #include "host/SerialDate.h"
-#include "host/TableData.h"
 #include "spreadsheet/ExcelFile.h"
+#include "table/TableData.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"
 #include "tests/support/SpreadsheetTruth.h"

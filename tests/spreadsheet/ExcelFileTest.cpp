@@ -9,7 +9,7 @@
 
 #include "frame/OptionsText.h"
 #include "host/SerialDate.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/BiffBuilder.h"
 #include "tests/support/CompoundBuilder.h"
 #include "tests/support/CountingSink.h"
@@ -479,7 +479,7 @@ TEST_F(ExcelFileTest, SingleSheetLeavesAnEmptyRecordEmpty) {
     EXPECT_EQ(reader.GetNumRows(), 1);
     ASSERT_EQ(reader.ListParts().size(), 1U);
     EXPECT_EQ(reader.ListParts().at(0).number, 0);
-    EXPECT_EQ(reader.ListFacts().at(0).second, "BIFF4");
+    EXPECT_EQ(reader.ListFacts().at(0).value, "BIFF4");
 }
 
 // --- Shared strings

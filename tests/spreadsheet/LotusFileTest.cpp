@@ -9,8 +9,8 @@
 #include <random>
 #include <vector>
 
-#include "host/PathNames.h"
-#include "host/TableData.h"
+#include "base/PathNames.h"
+#include "table/TableData.h"
 #include "tests/support/ByteBuilder.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "host/TableData.h"
+#include "table/TableData.h"
 
 void ExpectSameTables(TableData& found, TableData& expected) {
     ASSERT_EQ(found.GetNumberOfColumns(), expected.GetNumberOfColumns());

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/TableData.h"
+#include "table/TableData.h"
 
 std::uint64_t TableDigest(TableData& table) {
     std::uint64_t digest = 14695981039346656037U;  // FNV-1a

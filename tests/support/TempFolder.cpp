@@ -5,7 +5,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "host/TemporaryFile.h"
+#include "base/TemporaryFile.h"
 
 TempFolder::TempFolder() : folder(MakeTemporaryFolder("karta-test-")) {
     if (folder.empty()) {

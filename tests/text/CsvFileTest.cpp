@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/CsvOutcome.h"
 #include "tests/support/ReadTrace.h"

@@ -9,7 +9,7 @@
 #include <random>
 #include <sstream>
 
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"
 #include "tests/support/SpreadsheetTruth.h"

@@ -7,7 +7,7 @@
 
 #include "frame/OptionsText.h"
 #include "frame/SpreadsheetOpenOptions.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"
 #include "tests/support/SpreadsheetTruth.h"

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "frame/OptionsText.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/TempFolder.h"

@@ -5,7 +5,7 @@
 #include <numeric>
 #include <sstream>
 
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/TempFolder.h"
 #include "tools/Failure.h"
 #include "tools/Json.h"

@@ -11,8 +11,8 @@
 
 #include "frame/ImportHelperBase.h"
 #include "frame/NvImport.h"
-#include "host/TableData.h"
 #include "host/project/ProjectWriter.h"
+#include "table/TableData.h"
 #include "tests/container/ProjectBuilder.h"
 #include "tests/support/ShellCommand.h"
 #include "tests/support/TempFolder.h"

@@ -18,7 +18,7 @@
 #include <string>
 
 #include "frame/ImportHelperBase.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/Samples.h"
 #include "tests/support/TableDigest.h"
 #include "tests/wear/FailingMemory.h"

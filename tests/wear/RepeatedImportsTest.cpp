@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "frame/ImportHelperBase.h"
-#include "host/TableData.h"
+#include "table/TableData.h"
 #include "tests/support/Samples.h"
 #include "tests/support/TableDigest.h"
 #include "tests/support/TempFolder.h"

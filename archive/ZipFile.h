@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "base/MappedFile.h"
+
+struct zip;
+
+/**
+ * A zip archive for reading: its entries in the order of its directory, and a stream on each. Stored and
+ * deflated entries, data descriptors, zip64, comments, and archives behind other bytes are all read.
+ * Nothing is unpacked before its stream is read.
+ */
+class ZipFile {
+public:
+    struct Entry {
+        std::string name;         /**< as stored, no case folding, no change of slashes */
+        std::uint64_t index = 0;  /**< its place in the directory */
+        std::uint64_t size = 0;   /**< unpacked, as the directory claims it */
+        bool isCompressed = true; /**< false for a stored entry */
+    };
+
+    /** Raises Exception when the file can't be read or is no archive. */
+    explicit ZipFile(const char* path);
+    ZipFile(const ZipFile&) = delete;
+    ZipFile& operator=(const ZipFile&) = delete;
+    ~ZipFile();
+
+    /** In the order of the directory. Several may have one name. */
+    const std::vector<Entry>& GetEntries() const { return entries; }
+    /** The first entry of exactly this name, or null. */
+    const Entry* FindEntry(std::string_view name) const;
+
+    /**
+     * The unpacked bytes of an entry; the archive must outlive the stream. The stream is bad() where the
+     * entry can't be read: it is encrypted or damaged, its checksum or its size is wrong, or it unpacks to
+     * more than karta::Budget::GetInflateLimit.
+     */
+    std::unique_ptr<std::istream> GetInputStream(const Entry& entry) const;
+
+private:
+    void ListEntries();
+
+    MappedFile file;
+    zip* archive = nullptr;
+    std::vector<Entry> entries;
+    // The names are those in `entries`, which doesn't change any more.
+    std::unordered_map<std::string_view, const Entry*> firstOfName;
+};

@@ -1,0 +1,63 @@
+#include "base/MappedFile.h"
+
+#include <sys/mman.h>
+
+#include <utility>
+
+namespace {
+constexpr std::size_t ChunkSize = 65536;
+}  // namespace
+
+MappedFile::MappedFile(const char* path) {
+    FileHandle file(path);
+    if (file.IsOpen()) {
+        open = true;
+        Take(file);
+    }
+}
+
+MappedFile::MappedFile(MappedFile&& other) noexcept {
+    *this = std::move(other);
+}
+
+MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
+    std::swap(open, other.open);
+    std::swap(mapped, other.mapped);
+    std::swap(bytes, other.bytes);
+    std::swap(copy, other.copy);
+    return *this;
+}
+
+MappedFile::~MappedFile() {
+    Close();
+}
+
+void MappedFile::Close() {
+    if (mapped) {
+        munmap(const_cast<std::uint8_t*>(bytes.data()), bytes.size());
+    }
+    open = false;
+    mapped = false;
+    bytes = {};
+    copy = {};
+}
+
+void MappedFile::Take(FileHandle& file) {
+    const auto size = static_cast<std::size_t>(file.GetSize());
+    if (size > 0) {
+        void* address = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.GetDescriptor(), 0);
+        if (address != MAP_FAILED) {
+            mapped = true;
+            bytes = {static_cast<const std::uint8_t*>(address), size};
+            return;
+        }
+    }
+    std::size_t count = ChunkSize;
+    while (count == ChunkSize) {
+        const std::size_t start = copy.size();
+        copy.resize(start + ChunkSize);
+        count = file.Read(reinterpret_cast<char*>(copy.data() + start), ChunkSize);
+        copy.resize(start + count);
+    }
+    bytes = copy;
+}

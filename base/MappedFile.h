@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "base/FileHandle.h"
+
+/**
+ * The bytes of a whole file, for readers that jump about in it. Mapped, so that only what is looked at is
+ * read and nothing is copied; what can't be mapped (a pipe) is read into memory. The span stays valid
+ * until the object is closed or destroyed.
+ */
+class MappedFile {
+public:
+    MappedFile() = default;
+    /** Check IsOpen afterwards. */
+    explicit MappedFile(const char* path);
+    MappedFile(const MappedFile&) = delete;
+    MappedFile& operator=(const MappedFile&) = delete;
+    MappedFile(MappedFile&& other) noexcept;
+    MappedFile& operator=(MappedFile&& other) noexcept;
+    ~MappedFile();
+
+    bool IsOpen() const { return open; }
+    void Close();
+    std::span<const std::uint8_t> GetBytes() const { return bytes; }
+
+private:
+    void Take(FileHandle& file);
+
+    bool open = false;
+    bool mapped = false;
+    std::span<const std::uint8_t> bytes;
+    std::vector<std::uint8_t> copy;
+};

@@ -1,0 +1,115 @@
+#include "base/NumberFormat.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+
+namespace {
+
+// Longer than any double with up to 64 digits and its exponent.
+constexpr std::size_t BufferSize = 128;
+
+template <class Float>
+std::string Shortest(Float value) {
+    if (std::isnan(value)) {
+        return "nan";
+    }
+    char buffer[BufferSize];
+    return {buffer, std::to_chars(buffer, std::end(buffer), value).ptr};
+}
+
+constexpr int SixDigits = 6;
+constexpr double PowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+constexpr double LeastFixed = 1e-4;
+constexpr double GreatestFixed = 1e6;
+// Scaling to six digits may be off by 1e-10: only a value that close to the middle between two of them can
+// be rounded wrongly, and those are left to the exact way.
+constexpr double DoubtfulDistance = 1e-6;
+
+// The exponent of ten of a value that is printed without one.
+int ExponentOf(double magnitude) {
+    int exponent = -4;
+    if (magnitude >= 1.0) {
+        exponent = 0;
+        while (exponent < 5 && magnitude >= PowersOfTen[exponent + 1]) {
+            ++exponent;
+        }
+        return exponent;
+    }
+    constexpr double Below1[] = {1e-3, 1e-2, 1e-1};
+    for (const double power : Below1) {
+        exponent += magnitude >= power ? 1 : 0;
+    }
+    return exponent;
+}
+
+// As %g for what spectral axes mostly hold: the names of columns are by far the most of all numbers that are
+// printed. Returns the text's end, or null for a value that takes the exact way.
+char* PrintSixDigits(double value, char* text) {
+    const double magnitude = std::fabs(value);
+    if (!(magnitude >= LeastFixed && magnitude < GreatestFixed)) {
+        return nullptr;
+    }
+    const int exponent = ExponentOf(magnitude);
+    const double scaled = magnitude * PowersOfTen[SixDigits - 1 - exponent];
+    auto digits = static_cast<std::uint32_t>(scaled);
+    const double fraction = scaled - digits;
+    if (std::fabs(fraction - 0.5) < DoubtfulDistance) {
+        return nullptr;
+    }
+    digits += fraction > 0.5 ? 1 : 0;
+    if (digits >= 1000000) {
+        return nullptr;
+    }
+    char places[SixDigits];
+    for (int i = SixDigits - 1; i >= 0; --i, digits /= 10) {
+        places[i] = static_cast<char>('0' + digits % 10);
+    }
+    int size = SixDigits;
+    while (size > 1 && places[size - 1] == '0') {
+        --size;
+    }
+    if (value < 0.0) {
+        *text++ = '-';
+    }
+    if (exponent < 0) {
+        *text++ = '0';
+        *text++ = '.';
+        text = std::fill_n(text, -1 - exponent, '0');
+        return std::copy_n(places, size, text);
+    }
+    const int whole = exponent + 1;
+    if (size <= whole) {
+        text = std::copy_n(places, size, text);
+        return std::fill_n(text, whole - size, '0');
+    }
+    text = std::copy_n(places, whole, text);
+    *text++ = '.';
+    return std::copy_n(places + whole, size - whole, text);
+}
+
+}  // namespace
+
+std::string FormatG(double value, int precision) {
+    if (std::isnan(value)) {
+        return "nan";
+    }
+    char buffer[BufferSize];
+    if (precision == SixDigits) {
+        if (char* const end = PrintSixDigits(value, buffer)) {
+            return {buffer, static_cast<std::size_t>(end - buffer)};
+        }
+    }
+    const auto result = std::to_chars(buffer, std::end(buffer), value, std::chars_format::general, precision);
+    return {buffer, result.ptr};
+}
+
+std::string FormatShortest(float value) {
+    return Shortest(value);
+}
+
+std::string FormatShortest(double value) {
+    return Shortest(value);
+}

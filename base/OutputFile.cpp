@@ -1,0 +1,125 @@
+#include "base/OutputFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+namespace {
+
+constexpr std::size_t BufferSize = 1 << 18;
+
+// What a new file may be read and written by, before the user's mask.
+constexpr mode_t NewFileMode = 0666;
+
+// What tells the growing file from the one that it becomes.
+constexpr std::string_view Suffix = ".XXXXXX";
+
+mode_t UserMask() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return mask;
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& path) : target(path) {
+    std::error_code unknown;
+    // A link's target is what gets replaced, not the link.
+    if (const auto real = std::filesystem::canonical(path, unknown); !unknown) {
+        target = real.string();
+    }
+    struct stat info{};
+    const bool exists = stat(target.c_str(), &info) == 0;
+    if (exists && !S_ISREG(info.st_mode)) {
+        descriptor = open(target.c_str(), O_WRONLY | O_CLOEXEC);
+    } else if (!exists || access(target.c_str(), W_OK) == 0) {
+        OpenBeside(target);
+        if (descriptor >= 0) {
+            fchmod(descriptor, exists ? info.st_mode & 07777 : NewFileMode & ~UserMask());
+        }
+    }
+    if (descriptor >= 0) {
+        failed = false;
+    } else {
+        Fail();
+    }
+}
+
+OutputFile::OutputFile(int openDescriptor) : descriptor(dup(openDescriptor)), failed(false) {
+    if (descriptor < 0) {
+        Fail();
+    }
+}
+
+OutputFile::~OutputFile() {
+    Discard();
+}
+
+void OutputFile::OpenBeside(const std::string& path) {
+    // A name may be as long as a folder takes; then the added letters go at the cost of its own.
+    const std::size_t name = path.rfind('/') + 1;
+    temporary = path.substr(0, std::min(path.size(), name + NAME_MAX - Suffix.size())).append(Suffix);
+    descriptor = mkostemp(temporary.data(), O_CLOEXEC);
+    if (descriptor < 0) {
+        temporary.clear();
+    }
+}
+
+void OutputFile::Write(std::string_view bytes) {
+    buffer.append(bytes);
+    if (buffer.size() >= BufferSize) {
+        Flush();
+    }
+}
+
+void OutputFile::Flush() {
+    std::string_view rest = buffer;
+    while (!rest.empty() && !failed) {
+        const ssize_t count = write(descriptor, rest.data(), rest.size());
+        if (count > 0) {
+            rest.remove_prefix(static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            Fail();
+        }
+    }
+    buffer.clear();
+}
+
+bool OutputFile::Commit() {
+    Flush();
+    if (descriptor >= 0 && close(descriptor) != 0) {
+        Fail();
+    }
+    descriptor = -1;
+    if (!failed && !temporary.empty() && std::rename(temporary.c_str(), target.c_str()) != 0) {
+        Fail();
+    }
+    if (!failed) {
+        temporary.clear();
+    }
+    Discard();
+    return !failed;
+}
+
+void OutputFile::Fail() {
+    failed = true;
+    error = error == 0 ? errno : error;
+}
+
+void OutputFile::Discard() {
+    if (descriptor >= 0) {
+        close(descriptor);
+        descriptor = -1;
+    }
+    if (!temporary.empty()) {
+        unlink(temporary.c_str());
+        temporary.clear();
+    }
+}

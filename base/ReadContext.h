@@ -1,0 +1,51 @@
+#pragma once
+
+#include <functional>
+#include <stdexcept>
+#include <stop_token>
+#include <string>
+
+#include "base/Budget.h"
+#include "base/Export.h"
+#include "base/Note.h"
+#include "base/Reading.h"
+#include "base/TableShape.h"
+
+namespace karta {
+
+/** A read was stopped by who asked for it. */
+class KARTA_EXPORT Stopped : public std::runtime_error {
+public:
+    Stopped() : std::runtime_error("stopped") {}
+};
+
+/**
+ * What a read needs beside its file: how to read, what it may cost, whom to ask, and what it has to say. A
+ * reader holds one from before Open on and hands it to the readers and layers below. Its settings don't
+ * change during a read; budget and stop token may be used from any thread of it, the rest only from the
+ * reader's.
+ */
+struct KARTA_EXPORT ReadContext {
+    Reading reading = Reading::Classic;
+    Budget budget;
+    std::stop_token stop;
+
+    /** Gets the share that is done, 0 to 1, or below 0 where it isn't known; may be empty. */
+    std::function<void(double share)> progress;
+    /** A yes-or-no question; empty: the process-wide handler. */
+    std::function<bool(const std::string& text)> question;
+    /** A message for the log, with its section and key; empty: the process-wide handler. */
+    std::function<void(const std::string& section, const std::string& key, const std::string& text)> log;
+
+    Notes notes;
+    TableShape shape;
+
+    /** Raises Stopped once a stop was asked for. Cheap enough for every record. */
+    void ThrowIfStopped() const {
+        if (stop.stop_requested()) {
+            throw Stopped();
+        }
+    }
+};
+
+}  // namespace karta

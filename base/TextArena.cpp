@@ -1,0 +1,62 @@
+#include "base/TextArena.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+// A small table costs little; later blocks double up to the largest.
+constexpr std::size_t FirstBlockSize = 4096;
+constexpr std::size_t LargestBlockSize = 1 << 18;
+// Most cells are shorter than this and are copied byte by byte, without a call.
+constexpr std::size_t ShortText = 24;
+
+}  // namespace
+
+char* TextArena::Take(std::size_t size) {
+    if (size > remaining) {
+        nextBlockSize = std::clamp(nextBlockSize * 2, FirstBlockSize, LargestBlockSize);
+        blocks.push_back(MakeTableBlock<char>(std::max(size, nextBlockSize)));
+        if (size >= nextBlockSize) {
+            // A text as large as a block has one to itself, and the block begun before goes on.
+            return blocks.back().get();
+        }
+        next = blocks.back().get();
+        remaining = nextBlockSize;
+    }
+    char* place = next;
+    next += size;
+    remaining -= size;
+    return place;
+}
+
+const char* TextArena::Add(std::string_view text) {
+    char* place = Take(text.size() + 1);
+    if (!text.empty()) {
+        std::memcpy(place, text.data(), text.size());
+    }
+    place[text.size()] = '\0';
+    return place;
+}
+
+const char* TextArena::Add(const char* text) {
+    if (remaining >= ShortText) {
+        char* const place = next;
+        for (std::size_t i = 0; i < ShortText; ++i) {
+            place[i] = text[i];
+            if (text[i] == '\0') {
+                next += i + 1;
+                remaining -= i + 1;
+                return place;
+            }
+        }
+    }
+    return Add(std::string_view(text));
+}
+
+void TextArena::Clear() {
+    blocks.clear();
+    nextBlockSize = 0;
+    next = nullptr;
+    remaining = 0;
+}

@@ -1,0 +1,105 @@
+#include "base/Unicode.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr char Replacement = '?';
+constexpr char32_t FirstBeyond16Bits = 0x10000;
+constexpr char32_t LastCharacter = 0x10ffff;
+
+bool IsLowSurrogate(char32_t unit) {
+    return unit >= 0xdc00 && unit < 0xe000;
+}
+
+bool IsContinuation(char c) {
+    return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U;
+}
+
+char TrailByte(char32_t character, int shift) {
+    return static_cast<char>(0x80 | (character >> shift & 0x3f));
+}
+
+// Takes `count` units, each by its index, and appends their characters.
+template <class UnitAt>
+void AppendUnits(std::string& text, std::size_t count, UnitAt unitAt) {
+    for (std::size_t i = 0; i < count; ++i) {
+        char32_t character = unitAt(i);
+        if (IsHighSurrogate(character) && i + 1 < count && IsLowSurrogate(unitAt(i + 1))) {
+            ++i;
+            character = FirstBeyond16Bits + ((character & 0x3ff) << 10) + (unitAt(i) & 0x3ff);
+        }
+        AppendUtf8(text, character);
+    }
+}
+
+}  // namespace
+
+bool IsHighSurrogate(char32_t unit) {
+    return unit >= 0xd800 && unit < 0xdc00;
+}
+
+std::size_t GetUtf8Length(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text[0]);
+    if (lead < 0x80) {
+        return 1;
+    }
+    const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
+    if (lead < 0xc2 || lead > 0xf4 || text.size() < length) {
+        return 0;
+    }
+    const auto second = static_cast<unsigned char>(text[1]);
+    const bool overlong = (lead == 0xe0 && second < 0xa0) || (lead == 0xf0 && second < 0x90);
+    const bool outside = (lead == 0xed && second > 0x9f) || (lead == 0xf4 && second > 0x8f);
+    if (overlong || outside) {
+        return 0;
+    }
+    const std::string_view rest = text.substr(1, length - 1);
+    return std::all_of(rest.begin(), rest.end(), IsContinuation) ? length : 0;
+}
+
+void AppendUtf8(std::string& text, char32_t character) {
+    if (character < 0x80) {
+        text += static_cast<char>(character);
+    } else if (character < 0x800) {
+        text += {static_cast<char>(0xc0 | character >> 6), TrailByte(character, 0)};
+    } else if (IsHighSurrogate(character) || IsLowSurrogate(character) || character > LastCharacter) {
+        text += Replacement;
+    } else if (character < FirstBeyond16Bits) {
+        text += {static_cast<char>(0xe0 | character >> 12), TrailByte(character, 6), TrailByte(character, 0)};
+    } else {
+        text += {static_cast<char>(0xf0 | character >> 18), TrailByte(character, 12), TrailByte(character, 6),
+                 TrailByte(character, 0)};
+    }
+}
+
+void AppendUtf8(std::string& text, std::u16string_view units) {
+    const auto isAscii = [](char16_t unit) { return unit < 0x80; };
+    const auto end = units.end();
+    for (auto next = units.begin(); next != end;) {
+        // Nearly all text is ASCII, which is copied in runs.
+        const auto wide = std::find_if_not(next, end, isAscii);
+        const std::size_t size = text.size();
+        text.resize(size + static_cast<std::size_t>(wide - next));
+        std::transform(next, wide, text.begin() + static_cast<std::ptrdiff_t>(size),
+                       [](char16_t unit) { return static_cast<char>(unit); });
+        next = std::find_if(wide, end, isAscii);
+        AppendUnits(text, static_cast<std::size_t>(next - wide),
+                    [wide](std::size_t i) -> char32_t { return wide[static_cast<std::ptrdiff_t>(i)]; });
+    }
+}
+
+std::string ToUtf8(std::u16string_view units) {
+    std::string text;
+    text.reserve(units.size());
+    AppendUtf8(text, units);
+    return text;
+}
+
+std::string Utf16ToUtf8(std::span<const std::uint8_t> bytes) {
+    std::string text;
+    text.reserve(bytes.size() / 2);
+    AppendUnits(text, bytes.size() / 2,
+                [&](std::size_t i) { return static_cast<char32_t>(bytes[2 * i] | bytes[2 * i + 1] << 8); });
+    return text;
+}

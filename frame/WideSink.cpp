@@ -1,0 +1,3 @@
+#include "frame/WideSink.h"
+
+void WideSink::EndRow(int /*row*/) {}

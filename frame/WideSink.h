@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "frame/ReadSpreadSheetData.h"
+
+/**
+ * A sink that keeps types: what a cell was in its file arrives as that. The calls have names of their own, so
+ * that none is chosen by accident in place of a Set. Columns come first and rows second, both from 1.
+ *
+ * Plain numbers arrive by Set, as everywhere.
+ */
+class KARTA_EXPORT WideSink : public virtual ReadSpreadSheetData {
+public:
+    /** Any bytes, also the empty text, which is not a missing cell. */
+    virtual void SetText(int col, int row, std::string_view text) = 0;
+    virtual void SetBool(int col, int row, bool value) = 0;
+    /** Days since 1970-01-01. */
+    virtual void SetDate(int col, int row, std::int32_t days) = 0;
+    /** Microseconds since midnight. */
+    virtual void SetTime(int col, int row, std::int64_t microseconds) = 0;
+    /** Microseconds since 1970-01-01 00:00, without a zone. */
+    virtual void SetDateTime(int col, int row, std::int64_t microseconds) = 0;
+    /** Microseconds, of either sign. */
+    virtual void SetDuration(int col, int row, std::int64_t microseconds) = 0;
+    /** A cell that holds an error, as its text: "#N/A". */
+    virtual void SetError(int col, int row, std::string_view text) = 0;
+    virtual void SetMissing(int col, int row) = 0;
+
+    /** Numbers side by side in one row, from `firstCol` on. */
+    virtual void SetRowRun(int firstCol, int row, std::span<const float> values) = 0;
+    virtual void SetRowRun(int firstCol, int row, std::span<const double> values) = 0;
+    /** Numbers below each other in one column, from `firstRow` on. */
+    virtual void SetColumnRun(int col, int firstRow, std::span<const float> values) = 0;
+    virtual void SetColumnRun(int col, int firstRow, std::span<const double> values) = 0;
+
+    /** Rows up to this one are final: a sink that writes may let go of them. */
+    virtual void EndRow(int row);
+};

@@ -1,0 +1,374 @@
+#include "table/TableData.h"
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+#include <string_view>
+
+#include "base/DateText.h"
+#include "base/NumberFormat.h"
+
+namespace {
+
+// A small table costs little; later blocks double up to the largest.
+constexpr int FirstBlockCells = 256;
+constexpr int LargestBlockCells = 65536;
+// A row of known width that has outgrown a block has this many times its room next: the rest of what is
+// asked for costs nothing before it is used, and moving does.
+constexpr int LongRowGrowth = 8;
+// The room that a row gets when it is filled out of turn.
+constexpr int MinRowCells = 8;
+// The kind of a cell lies in the low bits of its word; a place in memory has as many bits to spare.
+constexpr unsigned int KindBits = 4;
+constexpr std::uint64_t KindMask = (1U << KindBits) - 1;
+// Room for rows is set aside up to this many; beyond it grows as they come, since a file's count may lie.
+constexpr int MaxReservedRows = 1 << 22;
+// A row filled out of turn gets its full width at once while the whole table stays below this.
+constexpr std::int64_t DenseCells = 1 << 22;
+
+// The place in the arena that a cell's word holds.
+const char* PlaceOf(std::uint64_t content) {
+    // One word a cell, whatever is in it, is what keeps large tables small.
+    return reinterpret_cast<const char*>(content);  // NOLINT(performance-no-int-to-ptr)
+}
+
+}  // namespace
+
+TableData::TableData() = default;
+TableData::~TableData() = default;
+
+void TableData::Clear() {
+    numCols = numRows = 0;
+    rows.clear();
+    texts.Clear();
+    blocks.clear();
+    nextBlockCells = 0;
+    nextCell = nullptr;
+    cellsLeft = 0;
+}
+
+TableData::Cell* TableData::TakeCells(std::size_t count) {
+    if (count > cellsLeft) {
+        nextBlockCells = std::clamp(nextBlockCells * 2, FirstBlockCells, LargestBlockCells);
+        // Whole rows, so that none begins at the end of a block and has to move.
+        const int width = std::clamp(numCols, 1, LargestBlockCells);
+        const int wholeRows = std::max(nextBlockCells / width, 1) * width;
+        const std::size_t size = std::max(count, static_cast<std::size_t>(wholeRows));
+        blocks.push_back(MakeTableBlock<Cell>(size));
+        nextCell = blocks.back().get();
+        cellsLeft = size;
+    }
+    Cell* cells = nextCell;
+    nextCell += count;
+    cellsLeft -= count;
+    return cells;
+}
+
+// How much room a row gets that needs `count` cells and can't grow where it is.
+int TableData::RoomFor(const Row& row, int count) const {
+    if (count < numCols && static_cast<std::int64_t>(numCols) * numRows <= DenseCells) {
+        return numCols;
+    }
+    if (row.cells == nullptr) {
+        return count;
+    }
+    // A row at the table's right edge may be the one that widens the table, cell by cell: it is held to no
+    // width.
+    const bool isWidening = count >= numCols;
+    const int growth = isWidening || row.capacity < LargestBlockCells ? 2 : LongRowGrowth;
+    const std::int64_t widest = isWidening ? std::numeric_limits<int>::max() : numCols;
+    const std::int64_t room = std::max<std::int64_t>(std::int64_t{row.capacity} * growth, MinRowCells);
+    return static_cast<int>(std::clamp<std::int64_t>(room, count, widest));
+}
+
+// Gives the row room for `count` cells. The row that was filled last lies at the end of its block and
+// grows where it is; any other moves, to a multiple of its room, so that moving stays cheap.
+void TableData::GrowRow(Row& row, int count) {
+    const auto missing = static_cast<std::size_t>(count - row.capacity);
+    if (row.cells != nullptr && row.cells + row.capacity == nextCell && missing <= cellsLeft) {
+        TakeCells(missing);
+        row.capacity = count;
+        return;
+    }
+    const int room = RoomFor(row, count);
+    Cell* cells = TakeCells(static_cast<std::size_t>(room));
+    std::copy_n(row.cells, row.count, cells);
+    row.cells = cells;
+    row.capacity = room;
+}
+
+TableData::Cell* TableData::Make(int col, int row) {
+    if (col < 1 || row < 1) {
+        return nullptr;
+    }
+    numCols = std::max(numCols, col);
+    numRows = std::max(numRows, row);
+    if (rows.size() < static_cast<std::size_t>(row)) {
+        rows.resize(static_cast<std::size_t>(row));
+    }
+    Row& place = rows[static_cast<std::size_t>(row) - 1];
+    // The road of nearly every cell: the next one of the row that is being filled.
+    if (col == place.count + 1 && place.cells + place.count == nextCell && cellsLeft > 0) {
+        ++nextCell;
+        --cellsLeft;
+        place.capacity = place.count = col;
+        return place.cells + col - 1;
+    }
+    if (col > place.count) {
+        if (col > place.capacity) {
+            GrowRow(place, col);
+        }
+        std::fill(place.cells + place.count, place.cells + col, Cell{Missing});
+        place.count = col;
+    }
+    return place.cells + col - 1;
+}
+
+void TableData::Put(int col, int row, Kind kind, std::uint64_t content) {
+    Cell* cell = Make(col, row);
+    if (cell != nullptr) {
+        *cell = content << KindBits | kind;
+    }
+}
+
+void TableData::PutAt(int col, int row, Kind kind, const char* place) {
+    Put(col, row, kind, reinterpret_cast<std::uintptr_t>(place));
+}
+
+TableData::Cell TableData::Find(int col, int row) const {
+    if (col < 1 || row < 1 || static_cast<std::size_t>(row) > rows.size()) {
+        return Missing;
+    }
+    const Row& place = rows[static_cast<std::size_t>(row) - 1];
+    return col > place.count ? Cell{Missing} : place.cells[col - 1];
+}
+
+std::uint64_t TableData::GetContent(int col, int row) const {
+    return Find(col, row) >> KindBits;
+}
+
+template <class Number>
+Number TableData::GetWide(int col, int row) const {
+    Number number{};
+    if (const char* place = PlaceOf(GetContent(col, row))) {
+        std::memcpy(&number, place, sizeof number);
+    }
+    return number;
+}
+
+void TableData::Set(int col, int row, int value) {
+    Put(col, row, Int, static_cast<std::uint32_t>(value));
+}
+
+void TableData::PutInt64(int col, int row, Kind kind, std::int64_t value) {
+    if (col >= 1 && row >= 1) {
+        PutAt(col, row, kind, texts.Add({reinterpret_cast<const char*>(&value), sizeof value}));
+    }
+}
+
+void TableData::PutText(int col, int row, Kind kind, std::string_view text) {
+    if (col >= 1 && row >= 1) {
+        PutAt(col, row, kind, texts.Add(text));
+    }
+}
+
+void TableData::Set(int col, int row, std::int64_t value) {
+    PutInt64(col, row, Int64, value);
+}
+
+void TableData::Set(int col, int row, double value) {
+    if (col >= 1 && row >= 1) {
+        PutAt(col, row, Double, texts.Add({reinterpret_cast<const char*>(&value), sizeof value}));
+    }
+}
+
+void TableData::Set(int col, int row, const char* text) {
+    if (col >= 1 && row >= 1) {
+        PutAt(col, row, Text, texts.Add(text));
+    }
+}
+
+void TableData::Set(int col, int row, float value) {
+    Put(col, row, Float, std::bit_cast<std::uint32_t>(value));
+}
+
+void TableData::SetText(int col, int row, std::string_view text) {
+    PutText(col, row, Text, text);
+}
+
+void TableData::SetBool(int col, int row, bool value) {
+    Put(col, row, Bool, value ? 1 : 0);
+}
+
+void TableData::SetDate(int col, int row, std::int32_t days) {
+    Put(col, row, Date, static_cast<std::uint32_t>(days));
+}
+
+void TableData::SetTime(int col, int row, std::int64_t microseconds) {
+    PutInt64(col, row, Time, microseconds);
+}
+
+void TableData::SetDateTime(int col, int row, std::int64_t microseconds) {
+    PutInt64(col, row, DateTime, microseconds);
+}
+
+void TableData::SetDuration(int col, int row, std::int64_t microseconds) {
+    PutInt64(col, row, Duration, microseconds);
+}
+
+void TableData::SetError(int col, int row, std::string_view text) {
+    PutText(col, row, Error, text);
+}
+
+void TableData::SetMissing(int col, int row) {
+    Put(col, row, Missing, 0);
+}
+
+void TableData::SetRowRun(int firstCol, int row, std::span<const float> values) {
+    for (const float value : values) {
+        TableData::Set(firstCol++, row, value);
+    }
+}
+
+void TableData::SetRowRun(int firstCol, int row, std::span<const double> values) {
+    for (const double value : values) {
+        TableData::Set(firstCol++, row, value);
+    }
+}
+
+void TableData::SetColumnRun(int col, int firstRow, std::span<const float> values) {
+    for (const float value : values) {
+        TableData::Set(col, firstRow++, value);
+    }
+}
+
+void TableData::SetColumnRun(int col, int firstRow, std::span<const double> values) {
+    for (const double value : values) {
+        TableData::Set(col, firstRow++, value);
+    }
+}
+
+void TableData::SetDataSize(int cols, int newRows) {
+    const int fewerCols = std::max(cols, 0);
+    const int fewerRows = std::max(newRows, 0);
+    if (fewerRows < numRows && rows.size() > static_cast<std::size_t>(fewerRows)) {
+        rows.resize(static_cast<std::size_t>(fewerRows));
+    }
+    if (fewerCols < numCols) {
+        for (Row& row : rows) {
+            row.count = std::min(row.count, fewerCols);
+        }
+    }
+    numCols = fewerCols;
+    numRows = fewerRows;
+    // A table that grows row by row must not be moved at each step.
+    if (static_cast<std::size_t>(fewerRows) > 2 * rows.capacity()) {
+        rows.reserve(static_cast<std::size_t>(std::min(fewerRows, MaxReservedRows)));
+    }
+}
+
+TableData::Kind TableData::GetKind(int col, int row) const {
+    return static_cast<Kind>(Find(col, row) & KindMask);
+}
+
+const char* TableData::GetText(int col, int row) const {
+    const Kind kind = GetKind(col, row);
+    return kind == Text || kind == Error ? PlaceOf(GetContent(col, row)) : "";
+}
+
+std::int64_t TableData::GetInt64(int col, int row) const {
+    switch (GetKind(col, row)) {
+        case Int:
+        case Bool:
+        case Date:
+            return static_cast<std::int32_t>(GetContent(col, row));
+        case Int64:
+        case Time:
+        case DateTime:
+        case Duration:
+            return GetWide<std::int64_t>(col, row);
+        default:
+            return 0;
+    }
+}
+
+float TableData::GetFloat(int col, int row) const {
+    return GetKind(col, row) == Float ? std::bit_cast<float>(static_cast<std::uint32_t>(GetContent(col, row)))
+                                      : 0.0F;
+}
+
+double TableData::GetFloatValue(int col, int row) {
+    switch (GetKind(col, row)) {
+        case Float:
+            return GetFloat(col, row);
+        case Double:
+            return GetWide<double>(col, row);
+        case Int:
+        case Int64:
+            return static_cast<double>(GetInt64(col, row));
+        default:
+            return 0.0;
+    }
+}
+
+std::string TableData::GetString(int col, int row) {
+    switch (GetKind(col, row)) {
+        case Text:
+        case Error:
+            return GetText(col, row);
+        case Bool:
+            return GetInt64(col, row) != 0 ? "TRUE" : "FALSE";
+        case Date:
+            return FormatDate(static_cast<std::int32_t>(GetInt64(col, row)));
+        case Time:
+            return FormatTime(GetInt64(col, row));
+        case DateTime:
+            return FormatDateTime(GetInt64(col, row));
+        case Duration:
+            return FormatDuration(GetInt64(col, row));
+        case Int:
+        case Int64:
+            return std::to_string(GetInt64(col, row));
+        case Float:
+            return FormatShortest(GetFloat(col, row));
+        case Double:
+            return FormatShortest(GetFloatValue(col, row));
+        case Missing:
+            break;
+    }
+    return {};
+}
+
+bool TableData::GetDataOrigin(int* firstDataCol, int* firstDataRow) {
+    int firstCol = 0;
+    int firstRow = 0;
+    for (int row = 1; row <= static_cast<int>(rows.size()); ++row) {
+        const int count = rows[static_cast<std::size_t>(row) - 1].count;
+        for (int col = 1; col <= (firstCol == 0 ? count : std::min(count, firstCol - 1)); ++col) {
+            if (IsFloat(col, row)) {
+                firstCol = col;
+                firstRow = firstRow == 0 ? row : firstRow;
+                break;
+            }
+        }
+    }
+    if (firstCol == 0) {
+        return false;
+    }
+    *firstDataCol = firstCol;
+    *firstDataRow = firstRow;
+    return true;
+}
+
+bool TableData::IsFloat(int col, int row) {
+    const Kind kind = GetKind(col, row);
+    return kind >= Int && kind <= Double;
+}
+
+bool TableData::IsMissing(int col, int row) {
+    return GetKind(col, row) == Missing || (GetKind(col, row) == Text && *GetText(col, row) == '\0');
+}
+
+bool TableData::IsString(int col, int row) {
+    return !IsFloat(col, row) && !IsMissing(col, row);
+}

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/TableBlock.h"
+#include "base/TextArena.h"
+#include "frame/SpreadsheetData.h"
+#include "frame/WideSink.h"
+
+/**
+ * A table in memory, for reading into and writing from. A number is kept in the type it came in. Rows
+ * take only the cells up to their last one that was set, so a table of ragged rows costs what its cells
+ * cost and not columns times rows; growing in either direction keeps what is there.
+ *
+ * A cell beyond the present size makes the table larger. A row or column below 1 is ignored.
+ */
+class KARTA_EXPORT TableData : public SpreadsheetData, public WideSink {
+public:
+    enum Kind : std::uint8_t {
+        Missing,
+        Text,
+        Int,
+        Int64,
+        Float,
+        Double,
+        Bool,
+        Date,
+        Time,
+        DateTime,
+        Duration,
+        Error
+    };
+
+    TableData();
+    TableData(const TableData&) = delete;
+    TableData& operator=(const TableData&) = delete;
+    ~TableData() override;
+
+    void Set(int col, int row, int value) override;
+    void Set(int col, int row, std::int64_t value) override;
+    void Set(int col, int row, double value) override;
+    void Set(int col, int row, const char* text) override;
+    void Set(int col, int row, float value) override;
+
+    void SetText(int col, int row, std::string_view text) override;
+    void SetBool(int col, int row, bool value) override;
+    void SetDate(int col, int row, std::int32_t days) override;
+    void SetTime(int col, int row, std::int64_t microseconds) override;
+    void SetDateTime(int col, int row, std::int64_t microseconds) override;
+    void SetDuration(int col, int row, std::int64_t microseconds) override;
+    void SetError(int col, int row, std::string_view text) override;
+    void SetMissing(int col, int row) override;
+    void SetRowRun(int firstCol, int row, std::span<const float> values) override;
+    void SetRowRun(int firstCol, int row, std::span<const double> values) override;
+    void SetColumnRun(int col, int firstRow, std::span<const float> values) override;
+    void SetColumnRun(int col, int firstRow, std::span<const double> values) override;
+
+    /** Cells beyond a smaller size are gone. */
+    void SetDataSize(int cols, int rows) override;
+    int GetNumberOfColumns() override { return numCols; }
+    int GetNumberOfRows() override { return numRows; }
+
+    double GetFloatValue(int col, int row) override;
+    /** Numbers in the shortest form that reads back the same, dates by ISO 8601, truth values as TRUE and
+     * FALSE. */
+    std::string GetString(int col, int row) override;
+    /**
+     * The numeric block begins behind the last column and row of leading identifiers, where a row or
+     * column of identifiers has no number in it; false when the table holds no number at all.
+     */
+    bool GetDataOrigin(int* firstDataCol, int* firstDataRow) override;
+    bool IsFloat(int col, int row) override;
+    /** Also a cell of the empty text: that is how readers mark a missing one. */
+    bool IsMissing(int col, int row) override;
+    bool IsString(int col, int row) override;
+
+    /** The type in which a cell came; Missing for one that was never set or lies outside. */
+    Kind GetKind(int col, int row) const;
+    /** The text of a Text or Error cell, valid until the table changes; empty for other kinds. */
+    const char* GetText(int col, int row) const;
+    /** The number of an Int or Int64 cell, a Bool as 0 or 1, days or microseconds of the others. */
+    std::int64_t GetInt64(int col, int row) const;
+    /** The number of a Float cell. */
+    float GetFloat(int col, int row) const;
+
+    /** Back to an empty table. */
+    void Clear();
+
+private:
+    // One word a cell, so that tables of many small cells stay small: the kind in the low bits, and above
+    // them the number itself (Int, Float) or the place of the text or wide number in the arena.
+    using Cell = std::uint64_t;
+    struct Row {
+        Cell* cells = nullptr;
+        int count = 0;     // cells in use
+        int capacity = 0;  // cells that there is room for
+    };
+
+    void Put(int col, int row, Kind kind, std::uint64_t content);
+    void PutAt(int col, int row, Kind kind, const char* place);
+    void PutText(int col, int row, Kind kind, std::string_view text);
+    void PutInt64(int col, int row, Kind kind, std::int64_t value);
+    std::uint64_t GetContent(int col, int row) const;
+    template <class Number>
+    Number GetWide(int col, int row) const;
+    Cell Find(int col, int row) const;
+    Cell* Make(int col, int row);
+    int RoomFor(const Row& row, int count) const;
+    void GrowRow(Row& row, int count);
+    Cell* TakeCells(std::size_t count);
+
+    int numCols = 0;
+    int numRows = 0;
+    std::vector<Row> rows;
+    TextArena texts;
+    std::vector<TableBlock<Cell>> blocks;
+    int nextBlockCells = 0;
+    Cell* nextCell = nullptr;
+    std::size_t cellsLeft = 0;
+};

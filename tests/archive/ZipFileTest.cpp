@@ -1,0 +1,165 @@
+#include "archive/ZipFile.h"
+
+#include <gtest/gtest.h>
+
+#include <istream>
+#include <iterator>
+#include <limits>
+
+#include "base/Exception.h"
+#include "host/NvSystemInfo.h"
+#include "tests/support/TempFolder.h"
+#include "tests/support/ZipBuilder.h"
+
+namespace {
+
+// Sets the limit for what an entry may unpack to, and sets it back.
+class InflateLimit {
+public:
+    explicit InflateLimit(unsigned long long bytes) { NvSystemInfo::SetInflateLimit(bytes); }
+    InflateLimit(const InflateLimit&) = delete;
+    InflateLimit& operator=(const InflateLimit&) = delete;
+    ~InflateLimit() { NvSystemInfo::SetInflateLimit(before); }
+
+private:
+    unsigned long long before = NvSystemInfo::GetInflateLimit();
+};
+
+class ZipFileTest : public testing::Test {
+protected:
+    // What the first entry unpacks to; "(bad)" where that fails.
+    std::string FirstOf(const std::string& archive) {
+        const ZipFile zip(folder.Write("test.zip", archive).c_str());
+        const auto stream = zip.GetInputStream(zip.GetEntries().at(0));
+        std::string bytes(std::istreambuf_iterator<char>(*stream), {});
+        return bytes;
+    }
+    bool IsBad(const std::string& archive) {
+        const ZipFile zip(folder.Write("test.zip", archive).c_str());
+        const auto stream = zip.GetInputStream(zip.GetEntries().at(0));
+        stream->ignore(std::numeric_limits<std::streamsize>::max());
+        return stream->bad();
+    }
+
+    TempFolder folder;
+    std::string text = std::string(200000, 'x') + "end";
+};
+
+ZipBuilder::Entry MakeEntry(const std::string& bytes) {
+    ZipBuilder::Entry entry;
+    entry.name = "a";
+    entry.bytes = bytes;
+    entry.deflated = true;
+    return entry;
+}
+
+std::string Archive(const ZipBuilder::Entry& entry) {
+    return ZipBuilder().Add(entry).Build();
+}
+
+}  // namespace
+
+TEST_F(ZipFileTest, ListsEntriesInTheOrderOfTheDirectory) {
+    const std::string path =
+        folder.Write("test.zip", ZipBuilder().Add("b", "1").AddDeflated("a/B", "2").Add("A", "").Build());
+    const ZipFile zip(path.c_str());
+    ASSERT_EQ(zip.GetEntries().size(), 3U);
+    EXPECT_EQ(zip.GetEntries()[0].name, "b");
+    EXPECT_EQ(zip.GetEntries()[1].name, "a/B");
+    EXPECT_EQ(zip.GetEntries()[2].name, "A");
+    EXPECT_EQ(zip.FindEntry("a/B"), &zip.GetEntries()[1]);
+    EXPECT_EQ(zip.FindEntry("a/b"), nullptr);
+    EXPECT_EQ(zip.FindEntry("a"), nullptr);
+}
+
+TEST_F(ZipFileTest, FirstEntryOfANameIsFound) {
+    const std::string path =
+        folder.Write("test.zip", ZipBuilder().Add("a", "first").Add("a", "second").Build());
+    const ZipFile zip(path.c_str());
+    std::string found;
+    *zip.GetInputStream(*zip.FindEntry("a")) >> found;
+    EXPECT_EQ(found, "first");
+}
+
+TEST_F(ZipFileTest, StoredAndDeflatedEntriesUnpack) {
+    EXPECT_EQ(FirstOf(ZipBuilder().Add("a", text).Build()), text);
+    EXPECT_EQ(FirstOf(ZipBuilder().AddDeflated("a", text).Build()), text);
+    EXPECT_EQ(FirstOf(ZipBuilder().Add("a", "").Build()), "");
+}
+
+TEST_F(ZipFileTest, DescriptorsBehindTheDataAreUnderstood) {
+    ZipBuilder::Entry entry = MakeEntry(text);
+    entry.hasDescriptor = true;
+    EXPECT_EQ(FirstOf(Archive(entry)), text);
+}
+
+TEST_F(ZipFileTest, Zip64SizesAreUnderstood) {
+    ZipBuilder::Entry entry = MakeEntry(text);
+    entry.hasZip64Sizes = true;
+    EXPECT_EQ(FirstOf(Archive(entry)), text);
+}
+
+TEST_F(ZipFileTest, CommentAndBytesBeforeDontMatter) {
+    const ZipBuilder zip = ZipBuilder().AddDeflated("a", text);
+    EXPECT_EQ(FirstOf(zip.Build("a comment")), text);
+    EXPECT_EQ(FirstOf("bytes before" + zip.Build()), text);
+    EXPECT_EQ(FirstOf("bytes before" + zip.Build("and a comment")), text);
+}
+
+TEST_F(ZipFileTest, WrongChecksumIsAFailure) {
+    ZipBuilder::Entry entry = MakeEntry(text);
+    entry.checksumError = 1;
+    EXPECT_TRUE(IsBad(Archive(entry)));
+    entry.deflated = false;
+    EXPECT_TRUE(IsBad(Archive(entry)));
+    entry.checksumError = 0;
+    EXPECT_FALSE(IsBad(Archive(entry)));
+}
+
+TEST_F(ZipFileTest, WrongSizeIsAFailure) {
+    ZipBuilder::Entry entry = MakeEntry(text);
+    entry.sizeError = 1;
+    EXPECT_TRUE(IsBad(Archive(entry)));
+    entry.sizeError = static_cast<std::uint32_t>(-1);
+    EXPECT_TRUE(IsBad(Archive(entry)));
+}
+
+TEST_F(ZipFileTest, EncryptedEntryIsAFailure) {
+    ZipBuilder::Entry entry = MakeEntry(text);
+    entry.encrypted = true;
+    EXPECT_TRUE(IsBad(Archive(entry)));
+}
+
+TEST_F(ZipFileTest, EntryThatUnpacksToTooMuchIsAFailure) {
+    const InflateLimit limit(text.size());
+    EXPECT_FALSE(IsBad(Archive(MakeEntry(text))));
+    EXPECT_TRUE(IsBad(Archive(MakeEntry(text + "x"))));
+    // What is stored takes its own room in the file.
+    EXPECT_FALSE(IsBad(ZipBuilder().Add("a", text + "x").Build()));
+}
+
+TEST_F(ZipFileTest, WhatIsNoArchiveIsAnException) {
+    const std::string archive = ZipBuilder().Add("a", "b").Build();
+    EXPECT_THROW(ZipFile(folder.Path("none").c_str()), Exception);
+    EXPECT_THROW(ZipFile(folder.Path("").c_str()), Exception);
+    EXPECT_THROW(ZipFile(folder.Write("empty", "").c_str()), Exception);
+    EXPECT_THROW(ZipFile(folder.Write("text", "plain text").c_str()), Exception);
+    EXPECT_THROW(ZipFile(folder.Write("cut", archive.substr(0, archive.size() / 2)).c_str()), Exception);
+}
+
+TEST_F(ZipFileTest, CompoundFileIsCalledByItsName) {
+    const std::string path =
+        folder.Write("test", "\xd0\xcf\x11\xe0\xa1\xb1\x1a\xe1" + std::string(504, '\0'));
+    try {
+        const ZipFile zip(path.c_str());
+        FAIL();
+    } catch (const Exception& exception) {
+        EXPECT_STREQ(exception.what(),
+                     "The file is no zip archive but a compound file, as workbooks with a password are.");
+    }
+}
+
+TEST_F(ZipFileTest, ArchiveWithoutEntriesOpens) {
+    const std::string path = folder.Write("test.zip", ZipBuilder().Build());
+    EXPECT_TRUE(ZipFile(path.c_str()).GetEntries().empty());
+}
