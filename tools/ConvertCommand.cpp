@@ -224,5 +224,6 @@ int RunConvert(const ReadRequest& request, const std::string& output, const std:
         WriteWithFormat(*formats, chosen.format, source, output, output);
     }
     ShowWarning(request, read.warning);
+    ShowNotes(request, read.notes);
     return ExitSuccess;
 }

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/Reading.h"
+
 /** What the user asked for on the command line, for every verb that reads. */
 struct ReadRequest {
     std::vector<std::string> files;  // one selection
@@ -28,6 +30,7 @@ struct ReadRequest {
     bool answerNo = false;
     std::optional<std::string> password;  // of a project; asked for on the terminal when not given
     bool quiet = false;
+    karta::Reading reading = karta::Reading::Classic;
 
     /** The files as the readers take them: joined by line feeds. */
     std::string Selection() const;

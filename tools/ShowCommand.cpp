@@ -138,5 +138,6 @@ int RunShow(const ReadRequest& request, int maxRows) {
     }
     ShowRows(*read.table, rows, leftOut);
     ShowWarning(request, read.warning);
+    ShowNotes(request, read.notes);
     return ExitSuccess;
 }

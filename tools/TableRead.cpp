@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/ImportHelperBase.h"
 #include "host/NvFile.h"
 #include "host/Question.h"
@@ -84,6 +85,20 @@ void SelectMatrix(SpreadsheetFile& reader, const ReadRequest& request) {
     }
 }
 
+// What a reader has to say after a read that succeeded, and its end.
+void KeepRead(SpreadsheetFile& reader, OptionsRecord& options, const ReadRequest& request,
+              TableRead& result) {
+    const char* warning = reader.GetWarningMessage();
+    result.warning = warning == nullptr ? "" : warning;
+    if (const auto* own = dynamic_cast<FormatReader*>(&reader)) {
+        result.notes = own->GetContext()->notes.GetAll();
+    }
+    if (options.Get() != nullptr) {
+        OptionsRecord::Save(request, *options.Get());
+    }
+    reader.Close();
+}
+
 // Open, measure, read: as the driver does it, but without the flat interface between.
 void ReadDirectly(SpreadsheetFile& reader, OptionsRecord& options, const ReadRequest& request,
                   TableRead& result, TableData& table) {
@@ -92,6 +107,14 @@ void ReadDirectly(SpreadsheetFile& reader, OptionsRecord& options, const ReadReq
         Fail(request, MessageOf(reader));
     }
     SelectMatrix(reader, request);
+    if (request.reading == karta::Reading::Complete) {
+        // The table is as large as its cells: what the reader says on the way.
+        if (reader.Read(&table) != SpreadsheetFile::StatusOk) {
+            Fail(request, MessageOf(reader));
+        }
+        KeepRead(reader, options, request, result);
+        return;
+    }
     const int rows = reader.GetNumRows();
     const int cols = reader.GetNumCols();
     if (rows == -1 || cols == -1) {
@@ -104,12 +127,7 @@ void ReadDirectly(SpreadsheetFile& reader, OptionsRecord& options, const ReadReq
     if (reader.Read(&table) != SpreadsheetFile::StatusOk) {
         Fail(request, MessageOf(reader));
     }
-    const char* warning = reader.GetWarningMessage();
-    result.warning = warning == nullptr ? "" : warning;
-    if (options.Get() != nullptr) {
-        OptionsRecord::Save(request, *options.Get());
-    }
-    reader.Close();
+    KeepRead(reader, options, request, result);
 }
 
 void ReadThroughDriver(int format, OptionsRecord& options, const ReadRequest& request, TableRead& result,
@@ -213,7 +231,12 @@ std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int 
                                             const ReadRequest& request) {
     auto reader = formats.MakeReader(format);
     if (dynamic_cast<KpfFileImport*>(reader.get()) != nullptr) {
-        return std::make_unique<ProjectReader>(request.password);
+        reader = std::make_unique<ProjectReader>(request.password);
+    }
+    if (auto* own = dynamic_cast<FormatReader*>(reader.get())) {
+        auto context = std::make_shared<karta::ReadContext>();
+        context->reading = request.reading;
+        own->SetContext(std::move(context));
     }
     return reader;
 }
@@ -248,6 +271,16 @@ void ShowWarning(const ReadRequest& request, const std::string& warning) {
     if (!request.quiet && !warning.empty()) {
         std::cout.flush();
         std::cerr << "karta-import: " << request.files.front() << ": warning: " << warning << '\n';
+    }
+}
+
+void ShowNotes(const ReadRequest& request, const std::vector<karta::Note>& notes) {
+    if (request.quiet) {
+        return;
+    }
+    std::cout.flush();
+    for (const karta::Note& note : notes) {
+        std::cerr << "karta-import: " << request.files.front() << ": note: " << note.text << '\n';
     }
 }
 

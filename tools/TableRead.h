@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Note.h"
 #include "frame/SpreadsheetFile.h"
 #include "table/TableData.h"
 #include "tools/FormatCatalogue.h"
@@ -57,6 +58,9 @@ void AnswerQuestions(const ReadRequest& request);
 /** Writes a reader's warning to standard error, unless the user wants it quiet. */
 void ShowWarning(const ReadRequest& request, const std::string& warning);
 
+/** Writes what isn't in the table to standard error, unless the user wants it quiet. */
+void ShowNotes(const ReadRequest& request, const std::vector<karta::Note>& notes);
+
 /** A table and what the reader said about it. */
 struct TableRead {
     /** The rows of the table that the user wants, all of them without a list. */
@@ -64,6 +68,7 @@ struct TableRead {
 
     std::unique_ptr<TableData> table;
     std::string warning;
+    std::vector<karta::Note> notes;
     std::string formatName;
 };
 

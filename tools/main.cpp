@@ -132,6 +132,16 @@ void AddReading(CLI::App* verb, CommandLine& line) {
     verb->add_flag("--no", request.answerNo, "answer a reader's question with no")->excludes(yes);
     verb->add_option("--password", request.password, "of an encrypted project; else asked on the terminal")
         ->type_name("TEXT");
+    verb->add_flag_callback(
+        "--complete", [&] { request.reading = karta::Reading::Complete; },
+        "lose nothing that is in the file");
+    verb->add_flag_callback(
+        "--classic", [&] { request.reading = karta::Reading::Classic; },
+        "read by the rules of the desktop application");
+    verb->add_option_function<std::string>(
+            "--part", [&](const std::string& part) { request.settings.push_back("Part=" + part); },
+            "the part to read, by its name or its place in info's list; all stacks them")
+        ->type_name("PART");
     verb->add_flag("--quiet", request.quiet, "no progress, no warnings");
 }
 
