@@ -5,7 +5,6 @@
 
 #include <boost/spirit/include/classic_file_iterator.hpp>
 
-#include "base/CopyMessage.h"
 #include "text/CsvScanner.h"
 
 namespace {
@@ -76,30 +75,16 @@ int CsvFile::GetNumRows() {
 }
 
 void CsvFile::GetErrorMessage(char* buffer, unsigned int size) {
-    switch (status) {
-        case StatusStreamFailed:
-            CopyMessage("Failed to open stream for reading.", buffer, size);
-            break;
-        case StatusReadFailed:
-            CopyMessage("Failed to read file.", buffer, size);
-            break;
-        case StatusReadOnly:
-            CopyMessage("Can not write csv files.", buffer, size);
-            break;
-        case StatusCanceled:
-            CopyMessage("Read canceled by user.", buffer, size);
-            break;
-        case StatusNoData:
-            CopyMessage("The file contains no data.", buffer, size);
-            break;
-        case StatusNotPrintable:
-            CopyMessage("The file is not a correct .csv file. It contains non printable characters or #.",
-                        buffer, size);
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            break;
-    }
+    static constexpr StatusText Texts[] = {
+        {StatusStreamFailed, "Failed to open stream for reading."},
+        {StatusReadFailed, "Failed to read file."},
+        {StatusReadOnly, "Can not write csv files."},
+        {StatusCanceled, "Read canceled by user."},
+        {StatusNoData, "The file contains no data."},
+        {StatusNotPrintable,
+         "The file is not a correct .csv file. It contains non printable characters or #."},
+    };
+    CopyStatusText(Texts, buffer, size);
 }
 
 int CsvFile::Open(bool forRead, const char* path, NvImportOpenOptions* /*options*/) {

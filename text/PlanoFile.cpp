@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "archive/CompoundFile.h"
-#include "base/CopyMessage.h"
 #include "base/PathNames.h"
 #include "base/TemporaryFile.h"
 #include "host/NvFile.h"
@@ -62,17 +61,14 @@ void PlanoFile::RemoveCopy() {
 }
 
 void PlanoFile::GetErrorMessage(char* buffer, unsigned int size) {
-    switch (status) {
-        case StatusNoWorksheet:
-            CopyMessage("Could not find the worksheet in the file.", buffer, size);
-            break;
-        case StatusNotPlano:
-            CopyMessage("The file does not appear to be a valid PLANO file.", buffer, size);
-            break;
-        default:
-            TextFile::GetErrorMessage(buffer, size);
-            break;
-    }
+    static constexpr StatusText Texts[] = {
+        {StatusNoWorksheet, "Could not find the worksheet in the file."},
+        {StatusNotPlano, "The file does not appear to be a valid PLANO file."},
+        {StatusStreamFailed, StreamFailedText},
+        {StatusMoreData, MoreDataText},
+        {StatusBinaryFile, BinaryFileText},
+    };
+    CopyStatusText(Texts, buffer, size);
 }
 
 int PlanoFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* options) {
@@ -109,9 +105,9 @@ int PlanoFile::CopyWorksheet(const char* fileName) {
     }
     const auto& entries = project.GetEntries();
     const auto worksheet = std::find_if(entries.begin(), entries.end(), [](const CompoundFile::Entry& entry) {
-        return entry.isStream && HasSuffix(entry.name, WorksheetSuffix);
+        return HasSuffix(entry.name, WorksheetSuffix);
     });
-    if (worksheet == entries.end()) {
+    if (worksheet == entries.end() || !worksheet->isStream) {
         return StatusNoWorksheet;
     }
     std::ofstream copy(tempFileName, std::ios_base::binary);

@@ -6,15 +6,17 @@
 
 /**
  * The worksheet of a PLANO design-of-experiments project. A project (.mip) is a compound file; its worksheet
- * is the first stream at its root whose name ends in ".dat", in the order of the directory, and holds
- * delimited text. Open copies that stream into a temporary file, and everything after it is TextFile's on
- * the copy. A worksheet that lies about as a plain text file is read as it is.
+ * is the first entry at its root whose name ends in ".dat", in the order of the directory, and holds
+ * delimited text; a storage of that name is no worksheet, and hides those behind it. Open copies that stream
+ * into a temporary file, and everything after it is TextFile's on the copy. A worksheet that lies about as a
+ * plain text file is read as it is.
  *
  * Only reads. Open returns 0 also when TextFile's own Open failed: ask GetStatus.
  */
 class KARTA_EXPORT PlanoFile : public TextFile {
 public:
     enum PlanoFileStatus {
+        /** No entry of a worksheet's name, or a storage. */
         StatusNoWorksheet = 0x203,
         /** No compound file, or one whose worksheet isn't whole. */
         StatusNotPlano = 0x204

@@ -6,7 +6,6 @@
 #include <sstream>
 
 #include "base/ByteScan.h"
-#include "base/CopyMessage.h"
 #include "frame/OptionsText.h"
 #include "host/BinaryString.h"
 #include "host/NvFile.h"
@@ -40,23 +39,12 @@ void TextFile::Close() {
 }
 
 void TextFile::GetErrorMessage(char* buffer, unsigned int size) {
-    switch (status) {
-        case StatusStreamFailed:
-            CopyMessage("Failed to open stream for reading.", buffer, size);
-            break;
-        case StatusMoreData:
-            CopyMessage("Expected end of file but found more data.", buffer, size);
-            break;
-        case StatusBinaryFile:
-            CopyMessage(
-                "This file appears to be a binary file and cannot be imported. Only ordinary text (ASCII) "
-                "files can be imported.",
-                buffer, size);
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            break;
-    }
+    static constexpr StatusText Texts[] = {
+        {StatusStreamFailed, StreamFailedText},
+        {StatusMoreData, MoreDataText},
+        {StatusBinaryFile, BinaryFileText},
+    };
+    CopyStatusText(Texts, buffer, size);
 }
 
 int TextFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* options) {
@@ -262,7 +250,7 @@ int TextFile::Write(WriteSpreadSheetData* source) {
     for (int row = 1; row <= rows && output != nullptr; ++row) {
         for (int col = 1; col <= cols; ++col) {
             if (col > 1) {
-                // Of a longer delimiter only the first character is written; files of old rely on it.
+                // Of a longer delimiter only the first character is written.
                 output->Write(delimiter.front());
             }
             output->Write(source->GetString(col, row));

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/LineReader.h"
@@ -62,6 +63,12 @@ public:
     static NvImportOpenOptions* GetImportOptions(const std::string& delimiter, bool ignoreConsecutive);
 
 protected:
+    static constexpr std::string_view StreamFailedText = "Failed to open stream for reading.";
+    static constexpr std::string_view MoreDataText = "Expected end of file but found more data.";
+    static constexpr std::string_view BinaryFileText =
+        "This file appears to be a binary file and cannot be imported. Only ordinary text (ASCII) files can "
+        "be imported.";
+
     std::string delimiter = "\t";
     bool ignoreConsecutive = false;
     std::int32_t mode = ModeClosed;

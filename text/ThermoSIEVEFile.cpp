@@ -15,7 +15,7 @@
 
 namespace {
 
-// A report with more lines is taken as empty.
+// A report with more lines is taken as empty. The empty line behind a final line end counts.
 constexpr int MaxLines = 1'000'000;
 
 // How many cells of the result a byte of the file may stand for. A report is rectangular, so that each cell
@@ -215,7 +215,7 @@ int ThermoSIEVEFile::GetRows() const {
     while (reader.IsOpen() && !line.atEnd) {
         line = reader.Next();
         ++count;
-        if (count > MaxLines && !line.IsNothing()) {
+        if (count > MaxLines) {
             return 0;
         }
     }

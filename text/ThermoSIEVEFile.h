@@ -20,8 +20,8 @@
  * TextFile, overrules it. The size before the read is that of the file's lines as tab-separated text; the
  * true one reaches the sink in the read. The sink's row filter goes by the file's lines.
  *
- * A report has at most 1,000,000 lines and at least as many columns as the table has rows. Of a file without
- * a line end at its end the last line is left out.
+ * A report has at most 1,000,000 lines, the empty one behind a final line end counted, and at least as many
+ * columns as the table has rows. Of a file without a line end at its end the last line is left out.
  */
 class KARTA_EXPORT ThermoSIEVEFile : public TextFile {
 public:

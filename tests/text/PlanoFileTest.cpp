@@ -59,8 +59,10 @@ TEST_F(PlanoFileTest, FirstWorksheetInTheDirectoryIsRead) {
     EXPECT_EQ(Cells(project.LinkLeft()), "Set 1 1 text \"second\"\n");
 }
 
-TEST_F(PlanoFileTest, StoragesAreNoWorksheets) {
-    EXPECT_EQ(Cells(CompoundBuilder().Storage("a.dat").Stream("b.dat", "b\n")), "Set 1 1 text \"b\"\n");
+TEST_F(PlanoFileTest, FirstEntryOfTheNameIsTakenEvenIfItIsAStorage) {
+    const auto trace = Trace("design.mip", CompoundBuilder().Storage("a.dat").Stream("b.dat", "b\n").Build());
+    EXPECT_NE(trace.find("Open 0x203"), std::string::npos) << trace;
+    EXPECT_EQ(Cells(CompoundBuilder().Storage("data").Stream("b.dat", "b\n")), "Set 1 1 text \"b\"\n");
 }
 
 TEST_F(PlanoFileTest, StreamOfTheSuffixAloneIsAWorksheet) {
