@@ -9,6 +9,7 @@
 #include <climits>
 #include <cstdio>
 #include <filesystem>
+#include <random>
 #include <system_error>
 
 namespace {
@@ -19,12 +20,19 @@ constexpr std::size_t BufferSize = 1 << 18;
 constexpr mode_t NewFileMode = 0666;
 
 // What tells the growing file from the one that it becomes.
-constexpr std::string_view Suffix = ".XXXXXX";
+constexpr std::size_t SuffixSize = 9;
 
-mode_t UserMask() {
-    const mode_t mask = umask(0);
-    umask(mask);
-    return mask;
+// So many names are tried before giving up; that a random one is taken is rare.
+constexpr int MostNames = 100;
+
+std::string RandomSuffix() {
+    constexpr std::string_view Letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    std::random_device random;
+    std::string suffix = ".";
+    while (suffix.size() < SuffixSize) {
+        suffix += Letters[random() % Letters.size()];
+    }
+    return suffix;
 }
 
 }  // namespace
@@ -41,8 +49,8 @@ OutputFile::OutputFile(const std::string& path) : target(path) {
         descriptor = open(target.c_str(), O_WRONLY | O_CLOEXEC);
     } else if (!exists || access(target.c_str(), W_OK) == 0) {
         OpenBeside(target);
-        if (descriptor >= 0) {
-            fchmod(descriptor, exists ? info.st_mode & 07777 : NewFileMode & ~UserMask());
+        if (descriptor >= 0 && exists) {
+            fchmod(descriptor, info.st_mode & 07777);
         }
     }
     if (descriptor >= 0) {
@@ -65,8 +73,15 @@ OutputFile::~OutputFile() {
 void OutputFile::OpenBeside(const std::string& path) {
     // A name may be as long as a folder takes; then the added letters go at the cost of its own.
     const std::size_t name = path.rfind('/') + 1;
-    temporary = path.substr(0, std::min(path.size(), name + NAME_MAX - Suffix.size())).append(Suffix);
-    descriptor = mkostemp(temporary.data(), O_CLOEXEC);
+    const std::string own = path.substr(0, std::min(path.size(), name + NAME_MAX - SuffixSize));
+    for (int i = 0; i < MostNames && descriptor < 0; ++i) {
+        temporary = own + RandomSuffix();
+        // The system takes the user's mask off the mode; to ask for the mask would change it for all threads.
+        descriptor = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, NewFileMode);
+        if (descriptor < 0 && errno != EEXIST) {
+            break;
+        }
+    }
     if (descriptor < 0) {
         temporary.clear();
     }

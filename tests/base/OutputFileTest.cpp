@@ -1,0 +1,71 @@
+#include "base/OutputFile.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <thread>
+
+#include "tests/support/TempFolder.h"
+
+namespace {
+
+mode_t ModeOf(const std::string& path) {
+    struct stat info{};
+    return stat(path.c_str(), &info) == 0 ? info.st_mode & 07777 : 0;
+}
+
+/** The process's mask for new files, put back afterwards. */
+class Mask {
+public:
+    explicit Mask(mode_t mask) : before(umask(mask)) {}
+    Mask(const Mask&) = delete;
+    Mask& operator=(const Mask&) = delete;
+    ~Mask() { umask(before); }
+
+private:
+    mode_t before;
+};
+
+}  // namespace
+
+TEST(OutputFileTest, NewFileHasTheModeOfTheUsersMask) {
+    const TempFolder folder;
+    const Mask mask(027);
+    OutputFile file(folder.Path("new.txt"));
+    file.Write("text");
+    ASSERT_TRUE(file.Commit());
+    EXPECT_EQ(ModeOf(folder.Path("new.txt")), 0640U);
+}
+
+TEST(OutputFileTest, ReplacedFileKeepsItsMode) {
+    const TempFolder folder;
+    const std::string path = folder.Write("old.txt", "old");
+    ASSERT_EQ(chmod(path.c_str(), 0604), 0);
+    OutputFile file(path);
+    file.Write("new");
+    ASSERT_TRUE(file.Commit());
+    EXPECT_EQ(ModeOf(path), 0604U);
+}
+
+// The mask is the process's: to ask for it by setting it opens the files of other threads to the world.
+TEST(OutputFileTest, WritingLeavesTheMaskOfOtherThreadsAlone) {
+    const TempFolder folder;
+    const Mask mask(077);
+    std::atomic<bool> done = false;
+    std::thread writer([&] {
+        for (int i = 0; i < 2000; ++i) {
+            OutputFile(folder.Path("written.txt")).Commit();
+        }
+        done = true;
+    });
+    bool wasOpen = false;
+    while (!done) {
+        const std::string other = folder.Write("other.txt", "x");
+        wasOpen = wasOpen || (ModeOf(other) & 077) != 0;
+        unlink(other.c_str());
+    }
+    writer.join();
+    EXPECT_FALSE(wasOpen);
+}
