@@ -410,7 +410,7 @@ bool KpfFileImport::SelectPart(int number) {
     return true;
 }
 
-KpfFileFactory::KpfFileFactory(char priority)
+KpfFileFactory::KpfFileFactory(signed char priority)
     : SprFileFactory("KARTA project file", "KARTA project file (*.kpf)", nullptr, 1, ".kpf\0", 0, 1, 0, 1, 0,
                      priority) {}
 

@@ -81,7 +81,7 @@ private:
 
 class KARTA_EXPORT KpfFileFactory : public SprFileFactory {
 public:
-    explicit KpfFileFactory(char priority);
+    explicit KpfFileFactory(signed char priority);
     MyKindOfFile IsMyKindOfFile(const char* fileName) override;
     SpreadsheetFile* GetSpreadsheetFile() override;
 };

@@ -533,7 +533,7 @@ bool MatFile::SelectPart(int number) {
     return currentMatrix >= 0;
 }
 
-MatFileFactory::MatFileFactory(char priority)
+MatFileFactory::MatFileFactory(signed char priority)
     : SprFileFactory("Matlab File", "Matlab Files (*.mat)", "Matlab Files (*.mat)", 1, ".mat\0", 1, 1, 0, 0,
                      0, priority) {}
 

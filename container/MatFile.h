@@ -146,7 +146,7 @@ private:
 
 class KARTA_EXPORT MatFileFactory : public SprFileFactory {
 public:
-    explicit MatFileFactory(char priority);
+    explicit MatFileFactory(signed char priority);
     MyKindOfFile IsMyKindOfFile(const char* fileName) override;
     SpreadsheetFile* GetSpreadsheetFile() override;
 };

@@ -131,7 +131,7 @@ std::vector<FileContents::Fact> NetCDFFile::ListFacts() {
     return contents == nullptr ? std::vector<Fact>() : contents->ListFacts();
 }
 
-NetCDFFileFactory::NetCDFFileFactory(char priority)
+NetCDFFileFactory::NetCDFFileFactory(signed char priority)
     : SprFileFactory("NetCDF Files", "NetCDF Files (*.nc; *.cdf) (MVACDF, ANDI)", nullptr, 2, ".nc\0.cdf\0",
                      0, 1, 1, 1, 0, priority) {}
 

@@ -64,7 +64,7 @@ private:
 
 class KARTA_EXPORT NetCDFFileFactory : public SprFileFactory {
 public:
-    explicit NetCDFFileFactory(char priority);
+    explicit NetCDFFileFactory(signed char priority);
     MyKindOfFile IsMyKindOfFile(const char* fileName) override;
     SpreadsheetFile* GetSpreadsheetFile() override;
 };

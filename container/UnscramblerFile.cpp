@@ -516,7 +516,7 @@ int UnscramblerFile::Read(ReadSpreadSheetData* sink) {
     return status;
 }
 
-UnscramblerFileFactory::UnscramblerFileFactory(char priority)
+UnscramblerFileFactory::UnscramblerFileFactory(signed char priority)
     : SprFileFactory("Unscrambler File", "Unscrambler Files (*.uns; *.inp)", nullptr, 2, ".uns\0.inp\0", 0, 1,
                      0, 1, 0, priority) {}
 

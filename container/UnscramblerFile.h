@@ -113,7 +113,7 @@ private:
 
 class KARTA_EXPORT UnscramblerFileFactory : public SprFileFactory {
 public:
-    explicit UnscramblerFileFactory(char priority);
+    explicit UnscramblerFileFactory(signed char priority);
     MyKindOfFile IsMyKindOfFile(const char* fileName) override;
     SpreadsheetFile* GetSpreadsheetFile() override;
 };

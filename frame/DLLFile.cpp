@@ -1,6 +1,7 @@
 #include "frame/DLLFile.h"
 
 #include <string>
+#include <utility>
 
 #include "base/CopyMessage.h"
 #include "frame/CellType.h"
@@ -12,7 +13,7 @@ ReadSpreadSheetData* Sink(NvImportReadCallbacks* table) {
 }
 
 WriteSpreadSheetData* Source(NvImportWriteCallbacks* table) {
-    return static_cast<WriteSpreadSheetData*>(table->source);
+    return static_cast<DLLFile::WriteSource*>(table->source)->data;
 }
 
 void SetFloat(NvImportReadCallbacks* table, int32_t row, int32_t col, float value) {
@@ -37,27 +38,28 @@ int32_t NextRowToRead(NvImportReadCallbacks* table, int32_t row) {
     return Sink(table)->NextRowToRead(row);
 }
 
+// A host may have no table to write: that is one without cells.
 char GetCellType(NvImportWriteCallbacks* table, int32_t row, int32_t col) {
     WriteSpreadSheetData* source = Source(table);
-    if (source->IsMissing(col, row)) {
+    if (source == nullptr || source->IsMissing(col, row)) {
         return CellMissing;
     }
     return source->IsFloat(col, row) ? CellNumber : CellText;
 }
 
 double GetFloat(NvImportWriteCallbacks* table, int32_t row, int32_t col) {
-    return Source(table)->GetFloatValue(col, row);
+    return Source(table) == nullptr ? 0.0 : Source(table)->GetFloatValue(col, row);
 }
 
 const char* GetString(NvImportWriteCallbacks* table, int32_t row, int32_t col) {
-    // The pointer is valid until the next call: one import runs at a time.
-    static std::string text;
-    text = Source(table)->GetString(col, row);
+    // Valid until the next call with this table.
+    std::string& text = static_cast<DLLFile::WriteSource*>(table->source)->text;
+    text = Source(table) == nullptr ? std::string() : Source(table)->GetString(col, row);
     return text.c_str();
 }
 
 bool GetDataOrigin(NvImportWriteCallbacks* table, int32_t* firstDataCol, int32_t* firstDataRow) {
-    return Source(table)->GetDataOrigin(firstDataCol, firstDataRow);
+    return Source(table) != nullptr && Source(table)->GetDataOrigin(firstDataCol, firstDataRow);
 }
 
 }  // namespace
@@ -69,20 +71,25 @@ DLLFile::DLLFile(const Functions& moduleFunctions, int formatIndex, const NvImpo
       index(formatIndex) {}
 
 DLLFile::~DLLFile() {
-    DLLFile::Close();
+    try {
+        DLLFile::Close();
+    } catch (...) {
+        // A module that fails at its last call fails alone.
+    }
 }
 
 void DLLFile::Close() {
     if (handle == nullptr) {
         return;
     }
-    if (functions.close != nullptr) {
-        functions.close(index, handle);
-    }
-    handle = nullptr;
+    // All is forgotten first: a module whose close throws isn't asked again.
+    void* const closing = std::exchange(handle, nullptr);
     status = StatusOk;
     readCallbacks.reset();
     writeCallbacks.reset();
+    if (functions.close != nullptr) {
+        functions.close(index, closing);
+    }
 }
 
 int DLLFile::GetStatus() {
@@ -120,6 +127,9 @@ const char* DLLFile::GetWarningMessage() {
 }
 
 int DLLFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* options) {
+    if (status != StatusOk) {
+        return status;
+    }
     if (!forRead && !canWrite) {
         status = StatusWrongMode;
     } else if (functions.open == nullptr) {
@@ -193,7 +203,8 @@ int DLLFile::Write(WriteSpreadSheetData* source) {
     writeCallbacks->getFloat = GetFloat;
     writeCallbacks->getString = GetString;
     writeCallbacks->getDataOrigin = GetDataOrigin;
-    writeCallbacks->source = source;
+    writeSource.data = source;
+    writeCallbacks->source = &writeSource;
     writeCallbacks->numCols = source == nullptr ? 0 : source->GetNumberOfColumns();
     writeCallbacks->numRows = source == nullptr ? 0 : source->GetNumberOfRows();
     if (!functions.write(index, handle, writeCallbacks.get())) {
@@ -203,7 +214,7 @@ int DLLFile::Write(WriteSpreadSheetData* source) {
 }
 
 void DLLFile::SetImportSpec(ImportSpecBase* spec) {
-    if (functions.setSpec == nullptr) {
+    if (functions.setSpec == nullptr || handle == nullptr) {
         SpreadsheetFile::SetImportSpec(spec);
         return;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "frame/SpreadsheetFile.h"
 
@@ -30,6 +31,12 @@ public:
         decltype(&NvImportSetSpec) setSpec = nullptr;
     };
 
+    /** What the callbacks of a write find behind their table. */
+    struct WriteSource {
+        WriteSpreadSheetData* data = nullptr;
+        std::string text; /**< the last text that was asked for */
+    };
+
     /** `index` is the format's number in the module; `info` is only read here. */
     DLLFile(const Functions& moduleFunctions, int index, const NvImportFileFormatInfo& info);
     DLLFile(const DLLFile&) = delete;
@@ -57,4 +64,5 @@ private:
     void* handle = nullptr;
     std::unique_ptr<NvImportReadCallbacks> readCallbacks;
     std::unique_ptr<NvImportWriteCallbacks> writeCallbacks;
+    WriteSource writeSource;
 };

@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <dlfcn.h>
-#include <link.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -12,10 +11,12 @@
 #include <new>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "base/NumberParser.h"
 #include "base/PathNames.h"
 #include "frame/DLLFile.h"
+#include "frame/ImportModule.h"
 #include "host/NvFile.h"
 
 namespace {
@@ -23,7 +24,7 @@ namespace {
 constexpr std::string_view ModuleExtension = ".so";
 
 // Answers of NvImportIsCorrectFileType.
-enum Verdict { VerdictNo = 0, VerdictPossible = 1, VerdictSure = 2 };
+enum Verdict { VerdictPossible = 1, VerdictSure = 2 };
 
 struct CloseDirectory {
     void operator()(DIR* stream) const { closedir(stream); }
@@ -51,46 +52,11 @@ std::string DirectoryOf(const std::string& path) {
     return separator == std::string::npos ? "./" : path.substr(0, separator + 1);
 }
 
-const link_map* LinkMapOf(void* module) {
-    link_map* map = nullptr;
-    return dlinfo(module, RTLD_DI_LINKMAP, static_cast<void*>(&map)) == 0 ? map : nullptr;
-}
-
-// The module's own function of the name. A look-up by name also finds those of the libraries that the
-// module is linked with, this one perhaps; to call them with the module's numbers would mix up formats.
-void* OwnSymbol(void* module, const char* name) {
-    void* symbol = dlsym(module, name);
-    if (symbol == nullptr) {
-        return nullptr;
-    }
-    Dl_info info;
-    link_map* owner = nullptr;
-    if (dladdr1(symbol, &info, reinterpret_cast<void**>(&owner), RTLD_DL_LINKMAP) == 0) {
-        return nullptr;
-    }
-    return owner == LinkMapOf(module) ? symbol : nullptr;
-}
-
-template <class Function>
-Function* OwnFunction(void* module, const char* name, Function* /*shape*/) {
-    return reinterpret_cast<Function*>(OwnSymbol(module, name));
-}
-
-#define OWN_FUNCTION(module, name) OwnFunction(module, #name, &(name))
-
 }  // namespace
 
-ImportDLLLoader::~ImportDLLLoader() {
-    // Each module once, at its first format; without a list, for which there may be no memory.
-    for (auto instance = instances.begin(); instance != instances.end(); ++instance) {
-        const bool isFirst = std::none_of(instances.begin(), instance, [&](const InstanceInfo& earlier) {
-            return earlier.module == instance->module;
-        });
-        if (isFirst) {
-            ReleaseDLL(instance->module);
-        }
-    }
-}
+ImportDLLLoader::ImportDLLLoader() = default;
+
+ImportDLLLoader::~ImportDLLLoader() = default;
 
 void ImportDLLLoader::Init(const char* pluginDirectory) {
     const std::string program = ProgramPath();
@@ -118,16 +84,7 @@ const NvImportFileFormatInfo* ImportDLLLoader::GetInfo(int i) const {
 
 SpreadsheetFile* ImportDLLLoader::GetSpreadsheetFile(int i) const {
     const InstanceInfo& instance = InstanceAt(i);
-    DLLFile::Functions functions;
-    functions.open = OWN_FUNCTION(instance.module, NvImportOpen);
-    functions.close = OWN_FUNCTION(instance.module, NvImportClose);
-    functions.getLastError = OWN_FUNCTION(instance.module, NvImportGetLastError);
-    functions.establishSize = OWN_FUNCTION(instance.module, NvImportEstablishSize);
-    functions.read = OWN_FUNCTION(instance.module, NvImportRead);
-    functions.write = OWN_FUNCTION(instance.module, NvImportWrite);
-    functions.getWarning = OWN_FUNCTION(instance.module, NvImportGetWarning);
-    functions.setSpec = OWN_FUNCTION(instance.module, NvImportSetSpec);
-    return new DLLFile(functions, instance.index, *instance.info);
+    return new DLLFile(ModuleOf(instance).GetReaderFunctions(), instance.index, *instance.info);
 }
 
 int ImportDLLLoader::GetSpreadsheetFileIndex(const char* fileName) {
@@ -181,14 +138,11 @@ int ImportDLLLoader::ChooseByVerdicts(const char* fileName, const std::vector<in
 
 int ImportDLLLoader::GetVerdict(int i, const char* fileName) const {
     const InstanceInfo& instance = InstanceAt(i);
-    const auto ask = OWN_FUNCTION(instance.module, NvImportIsCorrectFileType);
-    // A module that has no test may have the file's format.
-    return ask == nullptr ? static_cast<int>(VerdictPossible) : ask(instance.index, fileName);
+    return ModuleOf(instance).GetVerdict(instance.index, fileName);
 }
 
 std::string ImportDLLLoader::GetModulePath(int i) const {
-    const auto found = modulePaths.find(InstanceAt(i).module);
-    return found == modulePaths.end() ? std::string() : found->second;
+    return ModuleOf(InstanceAt(i)).GetPath();
 }
 
 int ImportDLLLoader::SelectFormat(std::vector<InstanceInfo>& candidates, const char* /*fileName*/) {
@@ -205,37 +159,49 @@ int ImportDLLLoader::GetIndex(const InstanceInfo* instance) const {
 }
 
 void ImportDLLLoader::ExtractFileTypes(const std::string& path) {
-    // A program can't be loaded into itself; asked for without a name, it answers for itself.
-    const char* name = path == ProgramPath() ? nullptr : path.c_str();
-    void* module = dlopen(name, RTLD_NOW | RTLD_LOCAL);
+    void* const module = AddModule(path);
     if (module == nullptr) {
         return;
     }
-    if (const auto init = OWN_FUNCTION(module, NvImportInitPackage)) {
-        init();
+    ImportModule& added = *modules.at(module);
+    const int size = added.CountFormats();
+    if (size == 0) {
+        // Nothing will ever replace its formats, so nothing releases it.
+        added.Keep();
     }
-    const auto sizeFormats = OWN_FUNCTION(module, NvImportSizeFileFormatsSupported);
-    const auto getInfo = OWN_FUNCTION(module, NvImportGetFileFormatInfo);
-    if (sizeFormats == nullptr || getInfo == nullptr) {
-        ReleaseDLL(module);
-        return;
-    }
-    modulePaths[module] = path;
-    const bool isListed = IsUsed(module);
-    const int size = sizeFormats();
     for (int i = 1; i <= size; ++i) {
-        const NvImportFileFormatInfo* info = getInfo(i);
+        const NvImportFileFormatInfo* info = added.GetFormatInfo(i);
+        if (info == nullptr) {
+            continue;
+        }
         void* replaced = RemoveFormat(info->formatName);
         instances.push_back({module, i, info});
         // Only now: a module that names a format twice replaces its own and stays.
         if (replaced != nullptr && !IsUsed(replaced)) {
-            ReleaseDLL(replaced);
+            modules.erase(replaced);
         }
     }
-    if (isListed) {
-        // It was found a second time; the list needs it loaded once.
-        dlclose(module);
+}
+
+// The module at the path, which is listed from now on; one that was listed already, under another name
+// perhaps, is loaded and told so once. Null for what is no plug-in.
+void* ImportDLLLoader::AddModule(const std::string& path) {
+    const bool isProgram = path == ProgramPath();
+    void* const known = ImportModule::FindLoaded(path, isProgram);
+    if (known != nullptr && modules.contains(known)) {
+        return known;
     }
+    std::unique_ptr<ImportModule> module = ImportModule::Load(path, isProgram);
+    if (module == nullptr) {
+        return nullptr;
+    }
+    void* const handle = module->GetHandle();
+    modules.emplace(handle, std::move(module));
+    return handle;
+}
+
+const ImportModule& ImportDLLLoader::ModuleOf(const InstanceInfo& instance) const {
+    return *modules.at(instance.module);
 }
 
 const ImportDLLLoader::InstanceInfo& ImportDLLLoader::InstanceAt(int i) const {
@@ -295,11 +261,4 @@ void ImportDLLLoader::MatchExtension(const char* fileName, const std::vector<Ins
             }
         }
     }
-}
-
-void ImportDLLLoader::ReleaseDLL(void* module) {
-    if (const auto release = OWN_FUNCTION(module, NvImportReleasePackage)) {
-        release();
-    }
-    dlclose(module);
 }

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "base/Export.h"
 #include "frame/NvImport.h"
 
+class ImportModule;
 class SpreadsheetFile;
 
 /**
@@ -26,7 +28,7 @@ public:
         const NvImportFileFormatInfo* info; /**< the module's record, not copied */
     };
 
-    ImportDLLLoader() = default;
+    ImportDLLLoader();
     ImportDLLLoader(const ImportDLLLoader&) = delete;
     ImportDLLLoader& operator=(const ImportDLLLoader&) = delete;
     /** Unloads the modules. What GetSpreadsheetFile made must be gone by then. */
@@ -73,8 +75,9 @@ private:
     bool IsUsed(void* module) const;
     static void MatchExtension(const char* fileName, const std::vector<InstanceInfo>& candidates,
                                std::vector<InstanceInfo>& matches);
-    static void ReleaseDLL(void* module);
+    void* AddModule(const std::string& path);
+    const ImportModule& ModuleOf(const InstanceInfo& instance) const;
 
     std::vector<InstanceInfo> instances;
-    std::map<void*, std::string> modulePaths;
+    std::map<void*, std::unique_ptr<ImportModule>> modules;
 };

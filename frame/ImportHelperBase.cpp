@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <string_view>
+#include <utility>
 
 #include "base/CopyMessage.h"
 #include "frame/OptionsText.h"
@@ -26,8 +28,93 @@ constexpr int AnswerDefault = 1;
 
 constexpr unsigned int ErrorTextSize = 1024;
 
+// A reader's word that the user has stopped it: nothing to show.
+constexpr std::string_view AbortedByUser = "AbortedByUser";
+
 constexpr const char* ExceptionInRead = "Exception during file reading. Import will be aborted.";
 constexpr const char* ExceptionInWrite = "Exception during file writing. Export will be aborted.";
+
+/**
+ * The options record of one read. A caller's record with bytes is an input, of which the reader gets a copy:
+ * some renew it with memory of their own. An empty one is the caller's to be filled, and is left either with
+ * bytes of its own or empty.
+ */
+class ReadOptionsRecord {
+public:
+    explicit ReadOptionsRecord(NvImportOpenOptions* options)
+        : caller(options), isToBeFilled(WantsOptions(options)) {
+        if (options != nullptr && !isToBeFilled) {
+            input = options;
+        }
+    }
+    ReadOptionsRecord(const ReadOptionsRecord&) = delete;
+    ReadOptionsRecord& operator=(const ReadOptionsRecord&) = delete;
+    ~ReadOptionsRecord() {
+        if (isToBeFilled && !isKept) {
+            // The bytes were the reader's, or nobody's any more.
+            if (ownsBytes) {
+                SpreadsheetOpenOptions::FreeOpenOptions(caller);
+            }
+            *caller = {0, nullptr};
+        }
+    }
+
+    /** What the reader is given; null where the caller has no record. */
+    NvImportOpenOptions* ForReader() {
+        if (caller == nullptr || isToBeFilled) {
+            return caller;
+        }
+        lent = *static_cast<const NvImportOpenOptions*>(input);
+        return &lent;
+    }
+
+    /** Before the reader is closed: takes over the bytes, whose memory is about to go. */
+    void TakeBytes() {
+        if (isToBeFilled) {
+            SpreadsheetOpenOptions::CopyOpenOptions(caller, caller);
+            ownsBytes = true;
+        }
+    }
+    /** The read has succeeded. */
+    void Keep() { isKept = true; }
+
+private:
+    NvImportOpenOptions* caller;
+    SpreadsheetOpenOptions input{nullptr};
+    NvImportOpenOptions lent{0, nullptr};
+    bool isToBeFilled;
+    bool ownsBytes = false;
+    bool isKept = false;
+};
+
+/** Closes a reader after an exception; a second one goes nowhere. */
+void CloseQuietly(SpreadsheetFile* reader) {
+    try {
+        if (reader != nullptr) {
+            reader->Close();
+        }
+    } catch (...) {
+        // What went wrong before is what the user is told.
+    }
+}
+
+/** The progress bar of a read, for as long as this lives: it goes also when the read throws. */
+class ProgressBar {
+public:
+    explicit ProgressBar(std::function<void()> stopBar) : stop(std::move(stopBar)) {}
+    ProgressBar(const ProgressBar&) = delete;
+    ProgressBar& operator=(const ProgressBar&) = delete;
+    ~ProgressBar() {
+        try {
+            stop();
+        } catch (...) {
+            // A bar that can't be taken away doesn't undo the read.
+        }
+    }
+
+private:
+    std::function<void()> stop;
+};
 
 }  // namespace
 
@@ -163,7 +250,7 @@ bool ImportHelperBase::FailWith(SpreadsheetFile& reader) {
     // One byte more than is said: DLLFile ends a long text behind the size.
     char buffer[ErrorTextSize + 1] = "";
     reader.GetErrorMessage(buffer, ErrorTextSize);
-    SetErrorText(buffer);
+    SetErrorText(buffer == AbortedByUser ? std::string_view() : std::string_view(buffer));
     return false;
 }
 
@@ -186,14 +273,13 @@ bool ImportHelperBase::ReadWith(SpreadsheetFile& reader, SpreadsheetData* data, 
     }
     data->SetDataSize(cols, rows);
     ShowProgressBarWhileReading(data, cols, rows);
-    const int result = reader.Read(data);
-    StopProgressBar(data);
+    int result = SpreadsheetFile::StatusOk;
+    {
+        const ProgressBar bar([&] { StopProgressBar(data); });
+        result = reader.Read(data);
+    }
     if (result != SpreadsheetFile::StatusOk) {
-        FailWith(reader);
-        if (errorText == "AbortedByUser") {
-            errorText.clear();
-        }
-        return false;
+        return FailWith(reader);
     }
     const char* warning = reader.GetWarningMessage();
     return warning == nullptr || warning[0] == '\0' ||
@@ -203,48 +289,32 @@ bool ImportHelperBase::ReadWith(SpreadsheetFile& reader, SpreadsheetData* data, 
 bool ImportHelperBase::ReadSpreadsheetFile(const char* fileNames, int formatChoice, SpreadsheetData* data,
                                            NvImportOpenOptions* options, bool formatIsIndex,
                                            ImportSpecBase* spec) {
-    const bool fillOptions = WantsOptions(options);
     if (!formatIsIndex || formatChoice < 1) {
         ReadErrors error = ReadOk;
         if (!CheckFilesBeforeRead(fileNames, formatChoice, error, true)) {
             return false;
         }
     }
-    // Some readers renew a record that holds bytes too, with memory of their own. That must not reach the
-    // caller, whose record is an input.
-    NvImportOpenOptions input{0, nullptr};
-    if (options != nullptr && !fillOptions) {
-        input = *options;
-    }
     std::unique_ptr<SpreadsheetFile> reader;
-    bool success = false;
     try {
+        ReadOptionsRecord record(options);
         reader.reset(loader->GetSpreadsheetFile(formatChoice));
-        reader->Open(true, fileNames, options == nullptr || fillOptions ? options : &input);
+        reader->Open(true, fileNames, record.ForReader());
         if (spec != nullptr) {
             reader->SetImportSpec(spec);
         }
-        success = ReadWith(*reader, data, formatChoice);
-        if (success && fillOptions) {
-            // The bytes are the reader's, whose memory is about to go.
-            SpreadsheetOpenOptions::CopyOpenOptions(options, options);
+        if (!ReadWith(*reader, data, formatChoice)) {
+            return false;
         }
-        if (success) {
-            reader->Close();
-        }
+        record.TakeBytes();
+        reader->Close();
+        record.Keep();
+        return true;
     } catch (...) {
-        success = false;
         SetErrorText(ExceptionInRead);
-        if (reader != nullptr) {
-            reader->Close();
-        }
+        CloseQuietly(reader.get());
+        return false;
     }
-    reader.reset();
-    if (!success && fillOptions) {
-        options->size = 0;
-        options->data = nullptr;
-    }
-    return success;
 }
 
 // The format number for a write; 0 when there is none.

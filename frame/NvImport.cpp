@@ -18,11 +18,14 @@ SpreadsheetFile* Reader(void* handle) {
 
 }  // namespace
 
-void NvImportInitPackage() {}
+void NvImportInitPackage() {
+    SprFileFactory::CloseRegistry();
+}
 
 void NvImportReleasePackage() {}
 
 int NvImportSizeFileFormatsSupported() {
+    SprFileFactory::CloseRegistry();
     return SprFileFactory::SizeInfos();
 }
 
@@ -57,7 +60,7 @@ void NvImportClose(int /*index*/, void* handle) {
 }
 
 const char* NvImportGetLastError(int /*index*/, void* handle) {
-    static char text[ErrorTextSize];
+    thread_local char text[ErrorTextSize];
     Reader(handle)->GetErrorMessage(text, ErrorTextSize);
     return text;
 }

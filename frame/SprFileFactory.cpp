@@ -1,6 +1,7 @@
 #include "frame/SprFileFactory.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <iterator>
 #include <map>
@@ -27,6 +28,9 @@ Registry& TheRegistry() {
     return registry;
 }
 
+// Set once, by any thread that calls a flat function.
+std::atomic<bool> isRegistryClosed = false;
+
 const Entry& EntryAt(int index) {
     return std::next(TheRegistry().begin(), std::max(index, 1) - 1)->second;
 }
@@ -35,7 +39,10 @@ const Entry& EntryAt(int index) {
 
 SprFileFactory::SprFileFactory(const char* formatName, const char* readFilter, const char* writeFilter,
                                int numExtensions, const char* extensions, char canWrite, char canRead,
-                               char canReadMany, char sinkFlag, char hostFlag, char newPriority) {
+                               char canReadMany, char sinkFlag, char hostFlag, signed char newPriority) {
+    if (isRegistryClosed) {
+        return;
+    }
     Registry& registry = TheRegistry();
     const auto taken = std::find_if(registry.begin(), registry.end(), [&](const auto& item) {
         return EqualIgnoringCase(item.second.info.formatName, formatName);
@@ -50,6 +57,14 @@ SprFileFactory::SprFileFactory(const char* formatName, const char* readFilter, c
                                          extensions, canWrite,   canRead,     canReadMany,
                                          sinkFlag,   hostFlag,   {0, 0, 0}};
     registry.emplace(readFilter, Entry{info, this});
+}
+
+SprFileFactory::~SprFileFactory() {
+    std::erase_if(TheRegistry(), [this](const auto& item) { return item.second.factory == this; });
+}
+
+void SprFileFactory::CloseRegistry() {
+    isRegistryClosed = true;
 }
 
 int SprFileFactory::SizeInfos() {

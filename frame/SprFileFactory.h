@@ -35,6 +35,12 @@ public:
 
     int GetPriority() const { return priority; }
 
+    /**
+     * No format enters any more: hosts know formats by their places. Said by the first call of a flat
+     * function; a module's factories that come later are left out.
+     */
+    static void CloseRegistry();
+
     /** The number of registered formats. */
     static int SizeInfos();
 
@@ -51,8 +57,9 @@ protected:
      */
     SprFileFactory(const char* formatName, const char* readFilter, const char* writeFilter, int numExtensions,
                    const char* extensions, char canWrite, char canRead, char canReadMany, char sinkFlag,
-                   char hostFlag, char newPriority);
-    ~SprFileFactory() = default;
+                   char hostFlag, signed char newPriority);
+    /** Takes the format off the registry. */
+    ~SprFileFactory();
 
 private:
     // Stays 0, whatever the constructor was given: so a later factory of a name always replaces an

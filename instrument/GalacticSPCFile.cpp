@@ -727,7 +727,7 @@ int GalacticSPCFile::SelectFilesToImport(const std::vector<int>& places) {
     return StatusOk;
 }
 
-GalacticSPCFileFactory::GalacticSPCFileFactory(char priority)
+GalacticSPCFileFactory::GalacticSPCFileFactory(signed char priority)
     : SprFileFactory("GalacticSPC File", "Galactic SPC Files (*.spc)", nullptr, 1, ".spc\0", 0, 1, 1, 1, 1,
                      priority) {}
 

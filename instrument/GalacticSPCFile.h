@@ -149,7 +149,7 @@ private:
 
 class KARTA_EXPORT GalacticSPCFileFactory : public SprFileFactory {
 public:
-    explicit GalacticSPCFileFactory(char priority);
+    explicit GalacticSPCFileFactory(signed char priority);
     MyKindOfFile IsMyKindOfFile(const char* fileName) override;
     SpreadsheetFile* GetSpreadsheetFile() override;
 };

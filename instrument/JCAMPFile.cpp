@@ -1041,7 +1041,7 @@ std::vector<FileContents::Fact> JCAMPFile::ListFacts() {
     return facts;
 }
 
-JCAMPFileFactory::JCAMPFileFactory(char priority)
+JCAMPFileFactory::JCAMPFileFactory(signed char priority)
     : SprFileFactory("JCAMP-DX File", "JCAMP-DX Files (*.jcm; *.dx; *.jdx)", nullptr, 3, ".jcm\0.dx\0.jdx\0",
                      0, 1, 1, 1, 0, priority) {}
 

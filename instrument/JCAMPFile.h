@@ -196,7 +196,7 @@ private:
 
 class KARTA_EXPORT JCAMPFileFactory : public SprFileFactory {
 public:
-    explicit JCAMPFileFactory(char priority);
+    explicit JCAMPFileFactory(signed char priority);
     MyKindOfFile IsMyKindOfFile(const char* fileName) override;
     SpreadsheetFile* GetSpreadsheetFile() override;
 };

@@ -510,7 +510,7 @@ std::vector<FileContents::Fact> Excel2007File::ListFacts() {
             {"sheets", std::to_string(sheetNames.size())}};
 }
 
-Excel2007FileFactory::Excel2007FileFactory(char priority)
+Excel2007FileFactory::Excel2007FileFactory(signed char priority)
     : SprFileFactory("Excel2007 File", "Excel 2007 Files (*.xlsx; *.xlsb)", "Excel 2007 Files (*.xlsx)", 2,
                      ".xlsx\0.xlsb\0", 0, 1, 0, 1, 0, priority) {}
 

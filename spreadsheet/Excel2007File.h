@@ -148,7 +148,7 @@ private:
 
 class KARTA_EXPORT Excel2007FileFactory : public SprFileFactory {
 public:
-    explicit Excel2007FileFactory(char priority);
+    explicit Excel2007FileFactory(signed char priority);
     MyKindOfFile IsMyKindOfFile(const char* fileName) override;
     SpreadsheetFile* GetSpreadsheetFile() override;
 };

@@ -892,7 +892,7 @@ double ExcelFile::NumFromRk(int rk) {
     return isHundredfold ? value / 100.0 : value;
 }
 
-ExcelFileFactory::ExcelFileFactory(char priority)
+ExcelFileFactory::ExcelFileFactory(signed char priority)
     : SprFileFactory("Excel File", "Excel 97-2003 Files (*.xl*)", nullptr, 2, ".xls\0.xlw\0", 0, 1, 0, 1, 1,
                      priority) {}
 

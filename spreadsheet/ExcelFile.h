@@ -178,7 +178,7 @@ private:
 
 class KARTA_EXPORT ExcelFileFactory : public SprFileFactory {
 public:
-    explicit ExcelFileFactory(char priority);
+    explicit ExcelFileFactory(signed char priority);
     MyKindOfFile IsMyKindOfFile(const char* fileName) override;
     SpreadsheetFile* GetSpreadsheetFile() override;
 };

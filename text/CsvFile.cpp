@@ -137,7 +137,7 @@ int CsvFile::GetSelectedDelimiter(char* firstLine, file_iterator begin, file_ite
     return status;
 }
 
-CsvFileFactory::CsvFileFactory(char priority)
+CsvFileFactory::CsvFileFactory(signed char priority)
     : SprFileFactory("CSV File", "CSV Files (*.csv)", nullptr, 1, ".csv\0", 0, 1, 0, 1, 1, priority) {}
 
 MyKindOfFile CsvFileFactory::IsMyKindOfFile(const char* /*fileName*/) {

@@ -57,7 +57,7 @@ protected:
 
 class KARTA_EXPORT CsvFileFactory : public SprFileFactory {
 public:
-    explicit CsvFileFactory(char priority);
+    explicit CsvFileFactory(signed char priority);
     MyKindOfFile IsMyKindOfFile(const char* fileName) override;
     SpreadsheetFile* GetSpreadsheetFile() override;
 };

@@ -285,7 +285,7 @@ NvImportOpenOptions* TextFile::GetImportOptions(const std::string& delimiter, bo
     return options;
 }
 
-TextFileFactory::TextFileFactory(char priority)
+TextFileFactory::TextFileFactory(signed char priority)
     : SprFileFactory("Text File", "Text Files (*.txt; *.dat)", "Text File (*.txt)", 2, ".txt\0.dat\0", 1, 1,
                      0, 1, 1, priority) {}
 

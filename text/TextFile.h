@@ -85,7 +85,7 @@ private:
 
 class KARTA_EXPORT TextFileFactory : public SprFileFactory {
 public:
-    explicit TextFileFactory(char priority);
+    explicit TextFileFactory(signed char priority);
     MyKindOfFile IsMyKindOfFile(const char* fileName) override;
     SpreadsheetFile* GetSpreadsheetFile() override;
 };

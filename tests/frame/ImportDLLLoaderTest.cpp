@@ -338,3 +338,13 @@ TEST_F(ModuleTest, HostChoosesAmongEquals) {
     EXPECT_EQ(asking.GetSpreadsheetFileIndex("/none/a.unheard-of"), -1);
     EXPECT_EQ(asking.asked, 0U);
 }
+
+TEST_F(ModuleTest, OpenOnAFailedObjectReturnsItsStatusAndTouchesNothing) {
+    Load("whole");
+    const auto reader = Reader("Test Module File");
+    ASSERT_EQ(reader->Open(true, File("fail").c_str(), nullptr), 0x801);
+    EXPECT_EQ(reader->Open(true, File("number").c_str(), nullptr), 0x801);
+    EXPECT_EQ(Message(*reader), "The module's own reason.");
+    reader->Close();
+    EXPECT_EQ(reader->Open(true, File("number").c_str(), nullptr), 0);
+}

@@ -31,7 +31,7 @@ public:
     }
     int Open(bool, const char* fileName, NvImportOpenOptions* options) override {
         act = std::filesystem::path(fileName).stem();
-        status = act == "open" ? 0x77 : 0;
+        status = act == "open" ? 0x77 : act == "stop" ? 4 : 0;
         if (WantsOptions(options)) {
             options->size = sizeof bytes;
             options->data = bytes;
@@ -447,4 +447,26 @@ TEST_F(DriverTest, FailedWriteHasTheWritersText) {
 TEST_F(DriverTest, NullTableReachesTheWriterAsNull) {
     EXPECT_TRUE(host.WriteSpreadsheetFile(folder.Path("good.act").c_str(), WriterOf("Acting File"), nullptr,
                                           nullptr));
+}
+
+TEST_F(DriverTest, ReaderStoppedByTheUserWhileOpeningLeavesNoText) {
+    host.ReadSpreadsheetFile(folder.Write("open.act", "x").c_str(), 1, &table, nullptr, false, nullptr);
+    ASSERT_NE(host.GetErrorMessage(), "");
+    EXPECT_FALSE(
+        host.ReadSpreadsheetFile(folder.Write("stop.act", "x").c_str(), 1, &table, nullptr, false, nullptr));
+    EXPECT_EQ(host.GetErrorMessage(), "");
+}
+
+TEST_F(DriverTest, ProgressBarGoesAlsoWhenTheReadThrows) {
+    host.said.clear();
+    EXPECT_FALSE(
+        host.ReadSpreadsheetFile(folder.Write("throw.act", "x").c_str(), 1, &table, nullptr, false, nullptr));
+    EXPECT_NE(host.said.find("stop"), std::string::npos) << host.said;
+}
+
+TEST_F(DriverTest, NoTableAtAllIsWrittenAsOneWithoutCells) {
+    for (const char* format : {"Text File", "DIF File", "DIF File(OEM)", "Matlab File"}) {
+        host.WriteSpreadsheetFile(folder.Path("empty.out").c_str(), WriterOf(format), nullptr, nullptr);
+    }
+    SUCCEED() << "what the writers make of it is theirs; none may end the host";
 }

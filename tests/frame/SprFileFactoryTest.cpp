@@ -4,7 +4,9 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
+#include "frame/NvImport.h"
 #include "frame/SpreadsheetFile.h"
 
 namespace {
@@ -21,7 +23,7 @@ public:
 
 class TestFactory : public SprFileFactory {
 public:
-    TestFactory(const char* name, const char* filter, char priority)
+    TestFactory(const char* name, const char* filter, signed char priority)
         : SprFileFactory(name, filter, nullptr, 1, ".zz1\0", 0, 1, 0, 1, 0, priority) {}
     MyKindOfFile IsMyKindOfFile(const char*) override { return KindNo; }
     SpreadsheetFile* GetSpreadsheetFile() override { return new NoFile; }
@@ -35,6 +37,37 @@ int CountName(const char* name) {
     }
     return count;
 }
+
+std::vector<std::string> FiltersOf(const char* name) {
+    std::vector<std::string> filters;
+    for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
+        if (std::strcmp(SprFileFactory::GetInfo(i)->formatName, name) == 0) {
+            filters.emplace_back(SprFileFactory::GetInfo(i)->readFilter);
+        }
+    }
+    return filters;
+}
+
+/** Formats that enter the registry as all do, before main. */
+struct Registered {
+    TestFactory first{"Test Name A", "~Test A1", 1};
+    int sizeBeforeOtherCase = SprFileFactory::SizeInfos();
+    TestFactory otherCase{"TEST name a", "~Test A2", 1};
+    int sizeAfterOtherCase = SprFileFactory::SizeInfos();
+
+    TestFactory kept{"Test Name B", "~Test B1", 1};
+    TestFactory negative{"Test Name B", "~Test B2", -1};
+    std::vector<std::string> filtersOfB = FiltersOf("Test Name B");
+
+    TestFactory taken{"Test Name D", "~Test D1", 1};
+    TestFactory sameFilter{"Test Name D other", "~Test D1", 1};
+
+    bool passingWasListed = [] {
+        const TestFactory passing("Test Name E", "~Test E1", 1);
+        return CountName("Test Name E") == 1;
+    }();
+};
+const Registered registered;
 
 }  // namespace
 
@@ -51,35 +84,35 @@ TEST(SprFileFactory, IndexBelowOneMeansTheFirst) {
     EXPECT_EQ(SprFileFactory::GetInfo(-5), SprFileFactory::GetInfo(1));
 }
 
-// The registry lasts as long as the program, so these factories stay, and each test uses names of its own.
 TEST(SprFileFactory, LaterFactoryOfANameInOtherCaseReplacesTheEarlier) {
-    static TestFactory first("Test Name A", "~Test A1", 1);
-    const int size = SprFileFactory::SizeInfos();
-    static TestFactory second("TEST name a", "~Test A2", 1);
-    EXPECT_EQ(SprFileFactory::SizeInfos(), size);
+    EXPECT_EQ(registered.sizeAfterOtherCase, registered.sizeBeforeOtherCase);
     EXPECT_EQ(CountName("Test Name A"), 0);
     EXPECT_EQ(CountName("TEST name a"), 1);
 }
 
 TEST(SprFileFactory, NegativePriorityNeverReplaces) {
-    static TestFactory first("Test Name B", "~Test B1", 1);
-    const int size = SprFileFactory::SizeInfos();
-    static TestFactory second("Test Name B", "~Test B2", -1);
-    EXPECT_EQ(SprFileFactory::SizeInfos(), size);
-    EXPECT_STREQ(SprFileFactory::GetInfo(size)->readFilter, "~Test B1");
+    EXPECT_EQ(registered.filtersOfB, std::vector<std::string>{"~Test B1"});
 }
 
 TEST(SprFileFactory, PriorityIsNotKept) {
-    static TestFactory factory("Test Name C", "~Test C1", 9);
-    EXPECT_EQ(factory.GetPriority(), 0);
+    EXPECT_EQ(registered.otherCase.GetPriority(), 0);
 }
 
 TEST(SprFileFactory, FilterThatIsTakenDropsTheNewFormat) {
-    static TestFactory first("Test Name D", "~Test D1", 1);
-    const int size = SprFileFactory::SizeInfos();
-    static TestFactory second("Test Name D other", "~Test D1", 1);
-    EXPECT_EQ(SprFileFactory::SizeInfos(), size);
+    EXPECT_EQ(CountName("Test Name D"), 1);
     EXPECT_EQ(CountName("Test Name D other"), 0);
+}
+
+TEST(SprFileFactory, FactoryThatGoesTakesItsFormatAlong) {
+    EXPECT_TRUE(registered.passingWasListed);
+    EXPECT_EQ(CountName("Test Name E"), 0);
+}
+
+TEST(SprFileFactory, NothingIsRegisteredAfterTheFirstFlatCall) {
+    const int size = NvImportSizeFileFormatsSupported();
+    const TestFactory late("Test Name F", "~Test F1", 1);
+    EXPECT_EQ(SprFileFactory::SizeInfos(), size);
+    EXPECT_EQ(CountName("Test Name F"), 0);
 }
 
 TEST(SpreadsheetFile, FreshObjectHasNoFailure) {

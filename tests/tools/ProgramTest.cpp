@@ -80,12 +80,12 @@ TEST_F(ProgramTest, HelpStartsWithTheLineThatReadsAFile) {
 }
 
 TEST_F(ProgramTest, VersionAndHelpWorkEverywhere) {
-    EXPECT_EQ(Run("--version").out, "karta-import 1.0.0\n");
+    EXPECT_EQ(Run("--version").out, "karta-import 2.0.0\n");
     for (const char* verb : {"formats", "detect", "info", "show", "convert", "trace"}) {
         EXPECT_EQ(Run(std::string(verb) + " --help").status, 0) << verb;
-        EXPECT_EQ(Run(std::string(verb) + " --version").out, "karta-import 1.0.0\n") << verb;
+        EXPECT_EQ(Run(std::string(verb) + " --version").out, "karta-import 2.0.0\n") << verb;
         EXPECT_EQ(Run(std::string("--help ") + verb).out, Run("--help").out) << verb;
-        EXPECT_EQ(Run(std::string("--version ") + verb).out, "karta-import 1.0.0\n") << verb;
+        EXPECT_EQ(Run(std::string("--version ") + verb).out, "karta-import 2.0.0\n") << verb;
     }
 }
 
