@@ -14,7 +14,8 @@ karta_format(spreadsheet/Excel2007File spreadsheet/Excel2007Binary spreadsheet/W
 karta_format(spreadsheet/LotusFile CASES lotus)
 karta_format(instrument/USDBase instrument/USDOptions) # what the readers of spectra on one axis share
 karta_format(instrument/GalacticSPCFile instrument/SPCDate CASES spc)
-karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPLabels instrument/JCAMPStream CASES jcamp)
+karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPInterPolate instrument/JCAMPLabels
+             instrument/JCAMPSeries instrument/JCAMPStream CASES jcamp)
 karta_format(instrument/BrukerOPUS instrument/OPUSReader instrument/OPUSSelection CASES opus)
 karta_format(instrument/BrukerOPUSInterpolated instrument/InterPolateValues)
 karta_format(instrument/ChemStationFile CASES chemstation)
