@@ -2,10 +2,16 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
+#include <optional>
 #include <string>
 #include <string_view>
 
-#include "base/CopyMessage.h"
+#include "frame/CellOutput.h"
+#include "frame/CompleteOptions.h"
+#include "frame/FormatRecogniser.h"
+#include "spreadsheet/CellErrors.h"
+#include "spreadsheet/NumberFormats.h"
 
 namespace {
 
@@ -31,8 +37,11 @@ constexpr int TypeInteger = 13;
 constexpr int TypeNumber = 14;
 constexpr int TypeLabel = 15;
 constexpr int TypeFormula = 16;
+constexpr int TypeString = 51;
 // No record of this generation has a greater type.
 constexpr int LastType = 0x100;
+// No version has more columns; nothing lies beyond but damage.
+constexpr int LastColumn = 256;
 
 // First column, first row, last column, last row.
 constexpr std::size_t DimensionsSize = 8;
@@ -44,9 +53,15 @@ constexpr int FormulaSize = 13;
 // With the alignment prefix and no text.
 constexpr int LabelSize = 6;
 
-constexpr std::string_view SupportedFormats =
-    "Lotus 1-2-3 version 1.A (WKS)\r\nLotus 1-2-3 version 2.0-2.2 (WK1)\r\nSymphony file 1.0/1.01 (WRK) "
-    "and\r\nSymphony file 1.1/1.2/2.0 (WR1).";
+// The program's own page; the pages of other countries' versions can't be told from a file.
+constexpr int OemCodePage = 850;
+
+// How often a walk looks whether it is to stop.
+constexpr int RecordsBetweenLooks = 4096;
+
+#define SUPPORTED_FORMATS                                                                                 \
+    "Lotus 1-2-3 version 1.A (WKS)\r\nLotus 1-2-3 version 2.0-2.2 (WK1)\r\nSymphony file 1.0/1.01 (WRK) " \
+    "and\r\nSymphony file 1.1/1.2/2.0 (WR1)."
 
 // The fewest bytes of a cell's body; 0 for records that are no cells.
 int SmallestBody(int type) {
@@ -92,10 +107,211 @@ int StatusOfNewVersion(int version) {
     }
 }
 
+// What the last versions mark a cell without a number by: an infinity for an error, the other for a value
+// that isn't available.
+bool IsError(double value) {
+    return !std::isfinite(value);
+}
+
+std::string_view ErrorTextOf(double value) {
+    return std::signbit(value) ? "NA" : "ERR";
+}
+
+// What a cell's format byte shows of its number; its highest bit protects the cell.
+NumberKind KindOf(std::uint8_t format) {
+    switch (format & 0x7F) {
+        case 0x72:
+        case 0x73:
+        case 0x74:
+        case 0x79:
+        case 0x7A:
+            return NumberKind::Date;
+        case 0x77:
+        case 0x78:
+        case 0x7B:
+        case 0x7C:
+            return NumberKind::Time;
+        default:
+            return NumberKind::Number;
+    }
+}
+
+// The numbers that the classic reading passes on from a formula, bit for bit.
+bool IsValidDouble(double value) {
+    switch (std::bit_cast<std::uint64_t>(value)) {
+        case 0xFFF8000000000000:
+        case 0x7FF0000000000000:
+        case 0xFFF0000000000000:
+        case 0xFAFFFFFFFFFFFFFF:
+            return true;
+        default:
+            return false;
+    }
+}
+
+FormatRecogniser::Evidence Recognise(const char* /*path*/, std::string_view head) {
+    ByteCursor cursor({reinterpret_cast<const std::uint8_t*>(head.data()), head.size()});
+    const int type = cursor.ReadI16();
+    const int length = cursor.ReadI16();
+    const int version = cursor.ReadU16();
+    const bool isKnown =
+        (length == OldBofLength && StatusOfOldVersion(version) == SpreadsheetFile::StatusOk) ||
+        (length == NewBofLength && StatusOfNewVersion(version) != LotusFile::StatusUnknownVersion);
+    return !cursor.HasFailed() && type == TypeBeginningOfFile && isKnown ? FormatRecogniser::Evidence::Proof
+                                                                         : FormatRecogniser::Evidence::None;
+}
+
 }  // namespace
+
+/** The complete rule: every cell as what it is, and what its formula gave. */
+class LotusFile::CompleteCells {
+public:
+    /** Without an output the cells are only measured. */
+    CompleteCells(CellOutput* cellOutput, const CodePage& labels) : output(cellOutput), codePage(labels) {}
+
+    void Take(const Cell& cell) {
+        if (cell.col < 1 || cell.col > LastColumn || cell.row < 1) {
+            ++outside;
+            return;
+        }
+        if (cell.kind == Cell::Kind::String) {
+            // It tells what the formula gave in place of its number.
+            formula.reset();
+        } else {
+            Flush();
+        }
+        cols = std::max(cols, cell.col);
+        rows = std::max(rows, cell.row);
+        if (cell.kind == Cell::Kind::Formula) {
+            formula = cell;
+        } else if (output != nullptr) {
+            Put(cell);
+        }
+    }
+
+    void Finish(karta::Notes& notes) {
+        Flush();
+        errors.AddTo(notes);
+        if (outside > 0) {
+            notes.Add({"cells-outside",
+                       outside,
+                       {},
+                       karta::CountOf(outside, "cell") + " with a place outside of any sheet " +
+                           (outside == 1 ? "is" : "are") + " left out"});
+        }
+    }
+
+    int GetCols() const { return cols; }
+    int GetRows() const { return rows; }
+
+private:
+    // The last formula's number, unless a text has taken its place.
+    void Flush() {
+        if (formula && output != nullptr) {
+            Put(*formula);
+        }
+        formula.reset();
+    }
+
+    void Put(const Cell& cell) {
+        switch (cell.kind) {
+            case Cell::Kind::Label:
+            case Cell::Kind::String:
+                output->Text(cell.col, cell.row, codePage.ToUtf8(cell.text));
+                break;
+            default:
+                if (IsError(cell.number)) {
+                    errors.Add(cell.col, cell.row, ErrorTextOf(cell.number));
+                    output->Error(cell.col, cell.row, ErrorTextOf(cell.number));
+                } else {
+                    PutNumber(*output, cell.col, cell.row, cell.number, KindOf(cell.format),
+                              DateSystem::From1900);
+                }
+                break;
+        }
+    }
+
+    CellOutput* output;
+    const CodePage& codePage;
+    std::optional<Cell> formula;
+    ErrorCells errors;
+    std::uint64_t outside = 0;
+    int cols = 0;
+    int rows = 0;
+};
+
+/** The classic rule: bytes as they stand, and formulas empty but for four markers. */
+class LotusFile::ClassicCells {
+public:
+    ClassicCells(ReadSpreadSheetData& target, int tableCols, int tableRows)
+        : sink(target), cols(tableCols), rows(tableRows) {}
+
+    void Take(const Cell& cell) {
+        const bool isInside = cell.col >= 1 && cell.col <= cols && cell.row >= 1 && cell.row <= rows;
+        if (cell.kind == Cell::Kind::Formula) {
+            TakeFormula(cell, isInside);
+        } else if (cell.kind == Cell::Kind::String) {
+            return;
+        } else if (!isInside) {
+            ++dropped;
+        } else if (cell.kind == Cell::Kind::Integer) {
+            sink.Set(cell.col, cell.row, static_cast<int>(cell.number));
+        } else if (cell.kind == Cell::Kind::Number) {
+            sink.Set(cell.col, cell.row, cell.number);
+        } else {
+            text.assign(cell.text);
+            sink.Set(cell.col, cell.row, text.c_str());
+        }
+    }
+
+    void AddTo(karta::Notes& notes) const {
+        if (emptied > 0) {
+            notes.Add({"classic-left-out",
+                       emptied,
+                       {},
+                       "the classic reading leaves the results of " + karta::CountOf(emptied, "formula") +
+                           " empty; the complete reading has them"});
+        }
+        if (dropped > 0) {
+            notes.Add({"classic-left-out",
+                       dropped,
+                       {},
+                       "the classic reading leaves out " + karta::CountOf(dropped, "cell") +
+                           " outside of the size that it counts; the complete reading has them"});
+        }
+    }
+
+private:
+    // A formula outside of the table is the one cell that is set there.
+    void TakeFormula(const Cell& cell, bool isInside) {
+        if (isInside && IsValidDouble(cell.number)) {
+            sink.Set(cell.col, cell.row, cell.number);
+        } else if (cell.col >= 1 && cell.row >= 1) {
+            sink.Set(cell.col, cell.row, "");
+            ++emptied;
+        }
+    }
+
+    ReadSpreadSheetData& sink;
+    int cols;
+    int rows;
+    std::uint64_t emptied = 0;
+    std::uint64_t dropped = 0;
+    std::string text;
+};
 
 LotusFile::LotusFile() = default;
 LotusFile::~LotusFile() = default;
+
+void LotusFile::Close() {
+    // The cursor looks into the file, so it goes first.
+    cursor = {};
+    stream.Close();
+    numCols = numRows = -1;
+    sizeKnown = false;
+    version = 0;
+    FormatReader::Close();
+}
 
 int LotusFile::GetNumCols() {
     MeasureOnce();
@@ -107,15 +323,27 @@ int LotusFile::GetNumRows() {
     return status == StatusOk ? numRows : -1;
 }
 
+// As the DIMENSIONS record has it, or in the complete reading as the cells do.
 void LotusFile::MeasureOnce() {
     if (status != StatusOk || sizeKnown) {
         return;
     }
+    if (IsComplete()) {
+        CompleteCells cells(nullptr, codePage);
+        status = WalkCells([&cells](const Cell& cell) { cells.Take(cell); });
+        numCols = cells.GetCols();
+        numRows = cells.GetRows();
+        sizeKnown = status == StatusOk;
+    } else if (!ReadDimensions()) {
+        status = StatusNoDimensions;
+    }
+}
+
+bool LotusFile::ReadDimensions() {
     char body[DimensionsSize] = {};
     if (!FindLotusRecord(TypeDimensions, body, sizeof body)) {
         numCols = numRows = -1;
-        status = StatusNoDimensions;
-        return;
+        return false;
     }
     ByteCursor dimensions({reinterpret_cast<const std::uint8_t*>(body), sizeof body});
     const int startCol = dimensions.ReadI16();
@@ -123,79 +351,42 @@ void LotusFile::MeasureOnce() {
     numCols = dimensions.ReadI16() - startCol + 1;
     numRows = dimensions.ReadI16() - startRow + 1;
     sizeKnown = true;
-    // A size of -1 would be a failure without a word.
-    if (numCols == -1 || numRows == -1) {
-        status = StatusNoDimensions;
-    }
+    return true;
 }
 
 void LotusFile::GetErrorMessage(char* buffer, unsigned int size) {
-    const std::string list(SupportedFormats);
-    std::string text;
-    switch (status) {
-        case StatusStreamFailed:
-            text = "Unable to open file.";
-            break;
-        case StatusNotLotus:
-            text = "The file does not seem to be a valid Lotus 1-2-3 file.";
-            break;
-        case StatusVersion3:
-            text =
-                "The file is a Lotus version 3.0 (WK3) file.  However, KARTA does only support the following "
-                "Lotus formats:\r\n\r\n" +
-                list;
-            break;
-        case StatusVersion4:
-            text =
-                "The file is a Lotus version 4.0 (WK4) file. However, KARTA does only support the following "
-                "Lotus formats:\r\n\r\n" +
-                list;
-            break;
-        case StatusJapanese:
-            text =
-                "The file is a Lotus 1-2-3/J (WJ1) file. However, KARTA does only support the following "
-                "Lotus formats:\r\n\r\n" +
-                list;
-            break;
-        case StatusFormFile:
-            text = "This file is a Lotus 1-2-3 (FRM) file. Such files cannot be imported by KARTA.";
-            break;
-        case StatusWorkbook:
-            text =
-                "The file seems to be a Lotus Workbook (123) file.  However, KARTA does only support the "
-                "following Lotus formats:\r\n\r\n" +
-                list;
-            break;
-        case StatusUnknownVersion:
-            text =
-                "unrecognized Lotus 1-2-3 version format. KARTA supports the following Lotus "
-                "formats:\r\n\r\n" +
-                list;
-            break;
-        case StatusNoDimensions:
-            text =
-                "An error occurred while trying to establish size size of the dataset. The file seems to be "
-                "corrupt and cannot be imported.";
-            break;
-        case StatusUnexpectedEnd:
-            text =
-                "Found unexpected EOF (End-Of-File) while reading for data. The file seems to be corrupt and "
-                "cannot be imported.";
-            break;
-        case StatusReadFailed:
-            text = "Read() failed. The file seems to be corrupt and cannot be imported.";
-            break;
-        case StatusBadRecord:
-            text = "A corrupt data record was found. The file cannot be imported.";
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            return;
-    }
-    CopyMessage(text, buffer, size);
+    static constexpr StatusText Texts[] = {
+        {StatusStreamFailed, "Unable to open file."},
+        {StatusNotLotus, "The file does not seem to be a valid Lotus 1-2-3 file."},
+        {StatusVersion3,
+         "The file is a Lotus version 3.0 (WK3) file.  However, KARTA does only support the following Lotus "
+         "formats:\r\n\r\n" SUPPORTED_FORMATS},
+        {StatusVersion4,
+         "The file is a Lotus version 4.0 (WK4) file. However, KARTA does only support the following Lotus "
+         "formats:\r\n\r\n" SUPPORTED_FORMATS},
+        {StatusJapanese,
+         "The file is a Lotus 1-2-3/J (WJ1) file. However, KARTA does only support the following Lotus "
+         "formats:\r\n\r\n" SUPPORTED_FORMATS},
+        {StatusFormFile, "This file is a Lotus 1-2-3 (FRM) file. Such files cannot be imported by KARTA."},
+        {StatusWorkbook,
+         "The file seems to be a Lotus Workbook (123) file.  However, KARTA does only support the following "
+         "Lotus formats:\r\n\r\n" SUPPORTED_FORMATS},
+        {StatusUnknownVersion,
+         "unrecognized Lotus 1-2-3 version format. KARTA supports the following Lotus "
+         "formats:\r\n\r\n" SUPPORTED_FORMATS},
+        {StatusNoDimensions,
+         "An error occurred while trying to establish size size of the dataset. The file seems to be corrupt "
+         "and cannot be imported."},
+        {StatusUnexpectedEnd,
+         "Found unexpected EOF (End-Of-File) while reading for data. The file seems to be corrupt and cannot "
+         "be imported."},
+        {StatusReadFailed, "Read() failed. The file seems to be corrupt and cannot be imported."},
+        {StatusBadRecord, "A corrupt data record was found. The file cannot be imported."},
+    };
+    CopyStatusText(Texts, buffer, size);
 }
 
-int LotusFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* /*options*/) {
+int LotusFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* options) {
     if (status != StatusOk) {
         return status;
     }
@@ -203,16 +394,35 @@ int LotusFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* /*o
         status = StatusWrongMode;
         return status;
     }
+    cursor = {};
     stream = MappedFile(fileName);
+    numCols = numRows = -1;
+    sizeKnown = false;
     if (!stream.IsOpen()) {
         status = StatusStreamFailed;
         return status;
     }
     cursor = ByteCursor(stream.GetBytes());
-    numCols = numRows = -1;
-    sizeKnown = false;
     status = IsLotusFile();
+    if (IsComplete()) {
+        GetContext()->budget.AddInput(stream.GetBytes().size());
+        ChooseEncoding(options);
+    }
     return status;
+}
+
+void LotusFile::ChooseEncoding(const NvImportOpenOptions* options) {
+    codePage = CodePage(OemCodePage);
+    const auto wanted = CompleteOptions(options).GetText(CompleteOptions::Encoding);
+    auto chosen = wanted ? CodePage::Find(*wanted) : std::nullopt;
+    if (chosen) {
+        codePage = std::move(*chosen);
+    } else if (wanted) {
+        AddNote({"unknown-encoding",
+                 1,
+                 {},
+                 "the encoding \"" + *wanted + "\" isn't known; code page 850 is taken"});
+    }
 }
 
 int LotusFile::IsLotusFile() {
@@ -234,14 +444,17 @@ std::vector<FileContents::Part> LotusFile::ListParts() {
 }
 
 std::vector<FileContents::Fact> LotusFile::ListFacts() {
-    switch (version) {
-        case VersionWks:
-            return {{"version", "Lotus 1-2-3 version 1.A (WKS)"}};
-        case VersionSymphony:
-            return {{"version", "Symphony 1.0/1.01 (WRK)"}};
-        default:
-            return {{"version", "Lotus 1-2-3 version 2.0-2.2 (WK1), Symphony 1.1/1.2/2.0 (WR1)"}};
+    const char* program = "Lotus 1-2-3 version 2.0-2.2 (WK1), Symphony 1.1/1.2/2.0 (WR1)";
+    if (version == VersionWks) {
+        program = "Lotus 1-2-3 version 1.A (WKS)";
+    } else if (version == VersionSymphony) {
+        program = "Symphony 1.0/1.01 (WRK)";
     }
+    std::vector<Fact> facts = {{"version", program}};
+    if (IsComplete()) {
+        facts.emplace_back("encoding", codePage.GetName());
+    }
+    return facts;
 }
 
 bool LotusFile::ReadRecordTypeAndLength(int& type, int& length) {
@@ -272,45 +485,100 @@ int LotusFile::Read(ReadSpreadSheetData* sink) {
     if (status != StatusOk) {
         return status;
     }
-    firstRow = firstCol = 1;
-    cursor.Seek(0);
-    int type = 0;
-    int length = 0;
-    while (status == StatusOk) {
-        if (!ReadRecordTypeAndLength(type, length)) {
-            status = StatusUnexpectedEnd;
-        } else if (type > LastType) {
-            status = StatusBadRecord;
-        } else if (type == TypeEndOfFile) {
-            break;
-        } else {
-            status = ReadRecord(sink, type, length);
-        }
-    }
+    status = IsComplete() ? ReadComplete(*sink) : ReadClassic(*sink);
     return status;
 }
 
-// A record behind its header; returns the status.
-int LotusFile::ReadRecord(ReadSpreadSheetData* sink, int type, int length) {
-    if (length < SmallestBody(type)) {
+int LotusFile::ReadComplete(ReadSpreadSheetData& sink) {
+    CellOutput output(sink);
+    CompleteCells cells(&output, codePage);
+    const int result = WalkCells([&cells](const Cell& cell) { cells.Take(cell); });
+    if (shortCells > 0) {
+        const std::string place = "byte " + std::to_string(firstShortCell);
+        AddNote({"short-records", shortCells, place,
+                 karta::CountOf(shortCells, "cell") + " shorter than " + (shortCells == 1 ? "its" : "their") +
+                     " fields left out (first: " + place + ")"});
+    }
+    cells.Finish(GetContext()->notes);
+    numCols = cells.GetCols();
+    numRows = cells.GetRows();
+    sizeKnown = true;
+    sink.SetDataSize(numCols, numRows);
+    return result;
+}
+
+int LotusFile::ReadClassic(ReadSpreadSheetData& sink) {
+    ClassicCells cells(sink, numCols, numRows);
+    const int result = WalkCells([&cells](const Cell& cell) { cells.Take(cell); });
+    cells.AddTo(GetContext()->notes);
+    return result;
+}
+
+// All cells in the order of the file, up to its last record; returns the status. The complete reading takes
+// a file that ends before it, and passes over records of later versions, where the classic one fails.
+int LotusFile::WalkCells(const CellHandler& handle) {
+    cursor.Seek(0);
+    shortCells = 0;
+    int type = 0;
+    int length = 0;
+    for (int records = 1;; ++records) {
+        const std::size_t start = cursor.Tell();
+        int result = StatusOk;
+        if (!ReadRecordTypeAndLength(type, length)) {
+            result = StatusUnexpectedEnd;
+        } else if (type > LastType && !IsComplete()) {
+            result = StatusBadRecord;
+        } else if (type == TypeEndOfFile) {
+            return StatusOk;
+        } else {
+            result = WalkRecord(type, length, handle);
+        }
+        if (result == StatusUnexpectedEnd && IsComplete() && start > 0) {
+            AddNote({"cut-records", 1, "byte " + std::to_string(start),
+                     "the file ends at byte " + std::to_string(start) + ", before its last record"});
+            return StatusOk;
+        }
+        if (result != StatusOk) {
+            return result;
+        }
+        if (records % RecordsBetweenLooks == 0) {
+            GetContext()->ThrowIfStopped();
+        }
+    }
+}
+
+// A record behind its header; returns the status. A negative length, which the classic reading refuses, is a
+// long record's.
+int LotusFile::WalkRecord(int type, int length, const CellHandler& handle) {
+    const bool isShort = length < SmallestBody(type);
+    if (isShort && !IsComplete()) {
         return StatusBadRecord;
     }
-    const ByteCursor body(cursor.Take(static_cast<std::uint64_t>(length)));
+    const std::size_t start = cursor.Tell();
+    const ByteCursor body(cursor.Take(static_cast<std::uint16_t>(length)));
     if (cursor.HasFailed()) {
         return StatusUnexpectedEnd;
     }
+    if (isShort) {
+        firstShortCell = shortCells == 0 ? start : firstShortCell;
+        ++shortCells;
+        return StatusOk;
+    }
     switch (type) {
         case TypeInteger:
-            ReadInteger(sink, body);
+            handle(ReadCell(Cell::Kind::Integer, body));
             break;
         case TypeNumber:
-            ReadNumber(sink, body);
+            handle(ReadCell(Cell::Kind::Number, body));
             break;
         case TypeLabel:
-            ReadLabel(sink, body);
+            handle(ReadCell(Cell::Kind::Label, body));
             break;
         case TypeFormula:
-            ReadFormula(sink, body);
+            handle(ReadCell(Cell::Kind::Formula, body));
+            break;
+        case TypeString:
+            handle(ReadCell(Cell::Kind::String, body));
             break;
         default:
             break;
@@ -318,67 +586,33 @@ int LotusFile::ReadRecord(ReadSpreadSheetData* sink, int type, int length) {
     return StatusOk;
 }
 
-LotusFile::CellPlace LotusFile::ReadPlace(ByteCursor& body) {
-    body.Skip(1);
-    const int col = body.ReadI16() + 1;
-    const int row = body.ReadI16() + 1;
-    return {col, row};
-}
-
-void LotusFile::ReadInteger(ReadSpreadSheetData* sink, ByteCursor body) const {
-    const CellPlace place = ReadPlace(body);
-    if (IsValidPos(place.col, place.row)) {
-        sink->Set(place.col, place.row, static_cast<int>(body.ReadI16()));
+// A format byte, column and row, then the value, which a label begins with its alignment.
+LotusFile::Cell LotusFile::ReadCell(Cell::Kind kind, ByteCursor body) {
+    Cell cell{};
+    cell.kind = kind;
+    cell.format = body.ReadU8();
+    cell.col = body.ReadI16() + 1;
+    cell.row = body.ReadI16() + 1;
+    switch (kind) {
+        case Cell::Kind::Integer:
+            cell.number = body.ReadI16();
+            break;
+        case Cell::Kind::Number:
+        case Cell::Kind::Formula:
+            cell.number = body.ReadDouble();
+            break;
+        case Cell::Kind::Label:
+            body.Skip(1);
+            [[fallthrough]];
+        case Cell::Kind::String:
+            cell.text = body.ReadTerminatedText(body.GetRemaining());
+            break;
     }
-}
-
-void LotusFile::ReadNumber(ReadSpreadSheetData* sink, ByteCursor body) const {
-    const CellPlace place = ReadPlace(body);
-    if (IsValidPos(place.col, place.row)) {
-        sink->Set(place.col, place.row, body.ReadDouble());
-    }
-}
-
-void LotusFile::ReadLabel(ReadSpreadSheetData* sink, ByteCursor body) const {
-    const CellPlace place = ReadPlace(body);
-    if (IsValidPos(place.col, place.row)) {
-        body.Skip(1);
-        const std::string text(body.ReadTerminatedText(body.GetRemaining()));
-        sink->Set(place.col, place.row, text.c_str());
-    }
-}
-
-// Meant so: only a marker arrives as a number, and any other result is left to the user as an empty text. So
-// is the place of a formula outside of the table, which is the one way in which a cell there is set.
-void LotusFile::ReadFormula(ReadSpreadSheetData* sink, ByteCursor body) const {
-    const CellPlace place = ReadPlace(body);
-    const double result = body.ReadDouble();
-    if (IsValidPos(place.col, place.row) && IsValidDouble(result)) {
-        sink->Set(place.col, place.row, result);
-    } else if (place.col >= 1 && place.row >= 1) {
-        sink->Set(place.col, place.row, "");
-    }
+    return cell;
 }
 
 int LotusFile::EstablishSize() {
     return StatusNotImplemented;
-}
-
-bool LotusFile::IsValidPos(int col, int row) const {
-    return col >= firstCol && col <= numCols && row >= firstRow && row <= numRows;
-}
-
-// The markers, bit for bit.
-bool LotusFile::IsValidDouble(double value) {
-    switch (std::bit_cast<std::uint64_t>(value)) {
-        case 0xFFF8000000000000:
-        case 0x7FF0000000000000:
-        case 0xFFF0000000000000:
-        case 0xFAFFFFFFFFFFFFFF:
-            return true;
-        default:
-            return false;
-    }
 }
 
 LotusFileFactory::LotusFileFactory()
@@ -394,3 +628,4 @@ SpreadsheetFile* LotusFileFactory::GetSpreadsheetFile() {
 }
 
 static LotusFileFactory lotusFileFactory;
+static const FormatRecogniser lotusFileRecogniser("Lotus 1-2-3 File", "lotus", {}, Recognise);

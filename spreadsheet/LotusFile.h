@@ -1,9 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <string_view>
 #include <vector>
 
 #include "base/ByteCursor.h"
+#include "base/CodePage.h"
 #include "base/MappedFile.h"
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
@@ -14,12 +17,17 @@
  * are recognised only to tell the user which one the file is of. Reads only.
  *
  * A file is a chain of records: type and length, 16 bits each, little-endian, and the body. Cells come in the
- * file's order: integers, numbers and labels as they stand (bytes aren't converted). A formula's result
- * arrives as an empty text, unless it is one of four markers (two infinities, two that are no number).
+ * file's order.
  *
- * The size is that of the DIMENSIONS record, while cells are placed from column and row 1: of a sheet that
- * begins further on the last columns and rows fall outside and are dropped. Rows can't be skipped, and the
- * options record isn't looked at. Read wants the size to have been asked for.
+ * The complete reading gives every cell: integers and numbers, labels in UTF-8, the results of formulas as
+ * numbers, texts or errors. The table is as large as its cells, and later records than this generation knows
+ * are passed over. Of the options it looks at "Encoding".
+ *
+ * The classic reading gives labels as they stand (bytes aren't converted), and a formula's result as an empty
+ * text, unless it is one of four markers (two infinities, two that are no number). Its size is that of the
+ * DIMENSIONS record, while cells are placed from column and row 1: of a sheet that begins further on the last
+ * columns and rows fall outside and are dropped. Rows can't be skipped, and the options record isn't looked
+ * at. Read wants the size to have been asked for.
  */
 class KARTA_EXPORT LotusFile : public FormatReader, public FileContents {
 public:
@@ -42,6 +50,7 @@ public:
     LotusFile();
     ~LotusFile() override;
 
+    void Close() override;
     int GetNumCols() override;
     int GetNumRows() override;
     void GetErrorMessage(char* buffer, unsigned int size) override;
@@ -56,30 +65,44 @@ public:
     std::vector<Fact> ListFacts() override;
 
 private:
-    /** The first five fields of every cell's body. */
-    struct CellPlace {
+    /** A cell as the file has it, from column and row 1 on. */
+    struct Cell {
+        enum class Kind : std::uint8_t {
+            Integer,
+            Number,
+            Label,
+            Formula, /**< its number */
+            String   /**< the text of the formula before it, which has no number then */
+        };
+        Kind kind;
         int col;
         int row;
+        std::uint8_t format;
+        double number;
+        std::string_view text; /**< bytes as they stand, without the label's prefix */
     };
+    using CellHandler = std::function<void(const Cell&)>;
+    class CompleteCells;
+    class ClassicCells;
 
     int IsLotusFile();
+    void ChooseEncoding(const NvImportOpenOptions* options);
     void MeasureOnce();
+    bool ReadDimensions();
     bool FindLotusRecord(int type, char* buffer, std::size_t size);
     bool ReadRecordTypeAndLength(int& type, int& length);
-    int ReadRecord(ReadSpreadSheetData* sink, int type, int length);
-    static CellPlace ReadPlace(ByteCursor& body);
-    void ReadInteger(ReadSpreadSheetData* sink, ByteCursor body) const;
-    void ReadNumber(ReadSpreadSheetData* sink, ByteCursor body) const;
-    void ReadLabel(ReadSpreadSheetData* sink, ByteCursor body) const;
-    void ReadFormula(ReadSpreadSheetData* sink, ByteCursor body) const;
-    bool IsValidPos(int col, int row) const;
-    static bool IsValidDouble(double value);
+    int WalkCells(const CellHandler& handle);
+    int WalkRecord(int type, int length, const CellHandler& handle);
+    static Cell ReadCell(Cell::Kind kind, ByteCursor body);
+    int ReadComplete(ReadSpreadSheetData& sink);
+    int ReadClassic(ReadSpreadSheetData& sink);
 
     MappedFile stream;
     ByteCursor cursor;
+    CodePage codePage;
     int version = 0;
-    int firstRow = -1;
-    int firstCol = -1;
+    std::uint64_t shortCells = 0;
+    std::size_t firstShortCell = 0;  // its offset
 };
 
 class KARTA_EXPORT LotusFileFactory : public SprFileFactory {

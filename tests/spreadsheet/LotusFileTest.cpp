@@ -12,10 +12,12 @@
 #include "base/PathNames.h"
 #include "table/TableData.h"
 #include "tests/support/ByteBuilder.h"
+#include "tests/support/CountingSink.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"
 #include "tests/support/SpreadsheetTruth.h"
 #include "tests/support/TempFolder.h"
+#include "tests/support/TruthComparison.h"
 
 namespace {
 
@@ -265,8 +267,14 @@ TEST_F(LotusFileTest, NothingBetweenFirstAndLastIsNoData) {
               Opened + "GetNumRows -3\nGetNumCols 1\nNoData\nClose\n");
 }
 
-TEST_F(LotusFileTest, SizeOfMinusOneIsAFailureWithItsStatus) {
-    EXPECT_EQ(Trace(SheetBuilder().Bof().Dimensions(2, 0, 0, 0).Eof()), Opened + NoDimensions);
+TEST_F(LotusFileTest, SizeOfMinusOneHasNoStatus) {
+    LotusFile reader;
+    const std::string path =
+        folder.Write("minus.wk1", SheetBuilder().Bof().Dimensions(2, 0, 0, 0).Eof().bytes.Bytes());
+    ASSERT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+    EXPECT_EQ(reader.GetNumCols(), -1);
+    EXPECT_EQ(reader.GetNumRows(), 1);
+    EXPECT_EQ(reader.GetStatus(), 0);
 }
 
 TEST_F(LotusFileTest, LargestSizeIsTakenAsItIs) {
@@ -485,4 +493,147 @@ TEST_F(LotusFileTest, RealFilesOfLaterVersionsAreRefused) {
             status)
             << name;
     }
+}
+
+TEST_F(LotusFileTest, MissingFileAfterAnOpenOneLeavesNothingToRead) {
+    const std::string path = folder.Write("good.wk1", TwoByTwo().Integer(0, 0, 1).Eof().bytes.Bytes());
+    for (const bool isClosed : {true, false}) {
+        LotusFile reader;
+        ASSERT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+        EXPECT_EQ(reader.GetNumRows(), 2);
+        if (isClosed) {
+            reader.Close();
+        }
+        EXPECT_EQ(reader.Open(true, folder.Path("none.wk1").c_str(), nullptr), 0x900);
+        reader.Close();
+        CountingSink sink;
+        EXPECT_EQ(reader.Read(&sink), 0x909);
+        EXPECT_EQ(sink.cells, 0);
+        reader.Close();
+        EXPECT_EQ(reader.GetNumRows(), -1);
+        EXPECT_EQ(reader.GetStatus(), 0x908);
+        reader.Close();
+        EXPECT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+        EXPECT_EQ(reader.GetNumCols(), 2);
+    }
+}
+
+namespace {
+
+/** The complete reading of a sheet, and what it has to say. */
+struct CompleteLotus {
+    explicit CompleteLotus(const std::string& path, const TestOptions& options = {}) {
+        context->reading = karta::Reading::Complete;
+        reader.SetContext(context);
+        TestOptions record = options;
+        status = reader.Open(true, path.c_str(), record.Get());
+        if (status == 0) {
+            status = reader.Read(&table);
+        }
+        for (const karta::Note& note : context->notes.GetAll()) {
+            notes += note.text + "\n";
+        }
+    }
+
+    std::shared_ptr<karta::ReadContext> context = std::make_shared<karta::ReadContext>();
+    LotusFile reader;
+    TableData table;
+    int status = -1;
+    std::string notes;
+};
+
+}  // namespace
+
+TEST_F(LotusFileTest, CompleteReadingHasWhatFormulasGave) {
+    SheetBuilder sheet = SheetBuilder().Bof().Dimensions(1, 1, 1, 1).Formula(1, 1, 12.5).Formula(2, 1, 0.0);
+    sheet.Header(51, 11).Place(2, 1).bytes.Text("total").U8(0);
+    sheet.Formula(3, 1, std::numeric_limits<double>::infinity());
+    sheet.Formula(4, 1, -std::numeric_limits<double>::infinity());
+    sheet.Header(300, 2).bytes.U16(7);
+    sheet.Formula(0, 3, 3.0).Eof();
+    CompleteLotus read(folder.Write("a.wk1", sheet.bytes.Bytes()));
+    ASSERT_EQ(read.status, 0);
+    EXPECT_EQ(read.table.GetNumberOfColumns(), 5);
+    EXPECT_EQ(read.table.GetNumberOfRows(), 4);
+    EXPECT_EQ(read.table.GetFloatValue(2, 2), 12.5);
+    EXPECT_EQ(read.table.GetString(3, 2), "total");
+    EXPECT_EQ(read.table.GetKind(4, 2), TableData::Error);
+    EXPECT_EQ(read.table.GetString(4, 2), "ERR");
+    EXPECT_EQ(read.table.GetString(5, 2), "NA");
+    EXPECT_EQ(read.table.GetFloatValue(1, 4), 3.0);
+    EXPECT_NE(read.notes.find("2 cells hold errors"), std::string::npos) << read.notes;
+}
+
+TEST_F(LotusFileTest, CompleteReadingMeasuresTheCells) {
+    LotusFile reader;
+    auto context = std::make_shared<karta::ReadContext>();
+    context->reading = karta::Reading::Complete;
+    reader.SetContext(context);
+    const std::string bytes =
+        SheetBuilder().Bof().Dimensions(0, 0, 255, 8191).Integer(2, 4, 1).Eof().bytes.Bytes();
+    ASSERT_EQ(reader.Open(true, folder.Write("a.wk1", bytes).c_str(), nullptr), 0);
+    EXPECT_EQ(reader.GetNumCols(), 3);
+    EXPECT_EQ(reader.GetNumRows(), 5);
+}
+
+TEST_F(LotusFileTest, CompleteReadingConvertsLabelsAndDates) {
+    SheetBuilder sheet = TwoByTwo().Label(0, 0, "Mll\x94");
+    sheet.Header(14, 13).bytes.U8(0xF9).I16(1).I16(0).Double(32874.0);
+    sheet.Header(14, 13).bytes.U8(0x7B).I16(1).I16(1).Double(0.5);
+    const std::string path = folder.Write("a.wk1", sheet.Eof().bytes.Bytes());
+    CompleteLotus read(path);
+    EXPECT_EQ(read.table.GetString(1, 1), "Mllö");
+    EXPECT_EQ(read.table.GetKind(2, 1), TableData::Date);
+    EXPECT_EQ(read.table.GetString(2, 1), "1990-01-01");
+    EXPECT_EQ(read.table.GetString(2, 2), "12:00:00");
+    CompleteLotus asked(path, {{"Encoding", "windows-1252"}});
+    EXPECT_EQ(asked.table.GetString(1, 1), "Mll”");
+}
+
+TEST_F(LotusFileTest, CompleteReadingTakesWhatACutFileHas) {
+    const std::string good = TwoByTwo().Integer(0, 0, 1).Integer(1, 1, 2).Eof().bytes.Bytes();
+    for (std::size_t length = 0; length < good.size(); ++length) {
+        CompleteLotus read(folder.Write("a.wk1", good.substr(0, length)));
+        EXPECT_EQ(read.status, length < 6 ? 0x901 : 0) << length;
+        EXPECT_EQ(read.notes.empty(), length < 6) << length;
+    }
+    SheetBuilder shortCell = TwoByTwo();
+    shortCell.Header(13, 6).Place(0, 0).bytes.U8(1);
+    CompleteLotus read(folder.Write("a.wk1", shortCell.Integer(1, 1, 2).Eof().bytes.Bytes()));
+    EXPECT_EQ(read.table.GetFloatValue(2, 2), 2.0);
+    EXPECT_NE(read.notes.find("1 cell shorter than its fields"), std::string::npos) << read.notes;
+}
+
+TEST_F(LotusFileTest, ClassicReadingSaysWhatItLeavesOut) {
+    LotusFile reader;
+    auto context = std::make_shared<karta::ReadContext>();
+    reader.SetContext(context);
+    const std::string bytes = TwoByTwo().Formula(0, 0, 1.0).Integer(5, 5, 1).Eof().bytes.Bytes();
+    ASSERT_EQ(reader.Open(true, folder.Write("a.wk1", bytes).c_str(), nullptr), 0);
+    EXPECT_EQ(reader.GetNumRows(), 2);
+    TableData table;
+    ASSERT_EQ(reader.Read(&table), 0);
+    ASSERT_EQ(context->notes.GetAll().size(), 2U);
+    EXPECT_EQ(context->notes.GetAll()[0].text,
+              "the classic reading leaves the results of 1 formula empty; the complete reading has them");
+    EXPECT_EQ(context->notes.GetAll()[1].count, 1U);
+}
+
+TEST_F(LotusFileTest, CompleteReadingOfRealFilesIsWhatAnIndependentReaderFound) {
+    SKIP_WITHOUT_SHARED_DATA();
+    TruthComparison all;
+    for (const std::string& path : SharedFiles("data/spreadsheet/lotus")) {
+        if (path.ends_with(".json") || path.find("/bad/") != std::string::npos) {
+            continue;
+        }
+        CompleteLotus read(path);
+        ASSERT_EQ(read.status, 0) << path;
+        const SpreadsheetTruth truth = ReadSpreadsheetTruth(path);
+        const TruthComparison one = CompareWithTruth(read.table, truth, truth.sheets.at(0));
+        EXPECT_EQ(one.equal, one.known) << path << " " << one.firstDifference;
+        EXPECT_EQ(read.table.GetNumberOfRows(), truth.sheets[0].rows) << path;
+        EXPECT_EQ(read.table.GetNumberOfColumns(), truth.sheets[0].cols) << path;
+        all += one;
+    }
+    EXPECT_GT(all.known, 0);
 }
