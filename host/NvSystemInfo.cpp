@@ -1,32 +1,22 @@
 #include "host/NvSystemInfo.h"
 
-#include <mutex>
-
 #include "base/Budget.h"
 
 namespace {
 
-/** The name, which a host may change while other threads read. */
-struct ApplicationName {
-    std::mutex mutex;
-    std::string name = "KARTA";
-};
-
-ApplicationName& TheName() {
-    static ApplicationName name;
+std::string& TheName() {
+    static std::string name = "KARTA";
     return name;
 }
 
 }  // namespace
 
-std::string NvSystemInfo::GetApplicationName() {
-    const std::scoped_lock lock(TheName().mutex);
-    return TheName().name;
+const std::string& NvSystemInfo::GetApplicationName() {
+    return TheName();
 }
 
 void NvSystemInfo::SetApplicationName(const std::string& name) {
-    const std::scoped_lock lock(TheName().mutex);
-    TheName().name = name;
+    TheName() = name;
 }
 
 unsigned long long NvSystemInfo::GetInflateLimit() {

@@ -2,6 +2,7 @@
 
 #include "base/OemText.h"
 #include "base/PathNames.h"
+#include "frame/FormatRecogniser.h"
 #include "host/NvFile.h"
 
 int DIFFileOEM::Read(ReadSpreadSheetData* sink) {
@@ -16,7 +17,8 @@ int DIFFileOEM::Write(WriteSpreadSheetData* source) {
 std::vector<FileContents::Fact> DIFFileOEM::ListFacts() {
     std::vector<Fact> facts = DIFFile::ListFacts();
     for (Fact& fact : facts) {
-        fact.value = OemToAnsi(fact.value);
+        // The complete reading has converted it already.
+        fact.value = IsComplete() ? fact.value : OemToAnsi(fact.value);
     }
     return facts;
 }
@@ -37,3 +39,4 @@ SpreadsheetFile* DiffFileOEMFactory::GetSpreadsheetFile() {
 }
 
 static DiffFileOEMFactory diffFileOEMFactory;
+static const FormatRecogniser difOemRecogniser("DIF File(OEM)", "dif-oem", {}, nullptr);
