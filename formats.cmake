@@ -6,7 +6,7 @@ karta_format(text/DIFFile CASES dif)
 karta_format(text/DIFFileOEM)
 karta_format(text/PlanoFile CASES plano)
 karta_format(text/ThermoSIEVEFile text/ThermoMirroredReadSpreadSheetData CASES sieve)
-karta_format(spreadsheet/NumberFormats spreadsheet/CellErrors) # what the readers of workbooks share
+karta_format(spreadsheet/NumberFormats spreadsheet/CellErrors spreadsheet/SheetChoice) # what the readers of workbooks share
 karta_format(spreadsheet/ExcelFile spreadsheet/BaseStream spreadsheet/ExcelSharedStrings
              spreadsheet/ExcelStgStream CASES excel)
 karta_format(spreadsheet/Excel2007File spreadsheet/Excel2007Binary spreadsheet/WorkbookPart
@@ -14,7 +14,8 @@ karta_format(spreadsheet/Excel2007File spreadsheet/Excel2007Binary spreadsheet/W
 karta_format(spreadsheet/LotusFile CASES lotus)
 karta_format(instrument/USDBase instrument/USDOptions) # what the readers of spectra on one axis share
 karta_format(instrument/GalacticSPCFile instrument/SPCDate CASES spc)
-karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPLabels instrument/JCAMPStream CASES jcamp)
+karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPInterPolate instrument/JCAMPLabels
+             instrument/JCAMPSeries instrument/JCAMPStream CASES jcamp)
 karta_format(instrument/BrukerOPUS instrument/OPUSReader instrument/OPUSSelection CASES opus)
 karta_format(instrument/BrukerOPUSInterpolated instrument/InterPolateValues)
 karta_format(instrument/ChemStationFile CASES chemstation)

@@ -59,8 +59,9 @@ public:
 };
 
 /**
- * Keeps the library running from its first use on, since starting and ending it takes thousands of
- * allocations, and it survives none of them failing: a start that failed can be neither undone nor repeated.
+ * Keeps the library running from its first use to the process's end: its own count of starts and ends isn't
+ * safe between threads, and starting it takes thousands of allocations and survives none of them failing, so
+ * that a start that failed can be neither undone nor repeated.
  */
 class XmlLibrary {
 public:
@@ -95,11 +96,6 @@ XmlPlatform::XmlPlatform() {
     if (!library.IsRunning()) {
         throw std::bad_alloc();
     }
-    xercesc::XMLPlatformUtils::Initialize();
-}
-
-XmlPlatform::~XmlPlatform() {
-    xercesc::XMLPlatformUtils::Terminate();
 }
 
 xercesc::InputSource* ClosedEntityResolver::resolveEntity(const XMLCh* /*publicId*/, const XMLCh* systemId) {
@@ -150,7 +146,7 @@ void XmlHandler::attributeDecl(const XMLCh* /*element*/, const XMLCh* /*attribut
     budget.AddAttribute(value);
 }
 
-bool ParseXml(std::istream& stream, XmlHandler& handler) {
+bool ParseXml(std::istream& stream, XmlHandler& handler, XmlNames names) {
     xercesc::SecurityManager limits;
     limits.setEntityExpansionLimit(XmlDeclarationBudget::MaxEntityExpansions);
     const IStreamInputSource source(stream);
@@ -159,7 +155,7 @@ bool ParseXml(std::istream& stream, XmlHandler& handler) {
         // The scanner that knows DTDs, and so entities, but no schemas.
         reader.setProperty(XMLUni::fgXercesScannerName, const_cast<XMLCh*>(XMLUni::fgDGXMLScanner));
         reader.setProperty(XMLUni::fgXercesSecurityManager, &limits);
-        reader.setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
+        reader.setFeature(XMLUni::fgSAX2CoreNameSpaces, names == XmlNames::ByNamespace);
         reader.setFeature(XMLUni::fgSAX2CoreValidation, false);
         reader.setFeature(XMLUni::fgXercesLoadExternalDTD, false);
         reader.setContentHandler(&handler);

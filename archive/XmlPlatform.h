@@ -17,15 +17,15 @@
 // within bounds, so that a small file can't grow into a large one.
 
 /**
- * Keeps the XML library running for as long as it lives; several may live at a time. The constructor raises
- * bad_alloc when the library can't be started, and from then on always.
+ * Says that the XML library is wanted: the first one of the process starts it, and from then on it runs to
+ * the process's end. Any thread may make one. The constructor raises bad_alloc when the library can't be
+ * started, and from then on always.
  */
 class XmlPlatform {
 public:
     XmlPlatform();
     XmlPlatform(const XmlPlatform&) = delete;
     XmlPlatform& operator=(const XmlPlatform&) = delete;
-    ~XmlPlatform();
 };
 
 /**
@@ -98,12 +98,18 @@ private:
     XmlDeclarationBudget budget;
 };
 
+/** How a handler gets the names of elements and attributes. */
+enum class XmlNames {
+    AsWritten,  /**< as qualified names only, prefixes and all */
+    ByNamespace /**< also as namespace and local name; a prefix that isn't declared is a fault */
+};
+
 /**
- * Parses a document in one go, without namespaces: names keep their prefixes as written. False when it
- * isn't well-formed, goes beyond the bounds, or when the stream failed; the handler has then seen the part
- * before. Wants an XmlPlatform; raises nothing but what the handler raises as a std::exception.
+ * Parses a document in one go. False when it isn't well-formed, goes beyond the bounds, or when the stream
+ * failed; the handler has then seen the part before. Wants an XmlPlatform; raises nothing but what the
+ * handler or the stream's buffer raises as a std::exception that isn't std::ios_base::failure.
  */
-bool ParseXml(std::istream& stream, XmlHandler& handler);
+bool ParseXml(std::istream& stream, XmlHandler& handler, XmlNames names = XmlNames::AsWritten);
 
 /**
  * A DOM parser that opens nothing and keeps a document's declarations within bounds. Entities are

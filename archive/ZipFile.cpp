@@ -5,12 +5,13 @@
 #include <span>
 #include <streambuf>
 #include <string_view>
+#include <utility>
 
 #include <zip.h>
 
 #include "archive/CompoundFile.h"
+#include "archive/ZipDirectory.h"
 #include "base/Budget.h"
-#include "base/ByteCursor.h"
 #include "base/Exception.h"
 
 namespace {
@@ -18,17 +19,11 @@ namespace {
 // How much of an entry is unpacked at a time.
 constexpr std::size_t ChunkSize = 65536;
 
-// The end record: its signature, its fixed part, the longest comment behind it, and the fields that tell
-// where the directory lies.
-constexpr std::string_view EndSignature("PK\5\6", 4);
-constexpr std::size_t EndSize = 22;
-constexpr std::size_t LongestComment = 65535;
-constexpr std::size_t DirectorySizeOffset = 12;
-
 // Unpacks an entry piece by piece. A failure is an exception, which the stream over it turns into bad().
 class EntryBuffer : public std::streambuf {
 public:
-    EntryBuffer(zip_file* openEntry, std::uint64_t claimedSize) : entry(openEntry), bytesLeft(claimedSize) {}
+    EntryBuffer(zip_file* openEntry, std::uint64_t claimedSize, karta::ReadContext* readContext)
+        : entry(openEntry), bytesLeft(claimedSize), context(readContext) {}
     EntryBuffer(const EntryBuffer&) = delete;
     EntryBuffer& operator=(const EntryBuffer&) = delete;
     ~EntryBuffer() override {
@@ -39,6 +34,10 @@ public:
 
 protected:
     int_type underflow() override {
+        if (context != nullptr) {
+            context->ThrowIfStopped();
+            context->budget.ChargeWork(std::min<std::uint64_t>(bytesLeft, sizeof chunk), "unpacked bytes");
+        }
         const zip_int64_t count = entry == nullptr ? -1 : zip_fread(entry, chunk, sizeof chunk);
         if (count < 0) {
             throw std::ios_base::failure("the entry of the archive is damaged");
@@ -58,37 +57,21 @@ protected:
 private:
     zip_file* entry;
     std::uint64_t bytesLeft;
+    karta::ReadContext* context;  // null: nobody counts
     char chunk[ChunkSize];
 };
 
 // A stream that owns its buffer.
 class EntryStream : public std::istream {
 public:
-    EntryStream(zip_file* entry, std::uint64_t claimedSize)
-        : std::istream(nullptr), buffer(entry, claimedSize) {
+    EntryStream(zip_file* entry, std::uint64_t claimedSize, karta::ReadContext* context)
+        : std::istream(nullptr), buffer(entry, claimedSize, context) {
         rdbuf(&buffer);
     }
 
 private:
     EntryBuffer buffer;
 };
-
-// In an archive that was put behind other bytes as it was, offsets count from its own beginning: how many
-// bytes come before it is seen by where its directory ends against where it should end.
-std::size_t CountLeadingBytes(std::span<const std::uint8_t> bytes) {
-    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    const std::size_t tail = bytes.size() - std::min(bytes.size(), EndSize + LongestComment);
-    const std::size_t found = text.substr(tail).rfind(EndSignature);
-    if (found == std::string_view::npos) {
-        return 0;
-    }
-    ByteCursor cursor(bytes);
-    cursor.Seek(tail + found + DirectorySizeOffset);
-    const std::uint64_t directorySize = cursor.ReadU32();
-    const std::uint64_t directoryOffset = cursor.ReadU32();
-    const std::uint64_t length = directorySize + directoryOffset;
-    return length < tail + found ? static_cast<std::size_t>(tail + found - length) : 0;
-}
 
 zip* OpenArchive(std::span<const std::uint8_t> bytes) {
     if (bytes.empty()) {
@@ -108,20 +91,29 @@ zip* OpenArchive(std::span<const std::uint8_t> bytes) {
 
 }  // namespace
 
-ZipFile::ZipFile(const char* path) : file(path) {
-    const std::span<const std::uint8_t> bytes = file.GetBytes();
+ZipFile::ZipFile(const char* path, std::shared_ptr<karta::ReadContext> readContext)
+    : context(std::move(readContext)), file(path) {
+    std::span<const std::uint8_t> bytes = file.GetBytes();
     if (!file.IsOpen()) {
         throw Exception("The file could not be opened.");
     }
+    if (context != nullptr) {
+        context->budget.AddInput(bytes.size());
+    }
     archive = OpenArchive(bytes);
     if (archive == nullptr) {
-        archive = OpenArchive(bytes.subspan(CountLeadingBytes(bytes)));
+        bytes = bytes.subspan(CountLeadingBytes(bytes));
+        archive = OpenArchive(bytes);
     }
     if (archive == nullptr) {
         throw Exception(
             CompoundFile::IsCompoundFile(path)
                 ? "The file is no zip archive but a compound file, as workbooks with a password are."
                 : "The file is no zip archive, or a damaged one.");
+    }
+    if (HasOverlappingEntries(bytes)) {
+        zip_discard(archive);
+        throw Exception("The entries of the zip archive overlap.");
     }
     ListEntries();
 }
@@ -154,5 +146,5 @@ std::unique_ptr<std::istream> ZipFile::GetInputStream(const Entry& entry) const 
     // A stored entry takes its own room in the file.
     const bool isTooLarge = entry.isCompressed && entry.size > karta::Budget::GetInflateLimit();
     zip_file* const opened = isTooLarge ? nullptr : zip_fopen_index(archive, entry.index, 0);
-    return std::make_unique<EntryStream>(opened, entry.size);
+    return std::make_unique<EntryStream>(opened, entry.size, context.get());
 }

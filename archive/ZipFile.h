@@ -9,13 +9,15 @@
 #include <vector>
 
 #include "base/MappedFile.h"
+#include "base/ReadContext.h"
 
 struct zip;
 
 /**
  * A zip archive for reading: its entries in the order of its directory, and a stream on each. Stored and
  * deflated entries, data descriptors, zip64, comments, and archives behind other bytes are all read.
- * Nothing is unpacked before its stream is read.
+ * Nothing is unpacked before its stream is read. Entries that share bytes are refused, since a small archive
+ * could unpack to anything with them.
  */
 class ZipFile {
 public:
@@ -26,8 +28,13 @@ public:
         bool isCompressed = true; /**< false for a stored entry */
     };
 
-    /** Raises Exception when the file can't be read or is no archive. */
-    explicit ZipFile(const char* path);
+    /**
+     * Raises Exception when the file can't be read, is no archive, or one whose entries overlap. The archive
+     * raises the limits of the context's budget by its size; what is unpacked is work of it, and unpacking
+     * stops when that is used up or the context says so. Without a context there is no limit but that for one
+     * entry.
+     */
+    explicit ZipFile(const char* path, std::shared_ptr<karta::ReadContext> readContext = nullptr);
     ZipFile(const ZipFile&) = delete;
     ZipFile& operator=(const ZipFile&) = delete;
     ~ZipFile();
@@ -40,13 +47,15 @@ public:
     /**
      * The unpacked bytes of an entry; the archive must outlive the stream. The stream is bad() where the
      * entry can't be read: it is encrypted or damaged, its checksum or its size is wrong, or it unpacks to
-     * more than karta::Budget::GetInflateLimit.
+     * more than karta::Budget::GetInflateLimit. Read through its buffer, it raises std::ios_base::failure
+     * then, and BudgetExceeded and Stopped as they are; through the stream, these are bad() too.
      */
     std::unique_ptr<std::istream> GetInputStream(const Entry& entry) const;
 
 private:
     void ListEntries();
 
+    std::shared_ptr<karta::ReadContext> context;
     MappedFile file;
     zip* archive = nullptr;
     std::vector<Entry> entries;

@@ -10,8 +10,8 @@
 constexpr std::int64_t BelievedOfAnyFile = 1'000'000;
 
 /**
- * As much of a count as is believed: up to BelievedOfAnyFile of any file, beyond that as far as the bytes that
- * could hold what is counted go. `borneOut` is how many that would be; 0 where there are none.
+ * As much of a count as is believed: up to BelievedOfAnyFile of any file, beyond that as far as the bytes
+ * that could hold what is counted go. `borneOut` is how many that would be; 0 where there are none.
  */
 constexpr std::int64_t BelievedCount(std::int64_t count, std::int64_t borneOut) {
     return std::clamp<std::int64_t>(count, 0, std::max(BelievedOfAnyFile, borneOut));

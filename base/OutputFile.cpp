@@ -95,6 +95,9 @@ void OutputFile::Write(std::string_view bytes) {
 }
 
 void OutputFile::Flush() {
+    if (budget != nullptr) {
+        budget->ChargeOutput(buffer.size(), "The output");
+    }
     std::string_view rest = buffer;
     while (!rest.empty() && !failed) {
         const ssize_t count = write(descriptor, rest.data(), rest.size());

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/Budget.h"
 #include "base/Export.h"
 
 /**
@@ -29,6 +30,12 @@ public:
     /** The system's number (errno) of what failed first; 0 while nothing did. */
     int GetError() const { return error; }
 
+    /**
+     * What is written is charged to this before; beyond it Write raises karta::BudgetExceeded, and the older
+     * file stays. The budget must outlive this object, or be taken away with null.
+     */
+    void SetBudget(karta::Budget* newBudget) { budget = newBudget; }
+
     void Write(std::string_view bytes);
     void Write(char byte) { Write(std::string_view(&byte, 1)); }
 
@@ -47,4 +54,5 @@ private:
     bool failed = true;
     int error = 0;
     std::string buffer;
+    karta::Budget* budget = nullptr;
 };

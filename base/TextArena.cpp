@@ -16,6 +16,9 @@ constexpr std::size_t ShortText = 24;
 char* TextArena::Take(std::size_t size) {
     if (size > remaining) {
         nextBlockSize = std::clamp(nextBlockSize * 2, FirstBlockSize, LargestBlockSize);
+        if (budget != nullptr) {
+            budget->ChargeMemory(std::max(size, nextBlockSize), "The table's texts");
+        }
         blocks.push_back(MakeTableBlock<char>(std::max(size, nextBlockSize)));
         if (size >= nextBlockSize) {
             // A text as large as a block has one to itself, and the block begun before goes on.
@@ -54,7 +57,20 @@ const char* TextArena::Add(const char* text) {
     return Add(std::string_view(text));
 }
 
+const char* TextArena::AddOnce(std::string_view text) {
+    if (text.size() < LeastShared) {
+        return Add(text);
+    }
+    if (const auto known = shared.find(text); known != shared.end()) {
+        return known->data();
+    }
+    const char* const place = Add(text);
+    shared.emplace(place, text.size());
+    return place;
+}
+
 void TextArena::Clear() {
+    shared.clear();
     blocks.clear();
     nextBlockSize = 0;
     next = nullptr;

@@ -2,17 +2,26 @@
 
 #include <cstddef>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
+#include "base/Budget.h"
 #include "base/TableBlock.h"
 
-/** Keeps texts one behind the other in large blocks, each with its NUL: no allocation a text. */
+/**
+ * Keeps texts one behind the other in large blocks, each with its NUL: no allocation a text. With a budget,
+ * which stays its owner's and must outlive the arena or be taken away, each block is charged to it first.
+ */
 class TextArena {
 public:
     /** A copy that stays where it is until the arena is cleared or destroyed. */
     const char* Add(std::string_view text);
     const char* Add(const char* text);
+    /** The same, but a text from LeastShared bytes on that was added so before is kept once. */
+    const char* AddOnce(std::string_view text);
+    static constexpr std::size_t LeastShared = 64;
     void Clear();
+    void SetBudget(karta::Budget* newBudget) { budget = newBudget; }
 
 private:
     char* Take(std::size_t size);
@@ -21,4 +30,6 @@ private:
     std::size_t nextBlockSize = 0;
     char* next = nullptr;
     std::size_t remaining = 0;
+    std::unordered_set<std::string_view> shared;
+    karta::Budget* budget = nullptr;
 };

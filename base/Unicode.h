@@ -30,3 +30,9 @@ std::string ToUtf8(std::u16string_view units);
 
 /** UTF-16 as a file holds it, little-endian, as UTF-8. An odd last byte is left out. */
 std::string Utf16ToUtf8(std::span<const std::uint8_t> bytes);
+
+/** A text as UTF-8: as it stands when it is valid UTF-8, otherwise taken as Windows-1252. */
+KARTA_EXPORT std::string AsUtf8(std::string_view text);
+
+/** The same without a copy where none is needed: `storage` holds the converted text. */
+KARTA_EXPORT std::string_view AsUtf8(std::string_view text, std::string& storage);

@@ -21,7 +21,7 @@ constexpr MarkingAttribute MarkingAttributes[] = {
 };
 
 std::string UnknownTemplateText(ENetCDFTemplate fileTemplate) {
-    const std::string& application = NvSystemInfo::GetApplicationName();
+    const std::string application = NvSystemInfo::GetApplicationName();
     if (fileTemplate == TemplateMassSpectrometry) {
         return "This NetCDF file contains the raw data from one GcMS run. Such files cannot be imported by " +
                application + ". Please see Q576 in the knowledge base for further information.";

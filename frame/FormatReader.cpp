@@ -4,6 +4,7 @@
 
 #include "base/CopyMessage.h"
 #include "host/Log.h"
+#include "host/NvFile.h"
 #include "host/Question.h"
 
 void FormatReader::SetContext(std::shared_ptr<karta::ReadContext> newContext) {
@@ -13,13 +14,22 @@ void FormatReader::SetContext(std::shared_ptr<karta::ReadContext> newContext) {
 
 const std::shared_ptr<karta::ReadContext>& FormatReader::GetContext() const {
     if (context == nullptr) {
+        // Whoever gives no context sets no limits either.
         context = std::make_shared<karta::ReadContext>();
+        context->budget.SetLimit(karta::Budget::Unlimited);
     }
     return context;
 }
 
+void FormatReader::AddInputs(const char* fileNames) {
+    for (const std::string& name : NvFile::GetFileNames(fileNames)) {
+        GetContext()->budget.AddInput(NvFile::GetSize(name.c_str()));
+    }
+}
+
 void FormatReader::Close() {
     failureText.clear();
+    sizeKnown = false;
     if (isOwnContext) {
         // What the last read charged and noted isn't the next one's.
         context.reset();

@@ -13,8 +13,8 @@
  * What the readers of this library share beyond the contract: the context of a read. It adds no virtual
  * operation, so that the contract's slots stay where modules expect them.
  *
- * A reader that is given no context makes one of its own, which reads classically and leaves questions and
- * the log to the process-wide handlers.
+ * A reader that is given no context makes one of its own, which reads classically, leaves questions and the
+ * log to the process-wide handlers, and sets no limits.
  */
 class KARTA_EXPORT FormatReader : public SpreadsheetFile {
 public:
@@ -22,6 +22,9 @@ public:
     void SetContext(std::shared_ptr<karta::ReadContext> newContext);
     /** Never null. Readers that forward to others hand it on before they open them. */
     const std::shared_ptr<karta::ReadContext>& GetContext() const;
+
+    /** Lets the budget grow with the bytes of a selection; for who gave the context, before Open. */
+    void AddInputs(const char* fileNames);
 
     /** Ends what Open began; a context that was given stays for its owner to look at. */
     void Close() override;

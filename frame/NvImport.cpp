@@ -4,6 +4,7 @@
 
 #include "frame/DLLReadSpreadSheetData.h"
 #include "frame/DLLWriteSpreadSheetData.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
 
@@ -50,6 +51,11 @@ bool NvImportOpen(int index, const char* fileName, bool forRead, void** handle,
                   NvImportOpenOptions* options) {
     SpreadsheetFile* reader = SprFileFactory::GetSpreadsheetFile(index);
     *handle = reader;
+    if (auto* own = dynamic_cast<FormatReader*>(reader); own != nullptr && forRead) {
+        // The flat interface has no words for limits: those that fit the files hold.
+        own->SetContext(std::make_shared<karta::ReadContext>());
+        own->AddInputs(fileName);
+    }
     return reader->Open(forRead, fileName, options) == SpreadsheetFile::StatusOk;
 }
 

@@ -3,28 +3,32 @@
 #include <iostream>
 #include <utility>
 
+#include "host/GuardedHandler.h"
+
 namespace {
 
-Log::Handler& TheHandler() {
-    static Log::Handler handler;
+GuardedHandler<Log::Handler>& TheHandler() {
+    static GuardedHandler<Log::Handler> handler;
     return handler;
 }
 
 }  // namespace
 
 void Log::SetHandler(Handler handler) {
-    TheHandler() = std::move(handler);
+    TheHandler().Set(std::move(handler));
 }
 
 void Log::WriteMessage(const std::string& section, const std::string& key, const std::string& text,
                        int importance, const std::string& detail) {
-    if (TheHandler()) {
-        TheHandler()({section, key, text, importance, detail});
+    const Handler handler = TheHandler().Get();
+    if (handler) {
+        handler({section, key, text, importance, detail});
         return;
     }
-    std::clog << section << '/' << key << ": " << text;
+    // As one text, so that the lines of several threads stay whole.
+    std::string line = section + '/' + key + ": " + text;
     if (!detail.empty()) {
-        std::clog << " (" << detail << ')';
+        line += " (" + detail + ')';
     }
-    std::clog << '\n';
+    std::clog << line + '\n';
 }

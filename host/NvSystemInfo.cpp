@@ -1,22 +1,32 @@
 #include "host/NvSystemInfo.h"
 
+#include <mutex>
+
 #include "base/Budget.h"
 
 namespace {
 
-std::string& TheName() {
-    static std::string name = "KARTA";
+/** The name, which a host may change while other threads read. */
+struct ApplicationName {
+    std::mutex mutex;
+    std::string name = "KARTA";
+};
+
+ApplicationName& TheName() {
+    static ApplicationName name;
     return name;
 }
 
 }  // namespace
 
-const std::string& NvSystemInfo::GetApplicationName() {
-    return TheName();
+std::string NvSystemInfo::GetApplicationName() {
+    const std::scoped_lock lock(TheName().mutex);
+    return TheName().name;
 }
 
 void NvSystemInfo::SetApplicationName(const std::string& name) {
-    TheName() = name;
+    const std::scoped_lock lock(TheName().mutex);
+    TheName().name = name;
 }
 
 unsigned long long NvSystemInfo::GetInflateLimit() {

@@ -8,7 +8,7 @@
 class KARTA_EXPORT NvSystemInfo {
 public:
     /** The name that messages call the application by; "KARTA" until it is set. */
-    static const std::string& GetApplicationName();
+    static std::string GetApplicationName();
     static void SetApplicationName(const std::string& name);
 
     /** How many bytes one compressed part of a file may grow to; 1 GiB until it is set. */

@@ -2,19 +2,22 @@
 
 #include <utility>
 
+#include "host/GuardedHandler.h"
+
 namespace {
 
-Question::Handler& TheHandler() {
-    static Question::Handler handler;
+GuardedHandler<Question::Handler>& TheHandler() {
+    static GuardedHandler<Question::Handler> handler;
     return handler;
 }
 
 }  // namespace
 
 void Question::SetHandler(Handler handler) {
-    TheHandler() = std::move(handler);
+    TheHandler().Set(std::move(handler));
 }
 
 bool Question::Ask(const std::string& text) {
-    return TheHandler() ? TheHandler()(text) : true;
+    const Handler handler = TheHandler().Get();
+    return handler ? handler(text) : true;
 }

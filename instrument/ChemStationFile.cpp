@@ -276,6 +276,7 @@ int ChemStationFile::Open(bool forRead, const char* fileName, NvImportOpenOption
         status = StatusNotImplemented;
         return status;
     }
+    files.clear();
     numCols = 0;
     numRows = 0;
     const std::vector<std::string> paths = NvFile::GetFileNames(fileName);

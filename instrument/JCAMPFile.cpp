@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -17,8 +17,8 @@
 #include "frame/OptionsText.h"
 #include "host/NvFile.h"
 #include "host/XMLSection.h"
-#include "instrument/JCAMPDecoder.h"
 #include "instrument/JCAMPLabels.h"
+#include "instrument/JCAMPSeries.h"
 #include "instrument/JCAMPStream.h"
 
 namespace {
@@ -28,14 +28,6 @@ constexpr int HeadColumns = 2;
 // Rows 1 and 2 hold the X values.
 constexpr int FirstDataRow = 3;
 
-// The mark of a missing value, and of the X of one in the first spectrum.
-constexpr float MissingValue = -99.0F;
-
-// How many values repetition counts may stand for in one read: a flat spectrum of a million points is still
-// believed of the smallest file, and of a large one that nearly all of it is flat.
-constexpr std::int64_t BelievedRepetitions = std::int64_t{1} << 20;
-constexpr std::int64_t BelievedRepetitionsPerByte = 64;
-
 // What a host's buffer for the heading of its list of blocks holds.
 constexpr unsigned int TitleSize = 64;
 
@@ -43,11 +35,81 @@ constexpr unsigned int TitleSize = 64;
 constexpr int ShownDigits = 9;
 
 constexpr const char* DataBlocksKey = "DataBlocks";
-constexpr std::string_view Comment = "$$";
 
-void SetX(ReadSpreadSheetData* sink, int column, double x) {
-    sink->Set(column, 1, ("t " + FormatG(x)).c_str());
-    sink->Set(column, 2, x);
+// Before which messages the name of the file stands, in a selection of several.
+enum class Prefix { None, File, Line };
+
+struct PrefixedText {
+    int status;
+    Prefix prefix;
+    std::string_view text;
+};
+
+// In those of data that can't be read a blank stands where a product's name once was.
+constexpr PrefixedText StatusTexts[] = {
+    {JCAMPFile::StatusCannotOpen, Prefix::None, "Unable to open file."},
+    {JCAMPFile::StatusBinaryData, Prefix::File, "The data is stored in an unsupported (binary) form."},
+    {JCAMPFile::StatusNoTerminator, Prefix::Line,
+     "Found a label with the data label terminator ('=') missing."},
+    {JCAMPFile::StatusMissingValue, Prefix::Line, "A label with a missing value was found in the file."},
+    {JCAMPFile::StatusUnpairedTitles, Prefix::File,
+     "Mismatching '##TITLE=' and '##END=' labels were found in the file."},
+    {JCAMPFile::StatusIllegalPointCount, Prefix::Line,
+     "Invalid value of '##NPOINTS=' label in the file. The value of '##NPOINTS=' must be a positive "
+     "integer."},
+    {JCAMPFile::StatusNothingSelected, Prefix::None, "No data blocks were selected."},
+    {JCAMPFile::StatusNoBlocks, Prefix::Line, "Error occurred while reading the file."},
+    {JCAMPFile::StatusSizeUnknown, Prefix::File,
+     "The size of the data block could not be established. The '##NPOINTS'-label could not be found or had "
+     "an illegal value."},
+    {JCAMPFile::StatusNoPages, Prefix::File, "Couldn't find valid data to import."},
+    {JCAMPFile::StatusUnknownClass, Prefix::Line,
+     "Does not recognize the value of the '##DATACLASS=' label as a valid JCAMP-DX 5.0 dataclass"},
+    {JCAMPFile::StatusAssignments, Prefix::File, " can currently not read assignments."},
+    {JCAMPFile::StatusRAData, Prefix::File, " can currently not read RA-data."},
+    {JCAMPFile::StatusNTuples, Prefix::File, " Can currently not read n-tuples."},
+    {JCAMPFile::StatusXYPoints, Prefix::File, " can currently not read XY points."},
+    {JCAMPFile::StatusXYPairs, Prefix::File, " can currently not read XY pairs."},
+    {JCAMPFile::StatusInvalidSeries, Prefix::File, "The selected series is invalid"},
+    {JCAMPFile::StatusNoSpacing, Prefix::File,
+     "Couldn't establish dx, either the '##FIRSTX=' and/or '##LASTX=' labels are missing in the file, or the "
+     "'##DELTAX=' label."},
+    {JCAMPFile::StatusAbscissaRepeated, Prefix::Line,
+     "Duplicate suppression count (DUP) should be 1 for abscissa."},
+    {JCAMPFile::StatusFirstOrdinateDifference, Prefix::Line, "A DUP-value is not allowed as first ordinate."},
+    {JCAMPFile::StatusUnexpectedEnd, Prefix::File,
+     "Found unexpected End-of-file while reading data from file."},
+    {JCAMPFile::StatusInvalidCharacter, Prefix::Line,
+     "Found an invalid character while reading data from the dataset"},
+    {JCAMPFile::StatusRepeatedTwice, Prefix::Line, "Two consecutive DUP-values is not allowed."},
+    {JCAMPFile::StatusClassesDiffer, Prefix::None,
+     "Only files with dataclass = 'XYDATA' are supported by multiselection."},
+    {JCAMPFile::StatusInterrupted, Prefix::None, "File read interrupted by the user."}};
+
+// So many axes are told apart in a message.
+constexpr std::size_t MaxToldAxes = 12;
+
+// "1 to 3, 7 and 9": places in ascending order.
+std::string ListPlaces(const std::vector<int>& places) {
+    std::vector<std::string> ranges;
+    for (std::size_t i = 0; i < places.size();) {
+        std::size_t last = i;
+        while (last + 1 < places.size() && places[last + 1] == places[last] + 1) {
+            ++last;
+        }
+        const bool isRange = last > i + 1;
+        ranges.push_back(std::to_string(places[i]));
+        if (isRange) {
+            ranges.back() += " to " + std::to_string(places[last]);
+        }
+        i = isRange ? last + 1 : i + 1;
+    }
+    std::string text;
+    for (std::size_t i = 0; i < ranges.size(); ++i) {
+        const char* const parting = i + 1 < ranges.size() ? ", " : " and ";
+        text += (i == 0 ? "" : parting) + ranges[i];
+    }
+    return text;
 }
 
 // Whether two of the values differ under the tolerant comparison. In the order of their magnitudes, a value
@@ -80,56 +142,7 @@ bool AnyRangesDiffer(const std::vector<const JCAMPData*>& blocks) {
     return AnyDiffer(std::move(starts)) || AnyDiffer(std::move(ends));
 }
 
-// The Y at each grid point, on the line between its neighbours; missing where it has none on one side.
-std::vector<float> InterPolate(const std::vector<float>& grid, const std::vector<float>& xs,
-                               const std::vector<float>& ys) {
-    std::vector<std::pair<float, float>> points;
-    for (std::size_t i = 0; i < std::min(xs.size(), ys.size()); ++i) {
-        if (ys[i] != MissingValue && !std::isnan(xs[i]) && !std::isnan(ys[i])) {
-            points.emplace_back(xs[i], ys[i]);
-        }
-    }
-    std::sort(points.begin(), points.end());
-    std::vector<float> result;
-    result.reserve(grid.size());
-    for (const float x : grid) {
-        const auto upper =
-            std::lower_bound(points.begin(), points.end(), x,
-                             [](const auto& point, float limit) { return point.first < limit; });
-        if (upper != points.end() && upper->first == x) {
-            result.push_back(upper->second);
-        } else if (upper == points.end() || upper == points.begin()) {
-            result.push_back(MissingValue);
-        } else {
-            const auto lower = std::prev(upper);
-            const float share = (x - lower->first) / (upper->first - lower->first);
-            result.push_back(lower->second + share * (upper->second - lower->second));
-        }
-    }
-    return result;
-}
-
 }  // namespace
-
-/** The spectrum being read, and what goes on from one to the next. */
-struct JCAMPFile::Series {
-    ReadSpreadSheetData* sink = nullptr;
-    int row = 1;
-    bool first = true;  // this one sets the X rows
-    bool interpolates = false;
-    std::int64_t repetitionsLeft = BelievedRepetitions;
-
-    bool setsX = false;  // of this spectrum's own points
-    double firstX = 0.0;
-    double dx = 0.0;
-    double yFactor = 1.0;
-    double lastY = 0.0;
-    bool checkPending = false;    // the line before ended in a difference: this one begins with its sum
-    bool skipCheckValue = false;  // which is no point of its own
-    bool left = false;            // what there is of the spectrum isn't set
-    std::vector<float> xs;        // kept only where they are needed for interpolation
-    std::vector<float> ys;
-};
 
 /** What a message begins with when there are several files. */
 struct JCAMPFile::Prefixes {
@@ -146,28 +159,8 @@ std::string_view JCAMPFile::deblank(std::string_view text) {
     return TrimSpace(text);
 }
 
-// Up to the first "=" only what tells labels apart stays: "## X_Units =" is ##XUNITS=.
 std::string JCAMPFile::strstrip(std::string_view text) {
-    const std::size_t equals = std::min(text.find('='), text.size());
-    std::string stripped;
-    for (const char c : text.substr(0, equals)) {
-        if (!IsSpace(c) && c != '\\' && c != '/' && c != '_' && c != '-') {
-            stripped += ToUpper(c);
-        }
-    }
-    stripped += text.substr(equals);
-    return stripped;
-}
-
-// A stream that has failed already leaves the line as it was.
-bool JCAMPFile::ReadLine(std::string_view& line, JCAMPStream& stream) {
-    if (stream.HasFailed() || !stream.TakeLine(line)) {
-        return false;
-    }
-    line = line.substr(0, line.find('\0'));
-    line = line.substr(0, line.find(Comment));
-    ++lineNumber;
-    return true;
+    return StripJCAMPLabel(text);
 }
 
 // Labels
@@ -176,7 +169,7 @@ int JCAMPFile::CheckFile(JCAMPStream& stream) {
     stream.Seek(0);
     std::string_view line;
     while (line.empty()) {
-        if (!ReadLine(line, stream)) {
+        if (!stream.ReadLine(line, progress.lineNumber)) {
             return StatusNotJCAMP;
         }
         line = deblank(line);
@@ -192,7 +185,7 @@ int JCAMPFile::CheckFile(JCAMPStream& stream) {
                 return code;
             }
         }
-        ReadLine(line, stream);
+        stream.ReadLine(line, progress.lineNumber);
         line = deblank(line);
     }
     // The line on which the end was met: an ##END= without a line end counts, and anything else may fail.
@@ -297,6 +290,7 @@ int JCAMPFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opt
         status = StatusWrongMode;
         return status;
     }
+    Reset();
     const std::vector<std::string> paths = NvFile::GetFileNames(fileName);
     multiFile = paths.size() > 1;
     for (const std::string& path : paths) {
@@ -319,6 +313,20 @@ void JCAMPFile::Close() {
     FormatReader::Close();
 }
 
+// What an earlier life has left. The lines are counted on.
+void JCAMPFile::Reset() {
+    blocks.clear();
+    xRangesDiffer = false;
+    pointCountsDiffer = false;
+    currentBlock = -1;
+    depth = -1;
+    titlesSeen = 0;
+    endsSeen = 0;
+    titleCount = 0;
+    progress = {.lineNumber = progress.lineNumber};
+    errorText.clear();
+}
+
 bool JCAMPFile::SetOptions(NvImportOpenOptions* options) {
     std::vector<int> selection{0};
     try {
@@ -327,7 +335,7 @@ bool JCAMPFile::SetOptions(NvImportOpenOptions* options) {
             selection =
                 given ? GetVectorFromString(DecodeOptionsText(*options)) : GetSelectedJCAMPDataBlocks();
             if (options != nullptr) {
-                RenewOptions(*options, GetStringFromVector(selection));
+                LendOptions(GetStringFromVector(selection), optionsBlob, *options);
             }
         }
         SelectJCAMPBlock(selection);
@@ -335,21 +343,6 @@ bool JCAMPFile::SetOptions(NvImportOpenOptions* options) {
         status = StatusCannotOpen;
     }
     return status == StatusOk;
-}
-
-// Bytes that the caller gave stay its own and are renewed in place; the new form is no longer than they are
-// unless they hold no selection at all. An empty record gets bytes that are this reader's: its user copies
-// them before the reader is gone.
-void JCAMPFile::RenewOptions(NvImportOpenOptions& options, const std::string& text) {
-    if (WantsOptions(&options)) {
-        LendOptions(text, optionsBlob, options);
-        return;
-    }
-    const std::vector<std::uint8_t> bytes = EncodeOptionsText(text);
-    if (HasOptions(&options) && bytes.size() <= options.size) {
-        std::copy(bytes.begin(), bytes.end(), options.data);
-        options.size = static_cast<std::uint32_t>(bytes.size());
-    }
 }
 
 std::vector<int> JCAMPFile::GetVectorFromString(const std::string& text) {
@@ -420,7 +413,7 @@ int JCAMPFile::GetJCAMPBlockList(std::vector<std::string>& list) {
     return status;
 }
 
-// The test is the wrong way round, and hosts have come to rely on it.
+// Empty as soon as there are blocks: a host that has some shows no heading.
 void JCAMPFile::GetTitle(char* buffer) const {
     const char* text = "";
     if (blocks.empty()) {
@@ -540,7 +533,46 @@ int JCAMPFile::CheckMultiSelection() {
     return StatusOk;
 }
 
+// "blocks 1 to 3 share one axis, block 4 has another": by the places of ListParts.
+std::string JCAMPFile::DescribeAxes() const {
+    struct Axis {
+        const JCAMPData* block;
+        std::vector<int> places;
+    };
+    std::vector<Axis> axes;
+    int place = 0;
+    for (const JCAMPData& block : blocks) {
+        if (block.dataClass == JCAMPData::ClassLink) {
+            continue;
+        }
+        ++place;
+        const auto same = std::find_if(axes.begin(), axes.end(), [&block](const Axis& axis) {
+            return axis.block->nPoints == block.nPoints && TolerantEqual(axis.block->firstX, block.firstX) &&
+                   TolerantEqual(axis.block->lastX, block.lastX);
+        });
+        if (same == axes.end()) {
+            axes.push_back({&block, {place}});
+        } else {
+            same->places.push_back(place);
+        }
+        if (axes.size() > MaxToldAxes) {
+            return "there are more than " + std::to_string(MaxToldAxes) + " axes";
+        }
+    }
+    std::string text;
+    for (const Axis& axis : axes) {
+        const bool several = axis.places.size() > 1;
+        text += (text.empty() ? "" : ", ") + std::string(several ? "blocks " : "block ") +
+                ListPlaces(axis.places) + (several ? " share" : " has") +
+                (text.empty() ? " one axis" : " another");
+    }
+    return text;
+}
+
 int JCAMPFile::InitXValues(ReadSpreadSheetData* /*sink*/) {
+    AddNote({"different-axes", static_cast<std::uint64_t>(GetNumJCAMPBlocks()), "",
+             "the blocks have different axes and can't be one table: " + DescribeAxes() +
+                 "; choose blocks that share one"});
     status = StatusAbortedByUser;
     return status;
 }
@@ -557,12 +589,11 @@ int JCAMPFile::Read(ReadSpreadSheetData* sink) {
     if (status != StatusOk) {
         return status;
     }
-    Series series;
-    series.sink = sink;
-    series.interpolates = xRangesDiffer || pointCountsDiffer;
-    if (series.interpolates && InitXValues(sink) != StatusOk) {
+    const bool axesDiffer = xRangesDiffer || pointCountsDiffer;
+    if (axesDiffer && InitXValues(sink) != StatusOk) {
         return status;
     }
+    JCAMPSeries series(*sink, progress, xGrid, axesDiffer);
     std::optional<JCAMPStream> stream;
     std::string_view openPath;
     for (std::size_t i = 0; i < blocks.size(); ++i) {
@@ -573,8 +604,7 @@ int JCAMPFile::Read(ReadSpreadSheetData* sink) {
         if (!stream || openPath != blocks[i].path) {
             openPath = blocks[i].path;
             stream.emplace(blocks[i].path.c_str());
-            series.repetitionsLeft +=
-                BelievedRepetitionsPerByte * static_cast<std::int64_t>(stream->GetSize());
+            series.AddFile(stream->GetSize());
         }
         status = ReadBlock(series, *stream, blocks[i]);
         if (status != StatusOk) {
@@ -584,7 +614,7 @@ int JCAMPFile::Read(ReadSpreadSheetData* sink) {
     return status;
 }
 
-int JCAMPFile::ReadBlock(Series& series, JCAMPStream& stream, const JCAMPData& block) {
+int JCAMPFile::ReadBlock(JCAMPSeries& series, JCAMPStream& stream, const JCAMPData& block) {
     switch (block.dataClass) {
         case JCAMPData::ClassLink:
             return StatusOk;
@@ -607,16 +637,13 @@ int JCAMPFile::ReadBlock(Series& series, JCAMPStream& stream, const JCAMPData& b
     if (block.numPages == 0) {
         return StatusNoPages;
     }
+    const std::string label = LabelOf(block);
     for (const JCAMPPage& page : block.pages) {
-        stream.Seek(page.position);
-        const int code = block.dataClass == JCAMPData::ClassXYData
-                             ? ReadXYData(series, stream, block, page)
-                             : ReadPeakTable(series, stream, block, page);
+        GetContext()->ThrowIfStopped();
+        const int code = series.ReadPage(stream, block, page, label);
         if (code != StatusOk) {
             return code;
         }
-        ++series.row;
-        series.first = false;
     }
     return StatusOk;
 }
@@ -630,221 +657,6 @@ std::string JCAMPFile::LabelOf(const JCAMPData& block) const {
     return (multiFile ? block.fileName + ", " : "") + type + parting + block.title;
 }
 
-void JCAMPFile::BeginPage(Series& series, const JCAMPData& block) {
-    series.setsX = series.first && xGrid.empty();
-    series.firstX = block.firstX;
-    series.yFactor = block.yFactor;
-    series.lastY = 0.0;
-    series.checkPending = false;
-    series.skipCheckValue = false;
-    series.left = false;
-    series.xs.clear();
-    series.ys.clear();
-    if (series.first) {
-        ++series.row;
-        series.sink->Set(1, series.row, series.row - 1);
-        series.sink->Set(2, series.row, block.xUnits.empty() ? "X" : block.xUnits.c_str());
-        ++series.row;
-    }
-    series.sink->Set(1, series.row, series.row - 1);
-    series.sink->Set(2, series.row, LabelOf(block).c_str());
-}
-
-int JCAMPFile::ReadXYData(Series& series, JCAMPStream& stream, const JCAMPData& block,
-                          const JCAMPPage& page) {
-    valuesExpected = page.points;
-    valuesRead = 0;
-    series.dx = 0.0;
-    if (valuesExpected > 1) {
-        series.dx = (block.lastX - block.firstX) / (valuesExpected - 1);
-        series.dx = series.dx == 0.0 ? block.deltaX : series.dx;
-        if (series.dx == 0.0) {
-            return StatusNoSpacing;
-        }
-    }
-    BeginPage(series, block);
-    std::string_view line;
-    while (ReadLine(line, stream)) {
-        line = deblank(line);
-        if (line.starts_with('#')) {
-            EndPage(series);
-            return StatusOk;
-        }
-        const int code = line.empty() ? StatusOk : ReadXYLine(series, line);
-        if (code != StatusOk || series.left) {
-            return code;
-        }
-    }
-    return StatusUnexpectedEnd;
-}
-
-// An abscissa and the ordinates that begin there. Behind a line that ended in a difference the first
-// ordinate repeats the last one, as a check.
-int JCAMPFile::ReadXYLine(Series& series, std::string_view line) {
-    JCAMPDecoder decoder(line);
-    double y = 0.0;
-    int count = 0;
-    bool missing = false;
-    int code = ReadNextValue(decoder, y, count, missing, false);
-    if (code != StatusOk) {
-        return code;
-    }
-    if (count != 1) {
-        return StatusAbscissaRepeated;
-    }
-    code = ReadNextValue(decoder, y, count, missing, false);
-    if (code == StatusOk && count < 0) {
-        return StatusFirstOrdinateDifference;
-    }
-    if (code == StatusOk && series.checkPending) {
-        if (y != series.lastY) {
-            warningCode = valuesRead == valuesExpected ? warningCode : WarningCheckFailed;
-            series.left = true;
-            return StatusOk;
-        }
-        series.skipCheckValue = true;
-        series.checkPending = false;
-    }
-    while (code == StatusOk && count != 0) {
-        series.checkPending = count < 0;
-        code = EmitPoints(series, y, count, missing);
-        if (code != StatusOk || series.left) {
-            return code;
-        }
-        series.skipCheckValue = false;
-        code = ReadNextValue(decoder, y, count, missing, false);
-    }
-    return code;
-}
-
-// One decoded value, as often as it stands; the first point too many ends the page.
-int JCAMPFile::EmitPoints(Series& series, double y, int count, bool missing) {
-    const bool difference = count < 0;
-    const std::int64_t useful = std::max<std::int64_t>(std::int64_t{valuesExpected} - valuesRead + 1, 1);
-    const std::int64_t repetitions = std::min<std::int64_t>(std::abs(count), useful);
-    series.repetitionsLeft -= repetitions - 1;
-    if (series.repetitionsLeft < 0) {
-        return StatusSizeUnknown;
-    }
-    for (std::int64_t i = 0; i < repetitions; ++i) {
-        series.lastY = difference ? y + series.lastY : y;
-        if (series.skipCheckValue) {
-            continue;
-        }
-        ++valuesRead;
-        if (valuesRead > valuesExpected) {
-            warningCode = WarningTooMany;
-            series.left = true;
-            return StatusOk;
-        }
-        if (series.setsX) {
-            const double x = missing ? MissingValue : (valuesRead - 1) * series.dx + series.firstX;
-            SetX(series.sink, valuesRead + HeadColumns, x);
-        } else if (series.interpolates) {
-            const auto distance = static_cast<float>((valuesRead - 1) * series.dx);
-            series.xs.push_back(static_cast<float>(distance + series.firstX));
-        }
-        series.ys.push_back(missing ? MissingValue : static_cast<float>(series.yFactor * series.lastY));
-    }
-    return StatusOk;
-}
-
-int JCAMPFile::ReadPeakTable(Series& series, JCAMPStream& stream, const JCAMPData& block,
-                             const JCAMPPage& page) {
-    valuesExpected = page.points;
-    valuesRead = 0;
-    BeginPage(series, block);
-    std::string_view line;
-    while (ReadLine(line, stream)) {
-        line = deblank(line);
-        if (line.empty()) {
-            continue;
-        }
-        if (line.starts_with('#')) {
-            EndPage(series);
-            return StatusOk;
-        }
-        if (valuesRead > valuesExpected) {
-            return StatusOk;
-        }
-        const int code = ReadPeaks(series, line, block);
-        if (code != StatusOk) {
-            return code;
-        }
-    }
-    return StatusUnexpectedEnd;
-}
-
-// Pairs of X and Y; an X without its Y at the end of a line is a peak of a missing height.
-int JCAMPFile::ReadPeaks(Series& series, std::string_view line, const JCAMPData& block) {
-    JCAMPDecoder decoder(line);
-    while (true) {
-        double x = 0.0;
-        double y = 0.0;
-        int count = 0;
-        bool missing = false;
-        int code = ReadNextValue(decoder, x, count, missing, true);
-        if (code != StatusOk || count == 0) {
-            return code;
-        }
-        x *= block.xFactor;
-        if (series.setsX) {
-            x = missing ? MissingValue : x;
-            SetX(series.sink, valuesRead + HeadColumns + 1, x);
-        }
-        code = ReadNextValue(decoder, y, count, missing, true);
-        if (code != StatusOk) {
-            return code;
-        }
-        if (series.interpolates) {
-            series.xs.push_back(static_cast<float>(x));
-        }
-        series.ys.push_back(missing || count == 0 ? MissingValue : static_cast<float>(block.yFactor * y));
-        ++valuesRead;
-    }
-}
-
-int JCAMPFile::ReadNextValue(JCAMPDecoder& line, double& value, int& count, bool& missing,
-                             bool strict) const {
-    const bool peaks = blocks[static_cast<std::size_t>(currentBlock)].dataClass == JCAMPData::ClassPeakTable;
-    JCAMPDecoder::Value next;
-    switch (line.Next(next, {.commaSeparates = peaks, .strict = strict})) {
-        case JCAMPDecoder::IllegalCharacter:
-            return StatusIllegalCharacter;
-        case JCAMPDecoder::NotPlain:
-            return StatusInvalidCharacter;
-        case JCAMPDecoder::RepeatedTwice:
-            return StatusRepeatedTwice;
-        default:
-            value = next.value;
-            count = next.count;
-            missing = next.missing;
-            return StatusOk;
-    }
-}
-
-void JCAMPFile::EndPage(Series& series) {
-    if (valuesRead < valuesExpected) {
-        warningCode = WarningTooFew;
-    }
-    if (series.interpolates) {
-        series.ys = InterPolate(xGrid, series.xs, series.ys);
-        for (std::size_t i = 0; i < xGrid.size(); ++i) {
-            SetX(series.sink, static_cast<int>(i) + HeadColumns + 1, xGrid[i]);
-        }
-    }
-    int column = HeadColumns;
-    for (const float y : series.ys) {
-        ++column;
-        // An ordinate of just this value is missing too.
-        if (y == MissingValue) {
-            series.sink->Set(column, series.row, "");
-        } else {
-            series.sink->Set(column, series.row, y);
-        }
-    }
-}
-
 // Messages
 
 JCAMPFile::Prefixes JCAMPFile::MakePrefixes() const {
@@ -853,130 +665,70 @@ JCAMPFile::Prefixes JCAMPFile::MakePrefixes() const {
     }
     const std::string file =
         "Error in file '" + blocks[static_cast<std::size_t>(currentBlock)].fileName + "'";
-    return {file + ": ", file + ", line " + std::to_string(lineNumber) + ": "};
+    return {file + ": ", file + ", line " + std::to_string(progress.lineNumber) + ": "};
 }
 
-std::string JCAMPFile::DescribeLabelStatus(const Prefixes& prefix) const {
+// What a status says, behind the prefix that it has in a selection of files; empty where that is the
+// contract's to say.
+std::string JCAMPFile::DescribeStatus() const {
+    const Prefixes prefix = MakePrefixes();
     switch (status) {
-        case StatusCannotOpen:
-            return "Unable to open file.";
         case StatusNotJCAMP:
             return multiFile ? "One of the files does not appear to be a valid JCAMP-DX file."
                              : "The file does not appear to be a valid JCAMP-DX file.";
-        case StatusBinaryData:
-            return prefix.file + "The data is stored in an unsupported (binary) form.";
-        case StatusNoTerminator:
-            return prefix.line + "Found a label with the data label terminator ('=') missing.";
-        case StatusMissingValue:
-            return prefix.line + "A label with a missing value was found in the file.";
-        case StatusUnpairedTitles:
-            return prefix.file + "Mismatching '##TITLE=' and '##END=' labels were found in the file.";
         case StatusIllegalLabel:
             return errorText;
         case StatusIllegalFactor:
-            return prefix.file + "The label on line " + std::to_string(lineNumber) + " has an illegal value.";
-        case StatusIllegalPointCount:
-            return prefix.line +
-                   "Invalid value of '##NPOINTS=' label in the file. The value of '##NPOINTS=' must be a "
-                   "positive integer.";
-        default:
-            return {};
-    }
-}
-
-std::string JCAMPFile::DescribeDataStatus(const Prefixes& prefix) {
-    switch (status) {
-        case StatusNothingSelected:
-            return "No data blocks were selected.";
-        case StatusNoBlocks:
-            return prefix.line + "Error occurred while reading the file.";
-        case StatusSizeUnknown:
-            return prefix.file +
-                   "The size of the data block could not be established. The '##NPOINTS'-label could not be "
-                   "found or had an illegal value.";
-        case StatusNoPages:
-            return prefix.file + "Couldn't find valid data to import.";
-        case StatusUnknownClass:
-            return prefix.line +
-                   "Does not recognize the value of the '##DATACLASS=' label as a valid JCAMP-DX 5.0 "
-                   "dataclass";
-        // The blank before "can" in these is a place for a name that was never filled.
-        case StatusAssignments:
-            return prefix.file + " can currently not read assignments.";
-        case StatusRAData:
-            return prefix.file + " can currently not read RA-data.";
-        case StatusNTuples:
-            return prefix.file + " Can currently not read n-tuples.";
-        case StatusXYPoints:
-            return prefix.file + " can currently not read XY points.";
-        case StatusXYPairs:
-            return prefix.file + " can currently not read XY pairs.";
-        case StatusInvalidSeries:
-            return prefix.file + "The selected series is invalid";
-        case StatusNoSpacing:
-            return prefix.file +
-                   "Couldn't establish dx, either the '##FIRSTX=' and/or '##LASTX=' labels are missing in "
-                   "the file, or the '##DELTAX=' label.";
-        case StatusAbscissaRepeated:
-            return prefix.line + "Duplicate suppression count (DUP) should be 1 for abscissa.";
-        case StatusFirstOrdinateDifference:
-            return prefix.line + "A DUP-value is not allowed as first ordinate.";
-        case StatusUnexpectedEnd:
-            return prefix.file + "Found unexpected End-of-file while reading data from file.";
+            return prefix.file + "The label on line " + std::to_string(progress.lineNumber) +
+                   " has an illegal value.";
         case StatusIllegalCharacter:
-            return prefix.file + "Found an illegal character on line " + std::to_string(lineNumber) +
+            return prefix.file + "Found an illegal character on line " + std::to_string(progress.lineNumber) +
                    " while reading data from the file.";
-        case StatusInvalidCharacter:
-            return prefix.line + "Found an invalid character while reading data from the dataset";
-        case StatusRepeatedTwice:
-            return prefix.line + "Two consecutive DUP-values is not allowed.";
-        // After these two no message names a file any more.
-        case StatusClassesDiffer:
-            multiFile = false;
-            return "Only files with dataclass = 'XYDATA' are supported by multiselection.";
-        case StatusInterrupted:
-            multiFile = false;
-            return "File read interrupted by the user.";
         default:
-            return {};
+            break;
     }
+    const auto* found = std::find_if(std::begin(StatusTexts), std::end(StatusTexts),
+                                     [this](const PrefixedText& entry) { return entry.status == status; });
+    if (found == std::end(StatusTexts)) {
+        return {};
+    }
+    const std::string& before = found->prefix == Prefix::File ? prefix.file : prefix.line;
+    return (found->prefix == Prefix::None ? "" : before) + std::string(found->text);
 }
 
 void JCAMPFile::GetErrorMessage(char* buffer, unsigned int size) {
-    const Prefixes prefix = MakePrefixes();
-    std::string text = DescribeLabelStatus(prefix);
-    if (text.empty()) {
-        text = DescribeDataStatus(prefix);
-    }
-    if (text.empty()) {
-        SpreadsheetFile::GetErrorMessage(buffer, size);
-    } else {
-        CopyMessage(text, buffer, size);
+    const std::string text = DescribeStatus();
+    const StatusText own{status, text};
+    CopyStatusText({&own, text.empty() ? std::size_t{0} : std::size_t{1}}, buffer, size);
+    // After these two no message names a file any more.
+    if (status == StatusClassesDiffer || status == StatusInterrupted) {
+        multiFile = false;
     }
 }
 
 const char* JCAMPFile::GetWarningMessage() {
     const Prefixes prefix = MakePrefixes();
-    switch (warningCode) {
-        case WarningNone:
+    switch (progress.warningCode) {
+        case JCAMPProgress::WarningNone:
             return nullptr;
-        case WarningTooFew:
+        case JCAMPProgress::WarningTooFew:
             warningText =
                 prefix.line + "Data seem to be missing in the file. Could only read " +
-                std::to_string(valuesRead) + " y-values, but expected to read " +
-                std::to_string(valuesExpected) +
+                std::to_string(progress.valuesRead) + " y-values, but expected to read " +
+                std::to_string(progress.valuesExpected) +
                 ". Continue with the import will cause incorrectly computed x-values, since the nominal "
                 "spacing between the x-values is calculated from the number of y-values.";
             break;
-        case WarningTooMany:
+        case JCAMPProgress::WarningTooMany:
             warningText =
                 prefix.file +
                 "There seem to be more y-values in the file than specified by the '##NPOINTS'-label. "
                 "Continue with the import will cause incorrectly computed x-values, since the nominal "
                 "spacing between the x-values is calculated from the number of y-values.";
             break;
-        case WarningCheckFailed:
-            warningText = prefix.file + "Y-value check failed on line " + std::to_string(lineNumber) +
+        case JCAMPProgress::WarningCheckFailed:
+            warningText = prefix.file + "Y-value check failed on line " +
+                          std::to_string(progress.lineNumber) +
                           ". The remaining part of the dataset will be ignored.";
             break;
         default:

@@ -8,10 +8,11 @@
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
+#include "host/NCDataVector.h"
 #include "instrument/JCAMPData.h"
+#include "instrument/JCAMPSeries.h"
 
 class COleDateTime;
-class JCAMPDecoder;
 class JCAMPStream;
 
 /**
@@ -78,7 +79,7 @@ public:
     JCAMPFile();
     ~JCAMPFile() override;
 
-    /** Clears the status; the blocks stay until the object is gone. */
+    /** Clears the status; the blocks stay until the next Open. */
     void Close() override;
     int GetNumCols() override;
     int GetNumRows() override;
@@ -115,7 +116,7 @@ public:
     /** The date of the block that was read last: its text, and `date` filled; else the empty text. */
     std::string GetDateCreated(COleDateTime& date) const;
 
-    bool JCAMPWarning() const { return warningCode != WarningNone; }
+    bool JCAMPWarning() const { return progress.warningCode != JCAMPProgress::WarningNone; }
     bool MultiSelection() const { return multiFile; }
 
     /** The blocks that aren't links; number is the block's index. */
@@ -125,25 +126,16 @@ public:
 
 protected:
     /** The common X axis for spectra of different axes; empty when they all have one. */
-    std::vector<float> xGrid;
+    NCDataVector<float> xGrid;
     std::vector<JCAMPData> blocks;
     bool xRangesDiffer = false;
     bool pointCountsDiffer = false;
 
 private:
-    enum WarningCode {
-        WarningNone = 0x600,
-        WarningTooFew = 0x601,
-        WarningTooMany = 0x602,
-        WarningCheckFailed = 0x603
-    };
-
-    struct Series;
     struct Prefixes;
 
     // Scanning of labels.
     int CheckFile(JCAMPStream& stream);
-    bool ReadLine(std::string_view& line, JCAMPStream& stream);
     int ReadLabel(std::string_view line, JCAMPStream& stream);
     void ReadTitle(std::string_view value);
     int ReadDataLabel(std::string_view form, JCAMPStream& stream);
@@ -153,39 +145,29 @@ private:
     bool SetOptions(NvImportOpenOptions* options);
     static std::vector<int> GetVectorFromString(const std::string& text);
     static std::string GetStringFromVector(const std::vector<int>& indexes);
-    void RenewOptions(NvImportOpenOptions& options, const std::string& text);
+    void Reset();
     int CheckMultiSelection();
     static int MinPagePointNo(const std::vector<JCAMPPage>& pages);
     static int MaxPagePointNo(const std::vector<JCAMPPage>& pages);
 
+    std::string DescribeAxes() const;
+
     // Reading of data.
-    int ReadBlock(Series& series, JCAMPStream& stream, const JCAMPData& block);
-    void BeginPage(Series& series, const JCAMPData& block);
-    int ReadXYData(Series& series, JCAMPStream& stream, const JCAMPData& block, const JCAMPPage& page);
-    int ReadXYLine(Series& series, std::string_view line);
-    int EmitPoints(Series& series, double y, int count, bool missing);
-    int ReadPeakTable(Series& series, JCAMPStream& stream, const JCAMPData& block, const JCAMPPage& page);
-    int ReadPeaks(Series& series, std::string_view line, const JCAMPData& block);
-    int ReadNextValue(JCAMPDecoder& line, double& value, int& count, bool& missing, bool strict) const;
-    void EndPage(Series& series);
+    int ReadBlock(JCAMPSeries& series, JCAMPStream& stream, const JCAMPData& block);
     std::string LabelOf(const JCAMPData& block) const;
 
     static std::string_view deblank(std::string_view text);
     static std::string strstrip(std::string_view text);
 
     Prefixes MakePrefixes() const;
-    std::string DescribeLabelStatus(const Prefixes& prefix) const;
-    std::string DescribeDataStatus(const Prefixes& prefix);
+    std::string DescribeStatus() const;
 
     int currentBlock = -1;  // the block being looked at: messages name its file
     int depth = -1;
     int titlesSeen = 0;
     int endsSeen = 0;
     int titleCount = 0;
-    int warningCode = WarningNone;
-    int lineNumber = 0;  // counts the lines read, in both passes and all files together
-    int valuesRead = 0;
-    int valuesExpected = 0;
+    JCAMPProgress progress;
     bool multiFile = false;
     std::string errorText;
     std::string currentFileName;

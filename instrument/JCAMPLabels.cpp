@@ -1,5 +1,6 @@
 #include "instrument/JCAMPLabels.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -129,6 +130,18 @@ int ReadPointCount(JCAMPData& block, std::string_view value) {
 }
 
 }  // namespace
+
+std::string StripJCAMPLabel(std::string_view text) {
+    const std::size_t equals = std::min(text.find('='), text.size());
+    std::string stripped;
+    for (const char c : text.substr(0, equals)) {
+        if (!IsSpace(c) && c != '\\' && c != '/' && c != '_' && c != '-') {
+            stripped += ToUpper(c);
+        }
+    }
+    stripped += text.substr(equals);
+    return stripped;
+}
 
 JCAMPLabel FindJCAMPLabel(std::string_view text) {
     for (const LabelName& known : LabelNames) {

@@ -33,6 +33,12 @@ enum class JCAMPLabel {
 };
 
 /**
+ * A line of which, up to its first "=", only what tells labels apart has stayed: "## X_Units = nm" is
+ * "##XUNITS= nm".
+ */
+std::string StripJCAMPLabel(std::string_view text);
+
+/**
  * Which label this is: the text up to its "=", in upper case and without what doesn't tell labels apart.
  */
 JCAMPLabel FindJCAMPLabel(std::string_view text);

@@ -8,6 +8,9 @@ namespace {
 // A longer line arrives in pieces of this size, each of them a line.
 constexpr std::size_t MaxLineLength = 255;
 
+// Begins a comment, wherever it stands.
+constexpr std::string_view Comment = "$$";
+
 }  // namespace
 
 JCAMPStream::JCAMPStream(const char* path) : file(path), failed(!file.IsOpen()) {
@@ -46,6 +49,16 @@ bool JCAMPStream::TakeLine(std::string_view& line) {
         // Any two of them are one line end, two line feeds included.
         ++position;
     }
+    return true;
+}
+
+bool JCAMPStream::ReadLine(std::string_view& line, int& lineNumber) {
+    if (failed || !TakeLine(line)) {
+        return false;
+    }
+    line = line.substr(0, line.find('\0'));
+    line = line.substr(0, line.find(Comment));
+    ++lineNumber;
     return true;
 }
 

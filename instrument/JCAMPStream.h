@@ -30,6 +30,12 @@ public:
      */
     bool TakeLine(std::string_view& line);
 
+    /**
+     * The same line up to a NUL and without its comment, counted in `lineNumber`. False, leaving the line
+     * as it was, when the stream has failed before.
+     */
+    bool ReadLine(std::string_view& line, int& lineNumber);
+
     /** To the next such byte, which is left to be read. */
     void SkipTo(char mark);
 

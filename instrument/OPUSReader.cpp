@@ -18,6 +18,9 @@ int OPUSReader::Open(bool forRead, const char* fileName, NvImportOpenOptions* /*
     if (status != StatusOk) {
         return status;
     }
+    sizeKnown = false;
+    numCols = -1;
+    numRows = -1;
     if (!selection.Open(fileName) || !ConfirmSelection(selection)) {
         status = StatusAbortedByUser;
     }

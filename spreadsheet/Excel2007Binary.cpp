@@ -473,7 +473,7 @@ int Excel2007File::ReadBinary(ReadSpreadSheetData* sink) {
         }
     }
     if (placement.unknownRecords != 0) {
-        const std::string& name = NvSystemInfo::GetApplicationName();
+        const std::string name = NvSystemInfo::GetApplicationName();
         warning += NvString::Format(
             "%lu record(s) was found that %s doesn't know how to read.\nThese can be web-links, drawings, "
             "formulas or other type of data that isn't\ninteresting for %s.\n",

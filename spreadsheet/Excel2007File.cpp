@@ -10,15 +10,12 @@
 #include "frame/OptionsText.h"
 #include "host/NvString.h"
 #include "host/SerialDate.h"
-#include "host/XMLSection.h"
 #include "spreadsheet/SharedStringsPart.h"
+#include "spreadsheet/SheetChoice.h"
 #include "spreadsheet/SheetPart.h"
 #include "spreadsheet/WorkbookPart.h"
 
 namespace {
-
-constexpr const char* SheetsKey = "Sheets";
-constexpr const char* VerticalKey = "Vertical";
 
 // The extension that stands for the XML flavour, in this case only.
 constexpr const char* XmlExtension = "xlsx";
@@ -224,7 +221,7 @@ void Excel2007File::GetSheet(NvImportOpenOptions* options) {
 
 bool Excel2007File::SetOptions(const NvImportOpenOptions* options) {
     try {
-        ConvertSheetStringToVector(DecodeOptionsText(*options), selectedSheets, vertical);
+        SheetChoice::Read(*options, selectedSheets, vertical);
     } catch (...) {
         status = StatusBadOptions;
         return false;
@@ -240,33 +237,9 @@ bool Excel2007File::SetOptions(const NvImportOpenOptions* options) {
 
 void Excel2007File::GetOptions(NvImportOpenOptions* options) {
     try {
-        LendOptions(ConvertSheetVectorToString(selectedSheets, vertical), optionsBuffer, *options);
+        SheetChoice::Lend(selectedSheets, vertical, optionsBuffer, *options);
     } catch (...) {
         status = StatusBadOptions;
-    }
-}
-
-std::string Excel2007File::ConvertSheetVectorToString(const std::vector<int>& sheets, bool stacked) {
-    XMLSection document;
-    XMLSection& settings = document.CreateSection(XMLSection::Settings);
-    settings.Write(SheetsKey, sheets);
-    settings.Write(VerticalKey, stacked);
-    return document.Flush();
-}
-
-void Excel2007File::ConvertSheetStringToVector(const std::string& text, std::vector<int>& sheets,
-                                               bool& stacked) {
-    if (text.empty()) {
-        sheets.clear();
-        stacked = false;
-        return;
-    }
-    const std::unique_ptr<XMLSection> document = XMLSection::CreateXMLSectionFromString(text);
-    const XMLSection* const settings =
-        document == nullptr ? nullptr : document->GetSection(XMLSection::Settings);
-    if (settings != nullptr) {
-        settings->Read(SheetsKey, sheets);
-        settings->Read(VerticalKey, stacked);
     }
 }
 

@@ -95,8 +95,6 @@ private:
     void GetSheet(NvImportOpenOptions* options);
     bool SetOptions(const NvImportOpenOptions* options);
     void GetOptions(NvImportOpenOptions* options);
-    static std::string ConvertSheetVectorToString(const std::vector<int>& sheets, bool stacked);
-    static void ConvertSheetStringToVector(const std::string& text, std::vector<int>& sheets, bool& stacked);
     static bool IsDateFormat(std::string code);
     static std::string GetSheetPartName(int place, const char* extension);
     void KeepWorksheets(const std::string& relationships, std::vector<std::string> ids, bool anyCase);

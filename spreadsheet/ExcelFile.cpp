@@ -173,7 +173,7 @@ int ExcelFile::LabelCount() const {
 }
 
 void ExcelFile::GetErrorMessage(char* buffer, unsigned int size) {
-    const std::string& application = NvSystemInfo::GetApplicationName();
+    const std::string application = NvSystemInfo::GetApplicationName();
     std::string text;
     switch (status) {
         case StatusOpenFailed:

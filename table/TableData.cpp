@@ -26,6 +26,12 @@ constexpr int MaxReservedRows = 1 << 22;
 // A row filled out of turn gets its full width at once while the whole table stays below this.
 constexpr std::int64_t DenseCells = 1 << 22;
 
+// A row's cells stand side by side, the empty ones between them too, but for those beyond a gap of this many:
+// a few cells far to the right must not cost their row's whole width. A row whose far cells fill this part of
+// their stretch stands side by side after all.
+constexpr int NearGap = 64;
+constexpr int DenseShare = 8;
+
 // The place in the arena that a cell's word holds.
 const char* PlaceOf(std::uint64_t content) {
     // One word a cell, whatever is in it, is what keeps large tables small.
@@ -40,6 +46,7 @@ TableData::~TableData() = default;
 void TableData::Clear() {
     numCols = numRows = 0;
     rows.clear();
+    tails.clear();
     texts.Clear();
     blocks.clear();
     nextBlockCells = 0;
@@ -54,6 +61,9 @@ TableData::Cell* TableData::TakeCells(std::size_t count) {
         const int width = std::clamp(numCols, 1, LargestBlockCells);
         const int wholeRows = std::max(nextBlockCells / width, 1) * width;
         const std::size_t size = std::max(count, static_cast<std::size_t>(wholeRows));
+        if (budget != nullptr) {
+            budget->ChargeMemory(size * sizeof(Cell), "The table");
+        }
         blocks.push_back(MakeTableBlock<Cell>(size));
         nextCell = blocks.back().get();
         cellsLeft = size;
@@ -97,6 +107,54 @@ void TableData::GrowRow(Row& row, int count) {
     row.capacity = room;
 }
 
+void TableData::SetBudget(karta::Budget* newBudget) {
+    budget = newBudget;
+    texts.SetBudget(newBudget);
+}
+
+// Room for the rows up to this one.
+void TableData::ExtendRows(int count) {
+    const auto wanted = static_cast<std::size_t>(count);
+    if (budget != nullptr && wanted > rows.capacity()) {
+        budget->ChargeMemory(std::max(wanted, 2 * rows.capacity()) * sizeof(Row), "The table's rows");
+        rows.reserve(std::max(wanted, 2 * rows.capacity()));
+    }
+    rows.resize(wanted);
+}
+
+bool TableData::IsFar(const Row& row, int col) const {
+    return col - row.count > NearGap && col > row.capacity &&
+           static_cast<std::int64_t>(numCols) * numRows > DenseCells;
+}
+
+// A cell beyond a gap, in the order of the columns.
+TableData::Cell* TableData::MakeFar(Row& row, int col) {
+    if (row.tail == NoTail) {
+        row.tail = static_cast<int>(tails.size());
+        tails.emplace_back();
+    }
+    std::vector<FarCell>& tail = tails[static_cast<std::size_t>(row.tail)];
+    const auto place = std::lower_bound(tail.begin(), tail.end(), col,
+                                        [](const FarCell& far, int c) { return far.col < c; });
+    if (place != tail.end() && place->col == col) {
+        return &place->cell;
+    }
+    if (budget != nullptr) {
+        budget->ChargeMemory(sizeof(FarCell), "The table");
+    }
+    return &tail.insert(place, {col, Missing})->cell;
+}
+
+// Gives the row its far cells up to column `count` side by side with the others.
+void TableData::TakeFarCells(Row& row, int count) {
+    std::vector<FarCell>& tail = tails[static_cast<std::size_t>(row.tail)];
+    auto far = tail.begin();
+    for (; far != tail.end() && far->col <= count; ++far) {
+        row.cells[far->col - 1] = far->cell;
+    }
+    tail.erase(tail.begin(), far);
+}
+
 TableData::Cell* TableData::Make(int col, int row) {
     if (col < 1 || row < 1) {
         return nullptr;
@@ -104,22 +162,35 @@ TableData::Cell* TableData::Make(int col, int row) {
     numCols = std::max(numCols, col);
     numRows = std::max(numRows, row);
     if (rows.size() < static_cast<std::size_t>(row)) {
-        rows.resize(static_cast<std::size_t>(row));
+        ExtendRows(row);
     }
     Row& place = rows[static_cast<std::size_t>(row) - 1];
     // The road of nearly every cell: the next one of the row that is being filled.
-    if (col == place.count + 1 && place.cells + place.count == nextCell && cellsLeft > 0) {
+    if (col == place.count + 1 && place.cells + place.count == nextCell && cellsLeft > 0 &&
+        place.tail == NoTail) {
         ++nextCell;
         --cellsLeft;
         place.capacity = place.count = col;
         return place.cells + col - 1;
     }
     if (col > place.count) {
-        if (col > place.capacity) {
-            GrowRow(place, col);
+        int count = col;
+        if (IsFar(place, col)) {
+            Cell* const far = MakeFar(place, col);
+            const std::vector<FarCell>& tail = tails[static_cast<std::size_t>(place.tail)];
+            if (static_cast<std::int64_t>(tail.size()) * DenseShare < tail.back().col - place.count) {
+                return far;
+            }
+            count = tail.back().col;
         }
-        std::fill(place.cells + place.count, place.cells + col, Cell{Missing});
-        place.count = col;
+        if (count > place.capacity) {
+            GrowRow(place, count);
+        }
+        std::fill(place.cells + place.count, place.cells + count, Cell{Missing});
+        place.count = count;
+        if (place.tail != NoTail) {
+            TakeFarCells(place, count);
+        }
     }
     return place.cells + col - 1;
 }
@@ -140,7 +211,16 @@ TableData::Cell TableData::Find(int col, int row) const {
         return Missing;
     }
     const Row& place = rows[static_cast<std::size_t>(row) - 1];
-    return col > place.count ? Cell{Missing} : place.cells[col - 1];
+    if (col <= place.count) {
+        return place.cells[col - 1];
+    }
+    if (place.tail == NoTail) {
+        return Missing;
+    }
+    const std::vector<FarCell>& tail = tails[static_cast<std::size_t>(place.tail)];
+    const auto found = std::lower_bound(tail.begin(), tail.end(), col,
+                                        [](const FarCell& far, int c) { return far.col < c; });
+    return found != tail.end() && found->col == col ? found->cell : Cell{Missing};
 }
 
 std::uint64_t TableData::GetContent(int col, int row) const {
@@ -168,7 +248,7 @@ void TableData::PutInt64(int col, int row, Kind kind, std::int64_t value) {
 
 void TableData::PutText(int col, int row, Kind kind, std::string_view text) {
     if (col >= 1 && row >= 1) {
-        PutAt(col, row, kind, texts.Add(text));
+        PutAt(col, row, kind, texts.AddOnce(text));
     }
 }
 
@@ -184,7 +264,9 @@ void TableData::Set(int col, int row, double value) {
 
 void TableData::Set(int col, int row, const char* text) {
     if (col >= 1 && row >= 1) {
-        PutAt(col, row, Text, texts.Add(text));
+        // Most texts are short, and copied without asking how long they are.
+        const bool isShort = strnlen(text, TextArena::LeastShared) < TextArena::LeastShared;
+        PutAt(col, row, Text, isShort ? texts.Add(text) : texts.AddOnce(text));
     }
 }
 
@@ -257,6 +339,10 @@ void TableData::SetDataSize(int cols, int newRows) {
     if (fewerCols < numCols) {
         for (Row& row : rows) {
             row.count = std::min(row.count, fewerCols);
+            if (row.tail != NoTail) {
+                std::erase_if(tails[static_cast<std::size_t>(row.tail)],
+                              [&](const FarCell& far) { return far.col > fewerCols; });
+            }
         }
     }
     numCols = fewerCols;
@@ -343,7 +429,9 @@ bool TableData::GetDataOrigin(int* firstDataCol, int* firstDataRow) {
     int firstCol = 0;
     int firstRow = 0;
     for (int row = 1; row <= static_cast<int>(rows.size()); ++row) {
-        const int count = rows[static_cast<std::size_t>(row) - 1].count;
+        const Row& place = rows[static_cast<std::size_t>(row) - 1];
+        const bool hasFar = place.tail != NoTail && !tails[static_cast<std::size_t>(place.tail)].empty();
+        const int count = hasFar ? tails[static_cast<std::size_t>(place.tail)].back().col : place.count;
         for (int col = 1; col <= (firstCol == 0 ? count : std::min(count, firstCol - 1)); ++col) {
             if (IsFloat(col, row)) {
                 firstCol = col;

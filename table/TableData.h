@@ -91,14 +91,27 @@ public:
     /** Back to an empty table. */
     void Clear();
 
+    /**
+     * What the table's memory is charged to before it is taken; a cell beyond it raises karta::BudgetExceeded
+     * out of Set. The budget stays its owner's and must outlive the table, or be taken away with null.
+     */
+    void SetBudget(karta::Budget* newBudget);
+
 private:
     // One word a cell, so that tables of many small cells stay small: the kind in the low bits, and above
     // them the number itself (Int, Float) or the place of the text or wide number in the arena.
     using Cell = std::uint64_t;
     struct Row {
         Cell* cells = nullptr;
-        int count = 0;     // cells in use
-        int capacity = 0;  // cells that there is room for
+        int count = 0;      // cells in use
+        int capacity = 0;   // cells that there is room for
+        int tail = NoTail;  // the place in `tails` of what stands far behind them
+    };
+    static constexpr int NoTail = -1;
+    /** A cell that stands far behind its row's others, and its column. */
+    struct FarCell {
+        int col;
+        Cell cell;
     };
 
     void Put(int col, int row, Kind kind, std::uint64_t content);
@@ -110,6 +123,10 @@ private:
     Number GetWide(int col, int row) const;
     Cell Find(int col, int row) const;
     Cell* Make(int col, int row);
+    Cell* MakeFar(Row& row, int col);
+    void TakeFarCells(Row& row, int count);
+    bool IsFar(const Row& row, int col) const;
+    void ExtendRows(int count);
     int RoomFor(const Row& row, int count) const;
     void GrowRow(Row& row, int count);
     Cell* TakeCells(std::size_t count);
@@ -117,6 +134,8 @@ private:
     int numCols = 0;
     int numRows = 0;
     std::vector<Row> rows;
+    std::vector<std::vector<FarCell>> tails;
+    karta::Budget* budget = nullptr;
     TextArena texts;
     std::vector<TableBlock<Cell>> blocks;
     int nextBlockCells = 0;

@@ -4,11 +4,7 @@
 #include <string>
 #include <string_view>
 
-/** A cell's text as UTF-8: as it stands when it is valid UTF-8, otherwise taken as Windows-1252. */
-std::string AsUtf8(std::string_view text);
-
-/** The same without a copy where none is needed: `storage` holds the converted text. */
-std::string_view AsUtf8(std::string_view text, std::string& storage);
+#include "base/Unicode.h"
 
 /**
  * How many places on a terminal a valid UTF-8 text takes: two for a wide character, none for a mark that

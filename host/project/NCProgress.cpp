@@ -3,20 +3,20 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/GuardedHandler.h"
 #include "host/Question.h"
 
 namespace {
 
-// Set once by the host, before any import.
-NCProgress::Handler& TheHandler() {
-    static NCProgress::Handler handler;
+GuardedHandler<NCProgress::Handler>& TheHandler() {
+    static GuardedHandler<NCProgress::Handler> handler;
     return handler;
 }
 
 }  // namespace
 
 void NCProgress::SetHandler(Handler handler) {
-    TheHandler() = std::move(handler);
+    TheHandler().Set(std::move(handler));
 }
 
 NCProgress::NCProgress(std::string titleText, int first, int last, int start, int stepSize, int mayCancel,
@@ -31,7 +31,7 @@ NCProgress::NCProgress(std::string titleText, int first, int last, int start, in
 
 bool NCProgress::Step() {
     position += step;
-    const Handler& handler = TheHandler();
+    const Handler handler = TheHandler().Get();
     if (cancelled || !handler) {
         return !cancelled;
     }

@@ -5,6 +5,8 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <xercesc/dom/DOMDocument.hpp>
 #include <xercesc/dom/DOMElement.hpp>
@@ -186,4 +188,29 @@ TEST_F(XmlPlatformTest, DomParserRaisesForDamageAndForBombs) {
     BoundedDomParser nested;
     EXPECT_THROW(ParseDom(nested, "<!DOCTYPE a [<!ENTITY % p ' '><!ENTITY % q '&#37;p;'>%q;]><a/>"),
                  xercesc::SAXException);
+}
+
+// Readers come and go in several threads: nothing of the library may end with one of them.
+TEST(XmlPlatformThreadsTest, DocumentsAreParsedInSeveralThreads) {
+    const auto parse = [](bool& allParsed) {
+        for (int i = 0; i < 200; ++i) {
+            const XmlPlatform running;
+            std::istringstream stream("<a><b>text</b></a>");
+            Collector collector;
+            allParsed = ParseXml(stream, collector) && collector.seen == "<a><b>text" && allParsed;
+        }
+    };
+    constexpr int Threads = 8;
+    bool parsed[Threads];
+    std::vector<std::thread> threads;
+    for (bool& ofThread : parsed) {
+        ofThread = true;
+        threads.emplace_back(parse, std::ref(ofThread));
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const bool ofThread : parsed) {
+        EXPECT_TRUE(ofThread);
+    }
 }

@@ -163,3 +163,43 @@ TEST_F(ZipFileTest, ArchiveWithoutEntriesOpens) {
     const std::string path = folder.Write("test.zip", ZipBuilder().Build());
     EXPECT_TRUE(ZipFile(path.c_str()).GetEntries().empty());
 }
+
+// Several names on the same packed bytes would let a small archive unpack to anything.
+TEST_F(ZipFileTest, RefusesEntriesThatOverlap) {
+    const std::string sound = ZipBuilder().AddDeflated("a", text).AddDeflated("b", text).Build();
+    EXPECT_EQ(FirstOf(sound), text);
+    // The second entry's offset in the directory: both lead to the first.
+    std::string shared = sound;
+    const std::size_t second = shared.rfind("PK\1\2");
+    shared.replace(second + 42, 4, std::string(4, '\0'));
+    EXPECT_THROW(FirstOf(shared), Exception);
+    // The second begins within the first.
+    std::string within = sound;
+    within[second + 42] = static_cast<char>(within[second + 42] - 1);
+    EXPECT_THROW(FirstOf(within), Exception);
+    EXPECT_THROW(FirstOf("in front" + shared), Exception);
+}
+
+TEST_F(ZipFileTest, UnpackedBytesAreWorkOfTheContext) {
+    const std::string path = folder.Write("test.zip", ZipBuilder().AddDeflated("a", text).Build());
+    const auto context = std::make_shared<karta::ReadContext>();
+    const ZipFile zip(path.c_str(), context);
+    context->budget.ChargeWork(context->budget.GetWorkLimit() - 1000, "all but a little");
+    const auto stream = zip.GetInputStream(zip.GetEntries().at(0));
+    EXPECT_THROW(stream->rdbuf()->sbumpc(), karta::BudgetExceeded);
+    EXPECT_EQ(stream->get(), std::char_traits<char>::eof());
+    EXPECT_TRUE(stream->bad());
+}
+
+TEST_F(ZipFileTest, UnpackingStopsWhenTheContextSaysSo) {
+    const std::string path = folder.Write("test.zip", ZipBuilder().AddDeflated("a", text).Build());
+    const auto context = std::make_shared<karta::ReadContext>();
+    std::stop_source stop;
+    context->stop = stop.get_token();
+    const ZipFile zip(path.c_str(), context);
+    const auto stream = zip.GetInputStream(zip.GetEntries().at(0));
+    EXPECT_EQ(stream->get(), 'x');
+    stop.request_stop();
+    const auto drain = [&] { std::string(std::istreambuf_iterator<char>(*stream), {}); };
+    EXPECT_THROW(drain(), karta::Stopped);
+}

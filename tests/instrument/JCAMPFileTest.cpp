@@ -1,6 +1,7 @@
 #include "instrument/JCAMPFile.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <cmath>
 #include <filesystem>
@@ -493,17 +494,74 @@ TEST_F(JCAMPFileTest, EmptyRecordIsFilledWithAllBlocks) {
               "<XMLSection><Settings><DataBlocks>0,1</DataBlocks></Settings></XMLSection>");
 }
 
-TEST_F(JCAMPFileTest, GivenRecordIsRenewedWithTheSelection) {
+TEST_F(JCAMPFileTest, GivenRecordIsRenewedByACopyAndItsBytesAreLeftAlone) {
     const std::string path = Write("s.dx", JCAMPText().Block("one").Block("two"));
     TestOptions options{{"DataBlocks", "1"}, {"Other", "x"}};
-    const std::uint8_t* const bytes = options.Get()->data;
-    {
-        JCAMPFile reader;
-        ASSERT_EQ(reader.Open(true, path.c_str(), options.Get()), 0);
-    }
-    EXPECT_EQ(options.Get()->data, bytes) << "the bytes stay the caller's, who outlives the reader";
+    const NvImportOpenOptions given = *options.Get();
+    const std::vector<std::uint8_t> bytes(given.data, given.data + given.size);
+    JCAMPFile reader;
+    ASSERT_EQ(reader.Open(true, path.c_str(), options.Get()), 0);
+    EXPECT_NE(options.Get()->data, given.data);
+    EXPECT_EQ(std::vector<std::uint8_t>(given.data, given.data + given.size), bytes);
     EXPECT_EQ(DecodeOptionsText(*options.Get()),
               "<XMLSection><Settings><DataBlocks>1</DataBlocks></Settings></XMLSection>");
+}
+
+TEST_F(JCAMPFileTest, RecordMayLieInReadOnlyMemory) {
+    const std::string path = Write("s.dx", JCAMPText().Block("one").Block("two"));
+    TestOptions options{{"DataBlocks", "0"}, {"Other", "x"}};
+    const std::size_t size = options.Get()->size;
+    void* const page = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(page, MAP_FAILED);
+    std::memcpy(page, options.Get()->data, size);
+    ASSERT_EQ(mprotect(page, size, PROT_READ), 0);
+    NvImportOpenOptions record{static_cast<std::uint32_t>(size), static_cast<std::uint8_t*>(page)};
+    {
+        JCAMPFile reader;
+        EXPECT_EQ(reader.Open(true, path.c_str(), &record), 0);
+        EXPECT_EQ(reader.GetNumRows(), 3);
+    }
+    munmap(page, size);
+}
+
+TEST_F(JCAMPFileTest, NextOpenKeepsNothingOfTheLastFile) {
+    const std::string two = Write("two.dx", JCAMPText().Block("one").Block("two", "400 1 2"));
+    const std::string one = Write("one.dx", JCAMPText().Block("three"));
+    JCAMPFile reader;
+    TableData table;
+    ASSERT_EQ(reader.Open(true, two.c_str(), nullptr), 0);
+    ASSERT_EQ(reader.Read(&table), 0);
+    EXPECT_TRUE(reader.JCAMPWarning());
+    reader.Close();
+    ASSERT_EQ(reader.Open(true, one.c_str(), nullptr), 0);
+    EXPECT_EQ(reader.GetNumJCAMPBlocks(), 1);
+    EXPECT_EQ(reader.GetNumRows(), 3);
+    EXPECT_FALSE(reader.JCAMPWarning());
+    reader.Close();
+    EXPECT_EQ(reader.Open(true, folder.Path("none.dx").c_str(), nullptr), 0x600);
+    EXPECT_EQ(reader.GetNumJCAMPBlocks(), 0);
+    EXPECT_TRUE(reader.ListParts().empty());
+}
+
+TEST_F(JCAMPFileTest, BlocksOfDifferentAxesAreToldAndListed) {
+    const std::string path = Write("s.dx", JCAMPText()
+                                               .Block("a")
+                                               .Block("b")
+                                               .Block("c")
+                                               .Head("d")
+                                               .Label("LASTX", "500")
+                                               .Data("400 1 2 3 4 5")
+                                               .End());
+    JCAMPFile reader;
+    TableData table;
+    ASSERT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+    EXPECT_EQ(reader.Read(&table), 4);
+    EXPECT_EQ(ErrorOf(reader), "AbortedByUser");
+    EXPECT_EQ(reader.ListParts().size(), 4U);
+    ASSERT_FALSE(reader.GetContext()->notes.IsEmpty());
+    EXPECT_EQ(reader.GetContext()->notes.GetAll().front().text,
+              "the blocks have different axes and can't be one table: blocks 1 to 3 share one axis, block 4 "
+              "has another; choose blocks that share one");
 }
 
 TEST_F(JCAMPFileTest, OptionsOfASingleBlockAreNotLookedAt) {
@@ -603,7 +661,9 @@ TEST_F(JCAMPFileTest, DerivedReaderInterpolatesOnItsGrid) {
     struct Gridded : JCAMPFile {
         int InitXValues(ReadSpreadSheetData* /*sink*/) override {
             EXPECT_TRUE(xRangesDiffer);
-            xGrid = {400, 400.5F, 402, 409};
+            for (const float x : {400.0F, 400.5F, 402.0F, 409.0F}) {
+                xGrid.push_back(x);
+            }
             return 0;
         }
     };
