@@ -23,8 +23,9 @@ karta_format(instrument/BrimroseFile CASES brimrose)
 karta_format(instrument/NsasFile CASES nsas)
 karta_format(process/BrooksideFile process/BrooksideFields process/BrooksideFileSet process/BrooksidePhases
              process/BrooksideSamples process/BrooksideStream process/BrooksideTransition process/BrooksideWarnings
-             process/SAReadBrooksideData CASES brookside)
-karta_format(process/BrooksideXML process/BrooksideDom process/BrooksideGrammar process/BufferReader CASES brooksidexml)
+             process/SAReadBrooksideData process/SampleRow CASES brookside)
+karta_format(process/BrooksideXML process/BrooksideDom process/BrooksideGrammar process/BrooksideModel
+             process/BufferReader CASES brooksidexml)
 karta_format(container/MatFile container/MatElementStream container/MatLevel4 container/MatLevel4Writer
              container/MatLevel5 container/MatSheetLayout CASES mat)
 karta_format(container/NetCDFFile container/NetCDF container/ClassicHeader container/AndiFileReader

@@ -79,8 +79,8 @@ std::string GetTrimmedAttribute(const xercesc::DOMNode* node, const char* name) 
 
 }  // namespace
 
-BrooksideDomParser::BrooksideDomParser(xercesc::EntityResolver* entityResolver)
-    : BoundedDomParser(entityResolver, MaxAttributes) {}
+BrooksideDomParser::BrooksideDomParser(xercesc::EntityResolver* entityResolver, RawTextExtent rawTextExtent)
+    : BoundedDomParser(entityResolver, MaxAttributes), extent(rawTextExtent) {}
 
 void BrooksideDomParser::startElement(const xercesc::XMLElementDecl& declaration, unsigned int urlId,
                                       const XMLCh* prefix,
@@ -90,7 +90,7 @@ void BrooksideDomParser::startElement(const xercesc::XMLElementDecl& declaration
         throw xercesc::SAXException("an element has too many attributes");
     }
     if (depth > 0) {
-        EndRun();
+        Interrupt();
         ++depth;
     } else if (EqualIgnoringCase(ToUtf8(declaration.getFullName()), RawDataName)) {
         depth = 1;
@@ -119,8 +119,9 @@ void BrooksideDomParser::endElement(const xercesc::XMLElementDecl& declaration, 
 
 void BrooksideDomParser::docCharacters(const XMLCh* text, XMLSize_t length, bool isCData) {
     if (isCData) {
-        EndRun();
-    } else {
+        Interrupt();
+    }
+    if (!isCData || extent == AllText) {
         AddText(text, length);
     }
 }
@@ -130,11 +131,11 @@ void BrooksideDomParser::ignorableWhitespace(const XMLCh* text, XMLSize_t length
 }
 
 void BrooksideDomParser::docComment(const XMLCh* /*comment*/) {
-    EndRun();
+    Interrupt();
 }
 
 void BrooksideDomParser::docPI(const XMLCh* /*target*/, const XMLCh* /*data*/) {
-    EndRun();
+    Interrupt();
 }
 
 // The parser may part a text anywhere, between the two halves of a character too.
@@ -159,6 +160,13 @@ void BrooksideDomParser::AddText(const XMLCh* text, XMLSize_t length) {
     AppendUtf8(run->text, units);
 }
 
+// What stands between texts ends the first run; where all text counts it doesn't.
+void BrooksideDomParser::Interrupt() {
+    if (extent == FirstRun) {
+        EndRun();
+    }
+}
+
 // Only a run that began can end.
 void BrooksideDomParser::EndRun() {
     if (run == nullptr) {
@@ -172,6 +180,10 @@ void BrooksideDomParser::EndRun() {
     run = nullptr;
     runEnded = true;
     highSurrogate = 0;
+}
+
+void StrictErrorHandler::error(const xercesc::SAXParseException& exception) {
+    throw xercesc::SAXParseException(exception);
 }
 
 void ParseFile(xercesc::XercesDOMParser& parser, const char* path) {

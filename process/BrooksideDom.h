@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include <xercesc/dom/DOMNode.hpp>
+#include <xercesc/sax/SAXParseException.hpp>
 
 #include "archive/XmlPlatform.h"
 
@@ -19,15 +20,19 @@ struct RawDataText {
  * The raw data, nearly all of such a document, go straight into texts of their own, since in the DOM they
  * would stand twice as large and several times over.
  *
- * Of each RawData element the first run of text counts; a comment, an instruction, a CDATA section or an
- * element ends it, an entity doesn't.
+ * By the classic rule the first run of text of a RawData element counts; a comment, an instruction, a CDATA
+ * section or an element ends it, an entity doesn't. In the complete reading all text and CDATA of it does.
  */
 class BrooksideDomParser : public BoundedDomParser {
 public:
     /** Texts beyond this mark are no raw data any more. */
     static constexpr std::string_view EndMark = "NUM_DATA_ROWS";
 
-    explicit BrooksideDomParser(xercesc::EntityResolver* entityResolver = nullptr);
+    /** How much of a RawData element counts. */
+    enum RawTextExtent { FirstRun, AllText };
+
+    explicit BrooksideDomParser(xercesc::EntityResolver* entityResolver = nullptr,
+                                RawTextExtent rawTextExtent = FirstRun);
 
     /** By the element; an element without a text isn't there. Valid until the parser is gone. */
     std::map<const xercesc::DOMNode*, RawDataText>& GetRawData() { return rawData; }
@@ -43,15 +48,23 @@ public:
     void docPI(const XMLCh* target, const XMLCh* data) override;
 
 private:
+    void Interrupt();
     void EndRun();
     void AddText(const XMLCh* text, XMLSize_t length);
 
+    RawTextExtent extent;
     std::map<const xercesc::DOMNode*, RawDataText> rawData;
     const xercesc::DOMNode* rawElement = nullptr;  // the RawData element that is open
     int depth = 0;                                 // of open elements from it on
     RawDataText* run = nullptr;                    // its text, once that began
     bool runEnded = false;
     XMLCh highSurrogate = 0;  // first half of a character whose second half is in the next piece
+};
+
+/** Errors of validity end the parse as those of form do. */
+class StrictErrorHandler : public xercesc::DefaultHandler {
+public:
+    void error(const xercesc::SAXParseException& exception) override;
 };
 
 /** Parses a file; one that can't be opened raises SAXException. Raises what the XML library raises. */

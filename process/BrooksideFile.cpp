@@ -1,7 +1,7 @@
 #include "process/BrooksideFile.h"
 
 #include <algorithm>
-#include <optional>
+#include <limits>
 #include <set>
 #include <string_view>
 
@@ -10,6 +10,7 @@
 #include "base/Exception.h"
 #include "base/NumberParser.h"
 #include "base/PathNames.h"
+#include "frame/FormatRecogniser.h"
 #include "host/NvString.h"
 #include "process/BrooksideFailure.h"
 #include "process/BrooksideFields.h"
@@ -24,8 +25,35 @@ namespace {
 // What stands in a duration field for a phase whose data are lost: the very text, not the number.
 constexpr std::string_view MissingDuration = "-999";
 
-// The mark of the set-point line is compared in its first five characters only; files rely on it.
+// A set-point line begins with "SetPoint" and a tab, of which only the first five characters are compared.
 constexpr std::string_view SetPointMark = "SetPo";
+
+// The statuses whose text tells the log's name, which stands for the "%s".
+struct FileStatusText {
+    int status;
+    const char* format;
+};
+constexpr FileStatusText FileStatusTexts[] = {
+    {BrooksideFile::StatusOpenFailed, "The file %s could not be opened."},
+    {BrooksideFile::StatusNoFileLine,
+     "The file %s does not appear to be a Brookside file.\nA line starting with '\"File\"' could not be "
+     "found."},
+    {BrooksideFile::StatusNoPhases,
+     "The file %s does not appear to be a Brookside file.\nThe columns that specifies the start and end of "
+     "each phase could not be found."},
+    {BrooksideFile::StatusUnknownException, "An unknown exception occurred while reading the file %s."},
+    {BrooksideFile::StatusForeignFile, "The file %s does not appear to be a Brookside file."},
+    {BrooksideFile::StatusDuplicateWafer, "The file %s contains wafer with duplicate ids. Reading aborted"},
+};
+
+std::string FileStatusTextOf(int status, const std::string& fileName) {
+    for (const FileStatusText& entry : FileStatusTexts) {
+        if (entry.status == status) {
+            return NvString::Format(entry.format, fileName.c_str());
+        }
+    }
+    return {};
+}
 
 using IDSet = std::set<std::string, LessIgnoringCase>;
 
@@ -81,10 +109,24 @@ void AddCount(std::vector<FileContents::Fact>& facts, const char* name, int coun
     }
 }
 
+// What the wafer lines say, each once.
+void AddList(std::vector<FileContents::Fact>& facts, const char* name, const NCStringVector& texts) {
+    std::set<std::string> known;
+    std::string list;
+    for (int i = 1; i <= texts.GetSize() && known.size() < MaxListedBrooksideNames; ++i) {
+        if (!texts(i).empty() && known.insert(texts(i)).second) {
+            list += (list.empty() ? "" : ", ") + texts(i);
+        }
+    }
+    if (!list.empty()) {
+        facts.emplace_back(name, list);
+    }
+}
+
 // The data files that a log names and the variables in their headers.
-void ListDataFiles(std::vector<FileContents::Fact>& facts, const BrooksideFileSet& files, char chamber,
-                   const std::vector<PhaseEntry>& entries) {
-    BrooksideHeader header(chamber);
+void ListDataFiles(std::vector<FileContents::Fact>& facts, const BrooksideFileSet& files,
+                   const std::string& chambers, const std::vector<PhaseEntry>& entries) {
+    BrooksideHeader header(chambers);
     std::size_t count = 0;
     std::vector<std::string> unreadable;
     for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -103,7 +145,7 @@ void ListDataFiles(std::vector<FileContents::Fact>& facts, const BrooksideFileSe
         }
         unreadable.emplace_back(entries[i].dataFile);
     }
-    facts.emplace_back("data files", std::to_string(count));
+    facts.emplace_back("data files", static_cast<double>(count), "");
     if (!unreadable.empty()) {
         facts.emplace_back("missing", "data files not there or without a header, " +
                                           ListBrooksideNames(unreadable, unreadable.size()));
@@ -122,11 +164,13 @@ struct BrooksideFile::LogRead {
 
     BrooksideTransition transition;
     BrooksidePhases phases;
-    std::optional<char> chamber;
+    std::string chambers;  // the first letters of the recipes, each once; the classic reading takes one
     IDSet seen;
     IDSet duplicates;
     std::vector<std::string> phasesWithoutData;  // the first few
     std::size_t countWithoutData = 0;
+    std::uint64_t phasesWithoutLines = 0;
+    std::uint64_t duplicatePhases = 0;
 };
 
 BrooksideFile::BrooksideFile() = default;
@@ -137,8 +181,7 @@ BrooksideFile::BrooksideFile(const char* packageText, const char* name, bool isC
             packageText, fileName,
             isCenterFile ? BrooksideFileSet::PackageOfCenterFiles : BrooksideFileSet::PackageOfLog);
     } catch (const Exception& exception) {
-        errorText = exception.what();
-        status = StatusNoFileSet;
+        FailAs(StatusNoFileSet, exception.what());
     }
 }
 
@@ -152,56 +195,28 @@ void BrooksideFile::Close() {
 }
 
 void BrooksideFile::GetErrorMessage(char* buffer, unsigned int size) {
-    const std::string file = "The file " + fileName;
-    std::string text = "Unknown error.";
-    switch (status) {
-        case StatusOk:
-            text.clear();
-            break;
-        case StatusNotImplemented:
-            text = "Not implemented yet!";
-            break;
-        case StatusWrongMode:
-            text = "Brookside files can only be read.";
-            break;
-        case StatusOpenFailed:
-            text = file + " could not be opened.";
-            break;
-        case StatusNoFileLine:
-            text = file +
-                   " does not appear to be a Brookside file.\nA line starting with '\"File\"' could not be "
-                   "found.";
-            break;
-        case StatusNoPhases:
-            text = file +
-                   " does not appear to be a Brookside file.\nThe columns that specifies the start and end "
-                   "of each phase could not be found.";
-            break;
-        case StatusUnknownException:
-            text = "An unknown exception occurred while reading the file " + fileName + ".";
-            break;
-        case StatusForeignFile:
-            text = file + " does not appear to be a Brookside file.";
-            break;
-        case StatusDuplicateWafer:
-            text = file + " contains wafer with duplicate ids. Reading aborted";
-            break;
-        case StatusDuplicatePhase:
-        case StatusReserved4:
-        case StatusDifferentChambers:
-        case StatusException:
-        case StatusNoTime:
-        case StatusReserved9:
-        case StatusEndOfFile:
-        case StatusNotANumber:
-        case StatusNoFileSet:
-        case StatusNoData:
-            text = errorText;
-            break;
-        default:
-            break;
+    static constexpr StatusText Texts[] = {
+        {StatusOk, ""},
+        {StatusNotImplemented, "Not implemented yet!"},
+        {StatusWrongMode, "Brookside files can only be read."},
+        {StatusReserved4, ""},
+        {StatusReserved9, ""},
+    };
+    const bool isKnown = !failureText.empty() ||
+                         std::any_of(std::begin(Texts), std::end(Texts),
+                                     [this](const StatusText& entry) { return entry.status == status; });
+    if (isKnown) {
+        CopyStatusText(Texts, buffer, size);
+    } else {
+        CopyMessage("Unknown error.", buffer, size);
     }
-    CopyMessage(text, buffer, size);
+}
+
+// A failure's text is settled where it arises, since it tells names.
+int BrooksideFile::FailAs(int failure, const std::string& text) {
+    status = failure;
+    failureText = text.empty() ? FileStatusTextOf(failure, fileName) : text;
+    return status;
 }
 
 const char* BrooksideFile::GetWarningMessage() {
@@ -218,20 +233,45 @@ int BrooksideFile::Open(bool forRead, const char* name, NvImportOpenOptions* /*o
     fileName = name;
     warningText.clear();
     fileSet.reset();
+    sizeKnown = false;
     try {
-        fileSet = std::make_shared<BrooksideFileSet>(fileName);
+        fileSet = std::make_shared<BrooksideFileSet>(fileName, GetContext()->reading);
     } catch (const Exception& exception) {
-        errorText = exception.what();
-        status = StatusNoFileSet;
+        FailAs(StatusNoFileSet, exception.what());
     }
     return status;
 }
 
+// The classic size is known in Read only.
 int BrooksideFile::EstablishSize() {
     numCols = 1;
     numRows = 1;
     sizeKnown = true;
-    return StatusOk;
+    if (!IsComplete()) {
+        return StatusOk;
+    }
+    return WithinBudget(StatusSizeFailed, [this] {
+        const auto scan = MakeScan();
+        try {
+            LogRead log(scan->OpenOwnText());
+            scan->ReadTransition(log);
+            BrooksideSamples samples(*fileSet, log.chambers, *GetContext(), scan->warningText);
+            numRows = static_cast<int>(PlanRows(log, samples));
+            numCols = samples.GetHeader().CountColumns();
+        } catch (const BrooksideFailure& failure) {
+            FailAs(failure.status, failure.text);
+        }
+        return status;
+    });
+}
+
+// A second reader over the same texts, so that nothing of this one's reading changes.
+std::shared_ptr<BrooksideFile> BrooksideFile::MakeScan() const {
+    auto scan = std::make_shared<BrooksideFile>();
+    scan->fileName = fileName;
+    scan->fileSet = fileSet;
+    scan->SetContext(GetContext());
+    return scan;
 }
 
 BrooksideStream BrooksideFile::OpenOwnText() const {
@@ -242,14 +282,20 @@ void BrooksideFile::FailWith(BrooksideFileStatus failure, const std::string& tex
     throw BrooksideFailure{failure, text};
 }
 
-// The first wafer's recipe names the chamber; one log has one.
+// The recipes name the chambers. By the classic rule one log has one; the complete table has the variables of
+// all of them.
 void BrooksideFile::CheckChamber(LogRead& log) const {
-    const char letter = FirstLetter(log.transition.GetFields().GetText(BrooksideTransition::FieldRecipe));
-    if (!log.chamber.has_value()) {
-        log.chamber = letter;
-    } else if (*log.chamber != letter) {
+    char letter = FirstLetter(log.transition.GetFields().GetText(BrooksideTransition::FieldRecipe));
+    if (letter == '\0' && IsComplete()) {
+        letter = BrooksideHeader::AllChambers;
+    }
+    if (log.chambers.find(letter) != std::string::npos) {
+        return;
+    }
+    if (!log.chambers.empty() && !IsComplete()) {
         FailWith(StatusDifferentChambers, "The file " + fileName + " contains data from different chambers.");
     }
+    log.chambers += letter;
 }
 
 void BrooksideFile::AddWafer(LogRead& log) {
@@ -292,10 +338,13 @@ void BrooksideFile::AddWafer(LogRead& log) {
 
 void BrooksideFile::AddPhase(LogRead& log, int phase, const char* dataFile, const char* wafer) {
     const std::string_view* duration = log.transition.GetDuration(phase);
-    if (duration == nullptr) {
+    const std::string_view* from = log.transition.GetFrom(phase);
+    const std::string_view* to = log.transition.GetTo(phase);
+    const bool hasLines = from != nullptr && to != nullptr;
+    if (duration == nullptr ? !IsComplete() : *duration != MissingDuration && !hasLines && !IsComplete()) {
         FailWith(StatusForeignFile);
     }
-    if (*duration == MissingDuration) {
+    if (duration != nullptr && *duration == MissingDuration) {
         if (++log.countWithoutData <= MaxListedBrooksideNames) {
             log.phasesWithoutData.push_back(NvString::Format("%s phase %i", wafer, phase));
         }
@@ -304,15 +353,22 @@ void BrooksideFile::AddPhase(LogRead& log, int phase, const char* dataFile, cons
             NvString::Format("All data for wafer %s, phase %i, are missing. Phase skipped\n", wafer, phase));
         return;
     }
-    const std::string_view* from = log.transition.GetFrom(phase);
-    const std::string_view* to = log.transition.GetTo(phase);
-    if (from == nullptr || to == nullptr) {
-        FailWith(StatusForeignFile);
+    if (!hasLines || (IsComplete() && (TrimSpace(*from).empty() || TrimSpace(*to).empty()))) {
+        ++log.phasesWithoutLines;
+        return;
     }
-    switch (log.phases.Insert({dataFile, wafer, ToLeadingInt(*from), ToLeadingInt(*to), phase})) {
+    // A phase that is there twice is a failure by the classic rule; the complete table has it twice.
+    const auto duplicates = IsComplete() ? BrooksidePhases::Keep : BrooksidePhases::LeaveOut;
+    const PhaseEntry entry{dataFile, wafer, ToLeadingInt(*from), ToLeadingInt(*to), phase};
+    switch (log.phases.Insert(entry, duplicates)) {
         case BrooksidePhases::Duplicate:
-            FailWith(StatusDuplicatePhase,
-                     "File " + fileName + ": Contains duplicate phase entries for the wafer " + wafer + ".");
+            if (!IsComplete()) {
+                FailWith(
+                    StatusDuplicatePhase,
+                    "File " + fileName + ": Contains duplicate phase entries for the wafer " + wafer + ".");
+            }
+            ++log.duplicatePhases;
+            break;
         case BrooksidePhases::OutOfOrder:
             AddBrooksideWarning(warningText, "File " + fileName + ": The phases for the wafer " + wafer +
                                                  " are not in order.\n");
@@ -334,6 +390,9 @@ void BrooksideFile::WarnOfDuplicates(const LogRead& log) {
 
 // The wafers, their phases, and where each phase's lines are.
 void BrooksideFile::ReadTransition(LogRead& log) {
+    if (!log.transition.IsOpen()) {
+        FailWith(StatusOpenFailed);
+    }
     if (!log.transition.FindFileLine()) {
         FailWith(StatusNoFileLine);
     }
@@ -341,11 +400,12 @@ void BrooksideFile::ReadTransition(LogRead& log) {
         FailWith(StatusNoPhases);
     }
     while (log.transition.NextWafer()) {
+        GetContext()->ThrowIfStopped();
         CheckChamber(log);
         AddWafer(log);
         const BrooksideFields& fields = log.transition.GetFields();
-        const char* const dataFile = log.phases.Keep(fields.GetText(BrooksideTransition::FieldDataFile));
-        const char* const wafer = log.phases.Keep(fields.GetText(BrooksideTransition::FieldWafer));
+        const char* const dataFile = log.phases.KeepText(fields.GetText(BrooksideTransition::FieldDataFile));
+        const char* const wafer = log.phases.KeepText(fields.GetText(BrooksideTransition::FieldWafer));
         for (int phase = 1; phase <= log.transition.GetNumberOfPhases(); ++phase) {
             AddPhase(log, phase, dataFile, wafer);
         }
@@ -353,25 +413,10 @@ void BrooksideFile::ReadTransition(LogRead& log) {
     WarnOfDuplicates(log);
 }
 
-// The name row, and a word about what was left out.
-void BrooksideFile::FinishTable(ReadSpreadSheetData& sink, const LogRead& log,
-                                const BrooksideSamples& samples) {
-    if (sink.GetNumberOfRows() >= 1) {
-        static constexpr const char* FirstNames[] = {"Wafer (Batch)", "Interval (Phase)", "Time"};
-        const int columns = sink.GetNumberOfColumns();
-        for (int col = 1; col <= std::min(columns, 3); ++col) {
-            sink.Set(col, 1, FirstNames[col - 1]);
-        }
-    }
-    for (const auto& [name, col] : samples.GetVariables()) {
-        sink.Set(col, 1, name.c_str());
-    }
-    if (samples.HasDifferentVariables()) {
-        AddBrooksideWarning(warningText, "All the data files did not contain the same variables.\n");
-    }
-    const auto warn = [this](int count, const char* format) {
+void BrooksideFile::WarnOfSkippedWafers(const LogRead& log) {
+    const auto warn = [this](int count, const char* text) {
         if (count > 0) {
-            AddBrooksideWarning(warningText, std::to_string(count) + format);
+            AddBrooksideWarning(warningText, std::to_string(count) + text);
         }
     };
     const BrooksideTransition::Skipped& skipped = log.transition.GetSkipped();
@@ -380,38 +425,115 @@ void BrooksideFile::FinishTable(ReadSpreadSheetData& sink, const LogRead& log,
     warn(skipped.questionMark, " wafer(s) had an ID that started with '?'. The wafers were skipped.\n");
 }
 
-void BrooksideFile::ReadLog(ReadSpreadSheetData& sink) {
-    LogRead log(OpenOwnText());
-    if (!log.transition.IsOpen()) {
-        FailWith(StatusOpenFailed);
+// The name row, and a word about what was left out.
+void BrooksideFile::FinishTable(ReadSpreadSheetData& sink, const LogRead& log,
+                                const BrooksideSamples& samples) {
+    if (sink.GetNumberOfRows() >= 1) {
+        static constexpr const char* FirstNames[] = {BrooksideSamples::WaferName, BrooksideSamples::PhaseName,
+                                                     BrooksideSamples::TimeName};
+        const int columns = sink.GetNumberOfColumns();
+        for (int col = 1; col <= std::min(columns, 3); ++col) {
+            sink.Set(col, 1, FirstNames[col - 1]);
+        }
     }
-    ReadTransition(log);
+    for (const auto& [name, col] : samples.GetHeader().GetVariables()) {
+        sink.Set(col, 1, name.c_str());
+    }
+    if (samples.HasDifferentVariables()) {
+        AddBrooksideWarning(warningText, "All the data files did not contain the same variables.\n");
+    }
+    WarnOfSkippedWafers(log);
+}
+
+void BrooksideFile::NoteWhatIsLeftOut(const LogRead& log, const BrooksideHeader& header) {
+    const auto note = [this](const char* code, std::uint64_t count, const std::string& text) {
+        if (count > 0) {
+            AddNote({code, count, {}, text});
+        }
+    };
+    const BrooksideTransition::Skipped& skipped = log.transition.GetSkipped();
+    const auto skippedWafers =
+        static_cast<std::uint64_t>(skipped.unknown) + static_cast<std::uint64_t>(skipped.none) +
+        static_cast<std::uint64_t>(skipped.questionMark) + static_cast<std::uint64_t>(skipped.empty);
+    note("wafers-without-id", skippedWafers,
+         karta::CountOf(skippedWafers, "line") + " of the transition file " +
+             (skippedWafers == 1 ? "tells" : "tell") + " no wafer and have no rows");
+    note("phases-without-data", log.countWithoutData,
+         karta::CountOf(log.countWithoutData, "phase") +
+             " without data: " + ListBrooksideNames(log.phasesWithoutData, log.countWithoutData));
+    note("phases-without-lines", log.phasesWithoutLines,
+         karta::CountOf(log.phasesWithoutLines, "phase tells", "phases tell") + " no first and last line");
+    note("duplicate-phases", log.duplicatePhases,
+         karta::CountOf(log.duplicatePhases, "phase is", "phases are") +
+             " listed twice with the same lines: the table has them twice");
+    const auto& others = header.GetOthers();
+    note("other-chambers", others.size(),
+         "variables of other chambers are not in this table: " +
+             ListBrooksideNames({others.begin(), others.end()}, others.size()));
+}
+
+// Row 1 and the first two columns are names.
+void BrooksideFile::TellShape() {
+    karta::TableShape& shape = GetContext()->shape;
+    shape = {};
+    shape.isKnown = true;
+    shape.nameRow = 1;
+    shape.firstDataRow = 2;
+    shape.labelColumns = {BrooksideHeader::ColumnWafer, BrooksideHeader::ColumnPhase};
+}
+
+// Where the phases' lines are known, the table's last row.
+std::int64_t BrooksideFile::PlanRows(LogRead& log, BrooksideSamples& samples) const {
+    samples.FitToData(log.phases.CollectEntries());
     const std::int64_t lastRow = log.phases.AssignRows();
     if (lastRow < 2) {
         FailWith(StatusNoData, "The file " + fileName + " does not contain any data.");
     }
-    BrooksideSamples samples(*fileSet, log.chamber.value_or('\0'), sink, warningText);
-    samples.Read(log.phases.GetEntries(), lastRow);
+    if (lastRow >= std::numeric_limits<int>::max()) {
+        FailWith(StatusNoData, "The file " + fileName + " asks for more rows than a table can have.");
+    }
+    return lastRow;
+}
+
+void BrooksideFile::ReadLog(ReadSpreadSheetData& sink) {
+    LogRead log(OpenOwnText());
+    ReadTransition(log);
+    if (IsComplete()) {
+        ReadLogCompletely(log, sink);
+        return;
+    }
+    log.phases.CollectEntries();
+    const std::int64_t lastRow = log.phases.AssignRows();
+    if (lastRow < 2) {
+        FailWith(StatusNoData, "The file " + fileName + " does not contain any data.");
+    }
+    BrooksideSamples samples(*fileSet, log.chambers, *GetContext(), warningText);
+    samples.Read(log.phases.GetEntries(), lastRow, sink);
     FinishTable(sink, log, samples);
 }
 
+void BrooksideFile::ReadLogCompletely(LogRead& log, ReadSpreadSheetData& sink) {
+    BrooksideSamples samples(*fileSet, log.chambers, *GetContext(), warningText);
+    const std::int64_t lastRow = PlanRows(log, samples);
+    TellShape();
+    samples.ReadCompletely(log.phases.GetEntries(), lastRow, sink);
+    WarnOfSkippedWafers(log);
+    NoteWhatIsLeftOut(log, samples.GetHeader());
+}
+
+// What the sink throws is the caller's.
 int BrooksideFile::Read(ReadSpreadSheetData* sink) {
     if (status != StatusOk) {
         return status;
     }
-    try {
-        ReadLog(*sink);
-    } catch (const BrooksideFailure& failure) {
-        status = failure.status;
-        errorText = failure.text;
-    } catch (const Exception& exception) {
-        status = StatusException;
-        errorText =
-            std::string("The following exception occurred while reading the file :\n") + exception.what();
-    } catch (...) {
-        status = StatusUnknownException;
-    }
-    return status;
+    return WithinBudget(StatusForeignFile, [this, sink] {
+        try {
+            ReadLog(*sink);
+        } catch (const BrooksideFailure& failure) {
+            FailAs(failure.status, failure.text);
+        }
+        return status;
+    });
 }
 
 // False with a status: the one before, or that of a text that can't be opened.
@@ -421,7 +543,7 @@ bool BrooksideFile::OpenCentering(BrooksideStream& stream) {
     }
     stream = OpenOwnText();
     if (!stream.IsOpen()) {
-        status = StatusOpenFailed;
+        FailAs(StatusOpenFailed, {});
     }
     return stream.IsOpen();
 }
@@ -476,28 +598,32 @@ int BrooksideFile::GetIxFromWaferID(const std::string& waferID) const {
 }
 
 std::vector<FileContents::Fact> BrooksideFile::ListFacts() {
-    // A second reader over the same texts, so that nothing of this one's reading changes.
-    BrooksideFile scan;
-    scan.fileName = fileName;
-    scan.fileSet = fileSet;
-    LogRead log(scan.OpenOwnText());
+    const auto scan = MakeScan();
+    LogRead log(scan->OpenOwnText());
     if (!log.transition.IsOpen()) {
         return {};
     }
     try {
-        scan.ReadTransition(log);
+        scan->ReadTransition(log);
     } catch (const BrooksideFailure&) {
         // Read will tell why; until then what was found up to there is worth seeing.
     }
     std::vector<Fact> facts;
-    facts.emplace_back("wafers", std::to_string(scan.waferIndex.size()));
-    facts.emplace_back("phases", std::to_string(log.transition.GetNumberOfPhases()));
+    facts.emplace_back("wafers", static_cast<double>(scan->waferIndex.size()), "");
+    facts.emplace_back("phases", log.transition.GetNumberOfPhases(), "");
+    log.phases.CollectEntries();
     const std::int64_t lastRow = log.phases.AssignRows();
-    facts.emplace_back("samples", std::to_string(std::max<std::int64_t>(lastRow - 1, 0)));
-    if (log.chamber.value_or('\0') != '\0') {
-        facts.emplace_back("chamber", std::string(1, *log.chamber));
+    facts.emplace_back("samples", static_cast<double>(std::max<std::int64_t>(lastRow - 1, 0)), "");
+    std::string chambers = log.chambers;
+    std::erase_if(chambers,
+                  [](char letter) { return letter == '\0' || letter == BrooksideHeader::AllChambers; });
+    if (!chambers.empty()) {
+        facts.emplace_back("chamber", chambers);
     }
-    ListDataFiles(facts, *fileSet, log.chamber.value_or('\0'), log.phases.GetEntries());
+    AddList(facts, "recipe", scan->recipes);
+    AddList(facts, "lot", scan->lots);
+    AddList(facts, "operation", scan->operations);
+    ListDataFiles(facts, *fileSet, log.chambers, log.phases.GetEntries());
     if (log.countWithoutData > 0) {
         facts.emplace_back("skipped", "phases whose data are all missing, " +
                                           ListBrooksideNames(log.phasesWithoutData, log.countWithoutData));
@@ -522,3 +648,19 @@ SpreadsheetFile* BrooksideFileFileFactory::GetSpreadsheetFile() {
 }
 
 static BrooksideFileFileFactory brooksideFileFileFactory;
+
+namespace {
+
+// A package's first tag, or the line that tells where each phase has its columns.
+FormatRecogniser::Evidence RecogniseLog(const char* /*path*/, std::string_view head) {
+    if (head.find("<trn_file_name>") != std::string_view::npos) {
+        return FormatRecogniser::Evidence::Proof;
+    }
+    BrooksideTransition transition(BrooksideStream::OfText(head, BrooksideStream::AnyLineLength));
+    return transition.FindFileLine() && transition.GetNumberOfPhases() > 0 ? FormatRecogniser::Evidence::Proof
+                                                                           : FormatRecogniser::Evidence::None;
+}
+
+const FormatRecogniser brooksideRecogniser("Brookside File", "brookside", {}, RecogniseLog);
+
+}  // namespace

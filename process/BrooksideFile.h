@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -14,6 +15,7 @@
 #include "host/NCStringVector.h"
 
 class BrooksideFileSet;
+class BrooksideHeader;
 class BrooksideSamples;
 class BrooksideStream;
 
@@ -32,8 +34,14 @@ class BrooksideStream;
  * sink. The row filter isn't asked. A data file that isn't there is a warning, and its rows have wafer and
  * phase only. Read also fills the vectors of the wafer lines and can be repeated; it then adds to them.
  *
- * Believed are as many rows as the data files have bytes, and a million rows of data files that aren't
- * there. Lines are cut at 4095 characters (BrooksideStream).
+ * Rows are believed up to a million, beyond that as far as the data files have bytes. Lines are cut at 4095
+ * characters (BrooksideStream).
+ *
+ * In the complete reading lines are whole, entries that share lines each get them, times are never dropped,
+ * and numbers are double; what can't be read is a missing cell, a text or a note (BrooksideSamples). The size
+ * is known before Read.
+ *
+ * What the sink throws passes through Read.
  */
 class KARTA_EXPORT BrooksideFile : public FormatReader, public FileContents {
 public:
@@ -44,8 +52,8 @@ public:
         StatusDuplicatePhase = 0xb03,
         StatusReserved4 = 0xb04, /**< never raised */
         StatusDifferentChambers = 0xb05,
-        StatusUnknownException = 0xb06,
-        StatusException = 0xb07,
+        StatusUnknownException = 0xb06, /**< never raised */
+        StatusException = 0xb07,        /**< never raised */
         StatusNoTime = 0xb08,
         StatusReserved9 = 0xb09, /**< never raised */
         StatusEndOfFile = 0xb0a,
@@ -115,15 +123,21 @@ private:
     void AddWafer(LogRead& log);
     void AddPhase(LogRead& log, int phase, const char* dataFile, const char* wafer);
     void WarnOfDuplicates(const LogRead& log);
+    void WarnOfSkippedWafers(const LogRead& log);
+    void NoteWhatIsLeftOut(const LogRead& log, const BrooksideHeader& header);
     void ReadLog(ReadSpreadSheetData& sink);
+    std::int64_t PlanRows(LogRead& log, BrooksideSamples& samples) const;
+    void ReadLogCompletely(LogRead& log, ReadSpreadSheetData& sink);
     void FinishTable(ReadSpreadSheetData& sink, const LogRead& log, const BrooksideSamples& samples);
+    void TellShape();
+    int FailAs(int failure, const std::string& text);
+    std::shared_ptr<BrooksideFile> MakeScan() const;
     BrooksideStream OpenOwnText() const;
     bool OpenCentering(BrooksideStream& stream);
 
     using IDMap = std::map<std::string, int, LessIgnoringCase>;
 
     std::string fileName;
-    std::string errorText;
     std::string warningText;
     std::shared_ptr<const BrooksideFileSet> fileSet;
     NCStringVector dataFileNames;

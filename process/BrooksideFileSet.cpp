@@ -18,23 +18,39 @@ constexpr const char* TransitionKind = "trn_file";
 constexpr const char* DataKind = "data_file";
 constexpr const char* CenterTag = "center_file";
 
+// A package's first tag is found this far from its beginning.
+constexpr std::size_t HeadWithTag = 4096;
+
+std::string NameTagOf(std::string_view kind) {
+    return "<" + std::string(kind) + "_name>";
+}
+
 [[noreturn]] void FailAsForeign(const std::string& name) {
     throw Exception("The file '" + name + "' does not seem to be a Brookside file.");
 }
 
 }  // namespace
 
-BrooksideFileSet::BrooksideFileSet(const std::string& path) : ownName(path) {
+BrooksideFileSet::BrooksideFileSet(const std::string& path, karta::Reading how)
+    : reading(how), ownName(path) {
     FNClass parts(path);
-    if (EqualIgnoringCase(parts.extension, ".trn")) {
-        isPlainFile = true;
-        directory = parts.folder;
-    } else if (EqualIgnoringCase(parts.extension, ".pkg")) {
+    if (IsPackage(parts.extension)) {
         ReadPackage();
         FindLog();
+    } else if (IsComplete() || EqualIgnoringCase(parts.extension, ".trn")) {
+        isPlainFile = true;
+        directory = parts.folder;
     } else {
         FailAsForeign(path);
     }
+}
+
+bool BrooksideFileSet::IsPackage(std::string_view extension) const {
+    if (EqualIgnoringCase(extension, ".pkg")) {
+        return true;
+    }
+    const std::string nameTag = NameTagOf(TransitionKind);
+    return IsComplete() && NvFile::ReadHead(ownName.c_str(), HeadWithTag).find(nameTag) != std::string::npos;
 }
 
 BrooksideFileSet::BrooksideFileSet(const char* text, const std::string& name, PackageKind kind)
@@ -89,7 +105,7 @@ void BrooksideFileSet::FindCenterFiles() {
 // A name and the content behind it. The name's own closing tag isn't asked for: the name ends at any tag.
 bool BrooksideFileSet::FindBlock(std::string_view kind, std::size_t from, Block& block) const {
     const std::string tag(kind);
-    const std::string nameTag = "<" + tag + "_name>";
+    const std::string nameTag = NameTagOf(kind);
     const std::size_t opening = packageText.find(nameTag, from);
     if (opening == std::string_view::npos) {
         return false;
@@ -126,31 +142,50 @@ bool BrooksideFileSet::IsOwnName(const std::string& name) const {
     return EqualIgnoringCase(name, ownName);
 }
 
+// The last part of a name that a file tells: nothing outside the log's folder is ever opened.
 std::string BrooksideFileSet::PathOf(const std::string& name) const {
-    return IsOwnName(name) ? name : directory + name;
+    return IsOwnName(name) ? ownName : directory + NvGetFileName(name);
+}
+
+// The path of a file of the folder whose name is the same but for the case of its letters; of several the
+// first in the order of their bytes.
+std::string BrooksideFileSet::FindInFolder(const std::string& name) const {
+    const std::string wanted = NvGetFileName(name);
+    std::string found;
+    std::error_code error;
+    const std::filesystem::path folder = directory.empty() ? "." : directory;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string candidate = entry->path().filename().string();
+        if (EqualIgnoringCase(candidate, wanted) && (found.empty() || candidate < found)) {
+            found = candidate;
+        }
+    }
+    return directory + (found.empty() ? wanted : found);
 }
 
 BrooksideStream BrooksideFileSet::OpenText(const std::string& name) const {
+    const std::size_t longestLine =
+        IsComplete() ? BrooksideStream::AnyLineLength : BrooksideStream::ClassicLineLength;
     if (!isPlainFile) {
-        const auto found = regions.find(name);
+        auto found = regions.find(name);
+        if (found == regions.end() && IsComplete()) {
+            found = regions.find(NvGetFileName(name));
+        }
         if (found == regions.end()) {
             return {};
         }
-        return BrooksideStream::OfText(packageText.substr(found->second.start, found->second.length));
+        return BrooksideStream::OfText(packageText.substr(found->second.start, found->second.length),
+                                       longestLine);
     }
-    const std::string path = PathOf(name);
+    std::string path = PathOf(name);
     std::error_code error;
     // A name out of the transition file must not lead to a device or a pipe, which could have no end.
     if (!IsOwnName(name) && !std::filesystem::is_regular_file(path, error)) {
-        return {};
+        path = IsComplete() ? FindInFolder(name) : path;
+        if (!std::filesystem::is_regular_file(path, error)) {
+            return {};
+        }
     }
-    return BrooksideStream::OfFile(path);
-}
-
-std::uint64_t BrooksideFileSet::GetSize(const std::string& name) const {
-    if (isPlainFile) {
-        return NvFile::GetSize(PathOf(name).c_str());
-    }
-    const auto found = regions.find(name);
-    return found == regions.end() ? 0 : found->second.length;
+    return BrooksideStream::OfFile(path, longestLine);
 }

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "base/LessIgnoringCase.h"
+#include "base/Reading.h"
 #include "process/BrooksideStream.h"
 
 /**
@@ -24,18 +25,26 @@ public:
     /** What a package text in memory holds. */
     enum PackageKind { PackageOfLog, PackageOfCenterFiles };
 
-    /** The log at a path, by its extension. A transition file need not be there yet. */
-    explicit BrooksideFileSet(const std::string& path);
+    /**
+     * The log at a path, by its extension; in the complete reading any text with a package's tags is one, and
+     * any other file a transition file. A transition file need not be there yet.
+     */
+    BrooksideFileSet(const std::string& path, karta::Reading reading);
     /**
      * A package text in memory, ended by a NUL, that stays the caller's and must outlive the set. Of centre
      * files the first is known by `name`, the second (or the only one) by the empty name.
      */
     BrooksideFileSet(const char* text, const std::string& name, PackageKind kind);
 
-    /** A stream over the text of a name, in any case; not open when there is none. */
+    /**
+     * A stream over the text of a name; not open when there is none. A data file is looked for in the log's
+     * own folder only, whatever folder its name tells. The complete reading finds it in any case of its
+     * letters and doesn't cut its lines; the classic one looks for the letters that are there, and in a
+     * package for the folder too.
+     */
     BrooksideStream OpenText(const std::string& name) const;
     /** How many bytes the text of a name has; 0 when there is none. */
-    std::uint64_t GetSize(const std::string& name) const;
+    std::uint64_t GetSize(const std::string& name) const { return OpenText(name).GetText().size(); }
 
 private:
     struct Region {
@@ -48,13 +57,17 @@ private:
     };
 
     bool IsOwnName(const std::string& name) const;
+    bool IsComplete() const { return reading == karta::Reading::Complete; }
+    bool IsPackage(std::string_view extension) const;
     std::string PathOf(const std::string& name) const;
+    std::string FindInFolder(const std::string& name) const;
     void ReadPackage();
     void FindLog();
     void FindCenterFiles();
     bool FindBlock(std::string_view kind, std::size_t from, Block& block) const;
     bool FindContent(std::string_view tag, std::size_t from, Region& region) const;
 
+    karta::Reading reading = karta::Reading::Classic;
     bool isPlainFile = false;
     std::unique_ptr<char[]> ownedText;  // null for a plain file and for a text in memory
     std::string_view packageText;

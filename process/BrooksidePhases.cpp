@@ -34,11 +34,14 @@ bool BrooksidePhases::PlaceOrder::operator()(const Place& left, const Place& rig
     return left.from < right.from && !less(right.dataFile, left.dataFile);
 }
 
-BrooksidePhases::Verdict BrooksidePhases::Insert(const PhaseEntry& entry) {
+BrooksidePhases::Verdict BrooksidePhases::Insert(const PhaseEntry& entry, Duplicates duplicates) {
     const Place place{entry.dataFile, entry.from};
     const auto next = sorted.lower_bound(place);
     const bool sameWafer = next != sorted.end() && EqualIgnoringCase(next->second.wafer, entry.wafer);
     if (sameWafer && SameLines(next->second, entry)) {
+        if (duplicates == Keep) {
+            sorted.emplace_hint(next, place, entry);
+        }
         return Duplicate;
     }
     PhaseEntry& inserted = sorted.emplace_hint(next, place, entry)->second;
@@ -50,11 +53,15 @@ BrooksidePhases::Verdict BrooksidePhases::Insert(const PhaseEntry& entry) {
     return OutOfOrder;
 }
 
-std::int64_t BrooksidePhases::AssignRows() {
+std::vector<PhaseEntry>& BrooksidePhases::CollectEntries() {
     entries.clear();
     for (const auto& [place, entry] : sorted) {
         entries.push_back(entry);
     }
+    return entries;
+}
+
+std::int64_t BrooksidePhases::AssignRows() {
     std::int64_t row = FirstDataRow;
     std::vector<PhaseEntry*> run;
     for (std::size_t start = 0; start < entries.size();) {

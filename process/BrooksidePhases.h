@@ -26,20 +26,24 @@ struct PhaseEntry {
 class BrooksidePhases {
 public:
     enum Verdict { Inserted, OutOfOrder, Duplicate };
+    /** What becomes of an entry that is there already. */
+    enum Duplicates { LeaveOut, Keep };
 
     /** Keeps a copy of a text for the entries to point at. */
-    const char* Keep(std::string_view text) { return texts.Add(text); }
+    const char* KeepText(std::string_view text) { return texts.Add(text); }
 
     /**
      * Puts an entry at its place, before entries of the same data file and line. What stands there decides:
-     * the same entry makes this one a duplicate, which isn't put in; another phase of the same wafer, in
-     * whichever data file, marks both as out of order.
+     * the same entry makes this one a duplicate; another phase of the same wafer, in whichever data file,
+     * marks both as out of order.
      */
-    Verdict Insert(const PhaseEntry& entry);
+    Verdict Insert(const PhaseEntry& entry, Duplicates duplicates);
 
+    /** All entries in their order, until AssignRows free to be cut or taken out. */
+    std::vector<PhaseEntry>& CollectEntries();
     /**
-     * Gives every entry its table rows, from row 2 on, those out of order in the order of their phases,
-     * and tells the table's last row. Afterwards GetEntries is filled.
+     * Gives every entry that was collected its table rows, from row 2 on, those out of order in the order of
+     * their phases, and tells the table's last row.
      */
     std::int64_t AssignRows();
     std::vector<PhaseEntry>& GetEntries() { return entries; }

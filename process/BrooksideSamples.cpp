@@ -17,11 +17,11 @@
 namespace {
 
 constexpr int LinesBeforeCount = 4;
-constexpr const char* TimeName = "Time";
 constexpr float MissingMark = -999.0F;
 
 // The entries of the first one's data file; they stand together.
-std::span<const PhaseEntry> TakeDataFile(std::span<const PhaseEntry> entries) {
+template <class Entry>
+std::span<Entry> TakeDataFile(std::span<Entry> entries) {
     std::size_t count = 1;
     while (count < entries.size() && EqualIgnoringCase(entries[count].dataFile, entries[0].dataFile)) {
         ++count;
@@ -29,17 +29,30 @@ std::span<const PhaseEntry> TakeDataFile(std::span<const PhaseEntry> entries) {
     return entries.first(count);
 }
 
-// The next field of a line, which is taken off it. False when there is none.
-bool TakeField(std::string_view& rest, bool& more, std::string_view& field) {
-    if (!more) {
-        return false;
+/** The fields of a line one by one, parted by tabs; an empty line has none. */
+class FieldWalk {
+public:
+    explicit FieldWalk(std::string_view line) : rest(line), more(!line.empty()) {}
+
+    /** Goes on to a field by its number from 1; each call asks for a later one. False when there is none. */
+    bool MoveTo(int field, std::string_view& text) {
+        for (; taken < field; ++taken) {
+            if (!more) {
+                return false;
+            }
+            const std::size_t tab = rest.find('\t');
+            more = tab != std::string_view::npos;
+            text = rest.substr(0, tab);
+            rest.remove_prefix(more ? tab + 1 : rest.size());
+        }
+        return true;
     }
-    const std::size_t tab = rest.find('\t');
-    more = tab != std::string_view::npos;
-    field = rest.substr(0, tab);
-    rest.remove_prefix(more ? tab + 1 : rest.size());
-    return true;
-}
+
+private:
+    std::string_view rest;
+    bool more;
+    int taken = 0;
+};
 
 }  // namespace
 
@@ -61,17 +74,28 @@ void BrooksideHeader::Read(BrooksideStream& stream, const std::string& dataFile)
     }
     ReadLineWithoutQuotes(stream, line);
     fields.Split(line);
-    if (!EqualIgnoringCase(fields.GetText(1), TimeName)) {
+    if (!EqualIgnoringCase(fields.GetText(1), BrooksideSamples::TimeName)) {
         throw BrooksideFailure{BrooksideFile::StatusNoTime,
                                "The 'Time' column could not be found in the data file " + dataFile + "."};
     }
     map.assign(1, {1, ColumnTime});
     for (int field = 2; field <= fields.GetCount(); ++field) {
         const std::string_view name = fields.GetText(field);
-        if (!name.empty() && ToUpper(name.front()) == ToUpper(chamberLetter)) {
+        if (name.empty()) {
+            continue;
+        }
+        if (IsOfLog(name)) {
             map.push_back({field, ColumnOf(name)});
+        } else {
+            others.emplace(name);
         }
     }
+}
+
+bool BrooksideHeader::IsOfLog(std::string_view name) const {
+    return std::any_of(chamberLetters.begin(), chamberLetters.end(), [name](char letter) {
+        return letter == AllChambers || ToUpper(letter) == ToUpper(name.front());
+    });
 }
 
 int BrooksideHeader::ColumnOf(std::string_view name) {
@@ -84,41 +108,41 @@ int BrooksideHeader::ColumnOf(std::string_view name) {
     return col;
 }
 
-// The last row that the table can have, if no data file gives more lines than it has bytes. Lines that
-// several phases share count for each of them.
+// The last row that the table can have. Lines that several phases share count for each of them.
 std::int64_t BrooksideSamples::FindBelievableEnd(std::span<const PhaseEntry> entries) const {
-    std::int64_t rows = 1;
-    std::int64_t rowsWithoutData = rowsWithoutDataLeft;
+    std::int64_t asked = 0;
+    std::int64_t borneOut = 0;
     while (!entries.empty()) {
         const auto group = TakeDataFile(entries);
-        std::int64_t asked = 0;
+        std::int64_t askedOfFile = 0;
         for (const PhaseEntry& entry : group) {
-            asked += std::max<std::int64_t>(entry.CountRows(), 0);
+            askedOfFile += std::max<std::int64_t>(entry.CountRows(), 0);
         }
-        const auto size = static_cast<std::int64_t>(files.GetSize(group[0].dataFile));
-        const std::int64_t given = std::min(asked, size > 0 ? size : rowsWithoutData);
-        rowsWithoutData -= size > 0 ? 0 : given;
-        rows += given;
+        asked += askedOfFile;
+        borneOut += std::min(askedOfFile, static_cast<std::int64_t>(files.GetSize(group[0].dataFile)));
         entries = entries.subspan(group.size());
     }
-    return std::min<std::int64_t>(rows, std::numeric_limits<int>::max() - 1);
+    constexpr std::int64_t MostRows = std::numeric_limits<int>::max() - 2;
+    return 1 + std::min(BelievedCount(asked, borneOut), MostRows);
 }
 
-void BrooksideSamples::Read(std::span<const PhaseEntry> entries, std::int64_t lastRow) {
+void BrooksideSamples::Read(std::span<const PhaseEntry> entries, std::int64_t lastRow,
+                            ReadSpreadSheetData& sink) {
     believableEnd = FindBelievableEnd(entries);
     tableEnd = std::min(lastRow, believableEnd);
     for (bool isFirst = true; !entries.empty(); isFirst = false) {
         const auto group = TakeDataFile(entries);
-        ReadDataFile(group, isFirst);
+        ReadDataFile(group, isFirst, sink);
         entries = entries.subspan(group.size());
     }
 }
 
-void BrooksideSamples::ReadDataFile(std::span<const PhaseEntry> entries, bool isFirst) {
+void BrooksideSamples::ReadDataFile(std::span<const PhaseEntry> entries, bool isFirst,
+                                    ReadSpreadSheetData& sink) {
     fileName = entries[0].dataFile;
     BrooksideStream stream = files.OpenText(fileName);
     if (!stream.IsOpen()) {
-        SetWithoutData(entries);
+        SetWithoutData(entries, sink);
         return;
     }
     header.Read(stream, fileName);
@@ -128,18 +152,20 @@ void BrooksideSamples::ReadDataFile(std::span<const PhaseEntry> entries, bool is
     }
     std::int64_t line = 1;
     for (const PhaseEntry& entry : entries) {
-        ReadEntry(stream, entry, line);
+        ReadEntry(stream, entry, line, sink);
     }
 }
 
 // The stream is never wound back: a phase that begins before the present line begins there, and takes at
 // least that one.
-void BrooksideSamples::ReadEntry(BrooksideStream& stream, const PhaseEntry& entry, std::int64_t& line) {
+void BrooksideSamples::ReadEntry(BrooksideStream& stream, const PhaseEntry& entry, std::int64_t& line,
+                                 ReadSpreadSheetData& sink) {
     for (; line < entry.from && !stream.AtEnd(); ++line) {
         stream.NextLine();
     }
     std::int64_t row = entry.firstRow;
     do {
+        context.ThrowIfStopped();
         if (stream.AtEnd()) {
             FailAtEndOfFile();
         }
@@ -147,7 +173,7 @@ void BrooksideSamples::ReadEntry(BrooksideStream& stream, const PhaseEntry& entr
         const std::string_view text = stream.NextLine();
         // A phase that is listed backwards takes rows back, in the worst case from before the table.
         if (row >= 1) {
-            SetSample(text, entry, row);
+            SetSample(text, entry, row, sink);
         }
         ++row;
         ++line;
@@ -166,37 +192,54 @@ void BrooksideSamples::FailAtEndOfFile() const {
     throw BrooksideFailure{BrooksideFile::StatusEndOfFile, "Unexpected end of file in " + fileName + "."};
 }
 
-void BrooksideSamples::SetSample(std::string_view text, const PhaseEntry& entry, std::int64_t row) {
+void BrooksideSamples::SetSample(std::string_view text, const PhaseEntry& entry, std::int64_t row,
+                                 ReadSpreadSheetData& sink) const {
     const int tableRow = static_cast<int>(row);
-    bool more = !text.empty();
-    int fieldsTaken = 0;
-    for (const auto& [field, col] : header.GetMap()) {
-        std::string_view value;
-        for (; fieldsTaken < field; ++fieldsTaken) {
-            if (!TakeField(text, more, value)) {
-                throw BrooksideFailure{BrooksideFile::StatusForeignFile, {}};
-            }
+    FieldWalk fields(text);
+    std::string_view field;
+    for (const auto& [number, col] : header.GetMap()) {
+        if (!fields.MoveTo(number, field)) {
+            throw BrooksideFailure{BrooksideFile::StatusForeignFile, {}};
         }
-        float number = 0.0F;
-        if (!NvString::ToFloat(value, number)) {
-            throw BrooksideFailure{
-                BrooksideFile::StatusNotANumber,
-                "File " + fileName + ": Found '" + std::string(value) + "' when expecting a number."};
-        }
-        const bool isMissing =
-            number == MissingMark || (col == BrooksideHeader::ColumnTime && entry.outOfOrder);
-        if (isMissing) {
-            sink.Set(col, tableRow, "");
-        } else {
-            sink.Set(col, tableRow, number);
-        }
+        SetClassicCell(col, tableRow, field, entry.outOfOrder, sink);
     }
     sink.Set(BrooksideHeader::ColumnWafer, tableRow, entry.wafer);
     sink.Set(BrooksideHeader::ColumnPhase, tableRow, entry.phase);
 }
 
+// The classic rule for a field; the complete one is SampleRow's.
+void BrooksideSamples::SetClassicCell(int col, int row, std::string_view field, bool timesAreLost,
+                                      ReadSpreadSheetData& sink) const {
+    float number = 0.0F;
+    if (!NvString::ToFloat(field, number)) {
+        throw BrooksideFailure{
+            BrooksideFile::StatusNotANumber,
+            "File " + fileName + ": Found '" + std::string(field) + "' when expecting a number."};
+    }
+    if (number == MissingMark || (timesAreLost && col == BrooksideHeader::ColumnTime)) {
+        sink.Set(col, row, "");
+    } else {
+        sink.Set(col, row, number);
+    }
+}
+
+// Makes the table larger by one row. A sink that adds each size to what it has, instead of taking it, is
+// given all rows of the table at once: row by row its columns would double each time.
+void BrooksideSamples::GrowByRow(ReadSpreadSheetData& sink, int row) const {
+    const int rows = sink.GetNumberOfRows();
+    if (rows >= row) {
+        return;
+    }
+    const int columns = sink.GetNumberOfColumns();
+    sink.SetDataSize(columns, row);
+    const bool addsSizes = sink.GetNumberOfColumns() == columns * 2 && sink.GetNumberOfRows() == rows + row;
+    if (addsSizes && sink.GetNumberOfRows() < tableEnd) {
+        sink.SetDataSize(0, static_cast<int>(tableEnd) - sink.GetNumberOfRows());
+    }
+}
+
 // The rows of a data file that isn't there still tell their wafer and phase.
-void BrooksideSamples::SetWithoutData(std::span<const PhaseEntry> entries) {
+void BrooksideSamples::SetWithoutData(std::span<const PhaseEntry> entries, ReadSpreadSheetData& sink) {
     AddBrooksideWarning(warnings, "Opening the data file " + fileName +
                                       " failed.\nData could not be read for the following wafers.\n");
     for (const PhaseEntry& entry : entries) {
@@ -213,11 +256,173 @@ void BrooksideSamples::SetWithoutData(std::span<const PhaseEntry> entries) {
         }
         for (std::int64_t row = std::max<std::int64_t>(entry.firstRow, 1); row < end; ++row) {
             const int tableRow = static_cast<int>(row);
-            if (sink.GetNumberOfRows() < tableRow) {
-                sink.SetDataSize(sink.GetNumberOfColumns(), tableRow);
-            }
+            GrowByRow(sink, tableRow);
             sink.Set(BrooksideHeader::ColumnWafer, tableRow, entry.wafer);
             sink.Set(BrooksideHeader::ColumnPhase, tableRow, entry.phase);
         }
     }
+}
+
+// ---- The complete reading ----
+
+void BrooksideSamples::AddNote(const char* code, std::uint64_t count, std::string place, std::string text) {
+    context.notes.Add({code, count, std::move(place), std::move(text)});
+}
+
+// A data file up to its first sample. False, with a note, for one that isn't there or has no header.
+bool BrooksideSamples::EnterDataFile(BrooksideStream& stream, const std::string& name) {
+    stream = files.OpenText(name);
+    if (!stream.IsOpen()) {
+        AddNote("missing-file", 1, name,
+                "the data file " + name + " isn't there: its rows have wafer and phase only");
+        return false;
+    }
+    try {
+        header.Read(stream, name);
+    } catch (const BrooksideFailure&) {
+        AddNote("unreadable-file", 1, name,
+                "the data file " + name +
+                    " has no line that names its columns: its rows have wafer and phase only");
+        return false;
+    }
+    return true;
+}
+
+void BrooksideSamples::FitToData(std::vector<PhaseEntry>& entries) {
+    for (std::span<PhaseEntry> rest = entries; !rest.empty();) {
+        const auto group = TakeDataFile(rest);
+        FitGroup(group);
+        rest = rest.subspan(group.size());
+    }
+    std::erase_if(entries, [](const PhaseEntry& entry) { return entry.CountRows() <= 0; });
+}
+
+void BrooksideSamples::FitGroup(std::span<PhaseEntry> entries) {
+    fileName = entries[0].dataFile;
+    BrooksideStream stream;
+    const bool isThere = EnterDataFile(stream, fileName);
+    const auto lines = isThere ? static_cast<std::int64_t>(stream.CountLines()) : std::int64_t{0};
+    context.budget.ChargeWork(static_cast<std::uint64_t>(lines), "the lines of a data file");
+    std::uint64_t backwards = 0;
+    std::uint64_t cut = 0;
+    std::int64_t covered = 0;
+    std::int64_t coveredTo = 0;
+    for (PhaseEntry& entry : entries) {
+        backwards += entry.from > entry.to ? 1 : 0;
+        entry.from = std::max(entry.from, 1);
+        const std::int64_t before = std::max<std::int64_t>(entry.CountRows(), 0);
+        const std::int64_t most = isThere ? lines : entry.from - 1 + rowsWithoutDataLeft;
+        entry.to = static_cast<int>(std::min<std::int64_t>(entry.to, most));
+        const std::int64_t rows = std::max<std::int64_t>(entry.CountRows(), 0);
+        cut += static_cast<std::uint64_t>(before - rows);
+        rowsWithoutDataLeft -= isThere ? 0 : rows;
+        covered += std::max<std::int64_t>(entry.to - std::max<std::int64_t>(coveredTo, entry.from - 1), 0);
+        coveredTo = std::max<std::int64_t>(coveredTo, entry.to);
+    }
+    if (cut > 0) {
+        AddNote("lines-not-there", cut, fileName,
+                "the phases name " + karta::CountOf(cut, "line") + " beyond the end of " + fileName);
+    }
+    if (backwards > 0) {
+        AddNote("backward-phases", backwards, fileName,
+                karta::CountOf(backwards, "phase") + " of " + fileName +
+                    " end before they begin and have no rows");
+    }
+    if (isThere && covered < lines) {
+        const auto unused = static_cast<std::uint64_t>(lines - covered);
+        AddNote("lines-of-no-phase", unused, fileName,
+                karta::CountOf(unused, "line") + " of " + fileName + (unused == 1 ? " belongs" : " belong") +
+                    " to no phase");
+    }
+}
+
+void BrooksideSamples::ReadCompletely(std::span<const PhaseEntry> entries, std::int64_t lastRow,
+                                      ReadSpreadSheetData& sink) {
+    sink.SetDataSize(header.CountColumns(), static_cast<int>(lastRow));
+    CellOutput output(sink);
+    SetNames(output);
+    rowsInOrder = std::is_sorted(
+        entries.begin(), entries.end(),
+        [](const PhaseEntry& left, const PhaseEntry& right) { return left.firstRow < right.firstRow; });
+    SampleRow sample(output, double{MissingMark});
+    while (!entries.empty()) {
+        const auto group = TakeDataFile(entries);
+        ReadDataFileCompletely(group, output, sample);
+        entries = entries.subspan(group.size());
+    }
+    if (sample.CountTexts() > 0) {
+        AddNote("text-samples", sample.CountTexts(), {},
+                karta::CountOf(sample.CountTexts(), "sample is", "samples are") + " no number and stay text");
+    }
+    if (shortLines > 0) {
+        AddNote("short-lines", shortLines, {},
+                karta::CountOf(shortLines, "line has", "lines have") +
+                    " fewer fields than the header: the rest is missing");
+    }
+}
+
+// Lines that entries share are read for each of them. The entries come in the order of their first lines, so
+// that going back never leads further than to where the present one began.
+void BrooksideSamples::ReadDataFileCompletely(std::span<const PhaseEntry> entries, CellOutput& output,
+                                              SampleRow& sample) {
+    fileName = entries[0].dataFile;
+    BrooksideStream stream;
+    const bool isThere = EnterDataFile(stream, fileName);
+    LineMark mark{1, stream.Tell()};
+    std::int64_t line = 1;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const PhaseEntry& entry = entries[i];
+        if (entry.from < line) {
+            stream.Seek(mark.offset);
+            line = mark.line;
+        }
+        for (; isThere && line < entry.from; ++line) {
+            stream.NextLine();
+        }
+        const int nextFrom = i + 1 < entries.size() ? entries[i + 1].from : entry.from;
+        const auto rows = static_cast<std::uint64_t>(entry.CountRows());
+        context.budget.ChargeWork(rows * header.GetMap().size(), "the samples of a log");
+        auto row = static_cast<int>(entry.firstRow);
+        for (line = entry.from; line <= entry.to; ++line) {
+            context.ThrowIfStopped();
+            if (line <= nextFrom) {
+                mark = {line, stream.Tell()};
+            }
+            if (isThere) {
+                SetCompleteSample(stream.NextLine(), row, sample);
+            }
+            output.Text(BrooksideHeader::ColumnWafer, row, entry.wafer);
+            output.Integer(BrooksideHeader::ColumnPhase, row, entry.phase);
+            ++row;
+        }
+        if (rowsInOrder) {
+            output.EndRow(row - 1);
+        }
+    }
+}
+
+void BrooksideSamples::SetNames(CellOutput& output) const {
+    output.Text(BrooksideHeader::ColumnWafer, 1, WaferName);
+    output.Text(BrooksideHeader::ColumnPhase, 1, PhaseName);
+    output.Text(BrooksideHeader::ColumnTime, 1, TimeName);
+    for (const auto& [name, col] : header.GetVariables()) {
+        output.Text(col, 1, name);
+    }
+}
+
+void BrooksideSamples::SetCompleteSample(std::string_view text, int row, SampleRow& sample) {
+    FieldWalk fields(text);
+    std::string_view field;
+    bool isShort = false;
+    sample.Begin(row);
+    for (const auto& [number, col] : header.GetMap()) {
+        isShort = isShort || !fields.MoveTo(number, field);
+        if (isShort) {
+            sample.PutMissing(col);
+        } else {
+            sample.Put(col, field);
+        }
+    }
+    sample.End();
+    shortLines += isShort ? 1 : 0;
 }

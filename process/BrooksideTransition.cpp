@@ -92,6 +92,9 @@ bool BrooksideTransition::IsWafer() {
         ++skipped.questionMark;
         return false;
     }
+    if (id.empty() && fields.GetCount() > 1) {
+        ++skipped.empty;
+    }
     return !id.empty();
 }
 

@@ -32,6 +32,7 @@ public:
         int unknown = 0;
         int none = 0;
         int questionMark = 0;
+        int empty = 0; /**< lines with fields but no id */
     };
 
     explicit BrooksideTransition(BrooksideStream text) : stream(std::move(text)) {}
@@ -42,7 +43,8 @@ public:
     bool FindFileLine();
     int GetNumberOfPhases() const { return static_cast<int>(startColumns.size()); }
 
-    /** Reads on to the next line of a wafer; false at the end. Lines without an id aren't counted. */
+    /** Reads on to the next line of a wafer; false at the end. The classic rule counts no lines without an
+     * id. */
     bool NextWafer();
     /** The fields of the wafer's line, valid until the next. */
     const BrooksideFields& GetFields() const { return fields; }

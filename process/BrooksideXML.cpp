@@ -1,28 +1,27 @@
 #include "process/BrooksideXML.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <set>
-#include <tuple>
+#include <string_view>
 
-#include <xercesc/dom/DOMDocument.hpp>
 #include <xercesc/dom/DOMException.hpp>
-#include <xercesc/framework/MemBufInputSource.hpp>
-#include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/sax/SAXException.hpp>
 #include <xercesc/util/XMLException.hpp>
 
+#include "base/BelievedCount.h"
 #include "base/CopyMessage.h"
 #include "base/Exception.h"
 #include "base/NumberParser.h"
 #include "base/PathNames.h"
 #include "base/Unicode.h"
-#include "host/FNClass.h"
+#include "frame/CellOutput.h"
+#include "frame/FormatRecogniser.h"
 #include "process/BrooksideDom.h"
-#include "process/BrooksideFields.h"
 #include "process/BrooksideGrammar.h"
 #include "process/BrooksideWarnings.h"
 #include "process/BufferReader.h"
+#include "process/SampleRow.h"
 
 namespace {
 
@@ -30,21 +29,18 @@ enum Column { ColumnWafer = 1, ColumnPhase = 2, ColumnTime = 3 };
 // Fields of a raw line; the variables begin behind them.
 enum Field { FieldTime = 1, FieldRowNumber = 2, FieldFirstVariable = 3 };
 
+constexpr const char* ParseErrorStart = "XML Parse error:\r\n";
+constexpr const char* RawDataErrorStart = "Error in RAWDATA section:\r\n";
+
 constexpr int NameRow = 1;
 constexpr int FirstDataRow = 2;
 constexpr const char* TimeName = "Time";
+constexpr const char* WaferName = "Wafer (Batch)";
+constexpr const char* PhaseName = "Interval (Phase)";
 
 // How a raw text's phase column is told apart from a field's number.
 constexpr int NoPhaseID = -1;
 constexpr int PhaseColumnMissing = 0;
-
-/** Errors of validity end the parse as those of form do. */
-class MyErrorHandler : public xercesc::DefaultHandler {
-public:
-    void error(const xercesc::SAXParseException& exception) override {
-        throw xercesc::SAXParseException(exception);
-    }
-};
 
 /** Knows the three texts of the grammar, wherever a document says that they lie, and nothing else. */
 class MyEntityResolver : public ClosedEntityResolver {
@@ -54,168 +50,22 @@ public:
               {{"FDCRequest.dtd", FDCRequestGrammar}, {"FDC.dtd", FDCGrammar}, {"base.dtd", BaseGrammar}}) {}
 };
 
-bool StartsWithIgnoringCase(std::string_view text, std::string_view start) {
-    return text.size() >= start.size() && EqualIgnoringCase(text.substr(0, start.size()), start);
-}
-
-// Reads up to the line that names the columns. False when there is none, or nothing behind it.
+// Reads up to the line that names the columns; false where there is none.
 bool FindColumnLine(BufferReader& reader) {
     while (reader.NextLine()) {
         if (EqualIgnoringCase(reader.GetField(FieldTime), TimeName)) {
-            break;
+            return true;
         }
     }
-    return !reader.AtEnd();
+    return false;
+}
+
+// The rows that a phase asks for.
+std::int64_t CountRows(const BrooksideModel::PhaseRecord& phase) {
+    return phase.isBackground ? 0 : std::int64_t{phase.to} - phase.from + 1;
 }
 
 }  // namespace
-
-struct BrooksideXML::Document {
-    const char* path = nullptr;  // null for a text in memory
-    const char* text = "";
-    const char* id = "";
-
-    void ParseInto(BrooksideDomParser& parser) const {
-        if (path != nullptr) {
-            ParseFile(parser, path);
-            return;
-        }
-        parser.parse(
-            xercesc::MemBufInputSource(reinterpret_cast<const XMLByte*>(text), std::strlen(text), id));
-    }
-};
-
-struct BrooksideXML::Builder {
-    BrooksideXML& model;
-    std::map<const xercesc::DOMNode*, RawDataText>& texts;
-
-    void ReadDOM(const xercesc::DOMDocument* document) {
-        const xercesc::DOMNode* request = FindRequiredNode(document->getFirstChild(), "FDCRequest");
-        const xercesc::DOMNode* children = request->getFirstChild();
-        const xercesc::DOMNode* system = FindRequiredNode(children, "APCSystemName");
-        const xercesc::DOMNode* logistics = FindRequiredNode(children, "Logistics");
-        const xercesc::DOMNode* trend = FindRequiredNode(children, "Trend");
-        const xercesc::DOMNode* dataset = FindRequiredNode(trend->getFirstChild(), "dataset");
-        const xercesc::DOMNode* response = FindRequiredNode(children, "Response");
-
-        auto& attributes = model.attributes;
-        attributes[AttributeAPCSystem] = GetTextAttribute(system, "ID");
-        attributes[AttributeMessageSequence] = GetTextAttribute(request, "MessageSequenceIdentifier");
-        attributes[AttributeFDCModel] = GetTextAttribute(logistics, "FDCModel");
-        attributes[AttributeRecipe] = GetTextAttribute(logistics, "RecipeID");
-        attributes[AttributeControlJob] = GetTextAttribute(logistics, "ControlJobID");
-        attributes[AttributeEquipment] = GetTextAttribute(logistics, "EquipmentID");
-        attributes[AttributeToolType] = GetTextAttribute(logistics, "ToolType");
-        attributes[AttributeResource] = GetTextAttribute(logistics, "ResourceID");
-        attributes[AttributeTopic] = GetTextAttribute(response, "TopicName");
-        FindAttribute(logistics, "chamberRecipe", attributes[AttributeChamberRecipe]);
-        attributes[AttributeTrend] = GetTextAttribute(trend, "Name");
-
-        ReadWafers(dataset);
-        ReadRawData(FindRequiredNode(children, "RawData"));
-    }
-
-    // Each before those of the same raw text and first row, as a lower bound puts it.
-    void ReadWafers(const xercesc::DOMNode* dataset) {
-        struct Place {
-            std::string rawData;
-            int from;
-            bool operator<(const Place& other) const {
-                return std::tie(rawData, from) < std::tie(other.rawData, other.from);
-            }
-        };
-        std::multimap<Place, WaferRecord> sorted;
-        for (; dataset != nullptr; dataset = FindNode(dataset->getNextSibling(), "dataset")) {
-            WaferRecord wafer = ReadWafer(dataset);
-            Place place{ToLowerCase(wafer.attributes[WaferRawData]),
-                        wafer.phases.empty() ? 0 : wafer.phases.front().from};
-            const auto next = sorted.lower_bound(place);
-            sorted.emplace_hint(next, std::move(place), std::move(wafer));
-        }
-        for (auto& [place, wafer] : sorted) {
-            model.wafers.push_back(std::move(wafer));
-        }
-    }
-
-    WaferRecord ReadWafer(const xercesc::DOMNode* dataset) {
-        WaferRecord wafer;
-        wafer.waferID = GetTextAttribute(dataset, "WaferID");
-        wafer.tableID = wafer.waferID;
-        auto& attributes = wafer.attributes;
-        attributes[WaferRawData] = FNClass(GetTextAttribute(dataset, "rawDataName")).GetNameAndExt();
-        attributes[WaferLot] = GetTextAttribute(dataset, "LotID");
-        attributes[WaferSlot] = GetTextAttribute(dataset, "SlotID");
-        attributes[WaferRoute] = GetTextAttribute(dataset, "RouteID");
-        attributes[WaferProduct] = GetTextAttribute(dataset, "ProductID");
-        attributes[WaferOperationNumber] = GetTextAttribute(dataset, "OperationNumber");
-        attributes[WaferOperationName] = GetTextAttribute(dataset, "OperationName");
-        attributes[WaferOperationPassCount] = GetTextAttribute(dataset, "OPERATIONPASSCOUNT");
-        attributes[WaferPriorityClass] = GetTextAttribute(dataset, "PriorityClass");
-        attributes[WaferLineCode] = GetTextAttribute(dataset, "LineCode");
-        attributes[WaferJobClass] = GetTextAttribute(dataset, "JobClass");
-        attributes[WaferQualityCode] = GetTextAttribute(dataset, "QualityCode");
-
-        std::multimap<int, PhaseRecord> sorted;
-        const xercesc::DOMNode* interval = FindNode(dataset->getFirstChild(), "Interval");
-        for (; interval != nullptr; interval = FindNode(interval->getNextSibling(), "Interval")) {
-            PhaseRecord phase = ReadPhase(interval);
-            const auto next = sorted.lower_bound(phase.from);
-            sorted.emplace_hint(next, phase.from, std::move(phase));
-        }
-        for (auto& [from, phase] : sorted) {
-            wafer.phases.push_back(std::move(phase));
-        }
-        return wafer;
-    }
-
-    PhaseRecord ReadPhase(const xercesc::DOMNode* interval) {
-        PhaseRecord phase;
-        phase.name = GetTextAttribute(interval, "Name");
-        phase.isBackground = StartsWithIgnoringCase(phase.name, "b_");
-        if (!phase.isBackground && !StartsWithIgnoringCase(phase.name, "f_")) {
-            model.apstat = true;
-        }
-        phase.number = GetTextAttribute(interval, "Number");
-        phase.from = GetIntAttribute(interval, "FromRow");
-        phase.to = GetIntAttribute(interval, "ToRow");
-        phase.duration = GetFloatAttribute(interval, "Duration");
-        phase.startTime = GetTextAttribute(interval, "StartTime");
-        const xercesc::DOMNode* node = FindNode(interval->getFirstChild(), "sumdata");
-        for (; node != nullptr; node = FindNode(node->getNextSibling(), "sumdata")) {
-            SumData& sum = phase.sumData.emplace_back();
-            sum.name = GetTextAttribute(node, "Name");
-            FindAttribute(node, "StatName", sum.statName);
-            sum.value = GetTextAttribute(node, "Value");
-        }
-        node = FindNode(interval->getFirstChild(), "RecipeParameter");
-        for (; node != nullptr; node = FindNode(node->getNextSibling(), "RecipeParameter")) {
-            RecipeParameter& parameter = phase.recipeParameters.emplace_back();
-            parameter.name = GetTextAttribute(node, "Name");
-            parameter.value = GetFloatAttribute(node, "Value");
-            parameter.lowerLimit = GetFloatAttribute(node, "ValueLowerLimit");
-            parameter.upperLimit = GetFloatAttribute(node, "ValueUpperLimit");
-            parameter.useCurrentValue = GetBoolAttribute(node, "UseCurrentValueFlag");
-        }
-        return phase;
-    }
-
-    // Of two texts of one name the later counts.
-    void ReadRawData(const xercesc::DOMNode* node) {
-        for (; node != nullptr; node = FindNode(node->getNextSibling(), "RawData")) {
-            const std::string name = GetTextAttribute(node, "Name");
-            const auto found = texts.find(node);
-            if (found == texts.end()) {
-                throw Exception("Could not find RawData for file '" + name + "'");
-            }
-            if (!found->second.hasMark) {
-                throw Exception("The RawData section '" + name + "' does not contain the string '" +
-                                std::string(BrooksideDomParser::EndMark) + "'");
-            }
-            model.rawData[FNClass(name).GetNameAndExt()] =
-                std::make_shared<const std::string>(std::move(found->second.text));
-        }
-    }
-};
 
 struct BrooksideXML::RowWalk {
     explicit RowWalk(ReadSpreadSheetData& target) : sink(target) {}
@@ -230,6 +80,32 @@ struct BrooksideXML::RowWalk {
     int wantedRow = 0;
 };
 
+/** The complete reading: the lines of a raw text by their row numbers. */
+struct BrooksideXML::Section {
+    struct LineAt {
+        int rowNumber;
+        const char* start;
+    };
+
+    BufferReader reader;
+    ColumnMap columnMap;
+    int phaseColumn = NoPhaseID;
+    bool isReadable = false;
+    std::vector<LineAt> lines;  // by row number
+
+    /** The lines of a phase, as a range of `lines`. */
+    std::pair<std::size_t, std::size_t> Find(const PhaseRecord& phase) const {
+        const auto first =
+            std::lower_bound(lines.begin(), lines.end(), phase.from,
+                             [](const LineAt& line, int number) { return line.rowNumber < number; });
+        const auto last = std::upper_bound(first, lines.end(), phase.to, [](int number, const LineAt& line) {
+            return number < line.rowNumber;
+        });
+        return {static_cast<std::size_t>(first - lines.begin()),
+                static_cast<std::size_t>(last - lines.begin())};
+    }
+};
+
 BrooksideXML::BrooksideXML() : platform(std::make_unique<XmlPlatform>()) {}
 
 BrooksideXML::~BrooksideXML() = default;
@@ -237,27 +113,24 @@ BrooksideXML::~BrooksideXML() = default;
 void BrooksideXML::Close() {}
 
 void BrooksideXML::GetErrorMessage(char* buffer, unsigned int size) {
-    std::string text = "An unknown error occurred.";
-    switch (status) {
-        case StatusSAXException:
-        case StatusXMLException:
-        case StatusException:
-            text = "XML Parse error:\r\n" + errorText;
-            break;
-        case StatusRawData:
-            text = "Error in RAWDATA section:\r\n" + errorText;
-            break;
-        case StatusDOMException:
-        case StatusUnknownException:
-            text = "An unknown exception occurred.";
-            break;
-        case StatusForWriting:
-            text = "The file was opened for writing which is not supported.";
-            break;
-        default:
-            break;
+    // Behind the first of these stands what was wrong.
+    static constexpr StatusText Texts[] = {
+        {StatusSAXException, ParseErrorStart},
+        {StatusXMLException, ParseErrorStart},
+        {StatusException, ParseErrorStart},
+        {StatusRawData, RawDataErrorStart},
+        {StatusDOMException, "An unknown exception occurred."},
+        {StatusUnknownException, "An unknown exception occurred."},
+        {StatusForWriting, "The file was opened for writing which is not supported."},
+    };
+    const bool isKnown = !failureText.empty() ||
+                         std::any_of(std::begin(Texts), std::end(Texts),
+                                     [this](const StatusText& entry) { return entry.status == status; });
+    if (isKnown && status != StatusOk) {
+        CopyStatusText(Texts, buffer, size);
+    } else {
+        CopyMessage("An unknown error occurred.", buffer, size);
     }
-    CopyMessage(text, buffer, size);
 }
 
 const char* BrooksideXML::GetWarningMessage() {
@@ -266,13 +139,14 @@ const char* BrooksideXML::GetWarningMessage() {
 
 void BrooksideXML::Clear() {
     status = StatusOk;
-    errorText.clear();
+    failureText.clear();
     warningText.clear();
-    wafers.clear();
-    rawData.clear();
-    attributes.fill(std::string());
+    model = {};
     variableNames.clear();
-    apstat = false;
+    sections.clear();
+    hasSections = false;
+    shortLines = 0;
+    sizeKnown = false;
 }
 
 int BrooksideXML::Open(bool forRead, const char* path, NvImportOpenOptions* /*options*/) {
@@ -281,42 +155,38 @@ int BrooksideXML::Open(bool forRead, const char* path, NvImportOpenOptions* /*op
         status = StatusForWriting;
         return status;
     }
-    Document document;
-    document.path = path;
-    return Parse(document);
+    return Parse({path, "", ""});
 }
 
 int BrooksideXML::Open(const char* xmlText, const char* id) {
     Clear();
-    Document document;
-    document.text = xmlText == nullptr ? "" : xmlText;
-    document.id = id == nullptr ? "" : id;
-    return Parse(document);
+    return Parse({nullptr, xmlText == nullptr ? "" : xmlText, id == nullptr ? "" : id});
 }
 
-// The DOM is gone when this returns.
-int BrooksideXML::Parse(const Document& document) {
+void BrooksideXML::Fail(int failure, const std::string& text) {
+    status = failure;
+    failureText = (failure == StatusRawData ? RawDataErrorStart : ParseErrorStart) + text;
+}
+
+int BrooksideXML::Parse(const BrooksideDocument& document) {
     try {
-        BrooksideDomParser parser;
-        MyErrorHandler errorHandler;
-        parser.setValidationScheme(xercesc::XercesDOMParser::Val_Never);
-        parser.setErrorHandler(&errorHandler);
-        parser.setLoadExternalDTD(false);
-        document.ParseInto(parser);
-        Builder{*this, parser.GetRawData()}.ReadDOM(parser.getDocument());
+        model = ReadBrooksideModel(document, GetContext()->reading);
     } catch (const xercesc::SAXException& exception) {
-        status = StatusSAXException;
-        errorText = ToUtf8(exception.getMessage());
+        Fail(StatusSAXException, ToUtf8(exception.getMessage()));
     } catch (const xercesc::XMLException& exception) {
-        status = StatusXMLException;
-        errorText = ToUtf8(exception.getMessage());
+        Fail(StatusXMLException, ToUtf8(exception.getMessage()));
     } catch (const xercesc::DOMException&) {
         status = StatusDOMException;
     } catch (const Exception& exception) {
-        status = StatusException;
-        errorText = exception.what();
+        Fail(StatusException, exception.what());
     } catch (...) {
         status = StatusUnknownException;
+    }
+    if (model.missingAttributes > 0) {
+        const auto count = static_cast<std::uint64_t>(model.missingAttributes);
+        Note("missing-attributes", count, model.firstMissingAttribute,
+             karta::CountOf(count, "attribute") + " of the format aren't in the document, the first is " +
+                 model.firstMissingAttribute);
     }
     return status;
 }
@@ -325,6 +195,12 @@ int BrooksideXML::EstablishSize() {
     numCols = 1;
     numRows = 1;
     sizeKnown = status == StatusOk;
+    if (status == StatusOk && IsComplete()) {
+        return WithinBudget(StatusRawData, [this] {
+            PlanRows();
+            return status;
+        });
+    }
     return status;
 }
 
@@ -333,7 +209,7 @@ MyKindOfFile BrooksideXML::IsMyKindOfFile(const char* path) {
     try {
         MyEntityResolver resolver;
         BrooksideDomParser parser(&resolver);
-        MyErrorHandler errorHandler;
+        StrictErrorHandler errorHandler;
         parser.setValidationScheme(xercesc::XercesDOMParser::Val_Always);
         parser.setValidationConstraintFatal(true);
         parser.setErrorHandler(&errorHandler);
@@ -345,7 +221,7 @@ MyKindOfFile BrooksideXML::IsMyKindOfFile(const char* path) {
 }
 
 const BrooksideXML::WaferRecord& BrooksideXML::WaferAt(int wafer) const {
-    return wafers.at(static_cast<std::size_t>(wafer) - 1);
+    return model.wafers.at(static_cast<std::size_t>(wafer) - 1);
 }
 
 const BrooksideXML::PhaseRecord& BrooksideXML::PhaseAt(int wafer, int phase) const {
@@ -396,23 +272,25 @@ const std::vector<BrooksideXML::RecipeParameter>* BrooksideXML::GetRecipeParamet
 
 // Always false, for the caller to hand on.
 bool BrooksideXML::FailRawData(const std::string& text) {
-    status = StatusRawData;
-    errorText = text;
+    Fail(StatusRawData, text);
     return false;
 }
 
-// Goes to the first sample of a section and maps its fields to the table's columns.
-bool BrooksideXML::InitNextBuffer(BufferReader& reader, int& numVars, ColumnMap& columnMap,
-                                  const std::string& sectionName, int& phaseColumn) {
+// Goes to the first sample of a section and maps its fields to the table's columns. What is wrong with the
+// section, or nothing.
+std::string BrooksideXML::InitNextBuffer(BufferReader& reader, int& numVars, ColumnMap& columnMap,
+                                         const std::string& sectionName, int& phaseColumn) {
     phaseColumn = phaseID.empty() ? NoPhaseID : PhaseColumnMissing;
     columnMap.clear();
-    const auto section = rawData.find(sectionName);
-    if (section == rawData.end()) {
-        return FailRawData("The RAWDATA section with name '" + sectionName + "' could not be found");
+    const auto section = model.rawData.find(sectionName);
+    if (section == model.rawData.end()) {
+        return "The RAWDATA section with name '" + sectionName + "' could not be found";
     }
-    reader.Init(*section->second, sectionName);
-    if (!FindColumnLine(reader)) {
-        return FailRawData("Time could not be found in RAWDATA section '" + sectionName + "'");
+    reader.Init(section->second, sectionName);
+    // By the classic rule a line that names the columns and has nothing behind it isn't one.
+    const bool isThere = FindColumnLine(reader);
+    if (!isThere || (reader.AtEnd() && !IsComplete())) {
+        return "Time could not be found in RAWDATA section '" + sectionName + "'";
     }
     columnMap.emplace_back(FieldTime, ColumnTime);
     for (int field = FieldFirstVariable; field <= reader.CountFields(); ++field) {
@@ -428,7 +306,7 @@ bool BrooksideXML::InitNextBuffer(BufferReader& reader, int& numVars, ColumnMap&
     if (columnMap.size() == 1) {
         AddBrooksideWarning(warningText, "No variables found in RAWDATA section " + sectionName + "\n");
     }
-    return true;
+    return {};
 }
 
 // Enters every wafer's section for the sake of its names. Wafers of one section stand together, and what
@@ -440,14 +318,15 @@ bool BrooksideXML::CollectVariables(int& numVars) {
     ColumnMap columnMap;
     int phaseColumn = NoPhaseID;
     const std::string* entered = nullptr;
-    for (const WaferRecord& wafer : wafers) {
+    for (const WaferRecord& wafer : model.wafers) {
         const std::string& section = wafer.attributes[WaferRawData];
         if (section.empty()) {
             continue;
         }
         if (entered == nullptr || !EqualIgnoringCase(*entered, section)) {
-            if (!InitNextBuffer(reader, numVars, columnMap, section, phaseColumn)) {
-                return false;
+            const std::string failure = InitNextBuffer(reader, numVars, columnMap, section, phaseColumn);
+            if (!failure.empty()) {
+                return FailRawData(failure);
             }
             entered = &section;
         } else if (columnMap.size() == 1) {
@@ -457,31 +336,37 @@ bool BrooksideXML::CollectVariables(int& numVars) {
     return true;
 }
 
-// The name row and the rows that the phases ask for, as far as the raw texts could have them.
-int BrooksideXML::CountTableRows() const {
+std::int64_t BrooksideXML::CountNamedRows() const {
     std::int64_t total = 0;
-    for (const WaferRecord& wafer : wafers) {
+    for (const WaferRecord& wafer : model.wafers) {
         for (const PhaseRecord& phase : wafer.phases) {
-            total += phase.isBackground ? 0 : std::int64_t{phase.to} - phase.from + 1;
+            total += CountRows(phase);
         }
     }
-    std::int64_t believable = 0;
-    for (const auto& [name, text] : rawData) {
-        believable += static_cast<std::int64_t>(text->size());
+    return total;
+}
+
+// The name row and the rows that the phases ask for, as far as the raw texts bear them out. Rows are
+// numbered, and may be few and far apart.
+int BrooksideXML::CountTableRows() const {
+    std::int64_t bytes = 0;
+    for (const auto& [name, text] : model.rawData) {
+        bytes += static_cast<std::int64_t>(text.size());
     }
-    believable = std::min<std::int64_t>(believable, std::numeric_limits<int>::max() - 1);
-    return static_cast<int>(std::clamp<std::int64_t>(total, 0, believable)) + NameRow;
+    constexpr std::int64_t MostRows = std::numeric_limits<int>::max() - 1;
+    return static_cast<int>(std::min(BelievedCount(CountNamedRows(), bytes), MostRows)) + NameRow;
 }
 
 void BrooksideXML::WriteNames(ReadSpreadSheetData& sink) const {
     for (const auto& [name, col] : variableNames) {
         sink.Set(col, NameRow, name.c_str());
     }
-    sink.Set(ColumnWafer, NameRow, "Wafer (Batch)");
-    sink.Set(ColumnPhase, NameRow, "Interval (Phase)");
+    sink.Set(ColumnWafer, NameRow, WaferName);
+    sink.Set(ColumnPhase, NameRow, PhaseName);
 }
 
-// The lines of a phase. One beyond its last row ends it, and is lost for the next.
+// The lines of a phase. One beyond its last row ends it, and is lost for the next; where the table row isn't
+// the wanted one, it takes a table row nevertheless.
 bool BrooksideXML::ReadPhase(RowWalk& walk, const WaferRecord& wafer, const PhaseRecord& phase) {
     while (walk.lastRowNumber < phase.to) {
         int rowNumber = 0;
@@ -497,13 +382,14 @@ bool BrooksideXML::ReadPhase(RowWalk& walk, const WaferRecord& wafer, const Phas
                                wafer.attributes[WaferRawData] + "'.");
         }
         walk.lastRowNumber = rowNumber;
+        if (walk.tableRow != walk.wantedRow) {
+            ++walk.tableRow;
+            continue;
+        }
         if (rowNumber > phase.to) {
             break;
         }
         const int row = walk.tableRow++;
-        if (row != walk.wantedRow) {
-            continue;
-        }
         walk.wantedRow = walk.sink.NextRowToRead(row);
         walk.sink.Set(ColumnWafer, row, wafer.tableID.c_str());
         if (walk.phaseColumn == NoPhaseID) {
@@ -522,8 +408,10 @@ bool BrooksideXML::ReadWafer(RowWalk& walk, const WaferRecord& wafer) {
     const std::string& section = wafer.attributes[WaferRawData];
     if (!EqualIgnoringCase(section, walk.section)) {
         int numVars = static_cast<int>(variableNames.size()) - 1;
-        if (!InitNextBuffer(walk.reader, numVars, walk.columnMap, section, walk.phaseColumn)) {
-            return false;
+        const std::string failure =
+            InitNextBuffer(walk.reader, numVars, walk.columnMap, section, walk.phaseColumn);
+        if (!failure.empty()) {
+            return FailRawData(failure);
         }
         walk.lastRowNumber = 0;
         walk.section = section;
@@ -537,17 +425,24 @@ int BrooksideXML::Read(ReadSpreadSheetData* sink) {
     if (status != StatusOk) {
         return status;
     }
+    return WithinBudget(StatusRawData, [this, sink] {
+        return IsComplete() ? ReadCompletely(*sink) : ReadClassically(*sink);
+    });
+}
+
+int BrooksideXML::ReadClassically(ReadSpreadSheetData& sink) {
     int numVars = 0;
     if (!CollectVariables(numVars)) {
         return status;
     }
-    sink->SetDataSize(numVars + ColumnTime, CountTableRows());
-    if (sink->NextRowToRead(0) == NameRow) {
-        WriteNames(*sink);
+    sink.SetDataSize(numVars + ColumnTime, CountTableRows());
+    if (sink.NextRowToRead(0) == NameRow) {
+        WriteNames(sink);
     }
-    RowWalk walk(*sink);
-    walk.wantedRow = sink->NextRowToRead(walk.tableRow - 1);
-    for (const WaferRecord& wafer : wafers) {
+    RowWalk walk(sink);
+    walk.wantedRow = sink.NextRowToRead(walk.tableRow - 1);
+    for (const WaferRecord& wafer : model.wafers) {
+        GetContext()->ThrowIfStopped();
         if (!ReadWafer(walk, wafer)) {
             break;
         }
@@ -555,34 +450,232 @@ int BrooksideXML::Read(ReadSpreadSheetData* sink) {
     return status;
 }
 
+// ---- The complete reading ----
+
+void BrooksideXML::Note(const char* code, std::uint64_t count, std::string place, std::string text) {
+    AddNote({code, count, std::move(place), std::move(text)});
+}
+
+// Indexes the section that wafers name; null where there is none that can be read.
+BrooksideXML::Section* BrooksideXML::EnterSection(const std::string& name) {
+    const auto [place, isNew] = sections.try_emplace(name);
+    if (!isNew) {
+        return place->second->isReadable ? place->second.get() : nullptr;
+    }
+    place->second = std::make_unique<Section>();
+    Section& section = *place->second;
+    int numVars = static_cast<int>(variableNames.size()) - 1;
+    const std::string failure =
+        InitNextBuffer(section.reader, numVars, section.columnMap, name, section.phaseColumn);
+    if (!failure.empty()) {
+        Note("unreadable-section", 1, name, failure + ": its wafers have no rows");
+        return nullptr;
+    }
+    section.isReadable = true;
+    IndexLines(section, name);
+    return &section;
+}
+
+void BrooksideXML::IndexLines(Section& section, const std::string& name) {
+    karta::ReadContext& context = *GetContext();
+    bool isRising = true;
+    int rowNumber = 0;
+    for (const char* start = section.reader.Tell(); section.reader.NextRowNumber(rowNumber);
+         start = section.reader.Tell()) {
+        if (section.lines.size() == section.lines.capacity()) {
+            context.ThrowIfStopped();
+            const std::size_t room = std::max<std::size_t>(1024, section.lines.size() * 2);
+            context.budget.ChargeMemory((room - section.lines.size()) * sizeof(Section::LineAt),
+                                        "the lines of a raw text");
+            section.lines.reserve(room);
+        }
+        isRising = isRising && (section.lines.empty() || section.lines.back().rowNumber < rowNumber);
+        section.lines.push_back({rowNumber, start});
+    }
+    if (!isRising) {
+        Note("rows-not-increasing", 1, name, "the row numbers of the raw text " + name + " don't increase");
+        std::stable_sort(section.lines.begin(), section.lines.end(),
+                         [](const Section::LineAt& left, const Section::LineAt& right) {
+                             return left.rowNumber < right.rowNumber;
+                         });
+    }
+}
+
+void BrooksideXML::MakeSections() {
+    if (hasSections) {
+        return;
+    }
+    variableNames.clear();
+    variableNames.emplace(TimeName, ColumnTime);
+    for (const WaferRecord& wafer : model.wafers) {
+        if (!wafer.phases.empty()) {
+            EnterSection(wafer.attributes[WaferRawData]);
+        }
+    }
+    hasSections = true;
+}
+
+BrooksideXML::Section* BrooksideXML::FindSection(const WaferRecord& wafer) {
+    const auto found = sections.find(wafer.attributes[WaferRawData]);
+    return found == sections.end() || !found->second->isReadable ? nullptr : found->second.get();
+}
+
+void BrooksideXML::PlanRows() {
+    MakeSections();
+    std::uint64_t rows = NameRow;
+    for (const WaferRecord& wafer : model.wafers) {
+        const Section* section = FindSection(wafer);
+        for (const PhaseRecord& phase : wafer.phases) {
+            if (section != nullptr && !phase.isBackground) {
+                const auto [first, last] = section->Find(phase);
+                rows += last - std::min(first, last);
+            }
+        }
+    }
+    GetContext()->budget.ChargeWork(rows, "the rows of a log");
+    if (rows > static_cast<std::uint64_t>(std::numeric_limits<int>::max() - 1)) {
+        throw karta::BudgetExceeded("the phases ask for more rows than a table can have");
+    }
+    numCols = static_cast<int>(variableNames.size()) - 1 + ColumnTime;
+    numRows = static_cast<int>(rows);
+}
+
+int BrooksideXML::ReadCompletely(ReadSpreadSheetData& sink) {
+    PlanRows();
+    sink.SetDataSize(numCols, numRows);
+    CellOutput output(sink);
+    output.Text(ColumnWafer, NameRow, WaferName);
+    output.Text(ColumnPhase, NameRow, PhaseName);
+    for (const auto& [name, col] : variableNames) {
+        output.Text(col, NameRow, name);
+    }
+    output.EndRow(NameRow);
+    SampleRow sample(output, std::nullopt);
+    int row = FirstDataRow;
+    std::uint64_t background = 0;
+    for (const WaferRecord& wafer : model.wafers) {
+        Section* section = FindSection(wafer);
+        for (const PhaseRecord& phase : wafer.phases) {
+            background += phase.isBackground ? 1 : 0;
+            if (section != nullptr && !phase.isBackground) {
+                ReadPhaseCompletely(*section, wafer, phase, row, output, sample);
+            }
+        }
+    }
+    TellShape();
+    if (background > 0) {
+        Note("background-phases", background, {},
+             karta::CountOf(background, "background phase has", "background phases have") + " no rows");
+    }
+    if (shortLines > 0) {
+        Note("short-lines", shortLines, {},
+             karta::CountOf(shortLines, "line has", "lines have") +
+                 " fewer fields than columns: the rest is missing");
+    }
+    if (sample.CountTexts() > 0) {
+        Note("text-samples", sample.CountTexts(), {},
+             karta::CountOf(sample.CountTexts(), "sample is", "samples are") + " no number and stay text");
+    }
+    NoteLinesOfNoPhase();
+    return status;
+}
+
+void BrooksideXML::ReadPhaseCompletely(Section& section, const WaferRecord& wafer, const PhaseRecord& phase,
+                                       int& row, CellOutput& output, SampleRow& sample) {
+    const auto [first, last] = section.Find(phase);
+    BufferReader& reader = section.reader;
+    for (std::size_t i = first; i < last; ++i) {
+        GetContext()->ThrowIfStopped();
+        reader.Seek(section.lines[i].start);
+        reader.NextLine();
+        output.Text(ColumnWafer, row, wafer.tableID);
+        sample.Begin(row);
+        if (section.phaseColumn == NoPhaseID) {
+            sample.Put(ColumnPhase, phase.number);
+        } else if (section.phaseColumn != PhaseColumnMissing) {
+            sample.Put(ColumnPhase, reader.FindField(section.phaseColumn).value_or(""));
+        }
+        bool isShort = false;
+        for (const auto& [field, col] : section.columnMap) {
+            const auto text = reader.FindField(field);
+            isShort = isShort || !text;
+            sample.Put(col, text.value_or(""));
+        }
+        sample.End();
+        shortLines += isShort ? 1 : 0;
+        output.EndRow(row);
+        ++row;
+    }
+}
+
+// Lines that no interval names, those of background phases aside.
+void BrooksideXML::NoteLinesOfNoPhase() {
+    std::map<const Section*, std::vector<std::pair<std::size_t, std::size_t>>> named;
+    for (const WaferRecord& wafer : model.wafers) {
+        if (const Section* section = FindSection(wafer)) {
+            for (const PhaseRecord& phase : wafer.phases) {
+                named[section].push_back(section->Find(phase));
+            }
+        }
+    }
+    std::uint64_t unused = 0;
+    for (const auto& [name, section] : sections) {
+        auto& ranges = named[section.get()];
+        std::sort(ranges.begin(), ranges.end());
+        std::size_t covered = 0;
+        std::size_t end = 0;
+        for (const auto& [first, last] : ranges) {
+            const std::size_t from = std::max(first, end);
+            covered += last > from ? last - from : 0;
+            end = std::max(end, last);
+        }
+        unused += section->lines.size() - covered;
+    }
+    if (unused > 0) {
+        Note("lines-of-no-phase", unused, {},
+             karta::CountOf(unused, "line of the raw texts belongs", "lines of the raw texts belong") +
+                 " to no phase");
+    }
+}
+
+// Row 1 and the first two columns are names.
+void BrooksideXML::TellShape() {
+    karta::TableShape& shape = GetContext()->shape;
+    shape = {};
+    shape.isKnown = true;
+    shape.nameRow = NameRow;
+    shape.firstDataRow = FirstDataRow;
+    shape.labelColumns = {ColumnWafer, ColumnPhase};
+}
+
 std::vector<FileContents::Fact> BrooksideXML::ListFacts() {
     std::vector<Fact> facts;
     std::size_t phases = 0;
     std::size_t background = 0;
-    for (const WaferRecord& wafer : wafers) {
+    for (const WaferRecord& wafer : model.wafers) {
         phases = std::max(phases, wafer.phases.size());
         background += static_cast<std::size_t>(
             std::count_if(wafer.phases.begin(), wafer.phases.end(),
                           [](const PhaseRecord& phase) { return phase.isBackground; }));
     }
     std::set<std::string, LessIgnoringCase> variables;
-    for (const auto& [name, text] : rawData) {
+    for (const auto& [name, text] : model.rawData) {
         BufferReader reader;
-        reader.Init(*text, name);
+        reader.Init(text, name);
         if (FindColumnLine(reader)) {
             for (int field = FieldFirstVariable; field <= reader.CountFields(); ++field) {
                 variables.emplace(reader.GetField(field));
             }
         }
     }
-    facts.emplace_back("wafers", std::to_string(wafers.size()));
-    facts.emplace_back("phases", std::to_string(phases));
-    facts.emplace_back("samples", std::to_string(CountTableRows() - NameRow));
-    facts.emplace_back("raw texts", std::to_string(rawData.size()));
+    facts.emplace_back("wafers", static_cast<double>(model.wafers.size()), "");
+    facts.emplace_back("phases", static_cast<double>(phases), "");
+    facts.emplace_back("samples", CountTableRows() - NameRow, "");
+    facts.emplace_back("raw texts", static_cast<double>(model.rawData.size()), "");
     facts.emplace_back("variables",
                        ListBrooksideNames({variables.begin(), variables.end()}, variables.size()));
-    facts.emplace_back("equipment", attributes[AttributeEquipment]);
-    facts.emplace_back("recipe", attributes[AttributeRecipe]);
+    facts.emplace_back("equipment", model.attributes[AttributeEquipment]);
+    facts.emplace_back("recipe", model.attributes[AttributeRecipe]);
     if (background > 0) {
         facts.emplace_back("skipped", std::to_string(background) + " background phase(s)");
     }
@@ -602,3 +695,15 @@ SpreadsheetFile* BrooksideXMLFactory::GetSpreadsheetFile() {
 }
 
 static BrooksideXMLFactory brooksideXMLFactory;
+
+namespace {
+
+FormatRecogniser::Evidence RecogniseDocument(const char* /*path*/, std::string_view head) {
+    return ToLowerCase(head).find("<fdcrequest") != std::string::npos ? FormatRecogniser::Evidence::Proof
+                                                                      : FormatRecogniser::Evidence::None;
+}
+
+const FormatRecogniser brooksideXMLRecogniser("Brookside Ver. 2.6 XML File", "brookside-xml", {},
+                                              RecogniseDocument);
+
+}  // namespace

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <array>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -12,8 +11,11 @@
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
+#include "process/BrooksideModel.h"
 
 class BufferReader;
+class CellOutput;
+class SampleRow;
 class XmlPlatform;
 
 /**
@@ -30,6 +32,9 @@ class XmlPlatform;
  * Elements and attributes are found in any case of their letters. Nothing outside the document is opened.
  *
  * A line with too few fields leaves Read as an Exception.
+ *
+ * In the complete reading numbers are numbers, the rows of each interval are looked up by their row numbers,
+ * and what can't be read is a missing cell or a note; the size is known from Open on.
  */
 class KARTA_EXPORT BrooksideXML : public FormatReader, public FileContents {
 public:
@@ -43,53 +48,12 @@ public:
         StatusForWriting = 0xa6
     };
 
-    /** What the document says of itself. */
-    enum AttributeType {
-        AttributeAPCSystem,
-        AttributeMessageSequence,
-        AttributeFDCModel,
-        AttributeRecipe,
-        AttributeControlJob,
-        AttributeEquipment,
-        AttributeToolType,
-        AttributeResource,
-        AttributeTopic,
-        AttributeChamberRecipe, /**< the only one that may be missing; then empty */
-        AttributeTrend,
-        AttributeCount
-    };
-
-    /** What it says of a wafer. */
-    enum WaferAttributeType {
-        WaferLot,
-        WaferSlot,
-        WaferRawData, /**< file name and extension, without the folder */
-        WaferRoute,
-        WaferProduct,
-        WaferOperationNumber,
-        WaferOperationName,
-        WaferOperationPassCount,
-        WaferPriorityClass,
-        WaferLineCode,
-        WaferJobClass,
-        WaferQualityCode,
-        WaferAttributeCount
-    };
-
-    /** A statistic over a phase. */
-    struct SumData {
-        std::string name;
-        std::string statName; /**< empty when it isn't told */
-        std::string value;
-    };
-
-    struct RecipeParameter {
-        std::string name;
-        float value = 0.0F;
-        float lowerLimit = 0.0F;
-        float upperLimit = 0.0F;
-        bool useCurrentValue = false;
-    };
+    using enum BrooksideModel::AttributeType;
+    using enum BrooksideModel::WaferAttributeType;
+    using AttributeType = BrooksideModel::AttributeType;
+    using WaferAttributeType = BrooksideModel::WaferAttributeType;
+    using SumData = BrooksideModel::SumData;
+    using RecipeParameter = BrooksideModel::RecipeParameter;
 
     BrooksideXML();
     BrooksideXML(const BrooksideXML&) = delete;
@@ -117,9 +81,9 @@ public:
     void SetPhaseID(const char* name) { phaseID = name == nullptr ? "" : name; }
 
     /** Whether an interval's name begins neither with "f_" nor with "b_". */
-    bool IsApstat() const { return apstat; }
-    const std::string& GetAttribute(AttributeType type) const { return attributes.at(type); }
-    int SizeWafer() const { return static_cast<int>(wafers.size()); }
+    bool IsApstat() const { return model.apstat; }
+    const std::string& GetAttribute(AttributeType type) const { return model.attributes.at(type); }
+    int SizeWafer() const { return static_cast<int>(model.wafers.size()); }
     int SizePhases(int wafer) const;
     const std::string& GetWaferID(int wafer) const;
     const std::string& GetWaferAttribute(int wafer, WaferAttributeType type) const;
@@ -138,27 +102,8 @@ public:
     std::vector<Fact> ListFacts() override;
 
 private:
-    struct PhaseRecord {
-        std::string name;
-        std::string number;
-        int from = 0;  // row numbers of the raw text
-        int to = 0;
-        float duration = 0.0F;
-        std::string startTime;
-        std::vector<SumData> sumData;
-        std::vector<RecipeParameter> recipeParameters;
-        bool isBackground = false;
-    };
-    struct WaferRecord {
-        std::string waferID;
-        std::string tableID;  // the one written to the table
-        std::vector<PhaseRecord> phases;
-        std::array<std::string, WaferAttributeCount> attributes;
-    };
-    /** What is to be parsed: a file or a text. */
-    struct Document;
-    /** Builds the model from a parsed document; nothing else here sees the XML library. */
-    struct Builder;
+    using PhaseRecord = BrooksideModel::PhaseRecord;
+    using WaferRecord = BrooksideModel::WaferRecord;
     /** The state of one walk through the rows. */
     struct RowWalk;
 
@@ -166,28 +111,46 @@ private:
     using ColumnMap = std::vector<std::pair<int, int>>;
     using NameMap = std::map<std::string, int, LessIgnoringCase>;
 
+    /** The complete reading: a raw text's lines by their row numbers. */
+    struct Section;
+
     void Clear();
-    int Parse(const Document& document);
+    int Parse(const BrooksideDocument& document);
     const WaferRecord& WaferAt(int wafer) const;
     const PhaseRecord& PhaseAt(int wafer, int phase) const;
+    void Fail(int failure, const std::string& text);
     bool FailRawData(const std::string& text);
-    bool InitNextBuffer(BufferReader& reader, int& numVars, ColumnMap& columnMap,
-                        const std::string& sectionName, int& phaseColumn);
+    std::string InitNextBuffer(BufferReader& reader, int& numVars, ColumnMap& columnMap,
+                               const std::string& sectionName, int& phaseColumn);
     bool CollectVariables(int& numVars);
+    std::int64_t CountNamedRows() const;
     int CountTableRows() const;
     bool ReadWafer(RowWalk& walk, const WaferRecord& wafer);
     bool ReadPhase(RowWalk& walk, const WaferRecord& wafer, const PhaseRecord& phase);
     void WriteNames(ReadSpreadSheetData& sink) const;
+    int ReadClassically(ReadSpreadSheetData& sink);
 
-    std::unique_ptr<XmlPlatform> platform;
-    std::string errorText;
+    void MakeSections();
+    Section* EnterSection(const std::string& name);
+    void IndexLines(Section& section, const std::string& text);
+    Section* FindSection(const WaferRecord& wafer);
+    void PlanRows();
+    int ReadCompletely(ReadSpreadSheetData& sink);
+    void ReadPhaseCompletely(Section& section, const WaferRecord& wafer, const PhaseRecord& phase, int& row,
+                             CellOutput& output, SampleRow& sample);
+    void NoteLinesOfNoPhase();
+    void TellShape();
+    void Note(const char* code, std::uint64_t count, std::string place, std::string text);
+
+    BrooksideModel model;
     std::string warningText;
-    std::vector<WaferRecord> wafers;  // by raw data name, then by the first phase's first row
-    std::map<std::string, std::shared_ptr<const std::string>, LessIgnoringCase> rawData;
-    std::array<std::string, AttributeCount> attributes;
     NameMap variableNames;
     std::string phaseID;
-    bool apstat = false;
+    // The complete reading's, made when they are first asked for.
+    bool hasSections = false;
+    std::map<std::string, std::unique_ptr<Section>, LessIgnoringCase> sections;
+    std::uint64_t shortLines = 0;
+    std::unique_ptr<XmlPlatform> platform;
 };
 
 class KARTA_EXPORT BrooksideXMLFactory : public SprFileFactory {

@@ -1,6 +1,9 @@
 #include "process/BufferReader.h"
 
+#include <algorithm>
+
 #include "base/Exception.h"
+#include "base/NumberParser.h"
 #include "host/NvString.h"
 
 namespace {
@@ -65,4 +68,30 @@ const char* BufferReader::GetField(int n) {
     }
     copy = fields[static_cast<std::size_t>(n) - 1];
     return copy.c_str();
+}
+
+std::optional<std::string_view> BufferReader::FindField(int n) const {
+    if (n < 1 || n > CountFields()) {
+        return std::nullopt;
+    }
+    return fields[static_cast<std::size_t>(n) - 1];
+}
+
+// Only as much of the line is parted into fields as the number needs.
+bool BufferReader::NextRowNumber(int& number) {
+    if (cursor == end) {
+        return false;
+    }
+    fields.clear();
+    TakeField();
+    number = 0;
+    if (cursor != end && *cursor == '\t') {
+        ++cursor;
+        TakeField();
+        number = ToLeadingInt(fields.back());
+    }
+    cursor = std::find_if(cursor, end, IsLineEnd);
+    cursor = std::find_if_not(cursor, end, IsLineEnd);
+    ++lineCount;
+    return true;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,6 +25,17 @@ public:
      * when the line has fewer.
      */
     const char* GetField(int n);
+    /** The same in place, as long as the text; nothing when the line has fewer. */
+    std::optional<std::string_view> FindField(int n) const;
+
+    /** Where the next line begins, and back to where one did. */
+    const char* Tell() const { return cursor; }
+    void Seek(const char* lineStart) { cursor = lineStart; }
+    /**
+     * Passes over the next line and tells the whole number at the start of its second field, 0 where there is
+     * none; false at the end of the text.
+     */
+    bool NextRowNumber(int& number);
 
 private:
     void TakeField();

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -307,12 +309,12 @@ TEST_F(BrooksideFileTest, LineThatNoDataFileHasIsStatus0xb0a) {
     }
 }
 
-TEST_F(BrooksideFileTest, RowsAreReservedOnlyAsFarAsTheDataFileIsLong) {
+TEST_F(BrooksideFileTest, RowsAreReservedUpToAMillionOrAsFarAsTheDataFileIsLong) {
     WriteData(NumberedData(3));
     const auto reader = Opened(Transition({{"W01", {{1, 2000000000}}}}));
     CountingSink sink;
     EXPECT_EQ(reader->Read(&sink), 0xb0a);
-    EXPECT_LT(sink.rows, 200);
+    EXPECT_EQ(sink.rows, 1'000'001);
     EXPECT_EQ(sink.cells, 12);
 }
 
@@ -446,7 +448,7 @@ TEST_F(BrooksideFileTest, NoDataIsStatus0xb0e) {
               "Read 0xb0e\nError \"The file log.trn does not contain any data.\"\nClose\n");
 }
 
-TEST_F(BrooksideFileTest, ExceptionsOfTheSinkBecomeStatuses) {
+TEST_F(BrooksideFileTest, ExceptionsOfTheSinkPassThrough) {
     struct Throwing : CountingSink {
         explicit Throwing(bool own) : ownException(own) {}
         void SetDataSize(int /*cols*/, int /*rows*/) override {
@@ -458,16 +460,44 @@ TEST_F(BrooksideFileTest, ExceptionsOfTheSinkBecomeStatuses) {
         bool ownException;
     };
     WriteData(NumberedData(1));
-    const auto first = Opened(Transition({{"W01", {{1, 1}}}}));
+    const auto reader = Opened(Transition({{"W01", {{1, 1}}}}));
     Throwing own(true);
-    EXPECT_EQ(first->Read(&own), 0xb07);
-    EXPECT_EQ(ErrorOf(*first),
-              "The following exception occurred while reading the file :\nthe table is full");
-    const auto second = Opened(Transition({{"W01", {{1, 1}}}}));
+    EXPECT_THROW(reader->Read(&own), Exception);
     Throwing other(false);
-    EXPECT_EQ(second->Read(&other), 0xb06);
-    EXPECT_EQ(ErrorOf(*second),
-              "An unknown exception occurred while reading the file " + folder.Path("log.trn") + ".");
+    EXPECT_THROW(reader->Read(&other), std::runtime_error);
+    EXPECT_EQ(reader->GetStatus(), 0);
+}
+
+TEST_F(BrooksideFileTest, EntriesThatShareLinesAreBelieved) {
+    WriteData(NumberedData(120));
+    std::vector<Wafer> wafers;
+    for (int i = 1; i <= 50; ++i) {
+        wafers.push_back({"W" + std::to_string(i), {{1, 50}}});
+    }
+    const std::string trace = Trace(Transition(wafers));
+    EXPECT_NE(trace.find("SetDataSize 4 2501\n"), std::string::npos);
+    EXPECT_NE(trace.find("Read 0x0\n"), std::string::npos);
+}
+
+TEST_F(BrooksideFileTest, DataFilesAreOfTheLogsOwnFolder) {
+    const std::string outside = folder.Write("outside.dat", NumberedData(2));
+    const std::string inner = folder.Path("logs");
+    std::filesystem::create_directory(inner);
+    for (const char* name : {"../outside.dat", "..\\outside.dat"}) {
+        std::ofstream(inner + "/log.trn", std::ios::binary) << Transition({{"W01", {{1, 2}}, name}});
+        BrooksideFile reader;
+        ASSERT_EQ(reader.Open(true, (inner + "/log.trn").c_str(), nullptr), 0);
+        CountingSink sink;
+        EXPECT_EQ(reader.Read(&sink), 0);
+        EXPECT_EQ(sink.cols, 2) << "nothing outside the folder is read";
+    }
+    // The name's last part counts, where it is there.
+    std::ofstream(inner + "/outside.dat", std::ios::binary) << NumberedData(2);
+    BrooksideFile reader;
+    ASSERT_EQ(reader.Open(true, (inner + "/log.trn").c_str(), nullptr), 0);
+    CountingSink sink;
+    EXPECT_EQ(reader.Read(&sink), 0);
+    EXPECT_EQ(sink.cols, 4);
 }
 
 TEST_F(BrooksideFileTest, FixedStatusTextsAreExact) {
@@ -643,7 +673,7 @@ TEST_F(BrooksideFileTest, FactsTellWhatIsSkippedAndWhy) {
     }
     EXPECT_EQ(
         facts,
-        "wafers=2\nphases=2\nsamples=4\nchamber=A\ndata files=2\n"
+        "wafers=2\nphases=2\nsamples=4\nchamber=A\nrecipe=A_Etch\nlot=L0417\noperation=6100\ndata files=2\n"
         "missing=data files not there or without a header, 1: lot2.dat\nvariables=1: A_Press\n"
         "skipped=phases whose data are all missing, 1: W01 phase 2\nskipped=1 wafer(s) with the ID 'none'\n");
     // Looking isn't reading.

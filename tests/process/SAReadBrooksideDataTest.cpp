@@ -129,3 +129,18 @@ TEST(SAReadBrooksideDataTest, ReceivesALog) {
     EXPECT_EQ((*sink.data)(2, 4), 7.0F);
     EXPECT_EQ((*sink.data)(3, 4), -99.0F);
 }
+
+// Each size is added to what is there: a size a row would double the columns each time.
+TEST(SAReadBrooksideDataTest, MissingDataFileStaysSmall) {
+    using namespace brookside;
+    const std::string package =
+        Package(Transition({{"W01", {{1, 900'000}}, "gone.dat"}, {"W02", {{1, 120}}, "here.dat"}}),
+                {{"here.dat", NumberedData(120)}});
+    BrooksideFile reader(package.c_str(), "log", false);
+    SAReadBrooksideData sink;
+    ASSERT_EQ(reader.Read(&sink), 0);
+    EXPECT_LE(sink.GetNumberOfColumns(), 8);
+    EXPECT_LT(sink.GetNumberOfRows(), 1'000'000);
+    EXPECT_EQ((*sink.wafers)(900'001), "W01");
+    EXPECT_EQ((*sink.data)(900'121, 4), 120.0F);
+}
