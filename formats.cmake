@@ -13,7 +13,9 @@ karta_format(spreadsheet/Excel2007File spreadsheet/Excel2007Binary spreadsheet/W
              spreadsheet/SharedStringsPart spreadsheet/SharedStrings spreadsheet/SheetPart CASES xlsx xlsb)
 karta_format(spreadsheet/LotusFile CASES lotus)
 karta_format(instrument/USDBase instrument/USDOptions) # what the readers of spectra on one axis share
-karta_format(instrument/GalacticSPCFile instrument/SPCDate CASES spc)
+karta_format(instrument/SpectrumTable instrument/AxisSelection) # their table in the complete reading
+karta_format(instrument/GalacticSPCFile instrument/SPCContents instrument/SPCDate instrument/SPCHeader instrument/SPCTable
+             instrument/SPCUnits CASES spc)
 karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPInterPolate instrument/JCAMPLabels
              instrument/JCAMPSeries instrument/JCAMPStream CASES jcamp)
 karta_format(instrument/BrukerOPUS instrument/OPUSReader instrument/OPUSSelection CASES opus)

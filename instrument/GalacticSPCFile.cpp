@@ -3,55 +3,33 @@
 #include <algorithm>
 #include <cmath>
 #include <exception>
+#include <ios>
 #include <limits>
+#include <optional>
+#include <span>
 #include <string_view>
 
 #include "base/ByteCursor.h"
-#include "base/CopyMessage.h"
 #include "base/MappedFile.h"
 #include "base/NumberFormat.h"
 #include "base/PathNames.h"
 #include "base/TolerantEqual.h"
+#include "frame/CellOutput.h"
+#include "frame/CompleteOptions.h"
+#include "frame/FormatRecogniser.h"
 #include "frame/OptionsText.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
+#include "instrument/SPCContents.h"
 #include "instrument/SPCDate.h"
+#include "instrument/SPCTable.h"
+#include "instrument/SPCUnits.h"
 #include "instrument/USDOptions.h"
 
 namespace {
 
-// The second byte of a file tells its layout.
-constexpr std::uint64_t VersionOffset = 1;
-constexpr std::uint8_t VersionNew = 'K';
-constexpr std::uint8_t VersionOld = 'M';
-constexpr std::uint8_t VersionBigEndian = 'L';
-
-// The type flags, the first byte.
-constexpr unsigned int FlagInt16 = 0x01;
-constexpr unsigned int FlagMulti = 0x04;
-constexpr unsigned int FlagOrdered = 0x10;
-constexpr unsigned int FlagAxisText = 0x20;
-constexpr unsigned int FlagXYPairs = 0x40;
-constexpr unsigned int FlagXArray = 0x80;
-
-// The new header.
-constexpr std::uint64_t NewHeaderSize = 512;
-constexpr std::uint64_t NewExponentOffset = 3;
-constexpr std::uint64_t XTypeOffset = 28;
-constexpr std::uint64_t DateOffset = 32;
-constexpr std::uint64_t AxisTextOffset = 218;
-constexpr std::uint64_t AxisTextSize = 30;
-constexpr std::uint64_t ZIncrementOffset = 312;
-
-// In front of each sub-file's values, in the new format only.
-constexpr std::uint64_t SubHeaderSize = 32;
-
-// The old header.
-constexpr std::uint64_t OldHeaderSize = 256;
-constexpr std::uint64_t OldExponentOffset = 2;
-
-// The exponent that says: the values are floats.
-constexpr int FloatExponent = -128;
+// Among the type flags of an old file: an array of X values, which isn't read.
+constexpr unsigned int OldUnevenFlag = 0x80;
 
 // A file that was cut short still tells its counts and gives the rows before the cut. A count of so many
 // more items than the file has bytes for is no cut but a lie.
@@ -59,95 +37,6 @@ constexpr std::uint64_t MaxMissingItems = 65536;
 
 // The columns in front of the values.
 constexpr int FirstValueColumn = 4;
-
-struct Unit {
-    unsigned char code;
-    const char* name;
-};
-
-constexpr Unit XUnits[] = {{1, "cm-1"},
-                           {2, "um"},
-                           {3, "nm"},
-                           {4, "Sec"},
-                           {5, "Min"},
-                           {6, "Hz"},
-                           {7, "KHz"},
-                           {8, "MHz"},
-                           {9, "M/z"},
-                           {10, "PPM"},
-                           {11, "Days"},
-                           {12, "Years"},
-                           {13, "Raman Shift (cm-1)"},
-                           {14, "eV"},
-                           {16, "Diod Number"},
-                           {17, "Channel"},
-                           {18, "Degrees"},
-                           {19, "°F"},
-                           {20, "°C"},
-                           {21, "°K"},
-                           {22, "Data Points"},
-                           {23, "mSec"},
-                           {24, "uSec"},
-                           {25, "nSec"},
-                           {26, "GHz"},
-                           {27, "cm"},
-                           {28, "m"},
-                           {29, "mm"},
-                           {30, "Hours"}};
-
-constexpr Unit YUnits[] = {{1, " (interferogram)"},
-                           {2, " (absorbance)"},
-                           {3, " (kubelka-monk)"},
-                           {4, " (counts)"},
-                           {5, " (V)"},
-                           {6, " (degrees)"},
-                           {7, " (mAmp)"},
-                           {8, " (mm)"},
-                           {9, " (mV)"},
-                           {10, " (log(1/R))"},
-                           {11, " (%)"},
-                           {12, " (intensity)"},
-                           {13, " (relative intensity)"},
-                           {14, " (energy)"},
-                           {16, " (dB)"},
-                           {19, " (°F)"},
-                           {20, " (°C)"},
-                           {21, " (°K)"},
-                           {22, " (index of refraction [N])"},
-                           {23, " (Extinction Coeff. [K])"},
-                           {24, " (real)"},
-                           {25, " (imaginary)"},
-                           {26, " (complex)"},
-                           {128, " (transmition)"},
-                           {129, " (reflectance)"},
-                           {130, " (arbitrary or single beam with valley peaks)"},
-                           {131, " (emission)"}};
-
-template <std::size_t Count>
-const char* FindUnit(const Unit (&units)[Count], unsigned char code) {
-    const auto* found =
-        std::find_if(units, units + Count, [&](const Unit& unit) { return unit.code == code; });
-    return found == units + Count ? "" : found->name;
-}
-
-// 2 to a whole power. Beyond the range of a double it is infinite, or zero for a negative power.
-double PowerOfTwo(int power) {
-    double result = 1.0;
-    double square = 2.0;
-    for (unsigned int rest = static_cast<unsigned int>(std::abs(power)); rest != 0; rest >>= 1U) {
-        if ((rest & 1U) != 0) {
-            result *= square;
-        }
-        square *= square;
-    }
-    return power < 0 ? 1.0 / result : result;
-}
-
-// A signed byte.
-int ReadExponent(ByteCursor& header) {
-    const int code = header.ReadU8();
-    return code < 128 ? code : code - 256;
-}
 
 bool SameArray(const std::vector<float>& left, const std::vector<float>& right) {
     // Two NaN are one value here: a file doesn't differ from itself.
@@ -171,15 +60,22 @@ std::string WithUnit(double value, const std::string& unit) {
 
 }  // namespace
 
+GalacticSPCFile::GalacticSPCFile() = default;
+GalacticSPCFile::~GalacticSPCFile() = default;
+
 void GalacticSPCFile::Close() {
     files.clear();
     xValues.clear();
+    complete.reset();
     optionsBlob.clear();
     FormatReader::Close();
 }
 
 // Nothing while a status or no file is there: both are -1. An empty spectrum is, too: it gives no table.
 int GalacticSPCFile::GetNumCols() {
+    if (status == StatusOk && complete != nullptr) {
+        return complete->CountColumns();
+    }
     if (status != StatusOk || files.empty()) {
         return -1;
     }
@@ -197,6 +93,9 @@ int GalacticSPCFile::GetNumRows() {
     if (status != StatusOk) {
         return -1;
     }
+    if (complete != nullptr) {
+        return complete->CountRows();
+    }
     std::int64_t rows = includeX ? 2 : 1;
     for (const SPCFileRecord& file : files) {
         rows += file.numSubFiles;
@@ -206,41 +105,20 @@ int GalacticSPCFile::GetNumRows() {
 }
 
 void GalacticSPCFile::GetErrorMessage(char* buffer, unsigned int size) {
-    switch (status) {
-        case StatusOpenFailed:
-            CopyMessage("Unable to open file.", buffer, size);
-            break;
-        case StatusNotOpen:
-            CopyMessage("Unable to read file. The file was not opened or Open File failed.", buffer, size);
-            break;
-        case StatusNotSPC:
-            CopyMessage("This file does not seem to be a valid Galactic SPC file.", buffer, size);
-            break;
-        case StatusVersion:
-            CopyMessage("This version of Galactic SPC files are not supported.", buffer, size);
-            break;
-        case StatusUneven:
-            CopyMessage("Unevenly spaced X-variables are not supported.", buffer, size);
-            break;
-        case StatusNoFiles:
-            CopyMessage("No files were selected, import aborted.", buffer, size);
-            break;
-        case StatusSpacingDiffers:
-            CopyMessage("The data did not have the same X-spacing.", buffer, size);
-            break;
-        case StatusXYPairs:
-            CopyMessage(
-                "Looks like GC-MS spectra file(s) and that is not supported at the moment. Contact the "
-                "Norvik support.",
-                buffer, size);
-            break;
-        case StatusXArraysDiffer:
-            CopyMessage("The X variable names in files differ from each other", buffer, size);
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            break;
-    }
+    static constexpr StatusText Texts[] = {
+        {StatusOpenFailed, "Unable to open file."},
+        {StatusNotOpen, "Unable to read file. The file was not opened or Open File failed."},
+        {StatusNotSPC, "This file does not seem to be a valid Galactic SPC file."},
+        {StatusVersion, "This version of Galactic SPC files are not supported."},
+        {StatusUneven, "Unevenly spaced X-variables are not supported."},
+        {StatusNoFiles, "No files were selected, import aborted."},
+        {StatusSpacingDiffers, "The data did not have the same X-spacing."},
+        {StatusXYPairs,
+         "Looks like GC-MS spectra file(s) and that is not supported at the moment. Contact the Norvik "
+         "support."},
+        {StatusXArraysDiffer, "The X variable names in files differ from each other"},
+        {StatusNoSuchPart, "The file holds no such spectrum; info lists those that it holds."}};
+    CopyStatusText(Texts, buffer, size);
 }
 
 int GalacticSPCFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* options) {
@@ -250,6 +128,10 @@ int GalacticSPCFile::Open(bool forRead, const char* fileName, NvImportOpenOption
     if (!forRead) {
         status = StatusWrongMode;
         return status;
+    }
+    ForgetLastFiles();
+    if (IsComplete()) {
+        return OpenComplete(NvFile::GetFileNames(fileName), options);
     }
     for (const std::string& path : NvFile::GetFileNames(fileName)) {
         status = ReadHeaderOf(path);
@@ -262,13 +144,94 @@ int GalacticSPCFile::Open(bool forRead, const char* fileName, NvImportOpenOption
     return status;
 }
 
+// What an earlier life has left.
+void GalacticSPCFile::ForgetLastFiles() {
+    static_cast<USDBase&>(*this) = USDBase();
+    files.clear();
+    xValues.clear();
+    complete.reset();
+    header = SPCHeader();
+    firstX = lastX = spacing = maxLastX = 0.0;
+    numPoints = numSubFiles = maxPoints = 0;
+    subTime = firstZ = zIncrement = 0.0F;
+    xLabel.clear();
+    yLabel.clear();
+    zLabel.clear();
+}
+
+int GalacticSPCFile::OpenComplete(const std::vector<std::string>& paths, NvImportOpenOptions* options) {
+    status = WithinBudget(StatusNotSPC, [&] {
+        complete = std::make_unique<SPCTable>(*GetContext());
+        for (const std::string& path : paths) {
+            GetContext()->ThrowIfStopped();
+            const int result = AddCompleteFile(path);
+            if (result != StatusOk) {
+                return result;
+            }
+        }
+        return paths.empty() ? static_cast<int>(StatusNoFiles) : ChooseComplete(options);
+    });
+    return status;
+}
+
+int GalacticSPCFile::AddCompleteFile(const std::string& path) {
+    const MappedFile file(path.c_str());
+    if (!file.IsOpen()) {
+        return StatusOpenFailed;
+    }
+    ByteCursor stream(file.GetBytes());
+    const SPCLayout layout = FindSPCLayout(stream);
+    if (layout == SPCLayout::BigEndian) {
+        return StatusVersion;
+    }
+    stream.Seek(0);
+    if (layout == SPCLayout::Old && (stream.ReadU8() & OldUnevenFlag) != 0) {
+        return StatusUneven;
+    }
+    const bool isRead = layout != SPCLayout::None && complete->AddFile(path, file, layout);
+    return isRead ? static_cast<int>(StatusOk) : StatusNotSPC;
+}
+
+int GalacticSPCFile::ChooseComplete(NvImportOpenOptions* options) {
+    try {
+        const std::vector<double>* axis = complete->GetFirstAxis();
+        if (axis != nullptr && !axis->empty()) {
+            firstX = std::min(axis->front(), axis->back());
+            maxLastX = std::max(axis->front(), axis->back());
+        }
+        USDConstraints constraints;
+        GalacticSPCFile::GetUSDConstraints(&constraints);
+        if (HasOptions(options)) {
+            ReadUSDOptions(*options, constraints);
+        }
+        const std::optional<std::string> wanted = CompleteOptions(options).GetText(CompleteOptions::Part);
+        return complete->Choose(wanted, constraints) ? static_cast<int>(StatusOk) : StatusNoSuchPart;
+    } catch (const std::ios_base::failure&) {
+        return StatusOpenFailed;
+    }
+}
+
 int GalacticSPCFile::ReadHeaderOf(const std::string& path) {
     const MappedFile file(path.c_str());
     if (!file.IsOpen()) {
         return StatusOpenFailed;
     }
     ByteCursor stream(file.GetBytes());
-    return ReadHeaderInfo(stream);
+    const int result = ReadHeaderInfo(stream);
+    if (result == StatusOk && header.isOldFormat) {
+        NoteFurtherSpectra(SPCContents(file.GetBytes(), SPCLayout::Old));
+    }
+    return result;
+}
+
+// The classic table has the first spectrum of an old file only.
+void GalacticSPCFile::NoteFurtherSpectra(const SPCContents& contents) {
+    const std::size_t count = contents.GetSubFiles().size();
+    if (count > 1) {
+        AddNote({"further-spectra", count - 1, "",
+                 karta::CountOf(count - 1, "further spectrum", "further spectra") + " of the file " +
+                     (count == 2 ? "isn't" : "aren't") + " in this table"});
+    }
 }
 
 bool GalacticSPCFile::SetOptions(NvImportOpenOptions* options) {
@@ -330,64 +293,55 @@ int GalacticSPCFile::CheckFiles() {
 }
 
 int GalacticSPCFile::ReadHeaderInfo(ByteCursor& stream) {
-    stream.Seek(VersionOffset);
-    const std::uint8_t version = stream.ReadU8();
-    if (stream.HasFailed()) {
-        return StatusNotSPC;
+    const SPCLayout layout = FindSPCLayout(stream);
+    if (layout == SPCLayout::None || layout == SPCLayout::BigEndian) {
+        return layout == SPCLayout::None ? StatusNotSPC : StatusVersion;
     }
     stream.Seek(0);
-    switch (version) {
-        case VersionNew:
-            return ReadNewHeader(stream);
-        case VersionOld:
-            return ReadOldHeader(stream);
-        case VersionBigEndian:
-            return StatusVersion;
-        default:
-            return StatusNotSPC;
-    }
-}
-
-int GalacticSPCFile::ReadNewHeader(ByteCursor& stream) {
-    ByteCursor header(stream.Take(NewHeaderSize));
-    if (stream.HasFailed()) {
+    const std::optional<SPCHeader> found = ReadSPCHeader(stream, layout);
+    if (!found) {
         return StatusHeaderCut;
     }
-    const unsigned int flags = header.ReadU8();
-    if ((flags & FlagXYPairs) != 0) {
+    const int result = layout == SPCLayout::New ? TakeNewHeader(*found, stream) : TakeOldHeader(*found);
+    return result == StatusOk ? CheckCounts(stream) : result;
+}
+
+void GalacticSPCFile::TakeHeader(const SPCHeader& found) {
+    header = found;
+    numPoints = found.numPoints;
+    numSubFiles = found.numSubFiles;
+    firstX = found.firstX;
+    lastX = found.lastX;
+    spacing = found.spacing;
+}
+
+int GalacticSPCFile::TakeNewHeader(const SPCHeader& found, ByteCursor& stream) {
+    if (found.hasXYPairs) {
         return StatusXYPairs;
     }
-    isOldFormat = false;
-    is32Bit = (flags & FlagInt16) == 0;
-    isMulti = (flags & FlagMulti) != 0;
-    header.Seek(NewExponentOffset);
-    exponent = ReadExponent(header);
-    isFloat = exponent == FloatExponent;
-    numPoints = header.ReadI32();
-    firstX = header.ReadDouble();
-    lastX = header.ReadDouble();
-    numSubFiles = header.ReadI32();
-    isOrdered = isMulti && (flags & FlagOrdered) != 0 && numSubFiles >= 2;
-    spacing = (lastX - firstX) / (static_cast<std::uint32_t>(numPoints) - 1U);
-    header.Seek(XTypeOffset);
-    xLabel = GetType(header.ReadU8(), 1);
-    yLabel = GetType(header.ReadU8(), 0);
-    zLabel = GetType(header.ReadU8(), 1);
-    header.Seek(DateOffset);
-    date = header.ReadU32();
-    if ((flags & FlagAxisText) != 0) {
-        header.Seek(AxisTextOffset);
-        xLabel = header.ReadTerminatedText(AxisTextSize);
+    TakeHeader(found);
+    header.isOrdered = found.isMulti && found.isOrdered && numSubFiles >= 2;
+    xLabel = found.hasAxisText ? std::string(found.axisText.c_str()) : GetType(found.xType, 1);
+    yLabel = GetType(found.yType, 0);
+    zLabel = GetType(found.zType, 1);
+    zIncrement = found.zIncrement;
+    return found.hasXArray ? ReadXArray(stream) : StatusOk;
+}
+
+// The first of its spectra is the classic table's, and none of the names.
+int GalacticSPCFile::TakeOldHeader(const SPCHeader& found) {
+    if (found.hasXArray) {
+        return StatusUneven;
     }
-    header.Seek(ZIncrementOffset);
-    zIncrement = header.ReadFloat();
-    if ((flags & FlagXArray) != 0) {
-        const int result = ReadXArray(stream);
-        if (result != StatusOk) {
-            return result;
-        }
+    if (!found.hasPointCount) {
+        return StatusNotSPC;
     }
-    return CheckCounts(stream);
+    TakeHeader(found);
+    header.isOrdered = false;
+    xLabel.clear();
+    yLabel.clear();
+    zLabel.clear();
+    return StatusOk;
 }
 
 int GalacticSPCFile::ReadXArray(ByteCursor& stream) {
@@ -406,105 +360,61 @@ int GalacticSPCFile::ReadXArray(ByteCursor& stream) {
     return StatusOk;
 }
 
-int GalacticSPCFile::ReadOldHeader(ByteCursor& stream) {
-    ByteCursor header(stream.Take(OldHeaderSize));
-    if (stream.HasFailed()) {
-        return StatusHeaderCut;
-    }
-    const unsigned int flags = header.ReadU8();
-    if ((flags & FlagXArray) != 0) {
-        return StatusUneven;
-    }
-    isOldFormat = true;
-    is32Bit = (flags & FlagInt16) == 0;
-    isMulti = (flags & FlagMulti) != 0;
-    isOrdered = false;
-    header.Seek(OldExponentOffset);
-    exponent = header.ReadI16();
-    isFloat = exponent == FloatExponent;
-    const float count = header.ReadFloat();
-    firstX = static_cast<double>(header.ReadFloat());
-    lastX = static_cast<double>(header.ReadFloat());
-    if (!(std::fabs(count) < static_cast<float>(std::numeric_limits<int>::max()))) {
-        return StatusNotSPC;
-    }
-    numPoints = static_cast<int>(count);
-    spacing = (lastX - firstX) / (static_cast<double>(numPoints) - 1.0);
-    numSubFiles = 1;
-    xLabel.clear();
-    yLabel.clear();
-    zLabel.clear();
-    return CheckCounts(stream);
-}
-
 // Whether the counts of the header can be true, give and take a file that was cut.
 int GalacticSPCFile::CheckCounts(const ByteCursor& stream) const {
-    if (!CouldHold(stream, numPoints, ValueWidth()) || !CouldHold(stream, numSubFiles, SubHeaderSize)) {
+    if (!CouldHold(stream, numPoints, header.values.GetWidth()) ||
+        !CouldHold(stream, numSubFiles, SPCHeader::SubHeaderSize)) {
         return StatusNotSPC;
     }
     return StatusOk;
-}
-
-std::uint64_t GalacticSPCFile::ValueWidth() const {
-    return is32Bit ? sizeof(std::int32_t) : sizeof(std::int16_t);
 }
 
 int GalacticSPCFile::ReadSubHeaderInfo(ByteCursor& stream) {
     subTime = -1.0F;
-    if (!isOldFormat) {
-        ByteCursor header(stream.Take(SubHeaderSize));
-        if (stream.HasFailed()) {
+    if (!header.isOldFormat) {
+        const std::optional<SPCSubHeader> sub = ReadSPCSubHeader(stream);
+        if (!sub) {
             return StatusNotSPC;
         }
-        float time = 0.0F;
-        if (isMulti) {
-            header.Skip(1);
-            const int ownExponent = ReadExponent(header);
-            isFloat = ownExponent == FloatExponent;
-            exponent = isFloat ? exponent : ownExponent;
-            const int index = header.ReadI16();
-            time = header.ReadFloat();
-            const float nextTime = header.ReadFloat();
-            if (index == 0) {
-                firstZ = time;
-            }
-            if (isOrdered) {
-                if (zIncrement == 0.0F) {
-                    zIncrement = nextTime - time;
-                }
-                time = static_cast<float>(index) * zIncrement + firstZ;
-            }
-        }
-        subTime = time;
+        subTime = header.isMulti ? TakeSubHeader(*sub) : 0.0F;
     }
-    divisor = PowerOfTwo((is32Bit ? 32 : 16) - exponent);
+    divisor = header.values.GetDivisor();
     return StatusOk;
+}
+
+// Gives the sub-file's time.
+float GalacticSPCFile::TakeSubHeader(const SPCSubHeader& sub) {
+    header.values.isFloat = sub.exponent == SPCFloatExponent;
+    if (!header.values.isFloat) {
+        header.values.exponent = sub.exponent;
+    }
+    if (sub.index == 0) {
+        firstZ = sub.time;
+    }
+    if (!header.isOrdered) {
+        return sub.time;
+    }
+    if (zIncrement == 0.0F) {
+        zIncrement = sub.nextTime - sub.time;
+    }
+    return static_cast<float>(sub.index) * zIncrement + firstZ;
 }
 
 int GalacticSPCFile::GetNextValue(ByteCursor& stream, float& value) {
-    if (!is32Bit) {
-        value = static_cast<float>(stream.ReadI16() / divisor);
-    } else if (isFloat) {
-        value = stream.ReadFloat();
-    } else if (isOldFormat) {
-        const std::uint32_t high = stream.ReadU16();
-        const std::uint32_t low = stream.ReadU16();
-        value = static_cast<float>(static_cast<std::int32_t>(high << 16U | low) / divisor);
-    } else {
-        value = static_cast<float>(stream.ReadI32() / divisor);
-    }
-    if (stream.HasFailed()) {
-        return StatusNotSPC;
-    }
-    return StatusOk;
+    value = static_cast<float>(header.values.Read(stream, divisor));
+    return stream.HasFailed() ? StatusNotSPC : static_cast<int>(StatusOk);
 }
 
 const char* GalacticSPCFile::GetType(const unsigned char& code, int isX) {
-    return isX != 0 ? FindUnit(XUnits, code) : FindUnit(YUnits, code);
+    return isX != 0 ? FindSPCXName(code) : FindSPCYName(code);
 }
 
 int GalacticSPCFile::Read(ReadSpreadSheetData* sink) {
     if (status != StatusOk) {
+        return status;
+    }
+    if (complete != nullptr) {
+        status = complete->Read(*sink) ? static_cast<int>(StatusOk) : StatusOpenFailed;
         return status;
     }
     status = CheckFiles();
@@ -520,6 +430,12 @@ int GalacticSPCFile::Read(ReadSpreadSheetData* sink) {
     }
     if (wantedRow < 0) {
         return status;
+    }
+    if (!includeAll && HasXArray()) {
+        AddNote(
+            {"uneven-axis", 1, "",
+             "the intervals choose the names by the array of X values, but the values by the even spacing "
+             "between its ends: they may be those of other points"});
     }
     int row = 3;
     wantedRow = sink->NextRowToRead(1);
@@ -585,6 +501,7 @@ int GalacticSPCFile::ReadFile(const SPCFileRecord& record, ReadSpreadSheetData& 
     }
     const std::string title = NvGetFileTitle(record.path);
     for (int i = 0; i < numSubFiles && wantedRow >= 0; ++i, ++row) {
+        GetContext()->ThrowIfStopped();
         const std::string name = numSubFiles < 2 ? title : title + "_" + std::to_string(i + 1);
         const int subResult = ReadSubFile(stream, name, sink, row, wantedRow);
         if (subResult != StatusOk) {
@@ -609,30 +526,29 @@ int GalacticSPCFile::ReadSubFile(ByteCursor& stream, const std::string& name, Re
     }
     sink.Set(1, row, row - 1);
     sink.Set(2, row, name.c_str());
-    sink.Set(3, row, FormatSPCDate(date, subTime).c_str());
+    sink.Set(3, row, FormatSPCDate(header.date, subTime).c_str());
     return ReadSpectrum(stream, sink, row);
 }
 
+// A spectrum that is cut gives what there is of it.
 int GalacticSPCFile::ReadSpectrum(ByteCursor& stream, ReadSpreadSheetData& sink, int row) {
-    int column = FirstValueColumn;
+    int result = StatusOk;
+    rowValues.clear();
     Reset();
-    for (int i = 0; i < numPoints; ++i) {
+    for (int i = 0; i < numPoints && result == StatusOk; ++i) {
         float x = GridX(i);
         float y = 0.0F;
-        const int result = GetNextValue(stream, y);
-        if (result != StatusOk) {
-            return result;
-        }
-        if (IsValid(x, y)) {
-            sink.Set(column, row, y);
-            ++column;
+        result = GetNextValue(stream, y);
+        if (result == StatusOk && IsValid(x, y)) {
+            rowValues.push_back(y);
         }
     }
-    return StatusOk;
+    CellOutput(sink).RowRun(FirstValueColumn, row, std::span<const float>(rowValues));
+    return result;
 }
 
 int GalacticSPCFile::SkipValues(ByteCursor& stream) {
-    stream.Skip(static_cast<std::uint64_t>(std::max(numPoints, 0)) * ValueWidth());
+    stream.Skip(static_cast<std::uint64_t>(std::max(numPoints, 0)) * header.values.GetWidth());
     if (stream.HasFailed()) {
         return StatusNotSPC;
     }
@@ -648,7 +564,7 @@ float GalacticSPCFile::NamedX(int index) const {
 }
 
 bool GalacticSPCFile::HasXArray() const {
-    return !isOldFormat && maxPoints > 0 && xValues.size() == static_cast<std::size_t>(maxPoints);
+    return !header.isOldFormat && maxPoints > 0 && xValues.size() == static_cast<std::size_t>(maxPoints);
 }
 
 int GalacticSPCFile::EstablishSize() {
@@ -656,6 +572,9 @@ int GalacticSPCFile::EstablishSize() {
 }
 
 std::vector<FileContents::Part> GalacticSPCFile::ListParts() {
+    if (complete != nullptr) {
+        return complete->ListParts();
+    }
     std::vector<Part> parts;
     for (const SPCFileRecord& file : files) {
         Part part;
@@ -671,6 +590,9 @@ std::vector<FileContents::Part> GalacticSPCFile::ListParts() {
 }
 
 std::vector<FileContents::Fact> GalacticSPCFile::ListFacts() {
+    if (complete != nullptr) {
+        return complete->ListFacts();
+    }
     std::int64_t spectra = 0;
     for (const SPCFileRecord& file : files) {
         spectra += file.numSubFiles;
@@ -740,3 +662,17 @@ SpreadsheetFile* GalacticSPCFileFactory::GetSpreadsheetFile() {
 }
 
 static GalacticSPCFileFactory galacticSPCFileFactory(1);
+
+// The version byte alone proves little: the headers must tell of what is there.
+static FormatRecogniser::Evidence RecogniseSPC(const char* path, std::string_view head) {
+    ByteCursor stream({reinterpret_cast<const std::uint8_t*>(head.data()), head.size()});
+    const SPCLayout layout = FindSPCLayout(stream);
+    if (layout != SPCLayout::New && layout != SPCLayout::Old) {
+        return FormatRecogniser::Evidence::None;
+    }
+    const MappedFile file(path);
+    const SPCContents contents(file.GetBytes(), layout);
+    return contents.IsPlausible() ? FormatRecogniser::Evidence::Proof : FormatRecogniser::Evidence::None;
+}
+
+static const FormatRecogniser galacticSPCRecogniser("GalacticSPC File", "spc", {}, RecogniseSPC);

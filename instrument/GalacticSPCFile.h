@@ -1,15 +1,19 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
+#include "instrument/SPCHeader.h"
 #include "instrument/USDBase.h"
 
 class ByteCursor;
+class SPCContents;
+class SPCTable;
 
 /** What Open keeps of one file of the selection. */
 struct SPCFileRecord {
@@ -54,8 +58,12 @@ public:
         StatusNoFiles = 0xa06,
         StatusSpacingDiffers = 0xa07,
         StatusXYPairs = 0xa08,
-        StatusXArraysDiffer = 0xa09
+        StatusXArraysDiffer = 0xa09,
+        StatusNoSuchPart = 0xa0a /**< in the complete reading */
     };
+
+    GalacticSPCFile();
+    ~GalacticSPCFile() override;
 
     void Close() override;
     int GetNumCols() override;
@@ -112,25 +120,23 @@ protected:
     float subTime = 0.0F;
     float firstZ = 0.0F;
     float zIncrement = 0.0F;
-    unsigned int date = 0; /**< packed: minute, hour, day, month, year from the lowest bit on */
-    int exponent = 0;
-    bool is32Bit = false;
-    bool isOldFormat = false;
-    bool isFloat = false;
-    bool isMulti = false;
-    bool isOrdered = false;
+    /** Of the header read last; its values' form of the sub-file read last. */
+    SPCHeader header;
     std::string xLabel;
     std::string yLabel;
     std::string zLabel;
     std::vector<float> xValues;
 
 private:
-    int ReadNewHeader(ByteCursor& stream);
-    int ReadOldHeader(ByteCursor& stream);
+    void ForgetLastFiles();
+    void TakeHeader(const SPCHeader& found);
+    int TakeNewHeader(const SPCHeader& found, ByteCursor& stream);
+    int TakeOldHeader(const SPCHeader& found);
+    float TakeSubHeader(const SPCSubHeader& sub);
     int ReadXArray(ByteCursor& stream);
     int CheckCounts(const ByteCursor& stream) const;
-    std::uint64_t ValueWidth() const;
     int SkipValues(ByteCursor& stream);
+    void NoteFurtherSpectra(const SPCContents& contents);
     int ReadHeaderOf(const std::string& path);
     int ReadFile(const SPCFileRecord& record, ReadSpreadSheetData& sink, int& row, int& wantedRow);
     int ReadSubFile(ByteCursor& stream, const std::string& name, ReadSpreadSheetData& sink, int row,
@@ -142,6 +148,12 @@ private:
     float NamedX(int index) const;
     bool HasXArray() const;
 
+    int OpenComplete(const std::vector<std::string>& paths, NvImportOpenOptions* options);
+    int AddCompleteFile(const std::string& path);
+    int ChooseComplete(NvImportOpenOptions* options);
+
+    std::unique_ptr<SPCTable> complete;  // null in the classic reading
+    std::vector<float> rowValues;        // of the spectrum that is read
     /** What the integer values of the present sub-file are divided by. */
     double divisor = 1.0;
     std::vector<std::uint8_t> optionsBlob;

@@ -20,6 +20,7 @@
 #include "instrument/JCAMPLabels.h"
 #include "instrument/JCAMPSeries.h"
 #include "instrument/JCAMPStream.h"
+#include "instrument/SpectrumTable.h"
 
 namespace {
 
@@ -88,29 +89,6 @@ constexpr PrefixedText StatusTexts[] = {
 
 // So many axes are told apart in a message.
 constexpr std::size_t MaxToldAxes = 12;
-
-// "1 to 3, 7 and 9": places in ascending order.
-std::string ListPlaces(const std::vector<int>& places) {
-    std::vector<std::string> ranges;
-    for (std::size_t i = 0; i < places.size();) {
-        std::size_t last = i;
-        while (last + 1 < places.size() && places[last + 1] == places[last] + 1) {
-            ++last;
-        }
-        const bool isRange = last > i + 1;
-        ranges.push_back(std::to_string(places[i]));
-        if (isRange) {
-            ranges.back() += " to " + std::to_string(places[last]);
-        }
-        i = isRange ? last + 1 : i + 1;
-    }
-    std::string text;
-    for (std::size_t i = 0; i < ranges.size(); ++i) {
-        const char* const parting = i + 1 < ranges.size() ? ", " : " and ";
-        text += (i == 0 ? "" : parting) + ranges[i];
-    }
-    return text;
-}
 
 // Whether two of the values differ under the tolerant comparison. In the order of their magnitudes, a value
 // differs most from the least or from the greatest of those before it.
@@ -563,7 +541,7 @@ std::string JCAMPFile::DescribeAxes() const {
     for (const Axis& axis : axes) {
         const bool several = axis.places.size() > 1;
         text += (text.empty() ? "" : ", ") + std::string(several ? "blocks " : "block ") +
-                ListPlaces(axis.places) + (several ? " share" : " has") +
+                ListNumbers(axis.places) + (several ? " share" : " has") +
                 (text.empty() ? " one axis" : " another");
     }
     return text;

@@ -28,6 +28,8 @@ struct SPCSubFile {
     int index = 0;
     float time = 0.0F;
     float nextTime = 0.0F;
+    int numPoints = 0; /**< of a sub-file with X values of its own, which stand before the others */
+    float w = 0.0F;
 };
 
 template <class Number>
@@ -70,7 +72,8 @@ struct SPCBuilder {
         for (const SPCSubFile& subFile : subFiles) {
             const std::size_t start = file.Size();
             file.U8(0).Put(static_cast<std::int8_t>(subFile.exponent)).I16(subFile.index);
-            file.Float(subFile.time).Float(subFile.nextTime).PadTo(start + 32);
+            file.Float(subFile.time).Float(subFile.nextTime).Float(0.0F).I32(subFile.numPoints).I32(0);
+            file.Float(subFile.w).PadTo(start + 32);
             file.Text(subFile.values);
         }
         return file.Bytes();

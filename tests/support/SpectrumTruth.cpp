@@ -2,6 +2,7 @@
 
 #include <boost/property_tree/json_parser.hpp>
 #include <boost/property_tree/ptree.hpp>
+#include <limits>
 
 using boost::property_tree::ptree;
 
@@ -32,10 +33,11 @@ SpectrumTruth ReadSpectrumTruth(const std::string& spectrumPath) {
     truth.sample = root.get("sample", "");
     for (const auto& item : root.get_child("spectra", Nothing)) {
         const ptree& spectrum = item.second;
-        truth.spectra.push_back(
-            {spectrum.get("index", 0), spectrum.get("title", ""), spectrum.get("n_points", 0),
-             spectrum.get("time_min", -1.0), Numbers(spectrum.get_child("y_first5", Nothing)),
-             Numbers(spectrum.get_child("y_last5", Nothing)), spectrum.get("y_sum", 0.0)});
+        truth.spectra.push_back({spectrum.get("index", 0), spectrum.get("title", ""),
+                                 spectrum.get("n_points", 0), spectrum.get("time_min", -1.0),
+                                 Numbers(spectrum.get_child("y_first5", Nothing)),
+                                 Numbers(spectrum.get_child("y_last5", Nothing)), spectrum.get("y_sum", 0.0),
+                                 spectrum.get("z", std::numeric_limits<double>::quiet_NaN())});
     }
     return truth;
 }

@@ -13,6 +13,7 @@ struct SpectrumTruth {
         std::vector<double> firstY; /**< of the first points */
         std::vector<double> lastY;  /**< of the last points */
         double sumY;
+        double z; /**< NaN where there is none */
     };
 
     int numSpectra = 0;

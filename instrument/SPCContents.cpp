@@ -1,0 +1,271 @@
+#include "instrument/SPCContents.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/ByteCursor.h"
+
+namespace {
+
+// The first sub-file's header lies at the end of an old file's header.
+constexpr std::size_t OldFirstSubFile = SPCHeader::OldSize - SPCHeader::SubHeaderSize;
+
+// The codes of X that there are.
+constexpr unsigned int LastXType = 30;
+
+// Of a directory: where a sub-file is, its size and its time.
+constexpr std::uint64_t DirectoryEntrySize = 12;
+
+// The log's own header: its size, that in memory, and where in it the text begins.
+constexpr std::uint64_t LogHeaderSize = 64;
+
+// The X values of an even axis. The last one is exactly the header's.
+std::vector<double> EvenAxis(const SPCHeader& header, std::size_t points) {
+    std::vector<double> axis(points);
+    const double steps = static_cast<double>(header.numPoints) - 1.0;
+    for (std::size_t i = 0; i < points; ++i) {
+        axis[i] =
+            i == 0 ? header.firstX : std::lerp(header.firstX, header.lastX, static_cast<double>(i) / steps);
+    }
+    return axis;
+}
+
+}  // namespace
+
+SPCContents::SPCContents(std::span<const std::uint8_t> bytes, SPCLayout layout) {
+    ByteCursor stream(bytes);
+    header = ReadSPCHeader(stream, layout);
+    if (!header || !header->hasPointCount) {
+        header.reset();
+        return;
+    }
+    FindSubFiles(bytes);
+    CheckDirectory(bytes);
+    MakeAxis(bytes);
+    ReadLog(bytes);
+}
+
+bool SPCContents::IsPlausible() const {
+    if (!header || subFiles.empty() || !isWhole || axis.empty()) {
+        return false;
+    }
+    const bool areFinite = std::isfinite(header->firstX) && std::isfinite(header->lastX);
+    const unsigned int month = header->date >> 16U & 0x0fU;
+    return areFinite && (header->xType <= LastXType || header->xType == 0xff) && month <= 12 &&
+           (header->isOldFormat || header->numSubFiles > 0);
+}
+
+void SPCContents::AddNote(const char* code, std::uint64_t count, const std::string& place,
+                          const std::string& text) {
+    notes.push_back({code, count, place, text});
+}
+
+void SPCContents::FindSubFiles(std::span<const std::uint8_t> bytes) {
+    std::uint64_t position = header->isOldFormat ? OldFirstSubFile : SPCHeader::NewSize;
+    if (!header->isOldFormat && header->hasXArray && !header->hasXYPairs) {
+        ByteCursor stream(bytes);
+        stream.Seek(position);
+        const std::size_t claimed = static_cast<std::size_t>(std::max(header->numPoints, 0));
+        xArray.resize(std::min(claimed, stream.GetRemaining() / sizeof(float)));
+        for (float& x : xArray) {
+            x = stream.ReadFloat();
+        }
+        position = stream.Tell();
+    }
+    // An old file has no count: its sub-files go on to its end.
+    const std::size_t claimed = static_cast<std::size_t>(std::max(header->numSubFiles, 1));
+    while ((header->isOldFormat || subFiles.size() < claimed) && AddSubFile(bytes, position)) {
+    }
+    end = static_cast<std::size_t>(position);
+    if (!header->isOldFormat && subFiles.size() < claimed) {
+        isWhole = false;
+        AddNote("cut-file", claimed - subFiles.size(), "byte " + std::to_string(bytes.size()),
+                "the file ends before " +
+                    karta::CountOf(claimed - subFiles.size(), "of its sub-files", "of its sub-files") +
+                    ", at byte " + std::to_string(bytes.size()));
+    }
+}
+
+// The sub-file at the position, which moves behind it. False when there is none any more.
+bool SPCContents::AddSubFile(std::span<const std::uint8_t> bytes, std::uint64_t& position) {
+    ByteCursor stream(bytes);
+    stream.Seek(position);
+    const std::optional<SPCSubHeader> sub = ReadSPCSubHeader(stream);
+    if (!sub) {
+        return false;
+    }
+    SPCSubFile file;
+    file.values = header->values;
+    if (header->isMulti) {
+        file.values.exponent = sub->exponent;
+        file.values.isFloat = sub->exponent == SPCFloatExponent;
+    }
+    // Floats are 32 bits wide, whatever the flags say of integers.
+    file.values.is32Bit = file.values.is32Bit || file.values.isFloat;
+    file.z = sub->time;
+    file.w = sub->w;
+    const bool hasOwnX = header->hasXYPairs && !header->isOldFormat;
+    const bool ownCount = hasOwnX && (header->isMulti || sub->numPoints > 0);
+    const auto points = static_cast<std::size_t>(std::max(ownCount ? sub->numPoints : header->numPoints, 0));
+    const std::size_t width = file.values.GetWidth();
+    const std::size_t pointSize = width + (hasOwnX ? sizeof(float) : 0);
+    const bool isFirst = subFiles.empty();
+    if (header->isOldFormat && !isFirst && stream.GetRemaining() < points * pointSize && !header->isMulti) {
+        // What stands behind a single spectrum is no second one.
+        return false;
+    }
+    file.xPosition = stream.Tell();
+    const std::size_t xBytes = hasOwnX ? points * sizeof(float) : 0;
+    if (stream.GetRemaining() >= points * pointSize) {
+        file.points = points;
+    } else if (stream.GetRemaining() > xBytes) {
+        file.points = (stream.GetRemaining() - xBytes) / width;
+    }
+    file.yPosition = file.xPosition + xBytes;
+    if (file.points < points) {
+        isWhole = false;
+        AddNote("cut-file", points - file.points, "byte " + std::to_string(bytes.size()),
+                karta::CountOf(points - file.points, "value") + " of spectrum " +
+                    std::to_string(subFiles.size() + 1) + " " + (points - file.points == 1 ? "was" : "were") +
+                    " cut off at byte " + std::to_string(bytes.size()));
+    }
+    starts.push_back(static_cast<std::size_t>(position));
+    position = std::min<std::uint64_t>(file.yPosition + points * width, bytes.size());
+    subFiles.push_back(file);
+    return true;
+}
+
+// A file of pairs has a directory, which a sub-file that was written anew is found by. An entry counts where
+// a header of that sub-file lies; else the sub-files' own order does.
+void SPCContents::CheckDirectory(std::span<const std::uint8_t> bytes) {
+    if (header->isOldFormat || !header->hasXYPairs || !header->isMulti || header->numPoints <= 0) {
+        return;
+    }
+    ByteCursor directory(bytes);
+    directory.Seek(static_cast<std::uint64_t>(header->numPoints));
+    if (!directory.Has(subFiles.size(), DirectoryEntrySize)) {
+        AddNote("directory", 1, "byte " + std::to_string(header->numPoints),
+                "the directory of the sub-files isn't where the header says; they are read in their order");
+        return;
+    }
+    std::vector<int> moved;
+    std::vector<int> wrong;
+    // Sub-files don't lie in each other: together they are no larger than the file.
+    std::uint64_t room = bytes.size();
+    for (std::size_t i = 0; i < subFiles.size(); ++i) {
+        std::uint64_t position = directory.ReadU32();
+        directory.Skip(DirectoryEntrySize - sizeof(std::uint32_t));
+        if (position == starts[i]) {
+            continue;
+        }
+        ByteCursor stream(bytes);
+        stream.Seek(position);
+        const std::optional<SPCSubHeader> sub = ReadSPCSubHeader(stream);
+        const bool isSub = sub && sub->index == static_cast<std::int16_t>(i) && sub->numPoints > 0;
+        const std::size_t pointSize = sizeof(float) + subFiles[i].values.GetWidth();
+        const std::uint64_t size = isSub ? static_cast<std::uint64_t>(sub->numPoints) * pointSize : 0;
+        const bool isIt = isSub && stream.Has(size) && size <= room;
+        room -= isIt ? size : 0;
+        if (!isIt) {
+            wrong.push_back(static_cast<int>(i) + 1);
+            continue;
+        }
+        moved.push_back(static_cast<int>(i) + 1);
+        const std::size_t count = subFiles.size();
+        AddSubFile(bytes, position);
+        if (subFiles.size() > count) {
+            std::swap(subFiles[i], subFiles.back());
+            subFiles.pop_back();
+            starts.pop_back();
+        }
+        end = std::max(end, static_cast<std::size_t>(position));
+    }
+    end = std::max(end, directory.Tell());
+    if (!moved.empty()) {
+        AddNote(
+            "directory", moved.size(), "",
+            "by the directory " + karta::CountOf(moved.size(), "sub-file") +
+                " of the file stands elsewhere than in order, and is read from there: " + ListNumbers(moved));
+    }
+    if (!wrong.empty()) {
+        AddNote("directory", wrong.size(), "",
+                karta::CountOf(wrong.size(), "entry", "entries") +
+                    " of the directory lead to no sub-file; these are read in their order: " +
+                    ListNumbers(wrong));
+    }
+}
+
+void SPCContents::MakeAxis(std::span<const std::uint8_t> bytes) {
+    std::size_t points = 0;
+    for (const SPCSubFile& subFile : subFiles) {
+        points = std::max(points, subFile.points);
+    }
+    if (header->hasXYPairs && !header->isOldFormat) {
+        if (!subFiles.empty()) {
+            axis = ReadAxis(bytes, subFiles.front());
+        }
+        hasCommonAxis = std::all_of(subFiles.begin(), subFiles.end(), [&](const SPCSubFile& subFile) {
+            return subFile.points == axis.size() && ReadAxis(bytes, subFile) == axis;
+        });
+    } else if (header->hasXArray && !header->isOldFormat) {
+        axis.assign(xArray.begin(),
+                    xArray.begin() + static_cast<std::ptrdiff_t>(std::min(points, xArray.size())));
+    } else {
+        axis = EvenAxis(*header, points);
+    }
+}
+
+std::vector<double> SPCContents::ReadAxis(std::span<const std::uint8_t> bytes,
+                                          const SPCSubFile& subFile) const {
+    if (!header->hasXYPairs) {
+        return axis;
+    }
+    ByteCursor stream(bytes);
+    stream.Seek(subFile.xPosition);
+    std::vector<double> xs(subFile.points);
+    for (double& x : xs) {
+        x = static_cast<double>(stream.ReadFloat());
+    }
+    return xs;
+}
+
+void SPCContents::ReadValues(std::span<const std::uint8_t> bytes, const SPCSubFile& subFile,
+                             SpectrumTable::Values& values) {
+    ByteCursor stream(bytes);
+    stream.Seek(subFile.yPosition);
+    ByteCursor part(stream.Take(subFile.points * subFile.values.GetWidth()));
+    const double divisor = subFile.values.GetDivisor();
+    if (subFile.values.FitsFloat()) {
+        values.floats.resize(subFile.points);
+        for (float& value : values.floats) {
+            value = static_cast<float>(subFile.values.Read(part, divisor));
+        }
+    } else {
+        values.doubles.resize(subFile.points);
+        for (double& value : values.doubles) {
+            value = subFile.values.Read(part, divisor);
+        }
+    }
+}
+
+void SPCContents::ReadLog(std::span<const std::uint8_t> bytes) {
+    if (header->isOldFormat || header->logPosition == 0) {
+        return;
+    }
+    ByteCursor stream(bytes);
+    stream.Seek(header->logPosition);
+    if (!stream.Has(LogHeaderSize)) {
+        AddNote("log", 1, "byte " + std::to_string(header->logPosition),
+                "the file ends before its log, or in it");
+        return;
+    }
+    const std::uint64_t size = stream.ReadU32();
+    stream.Skip(sizeof(std::uint32_t));
+    const std::uint64_t textOffset = stream.ReadU32();
+    stream.Seek(header->logPosition + textOffset);
+    if (stream.HasFailed()) {
+        return;
+    }
+    const std::uint64_t length = size > textOffset ? size - textOffset : stream.GetRemaining();
+    log = stream.ReadTerminatedText(std::min<std::uint64_t>(length, stream.GetRemaining()));
+}
