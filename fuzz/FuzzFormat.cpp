@@ -1,5 +1,5 @@
-// The fuzz harness: an input is a file of one format, and its whole road is gone: open, sizes, read, warning,
-// error, close. The format is named on the command line:
+// The fuzz harness: an input is a file of one format, and its whole road is gone in both readings: open,
+// sizes, read, warning, error, close. The format is named on the command line:
 //
 //     fuzz-format CORPUS --format="Text File" --extension=.txt
 //
@@ -17,12 +17,15 @@
 #include <string>
 
 #include "archive/XmlPlatform.h"
+#include "base/ReadContext.h"
 #include "base/TemporaryFile.h"
 #include "frame/FileContents.h"
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
 #include "fuzz/PackagePart.h"
 #include "host/NvSystemInfo.h"
+#include "table/TableData.h"
 #include "tests/support/CountingSink.h"
 
 namespace {
@@ -34,6 +37,10 @@ std::string companionName;  // empty for a format without one
 
 // Small enough that a part that inflates without end is stopped before the fuzzer's own limit.
 constexpr unsigned long long InflateLimit = 1 << 24;
+
+// What a read may keep: so much, and so many times its file's bytes.
+constexpr std::size_t LeastMemory = 64 << 20;
+constexpr std::size_t TimesInput = 64;
 
 const char* ValueOf(const char* argument, const char* option) {
     const std::size_t length = std::strlen(option);
@@ -73,28 +80,47 @@ void WriteInput(const std::uint8_t* data, std::size_t size) {
     WriteFile(fileName, data, size);
 }
 
-void ReadInput() {
-    SprFileFactory::IsMyKindOfFile(formatIndex, fileName.c_str());
-    const std::unique_ptr<SpreadsheetFile> reader(SprFileFactory::GetSpreadsheetFile(formatIndex));
+void ReadInto(FormatReader& reader, ReadSpreadSheetData& sink) {
     NvImportOpenOptions options{0, nullptr};
-    reader->Open(true, fileName.c_str(), &options);
-    if (reader->GetStatus() == 0) {
-        if (auto* contents = dynamic_cast<FileContents*>(reader.get())) {
+    reader.Open(true, fileName.c_str(), &options);
+    if (reader.GetStatus() == 0) {
+        if (auto* contents = dynamic_cast<FileContents*>(&reader)) {
             contents->ListParts();
             contents->ListFacts();
         }
-        const int rows = reader->GetNumRows();
-        const int cols = reader->GetNumCols();
+        const bool isComplete = reader.GetContext()->reading == karta::Reading::Complete;
+        const int rows = isComplete ? 1 : reader.GetNumRows();
+        const int cols = isComplete ? 1 : reader.GetNumCols();
         if (rows > 0 && cols > 0) {
-            CountingSink sink;
-            sink.SetDataSize(cols, rows);
-            reader->Read(&sink);
-            reader->GetWarningMessage();
+            if (!isComplete) {
+                sink.SetDataSize(cols, rows);
+            }
+            reader.Read(&sink);
+            reader.GetWarningMessage();
         }
     }
     char message[256];
-    reader->GetErrorMessage(message, sizeof message - 1);
-    reader->Close();
+    reader.GetErrorMessage(message, sizeof message - 1);
+    reader.Close();
+}
+
+// The complete reading goes into a table, which knows all types; the classic one into a sink that only
+// counts.
+void ReadInput(karta::Reading reading, std::size_t size) {
+    const std::unique_ptr<SpreadsheetFile> made(SprFileFactory::GetSpreadsheetFile(formatIndex));
+    auto& reader = dynamic_cast<FormatReader&>(*made);
+    const auto context = std::make_shared<karta::ReadContext>();
+    context->reading = reading;
+    context->budget.SetLimit(LeastMemory + TimesInput * size);
+    reader.SetContext(context);
+    if (reading == karta::Reading::Complete) {
+        TableData table;
+        table.SetBudget(&context->budget);
+        ReadInto(reader, table);
+    } else {
+        CountingSink sink;
+        ReadInto(reader, sink);
+    }
 }
 
 }  // namespace
@@ -129,10 +155,13 @@ extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     WriteInput(data, size);
-    try {
-        ReadInput();
-    } catch (const std::exception&) {
-        // Some formats' readers raise; a deleted reader must have released everything all the same.
+    SprFileFactory::IsMyKindOfFile(formatIndex, fileName.c_str());
+    for (const karta::Reading reading : {karta::Reading::Classic, karta::Reading::Complete}) {
+        try {
+            ReadInput(reading, size);
+        } catch (const std::exception&) {
+            // Some formats' readers raise; a deleted reader must have released everything all the same.
+        }
     }
     return 0;
 }
