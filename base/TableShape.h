@@ -12,6 +12,7 @@ namespace karta {
 struct TableShape {
     bool isKnown = false;
     int nameRow = 0;               /**< the names of the columns */
+    int firstNamedColumn = 1;      /**< the column that the row's first name is of: 2 behind row names */
     int unitRow = 0;               /**< the units of the columns */
     int axisRow = 0;               /**< the axis value of each column of the block, as numbers */
     int firstDataRow = 1;          /**< rows above are heads */

@@ -69,6 +69,18 @@ const char* TextArena::AddOnce(std::string_view text) {
     return place;
 }
 
+const char* TextArena::AddBehind(const char* place, std::size_t size, std::string_view text) {
+    if (place + size == next && text.size() < remaining) {
+        Add(text);
+        return place;
+    }
+    char* const copy = Take(size + text.size() + 1);
+    std::memcpy(copy, place, size);
+    std::memcpy(copy + size, text.data(), text.size());
+    copy[size + text.size()] = '\0';
+    return copy;
+}
+
 void TextArena::Clear() {
     shared.clear();
     blocks.clear();

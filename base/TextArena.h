@@ -20,6 +20,11 @@ public:
     /** The same, but a text from LeastShared bytes on that was added so before is kept once. */
     const char* AddOnce(std::string_view text);
     static constexpr std::size_t LeastShared = 64;
+    /**
+     * A text right behind `size` bytes that were added before: where they are, if they were the last, and
+     * else behind a copy of them. Returns where the bytes are now.
+     */
+    const char* AddBehind(const char* place, std::size_t size, std::string_view text);
     void Clear();
     void SetBudget(karta::Budget* newBudget) { budget = newBudget; }
 

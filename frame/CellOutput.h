@@ -41,8 +41,17 @@ public:
     void ColumnRun(int col, int firstRow, std::span<const float> values);
     void ColumnRun(int col, int firstRow, std::span<const double> values);
 
+    /** The characters in the file of the cell set last, where its value would be written with others. */
+    void Source(int col, int row, std::string_view source) {
+        if (wide != nullptr) {
+            wide->SetSource(col, row, source);
+        }
+    }
+
     /** Rows up to this one are final. */
     void EndRow(int row);
+    /** Whether the cells of earlier rows may be set again. */
+    bool KeepsRows() const { return wide == nullptr || wide->KeepsRows(); }
 
     /** Whether types and runs arrive. */
     bool IsWide() const { return wide != nullptr; }

@@ -1,3 +1,9 @@
 #include "frame/WideSink.h"
 
+void WideSink::SetSource(int /*col*/, int /*row*/, std::string_view /*source*/) {}
+
+bool WideSink::KeepsRows() const {
+    return true;
+}
+
 void WideSink::EndRow(int /*row*/) {}

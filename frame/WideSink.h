@@ -36,6 +36,18 @@ public:
     virtual void SetColumnRun(int col, int firstRow, std::span<const float> values) = 0;
     virtual void SetColumnRun(int col, int firstRow, std::span<const double> values) = 0;
 
+    /**
+     * The characters that the cell set last had in its file, where its value would be written with others:
+     * "1.50", "+5", "NA" for a missing one. For sinks that write texts; others may forget them.
+     */
+    virtual void SetSource(int col, int row, std::string_view source);
+
     /** Rows up to this one are final: a sink that writes may let go of them. */
     virtual void EndRow(int row);
+    /**
+     * Whether the cells of earlier rows may be set again: a reader that learns late what a column is converts
+     * it anew. One that lets go of rows, or wants the first ones only, says no; what the first rows told then
+     * holds for all.
+     */
+    virtual bool KeepsRows() const;
 };

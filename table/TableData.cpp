@@ -21,6 +21,10 @@ constexpr int MinRowCells = 8;
 // The kind of a cell lies in the low bits of its word; a place in memory has as many bits to spare.
 constexpr unsigned int KindBits = 4;
 constexpr std::uint64_t KindMask = (1U << KindBits) - 1;
+// A cell that has a source too.
+constexpr std::uint64_t SourceBit = std::uint64_t{1} << 63;
+// What lies in the arena in front of a source: eight bytes and their NUL.
+constexpr std::size_t ContentSize = sizeof(std::uint64_t) + 1;
 // Room for rows is set aside up to this many; beyond it grows as they come, since a file's count may lie.
 constexpr int MaxReservedRows = 1 << 22;
 // A row filled out of turn gets its full width at once while the whole table stays below this.
@@ -31,6 +35,12 @@ constexpr std::int64_t DenseCells = 1 << 22;
 // their stretch stands side by side after all.
 constexpr int NearGap = 64;
 constexpr int DenseShare = 8;
+
+// Whether a cell of this kind has its eight bytes in the arena.
+bool IsWide(TableData::Kind kind) {
+    return kind == TableData::Int64 || kind == TableData::Double || kind == TableData::Time ||
+           kind == TableData::DateTime || kind == TableData::Duration;
+}
 
 // The place in the arena that a cell's word holds.
 const char* PlaceOf(std::uint64_t content) {
@@ -224,7 +234,15 @@ TableData::Cell TableData::Find(int col, int row) const {
 }
 
 std::uint64_t TableData::GetContent(int col, int row) const {
-    return Find(col, row) >> KindBits;
+    const Cell cell = Find(col, row);
+    if ((cell & SourceBit) == 0) {
+        return cell >> KindBits;
+    }
+    std::uint64_t content = (cell & ~SourceBit) >> KindBits;
+    if (!IsWide(static_cast<Kind>(cell & KindMask))) {
+        std::memcpy(&content, PlaceOf(content), sizeof content);
+    }
+    return content;
 }
 
 template <class Number>
@@ -304,6 +322,25 @@ void TableData::SetError(int col, int row, std::string_view text) {
 
 void TableData::SetMissing(int col, int row) {
     Put(col, row, Missing, 0);
+}
+
+void TableData::SetSource(int col, int row, std::string_view source) {
+    const Kind kind = GetKind(col, row);
+    if (col < 1 || row < 1 || kind == Text || kind == Error) {
+        return;
+    }
+    const std::uint64_t content = GetContent(col, row);
+    const char* const place = IsWide(kind)
+                                  ? PlaceOf(content)
+                                  : texts.Add({reinterpret_cast<const char*>(&content), sizeof content});
+    *Make(col, row) =
+        SourceBit |
+        reinterpret_cast<std::uintptr_t>(texts.AddBehind(place, ContentSize, source)) << KindBits | kind;
+}
+
+const char* TableData::GetSource(int col, int row) const {
+    const Cell cell = Find(col, row);
+    return (cell & SourceBit) == 0 ? nullptr : PlaceOf((cell & ~SourceBit) >> KindBits) + ContentSize;
 }
 
 void TableData::SetRowRun(int firstCol, int row, std::span<const float> values) {
@@ -398,6 +435,9 @@ double TableData::GetFloatValue(int col, int row) {
 }
 
 std::string TableData::GetString(int col, int row) {
+    if (const char* source = GetSource(col, row)) {
+        return source;
+    }
     switch (GetKind(col, row)) {
         case Text:
         case Error:

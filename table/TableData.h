@@ -55,6 +55,7 @@ public:
     void SetDuration(int col, int row, std::int64_t microseconds) override;
     void SetError(int col, int row, std::string_view text) override;
     void SetMissing(int col, int row) override;
+    void SetSource(int col, int row, std::string_view source) override;
     void SetRowRun(int firstCol, int row, std::span<const float> values) override;
     void SetRowRun(int firstCol, int row, std::span<const double> values) override;
     void SetColumnRun(int col, int firstRow, std::span<const float> values) override;
@@ -66,8 +67,8 @@ public:
     int GetNumberOfRows() override { return numRows; }
 
     double GetFloatValue(int col, int row) override;
-    /** Numbers in the shortest form that reads back the same, dates by ISO 8601, truth values as TRUE and
-     * FALSE. */
+    /** The characters of the file where they are known; else numbers in the shortest form that reads back
+     * the same, dates by ISO 8601, truth values as TRUE and FALSE. */
     std::string GetString(int col, int row) override;
     /**
      * The numeric block begins behind the last column and row of leading identifiers, where a row or
@@ -83,6 +84,8 @@ public:
     Kind GetKind(int col, int row) const;
     /** The text of a Text or Error cell, valid until the table changes; empty for other kinds. */
     const char* GetText(int col, int row) const;
+    /** The characters that the cell had in its file, where its value has others; null elsewhere. */
+    const char* GetSource(int col, int row) const;
     /** The number of an Int or Int64 cell, a Bool as 0 or 1, days or microseconds of the others. */
     std::int64_t GetInt64(int col, int row) const;
     /** The number of a Float cell. */
@@ -99,7 +102,8 @@ public:
 
 private:
     // One word a cell, so that tables of many small cells stay small: the kind in the low bits, and above
-    // them the number itself (Int, Float) or the place of the text or wide number in the arena.
+    // them the number itself (Int, Float) or the place of the text or wide number in the arena. A cell with a
+    // source has the highest bit set, and its content, in eight bytes, in front of the source in the arena.
     using Cell = std::uint64_t;
     struct Row {
         Cell* cells = nullptr;

@@ -5,7 +5,9 @@
 
 #include <boost/spirit/include/classic_file_iterator.hpp>
 
+#include "frame/FormatRecogniser.h"
 #include "text/CsvScanner.h"
+#include "text/DelimitedText.h"
 
 namespace {
 
@@ -66,12 +68,22 @@ CsvFile::CsvFile() {
 
 CsvFile::~CsvFile() = default;
 
+void CsvFile::Close() {
+    complete.reset();
+    FormatReader::Close();
+}
+
+// Classically the place for the caller's table; the true size of a complete read.
 int CsvFile::GetNumCols() {
-    return numCols;
+    return complete == nullptr ? numCols : FormatReader::GetNumCols();
 }
 
 int CsvFile::GetNumRows() {
-    return numRows;
+    return complete == nullptr ? numRows : FormatReader::GetNumRows();
+}
+
+std::vector<FileContents::Fact> CsvFile::ListFacts() {
+    return complete == nullptr ? std::vector<Fact>() : complete->ListFacts();
 }
 
 void CsvFile::GetErrorMessage(char* buffer, unsigned int size) {
@@ -87,7 +99,7 @@ void CsvFile::GetErrorMessage(char* buffer, unsigned int size) {
     CopyStatusText(Texts, buffer, size);
 }
 
-int CsvFile::Open(bool forRead, const char* path, NvImportOpenOptions* /*options*/) {
+int CsvFile::Open(bool forRead, const char* path, NvImportOpenOptions* options) {
     if (status != StatusOk) {
         return status;
     }
@@ -96,12 +108,33 @@ int CsvFile::Open(bool forRead, const char* path, NvImportOpenOptions* /*options
         return status;
     }
     fileName = path;
-    return status;
+    if (!IsComplete()) {
+        return status;
+    }
+    sizeKnown = false;
+    return WithinBudget(StatusReadFailed, [&] {
+        try {
+            complete = std::make_unique<DelimitedText>(*GetContext());
+            complete->Open(path, DelimitedOptions(options));
+        } catch (const karta::BudgetExceeded&) {
+            throw;
+        } catch (const std::exception& refused) {
+            failureText = refused.what();
+            status = StatusReadFailed;
+        }
+        return status;
+    });
 }
 
 int CsvFile::Read(ReadSpreadSheetData* sink) {
     if (status != StatusOk) {
         return status;
+    }
+    if (complete != nullptr) {
+        return WithinBudget(StatusReadFailed, [&] {
+            complete->Read(*sink);
+            return status;
+        });
     }
     // A file that can't be opened maps to nothing, as an empty one does.
     file_iterator begin(fileName);
@@ -121,6 +154,12 @@ int CsvFile::Read(ReadSpreadSheetData* sink) {
 
 int CsvFile::EstablishSize() {
     numCols = numRows = 1;
+    if (complete != nullptr && status == StatusOk) {
+        const DelimitedText::Size size = complete->Measure();
+        numCols = size.cols;
+        numRows = size.rows;
+        sizeKnown = true;
+    }
     return status;
 }
 
@@ -149,3 +188,4 @@ SpreadsheetFile* CsvFileFactory::GetSpreadsheetFile() {
 }
 
 static CsvFileFactory csvFileFactory(1);
+static FormatRecogniser csvFileRecogniser("CSV File", "csv", {}, nullptr);

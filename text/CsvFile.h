@@ -1,10 +1,15 @@
 #pragma once
 
+#include <memory>
 #include <string>
+#include <vector>
 
+#include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
 #include "text/CsvParser.h"
+
+class DelimitedText;
 
 /**
  * Comma- or semicolon-separated text with quoted fields, after the grammar of CsvSyntax. Every cell is text,
@@ -17,8 +22,10 @@
  *
  * The size isn't known before the end: the reader answers one row by one column, and the sink is sized while
  * the file is parsed. Rows can't be skipped. Cells that were set before a failure stay.
+ *
+ * In the complete reading it finds out encoding, delimiter, quotes and types by itself; see DelimitedText.
  */
-class KARTA_EXPORT CsvFile : public FormatReader {
+class KARTA_EXPORT CsvFile : public FormatReader, public FileContents {
 public:
     using file_iterator = CsvParser::file_iterator;
 
@@ -35,6 +42,7 @@ public:
     CsvFile();
     ~CsvFile() override;
 
+    void Close() override;
     int GetNumCols() override;
     int GetNumRows() override;
     void GetErrorMessage(char* buffer, unsigned int size) override;
@@ -42,6 +50,10 @@ public:
     int Open(bool forRead, const char* path, NvImportOpenOptions* options) override;
     int Read(ReadSpreadSheetData* sink) override;
     int EstablishSize() override;
+    /** None: a text is one table. */
+    std::vector<Part> ListParts() override { return {}; }
+    /** Encoding, dialect, heads and types, in the complete reading. */
+    std::vector<Fact> ListFacts() override;
 
     /**
      * Chooses the delimiter and parses; returns the status. `firstLine` is the start of the first line, for
@@ -53,6 +65,9 @@ public:
 
 protected:
     std::string fileName;
+
+private:
+    std::unique_ptr<DelimitedText> complete;  // the complete reading, while it is open
 };
 
 class KARTA_EXPORT CsvFileFactory : public SprFileFactory {

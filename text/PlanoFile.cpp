@@ -9,6 +9,7 @@
 #include "archive/CompoundFile.h"
 #include "base/PathNames.h"
 #include "base/TemporaryFile.h"
+#include "frame/FormatRecogniser.h"
 #include "host/NvFile.h"
 
 namespace {
@@ -140,3 +141,4 @@ SpreadsheetFile* PlanoFileFactory::GetSpreadsheetFile() {
 }
 
 static PlanoFileFactory planoFileFactory;
+static FormatRecogniser planoFileRecogniser("PLANO File", "plano", {}, nullptr);

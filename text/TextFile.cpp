@@ -6,10 +6,12 @@
 #include <sstream>
 
 #include "base/ByteScan.h"
+#include "frame/FormatRecogniser.h"
 #include "frame/OptionsText.h"
 #include "host/BinaryString.h"
 #include "host/NvFile.h"
 #include "host/XMLSection.h"
+#include "text/DelimitedText.h"
 
 namespace {
 
@@ -31,6 +33,7 @@ TextFile::TextFile() = default;
 TextFile::~TextFile() = default;
 
 void TextFile::Close() {
+    complete.reset();
     stream.Close();
     output.reset();
     mode = ModeClosed;
@@ -59,6 +62,15 @@ int TextFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opti
         }
         return status;
     }
+    if (IsComplete()) {
+        try {
+            return OpenCompletely(fileName, DelimitedOptions(options));
+        } catch (const std::exception& refused) {
+            failureText = refused.what();
+            status = StatusStreamFailed;
+            return status;
+        }
+    }
     if (!IsTextFile(fileName)) {
         status = StatusBinaryFile;
         return status;
@@ -71,6 +83,31 @@ int TextFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opti
     }
     SetOptions(options);
     return status;
+}
+
+int TextFile::OpenCompletely(const char* fileName, const DelimitedOptions& choices) {
+    mode = ModeReading;
+    return WithinBudget(StatusStreamFailed, [&] {
+        try {
+            complete = std::make_unique<DelimitedText>(*GetContext());
+            complete->Open(fileName, choices);
+        } catch (const TextSource::Refused& refused) {
+            failureText = refused.what();
+            status = StatusBinaryFile;
+        }
+        return status;
+    });
+}
+
+int TextFile::ReadCompletely(ReadSpreadSheetData& sink) {
+    return WithinBudget(StatusStreamFailed, [&] {
+        complete->Read(sink);
+        return status;
+    });
+}
+
+std::vector<FileContents::Fact> TextFile::ListFacts() {
+    return complete == nullptr ? std::vector<Fact>() : complete->ListFacts();
 }
 
 void TextFile::ReadOptions(const NvImportOpenOptions* options, TextFileOptions& choices) const {
@@ -160,6 +197,13 @@ int TextFile::EstablishSize() {
     if (mode != ModeReading) {
         return StatusWrongMode;
     }
+    if (complete != nullptr) {
+        const DelimitedText::Size size = complete->Measure();
+        numCols = size.cols;
+        numRows = size.rows;
+        sizeKnown = true;
+        return StatusOk;
+    }
     stream.Rewind();
     std::int64_t rowCount = 0;
     int cells = 0;
@@ -185,6 +229,9 @@ int TextFile::EstablishSize() {
 }
 
 int TextFile::Read(ReadSpreadSheetData* sink) {
+    if (status == StatusOk && mode == ModeReading && complete != nullptr) {
+        return ReadCompletely(*sink);
+    }
     if (status == StatusOk && mode == ModeReading && !sizeKnown) {
         EstablishSize();
     }
@@ -298,3 +345,4 @@ SpreadsheetFile* TextFileFactory::GetSpreadsheetFile() {
 }
 
 static TextFileFactory textFileFactory(1);
+static FormatRecogniser textFileRecogniser("Text File", "text", {".tsv", ".tab", ".asc", ".prn"}, nullptr);

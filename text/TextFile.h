@@ -8,9 +8,13 @@
 
 #include "base/LineReader.h"
 #include "base/OutputFile.h"
+#include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
 #include "text/TextFileOptions.h"
+
+class DelimitedText;
+struct DelimitedOptions;
 
 /**
  * Plain delimited text: a row a line, cells parted by a delimiter of any length. Every cell is text as it
@@ -20,9 +24,11 @@
  * An empty cell between two delimiters is a cell; a delimiter at the end of a line begins none; an empty
  * line is a row without cells, and the one behind a final line feed is no row.
  *
+ * In the complete reading it finds out encoding, delimiter, quotes and types by itself; see DelimitedText.
+ *
  * Options record: section Settings with "Delimiter" (a text) and "IgnoreConsecutiveDelimiters" (a bool).
  */
-class KARTA_EXPORT TextFile : public FormatReader {
+class KARTA_EXPORT TextFile : public FormatReader, public FileContents {
 public:
     enum TextFileStatus {
         StatusStreamFailed = 0x200,
@@ -40,6 +46,10 @@ public:
     int Read(ReadSpreadSheetData* sink) override;
     int Write(WriteSpreadSheetData* source) override;
     int EstablishSize() override;
+    /** None: a text is one table. */
+    std::vector<Part> ListParts() override { return {}; }
+    /** Encoding, dialect, heads and types, in the complete reading. */
+    std::vector<Fact> ListFacts() override;
 
     /** Takes the delimiter and the flag from the record, or else from GetTextFileOptions. */
     virtual bool SetOptions(NvImportOpenOptions* options);
@@ -75,6 +85,10 @@ protected:
     LineReader stream;
     std::unique_ptr<OutputFile> output;
     std::vector<std::uint8_t> optionsBlob;
+    std::unique_ptr<DelimitedText> complete;  // the complete reading, while it is open
+
+    int OpenCompletely(const char* fileName, const DelimitedOptions& choices);
+    int ReadCompletely(ReadSpreadSheetData& sink);
 
 private:
     void ReadOptions(const NvImportOpenOptions* options, TextFileOptions& choices) const;

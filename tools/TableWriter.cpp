@@ -23,6 +23,12 @@ class CellPrinter {
 public:
     explicit CellPrinter(TableData& source) : table(source) {}
 
+    /** The characters that the cell had in its file, or those of its value. */
+    std::string_view PrintSource(int col, int row) {
+        const char* const source = table.GetSource(col, row);
+        return source == nullptr ? Print(col, row) : source;
+    }
+
     /** The cell's text in UTF-8, valid until the next call. */
     std::string_view Print(int col, int row) {
         switch (table.GetKind(col, row)) {
@@ -122,7 +128,7 @@ void WriteSeparated(TableData& table, const std::vector<int>& rows, char separat
             return;
         }
         for (int col = 1; col <= cols; ++col) {
-            writer.Add(printer.Print(col, row));
+            writer.Add(printer.PrintSource(col, row));
         }
         writer.EndRow();
     }

@@ -1,0 +1,400 @@
+#include "text/DelimitedText.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+#include "base/PathNames.h"
+#include "host/NvString.h"
+#include "text/DialectSniffer.h"
+
+namespace {
+
+// The types are proposed by this much of the text.
+constexpr std::size_t HeadSize = 1 << 20;
+
+// How often a stop is looked for and the progress told.
+constexpr int RowsBetweenLooks = 1024;
+
+constexpr std::int64_t MicrosecondsOfDay = std::int64_t{86'400} * 1'000'000;
+
+std::string NameOfDelimiter(const TextDialect& dialect) {
+    if (dialect.delimiter.empty()) {
+        return "none";
+    }
+    if (dialect.delimiter == "\t") {
+        return "TAB";
+    }
+    if (dialect.delimiter == " ") {
+        return "runs of blanks";
+    }
+    return dialect.delimiter;
+}
+
+// "1 text, 2-5 number": columns of one type together.
+std::string ListTypes(const std::vector<ColumnType>& types) {
+    std::string list;
+    for (std::size_t first = 0; first < types.size();) {
+        std::size_t last = first;
+        while (last + 1 < types.size() && types[last + 1].kind == types[first].kind) {
+            ++last;
+        }
+        list += (list.empty() ? "" : ", ") + std::to_string(first + 1) +
+                (last > first ? "-" + std::to_string(last + 1) : "") + " " + GetTypeName(types[first].kind);
+        first = last + 1;
+    }
+    return list;
+}
+
+std::vector<std::string> SplitList(std::string_view list) {
+    std::vector<std::string> items;
+    while (!list.empty()) {
+        const std::size_t comma = std::min(list.find(','), list.size());
+        items.emplace_back(list.substr(0, comma));
+        list.remove_prefix(std::min(comma + 1, list.size()));
+    }
+    return items;
+}
+
+}  // namespace
+
+void DelimitedText::Open(const char* path, const DelimitedOptions& choices) {
+    options = choices;
+    source.Open(path, options.encoding, context);
+    ExamineHead();
+}
+
+void DelimitedText::ExamineHead() {
+    bool isCut = false;
+    std::string beginning = source.GetBeginning(SniffedCharacters, isCut);
+    std::erase(beginning, '\0');
+    text = source.GetText();
+    const std::size_t directive = GetDirectiveLength(beginning);
+    hasDirective = directive > 0;
+    dialect = SniffDialect(beginning, isCut);
+    if (options.delimiter) {
+        dialect = SniffQuotes(std::string_view(beginning).substr(directive), isCut, *options.delimiter);
+    }
+    dialect.mergeRuns = dialect.mergeRuns || (options.mergeRuns && !dialect.delimiter.empty());
+    // The directive is ASCII but for the character that it names, which another encoding may write shorter.
+    text.remove_prefix(directive == 0 ? 0 : std::min(text.find_first_of("\r\n"), text.size()));
+    if (directive > 0) {
+        text.remove_prefix(text.starts_with("\r\n") ? 2 : std::min<std::size_t>(text.size(), 1));
+    }
+
+    const bool mayHaveCommas = dialect.delimiter == ";" || dialect.delimiter == "\t";
+    evidence = ColumnTypes(mayHaveCommas, options.decimal.value_or('\0'));
+    bool isHeadCut = text.size() > HeadSize;
+    std::string_view headText = text.substr(0, HeadSize);
+    std::string converted;
+    if (source.GetEncoding().kind == TextEncoding::Windows1252 && HasHighBytes(headText)) {
+        AppendWindows1252(converted, headText);
+        headText = converted;
+    }
+    head = ReadTextHead(headText, isHeadCut, dialect, options, evidence);
+    NameTextColumns();
+    types = ResolveTypes();
+}
+
+void DelimitedText::NameTextColumns() {
+    for (const std::string& item : SplitList(options.textColumns)) {
+        int place = 0;
+        const auto name = std::find_if(head.names.begin(), head.names.end(), [&](const std::string& known) {
+            return EqualIgnoringCase(known, item);
+        });
+        if (name != head.names.end()) {
+            evidence.KeepAsText(static_cast<std::size_t>(name - head.names.begin()));
+        } else if (NvString::ToInt(item, place) && place >= 1 &&
+                   static_cast<std::size_t>(place) <= std::max(head.usualWidth, head.names.size())) {
+            evidence.KeepAsText(static_cast<std::size_t>(place) - 1);
+        } else {
+            throw std::invalid_argument("there is no column '" + item + "' to keep as text");
+        }
+    }
+}
+
+std::vector<ColumnType> DelimitedText::ResolveTypes() const {
+    const std::size_t cols = std::max(head.usualWidth, static_cast<std::size_t>(size.cols));
+    return options.hasTypes ? evidence.Resolve(cols)
+                            : std::vector<ColumnType>(cols, ColumnType{ColumnType::Text, '.', 0});
+}
+
+RecordScanner DelimitedText::MakeScanner() const {
+    return {text, dialect, head.usualWidth};
+}
+
+DelimitedText::Size DelimitedText::Measure() {
+    RecordScanner scanner = MakeScanner();
+    Size measured;
+    while (scanner.Next()) {
+        if (measured.rows == std::numeric_limits<int>::max()) {
+            throw std::length_error("the text has more rows than can be counted");
+        }
+        if (measured.rows % RowsBetweenLooks == 0) {
+            context.ThrowIfStopped();
+        }
+        ++measured.rows;
+        measured.cols = std::max(measured.cols, static_cast<int>(scanner.GetFields().size()));
+    }
+    return measured;
+}
+
+void DelimitedText::Read(ReadSpreadSheetData& sink) {
+    CellOutput output(sink);
+    isStreaming = !output.KeepsRows();
+    if (!isStreaming && source.ExamineWhole(context)) {
+        ExamineHead();
+    }
+    size = {};
+    textsBehind = unclosed = contradictions = zones = {};
+    ReadRecords(output);
+    if (!isStreaming) {
+        ConvertAgain(output);
+    }
+    sink.SetDataSize(size.cols, size.rows);
+    context.shape = head.GetShape(types);
+    AddNotes();
+}
+
+void DelimitedText::ReadRecords(CellOutput& output) {
+    RecordScanner scanner = MakeScanner();
+    while (scanner.Next()) {
+        if (size.rows == std::numeric_limits<int>::max()) {
+            throw std::length_error("the text has more rows than can be counted");
+        }
+        if (isStreaming || size.rows % RowsBetweenLooks == 0) {
+            context.ThrowIfStopped();
+        }
+        if (size.rows % RowsBetweenLooks == 0 && context.progress) {
+            context.progress(static_cast<double>(scanner.GetStart()) / static_cast<double>(text.size()));
+        }
+        ++size.rows;
+        size.cols = std::max(size.cols, static_cast<int>(scanner.GetFields().size()));
+        if (types.size() < scanner.GetFields().size()) {
+            types.resize(scanner.GetFields().size());
+        }
+        NoteFaults(scanner);
+        PutRecord(scanner, output, size.rows);
+        if (isStreaming) {
+            output.EndRow(size.rows);
+        }
+    }
+}
+
+void DelimitedText::PutRecord(const RecordScanner& scanner, CellOutput& output, int row) {
+    const auto fields = scanner.GetFields();
+    isRemark = text[scanner.GetStart()] == '#';
+    votes = head.Votes(row, fields.size(), isRemark);
+    isHead = head.IsHead(row);
+    int col = 0;
+    for (const TextField& field : fields) {
+        PutField(scanner, field, output, ++col, row);
+    }
+}
+
+// One cell. A field without a character is missing, unless quotes say that it is the empty text.
+void DelimitedText::PutField(const RecordScanner& scanner, const TextField& field, CellOutput& output,
+                             int col, int row) {
+    const ColumnType& type = types[static_cast<std::size_t>(col) - 1];
+    if (field.text.empty() && field.behind.empty()) {
+        if (field.isQuoted) {
+            output.Text(col, row, {});
+        } else {
+            output.Missing(col, row);
+        }
+        return;
+    }
+    const std::string_view value = source.ToUtf8(scanner.GetText(field, storage), utf8);
+    const bool isAxis =
+        isHead && row == head.nameRow && head.firstAxisColumn > 0 && col >= head.firstAxisColumn;
+    if (type.kind == ColumnType::Text || isRemark || (isHead && !isAxis)) {
+        output.Text(col, row, value);
+        return;
+    }
+    const FieldForm form = GetFieldForm(value, options.dateOrder);
+    if ((form.bits & ~type.accepted) == 0) {
+        PutForm(form, value, output, col, row);
+        if (form.bits == (FieldForm::DateTime | FieldForm::WithZone)) {
+            zones.first = zones.count++ == 0 ? scanner.GetStart() : zones.first;
+        }
+        return;
+    }
+    if (votes) {
+        evidence.Vote(static_cast<std::size_t>(col) - 1, form.bits);
+        contradictions.first = contradictions.count++ == 0 ? scanner.GetStart() : contradictions.first;
+    }
+    output.Text(col, row, value);
+}
+
+// A field whose column takes it as what it is.
+void DelimitedText::PutForm(const FieldForm& form, std::string_view value, CellOutput& output, int col,
+                            int row) {
+    switch (types[static_cast<std::size_t>(col) - 1].kind) {
+        case ColumnType::Bool:
+            output.Bool(col, row, form.integer != 0);
+            break;
+        case ColumnType::Date:
+            output.Date(col, row, static_cast<std::int32_t>(form.integer));
+            break;
+        case ColumnType::Time:
+            output.Time(col, row, form.integer);
+            break;
+        case ColumnType::DateTime:
+            output.DateTime(
+                col, row,
+                (form.bits & FieldForm::Date) != 0 ? form.integer * MicrosecondsOfDay : form.integer);
+            break;
+        case ColumnType::Number:
+        case ColumnType::Empty:
+        case ColumnType::Text:
+            PutNumber(form, value, output, col, row);
+            return;
+    }
+    const bool isDateInDateTimes = (form.bits & FieldForm::Date) != 0 &&
+                                   types[static_cast<std::size_t>(col) - 1].kind == ColumnType::DateTime;
+    if (form.bits == FieldForm::Nothing) {
+        output.Missing(col, row);
+    }
+    if (!form.isCanonical || isDateInDateTimes) {
+        output.Source(col, row, value);
+    }
+}
+
+void DelimitedText::PutNumber(const FieldForm& form, std::string_view value, CellOutput& output, int col,
+                              int row) {
+    const char mark = types[static_cast<std::size_t>(col) - 1].decimalMark;
+    if ((form.bits & FieldForm::Numbers) == 0) {
+        output.Missing(col, row);
+    } else if (form.bits == FieldForm::WideInteger) {
+        output.Integer(col, row, form.integer);
+    } else if (form.hasNumber && (mark == '.' || form.bits == FieldForm::Integer)) {
+        output.Number(col, row, form.number);
+    } else {
+        output.Number(col, row, GetNumber(value, mark));
+    }
+    if (!form.isCanonical) {
+        output.Source(col, row, value);
+    }
+}
+
+// The columns that turned out otherwise than the file's beginning had them.
+void DelimitedText::ConvertAgain(CellOutput& output) {
+    std::vector<ColumnType> settled = ResolveTypes();
+    std::vector<std::size_t> columns;
+    for (std::size_t col = 0; col < settled.size(); ++col) {
+        if (settled[col].kind != types[col].kind || settled[col].decimalMark != types[col].decimalMark ||
+            settled[col].accepted != types[col].accepted) {
+            columns.push_back(col);
+        }
+    }
+    types = std::move(settled);
+    contradictions = {};
+    if (!columns.empty()) {
+        zones = {};
+        ConvertColumns(columns, output);
+    }
+}
+
+void DelimitedText::ConvertColumns(const std::vector<std::size_t>& columns, CellOutput& output) {
+    RecordScanner scanner = MakeScanner();
+    for (int row = 1; scanner.Next(); ++row) {
+        if (row % RowsBetweenLooks == 0) {
+            context.ThrowIfStopped();
+        }
+        const auto fields = scanner.GetFields();
+        isRemark = text[scanner.GetStart()] == '#';
+        isHead = head.IsHead(row);
+        votes = false;
+        for (const std::size_t col : columns) {
+            if (col < fields.size()) {
+                PutField(scanner, fields[col], output, static_cast<int>(col) + 1, row);
+            }
+        }
+    }
+}
+
+void DelimitedText::NoteFaults(const RecordScanner& scanner) {
+    if (scanner.GetTextsBehindQuotes() > 0) {
+        textsBehind.first = textsBehind.count == 0 ? scanner.GetStart() : textsBehind.first;
+        textsBehind.count += scanner.GetTextsBehindQuotes();
+    }
+    if (scanner.GetUnclosedQuotes() > 0) {
+        unclosed.first = unclosed.count == 0 ? scanner.GetStart() : unclosed.first;
+        unclosed.count += scanner.GetUnclosedQuotes();
+    }
+}
+
+// "line 12" of the file.
+std::string DelimitedText::LineOf(std::size_t offset) const {
+    const std::string_view before = text.substr(0, offset);
+    auto lines = static_cast<std::uint64_t>(std::count(before.begin(), before.end(), '\n')) + 1;
+    for (std::size_t at = before.find('\r'); at != std::string_view::npos; at = before.find('\r', at + 1)) {
+        lines += at + 1 < before.size() && before[at + 1] == '\n' ? 0 : 1;
+    }
+    return "line " + std::to_string(lines + (hasDirective ? 1 : 0));
+}
+
+void DelimitedText::AddNotes() {
+    karta::Notes& notes = context.notes;
+    if (size.rows == 0) {
+        notes.Add({"empty-file", 1, "", "the file is empty"});
+    }
+    source.AddNotes(notes);
+    if (textsBehind.count > 0) {
+        const std::string line = LineOf(textsBehind.first);
+        notes.Add({"text-behind-quote", textsBehind.count, line,
+                   karta::CountOf(textsBehind.count, "field") +
+                       " with text behind the closing quote (first: " + line + ")"});
+    }
+    if (unclosed.count > 0) {
+        const std::string line = LineOf(unclosed.first);
+        notes.Add({"unclosed-quote", unclosed.count, line,
+                   karta::CountOf(unclosed.count, "quote") +
+                       " never closed and taken as part of the text (first: " + line + ")"});
+    }
+    if (contradictions.count > 0) {
+        const std::string line = LineOf(contradictions.first);
+        notes.Add({"late-texts", contradictions.count, line,
+                   karta::CountOf(contradictions.count, "field") +
+                       " of another type than the file's beginning has in their columns were kept as text "
+                       "(first: " +
+                       line + ")"});
+    }
+    if (zones.count > 0) {
+        const std::string line = LineOf(zones.first);
+        notes.Add({"time-zones", zones.count, line,
+                   karta::CountOf(zones.count, "time") + " with a zone became UTC (first: " + line + ")"});
+    }
+    for (const std::size_t col : evidence.GetUnsettledColumns(types)) {
+        const std::string place = "column " + std::to_string(col + 1);
+        notes.Add({"unsettled-numbers", 1, place,
+                   place + " stays text: nothing in the file tells decimal marks from marks of groups in its "
+                           "numbers; --decimal says which it is"});
+    }
+}
+
+std::vector<FileContents::Fact> DelimitedText::ListFacts() const {
+    std::vector<FileContents::Fact> facts;
+    facts.emplace_back("encoding", source.GetEncoding().name);
+    facts.emplace_back("delimiter", NameOfDelimiter(dialect));
+    facts.emplace_back("quote", std::string(1, dialect.quote));
+    if (dialect.escape != '\0') {
+        facts.emplace_back("escape", std::string(1, dialect.escape));
+    }
+    if (const char mark = evidence.GetDecimalMark()) {
+        facts.emplace_back("decimal mark", std::string(1, mark));
+    }
+    facts.emplace_back("header row", head.nameRow, "");
+    if (head.unitRow > 0) {
+        facts.emplace_back("units row", head.unitRow, "");
+    }
+    if (head.firstAxisColumn > 0) {
+        facts.emplace_back("axis from column", head.firstAxisColumn, "");
+    }
+    if (head.hasIndexColumn) {
+        facts.emplace_back("index column", 1, "");
+    }
+    facts.emplace_back("types", ListTypes(types));
+    return facts;
+}

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/ReadContext.h"
+#include "frame/CellOutput.h"
+#include "frame/FileContents.h"
+#include "text/ColumnTypes.h"
+#include "text/DelimitedOptions.h"
+#include "text/RecordScanner.h"
+#include "text/TextDialect.h"
+#include "text/TextHead.h"
+#include "text/TextSource.h"
+
+/**
+ * The complete reading of delimited text: every record is a row, every field a cell of the type that its
+ * column has. Encoding, dialect and types are proposed by the file's beginning. A table gets each column
+ * that turns out otherwise converted again, from the file's own bytes; a sink that lets go of rows keeps what
+ * was proposed, and later contradictions are text.
+ */
+class DelimitedText {
+public:
+    /** The context must outlive this. */
+    explicit DelimitedText(karta::ReadContext& readContext) : context(readContext) {}
+
+    /** Raises a std::exception with its reason for people. */
+    void Open(const char* path, const DelimitedOptions& choices);
+
+    void Read(ReadSpreadSheetData& sink);
+
+    struct Size {
+        int cols = 0;
+        int rows = 0;
+    };
+    /** Counts records and fields. */
+    Size Measure();
+
+    std::vector<FileContents::Fact> ListFacts() const;
+    const TextHead& GetHead() const { return head; }
+
+private:
+    void ExamineHead();
+    void NameTextColumns();
+    std::vector<ColumnType> ResolveTypes() const;
+    RecordScanner MakeScanner() const;
+
+    void ReadRecords(CellOutput& output);
+    void PutRecord(const RecordScanner& scanner, CellOutput& output, int row);
+    void PutField(const RecordScanner& scanner, const TextField& field, CellOutput& output, int col, int row);
+    void PutForm(const FieldForm& form, std::string_view text, CellOutput& output, int col, int row);
+    void PutNumber(const FieldForm& form, std::string_view text, CellOutput& output, int col, int row);
+    void ConvertAgain(CellOutput& output);
+    void ConvertColumns(const std::vector<std::size_t>& columns, CellOutput& output);
+
+    void NoteFaults(const RecordScanner& scanner);
+    void AddNotes();
+    std::string LineOf(std::size_t offset) const;
+
+    karta::ReadContext& context;
+    DelimitedOptions options;
+    TextSource source;
+    std::string_view text;  // without a directive
+    TextDialect dialect;
+    bool hasDirective = false;
+    TextHead head;
+    ColumnTypes evidence{false, '\0'};
+    std::vector<ColumnType> types;
+    Size size;
+
+    // Of the record at hand.
+    bool votes = false;
+    bool isHead = false;
+    bool isRemark = false;
+    bool isStreaming = false;
+    std::string storage;
+    std::string utf8;
+
+    struct Faults {
+        std::uint64_t count = 0;
+        std::size_t first = 0;  // where in the text
+    };
+    Faults textsBehind;
+    Faults unclosed;
+    Faults contradictions;
+    Faults zones;
+};

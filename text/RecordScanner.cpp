@@ -1,0 +1,239 @@
+#include "text/RecordScanner.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace {
+
+// How far the end of a quoted field is looked for: a quote that was meant as a character costs no more.
+constexpr std::ptrdiff_t LongestQuoted = std::ptrdiff_t{1} << 24;
+constexpr std::ptrdiff_t LongestOnTrial = std::ptrdiff_t{1} << 16;
+
+// Trying other readings may cost this, and as often the bytes that are read: text that invites to try at each
+// record would else be read once a record.
+constexpr std::size_t FreeWork = 1 << 20;
+constexpr std::size_t WorkPerByte = 4;
+
+bool IsLineEnd(char byte) {
+    return byte == '\n' || byte == '\r';
+}
+
+}  // namespace
+
+RecordScanner::RecordScanner(std::string_view scannedText, const TextDialect& parts, std::size_t usualWidth,
+                             End behindText)
+    : text(scannedText),
+      dialect(parts),
+      width(usualWidth),
+      isCut(behindText == End::Cut),
+      end(scannedText.data() + scannedText.size()) {
+    classes['\n'] = classes['\r'] = LineEnd;
+    if (!dialect.delimiter.empty()) {
+        classes[static_cast<unsigned char>(dialect.delimiter.front())] = Delimiter;
+    }
+}
+
+bool RecordScanner::Next() {
+    start = next;
+    if (start >= text.size()) {
+        return false;
+    }
+    if (!ScanRecord(QuoteRule::Closes)) {
+        next = text.size();
+        return false;
+    }
+    if (textsBehind > 0 && (spansLines || fields.size() != width)) {
+        TryOtherReadings();
+    }
+    return true;
+}
+
+void RecordScanner::TryOtherReadings() {
+    if (width == 0 || workOnOtherReadings > FreeWork + WorkPerByte * start) {
+        return;
+    }
+    for (const QuoteRule rule : {QuoteRule::OpeningIsText, QuoteRule::ClosesAtFieldEnd}) {
+        workOnOtherReadings += next - start;
+        if (ScanRecord(rule) && fields.size() == width) {
+            return;
+        }
+    }
+    workOnOtherReadings += next - start;
+    ScanRecord(QuoteRule::Closes);
+}
+
+// One record from the start on. False where the text's end cuts it.
+bool RecordScanner::ScanRecord(QuoteRule rule) {
+    fields.clear();
+    textsBehind = unclosed = 0;
+    spansLines = false;
+    at = text.data() + start;
+    bool hasMore = true;
+    while (hasMore) {
+        TextField field;
+        const char* begin = at;
+        if (at != end && (*at == ' ' || *at == dialect.quote)) {
+            begin = SkipBlanks(at);
+        }
+        const bool opens = begin != end && *begin == dialect.quote && !IsDelimiterAt(begin);
+        if (opens && ScanQuoted(begin, rule, field)) {
+            fields.push_back(field);
+        } else {
+            if (opens && isCut && field.isQuoted) {
+                return false;
+            }
+            if (dialect.mergeRuns) {
+                at = SkipDelimiters(at);
+            }
+            begin = at;
+            at = FindFieldEnd(begin);
+            if (!dialect.mergeRuns || at != begin) {
+                fields.push_back({{begin, static_cast<std::size_t>(at - begin)}, {}, false, false});
+            }
+        }
+        hasMore = at != end && !IsLineEnd(*at);
+        if (!hasMore) {
+            break;
+        }
+        if (dialect.mergeRuns) {
+            at = SkipDelimiters(at);
+            hasMore = at != end && !IsLineEnd(*at);
+        } else {
+            at += dialect.delimiter.size();
+            if (at == end) {
+                fields.push_back({{at, 0}, {}, false, false});
+                hasMore = false;
+            }
+        }
+    }
+    if (at == end) {
+        next = text.size();
+        return !isCut;
+    }
+    at += *at == '\r' && at + 1 != end && at[1] == '\n' ? 2 : 1;
+    next = static_cast<std::size_t>(at - text.data());
+    return true;
+}
+
+// A field whose quote opens at `open`; `at` is then its end. False, with isQuoted where the quote isn't
+// closed, when it isn't taken as one.
+bool RecordScanner::ScanQuoted(const char* open, QuoteRule rule, TextField& field) {
+    const char* const begin = open + 1;
+    const char* const close = FindClosingQuote(begin, rule, field.isEscaped);
+    if (close == nullptr) {
+        ++unclosed;
+        field.isQuoted = true;
+        return false;
+    }
+    const char* const behind = SkipBlanksBehindQuote(close + 1);
+    const char* const fieldEnd = FindFieldEnd(behind);
+    if (behind != fieldEnd) {
+        // One column is prose, where quotes are marks of speech.
+        if (rule == QuoteRule::OpeningIsText || dialect.delimiter.empty()) {
+            return false;
+        }
+        ++textsBehind;
+        const char* last = fieldEnd;
+        while (last[-1] == ' ') {
+            --last;
+        }
+        field.behind = {behind, static_cast<std::size_t>(last - behind)};
+    }
+    field.text = {begin, static_cast<std::size_t>(close - begin)};
+    field.isQuoted = true;
+    spansLines = spansLines || std::any_of(begin, close, IsLineEnd);
+    at = fieldEnd;
+    return true;
+}
+
+const char* RecordScanner::FindClosingQuote(const char* from, QuoteRule rule, bool& isEscaped) {
+    const bool isTrial = rule == QuoteRule::ClosesAtFieldEnd;
+    const char* const begin = from;
+    const char* const last = from + std::min(end - from, isTrial ? LongestOnTrial : LongestQuoted);
+    while (from != nullptr && from < last) {
+        if (dialect.escape == '\0') {
+            from = static_cast<const char*>(
+                std::memchr(from, dialect.quote, static_cast<std::size_t>(last - from)));
+            if (from == nullptr) {
+                break;
+            }
+        } else if (*from == dialect.escape && from + 1 != end) {
+            isEscaped = true;
+            from += 2;
+            continue;
+        } else if (*from != dialect.quote) {
+            ++from;
+            continue;
+        }
+        if (from + 1 != end && from[1] == dialect.quote) {
+            isEscaped = true;
+            from += 2;
+        } else if (isTrial && !ClosesField(from + 1)) {
+            ++from;
+        } else {
+            return from;
+        }
+    }
+    workOnOtherReadings += isTrial ? static_cast<std::size_t>(last - begin) : 0;
+    return nullptr;
+}
+
+bool RecordScanner::ClosesField(const char* behindQuote) const {
+    behindQuote = SkipBlanksBehindQuote(behindQuote);
+    return behindQuote == end || IsLineEnd(*behindQuote) || IsDelimiterAt(behindQuote);
+}
+
+const char* RecordScanner::FindFieldEnd(const char* from) const {
+    for (; from != end; ++from) {
+        const ByteClass found = classes[static_cast<unsigned char>(*from)];
+        if (found == LineEnd || (found == Delimiter && IsDelimiterAt(from))) {
+            break;
+        }
+    }
+    return from;
+}
+
+bool RecordScanner::IsDelimiterAt(const char* place) const {
+    const std::string& delimiter = dialect.delimiter;
+    if (delimiter.size() == 1) {
+        return *place == delimiter.front();
+    }
+    return !delimiter.empty() && static_cast<std::size_t>(end - place) >= delimiter.size() &&
+           std::memcmp(place, delimiter.data(), delimiter.size()) == 0;
+}
+
+const char* RecordScanner::SkipBlanks(const char* from) const {
+    while (from != end && *from == ' ') {
+        ++from;
+    }
+    return from;
+}
+
+// Where a blank is the delimiter, the first one ends the field.
+const char* RecordScanner::SkipBlanksBehindQuote(const char* from) const {
+    return dialect.delimiter.starts_with(' ') ? from : SkipBlanks(from);
+}
+
+const char* RecordScanner::SkipDelimiters(const char* from) const {
+    while (from != end && IsDelimiterAt(from)) {
+        from += dialect.delimiter.size();
+    }
+    return from;
+}
+
+std::string_view RecordScanner::GetText(const TextField& field, std::string& storage) const {
+    if (!field.isEscaped && field.behind.empty()) {
+        return field.text;
+    }
+    storage.clear();
+    for (std::size_t i = 0; i < field.text.size(); ++i) {
+        const char byte = field.text[i];
+        const bool isPair =
+            i + 1 < field.text.size() && ((byte == dialect.quote && field.text[i + 1] == dialect.quote) ||
+                                          (dialect.escape != '\0' && byte == dialect.escape));
+        storage += field.isEscaped && isPair ? field.text[++i] : byte;
+    }
+    storage += field.behind;
+    return storage;
+}

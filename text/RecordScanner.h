@@ -1,0 +1,86 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "text/TextDialect.h"
+
+/** A field of a record, as views of the text. */
+struct TextField {
+    std::string_view text;   /**< without the quotes around it, and as it stands between them */
+    std::string_view behind; /**< what stands between a closing quote and the delimiter */
+    bool isQuoted = false;
+    bool isEscaped = false; /**< doubled quotes or escapes are in it */
+};
+
+/**
+ * Parts delimited text into records, after RFC 4180 and what people write. A quote counts only at a field's
+ * start, blanks before it aside; a record ends in CR, LF or both. Text behind a closing quote belongs to the
+ * field. A quote that is never closed is text, up to the next delimiter.
+ *
+ * A quote inside of a field that isn't doubled leaves a choice. Where such a record hasn't as many fields as
+ * most have, or goes over lines, two other readings are tried, and the first that gives that width is taken:
+ * the opening quote is text; or quotes close only before a delimiter or a line end.
+ */
+class RecordScanner {
+public:
+    /** What is behind the text's end. */
+    enum class End {
+        File, /**< nothing */
+        Cut   /**< more, so that a record that the end cuts is none */
+    };
+
+    /** `usualWidth` is how many fields most records have, 0 where that isn't known. */
+    RecordScanner(std::string_view scannedText, const TextDialect& parts, std::size_t usualWidth = 0,
+                  End behindText = End::File);
+
+    /** The next record, into the fields; false behind the last one. */
+    bool Next();
+
+    std::span<const TextField> GetFields() const { return fields; }
+    /** Where the record began, and where the next one does. */
+    std::size_t GetStart() const { return start; }
+    std::size_t GetEnd() const { return next; }
+    /** Of the record: fields with text behind their closing quote, and quotes that are never closed. */
+    std::size_t GetTextsBehindQuotes() const { return textsBehind; }
+    std::size_t GetUnclosedQuotes() const { return unclosed; }
+
+    /** A field's text without doubled quotes and escapes; in `storage` where that is another one. */
+    std::string_view GetText(const TextField& field, std::string& storage) const;
+
+private:
+    enum class QuoteRule { Closes, OpeningIsText, ClosesAtFieldEnd };
+    enum ByteClass : std::uint8_t { Plain, Delimiter, LineEnd };
+
+    bool ScanRecord(QuoteRule rule);
+    void TryOtherReadings();
+    bool ScanQuoted(const char* open, QuoteRule rule, TextField& field);
+    const char* FindClosingQuote(const char* from, QuoteRule rule, bool& isEscaped);
+    const char* FindFieldEnd(const char* from) const;
+    bool IsDelimiterAt(const char* place) const;
+    const char* SkipBlanks(const char* from) const;
+    const char* SkipBlanksBehindQuote(const char* from) const;
+    const char* SkipDelimiters(const char* from) const;
+    bool ClosesField(const char* behindQuote) const;
+
+    std::string_view text;
+    const TextDialect dialect;
+    std::size_t width;
+    bool isCut;
+    std::array<ByteClass, 256> classes{};
+    const char* end;
+    const char* at = nullptr;  // while a record is scanned
+
+    std::vector<TextField> fields;
+    std::size_t start = 0;
+    std::size_t next = 0;
+    std::size_t textsBehind = 0;
+    std::size_t unclosed = 0;
+    bool spansLines = false;
+    std::size_t workOnOtherReadings = 0;  // bytes looked at in vain
+};

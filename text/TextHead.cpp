@@ -1,0 +1,383 @@
+#include "text/TextHead.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <utility>
+
+namespace {
+
+using Form = FieldForm;
+
+// So many names that rise by one step are an axis; of numbers that aren't whole it takes more.
+constexpr std::size_t LeastSteps = 3;
+constexpr std::size_t LeastFineSteps = 8;
+constexpr double StepTolerance = 1e-6;
+
+/** A record of the head, by the forms of its fields. */
+struct Record {
+    int row;
+    bool isRemark;
+    std::size_t start;  // in the text
+    std::vector<FieldForm> forms;
+};
+
+bool IsNumber(const FieldForm& form) {
+    return (form.bits & Form::Numbers) != 0 && (form.bits & ~Form::Numbers) == 0;
+}
+
+bool IsDated(const FieldForm& form) {
+    return (form.bits & (Form::Date | Form::Time | Form::DateTime)) != 0;
+}
+
+bool AreTexts(const Record& record) {
+    return std::all_of(record.forms.begin(), record.forms.end(), [](const FieldForm& form) {
+        return form.bits == Form::Nothing || (form.bits & Form::Text) != 0;
+    });
+}
+
+bool IsBlank(const Record& record) {
+    return std::all_of(record.forms.begin(), record.forms.end(),
+                       [](const FieldForm& form) { return form.bits == Form::Nothing; });
+}
+
+/** Finds the heads among the records. */
+class HeadFinder {
+public:
+    HeadFinder(std::string_view headText, bool isHeadCut, const TextDialect& parts,
+               const DelimitedOptions& userOptions, ColumnTypes& fileTypes)
+        : text(headText),
+          end(isHeadCut ? RecordScanner::End::Cut : RecordScanner::End::File),
+          dialect(parts),
+          options(userOptions),
+          types(fileTypes) {}
+
+    TextHead Find();
+
+private:
+    void FindUsualWidth();
+    void ReadRecords();
+    void FindFirst();
+    void FindNames();
+    void FindGivenNames();
+    bool TakeIndexNames();
+    void TakeRemarkNames();
+    void FindUnits();
+    void TakeNames(const Record& record);
+    bool AreNames(const Record& record, const std::vector<ColumnType>& below);
+    bool FindAxis(const Record& record, const std::vector<ColumnType>& below);
+    bool IsUnits(const Record& record, const std::vector<ColumnType>& below) const;
+    std::vector<ColumnType> GetTypesFrom(std::size_t index) const;
+    const Record* NextFitting(std::size_t index) const;
+    bool Fits(const Record& record) const { return record.forms.size() == head.usualWidth; }
+
+    std::string_view text;
+    RecordScanner::End end;
+    const TextDialect& dialect;
+    const DelimitedOptions& options;
+    ColumnTypes& types;
+    std::vector<Record> records;  // without blank ones
+    TextHead head;
+    std::size_t first = 0;  // the first record of the table, as an index
+};
+
+void HeadFinder::FindUsualWidth() {
+    std::map<std::size_t, std::size_t> counts;
+    RecordScanner scanner(text, dialect, 0, end);
+    while (scanner.Next()) {
+        const auto fields = scanner.GetFields();
+        const bool isEmpty = fields.empty() || (fields.size() == 1 && fields[0].text.empty());
+        counts[fields.size()] += isEmpty ? 0 : 1;
+    }
+    std::size_t most = 0;
+    for (const auto& [width, count] : counts) {
+        // One field is what prose and remarks have: any division goes before it.
+        if (count > 0 && (count >= most || head.usualWidth == 1)) {
+            head.usualWidth = width;
+            most = count;
+        }
+    }
+}
+
+void HeadFinder::ReadRecords() {
+    RecordScanner scanner(text, dialect, head.usualWidth, end);
+    std::string storage;
+    for (int row = 1; scanner.Next(); ++row) {
+        Record record{row, text[scanner.GetStart()] == '#', scanner.GetStart(), {}};
+        for (const TextField& field : scanner.GetFields()) {
+            record.forms.push_back(GetFieldForm(scanner.GetText(field, storage), options.dateOrder));
+        }
+        if (!IsBlank(record)) {
+            records.push_back(std::move(record));
+        }
+    }
+}
+
+// The table begins at the first record of its width that another of it follows.
+void HeadFinder::FindFirst() {
+    const auto isOfTable = [this](const Record& record) { return Fits(record) && !record.isRemark; };
+    first = records.size();
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        if (!isOfTable(records[i])) {
+            continue;
+        }
+        if (first == records.size()) {
+            first = i;
+        }
+        if (i + 1 < records.size() && isOfTable(records[i + 1])) {
+            first = i;
+            break;
+        }
+    }
+}
+
+// The types that the records from `index` on would have by themselves.
+std::vector<ColumnType> HeadFinder::GetTypesFrom(std::size_t index) const {
+    ColumnTypes below = types;
+    for (std::size_t i = index; i < records.size(); ++i) {
+        if (Fits(records[i]) && !records[i].isRemark) {
+            for (std::size_t col = 0; col < head.usualWidth; ++col) {
+                below.Vote(col, records[i].forms[col].bits);
+            }
+        }
+    }
+    return below.Resolve(head.usualWidth);
+}
+
+const Record* HeadFinder::NextFitting(std::size_t index) const {
+    return index + 1 < records.size() && Fits(records[index + 1]) && !records[index + 1].isRemark
+               ? &records[index + 1]
+               : nullptr;
+}
+
+// Whether the numbers at a record's end rise by one step, as years and wavelengths do.
+bool HeadFinder::FindAxis(const Record& record, const std::vector<ColumnType>& below) {
+    std::size_t begin = record.forms.size();
+    while (begin > 0 && IsNumber(record.forms[begin - 1]) && record.forms[begin - 1].hasNumber) {
+        --begin;
+    }
+    const std::size_t count = record.forms.size() - begin;
+    const bool isWhole =
+        std::all_of(record.forms.begin() + static_cast<std::ptrdiff_t>(begin), record.forms.end(),
+                    [](const FieldForm& form) { return form.number == std::floor(form.number); });
+    if (count < (isWhole ? LeastSteps : LeastFineSteps)) {
+        return false;
+    }
+    const auto stepAt = [&](const Record& in, std::size_t col) {
+        return in.forms[col + 1].number - in.forms[col].number;
+    };
+    const auto rises = [&](const Record& in) {
+        const double step = stepAt(in, begin);
+        bool all = step != 0.0;
+        for (std::size_t col = begin; all && col + 1 < in.forms.size(); ++col) {
+            all =
+                std::fabs(stepAt(in, col) - step) <= StepTolerance * std::fabs(in.forms[begin].number + step);
+        }
+        return all;
+    };
+    const bool isAboveNumbers = std::all_of(
+        below.begin() + static_cast<std::ptrdiff_t>(begin), below.end(), [](const ColumnType& type) {
+            return type.kind == ColumnType::Number || type.kind == ColumnType::Empty;
+        });
+    // Where the next record rises as well, these are the data themselves.
+    const Record* next = NextFitting(static_cast<std::size_t>(&record - records.data()));
+    if (!isAboveNumbers || !rises(record) || next == nullptr || rises(*next)) {
+        return false;
+    }
+    head.firstAxisColumn = static_cast<int>(begin) + 1;
+    return true;
+}
+
+// Names: no value above a column of such values, but for whole numbers and dates that can only be names.
+bool HeadFinder::AreNames(const Record& record, const std::vector<ColumnType>& below) {
+    bool hasNumbersAbove = false;
+    bool areWhole = true;
+    bool hasTexts = false;
+    bool hasTextsAboveNumbersOnly = true;
+    for (std::size_t col = 0; col < record.forms.size(); ++col) {
+        const FieldForm& form = record.forms[col];
+        const ColumnType::Kind kind = below[col].kind;
+        const bool isNumber = IsNumber(form) && kind == ColumnType::Number;
+        const bool isDate = IsDated(form) && kind >= ColumnType::Date;
+        if ((form.bits & Form::Bool) != 0 && kind == ColumnType::Bool) {
+            return false;
+        }
+        if (isNumber || isDate) {
+            hasNumbersAbove = true;
+            areWhole = areWhole && (isDate || (form.bits & ~(Form::Integer | Form::WideInteger)) == 0);
+        } else if (form.bits != Form::Nothing) {
+            hasTexts = true;
+            hasTextsAboveNumbersOnly =
+                hasTextsAboveNumbersOnly && (form.bits & Form::Text) != 0 && kind == ColumnType::Number;
+        }
+    }
+    if (!hasNumbersAbove) {
+        // Values above texts are data as well.
+        return std::any_of(record.forms.begin(), record.forms.end(),
+                           [](const FieldForm& form) { return (form.bits & Form::Text) != 0; });
+    }
+    if (FindAxis(record, below)) {
+        return true;
+    }
+    return areWhole && hasTexts && hasTextsAboveNumbersOnly;
+}
+
+void HeadFinder::TakeNames(const Record& record) {
+    head.nameRow = record.row;
+    RecordScanner scanner(text.substr(record.start), dialect, head.usualWidth);
+    scanner.Next();
+    std::string storage;
+    for (const TextField& field : scanner.GetFields()) {
+        head.names.emplace_back(scanner.GetText(field, storage));
+    }
+}
+
+// R's tables: one name fewer than fields.
+bool HeadFinder::TakeIndexNames() {
+    if (first == 0 || first >= records.size()) {
+        return false;
+    }
+    const Record& above = records[first - 1];
+    if (above.isRemark || above.forms.size() + 1 != head.usualWidth || !AreTexts(above)) {
+        return false;
+    }
+    TakeNames(above);
+    head.names.insert(head.names.begin(), "");
+    head.hasIndexColumn = true;
+    return true;
+}
+
+void HeadFinder::TakeRemarkNames() {
+    if (first > 0 && first < records.size() && records[first - 1].isRemark && Fits(records[first - 1]) &&
+        head.usualWidth > 1) {
+        TakeNames(records[first - 1]);
+    }
+}
+
+void HeadFinder::FindGivenNames() {
+    if (*options.header == 0) {
+        return;
+    }
+    const auto given = std::find_if(records.begin(), records.end(),
+                                    [this](const Record& record) { return record.row == *options.header; });
+    head.nameRow = *options.header;
+    if (given == records.end()) {
+        return;
+    }
+    TakeNames(*given);
+    const auto index = static_cast<std::size_t>(given - records.begin());
+    if (Fits(*given)) {
+        first = index;
+        FindAxis(records[first], GetTypesFrom(first + 1));
+        ++first;
+    } else {
+        head.hasIndexColumn = given->forms.size() + 1 == head.usualWidth;
+        if (head.hasIndexColumn) {
+            head.names.insert(head.names.begin(), "");
+        }
+        first = std::max(first, index + 1);
+    }
+}
+
+void HeadFinder::FindNames() {
+    if (first >= records.size()) {
+        return;
+    }
+    const bool isAlone = NextFitting(first) == nullptr;
+    // A second record may be units: those behind it tell more.
+    const bool hasThree = !isAlone && NextFitting(first + 1) != nullptr;
+    std::vector<ColumnType> below = GetTypesFrom(first + (hasThree ? 2 : 1));
+    if (hasThree && !IsUnits(records[first + 1], below)) {
+        below = GetTypesFrom(first + 1);
+    }
+    const bool isOneTextColumn = head.usualWidth == 1 && (below.front().kind == ColumnType::Text ||
+                                                          below.front().kind == ColumnType::Empty);
+    const bool mayBeNames = !isOneTextColumn && (!isAlone || AreTexts(records[first]));
+    if (mayBeNames && AreNames(records[first], below)) {
+        TakeNames(records[first]);
+        ++first;
+    } else if (!TakeIndexNames()) {
+        TakeRemarkNames();
+    }
+}
+
+// Texts above numbers, some of them perhaps empty.
+bool HeadFinder::IsUnits(const Record& record, const std::vector<ColumnType>& below) const {
+    std::size_t filled = 0;
+    for (const FieldForm& form : record.forms) {
+        if (form.bits != Form::Nothing && (form.bits & (Form::Text | Form::Missing)) == 0) {
+            return false;
+        }
+        filled += form.bits != Form::Nothing ? 1 : 0;
+    }
+    const bool areNumbersBelow = std::any_of(
+        below.begin(), below.end(), [](const ColumnType& type) { return type.kind == ColumnType::Number; });
+    bool isAboveNumber = false;
+    for (std::size_t col = 0; col < record.forms.size(); ++col) {
+        isAboveNumber = isAboveNumber ||
+                        ((record.forms[col].bits & Form::Text) != 0 && below[col].kind == ColumnType::Number);
+    }
+    return areNumbersBelow && isAboveNumber && 2 * filled >= record.forms.size();
+}
+
+void HeadFinder::FindUnits() {
+    if (head.nameRow == 0 || first + 1 >= records.size() || !Fits(records[first]) ||
+        records[first].isRemark) {
+        return;
+    }
+    if (IsUnits(records[first], GetTypesFrom(first + 1))) {
+        head.unitRow = records[first].row;
+        ++first;
+    }
+}
+
+TextHead HeadFinder::Find() {
+    FindUsualWidth();
+    ReadRecords();
+    FindFirst();
+    if (options.header) {
+        FindGivenNames();
+    } else {
+        FindNames();
+    }
+    FindUnits();
+    head.firstDataRow =
+        first < records.size() ? records[first].row : std::max(head.nameRow, head.unitRow) + 1;
+    for (const Record& record : records) {
+        if (head.Votes(record.row, record.forms.size(), record.isRemark)) {
+            for (std::size_t col = 0; col < record.forms.size(); ++col) {
+                types.Vote(col, record.forms[col].bits);
+            }
+        }
+    }
+    return head;
+}
+
+}  // namespace
+
+TextHead ReadTextHead(std::string_view text, bool isCut, const TextDialect& dialect,
+                      const DelimitedOptions& options, ColumnTypes& types) {
+    return HeadFinder(text, isCut, dialect, options, types).Find();
+}
+
+karta::TableShape TextHead::GetShape(const std::vector<ColumnType>& types) const {
+    karta::TableShape shape;
+    shape.isKnown = true;
+    shape.nameRow = nameRow;
+    shape.firstNamedColumn = hasIndexColumn ? 2 : 1;
+    shape.unitRow = unitRow;
+    shape.firstDataRow = firstDataRow;
+    shape.firstBlockColumn = firstAxisColumn;
+    shape.axisRow = firstAxisColumn == 0 ? 0 : nameRow;
+    const auto firstNumber = std::find_if(
+        types.begin(), types.end(), [](const ColumnType& type) { return type.kind == ColumnType::Number; });
+    if (firstNumber != types.end()) {
+        for (auto type = types.begin(); type != firstNumber; ++type) {
+            shape.labelColumns.push_back(static_cast<int>(type - types.begin()) + 1);
+        }
+    }
+    if (hasIndexColumn && shape.labelColumns.empty()) {
+        shape.labelColumns.push_back(1);
+    }
+    return shape;
+}

@@ -1,0 +1,196 @@
+#include "text/TextSource.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <utility>
+
+#include "base/PathNames.h"
+#include "base/Unicode.h"
+
+namespace {
+
+// How much of a file is looked at before it is clear that all of it is wanted.
+constexpr std::size_t BeginningSize = 1 << 20;
+constexpr std::size_t BinaryWindow = 64 * 1024;
+// A text may hold this share of bytes that no text has, and this many of them whatever its size.
+constexpr std::size_t LeastTextShare = 10;
+constexpr std::size_t FewControls = 16;
+
+constexpr char EndOfFileMark = 0x1a;
+
+struct Foreign {
+    std::string_view signature;
+    const char* what;
+};
+constexpr std::array<Foreign, 7> ForeignFiles = {{{"\x1f\x8b", "a gzip file; unpack it first"},
+                                                  {"PK\x03\x04", "a zip file; unpack it first"},
+                                                  {"PK\x05\x06", "an empty zip file"},
+                                                  {"BZh", "a bzip2 file; unpack it first"},
+                                                  {"\xfd"
+                                                   "7zXZ",
+                                                   "an xz file; unpack it first"},
+                                                  {"\x28\xb5\x2f\xfd", "a Zstandard file; unpack it first"},
+                                                  {"%PDF-", "a PDF file"}}};
+
+bool IsOfNoText(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < 0x20 && c != '\t' && c != '\n' && c != '\r' && c != '\f' && c != '\v' && c != 0x1b;
+}
+
+bool IsBinary(std::string_view head) {
+    const auto controls = static_cast<std::size_t>(std::count_if(head.begin(), head.end(), IsOfNoText));
+    return controls > FewControls && controls * LeastTextShare > head.size();
+}
+
+}  // namespace
+
+void TextSource::Open(const char* path, const std::optional<std::string>& encodingName,
+                      karta::ReadContext& context) {
+    Close();
+    file = MappedFile(path);
+    if (!file.IsOpen()) {
+        throw std::runtime_error("Failed to open stream for reading.");
+    }
+    bytes = {reinterpret_cast<const char*>(file.GetBytes().data()), file.GetBytes().size()};
+    RefuseForeign(path);
+    isNamed = encodingName.has_value();
+    const std::string_view head = bytes.substr(0, BeginningSize);
+    encoding =
+        isNamed ? GetNamedEncoding(*encodingName, head) : GuessEncoding(head, bytes.size() > head.size());
+    if (encoding.IsScannedInPlace() && IsBinary(bytes.substr(0, BinaryWindow))) {
+        throw Refused(NvGetFileName(path) + " appears to be a binary file; only text can be read");
+    }
+    TakeBytes(context);
+    if (bytes.size() <= BeginningSize) {
+        ExamineWhole(context);
+    } else if (text.substr(0, BeginningSize).find('\0') != std::string_view::npos) {
+        DropNuls(context);
+    }
+}
+
+void TextSource::Close() {
+    *this = TextSource();
+}
+
+void TextSource::RefuseForeign(const char* path) const {
+    for (const Foreign& foreign : ForeignFiles) {
+        if (bytes.starts_with(foreign.signature)) {
+            throw Refused(NvGetFileName(path) + " is " + foreign.what);
+        }
+    }
+}
+
+// The text of the bytes, by the encoding.
+void TextSource::TakeBytes(karta::ReadContext& context) {
+    const std::string_view content = bytes.substr(encoding.markLength);
+    if (encoding.IsScannedInPlace()) {
+        text = content;
+    } else {
+        context.budget.ChargeMemory(2 * content.size(), "the text in UTF-8");
+        decoded = DecodeText(content, encoding, undecodable);
+        text = decoded;
+        isKnownUtf8 = true;
+    }
+    hasEndMark = text.ends_with(EndOfFileMark);
+    text.remove_suffix(hasEndMark ? 1 : 0);
+}
+
+void TextSource::DropNuls(karta::ReadContext& context) {
+    const auto found = static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\0'));
+    if (found == 0) {
+        return;
+    }
+    context.budget.ChargeMemory(text.size(), "the text without NULs");
+    nuls += found;
+    std::string clean;
+    clean.reserve(text.size());
+    std::copy_if(text.begin(), text.end(), std::back_inserter(clean), [](char c) { return c != '\0'; });
+    decoded = std::move(clean);
+    text = decoded;
+}
+
+bool TextSource::ExamineWhole(karta::ReadContext& context) {
+    if (isExamined) {
+        return false;
+    }
+    isExamined = true;
+    const std::uint64_t nulsBefore = nuls;
+    DropNuls(context);
+    bool isOther = nuls != nulsBefore;
+    if (encoding.kind == TextEncoding::Utf8) {
+        isKnownUtf8 = IsUtf8(text);
+        if (!isKnownUtf8 && !isNamed && encoding.markLength == 0) {
+            encoding = GuessEncoding(text, false);
+            isOther = true;
+        }
+    }
+    return isOther;
+}
+
+std::string TextSource::GetBeginning(std::size_t characters, bool& isCut) const {
+    std::string_view beginning = text.substr(0, characters);
+    std::string converted;
+    if (encoding.kind == TextEncoding::Windows1252) {
+        AppendWindows1252(converted, beginning);
+    } else {
+        std::size_t end = 0;
+        for (std::size_t count = 0; count < characters && end < text.size(); ++count) {
+            end += std::max<std::size_t>(GetUtf8Length(text.substr(end)), 1);
+        }
+        beginning = text.substr(0, end);
+        converted = beginning;
+    }
+    isCut = beginning.size() < text.size();
+    return converted;
+}
+
+std::string_view TextSource::ToUtf8(std::string_view field, std::string& storage) {
+    if (isKnownUtf8) {
+        return field;
+    }
+    const bool hasNuls = !isExamined && field.find('\0') != std::string_view::npos;
+    const bool isOther =
+        HasHighBytes(field) && (encoding.kind == TextEncoding::Windows1252 || !IsUtf8(field));
+    if (!hasNuls && !isOther) {
+        return field;
+    }
+    std::string clean;
+    if (hasNuls) {
+        nuls += static_cast<std::uint64_t>(std::count(field.begin(), field.end(), '\0'));
+        std::copy_if(field.begin(), field.end(), std::back_inserter(clean), [](char c) { return c != '\0'; });
+        field = clean;
+    }
+    std::string converted;
+    if (isOther) {
+        fieldsOfOtherBytes += encoding.kind == TextEncoding::Utf8 ? 1 : 0;
+        AppendWindows1252(converted, field);
+    } else {
+        converted = field;
+    }
+    storage = std::move(converted);
+    return storage;
+}
+
+void TextSource::AddNotes(karta::Notes& notes) const {
+    if (encoding.kind == TextEncoding::Windows1252 && !isNamed) {
+        notes.Add({"assumed-encoding", 1, "",
+                   "the text isn't UTF-8 and was read as Windows-1252; --encoding names another"});
+    }
+    if (fieldsOfOtherBytes > 0) {
+        notes.Add({"not-utf-8", fieldsOfOtherBytes, "",
+                   karta::CountOf(fieldsOfOtherBytes, "field") +
+                       " with bytes that aren't UTF-8 were read as Windows-1252"});
+    }
+    if (undecodable > 0) {
+        notes.Add({"no-characters", undecodable, "",
+                   karta::CountOf(undecodable, "place") + " of the text stand for no character of " +
+                       encoding.name + " and became U+FFFD"});
+    }
+    if (nuls > 0) {
+        notes.Add({"dropped-nuls", nuls, "", karta::CountOf(nuls, "NUL") + " were left out of the text"});
+    }
+    if (hasEndMark) {
+        notes.Add({"dropped-end-mark", 1, "", "the end-of-file mark (0x1A) at the text's end was left out"});
+    }
+}
