@@ -18,8 +18,9 @@ karta_format(instrument/USDBase instrument/USDOptions) # what the readers of spe
 karta_format(instrument/SpectrumTable instrument/AxisSelection) # their table in the complete reading
 karta_format(instrument/GalacticSPCFile instrument/SPCContents instrument/SPCDate instrument/SPCHeader instrument/SPCTable
              instrument/SPCUnits CASES spc)
-karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPInterPolate instrument/JCAMPLabels
-             instrument/JCAMPSeries instrument/JCAMPStream CASES jcamp)
+karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPDocument instrument/JCAMPInterPolate
+             instrument/JCAMPLabels instrument/JCAMPSeries instrument/JCAMPSpectra instrument/JCAMPStream
+             instrument/JCAMPTable CASES jcamp)
 karta_format(instrument/BrukerOPUS instrument/OPUSReader instrument/OPUSSelection CASES opus)
 karta_format(instrument/BrukerOPUSInterpolated instrument/InterPolateValues)
 karta_format(instrument/ChemStationFile CASES chemstation)

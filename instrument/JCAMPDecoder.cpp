@@ -4,14 +4,24 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
+#include <string>
 
 #include "base/Ascii.h"
+#include "base/NumberParser.h"
 
 namespace {
 
 // Beyond any exponent that a double can hold, and far below what an int can.
 constexpr int MaxExponent = 9999;
+
+// A whole number of so many digits, and so high a power of ten, is a double without loss.
+constexpr int MostExactDigits = 15;
+constexpr int MostExactPower = 22;
+constexpr double PowersOfTen[MostExactPower + 1] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
 enum class Kind : std::uint8_t { Other, Space, Digit, Point, Comma, Sign, Squeezed, Difference, Duplicate };
 
@@ -146,6 +156,77 @@ JCAMPDecoder::Result JCAMPDecoder::ReadNumber(Value& next, bool commaSeparates) 
     return Decoded;
 }
 
+// The exponent that may stand at the cursor: "E+3", or "E3" where that can be nothing else.
+bool JCAMPDecoder::ReadExactExponent(bool plainExponents, int& power) {
+    const char* next = cursor + 1;
+    const bool isSigned = end - cursor > 2 && (*next == '+' || *next == '-');
+    const bool negative = isSigned && *next == '-';
+    next += isSigned ? 1 : 0;
+    if ((!isSigned && !plainExponents) || next >= end || !IsDigit(*next)) {
+        return false;
+    }
+    power = 0;
+    for (; next != end && IsDigit(*next); ++next) {
+        power = std::min(power * 10 + (*next - '0'), MaxExponent);
+    }
+    power = negative ? -power : power;
+    cursor = next;
+    return true;
+}
+
+// The value is a whole number of few digits times or through a power of ten, both of which a double holds,
+// so that one operation rounds it as it should be. Longer numbers are left to the parser.
+JCAMPDecoder::Result JCAMPDecoder::ReadExactNumber(Value& next, Rules rules) {
+    const Character first = Classify(*cursor);
+    std::uint64_t whole = first.digit;
+    std::string digits;  // of a number that is too long
+    int count = 0;
+    int scale = 0;
+    bool isFraction = false;
+    if (first.kind == Kind::Sign) {
+        ++cursor;
+        if (cursor == end || !(IsDigit(*cursor) || *cursor == '.' || *cursor == ',')) {
+            return IllegalCharacter;
+        }
+        whole = 0;
+    } else if (first.kind == Kind::Digit || first.kind == Kind::Squeezed || first.kind == Kind::Difference) {
+        ++cursor;
+        count = 1;
+    } else if (first.kind != Kind::Point) {
+        return IllegalCharacter;
+    }
+    const std::uint64_t leading = whole;
+    const char* const begin = cursor;
+    for (; cursor != end; ++cursor) {
+        if (IsDigit(*cursor)) {
+            whole = count < MostExactDigits ? whole * 10 + static_cast<std::uint64_t>(*cursor - '0') : whole;
+            count += whole != 0 || count > 0 ? 1 : 0;
+            scale += isFraction ? 1 : 0;
+        } else if (!isFraction && (*cursor == '.' || (*cursor == ',' && !rules.commaSeparates))) {
+            isFraction = true;
+        } else {
+            break;
+        }
+    }
+    const char* const behind = cursor;
+    int power = 0;
+    if (cursor != end && (*cursor == 'E' || *cursor == 'e')) {
+        ReadExactExponent(rules.plainExponents, power);
+    }
+    const int shift = power - scale;
+    if (count <= MostExactDigits && std::abs(shift) <= MostExactPower) {
+        const auto number = static_cast<double>(whole);
+        next.value = shift < 0 ? number / PowersOfTen[-shift] : number * PowersOfTen[shift];
+        return Decoded;
+    }
+    digits = std::to_string(leading);
+    digits.append(begin, behind);
+    std::replace(digits.begin(), digits.end(), ',', '.');
+    digits += "e" + std::to_string(power);
+    ParseDouble(digits, next.value);
+    return Decoded;
+}
+
 JCAMPDecoder::Result JCAMPDecoder::Next(Value& next, Rules rules) {
     next = Value();
     SkipSpace();
@@ -161,7 +242,8 @@ JCAMPDecoder::Result JCAMPDecoder::Next(Value& next, Rules rules) {
         next.missing = true;
         ++cursor;
     } else {
-        const Result number = ReadNumber(next, rules.commaSeparates);
+        const Result number =
+            rules.exact ? ReadExactNumber(next, rules) : ReadNumber(next, rules.commaSeparates);
         if (number != Decoded) {
             return number;
         }
@@ -172,7 +254,7 @@ JCAMPDecoder::Result JCAMPDecoder::Next(Value& next, Rules rules) {
             if (repetition != Decoded) {
                 return repetition;
             }
-        } else if ((*cursor == 'E' || *cursor == 'e') && end - cursor > 1 &&
+        } else if (!rules.exact && (*cursor == 'E' || *cursor == 'e') && end - cursor > 1 &&
                    (cursor[1] == '+' || cursor[1] == '-')) {
             ReadExponent(next.value);
         }

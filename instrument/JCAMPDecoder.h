@@ -26,6 +26,11 @@ public:
         bool commaSeparates = false;
         /** Only plain numbers and "?" may begin a value. */
         bool strict = false;
+        /** A value is the double nearest to its digits; else the sum of its digits' weights, rounded at each.
+         */
+        bool exact = false;
+        /** Of an exact value: an exponent needs no sign, where no letters stand for digits. */
+        bool plainExponents = false;
     };
 
     enum Result {
@@ -52,6 +57,8 @@ public:
 
 private:
     Result ReadNumber(Value& next, bool commaSeparates);
+    Result ReadExactNumber(Value& next, Rules rules);
+    bool ReadExactExponent(bool plainExponents, int& power);
     void ReadDigits(double& value);
     void ReadFraction(double& value);
     Result ReadRepetition(Value& next);

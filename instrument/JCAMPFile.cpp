@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ios>
 #include <iterator>
 #include <memory>
 #include <utility>
@@ -14,12 +15,15 @@
 #include "base/NumberParser.h"
 #include "base/PathNames.h"
 #include "base/TolerantEqual.h"
+#include "frame/CompleteOptions.h"
+#include "frame/FormatRecogniser.h"
 #include "frame/OptionsText.h"
 #include "host/NvFile.h"
 #include "host/XMLSection.h"
 #include "instrument/JCAMPLabels.h"
 #include "instrument/JCAMPSeries.h"
 #include "instrument/JCAMPStream.h"
+#include "instrument/JCAMPTable.h"
 #include "instrument/SpectrumTable.h"
 
 namespace {
@@ -271,6 +275,9 @@ int JCAMPFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opt
     Reset();
     const std::vector<std::string> paths = NvFile::GetFileNames(fileName);
     multiFile = paths.size() > 1;
+    if (IsComplete()) {
+        return OpenComplete(paths, options);
+    }
     for (const std::string& path : paths) {
         currentFileName = NvGetFileName(path);
         currentPath = path;
@@ -287,6 +294,29 @@ int JCAMPFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opt
     return status;
 }
 
+int JCAMPFile::OpenComplete(const std::vector<std::string>& paths, const NvImportOpenOptions* options) {
+    status = WithinBudget(StatusSizeUnknown, [&] {
+        complete = std::make_unique<JCAMPTable>(*GetContext());
+        for (const std::string& path : paths) {
+            const int code = complete->AddFile(path);
+            if (code != StatusOk) {
+                return code;
+            }
+        }
+        try {
+            const std::optional<std::string> wanted = CompleteOptions(options).GetText(CompleteOptions::Part);
+            const int code = complete->Choose(wanted);
+            if (code != StatusOk && code != StatusNothingSelected) {
+                failureText = complete->DescribeProblems();
+            }
+            return code;
+        } catch (const std::ios_base::failure&) {
+            return static_cast<int>(StatusCannotOpen);
+        }
+    });
+    return status;
+}
+
 void JCAMPFile::Close() {
     FormatReader::Close();
 }
@@ -294,6 +324,7 @@ void JCAMPFile::Close() {
 // What an earlier life has left. The lines are counted on.
 void JCAMPFile::Reset() {
     blocks.clear();
+    complete.reset();
     xRangesDiffer = false;
     pointCountsDiffer = false;
     currentBlock = -1;
@@ -415,6 +446,9 @@ int JCAMPFile::EstablishSize() {
 }
 
 int JCAMPFile::GetNumRows() {
+    if (status == StatusOk && complete != nullptr) {
+        return complete->CountRows();
+    }
     if (status != StatusOk || blocks.empty()) {
         return -1;
     }
@@ -437,6 +471,9 @@ int JCAMPFile::GetNumRows() {
 }
 
 int JCAMPFile::GetNumCols() {
+    if (status == StatusOk && complete != nullptr) {
+        return complete->CountColumns();
+    }
     if (status != StatusOk || blocks.empty()) {
         return -1;
     }
@@ -557,6 +594,10 @@ int JCAMPFile::InitXValues(ReadSpreadSheetData* /*sink*/) {
 
 int JCAMPFile::Read(ReadSpreadSheetData* sink) {
     if (status != StatusOk) {
+        return status;
+    }
+    if (complete != nullptr) {
+        complete->Read(*sink);
         return status;
     }
     if (blocks.empty()) {
@@ -719,6 +760,9 @@ const char* JCAMPFile::GetWarningMessage() {
 // Contents
 
 std::vector<FileContents::Part> JCAMPFile::ListParts() {
+    if (complete != nullptr) {
+        return complete->ListParts();
+    }
     std::vector<Part> parts;
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         const JCAMPData& block = blocks[i];
@@ -741,6 +785,9 @@ std::vector<FileContents::Part> JCAMPFile::ListParts() {
 }
 
 std::vector<FileContents::Fact> JCAMPFile::ListFacts() {
+    if (complete != nullptr) {
+        return complete->ListFacts();
+    }
     std::int64_t spectra = 0;
     for (const JCAMPData& block : blocks) {
         spectra += block.numPages;
@@ -784,3 +831,16 @@ SpreadsheetFile* JCAMPFileFactory::GetSpreadsheetFile() {
 }
 
 static JCAMPFileFactory jcampFileFactory(1);
+
+// The first label of a file tells: a title, or the version that some write in front of it.
+static FormatRecogniser::Evidence RecogniseJCAMP(const char* /*path*/, std::string_view head) {
+    if (head.starts_with("\xef\xbb\xbf")) {
+        head.remove_prefix(3);
+    }
+    const std::size_t begin = head.find_first_not_of(" \t\r\n");
+    const std::string line = StripJCAMPLabel(head.substr(std::min(begin, head.size()), 64));
+    const bool isProof = line.starts_with("##TITLE=") || line.starts_with("##JCAMPDX=");
+    return isProof ? FormatRecogniser::Evidence::Proof : FormatRecogniser::Evidence::None;
+}
+
+static const FormatRecogniser jcampRecogniser("JCAMP-DX File", "jcamp", {}, RecogniseJCAMP);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +15,7 @@
 
 class COleDateTime;
 class JCAMPStream;
+class JCAMPTable;
 
 /**
  * JCAMP-DX text files, one or several in one import; read only. A file is a sequence of labelled records,
@@ -146,6 +148,7 @@ private:
     static std::vector<int> GetVectorFromString(const std::string& text);
     static std::string GetStringFromVector(const std::vector<int>& indexes);
     void Reset();
+    int OpenComplete(const std::vector<std::string>& paths, const NvImportOpenOptions* options);
     int CheckMultiSelection();
     static int MinPagePointNo(const std::vector<JCAMPPage>& pages);
     static int MaxPagePointNo(const std::vector<JCAMPPage>& pages);
@@ -174,6 +177,7 @@ private:
     std::string currentPath;
     std::string warningText;
     std::vector<std::uint8_t> optionsBlob;
+    std::unique_ptr<JCAMPTable> complete;  // null in the classic reading
 };
 
 class KARTA_EXPORT JCAMPFileFactory : public SprFileFactory {

@@ -13,7 +13,8 @@ constexpr std::string_view Comment = "$$";
 
 }  // namespace
 
-JCAMPStream::JCAMPStream(const char* path) : file(path), failed(!file.IsOpen()) {
+JCAMPStream::JCAMPStream(const char* path, Lines lineForm)
+    : file(path), lines(lineForm), failed(!file.IsOpen()) {
     bytes = {reinterpret_cast<const char*>(file.GetBytes().data()), file.GetBytes().size()};
 }
 
@@ -23,32 +24,48 @@ void JCAMPStream::Seek(std::uint64_t offset) {
     position = failed ? bytes.size() : static_cast<std::size_t>(offset);
 }
 
-bool JCAMPStream::TakeLine(std::string_view& line) {
-    line = bytes.substr(position, MaxLineLength);
-    if (line.empty()) {
-        atEnd = failed = true;
-        return false;
+// How far it is to the end of the line at the position; false where there is none before the line is too
+// long or the bytes are at their end. Window by window, so that a file of CR alone isn't searched for LF anew
+// for each line.
+bool JCAMPStream::FindLineEnd(std::size_t& length) const {
+    length = 0;
+    while (true) {
+        const std::string_view window = bytes.substr(position + length, MaxLineLength);
+        if (window.empty()) {
+            return false;
+        }
+        const auto* lineFeed = static_cast<const char*>(std::memchr(window.data(), '\n', window.size()));
+        const std::size_t reach =
+            lineFeed != nullptr ? static_cast<std::size_t>(lineFeed - window.data()) : window.size();
+        const auto* carriageReturn = static_cast<const char*>(std::memchr(window.data(), '\r', reach));
+        const char* const found = carriageReturn != nullptr ? carriageReturn : lineFeed;
+        length += found != nullptr ? static_cast<std::size_t>(found - window.data()) : window.size();
+        if (found != nullptr || lines == Lines::Pieces) {
+            return found != nullptr;
+        }
     }
-    const auto* lineFeed = static_cast<const char*>(std::memchr(line.data(), '\n', line.size()));
-    const std::size_t reach =
-        lineFeed != nullptr ? static_cast<std::size_t>(lineFeed - line.data()) : line.size();
-    const auto* carriageReturn = static_cast<const char*>(std::memchr(line.data(), '\r', reach));
-    const char* const found = carriageReturn != nullptr ? carriageReturn : lineFeed;
-    if (found == nullptr) {
-        position += line.size();
-        if (line.size() < MaxLineLength) {
+}
+
+bool JCAMPStream::TakeLine(std::string_view& line) {
+    std::size_t length = 0;
+    const bool isEnded = FindLineEnd(length);
+    line = bytes.substr(position, length);
+    if (!isEnded) {
+        position += length;
+        if (length < MaxLineLength || lines == Lines::Whole) {
             atEnd = failed = true;
         }
-        return true;
+        return length > 0;
     }
-    line = line.substr(0, static_cast<std::size_t>(found - line.data()));
-    position += line.size() + 1;
+    position += length + 1;
     if (position == bytes.size()) {
         atEnd = true;
-    } else if (bytes[position] == '\r' || bytes[position] == '\n') {
-        // Any two of them are one line end, two line feeds included.
-        ++position;
+        return true;
     }
+    const char ended = bytes[position - 1];
+    const char next = bytes[position];
+    const bool isPair = lines == Lines::Whole ? ended == '\r' && next == '\n' : next == '\r' || next == '\n';
+    position += isPair ? 1 : 0;
     return true;
 }
 

@@ -12,8 +12,14 @@
  */
 class JCAMPStream {
 public:
+    /** How long a line may be, and what ends one. */
+    enum class Lines {
+        Pieces, /**< of 255 bytes, each of them a line; any two of CR and LF are one end */
+        Whole   /**< only CR and LF together are one end */
+    };
+
     /** Check IsOpen afterwards. */
-    explicit JCAMPStream(const char* path);
+    explicit JCAMPStream(const char* path, Lines lineForm = Lines::Pieces);
 
     bool IsOpen() const { return file.IsOpen(); }
     bool HasFailed() const { return failed; }
@@ -25,8 +31,7 @@ public:
     void Seek(std::uint64_t offset);
 
     /**
-     * The next line without its end, which is CR, LF or any two of them; a line of more than 255 bytes
-     * comes in pieces. False when not even one byte is left.
+     * The next line without its end, which is CR, LF or two of them. False when not even one byte is left.
      */
     bool TakeLine(std::string_view& line);
 
@@ -42,6 +47,9 @@ public:
 private:
     MappedFile file;
     std::string_view bytes;
+    bool FindLineEnd(std::size_t& length) const;
+
+    Lines lines;
     std::size_t position = 0;
     bool atEnd = false;
     bool failed;

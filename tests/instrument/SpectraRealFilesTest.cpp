@@ -166,3 +166,14 @@ TEST(SpectraRealFilesTest, EveryValueOfSPCFilesIsRead) {
     const Tally classic = CompareFolder("data/instrument/spc", karta::Reading::Classic, unequal);
     EXPECT_GE(classic.equal, 167);
 }
+
+TEST(SpectraRealFilesTest, EveryValueOfJCAMPFilesIsRead) {
+    SKIP_WITHOUT_SHARED_DATA();
+    std::set<std::string> unequal;
+    const Tally complete = CompareFolder("data/instrument/jcamp", karta::Reading::Complete, unequal);
+    EXPECT_EQ(complete.equal, complete.values);
+    EXPECT_EQ(unequal, std::set<std::string>());
+    const Tally classic = CompareFolder("data/instrument/jcamp", karta::Reading::Classic, unequal);
+    EXPECT_GE(complete.equal, 327);
+    EXPECT_GE(classic.equal, 172);
+}

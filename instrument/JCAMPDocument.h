@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/Note.h"
+
+class JCAMPStream;
+
+/** A labelled record. */
+struct JCAMPRecord {
+    std::string label; /**< as it tells labels apart: "XUNITS", ".OBSERVEFREQUENCY" */
+    std::string name;  /**< as the file writes it */
+    std::string value; /**< without comments; of several lines where it goes on */
+};
+
+/** A record behind whose label data stand. */
+struct JCAMPDataTable {
+    std::string label;                    /**< "XYDATA", "PEAKTABLE" ... */
+    std::string form;                     /**< "(X++(Y..Y))" and what follows */
+    std::uint64_t position = 0;           /**< of the first byte of the data */
+    int line = 0;                         /**< of the label */
+    std::string page;                     /**< the value of the ##PAGE= before it */
+    std::vector<JCAMPRecord> pageRecords; /**< those between that and the data */
+};
+
+/** What stands between a ##TITLE= and its ##END=, other blocks aside. */
+struct JCAMPBlock {
+    std::string title;
+    int line = 0;
+    bool isLink = false; /**< holds other blocks */
+    bool isBinary = false;
+    std::vector<JCAMPRecord> records;
+    std::vector<JCAMPDataTable> tables;
+
+    /** The value of the last record of this label; empty where there is none. */
+    std::string_view Find(std::string_view label) const;
+};
+
+/** The labels and blocks of one JCAMP-DX file; no data are decoded. */
+class JCAMPDocument {
+public:
+    /** Reads the whole stream. */
+    explicit JCAMPDocument(JCAMPStream& stream);
+
+    /** Whether the first label is one that a file begins with. */
+    bool IsJCAMP() const { return isJCAMP; }
+    /** In the order of their titles. */
+    const std::vector<JCAMPBlock>& GetBlocks() const { return blocks; }
+    /** What isn't as the format has it. */
+    const std::vector<karta::Note>& GetNotes() const { return notes; }
+
+private:
+    void TakeLabel(std::string_view line, JCAMPStream& stream);
+    void TakeText(std::string_view line);
+    void OpenBlock(const std::string& title);
+    void CloseBlock();
+    void AddTable(JCAMPRecord record, const JCAMPStream& stream);
+    void NoteUnended();
+    void NoteBlockCount();
+    JCAMPBlock& Current() { return blocks[open.back()]; }
+
+    bool isJCAMP = false;
+    int lineNumber = 0;
+    std::vector<JCAMPBlock> blocks;
+    std::vector<std::size_t> open;      // the blocks that the reading is in, the innermost last
+    JCAMPRecord* lastRecord = nullptr;  // of the open block: text goes on to it; null in data
+    std::string page;
+    std::vector<JCAMPRecord> pageRecords;
+    bool inPage = false;
+    int unended = 0;
+    int firstUnended = 0;
+    std::vector<karta::Note> notes;
+};

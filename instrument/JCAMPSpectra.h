@@ -1,0 +1,110 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/Note.h"
+#include "base/ReadContext.h"
+#include "instrument/JCAMPDocument.h"
+
+class JCAMPStream;
+
+/** One of the quantities that a table of data is made of. */
+struct JCAMPVariable {
+    std::string symbol; /**< "X", "F2" */
+    std::string name;   /**< "FREQUENCY2"; empty outside of n-tuples */
+    std::string units;
+    double first = std::numeric_limits<double>::quiet_NaN();
+    double last = std::numeric_limits<double>::quiet_NaN();
+    double delta = std::numeric_limits<double>::quiet_NaN();
+    double factor = 1.0;
+    int points = -1; /**< as the file says; -1 where it doesn't */
+};
+
+/** One spectrum, decoded. */
+struct JCAMPSpectrum {
+    std::vector<std::pair<std::string, std::string>> page; /**< symbols and values: {"F1", "4370.0"} */
+    JCAMPVariable x;
+    JCAMPVariable y;
+    bool isPeaks = false;
+    bool isEven = true; /**< the X values go by a step */
+    std::vector<double> xs;
+    std::vector<double> ys; /**< NaN where one is missing */
+    bool haveGaps = false;
+};
+
+/** Decodes the tables of blocks into spectra, losing nothing that they say. */
+class JCAMPSpectra {
+public:
+    /** The stream takes whole lines; all stay the caller's. Notes name their block as `blockName`. */
+    JCAMPSpectra(JCAMPStream& fileStream, const JCAMPBlock& fileBlock, karta::ReadContext& readContext,
+                 std::string name);
+
+    /**
+     * Appends the spectra of one table. Returns one of JCAMPFile's codes, for which `GetProblem` has the
+     * words.
+     */
+    int Decode(const JCAMPDataTable& table, std::vector<JCAMPSpectrum>& spectra);
+    /** Why the last table can't be read. */
+    const std::string& GetProblem() const { return problem; }
+
+private:
+    /** How the values of a table are written. */
+    struct Notation {
+        bool commaSeparates = true;
+        bool plainExponents = false;
+    };
+    /** The symbols of a form. */
+    struct Form {
+        bool isTuples = false;
+        bool isKnown = false;
+        std::vector<std::string> symbols;
+    };
+    /** What the decoding of one table found. */
+    struct Decoded {
+        std::vector<std::vector<double>> columns;  // ordinates: one; tuples: one a symbol
+        bool haveGaps = false;
+        double firstHead = std::numeric_limits<double>::quiet_NaN();
+        int failedChecks = 0;
+        int firstFailedLine = 0;
+        std::vector<std::pair<std::size_t, double>> heads;  // the point that a line begins with, and its X
+        std::vector<int> headLines;
+        int code = 0;
+        int line = 0;
+    };
+
+    Form ParseForm(const JCAMPDataTable& table) const;
+    JCAMPVariable MakeVariable(const std::string& symbol, const JCAMPDataTable& table) const;
+    JCAMPVariable MakeTupleVariable(const std::string& symbol, const JCAMPDataTable& table) const;
+    Notation FindNotation(const JCAMPDataTable& table, bool& mayBeDecimal);
+    Decoded DecodeTable(const JCAMPDataTable& table, const Form& form, const JCAMPVariable& x);
+    Decoded DecodeAs(const JCAMPDataTable& table, const Form& form, const Notation& notation);
+    void DecodeOrdinates(const JCAMPDataTable& table, const Notation& notation, Decoded& decoded);
+    void DecodeTuples(const JCAMPDataTable& table, const Notation& notation, Decoded& decoded);
+    int DecodeOrdinateLine(std::string_view line, const Notation& notation, Decoded& decoded, double& lastY,
+                           bool& checkPending);
+    int Fail(int code, int line);
+    void MakeAxis(JCAMPSpectrum& spectrum, const Decoded& decoded);
+    void NoteChecks(const JCAMPSpectrum& spectrum, const Decoded& decoded);
+    void NoteHeads(const JCAMPSpectrum& spectrum, const Decoded& decoded);
+    void AddNote(const char* code, std::uint64_t count, int line, const std::string& text);
+    std::vector<std::pair<std::string, std::string>> PageOf(const JCAMPDataTable& table) const;
+
+    JCAMPStream& stream;
+    const JCAMPBlock& block;
+    karta::ReadContext& context;
+    std::string blockName;
+    std::int64_t repetitionsLeft;
+    std::string problem;
+};
+
+/** The number that a label's value is, a decimal comma accepted; NaN where it is none. */
+double ToJCAMPNumber(std::string_view text);
+
+/** The fields of a comma-separated list. */
+std::vector<std::string> SplitJCAMPList(std::string_view text);

@@ -1,0 +1,565 @@
+#include "instrument/JCAMPTable.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <set>
+#include <utility>
+
+#include "base/Ascii.h"
+#include "base/DateParser.h"
+#include "base/DateText.h"
+#include "base/NumberFormat.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
+#include "base/TolerantEqual.h"
+#include "frame/CompleteOptions.h"
+#include "instrument/JCAMPFile.h"
+#include "instrument/JCAMPLabels.h"
+#include "instrument/JCAMPStream.h"
+
+namespace {
+
+// So many digits of an axis' ends are shown: as many as instruments write.
+constexpr int ShownDigits = 9;
+
+// Of a failure's text: more would be cut.
+constexpr std::size_t LongestText = 200;
+
+// Days from the host's day 0 to 1970-01-01.
+constexpr double DaysTo1970 = 25569.0;
+constexpr double MicrosecondsOfADay = 86400e6;
+constexpr double MicrosecondsOfASecond = 1e6;
+
+/** A label that is a fact of its own name and unit. */
+struct KnownFact {
+    std::string_view label;
+    const char* name;
+    const char* unit;
+};
+
+constexpr KnownFact KnownFacts[] = {{"SPECTROMETER/DATASYSTEM", "instrument", ""},
+                                    {"SPECTROMETERDATASYSTEM", "instrument", ""},
+                                    {"OPERATOR", "operator", ""},
+                                    {"OWNER", "owner", ""},
+                                    {"ORIGIN", "origin", ""},
+                                    {"RESOLUTION", "resolution", ""},
+                                    {"SAMPLEDESCRIPTION", "sample", ""},
+                                    {"NAMES", "names", ""},
+                                    {"TEMPERATURE", "temperature", "°C"},
+                                    {"PRESSURE", "pressure", "hPa"},
+                                    {"PATHLENGTH", "path length", "cm"},
+                                    {".OBSERVEFREQUENCY", "observe frequency", "MHz"},
+                                    {".AVERAGES", "scans", ""},
+                                    {".OBSERVENUCLEUS", "observe nucleus", ""},
+                                    {".IONIZATIONENERGY", "ionization energy", "eV"},
+                                    {".FIELD", "field", "T"},
+                                    {".ACQUISITIONTIME", "acquisition time", "s"}};
+
+// Labels that the table or other facts tell already.
+bool IsTold(std::string_view label) {
+    for (const std::string_view told :
+         {"TITLE", "DATE", "TIME", "LONGDATE", "FIRSTX", "LASTX", "DELTAX", "XFACTOR", "YFACTOR", "NPOINTS",
+          "XUNITS", "YUNITS", "DATATYPE", "DATACLASS"}) {
+        if (label == told) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string Capitalized(std::string_view text) {
+    std::string result = ToLowerCase(text);
+    if (!result.empty()) {
+        result.front() = ToUpper(result.front());
+    }
+    return result;
+}
+
+// The format's own order is year, month, day; what can't be that is read as people write dates.
+std::string DateText(std::string_view text) {
+    std::string date;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        // "81/ 1/ 3" is one date.
+        const bool isInner = text[i] == ' ' && !date.empty() && (date.back() == '/' || date.back() == '-');
+        date += isInner ? "" : std::string(1, text[i]);
+    }
+    int year = 0;
+    int month = 0;
+    int day = 0;
+    std::string_view rest = date;
+    const auto take = [&rest](int& number) {
+        const std::size_t length = !rest.empty() && IsDigit(rest.front()) ? ParseInt(rest, number) : 0;
+        const bool isPart =
+            length > 0 && (length == rest.size() || rest[length] == '/' || rest[length] == ' ');
+        rest.remove_prefix(isPart ? std::min(length + 1, rest.size()) : 0);
+        return isPart ? length : 0;
+    };
+    const std::size_t yearLength = take(year);
+    const bool isOrdered = yearLength == 2 && take(month) > 0 && take(day) > 0 && month >= 1 && month <= 12 &&
+                           day >= 1 && day <= 31;
+    if (!isOrdered) {
+        return date;
+    }
+    const int fullYear = year < 30 ? 2000 + year : 1900 + year;
+    return std::to_string(fullYear) + "/" + std::to_string(month) + "/" + std::to_string(day) +
+           (rest.empty() ? "" : " " + std::string(rest));
+}
+
+std::optional<std::int64_t> ParseDate(std::string_view text) {
+    COleDateTime date;
+    if (text.empty() || !date.ParseDateTime(DateText(text))) {
+        return std::nullopt;
+    }
+    const double microseconds = (date.GetSerial() - DaysTo1970) * MicrosecondsOfADay;
+    return static_cast<std::int64_t>(std::llround(microseconds / MicrosecondsOfASecond) * 1'000'000);
+}
+
+// The text of a block's date and time, together.
+std::string DateOf(const JCAMPBlock& block) {
+    const std::string_view longDate = block.Find("LONGDATE");
+    std::string text(longDate.empty() ? block.Find("DATE") : longDate);
+    const std::string_view time = block.Find("TIME");
+    if (!time.empty() && text.find(':') == std::string::npos) {
+        // Hundredths of a second are beyond what dates are read to.
+        text += (text.empty() ? "" : " ") + std::string(time.substr(0, time.find('.')));
+    }
+    return text;
+}
+
+bool SameAxis(const JCAMPSpectrum& left, const JCAMPSpectrum& right) {
+    if (left.isEven != right.isEven || left.xs.size() != right.xs.size() || left.x.units != right.x.units) {
+        return false;
+    }
+    if (!left.isEven) {
+        return left.xs == right.xs;
+    }
+    return TolerantEqual(left.xs.front(), right.xs.front()) && TolerantEqual(left.xs.back(), right.xs.back());
+}
+
+bool SameClass(const JCAMPSpectrum& left, const JCAMPSpectrum& right) {
+    return left.isEven == right.isEven && left.isPeaks == right.isPeaks;
+}
+
+std::string WithUnit(const std::string& name, const std::string& unit) {
+    return unit.empty() ? name : name + " (" + unit + ")";
+}
+
+std::string_view QuantityOf(std::string_view units) {
+    struct Known {
+        std::string_view unit;
+        std::string_view quantity;
+    };
+    static constexpr Known Units[] = {{"1/CM", "wavenumber"},        {"CM-1", "wavenumber"},
+                                      {"NANOMETERS", "wavelength"},  {"NM", "wavelength"},
+                                      {"MICROMETERS", "wavelength"}, {"M/Z", "mass"},
+                                      {"HZ", "frequency"},           {"PPM", "chemical shift"},
+                                      {"SECONDS", "time"},           {"MINUTES", "time"}};
+    std::string upper;
+    for (const char c : units) {
+        upper += ToUpper(c);
+    }
+    for (const Known& known : Units) {
+        if (upper == known.unit) {
+            return known.quantity;
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+int JCAMPTable::AddFile(const std::string& path) {
+    JCAMPStream stream(path.c_str(), JCAMPStream::Lines::Whole);
+    if (!stream.IsOpen()) {
+        return JCAMPFile::StatusCannotOpen;
+    }
+    context.budget.AddInput(stream.GetSize());
+    const JCAMPDocument document(stream);
+    if (!document.IsJCAMP()) {
+        return JCAMPFile::StatusNotJCAMP;
+    }
+    const std::string file = NvGetFileName(path);
+    for (karta::Note note : document.GetNotes()) {
+        context.notes.Add(std::move(note));
+    }
+    ++numFiles;
+    for (const JCAMPBlock& block : document.GetBlocks()) {
+        AddBlock(file, block, stream);
+    }
+    return JCAMPFile::StatusOk;
+}
+
+std::string JCAMPTable::NameOf(const Block& block) const {
+    return block.content.title.empty() ? block.file : block.content.title;
+}
+
+void JCAMPTable::AddBlock(const std::string& file, const JCAMPBlock& content, JCAMPStream& stream) {
+    if (content.isLink && content.tables.empty()) {
+        blocks.push_back({file, content});
+        return;
+    }
+    const std::size_t index = blocks.size();
+    blocks.push_back({file, content});
+    const JCAMPBlock& block = blocks.back().content;
+    if (block.isBinary) {
+        AddProblem(index, "binary data, which can't be read", JCAMPFile::StatusBinaryData);
+        return;
+    }
+    if (block.tables.empty()) {
+        const bool isStructure = !block.Find("JCAMPCS").empty();
+        AddProblem(index, isStructure ? "a structure, which is no spectrum" : "no data",
+                   JCAMPFile::StatusNoPages);
+        return;
+    }
+    JCAMPSpectra decoder(stream, block, context, NameOf(blocks.back()));
+    std::vector<JCAMPSpectrum> spectra;
+    for (const JCAMPDataTable& data : block.tables) {
+        context.ThrowIfStopped();
+        const int code = decoder.Decode(data, spectra);
+        if (code != JCAMPFile::StatusOk) {
+            AddProblem(index, decoder.GetProblem(), code);
+        }
+    }
+    AddSpectra(index, std::move(spectra));
+}
+
+void JCAMPTable::AddProblem(std::size_t block, const std::string& problem, int code) {
+    Part& part = parts.emplace_back();
+    part.block = block;
+    part.name = NameOf(blocks[block]);
+    part.problem = problem;
+    part.code = code;
+    context.notes.Add({"unreadable-block", 1, part.name, part.name + " holds " + problem});
+}
+
+// Those of one axis that follow each other are one part; peaks are one by themselves.
+void JCAMPTable::AddSpectra(std::size_t block, std::vector<JCAMPSpectrum> spectra) {
+    const std::size_t firstPart = parts.size();
+    for (JCAMPSpectrum& spectrum : spectra) {
+        const bool joins = parts.size() > firstPart && SameClass(parts.back().spectra.front(), spectrum) &&
+                           SameAxis(parts.back().spectra.front(), spectrum);
+        if (!joins) {
+            Part& part = parts.emplace_back();
+            part.block = block;
+        }
+        parts.back().spectra.push_back(std::move(spectrum));
+    }
+    const bool areSeveral = parts.size() > firstPart + 1;
+    for (std::size_t i = firstPart; i < parts.size(); ++i) {
+        parts[i].name = NameOf(blocks[block]);
+        if (areSeveral) {
+            for (const auto& [symbol, value] : parts[i].spectra.front().page) {
+                parts[i].name += ", " + symbol + "=" + value;
+            }
+        }
+    }
+}
+
+std::vector<std::size_t> JCAMPTable::ChooseParts(
+    const std::optional<std::vector<std::size_t>>& wanted) const {
+    std::vector<std::size_t> chosen;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        const bool isWanted = !wanted || std::find(wanted->begin(), wanted->end(), i) != wanted->end();
+        if (!isWanted || parts[i].spectra.empty()) {
+            continue;
+        }
+        const JCAMPSpectrum& spectrum = parts[i].spectra.front();
+        const bool joins = chosen.empty() || wanted ||
+                           (!spectrum.isPeaks && SameClass(parts[chosen.front()].spectra.front(), spectrum) &&
+                            SameAxis(parts[chosen.front()].spectra.front(), spectrum));
+        if (joins) {
+            chosen.push_back(i);
+        }
+    }
+    return chosen;
+}
+
+int JCAMPTable::Choose(const std::optional<std::string>& wanted) {
+    std::optional<std::vector<std::size_t>> places;
+    if (wanted) {
+        places = FindParts(ListParts(), *wanted);
+        if (!places) {
+            return JCAMPFile::StatusNothingSelected;
+        }
+    }
+    chosenParts = ChooseParts(places);
+    if (chosenParts.empty()) {
+        const auto refused = std::find_if(parts.begin(), parts.end(),
+                                          [](const Part& part) { return part.code != JCAMPFile::StatusOk; });
+        const std::size_t first = places && !places->empty() ? places->front() : 0;
+        const bool isRefused = places ? first < parts.size() && parts[first].code != JCAMPFile::StatusOk
+                                      : refused != parts.end();
+        if (!isRefused) {
+            return JCAMPFile::StatusNoPages;
+        }
+        return places ? parts[first].code : refused->code;
+    }
+    FindLabelColumns(chosenParts);
+    std::vector<const Part*> peaks;
+    for (const std::size_t place : chosenParts) {
+        const Part& part = parts[place];
+        if (part.spectra.front().isPeaks) {
+            peaks.push_back(&part);
+        } else {
+            AddToTable(part);
+        }
+    }
+    if (!peaks.empty()) {
+        AddPeaks(peaks);
+    }
+    NoteTheRest(chosenParts);
+    FillShape(parts[chosenParts.front()].spectra.front());
+    return JCAMPFile::StatusOk;
+}
+
+std::string JCAMPTable::DescribeProblems() const {
+    std::string text;
+    for (const Part& part : parts) {
+        if (!part.problem.empty() && text.size() < LongestText) {
+            text += (text.empty() ? "" : "; ") + part.name + " holds " + part.problem;
+        }
+    }
+    return text.empty() ? text : "No block of the file can be read: " + text;
+}
+
+void JCAMPTable::FindLabelColumns(const std::vector<std::size_t>& chosen) {
+    table.labelNames = {"Name", "Date"};
+    table.axisUnitColumn = 2;
+    std::map<std::string, std::string> units;
+    std::set<std::string> variables;
+    std::set<std::string> yUnits;
+    for (const std::size_t place : chosen) {
+        for (const JCAMPSpectrum& spectrum : parts[place].spectra) {
+            for (const auto& [symbol, value] : spectrum.page) {
+                if (std::find(pageSymbols.begin(), pageSymbols.end(), symbol) == pageSymbols.end()) {
+                    pageSymbols.push_back(symbol);
+                    const std::vector<std::string> symbols =
+                        SplitJCAMPList(blocks[parts[place].block].content.Find("SYMBOL"));
+                    const auto found = std::find(symbols.begin(), symbols.end(), symbol);
+                    const std::vector<std::string> all =
+                        SplitJCAMPList(blocks[parts[place].block].content.Find("UNITS"));
+                    const auto index = static_cast<std::size_t>(found - symbols.begin());
+                    units[symbol] = found != symbols.end() && index < all.size() ? all[index] : "";
+                }
+            }
+            variables.insert(spectrum.y.name.empty() ? spectrum.y.symbol : spectrum.y.name);
+            yUnits.insert(spectrum.y.units);
+        }
+    }
+    for (const std::string& symbol : pageSymbols) {
+        table.labelNames.push_back(WithUnit(symbol, units[symbol]));
+    }
+    hasVariable = variables.size() > 1;
+    hasUnit = yUnits.size() > 1;
+    if (hasVariable) {
+        table.labelNames.emplace_back("Variable");
+    }
+    if (hasUnit) {
+        table.labelNames.emplace_back("Unit");
+    }
+}
+
+std::vector<SpectrumTable::Label> JCAMPTable::LabelsOf(const Part& part,
+                                                       const JCAMPSpectrum& spectrum) const {
+    const Block& block = blocks[part.block];
+    std::vector<SpectrumTable::Label> labels;
+    labels.emplace_back((numFiles > 1 && !block.content.title.empty() ? block.file + ", " : "") +
+                        NameOf(block));
+    const std::string dateText = DateOf(block.content);
+    const std::optional<std::int64_t> date = ParseDate(dateText);
+    if (date) {
+        labels.emplace_back(SpectrumTable::DateTime{*date});
+    } else if (!dateText.empty()) {
+        labels.emplace_back(dateText);
+    } else {
+        labels.emplace_back();
+    }
+    for (const std::string& symbol : pageSymbols) {
+        const auto found = std::find_if(spectrum.page.begin(), spectrum.page.end(),
+                                        [&symbol](const auto& value) { return value.first == symbol; });
+        if (found == spectrum.page.end()) {
+            labels.emplace_back();
+            continue;
+        }
+        double number = 0.0;
+        const bool isNumber =
+            !found->second.empty() && ParseDouble(found->second, number) == found->second.size();
+        labels.push_back(isNumber ? SpectrumTable::Label(number) : SpectrumTable::Label(found->second));
+    }
+    if (hasVariable) {
+        labels.emplace_back(spectrum.y.name.empty() ? spectrum.y.symbol : spectrum.y.name);
+    }
+    if (hasUnit) {
+        labels.emplace_back(spectrum.y.units);
+    }
+    return labels;
+}
+
+void JCAMPTable::AddRow(const Part& part, const JCAMPSpectrum& spectrum, std::vector<double> values,
+                        bool haveGaps) {
+    table.groups.back().spectra.push_back({LabelsOf(part, spectrum), rows.size()});
+    rows.push_back({std::move(values), haveGaps});
+}
+
+void JCAMPTable::AddToTable(const Part& part) {
+    const JCAMPSpectrum& first = part.spectra.front();
+    const bool joins = !table.groups.empty() && [&] {
+        const SpectrumTable::Group& group = table.groups.back();
+        const bool isSame = group.axis.size() == first.xs.size() && group.axisUnit == first.x.units;
+        return isSame && (first.isEven ? TolerantEqual(group.axis.front(), first.xs.front()) &&
+                                             TolerantEqual(group.axis.back(), first.xs.back())
+                                       : group.axis == first.xs);
+    }();
+    if (!joins) {
+        SpectrumTable::Group& group = table.groups.emplace_back();
+        group.axis = first.xs;
+        group.axisUnit = first.x.units;
+    }
+    for (const JCAMPSpectrum& spectrum : part.spectra) {
+        AddRow(part, spectrum, spectrum.ys, spectrum.haveGaps);
+    }
+}
+
+// Each X of any of the tables is a column, as often as one of them has it, in ascending order.
+void JCAMPTable::AddPeaks(const std::vector<const Part*>& peaks) {
+    SpectrumTable::Group& group = table.groups.emplace_back();
+    group.axisUnit = peaks.front()->spectra.front().x.units;
+    if (peaks.size() == 1) {
+        group.axis = peaks.front()->spectra.front().xs;
+        for (const JCAMPSpectrum& spectrum : peaks.front()->spectra) {
+            AddRow(*peaks.front(), spectrum, spectrum.ys, spectrum.haveGaps);
+        }
+        return;
+    }
+    std::map<double, std::size_t> counts;
+    for (const Part* part : peaks) {
+        std::map<double, std::size_t> own;
+        for (const double x : part->spectra.front().xs) {
+            counts[x] = std::max(counts[x], ++own[x]);
+        }
+    }
+    std::map<double, std::size_t> columns;
+    for (const auto& [x, count] : counts) {
+        columns[x] = group.axis.size();
+        group.axis.insert(group.axis.end(), count, x);
+    }
+    for (const Part* part : peaks) {
+        for (const JCAMPSpectrum& spectrum : part->spectra) {
+            std::map<double, std::size_t> used;
+            std::vector<double> values;
+            context.budget.ChargeMemory(group.axis.size() * sizeof(double), "the tables of peaks");
+            values.assign(group.axis.size(), std::nan(""));
+            for (std::size_t i = 0; i < spectrum.xs.size(); ++i) {
+                values[columns[spectrum.xs[i]] + used[spectrum.xs[i]]++] = spectrum.ys[i];
+            }
+            AddRow(*part, spectrum, std::move(values), true);
+        }
+    }
+}
+
+void JCAMPTable::NoteTheRest(const std::vector<std::size_t>& chosen) const {
+    std::vector<int> rest;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        if (!parts[i].spectra.empty() && std::find(chosen.begin(), chosen.end(), i) == chosen.end()) {
+            rest.push_back(static_cast<int>(i) + 1);
+        }
+    }
+    if (!rest.empty()) {
+        const bool isOne = rest.size() == 1;
+        context.notes.Add({"other-parts", rest.size(), "",
+                           std::string(isOne ? "block " : "blocks ") + ListNumbers(rest) + " of the list " +
+                               (isOne ? "is" : "are") + " not in this table" +
+                               (isOne ? ": " + parts[static_cast<std::size_t>(rest.front()) - 1].name : "")});
+    }
+}
+
+void JCAMPTable::FillShape(const JCAMPSpectrum& first) {
+    table.FillShape(context.shape);
+    context.shape.axisQuantity = first.x.name.empty() ? std::string(QuantityOf(first.x.units)) : first.x.name;
+    context.shape.axisUnit = first.x.units;
+    context.shape.valueQuantity = first.y.name;
+    context.shape.valueUnit = first.y.units;
+}
+
+void JCAMPTable::Read(ReadSpreadSheetData& sink) {
+    table.Write(sink, context, [this](std::size_t id, SpectrumTable::Values& values) {
+        values.doubles = rows[id].values;
+        values.haveGaps = rows[id].haveGaps;
+    });
+}
+
+std::vector<FileContents::Part> JCAMPTable::ListParts() const {
+    std::vector<FileContents::Part> list;
+    for (const Part& part : parts) {
+        FileContents::Part entry;
+        entry.kind = "block";
+        entry.name = part.name;
+        entry.number = static_cast<int>(list.size()) + 1;
+        entry.rows = static_cast<int>(part.spectra.size());
+        entry.cols = part.spectra.empty() ? 0 : static_cast<int>(part.spectra.front().xs.size());
+        const Block& block = blocks[part.block];
+        entry.detail = Capitalized(block.content.Find("DATATYPE"));
+        if (!part.problem.empty()) {
+            entry.detail += (entry.detail.empty() ? "" : ", ") + part.problem;
+        } else if (part.spectra.front().isPeaks) {
+            entry.detail += (entry.detail.empty() ? "" : ", ") + std::string("peaks");
+        }
+        if (numFiles > 1) {
+            entry.detail += (entry.detail.empty() ? "" : ", ") + block.file;
+        }
+        list.push_back(std::move(entry));
+    }
+    return list;
+}
+
+std::vector<FileContents::Fact> JCAMPTable::ListFacts() const {
+    std::vector<FileContents::Fact> facts;
+    if (chosenParts.empty()) {
+        return facts;
+    }
+    std::size_t spectra = 0;
+    for (const Part& part : parts) {
+        spectra += part.spectra.size();
+    }
+    const Part& part = parts[chosenParts.front()];
+    const JCAMPSpectrum& first = part.spectra.front();
+    const JCAMPBlock& block = blocks[part.block].content;
+    facts.emplace_back("spectra", static_cast<double>(spectra), "");
+    facts.emplace_back("points", static_cast<double>(first.xs.size()), "");
+    facts.emplace_back("first X", first.xs.front(), first.x.units);
+    facts.emplace_back("last X", first.xs.back(), first.x.units);
+    if (first.isEven && first.xs.size() > 1) {
+        const double span = first.xs.back() - first.xs.front();
+        facts.emplace_back("spacing", span / static_cast<double>(first.xs.size() - 1), first.x.units);
+    }
+    if (!first.y.units.empty()) {
+        facts.emplace_back("Y unit", first.y.units);
+    }
+    if (!block.Find("DATATYPE").empty()) {
+        facts.emplace_back("data type", std::string(block.Find("DATATYPE")));
+    }
+    const std::string dateText = DateOf(block);
+    if (const std::optional<std::int64_t> date = ParseDate(dateText)) {
+        facts.emplace_back("date", FormatDateTime(*date));
+    } else if (!dateText.empty()) {
+        facts.emplace_back("date", dateText);
+    }
+    for (const JCAMPRecord& record : block.records) {
+        if (IsTold(record.label) || record.value.empty()) {
+            continue;
+        }
+        const auto* known =
+            std::find_if(std::begin(KnownFacts), std::end(KnownFacts),
+                         [&record](const KnownFact& fact) { return fact.label == record.label; });
+        const bool isKnown = known != std::end(KnownFacts);
+        const std::string name = isKnown ? known->name : record.name;
+        double number = 0.0;
+        if (ParseDouble(record.value, number) == record.value.size()) {
+            facts.emplace_back(name, number, isKnown ? known->unit : "");
+        } else {
+            facts.emplace_back(name, record.value);
+        }
+    }
+    return facts;
+}

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/ReadContext.h"
+#include "frame/FileContents.h"
+#include "instrument/JCAMPDocument.h"
+#include "instrument/JCAMPSpectra.h"
+#include "instrument/SpectrumTable.h"
+
+/**
+ * The complete reading of a selection of JCAMP-DX files: their blocks as parts, those of the table as rows.
+ * A part is the spectra of one block that share an axis, and each table of peaks. Without a choice the first
+ * one that can be read is the table, together with all spectra of its class and axis. Several tables of
+ * peaks stand by X in one.
+ */
+class JCAMPTable {
+public:
+    explicit JCAMPTable(karta::ReadContext& readContext) : context(readContext) {}
+
+    /** Reads one more file. Returns one of JCAMPFile's codes. */
+    int AddFile(const std::string& path);
+    /** Decides what the table is. Returns one of JCAMPFile's codes. */
+    int Choose(const std::optional<std::string>& wanted);
+
+    /** After a Choose that failed: what the blocks hold that can't be read; empty where that isn't why. */
+    std::string DescribeProblems() const;
+
+    int CountRows() const { return table.CountRows(); }
+    int CountColumns() const { return table.CountColumns(); }
+    std::vector<FileContents::Part> ListParts() const;
+    std::vector<FileContents::Fact> ListFacts() const;
+    void Read(ReadSpreadSheetData& sink);
+
+private:
+    struct Block {
+        std::string file; /**< its name; empty in a selection of one */
+        JCAMPBlock content;
+    };
+    struct Part {
+        std::size_t block;
+        std::string name;
+        std::string problem; /**< why it can't be read; empty otherwise */
+        int code = 0;
+        std::vector<JCAMPSpectrum> spectra; /**< on one axis */
+    };
+
+    void AddBlock(const std::string& file, const JCAMPBlock& content, class JCAMPStream& stream);
+    void AddSpectra(std::size_t block, std::vector<JCAMPSpectrum> spectra);
+    void AddProblem(std::size_t block, const std::string& problem, int code);
+    std::vector<std::size_t> ChooseParts(const std::optional<std::vector<std::size_t>>& wanted) const;
+    void AddToTable(const Part& part);
+    void AddPeaks(const std::vector<const Part*>& peaks);
+    void AddRow(const Part& part, const JCAMPSpectrum& spectrum, std::vector<double> values, bool haveGaps);
+    void FindLabelColumns(const std::vector<std::size_t>& chosen);
+    std::vector<SpectrumTable::Label> LabelsOf(const Part& part, const JCAMPSpectrum& spectrum) const;
+    void NoteTheRest(const std::vector<std::size_t>& chosen) const;
+    void FillShape(const JCAMPSpectrum& first);
+    std::string NameOf(const Block& block) const;
+
+    karta::ReadContext& context;
+    std::size_t numFiles = 0;
+    std::vector<Block> blocks;
+    std::vector<Part> parts;
+    std::vector<std::size_t> chosenParts;
+    std::vector<std::string> pageSymbols;  // of the label columns
+    bool hasVariable = false;
+    bool hasUnit = false;
+    SpectrumTable table;
+    struct Row {
+        std::vector<double> values;
+        bool haveGaps;
+    };
+    std::vector<Row> rows;  // by the spectra's ids
+};
