@@ -11,8 +11,10 @@ karta_format(text/ThermoSIEVEFile text/ThermoMirroredReadSpreadSheetData CASES s
 karta_format(spreadsheet/NumberFormats spreadsheet/CellErrors spreadsheet/SheetChoice) # what the readers of workbooks share
 karta_format(spreadsheet/ExcelFile spreadsheet/BaseStream spreadsheet/ExcelSharedStrings
              spreadsheet/ExcelStgStream CASES excel)
-karta_format(spreadsheet/Excel2007File spreadsheet/Excel2007Binary spreadsheet/WorkbookPart
-             spreadsheet/SharedStringsPart spreadsheet/SharedStrings spreadsheet/SheetPart CASES xlsx xlsb)
+karta_format(spreadsheet/Excel2007File spreadsheet/BinaryBook spreadsheet/Book spreadsheet/IsoTime
+             spreadsheet/RecordStream spreadsheet/SharedStrings spreadsheet/SharedStringsPart
+             spreadsheet/SheetList spreadsheet/SheetPart spreadsheet/WorkbookCells spreadsheet/WorkbookPackage
+             spreadsheet/WorkbookPart spreadsheet/XmlBook CASES xlsx xlsb)
 karta_format(spreadsheet/LotusFile CASES lotus)
 karta_format(instrument/USDBase instrument/USDOptions) # what the readers of spectra on one axis share
 karta_format(instrument/SpectrumTable instrument/AxisSelection) # their table in the complete reading

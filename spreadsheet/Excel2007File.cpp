@@ -3,72 +3,81 @@
 #include <algorithm>
 #include <istream>
 #include <limits>
+#include <utility>
 
-#include "archive/XmlPlatform.h"
-#include "base/CopyMessage.h"
+#include "base/Exception.h"
 #include "base/PathNames.h"
+#include "frame/CompleteOptions.h"
+#include "frame/FormatRecogniser.h"
 #include "frame/OptionsText.h"
 #include "host/NvString.h"
-#include "host/SerialDate.h"
-#include "spreadsheet/SharedStringsPart.h"
+#include "host/NvSystemInfo.h"
+#include "spreadsheet/BinaryBook.h"
 #include "spreadsheet/SheetChoice.h"
-#include "spreadsheet/SheetPart.h"
-#include "spreadsheet/WorkbookPart.h"
+#include "spreadsheet/SheetList.h"
+#include "spreadsheet/WorkbookCells.h"
+#include "spreadsheet/WorkbookPackage.h"
+#include "spreadsheet/XmlBook.h"
 
 namespace {
 
-// The extension that stands for the XML flavour, in this case only.
+// The extension that stands for the XML flavour in the classic reading, in this case only.
 constexpr const char* XmlExtension = "xlsx";
 
-constexpr const char* WorkbookPartName = "xl/workbook.xml";
-constexpr const char* BinaryWorkbookPartName = "xl/workbook.bin";
-constexpr const char* RelationshipsPartName = "xl/_rels/workbook.xml.rels";
-constexpr const char* SharedStringsPartName = "xl/sharedStrings.xml";
-constexpr const char* StylesPartName = "xl/styles.xml";
+// Where the parts lie by the classic reading, and where they are looked for when nothing says where they are.
+const BookParts XmlParts{"xl/workbook.xml", "xl/sharedStrings.xml", "xl/styles.xml"};
+const BookParts BinaryParts{"xl/workbook.bin", "xl/sharedStrings.bin", "xl/styles.bin"};
 
-// What the target of a worksheet's relationship has in it, and that of a chart sheet hasn't.
-constexpr const char* WorksheetFolder = "worksheets/";
+constexpr std::string_view WorkbookType = "/relationships/officedocument";
+constexpr std::string_view SharedStringsType = "/relationships/sharedstrings";
+constexpr std::string_view StylesType = "/relationships/styles";
+constexpr std::string_view ApplicationType = "/relationships/extended-properties";
+constexpr std::string_view DocumentType = "/metadata/core-properties";
 
-// The number formats that are dates without being defined in the workbook.
-constexpr int FirstDateFormat = 14;
-constexpr int LastDateFormat = 22;
-
-int ToInt(const std::string& text) {
-    int value = 0;
-    NvString::ToInt(text, value);
-    return value;
+// The part of the one relationship of a type, seen from another part; empty where there is none.
+std::string FindTarget(const std::vector<WorkbookPackage::Relationship>& relationships,
+                       std::string_view type) {
+    const auto found = std::find_if(
+        relationships.begin(), relationships.end(),
+        [type](const auto& relationship) { return ToLowerCase(relationship.type).ends_with(type); });
+    return found == relationships.end() ? std::string() : found->target;
 }
 
-// A text that is no number counts as 0.
-std::string GetDateTimeValue(const char* text) {
-    double serial = 0.0;
-    NvString::ToDouble(text, serial);
-    return IEEEDate_2_string(serial);
-}
-
-// What a cell pushes; valid until `buffer` changes.
-const char* GetText(const SheetContent::Cell& cell, const SharedStrings& sharedStrings, std::string& buffer) {
-    switch (cell.kind) {
-        case SheetContent::Number:
-            return cell.text;
-        case SheetContent::Date:
-            buffer = GetDateTimeValue(cell.text);
-            return buffer.c_str();
-        case SheetContent::SharedString:
-            return sharedStrings.Get(cell.index);
-        case SheetContent::False:
-            return "FALSE";
-        case SheetContent::True:
-            return "TRUE";
-        case SheetContent::Empty:
-            break;
-    }
-    return "";
+// XML begins with its bracket, a mark or, in UTF-16, with either and a NUL; the first record of a binary
+// workbook with an id of two bytes.
+bool BeginsAsXml(const WorkbookPackage& package, const std::string& part) {
+    const auto stream = package.OpenPart(part);
+    const int first = stream == nullptr ? 0 : stream->get();
+    return first != 0x83;
 }
 
 // Whether positions beyond an offset can still be told to a sink.
 bool FitsBehind(std::int64_t offset, int size) {
     return offset <= std::numeric_limits<int>::max() - size;
+}
+
+std::string DescribeFlavour(const std::string& contentType, bool isBinary) {
+    struct Flavour {
+        std::string_view type;
+        const char* text;
+    };
+    static constexpr Flavour Flavours[] = {{"spreadsheetml.template.main", "XML template (.xltx)"},
+                                           {"sheet.macroenabled.main", "XML with macros (.xlsm)"},
+                                           {"template.macroenabled.main", "XML template with macros (.xltm)"},
+                                           {"addin.macroenabled.main", "XML add-in (.xlam)"}};
+    const std::string type = ToLowerCase(contentType);
+    for (const Flavour& flavour : Flavours) {
+        if (!isBinary && type.find(flavour.type) != std::string::npos) {
+            return flavour.text;
+        }
+    }
+    return isBinary ? "binary (.xlsb)" : "XML (.xlsx)";
+}
+
+void AddFact(std::vector<FileContents::Fact>& facts, const char* name, const std::string& value) {
+    if (!value.empty()) {
+        facts.emplace_back(name, value);
+    }
 }
 
 }  // namespace
@@ -84,52 +93,98 @@ struct Excel2007File::XmlPlacement {
     int maxRows = 0;
 };
 
-Excel2007File::Excel2007File() : platform(std::make_unique<XmlPlatform>()) {}
+// The bases are the positions of a sheet's first cell.
+struct Excel2007File::BinaryPlacement {
+    bool vertical = false;
+    std::int64_t rowBase = 1;
+    std::int64_t colBase = 1;
+    std::int64_t rowTotal = 0;
+    std::int64_t colTotal = 0;
+    int maxRows = 0;
+    int maxCols = 0;
+    unsigned long unknownRecords = 0;
+
+    // Tells the sink the size including this sheet; false for a size that no sheet can have.
+    bool Place(const SheetSize& size, ReadSpreadSheetData& sink) {
+        if (size.rows < 0) {
+            return false;
+        }
+        if (vertical) {
+            maxCols = std::max(maxCols, size.cols);
+            rowBase = rowTotal + 1;
+            rowTotal += size.rows;
+        } else {
+            maxRows = std::max(maxRows, size.rows);
+            colBase = colTotal + 1;
+            colTotal += size.cols;
+        }
+        // A cell may stand anywhere in a sheet, whatever its size says.
+        if (!FitsBehind(rowBase, MaxSheetRows) || !FitsBehind(colBase, MaxSheetColumns)) {
+            return false;
+        }
+        sink.SetDataSize(static_cast<int>(vertical ? maxCols : colTotal),
+                         static_cast<int>(vertical ? rowTotal : maxRows));
+        return true;
+    }
+};
+
+// Puts the cells of binary sheets into the table as they come.
+class Excel2007File::BinaryReceiver : public SheetReceiver {
+public:
+    BinaryReceiver(const Book& book, ReadSpreadSheetData& readerSink, BinaryPlacement& sheetPlacement)
+        : sink(readerSink), placement(sheetPlacement), cells(book, readerSink) {}
+
+    bool TakeSize(const SheetSize& size) override { return placement.Place(size, sink); }
+    bool TakeCell(const SheetCell& cell) override {
+        return cells.Push(cell, static_cast<int>(cell.col - 1 + placement.colBase),
+                          static_cast<int>(cell.row - 1 + placement.rowBase));
+    }
+    void TakeOtherRecord() override { ++placement.unknownRecords; }
+
+private:
+    ReadSpreadSheetData& sink;
+    BinaryPlacement& placement;
+    ClassicBinaryCells cells;
+};
+
+Excel2007File::Excel2007File() = default;
 Excel2007File::~Excel2007File() = default;
 
 void Excel2007File::Close() {
-    zipFile.reset();
-    sharedStrings.Clear();
-    numFormats.clear();
-    isDateFormat.clear();
-    formatInfo.clear();
+    book.reset();
+    package.reset();
+    sheets.clear();
     sheetNames.clear();
-    hiddenSheets.clear();
     selectedSheets.clear();
     vertical = false;
+    extent.reset();
+    workbookPart.clear();
     warning.clear();
     optionsBuffer.clear();
     FormatReader::Close();
 }
 
 void Excel2007File::GetErrorMessage(char* buffer, unsigned int size) {
-    switch (status) {
-        case StatusNoData:
-            CopyMessage("The sheet(s) contains no data.", buffer, size);
-            break;
-        case StatusNoSheets:
-            CopyMessage("The file contains no sheets.", buffer, size);
-            break;
-        case StatusBadOptions:
-            CopyMessage("Unable to open Excel file.", buffer, size);
-            break;
-        case StatusCorrupt:
-            CopyMessage("The file is corrupt.", buffer, size);
-            break;
-        case StatusWrongSheetSize:
-            CopyMessage("At least one of the sheets do not have a correct size.", buffer, size);
-            break;
-        case StatusUnsupported:
-            CopyMessage("The file contains an unsupported format.", buffer, size);
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            break;
-    }
+    static constexpr StatusText Texts[] = {
+        {StatusNoData, "The sheet(s) contains no data."},
+        {StatusNoSheets, "The file contains no sheets."},
+        {StatusBadOptions, "Unable to open Excel file."},
+        {StatusCorrupt, "The file is corrupt."},
+        {StatusWrongSheetSize, "At least one of the sheets do not have a correct size."},
+        {StatusUnsupported, "The file contains an unsupported format."}};
+    CopyStatusText(Texts, buffer, size);
 }
 
 const char* Excel2007File::GetWarningMessage() {
     return warning.empty() ? nullptr : warning.c_str();
+}
+
+int Excel2007File::GetNumCols() {
+    return IsComplete() && CanRead() ? GetExtent().cols : 1;
+}
+
+int Excel2007File::GetNumRows() {
+    return IsComplete() && CanRead() ? GetExtent().rows : 1;
 }
 
 int Excel2007File::Open(bool forRead, const char* path, NvImportOpenOptions* options) {
@@ -140,32 +195,108 @@ int Excel2007File::Open(bool forRead, const char* path, NvImportOpenOptions* opt
         status = StatusWrongMode;
         return status;
     }
-    sheetNames.clear();
-    hiddenSheets.clear();
+    TakeSheets({});
     selectedSheets.clear();
-    zipFile = std::make_unique<ZipFile>(path);
+    extent.reset();
+    book.reset();
+    return WithinBudget(StatusCorrupt, [&] {
+        if (IsComplete()) {
+            OpenComplete(path);
+        } else {
+            OpenClassic(path);
+        }
+        if (status == StatusOk) {
+            IsComplete() ? GetCompleteSheet(options) : GetSheet(options);
+        }
+        return status;
+    });
+}
+
+void Excel2007File::OpenClassic(const char* path) {
+    package = std::make_unique<WorkbookPackage>(path, WorkbookPackage::Names::AsStored, GetContext());
     isBinary = NvGetFileExtension(path) != XmlExtension;
-    if (!isBinary) {
-        InitSheetVector();
-    } else if (const auto stream = OpenPart(BinaryWorkbookPartName)) {
-        InitBinarySheetsVector(*stream);
+    if (isBinary) {
+        book = std::make_unique<BinaryBook>(*package, BinaryParts, RecordForm::Short, GetContext());
     } else {
+        book = std::make_unique<XmlBook>(*package, XmlParts, XmlForm::Literal, GetContext());
+    }
+    workbookPart = isBinary ? BinaryParts.workbook : XmlParts.workbook;
+    std::vector<Book::Sheet> listed;
+    std::vector<WorkbookSheet> list;
+    // A binary workbook that lists no sheet is looked at no further.
+    if (!book->ReadSheetList(listed) ||
+        (!(isBinary && listed.empty()) &&
+         !SheetList::KeepWorksheets(*package, WorkbookPackage::GetRelationshipsPart(workbookPart), isBinary,
+                                    isBinary ? "bin" : "xml", listed, list))) {
         status = StatusCorrupt;
+        return;
     }
-    if (status == StatusOk) {
-        GetSheet(options);
+    TakeSheets(std::move(list));
+}
+
+void Excel2007File::OpenComplete(const char* path) {
+    package = std::make_unique<WorkbookPackage>(path, WorkbookPackage::Names::AnyCase, GetContext());
+    workbookPart = FindWorkbookPart();
+    if (workbookPart.empty()) {
+        status = StatusCorrupt;
+        failureText = "The file is a zip archive but holds no workbook.";
+        return;
     }
-    return status;
+    isBinary = !BeginsAsXml(*package, workbookPart);
+    const auto relationships = package->ReadRelationships(workbookPart);
+    const BookParts parts{workbookPart, FindTarget(relationships, SharedStringsType),
+                          FindTarget(relationships, StylesType)};
+    if (isBinary) {
+        book = std::make_unique<BinaryBook>(*package, parts, RecordForm::Full, GetContext());
+    } else {
+        book = std::make_unique<XmlBook>(*package, parts, XmlForm::Full, GetContext());
+    }
+    std::vector<Book::Sheet> listed;
+    if (!book->ReadSheetList(listed)) {
+        status = StatusCorrupt;
+        failureText = "The workbook's list of sheets can't be read: " + workbookPart + " is damaged.";
+        return;
+    }
+    std::vector<WorkbookSheet> list;
+    SheetList::ResolveWorksheets(*package, workbookPart, listed, list, GetContext()->notes);
+    TakeSheets(std::move(list));
+}
+
+// By what the package says, or else by the names that workbooks have.
+std::string Excel2007File::FindWorkbookPart() const {
+    for (const std::string& name : {FindTarget(package->ReadRelationships({}), WorkbookType),
+                                    XmlParts.workbook, BinaryParts.workbook}) {
+        if (!name.empty() && package->HasPart(name)) {
+            return name;
+        }
+    }
+    return {};
+}
+
+void Excel2007File::TakeSheets(std::vector<WorkbookSheet> list) {
+    sheets = std::move(list);
+    sheetNames.clear();
+    for (const WorkbookSheet& sheet : sheets) {
+        sheetNames.push_back(sheet.name);
+    }
 }
 
 int Excel2007File::Read(ReadSpreadSheetData* sink) {
-    return isBinary ? ReadBinary(sink) : ReadXML(sink);
+    if (!CanRead()) {
+        return status;
+    }
+    return WithinBudget(StatusCorrupt, [&] {
+        if (IsComplete()) {
+            return ReadComplete(sink);
+        }
+        return isBinary ? ReadBinary(sink) : ReadXmlSheets(sink);
+    });
 }
 
-// The size is told to the sink in Read: it isn't known before.
+// The size is told to the sink in Read: classically it isn't known before.
 int Excel2007File::EstablishSize() {
-    numCols = 1;
-    numRows = 1;
+    numCols = GetNumCols();
+    numRows = GetNumRows();
     return StatusOk;
 }
 
@@ -176,26 +307,10 @@ int Excel2007File::GetSheetOptions() {
 }
 
 bool Excel2007File::CanRead() {
-    if (status == StatusOk && zipFile == nullptr) {
+    if (status == StatusOk && book == nullptr) {
         status = StatusWrongMode;
     }
     return status == StatusOk;
-}
-
-const ZipFile::Entry* Excel2007File::GetZipEntry(const std::string& name) const {
-    return zipFile->FindEntry(name);
-}
-
-// Null when there is no such part.
-std::unique_ptr<std::istream> Excel2007File::OpenPart(const std::string& name) const {
-    const ZipFile::Entry* const entry = GetZipEntry(name);
-    return entry == nullptr ? nullptr : zipFile->GetInputStream(*entry);
-}
-
-// Whether the part was there and well-formed to its end.
-bool Excel2007File::InitParser(const std::string& name, NodeHandler& handler) const {
-    const auto stream = OpenPart(name);
-    return stream != nullptr && ParseXml(*stream, handler);
 }
 
 void Excel2007File::GetSheet(NvImportOpenOptions* options) {
@@ -206,12 +321,11 @@ void Excel2007File::GetSheet(NvImportOpenOptions* options) {
     if (sheetNames.size() == 1) {
         selectedSheets.assign(1, 0);
     } else if (HasOptions(options)) {
-        if (!SetOptions(options)) {
-            return;
-        }
-    } else {
-        if (GetSheetOptions() == StatusAbortedByUser) {
-            return;
+        SetOptions(options);
+    } else if (GetSheetOptions() != StatusAbortedByUser) {
+        if (selectedSheets.size() == 1 && static_cast<std::size_t>(selectedSheets.front()) < sheets.size()) {
+            SheetList::NoteOthers(sheets, static_cast<std::size_t>(selectedSheets.front()),
+                                  GetContext()->notes);
         }
         if (WantsOptions(options)) {
             GetOptions(options);
@@ -227,7 +341,7 @@ bool Excel2007File::SetOptions(const NvImportOpenOptions* options) {
         return false;
     }
     const bool allThere = std::all_of(selectedSheets.begin(), selectedSheets.end(), [this](int sheet) {
-        return sheet >= 0 && static_cast<std::size_t>(sheet) < sheetNames.size();
+        return sheet >= 0 && static_cast<std::size_t>(sheet) < sheets.size();
     });
     if (!allThere) {
         status = StatusBadOptions;
@@ -243,247 +357,330 @@ void Excel2007File::GetOptions(NvImportOpenOptions* options) {
     }
 }
 
-// Takes the sheets that are no worksheets off the list: for each relationship that leads elsewhere, the
-// first sheet with its id. The target is looked at for nothing else. `ids` is in step with sheetNames.
-void Excel2007File::KeepWorksheets(const std::string& relationships, std::vector<std::string> ids,
-                                   bool anyCase) {
-    std::multimap<std::string, std::size_t> places;
-    for (std::size_t place = 0; place < ids.size(); ++place) {
-        places.emplace(anyCase ? ToLowerCase(ids[place]) : std::move(ids[place]), place);
-    }
-    std::vector<bool> isRemoved(sheetNames.size());
-    ChildAttributesHandler handler(
-        u"Relationships", u"Relationship", {u"Target", u"Id"}, [&](const std::vector<std::string>& values) {
-            const std::string id = anyCase ? ToLowerCase(values[1]) : values[1];
-            const auto found = places.lower_bound(id);
-            const bool isWorksheet = values[0].find(WorksheetFolder) != std::string::npos;
-            if (!isWorksheet && found != places.end() && found->first == id) {
-                isRemoved[found->second] = true;
-                places.erase(found);
-            }
-        });
-    if (!InitParser(relationships, handler) || !handler.HasFoundNode()) {
-        status = StatusCorrupt;
+void Excel2007File::GetCompleteSheet(NvImportOpenOptions* options) {
+    if (sheets.empty()) {
+        status = StatusNoSheets;
         return;
     }
-    std::vector<std::string> names;
-    std::vector<bool> hidden;
-    for (std::size_t place = 0; place < isRemoved.size(); ++place) {
-        if (!isRemoved[place]) {
-            names.push_back(std::move(sheetNames[place]));
-            hidden.push_back(hiddenSheets[place]);
+    vertical = true;
+    if (HasOptions(options) && !SetCompleteOptions(options)) {
+        status = StatusBadOptions;
+        return;
+    }
+    if (selectedSheets.empty()) {
+        const std::size_t chosen = SheetList::GetDefault(sheets);
+        selectedSheets.assign(1, static_cast<int>(chosen));
+        SheetList::NoteOthers(sheets, chosen, GetContext()->notes);
+    }
+    if (WantsOptions(options)) {
+        SheetChoice::LendParts(GetChosenParts(), vertical, optionsBuffer, *options);
+    }
+}
+
+// Chooses nothing where the record names no sheet; false for one that isn't there.
+bool Excel2007File::SetCompleteOptions(const NvImportOpenOptions* options) {
+    try {
+        const CompleteOptions wanted(options);
+        vertical = SheetChoice::ReadVertical(options);
+        std::vector<int> places;
+        if (const auto parts = wanted.GetText(CompleteOptions::Part)) {
+            const auto found = FindParts(ListSheets(), *parts);
+            if (!found) {
+                failureText = "There is no sheet \"" + *parts + "\" in the workbook.";
+                return false;
+            }
+            selectedSheets.assign(found->begin(), found->end());
+        } else if (wanted.GetSettings() != nullptr &&
+                   wanted.GetSettings()->Read(SheetChoice::Sheets, places)) {
+            return SelectClassicPlaces(places);
+        }
+        return true;
+    } catch (const std::ios_base::failure&) {
+        return false;
+    }
+}
+
+// The classic list of a binary workbook is without its hidden sheets.
+bool Excel2007File::SelectClassicPlaces(const std::vector<int>& places) {
+    std::vector<int> listed;
+    for (std::size_t place = 0; place < sheets.size(); ++place) {
+        if (!(isBinary && sheets[place].hidden)) {
+            listed.push_back(static_cast<int>(place));
         }
     }
-    sheetNames = std::move(names);
-    hiddenSheets = std::move(hidden);
+    for (const int place : places) {
+        if (place < 0 || static_cast<std::size_t>(place) >= listed.size()) {
+            return false;
+        }
+        selectedSheets.push_back(listed[static_cast<std::size_t>(place)]);
+    }
+    return true;
 }
 
-std::string Excel2007File::GetSheetPartName(int place, const char* extension) {
-    return NvString::Format("xl/worksheets/sheet%lld.%s", static_cast<long long>(place) + 1, extension);
+// By name where that is one sheet's alone and no list of them, else by their places.
+std::string Excel2007File::GetChosenParts() const {
+    if (selectedSheets.size() == 1) {
+        const std::string& name = sheetNames[static_cast<std::size_t>(selectedSheets.front())];
+        const auto found = FindParts(ListSheets(), name);
+        if (found && found->size() == 1 &&
+            found->front() == static_cast<std::size_t>(selectedSheets.front())) {
+            return name;
+        }
+    }
+    std::string places;
+    for (const int place : selectedSheets) {
+        places += (places.empty() ? "" : ",") + std::to_string(place + 1);
+    }
+    return places;
 }
 
-int Excel2007File::InitSheetVector() {
-    std::vector<std::string> ids;
-    ChildAttributesHandler handler(
-        u"sheets", u"sheet", {u"name", u"r:id", u"state"}, [&](const std::vector<std::string>& values) {
-            if (!values[1].empty()) {
-                sheetNames.push_back(values[0]);
-                ids.push_back(values[1]);
-                hiddenSheets.push_back(values[2] == "hidden" || values[2] == "veryHidden");
-            }
-        });
-    if (InitParser(WorkbookPartName, handler) && handler.HasFoundNode()) {
-        KeepWorksheets(RelationshipsPartName, std::move(ids), false);
-    } else {
-        status = StatusCorrupt;
-    }
-    return status;
-}
-
-// The part may be missing: then the cells that refer to it are empty.
-int Excel2007File::InitSharedStrings() {
-    sharedStrings.Clear();
-    if (GetZipEntry(SharedStringsPartName) == nullptr) {
-        return status;
-    }
-    SharedStringsHandler handler(sharedStrings);
-    if (!InitParser(SharedStringsPartName, handler) || !handler.HasFoundNode()) {
-        status = StatusCorrupt;
-    }
-    return status;
-}
-
-int Excel2007File::InitNumFormats() {
-    numFormats.clear();
-    if (GetZipEntry(StylesPartName) == nullptr) {
-        return status;
-    }
-    ChildAttributesHandler handler(
-        u"cellXfs", {}, {u"numFmtId"},
-        [this](const std::vector<std::string>& values) { numFormats.push_back(ToInt(values[0])); });
-    if (!InitParser(StylesPartName, handler)) {
-        status = StatusCorrupt;
-    }
-    return status;
-}
-
-int Excel2007File::InitIsDateTime() {
-    isDateFormat.clear();
-    if (GetZipEntry(StylesPartName) == nullptr) {
-        return status;
-    }
-    ChildAttributesHandler handler(u"numFmts", {}, {u"formatCode", u"numFmtId"},
-                                   [this](const std::vector<std::string>& values) {
-                                       isDateFormat[ToInt(values[1])] = IsDateFormat(values[0]);
-                                   });
-    if (!InitParser(StylesPartName, handler)) {
-        status = StatusCorrupt;
-    }
-    return status;
-}
-
-// Only the first "Red" is taken out, and in this case only; other colours and quoted texts are searched
-// for the letters of dates too.
-bool Excel2007File::IsDateFormat(std::string code) {
-    const std::size_t colour = code.find("Red");
-    if (colour != std::string::npos) {
-        code.erase(colour, 3);
-    }
-    return code.find_first_of("ymdhs") != std::string::npos;
-}
-
-std::vector<bool> Excel2007File::ListDateStyles() const {
-    std::vector<bool> dateStyles;
-    dateStyles.reserve(numFormats.size());
-    for (const int format : numFormats) {
-        const auto found = isDateFormat.find(format);
-        dateStyles.push_back((format >= FirstDateFormat && format <= LastDateFormat) ||
-                             (found != isDateFormat.end() && found->second));
-    }
-    return dateStyles;
-}
-
-bool Excel2007File::ReadSheet(int sheet, const std::vector<bool>& dateStyles, SheetContent& content) const {
-    SheetHandler handler(dateStyles, content);
-    return InitParser(GetSheetPartName(sheet, "xml"), handler) && handler.HasFoundNode();
-}
-
-// Moves the offsets behind the sheets read so far and tells the sink the size including this one. Side by
-// side, `lastColSeen` is added again before every sheet and never set back: from the third sheet on the
-// widest one counts more than once. Hosts have tables saved in this layout, so it stays.
-bool Excel2007File::PlaceSheet(const SheetContent& content, XmlPlacement& placement,
+// Tells the sink the size including this sheet. Side by side, `lastColSeen` is added again before every sheet
+// and never set back: from the third sheet on the widest one counts more than once, as the layout of sheets
+// side by side wants it.
+bool Excel2007File::PlaceSheet(const ClassicXmlSheet& sheet, XmlPlacement& placement,
                                ReadSpreadSheetData* sink) const {
     placement.colOffset += placement.lastColSeen;
     placement.rowOffset += placement.lastRowIndex;
     if (!FitsBehind(placement.colOffset, MaxSheetColumns) || !FitsBehind(placement.rowOffset, MaxSheetRows)) {
         return false;
     }
-    const int rows = content.rows.back().number;
+    const int rows = sheet.GetRows().back().number;
     if (vertical) {
         placement.lastRowIndex = rows;
-        sink->SetDataSize(std::max(content.columns, placement.lastColSeenV),
+        sink->SetDataSize(std::max(sheet.GetColumns(), placement.lastColSeenV),
                           static_cast<int>(rows + placement.rowOffset));
     } else {
         placement.maxRows = std::max(placement.maxRows, rows);
-        sink->SetDataSize(static_cast<int>(content.columns + placement.colOffset), placement.maxRows);
+        sink->SetDataSize(static_cast<int>(sheet.GetColumns() + placement.colOffset), placement.maxRows);
     }
     return true;
 }
 
-void Excel2007File::PushRow(const SheetContent& content, std::size_t row, XmlPlacement& placement,
+void Excel2007File::PushRow(const ClassicXmlSheet& sheet, std::size_t row, XmlPlacement& placement,
                             ReadSpreadSheetData* sink) const {
-    const int rowNumber = static_cast<int>(content.rows[row].number + placement.rowOffset);
+    const ClassicXmlSheet::Row& present = sheet.GetRows()[row];
+    const int rowNumber = static_cast<int>(present.number + placement.rowOffset);
     int& lastCol = vertical ? placement.lastColSeenV : placement.lastColSeen;
     std::string buffer;
-    const std::size_t end = content.EndOfRow(row);
-    for (std::size_t i = content.rows[row].firstCell; i < end; ++i) {
-        const SheetContent::Cell& cell = content.cells[i];
+    const std::size_t end = sheet.EndOfRow(row);
+    for (std::size_t i = present.firstCell; i < end; ++i) {
+        const ClassicXmlSheet::Cell& cell = sheet.GetCell(i);
         lastCol = std::max(lastCol, cell.column);
         sink->Set(static_cast<int>(cell.column + placement.colOffset), rowNumber,
-                  GetText(cell, sharedStrings, buffer));
+                  ClassicXmlSheet::GetText(cell, book->GetSharedStrings(), buffer));
     }
 }
 
 // The sink is asked by the place of a row in the part, not by its number.
-void Excel2007File::PushRows(const SheetContent& content, XmlPlacement& placement,
+void Excel2007File::PushRows(const ClassicXmlSheet& sheet, XmlPlacement& placement,
                              ReadSpreadSheetData* sink) const {
-    const auto count = static_cast<std::int64_t>(content.rows.size());
+    const auto count = static_cast<std::int64_t>(sheet.GetRows().size());
     std::int64_t row = 0;
     do {
         row = sink->NextRowToRead(static_cast<int>(row + placement.rowOffset)) - placement.rowOffset;
         if (row < 1 || row > count) {
             return;
         }
-        PushRow(content, static_cast<std::size_t>(row - 1), placement, sink);
+        PushRow(sheet, static_cast<std::size_t>(row - 1), placement, sink);
     } while (row < count);
 }
 
 int Excel2007File::ReadXML(ReadSpreadSheetData* sink) {
-    if (!CanRead()) {
-        return status;
-    }
+    return CanRead() ? WithinBudget(StatusCorrupt, [&] { return ReadXmlSheets(sink); }) : status;
+}
+
+int Excel2007File::ReadXmlSheets(ReadSpreadSheetData* sink) {
     const std::vector<int> selection = selectedSheets;
-    if (InitSharedStrings() != StatusOk || InitNumFormats() != StatusOk || InitIsDateTime() != StatusOk) {
+    if (!book->ReadTables()) {
+        status = StatusCorrupt;
         return status;
     }
-    const std::vector<bool> dateStyles = ListDateStyles();
+    const std::vector<bool> dateStyles = ClassicXmlSheet::ListDateStyles(book->GetStyles());
     XmlPlacement placement;
+    LeftOutCells leftOut;
     std::size_t emptySheets = 0;
-    for (const int sheet : selection) {
-        SheetContent content;
-        if (!ReadSheet(sheet, dateStyles, content)) {
+    for (const int place : selection) {
+        ClassicXmlSheet sheet(dateStyles, GetContext(), leftOut);
+        if (!book->ReadSheet(sheets[static_cast<std::size_t>(place)].part, sheet)) {
             status = StatusCorrupt;
             return status;
         }
-        if (content.rows.empty()) {
+        if (sheet.GetRows().empty()) {
             ++emptySheets;
             continue;
         }
-        if (!PlaceSheet(content, placement, sink)) {
+        if (!PlaceSheet(sheet, placement, sink)) {
             status = StatusCorrupt;
             return status;
         }
-        PushRows(content, placement, sink);
+        PushRows(sheet, placement, sink);
     }
+    leftOut.AddTo(GetContext()->notes);
     if (emptySheets == selection.size()) {
         status = StatusNoData;
     }
     return status;
 }
 
-void Excel2007File::ReadDimension(Part& part) const {
-    if (const auto stream = OpenPart(GetSheetPartName(part.number, "xml"))) {
-        DimensionHandler handler;
-        ParseXml(*stream, handler);
-        part.cols = handler.GetColumns();
-        part.rows = handler.GetRows();
+// All rows are pushed: the sink isn't asked for the next one in this flavour.
+int Excel2007File::ReadBinary(ReadSpreadSheetData* sink) {
+    const std::vector<int> selection = selectedSheets;
+    if (!book->ReadTables()) {
+        status = StatusCorrupt;
+        return status;
     }
+    BinaryPlacement placement;
+    placement.vertical = vertical;
+    BinaryReceiver receiver(*book, *sink, placement);
+    for (const int place : selection) {
+        if (!book->ReadSheet(sheets[static_cast<std::size_t>(place)].part, receiver)) {
+            status = StatusCorrupt;
+            return status;
+        }
+    }
+    if (placement.unknownRecords != 0) {
+        const std::string name = NvSystemInfo::GetApplicationName();
+        warning += NvString::Format(
+            "%lu record(s) was found that %s doesn't know how to read.\nThese can be web-links, drawings, "
+            "formulas or other type of data that isn't\ninteresting for %s.\n",
+            placement.unknownRecords, name.c_str(), name.c_str());
+    }
+    // Only the last text counts: a good one behind a bad one makes up for it.
+    if (!book->AreTextsGood()) {
+        status = StatusCorrupt;
+    }
+    return status;
 }
 
-std::vector<FileContents::Part> Excel2007File::ListParts() {
+// A sheet that can't be read costs itself; where it is the only one, the read.
+int Excel2007File::ReadComplete(ReadSpreadSheetData* sink) {
+    if (!book->ReadTables()) {
+        failureText = "The workbook's shared strings or styles can't be read: their part is damaged.";
+        status = StatusCorrupt;
+        return status;
+    }
+    CellOutput output(*sink);
+    CompleteCells cells(*book, output, GetContext());
+    const bool isOnly = selectedSheets.size() == 1;
+    SheetSize size{0, 0};
+    for (const int place : selectedSheets) {
+        const WorkbookSheet& sheet = sheets[static_cast<std::size_t>(place)];
+        if (!FitsBehind(size.rows, MaxSheetRows) || !FitsBehind(size.cols, MaxSheetColumns)) {
+            failureText = "The chosen sheets are more than a table can hold.";
+            status = StatusCorrupt;
+            return status;
+        }
+        cells.BeginSheet(isOnly ? std::string() : sheet.name, vertical ? 0 : size.cols,
+                         vertical ? size.rows : 0, isOnly || vertical);
+        if (!book->ReadSheet(sheet.part, cells)) {
+            if (isOnly) {
+                failureText = DescribeFailure(sheet);
+                status = StatusCorrupt;
+                return status;
+            }
+            AddNote({"damaged-sheet", 1, sheet.name, DescribeFailure(sheet)});
+        }
+        const SheetSize& found = cells.GetExtent();
+        if (found.rows == 0) {
+            AddNote({"empty-sheet", 1, sheet.name, "the sheet \"" + sheet.name + "\" is empty"});
+        }
+        size.cols = vertical ? std::max(size.cols, found.cols) : size.cols + found.cols;
+        size.rows = vertical ? size.rows + found.rows : std::max(size.rows, found.rows);
+    }
+    extent = std::make_unique<SheetSize>(size);
+    sink->SetDataSize(size.cols, size.rows);
+    output.EndRow(size.rows);
+    cells.AddNotes(GetContext()->notes);
+    return status;
+}
+
+std::string Excel2007File::DescribeFailure(const WorkbookSheet& sheet) const {
+    return "the sheet \"" + sheet.name + "\" can't be read to its end: its part " + sheet.part +
+           (package->HasPart(sheet.part) ? " is damaged" : " isn't in the file");
+}
+
+SheetSize Excel2007File::MeasureSheet(const WorkbookSheet& sheet) const {
+    ExtentReceiver receiver;
+    book->ReadSheet(sheet.part, receiver);
+    return receiver.GetExtent();
+}
+
+const SheetSize& Excel2007File::GetExtent() {
+    if (extent == nullptr) {
+        SheetSize size{0, 0};
+        WithinBudget(StatusCorrupt, [&] {
+            for (const int place : selectedSheets) {
+                const SheetSize found = MeasureSheet(sheets[static_cast<std::size_t>(place)]);
+                size.cols = vertical ? std::max(size.cols, found.cols) : size.cols + found.cols;
+                size.rows = vertical ? size.rows + found.rows : std::max(size.rows, found.rows);
+            }
+            return status;
+        });
+        extent = std::make_unique<SheetSize>(size);
+    }
+    return *extent;
+}
+
+std::vector<FileContents::Part> Excel2007File::ListSheets() const {
     std::vector<Part> parts;
-    for (std::size_t place = 0; place < sheetNames.size(); ++place) {
+    for (std::size_t place = 0; place < sheets.size(); ++place) {
         Part part;
         part.kind = "sheet";
-        part.name = sheetNames[place];
+        part.name = sheets[place].name;
         part.number = static_cast<int>(place);
-        part.hidden = hiddenSheets[place];
-        if (isBinary) {
-            ReadBinaryDimension(part);
-        } else {
-            ReadDimension(part);
-        }
+        part.hidden = sheets[place].hidden;
         parts.push_back(std::move(part));
     }
     return parts;
 }
 
-std::vector<FileContents::Fact> Excel2007File::ListFacts() {
-    return {{"flavour", isBinary ? "binary (.xlsb)" : "XML (.xlsx)"},
-            {"sheets", std::to_string(sheetNames.size())}};
+// Programs that write row by row leave a size of one cell behind: that, or none, is looked up in the complete
+// reading.
+std::vector<FileContents::Part> Excel2007File::ListParts() {
+    std::vector<Part> parts = ListSheets();
+    try {
+        for (Part& part : parts) {
+            const WorkbookSheet& sheet = sheets[static_cast<std::size_t>(part.number)];
+            SheetSize size = book->ReadClaimedSize(sheet.part);
+            if (IsComplete() && (size.cols < 0 || (size.cols == 1 && size.rows == 1))) {
+                size = MeasureSheet(sheet);
+            }
+            part.cols = size.cols;
+            part.rows = size.rows;
+        }
+    } catch (const karta::BudgetExceeded&) {
+        // The other sizes stay unknown.
+    }
+    return parts;
 }
 
-Excel2007FileFactory::Excel2007FileFactory(signed char priority)
+std::vector<FileContents::Fact> Excel2007File::ListFacts() {
+    std::vector<Fact> facts;
+    facts.emplace_back("flavour",
+                       DescribeFlavour(IsComplete() ? package->GetContentType(workbookPart) : "", isBinary));
+    facts.emplace_back("sheets", std::to_string(sheetNames.size()));
+    if (IsComplete()) {
+        AddPackageFacts(facts);
+    }
+    return facts;
+}
+
+void Excel2007File::AddPackageFacts(std::vector<Fact>& facts) const {
+    facts.emplace_back("date system", book->GetDateSystem() == DateSystem::From1904 ? "1904" : "1900");
+    const auto relationships = package->ReadRelationships({});
+    PropertiesHandler application;
+    package->ParsePart(FindTarget(relationships, ApplicationType), application, XmlNames::ByNamespace);
+    const std::string& version = application.Get("AppVersion");
+    AddFact(facts, "application", application.Get("Application") + (version.empty() ? "" : " " + version));
+    PropertiesHandler document;
+    package->ParsePart(FindTarget(relationships, DocumentType), document, XmlNames::ByNamespace);
+    AddFact(facts, "title", document.Get("title"));
+    AddFact(facts, "author", document.Get("creator"));
+    AddFact(facts, "created", document.Get("created"));
+    AddFact(facts, "modified", document.Get("modified"));
+}
+
+Excel2007FileFactory::Excel2007FileFactory(char priority)
     : SprFileFactory("Excel2007 File", "Excel 2007 Files (*.xlsx; *.xlsb)", "Excel 2007 Files (*.xlsx)", 2,
                      ".xlsx\0.xlsb\0", 0, 1, 0, 1, 0, priority) {}
 
@@ -496,3 +693,19 @@ SpreadsheetFile* Excel2007FileFactory::GetSpreadsheetFile() {
 }
 
 static Excel2007FileFactory excel2007FileFactory(1);
+
+// A zip archive whose list of content types names a workbook.
+static FormatRecogniser::Evidence RecogniseWorkbook(const char* path, std::string_view head) {
+    if (!head.starts_with("PK")) {
+        return FormatRecogniser::Evidence::None;
+    }
+    try {
+        const WorkbookPackage package(path, WorkbookPackage::Names::AnyCase, nullptr);
+        return package.HasWorkbook() ? FormatRecogniser::Evidence::Proof : FormatRecogniser::Evidence::None;
+    } catch (const Exception&) {
+        return FormatRecogniser::Evidence::None;
+    }
+}
+
+static const FormatRecogniser Excel2007Recogniser("Excel2007 File", "xlsx", {".xlsm", ".xltx", ".xltm"},
+                                                  RecogniseWorkbook);

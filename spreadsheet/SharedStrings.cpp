@@ -3,4 +3,5 @@
 void SharedStrings::Clear() {
     texts.clear();
     arena.Clear();
+    share.Release();
 }

@@ -1,25 +1,37 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "base/MemoryShare.h"
 #include "base/TextArena.h"
 
 /** The texts that the cells of a workbook refer to by their place. */
 class SharedStrings {
 public:
+    /** The context counts what is kept; it may be null. */
+    explicit SharedStrings(std::shared_ptr<karta::ReadContext> readContext)
+        : share(std::move(readContext), "shared strings") {}
+
     void Clear();
-    void Add(std::string_view text) { texts.push_back(arena.Add(text)); }
+    void Add(std::string_view text) {
+        share.Add(sizeof(std::string_view) + text.size() + 1);
+        texts.emplace_back(arena.Add(text), text.size());
+    }
     bool Has(std::int64_t index) const {
         return index >= 0 && index < static_cast<std::int64_t>(texts.size());
     }
-    /** Valid until Clear; the empty text for an index that isn't there. */
-    const char* Get(std::int64_t index) const {
-        return Has(index) ? texts[static_cast<std::size_t>(index)] : "";
+    /** With a NUL behind it, valid until Clear; the empty text for an index that isn't there. */
+    std::string_view Get(std::int64_t index) const {
+        return Has(index) ? texts[static_cast<std::size_t>(index)] : std::string_view("");
     }
 
 private:
-    std::vector<const char*> texts;
+    MemoryShare share;
+    std::vector<std::string_view> texts;
     TextArena arena;
 };

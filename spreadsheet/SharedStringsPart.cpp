@@ -2,39 +2,131 @@
 
 #include "base/Unicode.h"
 
-void SharedStringsHandler::StartElement(int level, std::u16string_view name,
-                                        const xercesc::Attributes& /*attributes*/) {
-    if (level == 1) {
-        text.clear();
-        ended.assign(1, false);
+namespace {
+
+// "_x", four hexadecimal digits, "_".
+constexpr std::size_t EscapeLength = 7;
+
+int HexDigit(char16_t unit) {
+    if (unit >= u'0' && unit <= u'9') {
+        return unit - u'0';
+    }
+    const int lower = unit | 0x20;
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+/** The unit that a text begins with as an escape; -1 where it begins with none. */
+int GetEscaped(std::u16string_view text) {
+    if (text.size() < EscapeLength || text[1] != u'x' || text[EscapeLength - 1] != u'_') {
+        return -1;
+    }
+    int unit = 0;
+    for (const char16_t digit : text.substr(2, EscapeLength - 3)) {
+        const int value = HexDigit(digit);
+        if (value < 0) {
+            return -1;
+        }
+        unit = unit * 16 + value;
+    }
+    return unit;
+}
+
+}  // namespace
+
+void AppendUnescaped(std::string& text, std::u16string_view escaped) {
+    if (escaped.find(u"_x") == std::u16string_view::npos) {
+        AppendUtf8(text, escaped);
         return;
     }
+    std::u16string plain;
+    while (!escaped.empty()) {
+        const int unit = escaped.front() == u'_' ? GetEscaped(escaped) : -1;
+        plain += unit < 0 ? escaped.front() : static_cast<char16_t>(unit);
+        escaped.remove_prefix(unit < 0 ? 1 : EscapeLength);
+    }
+    AppendUtf8(text, plain);
+}
+
+void StringItem::Start() {
+    ended.assign(1, false);
+    ignoredLevel = 0;
+    textLevel = 0;
+    inRun = false;
+}
+
+bool StringItem::StartElement(int level, std::u16string_view name) {
+    const bool isText = name == u"t";
+    const bool holdsText =
+        form == XmlForm::Full ? StartFull(level, name, isText) : StartLiteral(level, isText);
+    if (holdsText) {
+        textLevel = level;
+    }
+    return holdsText;
+}
+
+bool StringItem::StartFull(int level, std::u16string_view name, bool isText) {
+    if (level == 1) {
+        inRun = name == u"r";
+    }
+    return isText && (level == 1 || (level == 2 && inRun));
+}
+
+bool StringItem::StartLiteral(int level, bool isText) {
     if (ignoredLevel > 0) {
-        return;
+        return false;
     }
     // The element's level is the last one in the list: its parent put it there.
     if (ended.back()) {
         ignoredLevel = level;
-    } else if (name == u"t") {
+        return false;
+    }
+    if (isText) {
         ended.back() = true;
         ignoredLevel = level;
-        inText = true;
-        BeginText();
     } else {
         ended.push_back(false);
+    }
+    return isText;
+}
+
+bool StringItem::EndElement(int level) {
+    if (form == XmlForm::Literal) {
+        if (ignoredLevel == 0) {
+            ended.pop_back();
+        } else if (ignoredLevel == level) {
+            ignoredLevel = 0;
+        }
+    }
+    const bool wasText = textLevel == level;
+    if (wasText) {
+        textLevel = 0;
+    }
+    return wasText;
+}
+
+void SharedStringsHandler::StartElement(int level, std::u16string_view name,
+                                        const xercesc::Attributes& /*attributes*/) {
+    if (level == 1) {
+        inItem = GetForm() == XmlForm::Literal || name == u"si";
+        text.clear();
+        item.Start();
+    } else if (inItem && item.StartElement(level - 1, name)) {
+        BeginText();
     }
 }
 
 void SharedStringsHandler::EndElement(int level) {
+    if (!inItem) {
+        return;
+    }
     if (level == 1) {
         strings.Add(text);
-    } else if (ignoredLevel == 0) {
-        ended.pop_back();
-    } else if (ignoredLevel == level) {
-        if (inText) {
+        inItem = false;
+    } else if (item.EndElement(level - 1)) {
+        if (GetForm() == XmlForm::Full) {
+            AppendUnescaped(text, EndText());
+        } else {
             AppendUtf8(text, EndText());
         }
-        inText = false;
-        ignoredLevel = 0;
     }
 }

@@ -18,16 +18,41 @@ void CheckRange(int number, int limit) {
     }
 }
 
-// The largest end of the spans, which are written "1:3 7:9"; no larger than a sheet can be.
-int GetSpansEnd(std::u16string_view spans) {
-    int end = 0;
-    std::size_t colon = spans.find(u':');
-    while (colon != std::u16string_view::npos) {
-        spans.remove_prefix(colon + 1);
-        end = std::max(end, ToInt(spans.substr(0, spans.find(u' '))));
-        colon = spans.find(u':');
+void CheckAnswer(bool goesOn) {
+    if (!goesOn) {
+        throw xercesc::SAXException("the sheet isn't wanted any further");
     }
-    return std::min(end, MaxSheetColumns);
+}
+
+// What stands behind the first colon of "1:3"; no larger than a sheet can be.
+int GetSpansEnd(std::u16string_view spans) {
+    const std::size_t colon = spans.find(u':');
+    const int end = colon == std::u16string_view::npos ? 0 : ToInt(spans.substr(colon + 1));
+    return std::clamp(end, 0, MaxSheetColumns);
+}
+
+SheetCell::Type GetType(std::u16string_view type) {
+    struct Known {
+        std::u16string_view name;
+        SheetCell::Type type;
+    };
+    static constexpr Known Types[] = {
+        {u"s", SheetCell::Type::SharedText},    {u"n", SheetCell::Type::MarkedNumber},
+        {u"str", SheetCell::Type::FormulaText}, {u"inlineStr", SheetCell::Type::InlineText},
+        {u"b", SheetCell::Type::Bool},          {u"e", SheetCell::Type::Error},
+        {u"d", SheetCell::Type::Date}};
+    if (type.empty()) {
+        return SheetCell::Type::Number;
+    }
+    const auto* const found = std::find_if(std::begin(Types), std::end(Types),
+                                           [type](const Known& known) { return known.name == type; });
+    return found == std::end(Types) ? SheetCell::Type::Other : found->type;
+}
+
+// The digits behind the letters of a reference; 0 where there are none.
+int GetRowIndex(std::u16string_view reference) {
+    const std::size_t digits = reference.find_first_of(u"0123456789");
+    return digits == std::u16string_view::npos ? 0 : ToInt(reference.substr(digits));
 }
 
 }  // namespace
@@ -45,35 +70,61 @@ int SheetHandler::GetColumnIndex(std::u16string_view reference) {
 
 void SheetHandler::StartElement(int level, std::u16string_view name, const xercesc::Attributes& attributes) {
     if (level == RowLevel) {
-        StartRow(attributes);
-    } else if (level == CellLevel && name == u"c") {
+        inRow = GetForm() == XmlForm::Literal || name == u"row";
+        if (inRow) {
+            StartRow(attributes);
+        }
+    } else if (level == CellLevel && inRow && name == u"c") {
         StartCell(attributes);
-    } else if (level == ValueLevel && inCell && !hasValue && name == u"v") {
-        hasValue = true;
+    } else if (inCell) {
+        StartInCell(level, name);
+    }
+}
+
+void SheetHandler::StartInCell(int level, std::u16string_view name) {
+    if (inItem) {
+        inItemText = item.StartElement(level - ValueLevel, name);
+        if (inItemText) {
+            BeginText();
+        }
+    } else if (level == ValueLevel && !cell.hasValue && name == u"v") {
+        cell.hasValue = true;
         inValue = true;
         BeginText();
+    } else if (level == ValueLevel && cell.type == SheetCell::Type::InlineText && name == u"is") {
+        inItem = true;
+        item.Start();
     }
 }
 
 void SheetHandler::EndElement(int level) {
-    if (level == ValueLevel && inValue) {
-        inValue = false;
-        value.clear();
-        AppendUtf8(value, EndText());
-    } else if (level == CellLevel && inCell) {
+    if (level == CellLevel && inCell) {
         inCell = false;
         FinishCell();
+    } else if (level == ValueLevel && inValue) {
+        inValue = false;
+        value.clear();
+        if (GetForm() == XmlForm::Full && cell.type == SheetCell::Type::FormulaText) {
+            AppendUnescaped(value, EndText());
+        } else {
+            AppendUtf8(value, EndText());
+        }
+    } else if (level == ValueLevel) {
+        inItem = false;
+    } else if (inItem && item.EndElement(level - ValueLevel)) {
+        AppendUnescaped(inlineText, EndText());
     }
 }
 
 void SheetHandler::StartRow(const xercesc::Attributes& attributes) {
-    const std::u16string_view reference = GetAttributeValue(attributes, u"r");
-    const int before = content.rows.empty() ? 0 : content.rows.back().number;
-    const int number = reference.empty() ? before + 1 : ToInt(reference);
+    const int number = ToInt(GetAttributeValue(attributes, u"r"));
+    const bool isNumbered = GetForm() == XmlForm::Literal || number > 0;
     CheckRange(number, MaxSheetRows);
-    content.rows.push_back({number, content.cells.size()});
-    content.columns = std::max(content.columns, GetSpansEnd(GetAttributeValue(attributes, u"spans")));
+    rowNumber = isNumbered ? number : rowNumber + 1;
+    isRowNamed = isNumbered;
+    CheckRange(rowNumber, MaxSheetRows);
     lastColumn = 0;
+    CheckAnswer(receiver.StartRow(rowNumber, GetSpansEnd(GetAttributeValue(attributes, u"spans"))));
 }
 
 void SheetHandler::StartCell(const xercesc::Attributes& attributes) {
@@ -94,60 +145,44 @@ void SheetHandler::StartCell(const xercesc::Attributes& attributes) {
             type = attributes.getValue(i);
         }
     }
-    lastColumn = reference.empty() ? lastColumn + 1 : GetColumnIndex(reference);
-    CheckRange(lastColumn, MaxSheetColumns);
-    cell.column = lastColumn;
-    cell.kind = GetKind(type, style);
+    PlaceCell(reference);
+    cell.type = GetType(type);
+    cell.style = style.empty() ? -1 : ToInt(style);
+    cell.hasValue = false;
     inCell = true;
-    hasValue = false;
+    inItem = false;
     value.clear();
+    inlineText.clear();
 }
 
-// Only four types are understood; all others, results of formulas and inline texts among them, are empty.
-SheetContent::Kind SheetHandler::GetKind(std::u16string_view type, std::u16string_view style) const {
-    if (type.empty()) {
-        return !style.empty() && IsDate(style) ? SheetContent::Date : SheetContent::Number;
+void SheetHandler::PlaceCell(std::u16string_view reference) {
+    const int column = GetColumnIndex(reference);
+    lastColumn = GetForm() == XmlForm::Full && column == 0 ? lastColumn + 1 : column;
+    CheckRange(lastColumn, MaxSheetColumns);
+    cell.col = lastColumn;
+    cell.row = rowNumber;
+    if (!isRowNamed) {
+        const int row = GetRowIndex(reference);
+        if (row > rowNumber && row <= MaxSheetRows) {
+            rowNumber = row;
+            cell.row = row;
+            CheckAnswer(receiver.StartRow(row, 0));
+        }
     }
-    if (type == u"s") {
-        return SheetContent::SharedString;
-    }
-    return type == u"b" ? SheetContent::True : SheetContent::Empty;
-}
-
-bool SheetHandler::IsDate(std::u16string_view style) const {
-    const int index = ToInt(style);
-    return index >= 0 && static_cast<std::size_t>(index) < isDateStyle.size() &&
-           isDateStyle[static_cast<std::size_t>(index)];
 }
 
 void SheetHandler::FinishCell() {
-    if (!hasValue) {
-        cell.kind = SheetContent::Empty;
-    }
     int number = 0;
-    switch (cell.kind) {
-        case SheetContent::Number:
-        case SheetContent::Date:
-            cell.text = content.texts.Add(value);
-            break;
-        case SheetContent::SharedString:
-            NvString::ToInt(value, number);
-            cell.index = number;
-            break;
-        case SheetContent::True:
-        case SheetContent::False:
-            NvString::ToInt(value, number);
-            cell.kind = number == 0 ? SheetContent::False : SheetContent::True;
-            break;
-        case SheetContent::Empty:
-            break;
-    }
-    content.cells.push_back(cell);
+    cell.hasIndex = cell.type == SheetCell::Type::SharedText && NvString::ToInt(value, number);
+    cell.index = number;
+    const bool isInline = cell.type == SheetCell::Type::InlineText;
+    cell.text = isInline && (!cell.hasValue || !inlineText.empty()) ? inlineText : value;
+    CheckAnswer(receiver.TakeCell(cell));
 }
 
-void DimensionHandler::startElement(const XMLCh* /*uri*/, const XMLCh* /*localName*/, const XMLCh* name,
+void DimensionHandler::startElement(const XMLCh* /*uri*/, const XMLCh* localName, const XMLCh* name,
                                     const xercesc::Attributes& attributes) {
-    const std::u16string_view element = name;
+    const std::u16string_view element = form == XmlForm::Full ? localName : name;
     if (element == u"sheetData") {
         throw xercesc::SAXException("the part claims no size");
     }
@@ -158,11 +193,9 @@ void DimensionHandler::startElement(const XMLCh* /*uri*/, const XMLCh* /*localNa
     std::u16string_view last = GetAttributeValue(attributes, u"ref");
     last.remove_prefix(last.rfind(u':') + 1);
     const int lastColumn = SheetHandler::GetColumnIndex(last);
-    const std::size_t digits = last.find_first_of(u"0123456789");
-    const int lastRow = digits == std::u16string_view::npos ? 0 : ToInt(last.substr(digits));
+    const int lastRow = GetRowIndex(last);
     if (lastColumn > 0 && lastRow > 0 && lastRow <= MaxSheetRows) {
-        columns = lastColumn;
-        rows = lastRow;
+        size = {lastColumn, lastRow};
     }
     throw xercesc::SAXException("the size is known");
 }

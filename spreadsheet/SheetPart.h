@@ -1,61 +1,26 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
-#include <vector>
+#include <string_view>
 
-#include "base/TextArena.h"
+#include "spreadsheet/SharedStringsPart.h"
+#include "spreadsheet/SheetCell.h"
 #include "spreadsheet/WorkbookPart.h"
 
-/** The largest numbers that a sheet of this format knows. */
-constexpr int MaxSheetRows = 1048576;
-constexpr int MaxSheetColumns = 16384;
-
-/** A worksheet in memory: 16 bytes a cell beside its text, kept until all of its part was seen. */
-struct SheetContent {
-    /** What a cell pushes. */
-    enum Kind : std::uint8_t {
-        Empty,        /**< the empty text */
-        Number,       /**< `text` as it stands */
-        Date,         /**< the date of the number in `text` */
-        SharedString, /**< the shared string `index` */
-        False,
-        True
-    };
-    struct Cell {
-        int column;
-        Kind kind;
-        union {
-            const char* text;
-            std::int64_t index;
-        };
-    };
-    struct Row {
-        int number;
-        std::size_t firstCell; /**< its cells reach to those of the next row */
-    };
-
-    std::vector<Row> rows;
-    std::vector<Cell> cells;
-    TextArena texts;
-    int columns = 0; /**< the largest end of any row's spans */
-
-    /** One past the last cell of a row. */
-    std::size_t EndOfRow(std::size_t row) const {
-        return row + 1 < rows.size() ? rows[row + 1].firstCell : cells.size();
-    }
-};
-
 /**
- * Reads a worksheet part: the rows are the children of `sheetData`, whatever they are called, and their
- * cells the children `c` of these. A row or a cell without a reference comes after the one before it. A
- * row or column beyond those that a sheet can have ends the parse.
+ * Reads a worksheet part and hands on its rows and cells as they stand there: the rows are the children of
+ * `sheetData`, in the literal form whatever they are called, and their cells the children `c` of these. A row
+ * or column beyond those that a sheet can have ends the parse, and so does the receiver's answer.
+ *
+ * In the literal form a row's number is its "r", and a cell's column the letters of its own "r", each 0 where
+ * it isn't there; a row's columns are what stands behind the first colon of its "spans". In the full form a
+ * row or a cell without a reference comes after the one before it.
  */
 class SheetHandler : public NodeHandler {
 public:
-    /** `dateStyles` tells of each cell format whether it is one of dates. Both stay the caller's. */
-    SheetHandler(const std::vector<bool>& dateStyles, SheetContent& target)
-        : NodeHandler(u"sheetData"), isDateStyle(dateStyles), content(target) {}
+    /** The receiver stays the caller's. */
+    SheetHandler(XmlForm partForm, SheetReceiver& target)
+        : NodeHandler(partForm, u"sheetData"), receiver(target), item(partForm) {}
 
     /** The number that the letters in a cell's reference stand for, A being 1; 0 without any. */
     static int GetColumnIndex(std::u16string_view reference);
@@ -67,18 +32,23 @@ protected:
 private:
     void StartRow(const xercesc::Attributes& attributes);
     void StartCell(const xercesc::Attributes& attributes);
+    void PlaceCell(std::u16string_view reference);
+    void StartInCell(int level, std::u16string_view name);
     void FinishCell();
-    SheetContent::Kind GetKind(std::u16string_view type, std::u16string_view style) const;
-    bool IsDate(std::u16string_view style) const;
 
-    const std::vector<bool>& isDateStyle;
-    SheetContent& content;
+    SheetReceiver& receiver;
+    StringItem item;
+    int rowNumber = 0;
+    bool isRowNamed = false;
     int lastColumn = 0;
+    bool inRow = false;
     bool inCell = false;
     bool inValue = false;
-    bool hasValue = false;
-    SheetContent::Cell cell{};
+    bool inItem = false;      // inside the `is` of a cell
+    bool inItemText = false;  // inside one of its `t`
+    SheetCell cell;
     std::string value;
+    std::string inlineText;
 };
 
 /**
@@ -87,14 +57,14 @@ private:
  */
 class DimensionHandler : public XmlHandler {
 public:
-    /** Both -1 where the part claims nothing. */
-    int GetColumns() const { return columns; }
-    int GetRows() const { return rows; }
+    explicit DimensionHandler(XmlForm partForm) : form(partForm) {}
+
+    const SheetSize& GetSize() const { return size; }
 
     void startElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* name,
                       const xercesc::Attributes& attributes) override;
 
 private:
-    int columns = -1;
-    int rows = -1;
+    XmlForm form;
+    SheetSize size;
 };

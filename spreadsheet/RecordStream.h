@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+/** How much of the records' format a binary part is read by. */
+enum class RecordForm {
+    /**
+     * A length is of one or two bytes, so that one of 16,384 or more, which takes a third in the file, is
+     * misread; of a text's 16-bit characters only the low bytes are kept.
+     */
+    Short,
+    /** A length is of up to four bytes, a text UTF-16. */
+    Full
+};
+
+/**
+ * The records of a binary part, one after the other: each an id, a length and its data. Bytes behind a
+ * record's data are zeros, so that every fixed field can be read of any record.
+ */
+class RecordStream {
+public:
+    /** The stream stays the caller's. */
+    RecordStream(std::istream& partStream, RecordForm recordForm);
+
+    /** Reads one record; false at the end of the part, within the last record too, and where it is damaged.
+     */
+    bool Next();
+    /** Reads records up to one of this id. */
+    bool Find(int wanted);
+    /** Reads on to the end, since only there the archive compares the checksum; false for a damaged part. */
+    bool IsIntact();
+    bool IsDamaged() const { return damaged; }
+
+    int GetId() const { return id; }
+    std::size_t GetLength() const { return length; }
+    std::uint8_t GetByte(std::size_t offset) const;
+    int GetI2(std::size_t offset) const;
+    std::int32_t GetI4(std::size_t offset) const;
+    double GetDouble(std::size_t offset) const;
+
+    /**
+     * The text whose count of characters stands at `offset` and which begins behind it, in UTF-8; in the
+     * short form its low bytes. False where it can't be one, which leaves `text` as it is: in the short form
+     * where its bytes up to the first NUL are more than its characters, in the full one where it outruns the
+     * record.
+     */
+    bool GetText(std::size_t offset, std::string& text) const;
+
+private:
+    // No text of a cell comes near; what is longer is of other things, and only its beginning is kept.
+    static constexpr std::size_t LongestKept = std::size_t{1} << 20;
+    static constexpr std::size_t Room = 16;
+
+    bool ReadNumber(int mostBytes, std::uint32_t& number);
+    bool ReadData(std::uint32_t count);
+    bool GetShortText(std::size_t begin, std::uint32_t count, std::string& text) const;
+
+    std::istream& stream;
+    RecordForm form;
+    bool damaged = false;
+    int id = 0;
+    std::size_t length = 0;  // of what is kept
+    std::vector<char> data = std::vector<char>(Room);
+};
