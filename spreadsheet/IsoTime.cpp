@@ -45,17 +45,19 @@ public:
         return true;
     }
 
-    /** The digits behind a decimal mark, in microseconds. */
+    /** The digits behind a decimal mark, rounded to microseconds. */
     std::int64_t TakeFraction() {
-        std::int64_t microseconds = 0;
+        constexpr std::size_t Places = 6;
         if (!Take('.') && !Take(',')) {
             return 0;
         }
-        for (std::int64_t unit = Second / 10; !rest.empty() && IsDigit(rest.front()); unit /= 10) {
-            microseconds += unit * (rest.front() - '0');
-            rest.remove_prefix(1);
+        const std::string_view digits = rest.substr(0, rest.find_first_not_of("0123456789"));
+        std::int64_t microseconds = 0;
+        for (std::size_t i = 0; i < Places; ++i) {
+            microseconds = microseconds * 10 + (i < digits.size() ? digits[i] - '0' : 0);
         }
-        return microseconds;
+        rest.remove_prefix(digits.size());
+        return microseconds + (digits.size() > Places && digits[Places] >= '5' ? 1 : 0);
     }
 
     bool TakeNumber(double& number) {

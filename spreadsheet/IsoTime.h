@@ -18,7 +18,7 @@ struct IsoTime {
 
     /**
      * "2021-01-31", "2021-01-31T10:10:10.5", the same with "Z" or "+02:00", "10:10:10" and "PT30H10M";
-     * nothing for any other text. Digits beyond microseconds are cut.
+     * nothing for any other text. Seconds are rounded to microseconds.
      */
     static std::optional<IsoTime> Parse(std::string_view text);
 };
