@@ -41,6 +41,12 @@ void MatElementStream::Align(std::uint64_t multiple) {
     }
 }
 
+bool MatElementStream::Skip(std::uint64_t size) {
+    const std::uint64_t count = Drop(size);
+    position += count;
+    return count == size;
+}
+
 void MatElementStream::Rewind() {
     position = start;
     Restart();
@@ -53,8 +59,20 @@ std::size_t MatPlainStream::Fill(std::uint8_t* target, std::size_t size) {
     return count;
 }
 
-MatInflatingStream::MatInflatingStream(std::span<const std::uint8_t> payload, std::uint64_t bound)
-    : MatElementStream(0), all(payload), limit(bound), left(bound), inflater(std::make_unique<z_stream_s>()) {
+std::uint64_t MatPlainStream::Drop(std::uint64_t size) {
+    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(size, rest.size()));
+    rest = rest.subspan(count);
+    return count;
+}
+
+MatInflatingStream::MatInflatingStream(std::span<const std::uint8_t> payload, std::uint64_t bound,
+                                       karta::Budget& readBudget)
+    : MatElementStream(0),
+      all(payload),
+      limit(bound),
+      budget(readBudget),
+      left(bound),
+      inflater(std::make_unique<z_stream_s>()) {
     failed = inflateInit(inflater.get()) != Z_OK;
     MatInflatingStream::Restart();
 }
@@ -74,6 +92,7 @@ void MatInflatingStream::Restart() {
 
 std::size_t MatInflatingStream::Fill(std::uint8_t* target, std::size_t size) {
     const auto wanted = static_cast<uInt>(std::min<std::uint64_t>({size, left, std::uint64_t{1} << 30}));
+    budget.ChargeWork(wanted, "inflating an array");
     inflater->next_out = target;
     inflater->avail_out = wanted;
     while (inflater->avail_out > 0 && !failed && !finished) {
@@ -84,6 +103,20 @@ std::size_t MatInflatingStream::Fill(std::uint8_t* target, std::size_t size) {
     }
     const std::size_t count = wanted - inflater->avail_out;
     left -= count;
+    return count;
+}
+
+std::uint64_t MatInflatingStream::Drop(std::uint64_t size) {
+    std::vector<std::uint8_t> dropped(static_cast<std::size_t>(std::min<std::uint64_t>(size, ChunkSize)));
+    std::uint64_t count = 0;
+    while (count < size) {
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size - count, dropped.size()));
+        const std::size_t filled = Fill(dropped.data(), wanted);
+        count += filled;
+        if (filled < wanted) {
+            break;
+        }
+    }
     return count;
 }
 

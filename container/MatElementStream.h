@@ -6,6 +6,8 @@
 #include <span>
 #include <vector>
 
+#include "base/Budget.h"
+
 struct z_stream_s;
 
 /**
@@ -22,6 +24,8 @@ public:
     bool ReadAll(std::vector<std::uint8_t>& bytes, std::uint64_t size);
     /** Moves forward to the next multiple; the end may come first. */
     void Align(std::uint64_t multiple);
+    /** Passes over `size` bytes; false when the end comes first. */
+    bool Skip(std::uint64_t size);
     std::uint64_t Tell() const { return position; }
 
     /** Back to the first byte. */
@@ -33,6 +37,8 @@ protected:
     explicit MatElementStream(std::uint64_t firstPosition) : start(firstPosition), position(firstPosition) {}
 
     virtual std::size_t Fill(std::uint8_t* target, std::size_t size) = 0;
+    /** Passes over bytes; how many there were. */
+    virtual std::uint64_t Drop(std::uint64_t size) = 0;
     virtual void Restart() = 0;
 
 private:
@@ -51,6 +57,7 @@ public:
 
 private:
     std::size_t Fill(std::uint8_t* target, std::size_t size) override;
+    std::uint64_t Drop(std::uint64_t size) override;
     void Restart() override { rest = all; }
 
     std::span<const std::uint8_t> all;
@@ -60,8 +67,8 @@ private:
 /** The content of a compressed element, inflated as it is asked for and up to a bound. */
 class MatInflatingStream : public MatElementStream {
 public:
-    /** The payload stays the caller's and must outlive the stream. */
-    MatInflatingStream(std::span<const std::uint8_t> payload, std::uint64_t bound);
+    /** The payload and the budget stay the caller's and must outlive the stream. */
+    MatInflatingStream(std::span<const std::uint8_t> payload, std::uint64_t bound, karta::Budget& readBudget);
     ~MatInflatingStream() override;
 
     /** Inflates the rest, up to the bound, and drops it. */
@@ -69,10 +76,12 @@ public:
 
 private:
     std::size_t Fill(std::uint8_t* target, std::size_t size) override;
+    std::uint64_t Drop(std::uint64_t size) override;
     void Restart() override;
 
     std::span<const std::uint8_t> all;
     std::uint64_t limit;
+    karta::Budget& budget;
     std::uint64_t left;  // of the bound
     std::unique_ptr<z_stream_s> inflater;
     bool failed = false;

@@ -10,15 +10,19 @@
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
 
-class MatElementStream;
-class Matlab4Reader;
+class Mat4Content;
+class MatContent;
 class OutputFile;
+struct MatChoice;
 struct MatHeader;
-struct MatPlace;
 
 /**
  * MATLAB's MAT-files: level 4 read and written, level 5 (also compressed) read. Which it is, the first 20
  * bytes tell.
+ *
+ * The complete reading takes all arrays of either level as parts, also those in cells and structures, and
+ * reads the one with most numbers unless the options name others; see MatWorkspace. What follows are the
+ * classic rules.
  *
  * Level 4: Open indexes up to 20 matrices and one of them, the first until SetCurMatrix chooses another,
  * becomes the table: numbers as doubles, a text matrix as a column of strings, a sparse one with its zeros.
@@ -93,6 +97,8 @@ public:
     bool IsComplex() const;
 
     std::vector<Part> ListParts() override;
+    /** By the complete reading alone. */
+    std::vector<Fact> ListFacts() override;
     bool SelectPart(int number) override;
 
     // The layout of several level 5 arrays in one table. The names VARNAM, VARNUM, OBSNAM and OBSNUM, of
@@ -120,27 +126,19 @@ protected:
 
 private:
     int OpenForWriting(const char* fileName);
-    int OpenMatlab4();
-    int OpenMatlab5();
-    void MakeIndexTable();
-    bool FindNamedLayout();
-    bool FindIdLayout();
+    int OpenClassic();
+    int OpenComplete(const char* fileName, const NvImportOpenOptions* options);
+    int TakeLayout();
+    MatChoice GetChoice() const;
     const MatHeader* CurrentHeader() const;
-    const MatHeader* HeaderAt(int entry) const;
     bool GetTableSize(int& rows, int& columns);
-    void ReadNamedLayout(ReadSpreadSheetData* sink) const;
-    void ReadIdLayout(ReadSpreadSheetData* sink) const;
-    int ReadMatlab5(ReadSpreadSheetData* sink);
+    int FailureOfLevel() const;
 
     std::int32_t mode = ModeClosed;
     MappedFile file;
-    std::unique_ptr<Matlab4Reader> level4;
-    std::vector<int> indexTable;  // the matrices of a layout by their part in it, -1 for none
-    int rowIdCount = 0;
-    int columnIdCount = 0;
+    std::unique_ptr<MatContent> content;  // looks into the file
+    Mat4Content* level4 = nullptr;        // the same, where the classic reading finds a level 4 file
     bool isLevel5 = false;
-    bool level5Swap = false;
-    std::unique_ptr<MatElementStream> element;  // the first one of a level 5 file
     std::unique_ptr<OutputFile> output;
 };
 

@@ -26,15 +26,15 @@ constexpr int BigEndianType = 1000;
 constexpr int MaxPrecision = 5;
 constexpr int MaxMatrixType = 2;
 
-// Longer names are cut.
+// Longer names are cut by the classic rules.
 constexpr std::size_t NameSize = 63;
 
 // A sparse matrix: row, column, value and perhaps an imaginary value; its last row is its size.
 constexpr int MinSparseColumns = 3;
 constexpr int ComplexSparseColumns = 4;
 
-// The width of an element on the way past a matrix, by P. A single-precision one is counted twice as long
-// as it is: the next matrix is looked for behind as many bytes, and always was.
+// The width of an element on the way past a matrix by the classic rules, by P: a single-precision one is
+// counted twice as long as it is.
 constexpr std::size_t SkippedWidth[] = {8, 8, 4, 2, 2, 1};
 // The width of an element as it is read, by P.
 constexpr std::size_t ElementWidth[] = {8, 4, 4, 2, 2, 1};
@@ -72,17 +72,18 @@ std::int32_t Matlab4Reader::IntAt(std::span<const std::uint8_t> record, std::siz
     return DecodeMatNumber<std::int32_t>(record.data() + offset, swap == 1);
 }
 
-// The first matrix's type tells the byte order of the file.
+// The first matrix's type tells the byte order of the file; as written, each tells its own.
 int Matlab4Reader::SplitType(std::span<const std::uint8_t> record, MatHeader& header) {
     const auto inRange = [](std::int64_t type) { return type >= 0 && type <= MaxType; };
     const bool first = swap < 0;
-    if (first) {
+    if (first || rules == Rules::AsWritten) {
         swap = inRange(IntAt(record, TypeOffset)) ? 0 : 1;
     }
     const std::int64_t type = std::int64_t{IntAt(record, TypeOffset)} - (swap == 1 ? BigEndianType : 0);
     if (!inRange(type)) {
         return first ? MatFile::StatusNoMatFile : MatFile::StatusMatrixHeader;
     }
+    header.swapped = swap == 1;
     header.precision = static_cast<int>(type / 10 % 10);
     header.type = static_cast<int>(type % 10);
     return header.precision <= MaxPrecision && header.type <= MaxMatrixType ? 0 : MatFile::StatusMatrixHeader;
@@ -102,14 +103,16 @@ int Matlab4Reader::ReadHeader(std::span<const std::uint8_t> record, std::uint64_
         return MatFile::StatusMatrixHeader;
     }
     const auto length = static_cast<std::size_t>(header.nameLength);
-    header.name.assign(reinterpret_cast<const char*>(bytes.data()) + position, std::min(length, NameSize));
+    header.name.assign(reinterpret_cast<const char*>(bytes.data()) + position,
+                       rules == Rules::Classic ? std::min(length, NameSize) : length);
     header.name.resize(std::min(header.name.find('\0'), header.name.size()));
     position += length;
     header.dataOffset = position;
     if (header.rows < 0 || header.columns < 0) {
         return MatFile::StatusMatrix;
     }
-    std::uint64_t width = SkippedWidth[header.precision];
+    std::uint64_t width =
+        rules == Rules::Classic ? SkippedWidth[header.precision] : ElementWidth[header.precision];
     if (header.type == MatHeader::Sparse) {
         header.complex = header.complex || header.columns == ComplexSparseColumns;
     } else {
@@ -121,6 +124,8 @@ int Matlab4Reader::ReadHeader(std::span<const std::uint8_t> record, std::uint64_
         return MatFile::StatusMatrix;
     }
     position += elements * width;
+    header.dataEnd = position;
+    header.cut = position > bytes.size();
     headers.push_back(std::move(header));
     return 0;
 }
@@ -129,10 +134,11 @@ int Matlab4Reader::Index() {
     std::uint64_t position = 0;
     // Data may run past the end of the file: a matrix that is cut is read as far as it goes.
     while (position < bytes.size()) {
+        lastPosition = position;
         if (bytes.size() - position < HeaderSize) {
             return MatFile::StatusMatrixHeader;
         }
-        if (headers.size() == MaxMatrices) {
+        if (headers.size() == MaxMatrices && rules == Rules::Classic) {
             break;
         }
         const auto record = bytes.subspan(static_cast<std::size_t>(position), HeaderSize);

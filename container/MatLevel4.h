@@ -18,7 +18,10 @@ struct MatHeader {
     int columns = 0;
     int nameLength = 0; /**< in the file, its NUL included */
     bool complex = false;
+    bool swapped = false; /**< its numbers are big-endian */
+    bool cut = false;     /**< its data runs past the end of the file */
     std::uint64_t dataOffset = 0;
+    std::uint64_t dataEnd = 0;
     std::string name;
 };
 
@@ -37,12 +40,22 @@ struct MatPlace {
  */
 class Matlab4Reader {
 public:
-    /** The bytes of the whole file stay the caller's and must outlive the reader. */
-    explicit Matlab4Reader(std::span<const std::uint8_t> file) : bytes(file) {}
+    enum class Rules {
+        /** Up to 20 matrices of one byte order; a single-precision one is passed over at 8 bytes an element.
+         */
+        Classic,
+        AsWritten
+    };
 
-    /** Reads all headers, up to 20, seeking past the data. */
+    /** The bytes of the whole file stay the caller's and must outlive the reader. */
+    explicit Matlab4Reader(std::span<const std::uint8_t> file, Rules decodingRules = Rules::Classic)
+        : bytes(file), rules(decodingRules) {}
+
+    /** Reads all headers, seeking past the data. What came before a failure stays. */
     int Index();
     const std::vector<MatHeader>& Headers() const { return headers; }
+    /** Where the header that ended Index stands. */
+    std::uint64_t GetPosition() const { return lastPosition; }
 
     /** The size of the table that a matrix makes. False for a sparse one whose size can't be believed. */
     bool GetSize(const MatHeader& header, int& rows, int& columns) const;
@@ -66,6 +79,8 @@ private:
     std::int32_t IntAt(std::span<const std::uint8_t> record, std::size_t offset) const;
 
     std::span<const std::uint8_t> bytes;
+    Rules rules;
     int swap = -1;  // not known, native, big-endian
+    std::uint64_t lastPosition = 0;
     std::vector<MatHeader> headers;
 };

@@ -1,58 +1,24 @@
 #include "container/MatLevel5.h"
 
 #include <algorithm>
-#include <cstring>
-#include <limits>
-#include <string>
 
-#include "base/Exception.h"
 #include "container/MatNumber.h"
-#include "frame/ReadSpreadSheetData.h"
-#include "host/NvSystemInfo.h"
 
 namespace {
 
-// A tag: type and size, or both in the first word's halves with the content right behind it.
+// A tag: type and size, or both in the first word's halves with up to four bytes of content right behind it.
 constexpr unsigned int SmallAlignment = 4;
+constexpr std::uint32_t MaxSmallSize = 4;
 
-// The array flags: two words, the second of which counts a sparse array's entries.
-constexpr std::uint32_t ComplexFlag = 0x800;
-constexpr std::uint32_t SparseMask = 0xf;
-constexpr std::uint32_t MaxDimensions = 2;
+constexpr std::uint32_t ClassMask = 0xff;
+constexpr std::uint32_t FlagsSize = 8;
+// MATLAB itself knows no arrays of more dimensions than a few.
+constexpr std::uint32_t MaxDimensions = 64;
+// Names are of 63 characters in MATLAB; objects' classes may be longer.
+constexpr std::uint32_t MaxNameSize = 4096;
 
-// Values are taken from the stream in pieces that stay in the processor's cache.
-constexpr std::size_t PieceSize = 1 << 18;
-
-// Small integers go as int, larger ones as 64 bits, the rest as they are.
-void SetNumber(ReadSpreadSheetData* sink, int column, int row, int value) {
-    sink->Set(column, row, value);
-}
-void SetNumber(ReadSpreadSheetData* sink, int column, int row, std::uint32_t value) {
-    sink->Set(column, row, std::int64_t{value});
-}
-void SetNumber(ReadSpreadSheetData* sink, int column, int row, std::int64_t value) {
-    sink->Set(column, row, value);
-}
-void SetNumber(ReadSpreadSheetData* sink, int column, int row, std::uint64_t value) {
-    if (value > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
-        sink->Set(column, row, static_cast<double>(value));
-    } else {
-        sink->Set(column, row, static_cast<std::int64_t>(value));
-    }
-}
-void SetNumber(ReadSpreadSheetData* sink, int column, int row, float value) {
-    sink->Set(column, row, value);
-}
-void SetNumber(ReadSpreadSheetData* sink, int column, int row, double value) {
-    sink->Set(column, row, value);
-}
-
-std::uint64_t CellsOf(const MatFile::msMatrix& matrix) {
-    if (matrix.rows <= 0 || matrix.columns <= 0) {
-        return 0;
-    }
-    return static_cast<std::uint64_t>(matrix.rows) * static_cast<std::uint64_t>(matrix.columns);
-}
+constexpr std::int32_t MaxFieldNameLength = 4096;
+constexpr std::uint32_t MaxFieldNamesSize = 1 << 20;
 
 }  // namespace
 
@@ -65,240 +31,130 @@ bool Matlab5Reader::ReadUInt32(std::uint32_t& value) {
     return true;
 }
 
-// The size of a small element is taken from the half that holds its type: a short name is then as long as
-// its type's code, 1, and the alignment behind it still finds the next tag.
 bool Matlab5Reader::ReadTag(MatTag& tag) {
     std::uint32_t word = 0;
     if (!ReadUInt32(word)) {
         return false;
     }
-    if (word >> 16 != 0) {
-        tag.type = word & 0xffff;
-        tag.size = tag.type;
-        tag.alignment = SmallAlignment;
-        return true;
-    }
     tag = MatTag();
     tag.type = word;
-    return ReadUInt32(tag.size);
+    if (word >> 16 == 0) {
+        return ReadUInt32(tag.size);
+    }
+    tag.type = word & 0xffff;
+    tag.alignment = SmallAlignment;
+    if (rules == Rules::Classic) {
+        // The half that holds the type: a short name is then as long as its type's code, 1, and the alignment
+        // behind it still finds the next tag.
+        tag.size = tag.type;
+        return true;
+    }
+    tag.size = word >> 16;
+    return tag.size <= MaxSmallSize;
 }
 
-int Matlab5Reader::ReadFlags(MatFile::msMatrix& matrix) {
+bool Matlab5Reader::ReadFlags(MatFlags& flags) {
     MatTag tag;
-    std::uint32_t flags = 0;
-    std::uint32_t maxEntries = 0;
-    if (!ReadTag(tag) || !ReadUInt32(flags) || !ReadUInt32(maxEntries)) {
-        return MatFile::StatusCorrupt;
+    if (!ReadTag(tag) || !ReadUInt32(flags.flags) || !ReadUInt32(flags.maxEntries)) {
+        return false;
+    }
+    flags.tagSize = tag.size;
+    if (rules == Rules::AsWritten && (tag.size < FlagsSize || !stream.Skip(tag.size - FlagsSize))) {
+        return false;
     }
     stream.Align(tag.alignment);
-    if ((flags & ComplexFlag) != 0) {
-        throw Exception("Can not handle imaginary data.");
-    }
-    matrix.sparse = (maxEntries & SparseMask) != 0;
-    if (matrix.sparse && tag.size / sizeof(std::uint32_t) > MaxDimensions) {
-        throw Exception("A sparse matrix can not have more than two dimensions.");
-    }
-    return 0;
+    return true;
 }
 
-// Two dimensions, whatever their number.
-int Matlab5Reader::ReadDimensions(MatFile::msMatrix& matrix) {
-    MatTag tag;
-    std::uint32_t rows = 0;
-    std::uint32_t columns = 0;
-    if (!ReadTag(tag) || !ReadUInt32(rows) || !ReadUInt32(columns)) {
-        return MatFile::StatusCorrupt;
-    }
-    stream.Align(tag.alignment);
-    matrix.rows = static_cast<int>(rows);
-    matrix.columns = static_cast<int>(columns);
-    return 0;
-}
-
-int Matlab5Reader::ReadName(MatFile::msMatrix& matrix) {
-    MatTag tag;
-    if (!ReadTag(tag) || !stream.ReadAll(buffer, tag.size)) {
-        return MatFile::StatusCorrupt;
-    }
-    const std::size_t length = std::min(buffer.size(), sizeof matrix.name - 1);
-    std::copy_n(buffer.begin(), length, matrix.name);
-    stream.Align(tag.alignment);
-    return 0;
-}
-
-int Matlab5Reader::ReadArray(MatFile::msMatrix& matrix) {
+bool Matlab5Reader::ReadDimensions(std::vector<std::uint64_t>& dimensions) {
     MatTag tag;
     if (!ReadTag(tag)) {
-        return MatFile::StatusCorrupt;
+        return false;
     }
-    if (tag.type != MatMatrix) {
-        return MatFile::StatusNoMatFile;
+    const std::uint32_t count = rules == Rules::Classic ? 2 : tag.size / sizeof(std::uint32_t);
+    if (count < 2 || count > MaxDimensions) {
+        return false;
     }
-    matrix.elementType = static_cast<int>(tag.type);
-    int failure = ReadFlags(matrix);
-    failure = failure != 0 ? failure : ReadDimensions(matrix);
-    failure = failure != 0 ? failure : ReadName(matrix);
-    if (failure == 0 && !matrix.sparse) {
-        failure = ReadTag(tag) ? 0 : MatFile::StatusCorrupt;
-        matrix.dataType = static_cast<int>(tag.type);
-        matrix.dataSize = tag.size;
-    }
-    matrix.dataPosition = stream.Tell();
-    return failure;
-}
-
-// Column by column.
-template <class Stored>
-int Matlab5Reader::SetNumbers(ReadSpreadSheetData* sink, const MatFile::msMatrix& matrix) {
-    std::uint64_t left = CellsOf(matrix);
-    int column = 0;
-    int row = 0;
-    buffer.resize(PieceSize);
-    while (left > 0) {
-        const auto wanted =
-            static_cast<std::size_t>(std::min<std::uint64_t>(left, PieceSize / sizeof(Stored)));
-        const std::size_t count = stream.Read(buffer.data(), wanted * sizeof(Stored)) / sizeof(Stored);
-        for (std::size_t i = 0; i < count; ++i) {
-            const auto value = DecodeMatNumber<Stored>(buffer.data() + i * sizeof(Stored), swap);
-            SetNumber(sink, matrix.columnStart + column, matrix.rowStart + row, value);
-            if (++row == matrix.rows) {
-                row = 0;
-                ++column;
-            }
+    dimensions.assign(count, 0);
+    for (std::uint64_t& dimension : dimensions) {
+        std::uint32_t size = 0;
+        if (!ReadUInt32(size)) {
+            return false;
         }
-        if (count < wanted) {
-            return MatFile::StatusCorrupt;
-        }
-        left -= count;
-    }
-    return 0;
-}
-
-int Matlab5Reader::ReadCharacters(ReadSpreadSheetData* sink, const MatFile::msMatrix& matrix) {
-    const std::uint64_t count = CellsOf(matrix);
-    if (!stream.ReadAll(buffer, count * sizeof(std::uint16_t))) {
-        return MatFile::StatusCorrupt;
-    }
-    std::vector<char> characters(static_cast<std::size_t>(count));
-    for (std::size_t i = 0; i < characters.size(); ++i) {
-        const auto unit = DecodeMatNumber<std::uint16_t>(buffer.data() + i * sizeof(std::uint16_t), swap);
-        characters[i] = static_cast<char>(unit);
-    }
-    MatFile::SetNames(sink, matrix, characters);
-    return 0;
-}
-
-int Matlab5Reader::ReadIndices(std::vector<std::int32_t>& indices) {
-    MatTag tag;
-    if (!ReadTag(tag) || !stream.ReadAll(buffer, tag.size / sizeof(std::int32_t) * sizeof(std::int32_t))) {
-        return MatFile::StatusCorrupt;
-    }
-    indices.resize(buffer.size() / sizeof(std::int32_t));
-    for (std::size_t i = 0; i < indices.size(); ++i) {
-        indices[i] = DecodeMatNumber<std::int32_t>(buffer.data() + i * sizeof(std::int32_t), swap);
+        dimension = size;
     }
     stream.Align(tag.alignment);
-    return 0;
+    return true;
 }
 
-// Every entry must lie in the array, and a column's entries must follow those of the column before. The
-// table may be far larger than the file's bytes: it is held to what a compressed part may grow to.
-int Matlab5Reader::CheckIndices(const MatFile::msMatrix& matrix) const {
-    if (CellsOf(matrix) > NvSystemInfo::GetInflateLimit() / sizeof(double)) {
-        return MatFile::StatusCorrupt;
-    }
-    if (matrix.rows < 0 || matrix.columns < 0 ||
-        columnStarts.size() <= static_cast<std::size_t>(matrix.columns)) {
-        return MatFile::StatusCorrupt;
-    }
-    std::int32_t before = 0;
-    for (int column = 0; column <= matrix.columns; ++column) {
-        const std::int32_t start = columnStarts[static_cast<std::size_t>(column)];
-        if (start < before || static_cast<std::size_t>(start) > rowIndices.size()) {
-            return MatFile::StatusCorrupt;
-        }
-        before = start;
-    }
-    for (std::int32_t entry = columnStarts[0]; entry < before; ++entry) {
-        const std::int32_t row = rowIndices[static_cast<std::size_t>(entry)];
-        if (row < 0 || row >= matrix.rows) {
-            return MatFile::StatusCorrupt;
-        }
-    }
-    return 0;
-}
-
-template <class Stored, class Given>
-int Matlab5Reader::SetEntries(ReadSpreadSheetData* sink, const MatFile::msMatrix& matrix) {
-    const auto needed = static_cast<std::size_t>(columnStarts[static_cast<std::size_t>(matrix.columns)]);
-    const bool whole = stream.ReadAll(buffer, needed * sizeof(Stored));
-    const std::size_t count = buffer.size() / sizeof(Stored);
-    for (int column = 0; column < matrix.columns; ++column) {
-        const auto first = static_cast<std::size_t>(columnStarts[static_cast<std::size_t>(column)]);
-        const auto last = static_cast<std::size_t>(columnStarts[static_cast<std::size_t>(column) + 1]);
-        for (std::size_t entry = first; entry < std::min(last, count); ++entry) {
-            const auto value = DecodeMatNumber<Stored>(buffer.data() + entry * sizeof(Stored), swap);
-            sink->Set(column + 1, rowIndices[entry] + 1, static_cast<Given>(value));
-        }
-    }
-    return whole ? 0 : MatFile::StatusCorrupt;
-}
-
-int Matlab5Reader::ReadSparse(ReadSpreadSheetData* sink, const MatFile::msMatrix& matrix) {
-    sink->SetDataSize(matrix.columns, matrix.rows);
-    int failure = ReadIndices(rowIndices);
-    failure = failure != 0 ? failure : ReadIndices(columnStarts);
-    failure = failure != 0 ? failure : CheckIndices(matrix);
+bool Matlab5Reader::ReadName(std::string& name) {
     MatTag tag;
-    if (failure != 0 || !ReadTag(tag)) {
-        return failure != 0 ? failure : MatFile::StatusCorrupt;
+    if (!ReadTag(tag) || (rules == Rules::AsWritten && tag.size > MaxNameSize) ||
+        !stream.ReadAll(buffer, tag.size)) {
+        return false;
     }
-    if (tag.type == MatUInt16) {
-        throw Exception("Text matrices can not be sparse.");
-    }
-    if (tag.type == MatDouble) {
-        return SetEntries<double, double>(sink, matrix);
-    }
-    if (tag.type != MatUInt32 && tag.type != MatSingle) {
-        return MatFile::StatusDataType;
-    }
-    for (int column = 1; column <= matrix.columns; ++column) {
-        for (int row = 1; row <= matrix.rows; ++row) {
-            sink->Set(column, row, 0);
-        }
-    }
-    return tag.type == MatSingle ? SetEntries<float, float>(sink, matrix)
-                                 : SetEntries<std::uint32_t, int>(sink, matrix);
+    name.assign(buffer.begin(), buffer.end());
+    stream.Align(tag.alignment);
+    return true;
 }
 
-int Matlab5Reader::ReadValues(ReadSpreadSheetData* sink, const MatFile::msMatrix& matrix) {
-    if (matrix.sparse) {
-        return ReadSparse(sink, matrix);
+bool Matlab5Reader::ReadIntegers(std::vector<std::int32_t>& integers) {
+    MatTag tag;
+    if (!ReadTag(tag) || !stream.ReadAll(buffer, tag.size / sizeof(std::int32_t) * sizeof(std::int32_t))) {
+        return false;
     }
-    switch (matrix.dataType) {
-        case MatInt8:
-            return SetNumbers<std::int8_t>(sink, matrix);
-        case MatUInt8:
-            return SetNumbers<std::uint8_t>(sink, matrix);
-        case MatInt16:
-            return SetNumbers<std::int16_t>(sink, matrix);
-        case MatUInt16:
-            return SetNumbers<std::uint16_t>(sink, matrix);
-        case MatInt32:
-            return SetNumbers<std::int32_t>(sink, matrix);
-        case MatUInt32:
-            return SetNumbers<std::uint32_t>(sink, matrix);
-        case MatSingle:
-            return SetNumbers<float>(sink, matrix);
-        case MatDouble:
-            return SetNumbers<double>(sink, matrix);
-        case MatInt64:
-            return SetNumbers<std::int64_t>(sink, matrix);
-        case MatUInt64:
-            return SetNumbers<std::uint64_t>(sink, matrix);
-        case MatUtf16:
-            return ReadCharacters(sink, matrix);
-        default:
-            return MatFile::StatusDataType;
+    integers.resize(buffer.size() / sizeof(std::int32_t));
+    for (std::size_t i = 0; i < integers.size(); ++i) {
+        integers[i] = DecodeMatNumber<std::int32_t>(buffer.data() + i * sizeof(std::int32_t), swap);
     }
+    stream.Align(tag.alignment);
+    return true;
+}
+
+// The names of the fields stand in one element, each as long as the longest may be.
+bool Matlab5Reader::ReadFields(MatArray& array) {
+    std::vector<std::int32_t> length;
+    MatTag tag;
+    if (!ReadIntegers(length) || length.size() != 1 || length[0] < 1 || length[0] > MaxFieldNameLength ||
+        !ReadTag(tag) || tag.size > MaxFieldNamesSize || !stream.ReadAll(buffer, tag.size)) {
+        return false;
+    }
+    const auto size = static_cast<std::size_t>(length[0]);
+    for (std::size_t at = 0; at + size <= buffer.size(); at += size) {
+        const auto first = buffer.begin() + static_cast<std::ptrdiff_t>(at);
+        const auto last = std::find(first, first + length[0], std::uint8_t{0});
+        array.fields.emplace_back(first, last);
+    }
+    stream.Align(tag.alignment);
+    return true;
+}
+
+bool Matlab5Reader::ReadHead(MatArray& array) {
+    MatFlags flags;
+    if (!ReadFlags(flags)) {
+        return false;
+    }
+    array.type = static_cast<std::uint8_t>(flags.flags & ClassMask);
+    array.isComplex = (flags.flags & MatFlags::Complex) != 0;
+    array.isLogical = (flags.flags & MatFlags::Logical) != 0;
+    if (array.type == MatArray::Opaque) {
+        // No dimensions, but the kind of its system and its class.
+        std::string system;
+        array.dimensions = {1, 1};
+        array.problem = "can't be read";
+        return ReadName(array.name) && ReadName(system) && ReadName(array.className);
+    }
+    if (!ReadDimensions(array.dimensions) || !ReadName(array.name)) {
+        return false;
+    }
+    if (array.type < MatArray::Cell || array.type >= MatArray::Function) {
+        array.problem = "can't be read";
+    } else if (array.type == MatArray::Object && !ReadName(array.className)) {
+        return false;
+    }
+    if (array.HasFields() && !ReadFields(array)) {
+        return false;
+    }
+    array.position = stream.Tell();
+    return true;
 }

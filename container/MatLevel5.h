@@ -1,10 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
+#include "container/MatArray.h"
 #include "container/MatElementStream.h"
-#include "container/MatFile.h"
 
 /** The tag before each data element of a level 5 MAT-file. */
 struct MatTag {
@@ -13,58 +14,52 @@ struct MatTag {
     unsigned int alignment = 8; /**< where the next tag stands, behind the content */
 };
 
-/** The types of data elements. */
-enum MatDataType : std::uint32_t {
-    MatInt8 = 1,
-    MatUInt8 = 2,
-    MatInt16 = 3,
-    MatUInt16 = 4,
-    MatInt32 = 5,
-    MatUInt32 = 6,
-    MatSingle = 7,
-    MatDouble = 9,
-    MatInt64 = 12,
-    MatUInt64 = 13,
-    MatMatrix = 14,
-    MatCompressed = 15,
-    MatUtf16 = 17
+/** The array flags: the class in the low byte of the first word, beside it what the array is. */
+struct MatFlags {
+    static constexpr std::uint32_t Complex = 0x800;
+    static constexpr std::uint32_t Logical = 0x200;
+
+    std::uint32_t tagSize = 0;
+    std::uint32_t flags = 0;
+    std::uint32_t maxEntries = 0;
 };
 
 /**
- * Reads one array of a level 5 MAT-file from a stream, front to end: its description, then its values.
- * Every operation answers 0 or one of MatFile's statuses; an array of a kind that can't be read raises
- * Exception.
+ * Reads what stands before the values of a level 5 MAT-file's arrays, from a stream, front to end: tags,
+ * flags, dimensions, names. Both readings decode by it. Every operation is false at the end of the stream or
+ * where what it reads contradicts itself.
  */
 class Matlab5Reader {
 public:
-    /** The stream stays the caller's; `swapped` where the file's byte order isn't little-endian. */
-    Matlab5Reader(MatElementStream& source, bool swapped) : stream(source), swap(swapped) {}
+    enum class Rules {
+        /** The size of a small element is its type's code, and there are two dimensions. */
+        Classic,
+        AsWritten
+    };
 
-    /** False at the end of the stream. */
+    /** The stream stays the caller's; `swapped` where the file's byte order isn't little-endian. */
+    Matlab5Reader(MatElementStream& source, bool swapped, Rules decodingRules)
+        : stream(source), swap(swapped), rules(decodingRules) {}
+
     bool ReadTag(MatTag& tag);
-    /** Everything before the array's values. */
-    int ReadArray(MatFile::msMatrix& matrix);
-    /** The values of the array just read, whatever its kind. */
-    int ReadValues(ReadSpreadSheetData* sink, const MatFile::msMatrix& matrix);
+    bool ReadFlags(MatFlags& flags);
+    bool ReadDimensions(std::vector<std::uint64_t>& dimensions);
+    bool ReadName(std::string& name);
+    /** Numbers of 32 bits with their tag: indices, and the length of a field's name. */
+    bool ReadIntegers(std::vector<std::int32_t>& integers);
+
+    /**
+     * By the rules as written: what an array is, up to its values. Its class may be one that can't be read:
+     * then its problem is told.
+     */
+    bool ReadHead(MatArray& array);
 
 private:
     bool ReadUInt32(std::uint32_t& value);
-    int ReadFlags(MatFile::msMatrix& matrix);
-    int ReadDimensions(MatFile::msMatrix& matrix);
-    int ReadName(MatFile::msMatrix& matrix);
-    template <class Stored>
-    int SetNumbers(ReadSpreadSheetData* sink, const MatFile::msMatrix& matrix);
-    int ReadCharacters(ReadSpreadSheetData* sink, const MatFile::msMatrix& matrix);
-    int ReadSparse(ReadSpreadSheetData* sink, const MatFile::msMatrix& matrix);
-    int ReadIndices(std::vector<std::int32_t>& indices);
-    int CheckIndices(const MatFile::msMatrix& matrix) const;
-    template <class Stored, class Given>
-    int SetEntries(ReadSpreadSheetData* sink, const MatFile::msMatrix& matrix);
+    bool ReadFields(MatArray& array);
 
     MatElementStream& stream;
     bool swap;
+    Rules rules;
     std::vector<std::uint8_t> buffer;
-    // Of a sparse array: the row of each entry, and where each column's entries begin.
-    std::vector<std::int32_t> rowIndices;
-    std::vector<std::int32_t> columnStarts;
 };

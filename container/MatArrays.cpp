@@ -1,0 +1,3 @@
+#include "container/MatArrays.h"
+
+MatArrays::~MatArrays() = default;
