@@ -33,10 +33,6 @@ karta_format(process/BrooksideFile process/BrooksideFields process/BrooksideFile
              process/SAReadBrooksideData process/SampleRow CASES brookside)
 karta_format(process/BrooksideXML process/BrooksideDom process/BrooksideGrammar process/BrooksideModel
              process/BufferReader CASES brooksidexml)
-karta_format(container/MatFile container/MatElementStream container/MatLevel4 container/MatLevel4Writer
-             container/MatLevel5 container/MatSheetLayout CASES mat)
-             process/SAReadBrooksideData CASES brookside)
-karta_format(process/BrooksideXML process/BrooksideDom process/BrooksideGrammar process/BufferReader CASES brooksidexml)
 karta_format(container/MatFile container/Mat4Arrays container/Mat4Content container/Mat5Arrays container/Mat5Content
              container/MatArray container/MatArrays container/MatContent container/MatElementStream
              container/MatLevel4 container/MatLevel4Writer container/MatLevel5 container/MatNumbers

@@ -9,10 +9,8 @@
 
 namespace {
 
+// What the numbers are stored as; all are doubles to MATLAB.
 constexpr std::uint32_t TypeOf[] = {MatDouble, MatSingle, MatInt32, MatInt16, MatUInt16, MatUInt8};
-constexpr std::uint8_t ClassOf[] = {MatArray::Double, MatArray::Single, MatArray::Int32,
-                                    MatArray::Int16,  MatArray::UInt16, MatArray::UInt8};
-
 // A sparse matrix: rows, columns, values and perhaps imaginary values; the last of each is the matrix's size.
 constexpr int MinSparseColumns = 3;
 constexpr int ComplexSparseColumns = 4;
@@ -93,7 +91,6 @@ void Mat4Arrays::DescribeSparse(const MatHeader& header, MatArray& array) {
 MatArray Mat4Arrays::Describe(const MatHeader& header) {
     MatArray array;
     array.name = header.name;
-    array.type = ClassOf[header.precision];
     array.isComplex = header.complex;
     array.dimensions = {static_cast<std::uint64_t>(header.rows), static_cast<std::uint64_t>(header.columns)};
     array.problemStatus = MatFile::StatusMatrix;

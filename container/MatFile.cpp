@@ -157,7 +157,6 @@ int MatFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* optio
         status = StatusOpenFailed;
         return status;
     }
-    GetContext()->budget.AddInput(file.GetBytes().size());
     if (file.GetBytes().size() < LevelTestSize) {
         status = StatusNoMatFile;
         return status;
@@ -200,6 +199,7 @@ int MatFile::TakeLayout() {
 
 int MatFile::OpenComplete(const char* fileName, const NvImportOpenOptions* options) {
     const auto bytes = file.GetBytes();
+    GetContext()->budget.AddInput(bytes.size());
     const std::string name = NvGetFileName(fileName);
     if (IsHdf5(bytes)) {
         failureText = name +

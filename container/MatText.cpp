@@ -1,6 +1,7 @@
 #include "container/MatText.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/Unicode.h"
 
@@ -11,17 +12,6 @@ constexpr double EndOfUnicode = 0x110000;
 // What no character has for its number ends up as a mark.
 char32_t CharacterOf(double value) {
     return value >= 0 && value < EndOfUnicode ? static_cast<char32_t>(value) : U'?';
-}
-
-bool IsUtf8(std::string_view text) {
-    while (!text.empty()) {
-        const std::size_t length = GetUtf8Length(text);
-        if (length == 0) {
-            return false;
-        }
-        text.remove_prefix(length);
-    }
-    return true;
 }
 
 // A character of valid UTF-8.
@@ -35,23 +25,6 @@ char32_t DecodeUtf8(std::string_view bytes) {
         character = (character << 6) | (static_cast<unsigned char>(byte) & 0x3fU);
     }
     return character;
-}
-
-// The characters of Windows-1252 at 0x80 to 0x9f; the five bytes without one stay what they are.
-char32_t FromWindows1252(unsigned char byte) {
-    static constexpr char16_t Characters[] = {0x20ac, 0x81,   0x201a, 0x0192, 0x201e, 0x2026, 0x2020, 0x2021,
-                                              0x02c6, 0x2030, 0x0160, 0x2039, 0x0152, 0x8d,   0x017d, 0x8f,
-                                              0x90,   0x2018, 0x2019, 0x201c, 0x201d, 0x2022, 0x2013, 0x2014,
-                                              0x02dc, 0x2122, 0x0161, 0x203a, 0x0153, 0x9d,   0x017e, 0x0178};
-    return byte >= 0x80 && byte <= 0x9f ? Characters[byte - 0x80] : byte;
-}
-
-std::string FromWindows1252(std::string_view bytes) {
-    std::string text;
-    for (const char byte : bytes) {
-        AppendUtf8(text, FromWindows1252(static_cast<unsigned char>(byte)));
-    }
-    return text;
 }
 
 }  // namespace
@@ -150,9 +123,9 @@ std::string MatText::GetRow(std::uint64_t row, std::uint64_t page) const {
             halves += static_cast<char16_t>(unit);
         }
     }
-    if (form == Form::Bytes && !IsUtf8(bytes)) {
+    if (std::string converted; form == Form::Bytes && AsUtf8(bytes, converted).data() != bytes.data()) {
         hasForeignBytes = true;
-        bytes = FromWindows1252(bytes);
+        bytes = std::move(converted);
     }
     AppendUtf8(bytes, halves);
     while (bytes.ends_with(' ') || bytes.ends_with('\0')) {
