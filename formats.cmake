@@ -23,9 +23,11 @@ karta_format(instrument/GalacticSPCFile instrument/SPCContents instrument/SPCDat
 karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPDocument instrument/JCAMPInterPolate
              instrument/JCAMPLabels instrument/JCAMPSeries instrument/JCAMPSpectra instrument/JCAMPStream
              instrument/JCAMPTable CASES jcamp)
-karta_format(instrument/BrukerOPUS instrument/OPUSReader instrument/OPUSSelection CASES opus)
+karta_format(instrument/BrukerOPUS instrument/OPUSDirectory instrument/OPUSFile instrument/OPUSParameters instrument/OPUSParts
+             instrument/OPUSReader instrument/OPUSSelection CASES opus)
 karta_format(instrument/BrukerOPUSInterpolated instrument/InterPolateValues)
-karta_format(instrument/ChemStationFile CASES chemstation)
+karta_format(instrument/ChemStationFile instrument/ChemStationHeader instrument/ChemStationParts
+             instrument/ChemStationSignal CASES chemstation)
 karta_format(instrument/BrimroseFile CASES brimrose)
 karta_format(instrument/NsasFile CASES nsas)
 karta_format(process/BrooksideFile process/BrooksideFields process/BrooksideFileSet process/BrooksidePhases

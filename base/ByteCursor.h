@@ -86,6 +86,23 @@ public:
         return part.empty() ? Number{} : Decode<Number>(part.data(), true);
     }
 
+    /** Numbers side by side, little-endian, into `numbers`; false, and none of them read, past the end. */
+    template <class Number>
+    bool ReadRun(std::span<Number> numbers) {
+        const auto part = Take(numbers.size_bytes());
+        if (part.size() != numbers.size_bytes()) {
+            return false;
+        }
+        if constexpr (std::endian::native == std::endian::little) {
+            std::memcpy(numbers.data(), part.data(), part.size());
+        } else {
+            for (std::size_t i = 0; i < numbers.size(); ++i) {
+                numbers[i] = Decode<Number>(part.data() + i * sizeof(Number), false);
+            }
+        }
+        return true;
+    }
+
     /** A text field of `count` bytes, as it stands. */
     std::string_view ReadText(std::uint64_t count) {
         const auto part = Take(count);

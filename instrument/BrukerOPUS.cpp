@@ -1,6 +1,7 @@
 #include "instrument/BrukerOPUS.h"
 
 #include "base/ByteCursor.h"
+#include "frame/FormatRecogniser.h"
 
 namespace {
 
@@ -14,7 +15,7 @@ void SetScaledValues(const BrukerOPUSRecord& record, ByteCursor values, ReadSpre
 }  // namespace
 
 bool BrukerOPUS::ConfirmSelection(OPUSSelection& files) {
-    return files.ConfirmDifferentRanges();
+    return files.ConfirmDifferentRanges([this](const std::string& text) { return Ask(text); });
 }
 
 int BrukerOPUS::Read(ReadSpreadSheetData* sink) {
@@ -33,3 +34,11 @@ SpreadsheetFile* BrukerOPUSFileFactory::GetSpreadsheetFile() {
 }
 
 static BrukerOPUSFileFactory brukerOPUSFileFactory;
+
+// The mark at a file's beginning; names have numbers for extensions.
+static const FormatRecogniser brukerOPUSRecogniser("Bruker OPUS File", "opus", {},
+                                                   [](const char* /*path*/, std::string_view head) {
+                                                       return head.starts_with(OPUSMagic)
+                                                                  ? FormatRecogniser::Evidence::Proof
+                                                                  : FormatRecogniser::Evidence::None;
+                                                   });

@@ -20,6 +20,7 @@ public:
     int Read(ReadSpreadSheetData* sink) override;
 
 protected:
+    OPUSParts::Axes GetAxes() const override { return OPUSParts::Axes::AsTheyAre; }
     bool ConfirmSelection(OPUSSelection& files) override;
 };
 

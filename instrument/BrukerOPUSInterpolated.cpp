@@ -1,6 +1,7 @@
 #include "instrument/BrukerOPUSInterpolated.h"
 
 #include "base/ByteCursor.h"
+#include "frame/FormatRecogniser.h"
 #include "instrument/InterPolateValues.h"
 
 namespace {
@@ -60,3 +61,7 @@ SpreadsheetFile* BrukerOPUSInterpolatedFileFactory::GetSpreadsheetFile() {
 }
 
 static BrukerOPUSInterpolatedFileFactory brukerOPUSInterpolatedFileFactory;
+
+// The plain format is what an OPUS file is taken for; this one is chosen by name.
+static const FormatRecogniser brukerOPUSInterpolatedRecogniser("Bruker OPUS Interpolated File",
+                                                               "opus-interpolated", {}, nullptr);

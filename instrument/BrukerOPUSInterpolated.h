@@ -19,6 +19,7 @@ public:
     int Read(ReadSpreadSheetData* sink) override;
 
 protected:
+    OPUSParts::Axes GetAxes() const override { return OPUSParts::Axes::Interpolated; }
     /** Nobody is asked: different ranges are what this reader is for. */
     bool ConfirmSelection(OPUSSelection& files) override;
 

@@ -4,38 +4,19 @@
 #include <cmath>
 #include <utility>
 
-#include "base/CopyMessage.h"
 #include "base/NumberFormat.h"
 #include "base/NumberParser.h"
 #include "base/PathNames.h"
-#include "base/Unicode.h"
+#include "frame/CompleteOptions.h"
+#include "frame/FormatRecogniser.h"
 #include "host/NvFile.h"
 
 namespace {
 
-// The header's fields that stand at one place in both layouts.
-constexpr std::uint64_t VersionOffset = 0x0;
-constexpr std::uint64_t HeaderInt1Offset = 0xf8;
-constexpr std::uint64_t HeaderInt2Offset = 0x104;
-constexpr std::uint64_t DataStartOffset = 0x108;
-constexpr std::uint64_t NumRecordsOffset = 0x116;
-constexpr std::uint64_t StartOffset = 0x11a;
-constexpr std::uint64_t EndOffset = 0x11e;
-constexpr std::uint64_t FlagOffset = 0x13a;
-constexpr std::uint64_t WideVersionOffset = 0x146;
+using Field = ChemStationField;
 
-constexpr int FirstNewerVersion = 100;
-constexpr std::uint64_t BlockSize = 512;
-
-// The head of a .uv file's record, before the field and the values.
-constexpr std::uint64_t RecordHeadSize = 18;
-constexpr std::uint8_t KindCompressed = 'C';
-constexpr std::uint8_t KindAbsolute = 'A';
 constexpr double WavelengthUnits = 20.0;  // in 1 nm
 constexpr double TimeUnits = 1000.0;      // in 1 s
-
-// A difference of this value says that 4 bytes follow that replace the running value.
-constexpr std::int16_t AbsoluteMarker = -0x8000;
 
 constexpr int HeadColumns = 4;
 constexpr int FirstDataRow = 3;
@@ -47,56 +28,10 @@ constexpr double BelievedPoints = 1 << 18;
 constexpr double LeastBytesOfAPoint = 2.0;
 
 std::uint64_t DataOffset(const HPLCData& data) {
-    return static_cast<std::uint64_t>(data.dataStart - 1) * BlockSize;
-}
-
-// "10-Apr-12, 15:40" as "10-Apr-12 15:40". At the very start neither comma nor blanks are touched.
-std::string TidyDate(std::string date) {
-    const std::size_t comma = date.find(',');
-    if (comma != std::string::npos && comma > 0) {
-        date.erase(comma, 1);
-    }
-    for (std::size_t blanks = date.find("  ", 1); blanks != std::string::npos; blanks = date.find("  ", 1)) {
-        date.erase(blanks, 1);
-    }
-    return date;
+    return ChemStationDataOffset(data.dataStart);
 }
 
 }  // namespace
-
-/** Where the fields stand that differ between the layouts. */
-struct ChemStationFile::Layout {
-    bool wide;  // texts of 16-bit characters
-    std::uint64_t sampleName;
-    std::uint64_t date;
-    std::uint64_t signalName;
-    std::uint64_t spectraScale;
-    std::uint64_t spectraUnit;
-    std::uint64_t rate;
-    std::uint64_t secondRate;
-    std::uint64_t unit;
-    std::uint64_t scale;
-};
-
-const ChemStationFile::Layout ChemStationFile::OlderLayout{false, 0x18,  0xb2,  0xda,  0x13e,
-                                                           0x146, 0x212, 0x214, 0x244, 0x284};
-const ChemStationFile::Layout ChemStationFile::NewerLayout{true,  0x35a,  0x957,  0x9e5,  0xc0d,
-                                                           0xc15, 0x101a, 0x101c, 0x104c, 0x127c};
-
-/** One spectrum of a .uv file: the head of its record. */
-struct ChemStationFile::SpectrumRecord {
-    std::uint64_t position = 0;
-    std::uint8_t kind = 0;
-    std::int16_t length = 0;  // to the next record
-    std::int32_t time = 0;
-    std::int16_t start = 0;
-    std::int16_t end = 0;
-    std::int16_t step = 0;
-    std::int16_t fieldLength = 0;
-    bool isLast = false;
-
-    bool IsKnown() const { return kind == KindCompressed || kind == KindAbsolute; }
-};
 
 ChemStationFile::ChemStationFile() = default;
 ChemStationFile::~ChemStationFile() = default;
@@ -124,13 +59,8 @@ double ChemStationFile::ReadDouble(std::uint64_t pos) {
     return stream.ReadBigDouble();
 }
 
-// One length byte and that many characters, which end at a NUL.
 std::string ChemStationFile::ReadText(std::uint64_t pos, bool wide) {
-    stream.Seek(pos);
-    const std::size_t length = stream.ReadU8();
-    const std::string text =
-        wide ? Utf16ToUtf8(stream.Take(2 * length)) : std::string(stream.ReadText(length));
-    return text.substr(0, text.find('\0'));
+    return ReadChemStationText(stream, pos, wide);
 }
 
 // Header
@@ -140,25 +70,23 @@ int ChemStationFile::CheckFile(HPLCData* data) {
     if (!file.IsOpen()) {
         return StatusCannotOpen;
     }
-    data->version = ToLeadingInt(ReadText(VersionOffset, false));
+    data->version = ToLeadingInt(ReadText(Field::Version, false));
     if (data->version < 1) {
         return StatusOk;
     }
-    const Layout& layout = data->version < FirstNewerVersion ? OlderLayout : NewerLayout;
-    if (layout.wide) {
-        data->version = ToLeadingInt(ReadText(WideVersionOffset, true));
-    }
-    data->headerInt1 = ReadInt32(HeaderInt1Offset, true);
-    data->headerInt2 = ReadInt32(HeaderInt2Offset, true);
-    const std::int32_t dataStart = ReadInt32(DataStartOffset, true);
+    const ChemStationLayout& layout = ChemStationLayout::Of(data->version);
+    data->version = ReadChemStationVersion(stream);
+    data->headerInt1 = ReadInt32(Field::HeaderInt1, true);
+    data->headerInt2 = ReadInt32(Field::HeaderInt2, true);
+    const std::int32_t dataStart = ReadInt32(Field::DataStart, true);
     if (dataStart < 1) {
         return StatusOk;
     }
     data->dataStart = dataStart;
-    data->numRecords = ReadInt32(NumRecordsOffset, true);
-    data->start = ReadInt32(StartOffset, true);
-    data->end = ReadInt32(EndOffset, true);
-    data->flag = ReadInt32(FlagOffset, true);
+    data->numRecords = ReadInt32(Field::NumRecords, true);
+    data->start = ReadInt32(Field::Start, true);
+    data->end = ReadInt32(Field::End, true);
+    data->flag = ReadInt32(Field::Flag, true);
     ReadTexts(*data, layout);
     if (data->isUv) {
         return CheckRecords(*data);
@@ -167,10 +95,10 @@ int ChemStationFile::CheckFile(HPLCData* data) {
     return MeasureSignal(*data);
 }
 
-void ChemStationFile::ReadTexts(HPLCData& data, const Layout& layout) {
+void ChemStationFile::ReadTexts(HPLCData& data, const ChemStationLayout& layout) {
     data.sampleName = ReadText(layout.sampleName, layout.wide);
     data.date = ReadText(layout.date, layout.wide);
-    data.signalName = ReadText(layout.signalName, layout.wide);
+    data.signalName = ReadText(layout.technique, layout.wide);
     if (!data.isUv) {
         data.unit = ReadText(layout.unit, layout.wide);
         data.scale = ReadDouble(layout.scale);
@@ -180,7 +108,7 @@ void ChemStationFile::ReadTexts(HPLCData& data, const Layout& layout) {
     }
 }
 
-void ChemStationFile::ReadStep(HPLCData& data, const Layout& layout) {
+void ChemStationFile::ReadStep(HPLCData& data, const ChemStationLayout& layout) {
     if (data.version == 30 || data.version == 130) {
         data.step = static_cast<double>(ReadInt16(layout.rate, true)) / ReadInt16(layout.secondRate, true);
     } else if (data.version == 8 || data.version == 108) {
@@ -217,21 +145,6 @@ int ChemStationFile::MeasureSignal(const HPLCData& data) {
     return StatusOk;
 }
 
-bool ChemStationFile::ReadRecord(std::uint64_t pos, SpectrumRecord& record) {
-    stream.Seek(pos);
-    record.position = pos;
-    record.kind = stream.ReadU8();
-    stream.Skip(1);
-    record.length = stream.ReadI16();
-    record.time = stream.ReadI32();
-    record.start = stream.ReadI16();
-    record.end = stream.ReadI16();
-    record.step = stream.ReadI16();
-    stream.Skip(2);
-    record.fieldLength = stream.ReadI16();
-    return !stream.HasFailed();
-}
-
 // Walks the records of a .uv file, which all have one axis. A record that doesn't reach behind its own head
 // would lead the walk around for ever.
 int ChemStationFile::CheckRecords(HPLCData& data) {
@@ -239,14 +152,15 @@ int ChemStationFile::CheckRecords(HPLCData& data) {
     SpectrumRecord first;
     for (int i = 0; i < data.numRecords; ++i) {
         SpectrumRecord record;
-        if (!ReadRecord(position, record) || !record.IsKnown() || record.fieldLength < 0) {
+        if (!record.Read(stream, position) || !record.IsKnown() || record.fieldLength < 0) {
             return StatusNotChemStation;
         }
         if (i == 0) {
             first = record;
         }
-        const bool reaches = record.length >= static_cast<int>(RecordHeadSize) || i + 1 == data.numRecords;
-        if (!reaches || record.start != first.start || record.end != first.end || record.step != first.step) {
+        const bool reaches =
+            record.length >= static_cast<int>(SpectrumRecord::HeadSize) || i + 1 == data.numRecords;
+        if (!reaches || !record.HasAxisOf(first)) {
             return StatusNotChemStation;
         }
         position += static_cast<std::uint64_t>(std::max<int>(record.length, 0));
@@ -268,7 +182,7 @@ int ChemStationFile::CheckRecords(HPLCData& data) {
 
 // Opening and sizes
 
-int ChemStationFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* /*options*/) {
+int ChemStationFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* options) {
     if (status != StatusOk) {
         return status;
     }
@@ -280,6 +194,9 @@ int ChemStationFile::Open(bool forRead, const char* fileName, NvImportOpenOption
     numCols = 0;
     numRows = 0;
     const std::vector<std::string> paths = NvFile::GetFileNames(fileName);
+    if (IsComplete()) {
+        return OpenParts(paths, options);
+    }
     const auto uvFiles = std::count_if(paths.begin(), paths.end(),
                                        [](const std::string& path) { return HasExtension(path, "uv"); });
     for (const std::string& path : paths) {
@@ -309,6 +226,27 @@ int ChemStationFile::Open(bool forRead, const char* fileName, NvImportOpenOption
     return status;
 }
 
+int ChemStationFile::OpenParts(const std::vector<std::string>& paths, const NvImportOpenOptions* options) {
+    if (!std::all_of(paths.begin(), paths.end(),
+                     [](const std::string& path) { return NvFile::Exists(path.c_str()); })) {
+        status = StatusSizeFailed;
+        return status;
+    }
+    const auto part = CompleteOptions(options).GetText(CompleteOptions::Part);
+    if (!parts.Open(paths, part, *GetContext())) {
+        failureText = parts.GetFailure();
+        status = StatusNotChemStation;
+        return status;
+    }
+    numCols = parts.GetNumCols();
+    numRows = parts.GetNumRows();
+    return status;
+}
+
+bool ChemStationFile::HasFiles() const {
+    return IsComplete() ? status == StatusOk && numRows > 0 : !files.empty();
+}
+
 void ChemStationFile::CloseStream() {
     file.Close();
     stream = ByteCursor();
@@ -316,6 +254,7 @@ void ChemStationFile::CloseStream() {
 
 void ChemStationFile::Close() {
     files.clear();
+    parts.Clear();
     CloseStream();
     failedPath.clear();
     FormatReader::Close();
@@ -326,17 +265,23 @@ int ChemStationFile::EstablishSize() {
 }
 
 int ChemStationFile::GetNumCols() {
-    return files.empty() ? -1 : numCols;
+    return HasFiles() ? numCols : -1;
 }
 
 int ChemStationFile::GetNumRows() {
-    return files.empty() ? -1 : numRows;
+    return HasFiles() ? numRows : -1;
 }
 
 // Reading
 
 int ChemStationFile::Read(ReadSpreadSheetData* sink) {
     if (status != StatusOk) {
+        return status;
+    }
+    if (IsComplete()) {
+        if (HasFiles()) {
+            parts.Read(*sink, *GetContext());
+        }
         return status;
     }
     if (numCols < 1 || numRows < 1 || files.empty()) {
@@ -375,54 +320,33 @@ void ChemStationFile::SetAxis(ReadSpreadSheetData* sink, const HPLCData& data,
 }
 
 bool ChemStationFile::ReadSpecInfo(SpectrumHeaderInfo& info) {
-    const std::uint16_t head = stream.ReadBigU16();
-    info.hasValues = (head & 0xf000) != 0;
-    info.length = head & 0x0fff;
-    return !stream.HasFailed();
-}
-
-// One step: a difference, or behind its marker an absolute value.
-std::int32_t ChemStationFile::ReadValue(bool& absolute, bool swap) {
-    const std::int16_t difference = swap ? stream.ReadBigI16() : stream.ReadI16();
-    absolute = difference == AbsoluteMarker;
-    if (!absolute) {
-        return difference;
-    }
-    return swap ? stream.ReadBigI32() : stream.ReadI32();
-}
-
-// The running value wraps around as the instrument's own does.
-void ChemStationFile::AddValue(bool swap) {
-    bool absolute = false;
-    const auto value = static_cast<std::uint32_t>(ReadValue(absolute, swap));
-    runningValue =
-        static_cast<std::int32_t>(absolute ? value : static_cast<std::uint32_t>(runningValue) + value);
+    return info.Read(stream);
 }
 
 // One .ch file's row: runs of values up to a head without any.
 int ChemStationFile::ReadSignal(ReadSpreadSheetData* sink, const HPLCData& data, int row) {
     OpenStream(data);
-    runningValue = 0;
+    runningValue = {};
     sink->Set(1, row, row - FirstDataRow + 1);
     sink->Set(2, row, NvGetFileName(data.path).c_str());
-    sink->Set(3, row, TidyDate(data.date).c_str());
+    sink->Set(3, row, TidyChemStationDate(data.date).c_str());
     sink->Set(4, row, (data.sampleName + (data.unit.empty() ? "" : " [" + data.unit + "]")).c_str());
     if (data.dataStart < 1) {
         return StatusOk;
     }
     stream.Seek(DataOffset(data));
     int column = HeadColumns;
-    SpectrumHeaderInfo info{};
+    SpectrumHeaderInfo info;
     while (ReadSpecInfo(info) && info.hasValues) {
         for (int i = 0; i < info.length; ++i) {
-            AddValue(true);
+            runningValue.TakeBig(stream);
             if (stream.HasFailed()) {
                 return StatusReadFailed;
             }
             if (++column > numCols) {
                 return StatusLengthDiffers;
             }
-            sink->Set(column, row, runningValue * data.scale);
+            sink->Set(column, row, runningValue.value * data.scale);
         }
     }
     // A file without the last head has been cut.
@@ -434,13 +358,13 @@ int ChemStationFile::ReadSignal(ReadSpreadSheetData* sink, const HPLCData& data,
 
 int ChemStationFile::ReadSpectra(ReadSpreadSheetData* sink, const HPLCData& data) {
     OpenStream(data);
-    runningValue = 0;
+    runningValue = {};
     SetAxis(sink, data, {"Primary ID", "Date", "Sample Name", "Retention Time Counts"});
-    const std::string date = TidyDate(data.date);
+    const std::string date = TidyChemStationDate(data.date);
     std::uint64_t position = DataOffset(data);
     for (int i = 0; i < data.numRecords; ++i) {
         SpectrumRecord record;
-        if (!ReadRecord(position, record)) {
+        if (!record.Read(stream, position)) {
             status = StatusReadFailed;
             return status;
         }
@@ -467,17 +391,18 @@ int ChemStationFile::ReadSpectra(ReadSpreadSheetData* sink, const HPLCData& data
 // The values of one record, which end before the next one begins.
 bool ChemStationFile::ReadSpectrum(ReadSpreadSheetData* sink, const HPLCData& data,
                                    const SpectrumRecord& record, int row) {
-    stream.Seek(record.position + RecordHeadSize +
+    stream.Seek(record.position + SpectrumRecord::HeadSize +
                 static_cast<std::uint64_t>(std::max<int>(record.fieldLength, 0)));
     const std::uint64_t next = record.position + static_cast<std::uint64_t>(std::max<int>(record.length, 0));
     const std::uint64_t end = record.isLast ? stream.GetSize() : next;
     for (int column = HeadColumns + 1; column <= numCols; ++column) {
         std::int32_t value = 0;
-        if (record.kind == KindAbsolute) {
+        if (record.kind == SpectrumRecord::KindAbsolute) {
             value = stream.ReadI32();
         } else {
-            AddValue(false);
-            value = runningValue;
+            // The classic rule: the value runs on from record to record.
+            runningValue.TakeLittle(stream);
+            value = runningValue.value;
         }
         if (stream.HasFailed() || stream.Tell() > end) {
             return false;
@@ -491,55 +416,46 @@ bool ChemStationFile::ReadSpectrum(ReadSpreadSheetData* sink, const HPLCData& da
 
 void ChemStationFile::GetErrorMessage(char* buffer, unsigned int size) {
     const std::string name = failedPath.empty() ? "" : " The file " + failedPath + " could not be opened.";
-    switch (status) {
-        case StatusCannotOpen:
-            CopyMessage(
-                failedPath.empty() ? "Unable to open file" : "Unable to open file " + failedPath + ".",
-                buffer, size);
-            break;
-        case StatusLengthDiffers:
-            CopyMessage("The imported files seems to be of different length.", buffer, size);
-            break;
-        case StatusKindDiffers:
-            CopyMessage("Only files of the same file type can be opened at the same time.", buffer, size);
-            break;
-        case StatusSeveralUv:
-            CopyMessage("Import of more then one 3D HPLC file (*.uv files) is not yet supported.", buffer,
-                        size);
-            break;
-        case StatusStepDiffers:
-            CopyMessage("The imported files seems to have different resolution.", buffer, size);
-            break;
-        case StatusNotChemStation:
-            CopyMessage("The file does not seem to be an HPLC Chemstation file." + name, buffer, size);
-            break;
-        case StatusReadFailed:
-            CopyMessage("The file could not be read." + name, buffer, size);
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            break;
-    }
+    const std::string cannotOpen =
+        failedPath.empty() ? "Unable to open file" : "Unable to open file " + failedPath + ".";
+    const std::string notChemStation = "The file does not seem to be an HPLC Chemstation file." + name;
+    const std::string readFailed = "The file could not be read." + name;
+    const StatusText texts[] = {
+        {StatusCannotOpen, cannotOpen},
+        {StatusLengthDiffers, "The imported files seems to be of different length."},
+        {StatusKindDiffers, "Only files of the same file type can be opened at the same time."},
+        {StatusSeveralUv, "Import of more then one 3D HPLC file (*.uv files) is not yet supported."},
+        {StatusStepDiffers, "The imported files seems to have different resolution."},
+        {StatusNotChemStation, notChemStation},
+        {StatusReadFailed, readFailed},
+    };
+    CopyStatusText(texts, buffer, size);
 }
 
 // Contents
 
 std::vector<FileContents::Part> ChemStationFile::ListParts() {
-    std::vector<Part> parts;
+    if (IsComplete()) {
+        return parts.ListParts();
+    }
+    std::vector<Part> signals;
     for (const HPLCData& data : files) {
         Part part;
         part.kind = "spectrum";
         part.name = data.signalName.empty() ? NvGetFileName(data.path) : data.signalName;
-        part.number = static_cast<int>(parts.size()) + 1;
+        part.number = static_cast<int>(signals.size()) + 1;
         part.rows = data.isUv ? numRows - FirstDataRow + 1 : 1;
         part.cols = std::max(numCols - HeadColumns, 0);
         part.detail = data.unit;
-        parts.push_back(std::move(part));
+        signals.push_back(std::move(part));
     }
-    return parts;
+    return signals;
 }
 
 std::vector<FileContents::Fact> ChemStationFile::ListFacts() {
+    if (IsComplete()) {
+        return parts.ListFacts();
+    }
     const auto found =
         std::find_if(files.begin(), files.end(), [](const HPLCData& data) { return data.dataStart >= 1; });
     if (found == files.end() || numCols <= HeadColumns) {
@@ -558,7 +474,7 @@ std::vector<FileContents::Fact> ChemStationFile::ListFacts() {
         facts.emplace_back("Y unit", data.unit);
     }
     facts.emplace_back("sample", data.sampleName);
-    facts.emplace_back("date", TidyDate(data.date));
+    facts.emplace_back("date", TidyChemStationDate(data.date));
     facts.emplace_back("version", std::to_string(data.version));
     return facts;
 }
@@ -580,3 +496,16 @@ SpreadsheetFile* ChemStationFileFactory::GetSpreadsheetFile() {
 }
 
 static ChemStationFileFactory chemStationFileFactory;
+
+// The version text with its length before it, and behind it nothing of it; then the file's type, such as
+// "LC DATA FILE".
+static const FormatRecogniser chemStationRecogniser(
+    "HPLC ChemStation File", "chemstation", {".uv"}, [](const char* /*path*/, std::string_view head) {
+        constexpr std::string_view DataFile = "DATA FILE";
+        ByteCursor stream({reinterpret_cast<const std::uint8_t*>(head.data()), head.size()});
+        const int version = ReadChemStationVersion(stream);
+        const ChemStationLayout& layout = ChemStationLayout::Of(version);
+        const std::string type = ReadChemStationText(stream, layout.fileType, layout.wide);
+        const bool isProved = version > 0 && type.ends_with(DataFile);
+        return isProved ? FormatRecogniser::Evidence::Proof : FormatRecogniser::Evidence::None;
+    });

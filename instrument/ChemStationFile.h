@@ -9,6 +9,8 @@
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
+#include "instrument/ChemStationHeader.h"
+#include "instrument/ChemStationParts.h"
 
 /** One file of the selection, as its header tells. */
 struct HPLCData {
@@ -43,7 +45,8 @@ struct HPLCData {
  *
  * The header is big-endian and has two layouts, told apart by the version text: below 100 (8, 30, 31) and
  * from 100 on (108, 130, 131). Values are differences of 16 bits with absolute values of 32 bits between
- * them. Gas chromatograms of other versions keep their times as floats and are refused as of wrong shape.
+ * them. The classic reading refuses gas chromatograms of other versions, which keep their times as floats, as of
+ * wrong shape; the complete one reads them. There the key Part chooses among the files.
  * A header without a version or without a data start opens as a file of no data.
  *
  * Source: the layout as published by the readers of the open chromatography tools, and files of versions
@@ -80,17 +83,6 @@ public:
     std::vector<Fact> ListFacts() override;
 
 private:
-    /** The head of a run of values in a .ch file. */
-    struct SpectrumHeaderInfo {
-        bool hasValues; /**< the high 4 bits: a run follows */
-        int length;     /**< the low 12 bits: of so many values */
-    };
-    struct Layout;
-    struct SpectrumRecord;
-
-    static const Layout OlderLayout;
-    static const Layout NewerLayout;
-
     void OpenStream(const HPLCData& data);
     void CloseStream();
     std::int16_t ReadInt16(std::uint64_t pos, bool swap);
@@ -98,26 +90,26 @@ private:
     double ReadDouble(std::uint64_t pos);
     std::string ReadText(std::uint64_t pos, bool wide);
 
+    int OpenParts(const std::vector<std::string>& paths, const NvImportOpenOptions* options);
+    bool HasFiles() const;
     int CheckFile(HPLCData* data);
-    void ReadTexts(HPLCData& data, const Layout& layout);
-    void ReadStep(HPLCData& data, const Layout& layout);
+    void ReadTexts(HPLCData& data, const ChemStationLayout& layout);
+    void ReadStep(HPLCData& data, const ChemStationLayout& layout);
     int MeasureSignal(const HPLCData& data);
     int CheckRecords(HPLCData& data);
-    bool ReadRecord(std::uint64_t pos, SpectrumRecord& record);
 
     void SetAxis(ReadSpreadSheetData* sink, const HPLCData& data, const char* const (&names)[4]);
     int ReadSignal(ReadSpreadSheetData* sink, const HPLCData& data, int row);
     int ReadSpectra(ReadSpreadSheetData* sink, const HPLCData& data);
     bool ReadSpectrum(ReadSpreadSheetData* sink, const HPLCData& data, const SpectrumRecord& record, int row);
     bool ReadSpecInfo(SpectrumHeaderInfo& info);
-    std::int32_t ReadValue(bool& absolute, bool swap);
-    void AddValue(bool swap);
 
-    std::vector<HPLCData> files;
+    std::vector<HPLCData> files;  // the classic reading's
+    ChemStationParts parts;       // the complete one's
     MappedFile file;
     ByteCursor stream;
     bool fileKindIsUv = false;
-    std::int32_t runningValue = 0;
+    ChemStationRunningValue runningValue;
     std::string failedPath;  // what messages name
 };
 

@@ -1,15 +1,23 @@
 #include "instrument/OPUSReader.h"
 
+#include "base/CopyMessage.h"
+#include "frame/CompleteOptions.h"
+
 void OPUSReader::Close() {
     selection.Clear();
+    parts.Clear();
     FormatReader::Close();
 }
 
 void OPUSReader::GetErrorMessage(char* buffer, unsigned int size) {
+    if (!parts.GetErrorText().empty()) {
+        CopyMessage(parts.GetErrorText(), buffer, size);
+        return;
+    }
     selection.CopyErrorText(buffer, size);
 }
 
-int OPUSReader::Open(bool forRead, const char* fileName, NvImportOpenOptions* /*options*/) {
+int OPUSReader::Open(bool forRead, const char* fileName, NvImportOpenOptions* options) {
     if (!forRead) {
         selection.SetWritingError();
         status = StatusWrongMode;
@@ -21,15 +29,27 @@ int OPUSReader::Open(bool forRead, const char* fileName, NvImportOpenOptions* /*
     sizeKnown = false;
     numCols = -1;
     numRows = -1;
-    if (!selection.Open(fileName) || !ConfirmSelection(selection)) {
+    if (!OpenFiles(fileName, options)) {
         status = StatusAbortedByUser;
     }
     return status;
 }
 
+bool OPUSReader::OpenFiles(const char* fileNames, const NvImportOpenOptions* options) {
+    if (!IsComplete()) {
+        return selection.Open(fileNames) && ConfirmSelection(selection);
+    }
+    const auto part = CompleteOptions(options).GetText(CompleteOptions::Part);
+    return parts.Open(fileNames, GetAxes(), part, *GetContext());
+}
+
 int OPUSReader::ReadRows(ReadSpreadSheetData* sink, std::vector<float>* grid,
                          const OPUSSelection::ValueSetter& setValues) {
     if (status != StatusOk) {
+        return status;
+    }
+    if (IsComplete()) {
+        parts.Read(*sink, *GetContext());
         return status;
     }
     if (!selection.Read(*sink, grid, setValues)) {
@@ -42,16 +62,16 @@ int OPUSReader::EstablishSize() {
     if (status != StatusOk) {
         return status;
     }
-    numRows = selection.GetNumRows();
-    numCols = selection.GetNumCols();
+    numRows = IsComplete() ? parts.GetNumRows() : selection.GetNumRows();
+    numCols = IsComplete() ? parts.GetNumCols() : selection.GetNumCols();
     sizeKnown = true;
     return StatusOk;
 }
 
 std::vector<FileContents::Part> OPUSReader::ListParts() {
-    return selection.ListParts();
+    return IsComplete() ? parts.ListParts() : selection.ListParts();
 }
 
 std::vector<FileContents::Fact> OPUSReader::ListFacts() {
-    return selection.ListFacts();
+    return IsComplete() ? parts.ListFacts() : selection.ListFacts();
 }

@@ -14,31 +14,9 @@
 #include "base/TolerantEqual.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
-#include "host/Question.h"
+#include "instrument/OPUSParameters.h"
 
 namespace {
-
-// The file header.
-constexpr std::string_view Magic = "\x0a\x0a\xfe\xfe";
-constexpr std::size_t HeaderSize = 24;
-constexpr std::uint64_t DirectoryOffset = 12;
-constexpr std::uint64_t EntryCountOffset = 20;
-
-// The directory behind it, or elsewhere.
-constexpr std::size_t EntrySize = 12;
-
-// What the fields of a block's type say.
-constexpr unsigned int DataKindParameters = 0;
-constexpr unsigned int DataKindSpectrum = 3;
-constexpr unsigned int ChannelClassRatioed = 3;
-constexpr unsigned int BlockKindData = 0;
-constexpr unsigned int BlockKindDataStatus = 1;
-
-// The head of a parameter: its name, its type and the length of its value in units of two bytes.
-constexpr std::size_t ParameterHeadSize = 8;
-constexpr std::size_t ParameterNameSize = 4;
-constexpr std::size_t ParameterTypeSize = 2;
-constexpr std::size_t LengthUnit = 2;
 
 // The only format of the values that is read: 32-bit floats.
 constexpr int DataFormatReal32 = 1;
@@ -77,7 +55,6 @@ constexpr TextParameter TextParameters[] = {{"DXU", &BrukerOPUSRecord::xUnits},
                                             {"TIM", &BrukerOPUSRecord::time},
                                             {"SNM", &BrukerOPUSRecord::sampleName},
                                             {"SFM", &BrukerOPUSRecord::sampleForm}};
-constexpr std::string_view EndParameter = "END";
 
 struct UnitName {
     std::string_view code;
@@ -90,47 +67,29 @@ constexpr UnitName UnitNames[] = {{"WN", "Wavenumber cm-1"},
                                   {"MIN", "Minutes"},
                                   {"PNT", "Points"}};
 
-std::string NameOfUnit(const std::string& code) {
-    const auto* found = std::find_if(std::begin(UnitNames), std::end(UnitNames),
-                                     [&](const UnitName& unit) { return unit.code == code; });
-    return found == std::end(UnitNames) ? code : found->name;
-}
-
-/** What a read delivered: all that was asked for, nothing, or only a part of it. */
-enum class Delivery { Whole, Nothing, Part };
-
-Delivery TakeBytes(ByteCursor& stream, std::size_t count, ByteCursor& bytes) {
-    if (count > 0 && stream.AtEnd()) {
-        return Delivery::Nothing;
-    }
-    if (!stream.Has(count)) {
-        return Delivery::Part;
-    }
-    bytes = ByteCursor(stream.Take(count));
-    return Delivery::Whole;
-}
-
 template <class Number>
-Delivery ReadNumber(ByteCursor& stream, Number& number) {
+OPUSDelivery ReadNumber(ByteCursor& stream, Number& number) {
     ByteCursor bytes;
-    const Delivery delivery = TakeBytes(stream, sizeof(Number), bytes);
-    if (delivery == Delivery::Whole) {
+    const OPUSDelivery delivery = TakeOPUSBytes(stream, sizeof(Number), bytes);
+    if (delivery == OPUSDelivery::Whole) {
         number = bytes.Read<Number>();
     }
     return delivery;
 }
 
-Delivery ReadText(ByteCursor& stream, std::size_t size, std::string& text) {
+OPUSDelivery ReadText(ByteCursor& stream, std::size_t size, std::string& text) {
     ByteCursor bytes;
-    const Delivery delivery = TakeBytes(stream, size, bytes);
-    if (delivery == Delivery::Whole) {
+    const OPUSDelivery delivery = TakeOPUSBytes(stream, size, bytes);
+    if (delivery == OPUSDelivery::Whole) {
         text = bytes.ReadTerminatedText(size);
     }
     return delivery;
 }
 
-// The value behind a parameter's head. Numbers have their own size, whatever the head says.
-Delivery ReadValue(ByteCursor& stream, std::string_view name, std::size_t size, BrukerOPUSRecord& record) {
+// The classic rule for the value behind a parameter's head: numbers have their own size, whatever the head
+// says.
+OPUSDelivery ReadValue(ByteCursor& stream, const OPUSParameterHead& head, BrukerOPUSRecord& record) {
+    const auto [name, type, size] = head;
     for (const IntParameter& parameter : IntParameters) {
         if (parameter.name == name) {
             return ReadNumber(stream, record.*parameter.field);
@@ -148,45 +107,10 @@ Delivery ReadValue(ByteCursor& stream, std::string_view name, std::size_t size, 
     }
     // A skip behind the end is found out by the next head.
     stream.Skip(std::min(size, stream.GetRemaining()));
-    return Delivery::Whole;
+    return OPUSDelivery::Whole;
 }
 
-// Reads a block's parameters up to its end; false when it is corrupt.
-bool ReadParameters(ByteCursor& stream, BrukerOPUSRecord& record) {
-    while (true) {
-        ByteCursor head;
-        Delivery delivery = TakeBytes(stream, ParameterHeadSize, head);
-        if (delivery == Delivery::Whole) {
-            const std::string_view name = head.ReadTerminatedText(ParameterNameSize);
-            head.Skip(ParameterTypeSize);
-            const std::int16_t length = head.ReadI16();
-            if (name == EndParameter) {
-                return true;
-            }
-            const std::size_t size = length > 0 ? static_cast<std::size_t>(length) * LengthUnit : 0;
-            delivery = ReadValue(stream, name, size, record);
-        }
-        if (delivery != Delivery::Whole) {
-            return delivery == Delivery::Nothing;
-        }
-    }
-}
-
-OPUSBlock ReadEntry(ByteCursor& stream) {
-    const std::uint32_t type = stream.ReadU32();
-    OPUSBlock block;
-    block.dataKind = type & 0x3;
-    block.channelClass = type >> 2 & 0x3;
-    block.blockKind = type >> 4 & 0x3f;
-    block.furtherTypes[0] = type >> 10 & 0x7f;
-    block.furtherTypes[1] = type >> 17 & 0x3;
-    block.furtherTypes[2] = type >> 19 & 0x7f;
-    block.length = stream.ReadI32();
-    block.offset = stream.ReadI32();
-    return block;
-}
-
-/** What the directory leads to. */
+/** What the classic reading takes of a directory. */
 struct Directory {
     std::vector<std::int32_t> parameterOffsets;  // data status blocks too
     OPUSBlock dataBlock;
@@ -196,34 +120,27 @@ struct Directory {
 };
 
 void TakeEntry(const OPUSBlock& block, Directory& directory) {
-    if (block.dataKind == DataKindParameters && block.blockKind != 0) {
+    if (block.dataKind == OPUSNoData && block.blockKind != OPUSData) {
         directory.parameterOffsets.push_back(block.offset);
         directory.parameterFound = true;
     }
-    if (block.dataKind != DataKindSpectrum || block.channelClass != ChannelClassRatioed) {
+    if (block.dataKind != OPUSAmplitude || block.channelClass != OPUSRatioed) {
         return;
     }
-    if (block.blockKind == BlockKindDataStatus) {
+    if (block.blockKind == OPUSDataStatus) {
         directory.parameterOffsets.push_back(block.offset);
         directory.statusFound = true;
-    } else if (block.blockKind == BlockKindData) {
+    } else if (block.blockKind == OPUSData) {
         directory.dataBlock = block;
         directory.dataFound = true;
     }
 }
 
-// As far as the file goes, however many entries it claims.
-Directory ReadDirectory(ByteCursor& stream) {
-    stream.Seek(DirectoryOffset);
-    const std::int32_t offset = stream.ReadI32();
-    stream.Seek(EntryCountOffset);
-    const std::int32_t count = stream.ReadI32();
+// The search ends as soon as one of each kind was found; until then the last data block counts.
+Directory FindRatioed(const std::vector<OPUSBlock>& blocks) {
     Directory directory;
-    if (offset < 0 || !stream.Seek(static_cast<std::uint64_t>(offset))) {
-        return directory;
-    }
-    for (std::int32_t i = 0; i < count && stream.Has(EntrySize); ++i) {
-        TakeEntry(ReadEntry(stream), directory);
+    for (const OPUSBlock& block : blocks) {
+        TakeEntry(block, directory);
         if (directory.statusFound && directory.dataFound && directory.parameterFound) {
             break;
         }
@@ -238,7 +155,11 @@ bool ReadBlocks(ByteCursor& stream, const Directory& directory, BrukerOPUSRecord
         if (offset < 0 || !stream.Seek(static_cast<std::uint64_t>(offset))) {
             continue;
         }
-        if (!ReadParameters(stream, record)) {
+        const bool isWhole =
+            WalkOPUSParameters(stream, [&](ByteCursor& values, const OPUSParameterHead& head) {
+                return ReadValue(values, head, record);
+            });
+        if (!isWhole) {
             return false;
         }
         const std::uint64_t used = stream.Tell() - static_cast<std::uint64_t>(offset);
@@ -251,7 +172,7 @@ bool ReadBlocks(ByteCursor& stream, const Directory& directory, BrukerOPUSRecord
 }
 
 bool HasMagic(const std::string& path) {
-    return NvFile::ReadHead(path.c_str(), Magic.size()) == Magic;
+    return NvFile::ReadHead(path.c_str(), OPUSMagic.size()) == OPUSMagic;
 }
 
 std::string RangeLine(const BrukerOPUSRecord& record) {
@@ -298,6 +219,12 @@ private:
 
 }  // namespace
 
+std::string NameOfOPUSUnit(const std::string& code) {
+    const auto* found = std::find_if(std::begin(UnitNames), std::end(UnitNames),
+                                     [&](const UnitName& unit) { return unit.code == code; });
+    return found == std::end(UnitNames) ? code : found->name;
+}
+
 float BrukerOPUSRecord::GetX(int index) const {
     return static_cast<float>(index) * static_cast<float>(GetSpacing()) + static_cast<float>(firstX);
 }
@@ -324,10 +251,10 @@ bool OPUSSelection::Open(const char* fileNames) {
 bool OPUSSelection::OpenFile(const std::string& path) {
     const MappedFile file(path.c_str());
     ByteCursor stream(file.GetBytes());
-    if (!stream.Has(HeaderSize)) {
+    if (!stream.Has(OPUSHeaderSize)) {
         return Fail("A corrupt header block was found in the file '" + path + "'. Import aborted.");
     }
-    const Directory directory = ReadDirectory(stream);
+    const Directory directory = FindRatioed(ReadOPUSDirectory(stream));
     if (!directory.statusFound) {
         return Fail("Could not find any data in '" + path +
                     "'. Import aborted.\n\n(Sample and reference data cannot be imported.} ");
@@ -366,7 +293,7 @@ bool OPUSSelection::CheckPointCounts() {
     return difference.empty() || Fail(std::move(difference));
 }
 
-bool OPUSSelection::ConfirmDifferentRanges() {
+bool OPUSSelection::ConfirmDifferentRanges(const Questioner& ask) {
     DistinctValues firstValues;
     DistinctValues lastValues;
     std::string ranges;
@@ -380,8 +307,7 @@ bool OPUSSelection::ConfirmDifferentRanges() {
     if (firstValues.GetSize() < 2 && lastValues.GetSize() < 2) {
         return true;
     }
-    return Question::Ask(
-               "Not all files starts and/or ends at the same x-values but all files have the same number of "
+    return ask("Not all files starts and/or ends at the same x-values but all files have the same number of "
                "values:\n\n" +
                ranges + "\nDo you still want to continue importing the files?") ||
            Fail("Import canceled.");
@@ -457,7 +383,7 @@ void OPUSSelection::SetXRow(ReadSpreadSheetData& sink, std::vector<float>* grid)
     if (grid != nullptr) {
         grid->clear();
     }
-    sink.Set(1, 2, NameOfUnit(first.xUnits).c_str());
+    sink.Set(1, 2, NameOfOPUSUnit(first.xUnits).c_str());
     for (int i = 0; i < first.numPoints; ++i) {
         const float x = first.GetX(i);
         sink.Set(OPUSFirstValueColumn + i, 2, x);
@@ -527,7 +453,7 @@ std::vector<FileContents::Fact> OPUSSelection::ListFacts() const {
             {"first X", FormatG(first.firstX)},
             {"last X", FormatG(first.lastX)},
             {"spacing", FormatG(first.GetSpacing())},
-            {"X unit", NameOfUnit(first.xUnits)},
+            {"X unit", NameOfOPUSUnit(first.xUnits)},
             {"sample", first.sampleName}};
 }
 

@@ -8,18 +8,7 @@
 #include "frame/FileContents.h"
 #include "frame/ReadSpreadSheetData.h"
 #include "frame/SprFileFactory.h"
-
-class ByteCursor;
-
-/** An entry of the directory of an OPUS file. */
-struct OPUSBlock {
-    unsigned int dataKind = 0;
-    unsigned int channelClass = 0;
-    unsigned int blockKind = 0;
-    unsigned int furtherTypes[3] = {0, 0, 0}; /**< kept, not used */
-    std::int32_t length = 0;                  /**< kept, not used */
-    std::int32_t offset = 0;                  /**< from the start of the file */
-};
+#include "instrument/OPUSDirectory.h"
 
 /** What is kept of one file: its parameters and where its values lie. */
 struct BrukerOPUSRecord {
@@ -46,12 +35,8 @@ struct BrukerOPUSRecord {
 };
 
 /**
- * The OPUS files of one import, for the two readers that make tables of them.
- *
- * An OPUS file is a directory of blocks: parameter blocks of named values, data status blocks that tell the
- * axis of a spectrum, and data blocks with its 32-bit floats. Only the ratioed spectrum is read; sample and
- * reference spectra and interferograms are passed over. The layout follows what public readers of the
- * format agree on.
+ * The OPUS files of one import in the classic reading, for the two readers that make tables of them. Only the
+ * ratioed spectrum is read; sample and reference spectra and interferograms are passed over.
  *
  * The operations that return false leave the reason in the error text.
  */
@@ -60,10 +45,13 @@ public:
     /** Sets the values of one file's row: the file, its values in the file's order, the sink and the row. */
     using ValueSetter = std::function<void(const BrukerOPUSRecord&, ByteCursor, ReadSpreadSheetData&, int)>;
 
+    /** Gets a yes-or-no question's text and tells the user's answer. */
+    using Questioner = std::function<bool(const std::string&)>;
+
     /** Looks at every file of the selection and at nothing of their values. */
     bool Open(const char* fileNames);
     /** Asks the user where the files' axes begin or end at different values; false when that ends it. */
-    bool ConfirmDifferentRanges();
+    bool ConfirmDifferentRanges(const Questioner& ask);
     void Clear();
 
     /**
@@ -96,6 +84,9 @@ private:
     std::vector<BrukerOPUSRecord> records;
     std::string errorText;
 };
+
+/** What the code of an X unit stands for, as the table tells it; any other code as it is. */
+std::string NameOfOPUSUnit(const std::string& code);
 
 /** The first column of the values, behind the file's texts. */
 constexpr int OPUSFirstValueColumn = 6;

@@ -1,0 +1,366 @@
+#include "instrument/ChemStationSignal.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
+
+#include "base/DateText.h"
+#include "base/NumberParser.h"
+#include "base/PathNames.h"
+#include "base/Unicode.h"
+
+namespace {
+
+using Field = ChemStationField;
+using Fact = FileContents::Fact;
+
+constexpr double TimeUnits = 1000.0;      // in 1 s
+constexpr double WavelengthUnits = 20.0;  // in 1 nm
+
+// Behind this mark of second differences stand 6 bytes that replace the value.
+constexpr std::int16_t ReplacementMark = 0x7fff;
+constexpr double HighUnit = 4294967296.0;
+
+enum class Encoding { None, Runs, SecondDifferences, Doubles, Spectra };
+
+Encoding EncodingOf(int version) {
+    switch (version) {
+        case 8:
+        case 30:
+        case 108:
+        case 130:
+            return Encoding::Runs;
+        case 81:
+        case 181:
+            return Encoding::SecondDifferences;
+        case 179:
+            return Encoding::Doubles;
+        case 31:
+        case 131:
+            return Encoding::Spectra;
+        default:
+            return Encoding::None;
+    }
+}
+
+std::string ReadField(ByteCursor& stream, const ChemStationLayout& layout, std::uint64_t position) {
+    return position == 0 ? std::string() : AsUtf8(ReadChemStationText(stream, position, layout.wide));
+}
+
+std::int32_t ReadBigInt(ByteCursor& stream, std::uint64_t position) {
+    stream.Seek(position);
+    return stream.ReadBigI32();
+}
+
+double ReadBigDouble(ByteCursor& stream, std::uint64_t position) {
+    stream.Seek(position);
+    return stream.ReadBigDouble();
+}
+
+// Chromatograms of gas instruments have their times as floats, those of liquid ones as whole numbers.
+double ReadTime(ByteCursor& stream, std::uint64_t position, bool isFloat) {
+    stream.Seek(position);
+    return (isFloat ? static_cast<double>(stream.ReadBigFloat()) : stream.ReadBigI32()) / TimeUnits;
+}
+
+/** A list of facts that leaves out what is empty. */
+class FactList {
+public:
+    void Add(const char* name, const std::string& text) {
+        if (!text.empty()) {
+            facts.emplace_back(name, text);
+        }
+    }
+    void AddNumber(const char* name, double number, const char* unit = "") {
+        facts.emplace_back(name, number, unit);
+    }
+    std::vector<Fact> Take() { return std::move(facts); }
+
+private:
+    std::vector<Fact> facts;
+};
+
+// "DAD1 A, Sig=273,4 Ref=off": the wavelength and its bandwidth.
+void AddWavelength(FactList& facts, const std::string& signal) {
+    constexpr std::string_view Mark = "Sig=";
+    const std::size_t found = signal.find(Mark);
+    if (found == std::string::npos) {
+        return;
+    }
+    std::string_view text = std::string_view(signal).substr(found + Mark.size());
+    double wavelength = 0;
+    const std::size_t length = ParseDouble(text, wavelength);
+    if (length == 0) {
+        return;
+    }
+    facts.AddNumber("wavelength", wavelength, "nm");
+    text.remove_prefix(length);
+    double bandwidth = 0;
+    if (text.starts_with(",") && ParseDouble(text.substr(1), bandwidth) > 0) {
+        facts.AddNumber("bandwidth", bandwidth, "nm");
+    }
+}
+
+void AddShort(FactList& facts, const char* name, ByteCursor& stream, std::uint64_t position) {
+    stream.Seek(position);
+    if (const std::int16_t number = stream.ReadBigI16(); number > 0) {
+        facts.AddNumber(name, number);
+    }
+}
+
+int PointsOf(const SpectrumRecord& record) {
+    const int span = record.end - record.start;
+    return record.step == 0 || span / record.step < 0 ? 0 : span / record.step + 1;
+}
+
+}  // namespace
+
+bool ChemStationSignal::Open(const std::string& filePath, ByteCursor bytes, std::string& failure) {
+    path = filePath;
+    ByteCursor stream = bytes;
+    version = ReadChemStationVersion(stream);
+    const ChemStationLayout& layout = ChemStationLayout::Of(version);
+    const Encoding encoding = EncodingOf(version);
+    if (version < 1) {
+        failure = path + " has no version of a ChemStation file and can't be read.";
+        return false;
+    }
+    if (encoding == Encoding::None) {
+        failure = path + " is a ChemStation file of version " + std::to_string(version) +
+                  ", which can't be read (8, 30, 31, 81, 108, 130, 131, 179 and 181 can).";
+        return false;
+    }
+    const std::int32_t dataStart = ReadBigInt(stream, Field::DataStart);
+    if (dataStart < 1) {
+        failure = path + " is a ChemStation file whose header doesn't tell where its values begin.";
+        return false;
+    }
+    isSpectra = encoding == Encoding::Spectra;
+    sample = ReadField(stream, layout, layout.sampleName);
+    date = ReadField(stream, layout, layout.date);
+    signal = ReadField(stream, layout, isSpectra ? layout.spectraSignal : layout.signal);
+    name = signal.empty() ? NvGetFileName(path) : signal;
+    firstRecord = ChemStationDataOffset(dataStart);
+    if (isSpectra) {
+        return OpenSpectra(stream, layout, failure);
+    }
+    OpenChromatogram(stream, layout, firstRecord);
+    if (values.empty()) {
+        failure = path + " is a ChemStation file without a value.";
+        return false;
+    }
+    return true;
+}
+
+void ChemStationSignal::OpenChromatogram(ByteCursor stream, const ChemStationLayout& layout,
+                                         std::uint64_t dataOffset) {
+    const Encoding encoding = EncodingOf(version);
+    unit = ReadField(stream, layout, layout.unit);
+    scale = ReadBigDouble(stream, layout.scale);
+    const double offset = ReadBigDouble(stream, layout.offset);
+    start = ReadTime(stream, Field::Start, encoding != Encoding::Runs);
+    end = ReadTime(stream, Field::End, encoding != Encoding::Runs);
+    stream.Seek(dataOffset);
+    if (encoding == Encoding::Runs) {
+        DecodeRuns(stream);
+    } else if (encoding == Encoding::SecondDifferences) {
+        DecodeSecondDifferences(stream);
+    } else {
+        DecodeDoubles(stream);
+    }
+    for (double& value : values) {
+        value = value * scale + offset;
+    }
+    numPoints = static_cast<int>(values.size());
+}
+
+// Runs of differences up to a head without any; a file without the last head has been cut.
+void ChemStationSignal::DecodeRuns(ByteCursor stream) {
+    ChemStationRunningValue running;
+    SpectrumHeaderInfo info;
+    while (info.Read(stream) && info.hasValues) {
+        for (int i = 0; i < info.length; ++i) {
+            running.TakeBig(stream);
+            if (stream.HasFailed()) {
+                break;
+            }
+            values.push_back(running.value);
+        }
+    }
+    if (stream.HasFailed()) {
+        AddNote("cut-values", 1,
+                "the file was cut off: it ends behind " + karta::CountOf(values.size(), "value"));
+    }
+}
+
+void ChemStationSignal::DecodeSecondDifferences(ByteCursor stream) {
+    constexpr int VersionWithEndWord = 181;
+    double value = 0;
+    double slope = 0;
+    std::int16_t last = 1;
+    while (stream.Has(sizeof last)) {
+        last = stream.ReadBigI16();
+        if (last == ReplacementMark) {
+            const std::int16_t high = stream.ReadBigI16();
+            value = high * HighUnit + stream.ReadBigU32();
+            slope = 0;
+            if (stream.HasFailed()) {
+                break;
+            }
+        } else {
+            slope += last;
+            value += slope;
+        }
+        values.push_back(value);
+    }
+    if (stream.HasFailed() || !stream.AtEnd()) {
+        AddNote("cut-values", 1, "the file was cut off within its last value");
+    } else if (version == VersionWithEndWord && last == 0 && !values.empty()) {
+        // A word of its own ends the values.
+        values.pop_back();
+    }
+}
+
+void ChemStationSignal::DecodeDoubles(ByteCursor stream) {
+    values.resize(stream.GetRemaining() / sizeof(double));
+    stream.ReadRun<double>(values);
+    if (!stream.AtEnd()) {
+        AddNote("cut-values", 1, "the file was cut off within its last value");
+    }
+}
+
+// The records of the first one's axis, as far as the file holds them whole. A record that doesn't reach
+// behind its own head would lead the walk around for ever.
+bool ChemStationSignal::OpenSpectra(ByteCursor stream, const ChemStationLayout& layout,
+                                    std::string& failure) {
+    const std::string fileType = ReadField(stream, layout, layout.fileType);
+    if (fileType.starts_with("OL")) {
+        failure = path + " holds spectra as OpenLab writes them (" + fileType + "), which can't be read.";
+        return false;
+    }
+    if (ReadBigInt(stream, Field::Flag) == 0) {
+        unit = ReadField(stream, layout, layout.spectraUnit);
+        scale = ReadBigDouble(stream, layout.spectraScale);
+    }
+    const std::int32_t promised = std::max(ReadBigInt(stream, Field::NumRecords), 0);
+    std::uint64_t position = firstRecord;
+    int found = 0;
+    for (; promised == 0 || found < promised; ++found) {
+        SpectrumRecord record;
+        const bool isLast = found + 1 == promised;
+        if (!record.Read(stream, position) || !record.IsKnown() || record.fieldLength < 0 ||
+            (record.length < static_cast<int>(SpectrumRecord::HeadSize) && !isLast)) {
+            break;
+        }
+        const auto length = static_cast<std::uint64_t>(std::max<int>(record.length, 0));
+        if (position + length > stream.GetSize()) {
+            break;
+        }
+        if (found == 0) {
+            axis = record;
+        }
+        numSpectra += record.HasAxisOf(axis) ? 1 : 0;
+        position += length;
+    }
+    if (found < promised) {
+        AddNote("cut-records", static_cast<std::uint64_t>(promised - found),
+                "the file holds " + std::to_string(found) + " of the " +
+                    karta::CountOf(static_cast<std::uint64_t>(promised), "spectrum", "spectra") +
+                    " that its header promises; they end at byte " + std::to_string(position));
+    }
+    if (numSpectra < found) {
+        AddNote("other-axis", static_cast<std::uint64_t>(found - numSpectra),
+                karta::CountOf(static_cast<std::uint64_t>(found - numSpectra), "spectrum", "spectra") +
+                    " on another axis than the first are not in this table");
+    }
+    numPoints = PointsOf(axis);
+    start = axis.start / WavelengthUnits;
+    end = start + (numPoints - 1) * (axis.step / WavelengthUnits);
+    if (numSpectra == 0 || numPoints == 0) {
+        failure = path + " holds no spectrum that can be read.";
+        return false;
+    }
+    return true;
+}
+
+void ChemStationSignal::AddNote(const char* code, std::uint64_t count, std::string text) {
+    notes.push_back({code, count, NvGetFileName(path), NvGetFileName(path) + ": " + std::move(text)});
+}
+
+double ChemStationSignal::GetX(int index) const {
+    if (isSpectra) {
+        return start + index * (axis.step / WavelengthUnits);
+    }
+    return index == 0 ? start : start + index * (end - start) / (numPoints - 1);
+}
+
+bool ChemStationSignal::HasAxisOf(const ChemStationSignal& other) const {
+    return isSpectra == other.isSpectra && numPoints == other.numPoints && start == other.start &&
+           end == other.end;
+}
+
+std::vector<Fact> ChemStationSignal::ListFacts(ByteCursor bytes) {
+    ByteCursor stream = bytes;
+    const int version = ReadChemStationVersion(stream);
+    const ChemStationLayout& layout = ChemStationLayout::Of(version);
+    const bool isSpectra = EncodingOf(version) == Encoding::Spectra;
+    const std::string signal = ReadField(stream, layout, isSpectra ? layout.spectraSignal : layout.signal);
+    const std::string date = ReadField(stream, layout, layout.date);
+    const auto moment = ParseChemStationDate(date);
+    FactList facts;
+    facts.Add("signal", signal);
+    AddWavelength(facts, signal);
+    facts.Add("sample", ReadField(stream, layout, layout.sampleName));
+    facts.Add("description", ReadField(stream, layout, layout.description));
+    facts.Add("operator", ReadField(stream, layout, layout.operatorName));
+    facts.Add("date", moment ? FormatDateTime(*moment) : TidyChemStationDate(date));
+    facts.Add("method", ReadField(stream, layout, layout.method));
+    facts.Add("detector", ReadField(stream, layout, layout.detector));
+    facts.Add("technique", ReadField(stream, layout, layout.technique));
+    facts.Add("software", ReadField(stream, layout, layout.software));
+    AddShort(facts, "sequence line", stream, Field::SequenceLine);
+    AddShort(facts, "vial", stream, Field::Vial);
+    AddShort(facts, "injection", stream, Field::Injection);
+    facts.Add("file type", ReadField(stream, layout, layout.fileType));
+    facts.AddNumber("version", version);
+    return facts.Take();
+}
+
+// Spectra
+
+ChemStationSpectra::ChemStationSpectra(const ChemStationSignal& opened, ByteCursor bytes)
+    : signal(opened), stream(bytes), position(opened.firstRecord) {}
+
+// Each spectrum's running value begins at 0, whatever the one before ended with.
+bool ChemStationSpectra::Next(std::vector<double>& values) {
+    values.clear();
+    do {
+        if (spectrum == signal.numSpectra || !record.Read(stream, position)) {
+            return false;
+        }
+        position += static_cast<std::uint64_t>(std::max<int>(record.length, 1));
+    } while (!record.HasAxisOf(signal.axis));
+    ++spectrum;
+    const bool isOpenEnd = record.length < static_cast<int>(SpectrumRecord::HeadSize);
+    const std::uint64_t end = isOpenEnd ? stream.GetSize() : position;
+    stream.Seek(record.position + SpectrumRecord::HeadSize +
+                static_cast<std::uint64_t>(std::max<int>(record.fieldLength, 0)));
+    ChemStationRunningValue running;
+    for (int i = 0; i < signal.numPoints; ++i) {
+        if (record.kind == SpectrumRecord::KindAbsolute) {
+            running.value = stream.ReadI32();
+        } else {
+            running.TakeLittle(stream);
+        }
+        if (stream.HasFailed() || stream.Tell() > end) {
+            break;
+        }
+        values.push_back(running.value * signal.scale);
+    }
+    return true;
+}
+
+double ChemStationSpectra::GetTime() const {
+    return record.time / TimeUnits;
+}

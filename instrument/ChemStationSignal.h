@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/ByteCursor.h"
+#include "base/Note.h"
+#include "frame/FileContents.h"
+#include "instrument/ChemStationHeader.h"
+
+/**
+ * One ChemStation file as the complete reading takes it: a chromatogram with its values, or the spectra of a
+ * run, whose values are read a record at a time.
+ *
+ * Values of versions 8, 30, 108 and 130 are differences in runs, those of 81 and 181 second differences,
+ * those of 179 doubles; versions 31 and 131 hold spectra.
+ */
+struct ChemStationSignal {
+    std::string path;
+    std::string name;   /**< the signal's; the file's where it has none */
+    std::string signal; /**< may be empty */
+    std::string sample;
+    std::string date; /**< as the file has it */
+    std::string unit;
+    int version = 0;
+    bool isSpectra = false;
+    double start = 0; /**< of the axis: s, or nm of spectra */
+    double end = 0;
+    int numPoints = 0;
+    std::vector<double> values; /**< of a chromatogram */
+    std::vector<karta::Note> notes;
+
+    int numSpectra = 0;
+    std::uint64_t firstRecord = 0;
+    SpectrumRecord axis; /**< the first record */
+    double scale = 1.0;
+
+    /** False, with the reason in `failure`, for bytes that can't be read as such a file. */
+    bool Open(const std::string& filePath, ByteCursor bytes, std::string& failure);
+
+    double GetX(int index) const;
+    bool HasAxisOf(const ChemStationSignal& other) const;
+
+    /** The texts and numbers of the header. */
+    static std::vector<FileContents::Fact> ListFacts(ByteCursor bytes);
+
+private:
+    void OpenChromatogram(ByteCursor stream, const ChemStationLayout& layout, std::uint64_t dataOffset);
+    bool OpenSpectra(ByteCursor stream, const ChemStationLayout& layout, std::string& failure);
+    void DecodeRuns(ByteCursor stream);
+    void DecodeSecondDifferences(ByteCursor stream);
+    void DecodeDoubles(ByteCursor stream);
+    void AddNote(const char* code, std::uint64_t count, std::string text);
+};
+
+/** Walks the spectra of a file: those of its axis, in their order. */
+class ChemStationSpectra {
+public:
+    ChemStationSpectra(const ChemStationSignal& opened, ByteCursor bytes);
+
+    /** The next one's values into `values`, as many as it has; false behind the last. */
+    bool Next(std::vector<double>& values);
+    double GetTime() const;
+
+private:
+    const ChemStationSignal& signal;
+    ByteCursor stream;
+    std::uint64_t position;
+    int spectrum = 0;
+    SpectrumRecord record;
+};
