@@ -7,7 +7,6 @@
 #include <system_error>
 #include <utility>
 
-#include "base/CopyMessage.h"
 #include "base/TemporaryFile.h"
 #include "host/ImportSpecBase.h"
 #include "host/project/AliasAccess.h"
@@ -151,23 +150,13 @@ void KpfFileImport::Close() {
 }
 
 void KpfFileImport::GetErrorMessage(char* buffer, unsigned int size) {
-    switch (status) {
-        case StatusDamaged:
-            CopyMessage("The file is damaged or not a KARTA project.", buffer, size);
-            break;
-        case StatusNotDecrypted:
-            CopyMessage("The file could not be decrypted.", buffer, size);
-            break;
-        case StatusNotRead:
-            CopyMessage("The file could not be read.", buffer, size);
-            break;
-        case StatusNoDataSet:
-            CopyMessage("The dataset could not be read.", buffer, size);
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            break;
-    }
+    static constexpr StatusText Texts[] = {
+        {StatusDamaged, "The file is damaged or not a KARTA project."},
+        {StatusNotDecrypted, "The file could not be decrypted."},
+        {StatusNotRead, "The file could not be read."},
+        {StatusNoDataSet, "The dataset could not be read."},
+        {StatusNoKeyMemory, "There is not enough memory for the project's key."}};
+    CopyStatusText(Texts, buffer, size);
 }
 
 int KpfFileImport::Open(bool forRead, const char* path, NvImportOpenOptions* /*options*/) {
@@ -180,9 +169,13 @@ int KpfFileImport::Open(bool forRead, const char* path, NvImportOpenOptions* /*o
     }
     Release();
     sizeKnown = false;
-    status = OpenProject(path);
-    if (status == StatusOk) {
-        status = LoadProject();
+    try {
+        status = OpenProject(path);
+        if (status == StatusOk) {
+            status = LoadProject();
+        }
+    } catch (const ProjectCipher::NoMemory&) {
+        status = StatusNoKeyMemory;
     }
     return status;
 }

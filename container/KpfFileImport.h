@@ -31,7 +31,8 @@ public:
         StatusNotDecrypted = 0x65,
         StatusNotRead = 0x66,
         StatusNoDataSet = 0x67,
-        StatusNotConverted = 0x68
+        StatusNotConverted = 0x68,
+        StatusNoKeyMemory = 0x69
     };
 
     KpfFileImport();

@@ -44,7 +44,11 @@ bool PureCompoundFileStreamSource::Open(const std::string& path, bool /*readOnly
 
 bool PureCompoundFileStreamSource::SetPassword(const char* password) {
     const auto stream = OpenRawStream(ProjectCipher::StreamName);
-    cipher = stream == nullptr ? nullptr : ProjectCipher::Open(*stream, password);
+    ProjectVersion version;
+    if (const auto versionStream = OpenRawStream(ProjectVersion::GetVersionInfoStreamName())) {
+        *versionStream >> version;
+    }
+    cipher = stream == nullptr ? nullptr : ProjectCipher::Open(*stream, password, version.number);
     return cipher != nullptr;
 }
 

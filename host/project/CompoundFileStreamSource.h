@@ -16,7 +16,7 @@ public:
     virtual const std::string& GetFileName() const = 0;
     /** Whether the streams are sealed: they can't be read before the right password is set. */
     virtual bool IsEncrypted() const = 0;
-    /** False for another password than the project's. */
+    /** False for another password than the project's. Raises ProjectCipher::NoMemory. */
     virtual bool SetPassword(const char* password) = 0;
 };
 

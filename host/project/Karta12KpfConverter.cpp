@@ -20,9 +20,11 @@ bool Karta12KpfConverter::Execute(NCProgress& progress, bool /*keepOriginals*/) 
            });
 }
 
+// The datasets themselves are converted as they are asked for: a project may list thousands, of which one is
+// read.
 bool Karta12KpfConverter::Convert(NCProject& project, NCProgress& progress) {
     for (int position = 1; position <= project.SizeDataSets(); ++position) {
-        if (!project.ConvertDataSet(position) || !progress.Step()) {
+        if (!progress.Step()) {
             return false;
         }
     }

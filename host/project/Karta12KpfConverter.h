@@ -13,7 +13,7 @@ public:
     /** `related` are projects to convert along with it. */
     Karta12KpfConverter(NCProject& projectToConvert, std::vector<std::shared_ptr<NCProject>> related);
 
-    /** One step of progress a dataset. False when it was cancelled or a dataset can't be read. */
+    /** One step of progress a dataset. False when it was cancelled. */
     bool Execute(NCProgress& progress, bool keepOriginals);
 
 private:

@@ -28,28 +28,24 @@ bool NCProject::Init(NvStreamSource* streamSource, bool /*readOnly*/, const Conv
 }
 
 std::shared_ptr<NCDataSet> NCProject::GetDataSet(int id) {
-    const auto known = converted.find(id);
-    if (known != converted.end()) {
+    const auto known = loaded.find(id);
+    if (known != loaded.end()) {
         return known->second;
     }
     const auto& entries = catalogue.dataSets;
     const auto entry =
         std::find_if(entries.begin(), entries.end(),
                      [id](const ProjectCatalogue::Entry& candidate) { return candidate.id == id; });
-    if (entry == entries.end() || version == ProjectVersion::Previous) {
+    if (entry == entries.end() || needsConversion) {
         return nullptr;
     }
-    return LoadDataSet(*entry, ValueOrder::ByObservation);
-}
-
-bool NCProject::ConvertDataSet(int position) {
-    const ProjectCatalogue::Entry& entry = EntryAt(position);
-    auto dataSet = LoadDataSet(entry, ValueOrder::ByVariable);
-    if (dataSet == nullptr) {
-        return false;
+    const bool isPrevious = version == ProjectVersion::Previous;
+    auto dataSet = LoadDataSet(*entry, isPrevious ? ValueOrder::ByVariable : ValueOrder::ByObservation);
+    if (isPrevious) {
+        // What was converted is kept; to read another dataset again costs no more than the first time.
+        loaded[id] = dataSet;
     }
-    converted[entry.id] = std::move(dataSet);
-    return true;
+    return dataSet;
 }
 
 std::shared_ptr<NCDataSet> NCProject::LoadDataSet(const ProjectCatalogue::Entry& entry,

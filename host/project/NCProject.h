@@ -38,8 +38,7 @@ public:
 
     /** Whether datasets of the previous format are left. */
     bool NeedsConversion() const { return needsConversion; }
-    /** Converts the dataset at a position, from 1; false when it can't be read. */
-    bool ConvertDataSet(int position);
+    /** The datasets of the previous format may be asked for now: each is converted when it is, once. */
     void EndConversion() { needsConversion = false; }
 
 private:
@@ -52,5 +51,5 @@ private:
     int version = 0;
     bool needsConversion = false;
     ProjectCatalogue catalogue;
-    std::map<int, std::shared_ptr<NCDataSet>> converted;
+    std::map<int, std::shared_ptr<NCDataSet>> loaded;
 };

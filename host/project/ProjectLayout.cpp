@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
-#include <limits>
 
 #include "host/project/UStreamBase.h"
 
@@ -126,11 +124,6 @@ bool MakeMatrix(UStreamBase& stream, std::size_t valueSize, DataSetContents& dat
     return true;
 }
 
-template <class Value>
-float Narrow(Value value) {
-    return std::isnan(value) ? VariableInfo::MissingValue : static_cast<float>(value);
-}
-
 // Values variable by variable, NaN missing; of doubles those that a float can't hold become infinities.
 template <class Value>
 bool ReadByVariable(UStreamBase& stream, NCDataMatrix<float>& values) {
@@ -141,7 +134,7 @@ bool ReadByVariable(UStreamBase& stream, NCDataMatrix<float>& values) {
         }
         ByteCursor cursor(raw);
         for (int row = 1; row <= values.GetNumberOfRows(); ++row) {
-            values(row, col) = Narrow(cursor.Read<Value>());
+            values(row, col) = static_cast<float>(cursor.Read<Value>());
         }
     }
     return true;
@@ -165,9 +158,7 @@ template <class Value>
 void PutByVariable(std::string& bytes, const NCDataMatrix<float>& values) {
     for (int col = 1; col <= values.GetNumberOfColumns(); ++col) {
         for (int row = 1; row <= values.GetNumberOfRows(); ++row) {
-            const float value = values(row, col);
-            Put(bytes, value == VariableInfo::MissingValue ? std::numeric_limits<Value>::quiet_NaN()
-                                                           : static_cast<Value>(value));
+            Put(bytes, static_cast<Value>(values(row, col)));
         }
     }
 }

@@ -29,8 +29,7 @@ bool ReadCatalogue(UStreamBase& stream, ProjectCatalogue& catalogue);
 
 /** The stream of a dataset in the layouts of today and before. */
 std::string DataSetStreamName(int id);
-/** Values observation by observation, -99 missing; or, in the previous layout, variable by variable, NaN
- * missing. */
+/** Values observation by observation, or, in the previous layout, variable by variable; NaN is missing. */
 enum class ValueOrder { ByObservation, ByVariable };
 std::string WriteDataSet(const DataSetContents& dataSet, ValueOrder order);
 bool ReadDataSet(UStreamBase& stream, ValueOrder order, DataSetContents& dataSet);

@@ -59,7 +59,8 @@ bool WriteProject(const std::string& path, const ProjectContents& contents,
         file.Write(ProjectVersion::GetVersionInfoStreamName(), VersionStream(options.version));
     }
     if (!options.password.empty()) {
-        cipher = std::make_unique<ProjectCipher>(options.password);
+        cipher =
+            std::make_unique<ProjectCipher>(options.password, static_cast<std::uint16_t>(options.version));
         file.Write(ProjectCipher::StreamName, cipher->MakeStream());
     }
     const auto write = [&](const std::string& name, const std::string& bytes) {
@@ -78,5 +79,14 @@ bool WriteProject(const std::string& path, const ProjectContents& contents,
         write(DataSetStreamName(dataSet.id), WriteDataSet(dataSet, order));
     }
     write(ProjectCatalogue::StreamName, WriteCatalogue(catalogue));
+    return file.Close();
+}
+
+bool WriteProjectStreams(const std::string& path,
+                         const std::vector<std::pair<std::string, std::string>>& streams) {
+    CompoundWriter file(path);
+    for (const auto& [name, bytes] : streams) {
+        file.Write(name, bytes);
+    }
     return file.Close();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/project/AliasAccess.h"
@@ -24,3 +25,7 @@ struct ProjectWriteOptions {
 /** Writes a project's file; an older one stays when that fails. */
 bool WriteProject(const std::string& path, const ProjectContents& contents,
                   const ProjectWriteOptions& options = {});
+
+/** Writes a compound file of these streams, names and bytes, as they are. */
+bool WriteProjectStreams(const std::string& path,
+                         const std::vector<std::pair<std::string, std::string>>& streams);

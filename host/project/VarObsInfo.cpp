@@ -4,7 +4,7 @@
 #include "host/SerialDate.h"
 
 std::string VariableInfo::GetValueText(float value) const {
-    if (value == MissingValue) {
+    if (IsMissing(value)) {
         return {};
     }
     if (yesNo && (value == 0.0F || value == 1.0F)) {
@@ -15,7 +15,7 @@ std::string VariableInfo::GetValueText(float value) const {
 
 std::string DateTimeVariableInfo::GetValueText(float value) const {
     constexpr double UnitsInDay[] = {1.0, 24.0, 1440.0, 86400.0};
-    if (value == MissingValue) {
+    if (IsMissing(value)) {
         return {};
     }
     const double unitsInDay = unit >= UnitDay && unit <= UnitSecond ? UnitsInDay[unit] : 1.0;

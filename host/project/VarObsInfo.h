@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -21,7 +23,8 @@ public:
 class KARTA_EXPORT VariableInfo : public VarObsInfo {
 public:
     /** Stands for a value that is missing. */
-    static constexpr float MissingValue = -99.0F;
+    static constexpr float MissingValue = std::numeric_limits<float>::quiet_NaN();
+    static bool IsMissing(float value) { return std::isnan(value); }
 
     /** A value as the text of a cell, in the shortest form that reads back the same; empty when missing. */
     virtual std::string GetValueText(float value) const;

@@ -1,9 +1,14 @@
 #include "container/KpfFileImport.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 
 #include "frame/SprFileFactory.h"
@@ -12,6 +17,7 @@
 #include "host/project/CompoundFileStreamSource.h"
 #include "host/project/NCProgress.h"
 #include "host/project/NCProject.h"
+#include "host/project/ProjectLayout.h"
 #include "table/TableData.h"
 #include "tests/container/Damage.h"
 #include "tests/container/ProjectBuilder.h"
@@ -219,6 +225,110 @@ TEST_F(KpfFileImportTest, HostThatBelievesAWrongPasswordReadsNothing) {
               0x68);
 }
 
+TEST_F(KpfFileImportTest, VersionIsBoundToASealedProject) {
+    std::string bytes = ReadWholeFile(Write(SmallProject(), {.version = 6, .password = "secret"}));
+    // The only stream of two bytes: the version, where the file has it.
+    const std::size_t place = bytes.find(std::string("\6\0", 2) + std::string(60, '\0'));
+    ASSERT_NE(place, std::string::npos);
+    for (const char version : {'\5', '\7', '\4'}) {
+        bytes[place] = version;
+        ProjectReader reader("secret");
+        EXPECT_EQ(reader.Open(true, folder.Write("changed.kpf", bytes).c_str(), nullptr), 0x65)
+            << static_cast<int>(version);
+    }
+}
+
+TEST_F(KpfFileImportTest, ProjectOfTheFirstSchemeIsStillRead) {
+    ProjectReader reader("yeast");
+    EXPECT_EQ(
+        CellsWith(reader, std::string(KARTA_SOURCE_DIR) + "/tests/container/encrypted-first-scheme.kpf"),
+        "[][pH][Sugar][Red][3.5][0.1][White][-99][1e-07]");
+    ProjectReader wrong("Yeast");
+    const std::string path = std::string(KARTA_SOURCE_DIR) + "/tests/container/encrypted-first-scheme.kpf";
+    EXPECT_EQ(wrong.Open(true, path.c_str(), nullptr), 0x65);
+}
+
+TEST_F(KpfFileImportTest, CostsThatAProjectMayNotAskForAreRefused) {
+    const std::string good = ReadWholeFile(Write(SmallProject(), {.password = "secret"}));
+    // Scheme 2, 3 passes over 64 MB.
+    const std::size_t place = good.find(std::string("\2\0\3\0\0\0\0\0\0\4", 10));
+    ASSERT_NE(place, std::string::npos);
+    const auto statusOf = [&](std::size_t offset, char value) {
+        std::string bytes = good;
+        bytes[place + offset] = value;
+        ProjectReader reader("secret");
+        return reader.Open(true, folder.Write("costs.kpf", bytes).c_str(), nullptr);
+    };
+    EXPECT_EQ(statusOf(2, 9), 0x65) << "passes";
+    EXPECT_EQ(statusOf(2, 0), 0x65) << "no pass";
+    EXPECT_EQ(statusOf(10, 1), 0x65) << "4 GB and more";
+    EXPECT_EQ(statusOf(9, 0x11), 0x65) << "272 MB";
+    EXPECT_EQ(statusOf(0, 3), 0x65) << "a scheme of later";
+}
+
+TEST_F(KpfFileImportTest, NoMemoryForTheKeyIsAStatus) {
+    const std::string path = Write(SmallProject(), {.password = "secret"});
+    const pid_t child = fork();
+    if (child == 0) {
+        ProjectReader reader("secret");
+        struct rlimit limit{};
+        getrlimit(RLIMIT_AS, &limit);
+        std::ifstream pages("/proc/self/statm");
+        rlim_t size = 0;
+        pages >> size;
+        limit.rlim_cur = size * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + (16U << 20);
+        if (setrlimit(RLIMIT_AS, &limit) != 0) {
+            _exit(1);
+        }
+        const bool isStatus = reader.Open(true, path.c_str(), nullptr) == 0x69;
+        _exit(isStatus && ErrorOf(reader) == "There is not enough memory for the project's key." ? 0 : 2);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(KpfFileImportTest, MinusNinetyNineIsAValue) {
+    for (const int version : {6, 5, 4}) {
+        ProjectContents project;
+        project.aliasTables = {{"Primary ID", AliasTable::KindPlain}};
+        project.dataSets.push_back(SmallDataSet(1, "a", {NamedVariable("T")}, {"o"}, {{-99.0F}}));
+        ProjectReader reader("");
+        EXPECT_EQ(CellsWith(reader, Write(project, {.version = version})), "[][T][o][-99]") << version;
+    }
+}
+
+// 50,000 entries on one dataset of 20,000 values: only what is read is converted, and once.
+TEST_F(KpfFileImportTest, OnlyTheChosenDatasetOfThePreviousFormatIsConverted) {
+    ProjectContents project;
+    project.aliasTables = {{"Primary ID", AliasTable::KindPlain}};
+    project.dataSets.push_back(SmallDataSet(1, "a", {NamedVariable("x")},
+                                            std::vector<std::string>(20'000, "o"),
+                                            std::vector<std::vector<float>>(20'000, {1.5F})));
+    const DataSetContents another = SmallDataSet(1, "a", {}, {}, {});
+    const std::string path = folder.Path("many.kpf");
+    {
+        std::vector<DataSetContents> entries(50'000, another);
+        ProjectCatalogue catalogue;
+        catalogue.aliasTables = project.aliasTables;
+        for (const DataSetContents& entry : entries) {
+            catalogue.dataSets.push_back({entry.id, entry.name});
+        }
+        ASSERT_TRUE(WriteProjectStreams(
+            path, {{ProjectVersion::GetVersionInfoStreamName(), std::string("\5\0", 2)},
+                   {DataSetStreamName(1), WriteDataSet(project.dataSets[0], ValueOrder::ByVariable)},
+                   {ProjectCatalogue::StreamName, WriteCatalogue(catalogue)}}));
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    KpfFileImport reader;
+    ASSERT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+    EXPECT_EQ(reader.ListParts().size(), 50'000U);
+    EXPECT_TRUE(reader.SelectPart(50'000));
+    EXPECT_EQ(reader.GetNumRows(), 20'001);
+    // To convert each entry takes minutes; under a sanitizer this takes a second or two.
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+}
+
 TEST_F(KpfFileImportTest, ChangedPieceOfASealedStreamIsFoundOut) {
     const std::string good = ReadWholeFile(Write(SmallProject(), {.password = "secret"}));
     const auto statusOf = [&](const std::string& bytes) {
@@ -324,9 +434,9 @@ TEST_F(KpfFileImportTest, CancelledConversionIsTheUsersWish) {
 
 TEST_F(KpfFileImportTest, VariablesWriteTheirValues) {
     ProjectContents project = SmallProject();
-    project.dataSets = {
-        SmallDataSet(1, "Kinds", {YesNoVariable("Red?"), HourVariable("When"), NamedVariable("x")},
-                     {"a", "b", "c"}, {{1, 0, 16777216}, {0, 36.5F, -0.5F}, {2, -99, 1e30F}})};
+    project.dataSets = {SmallDataSet(
+        1, "Kinds", {YesNoVariable("Red?"), HourVariable("When"), NamedVariable("x")}, {"a", "b", "c"},
+        {{1, 0, 16777216}, {0, 36.5F, -0.5F}, {2, VariableInfo::MissingValue, 1e30F}})};
     KpfFileImport reader;
     EXPECT_EQ(CellsWith(reader, Write(project)),
               "[][Red?][When][x]"
