@@ -574,11 +574,11 @@ int Excel2007File::ReadComplete(ReadSpreadSheetData* sink) {
                          vertical ? size.rows : 0, isOnly || vertical);
         if (!book->ReadSheet(sheet.part, cells)) {
             if (isOnly) {
-                failureText = DescribeFailure(sheet);
+                failureText = "The " + DescribeFailure(sheet) + ".";
                 status = StatusCorrupt;
                 return status;
             }
-            AddNote({"damaged-sheet", 1, sheet.name, DescribeFailure(sheet)});
+            AddNote({"damaged-sheet", 1, sheet.name, "the " + DescribeFailure(sheet)});
         }
         const SheetSize& found = cells.GetExtent();
         if (found.rows == 0) {
@@ -595,7 +595,7 @@ int Excel2007File::ReadComplete(ReadSpreadSheetData* sink) {
 }
 
 std::string Excel2007File::DescribeFailure(const WorkbookSheet& sheet) const {
-    return "the sheet \"" + sheet.name + "\" can't be read to its end: its part " + sheet.part +
+    return "sheet \"" + sheet.name + "\" can't be read to its end: its part " + sheet.part +
            (package->HasPart(sheet.part) ? " is damaged" : " isn't in the file");
 }
 
