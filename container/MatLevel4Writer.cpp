@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 
 #include "base/NumberFormat.h"
+#include "base/NumberParser.h"
 #include "base/OutputFile.h"
 #include "frame/WriteSpreadSheetData.h"
 
@@ -23,6 +25,14 @@ template <class Number>
 std::string_view BytesOf(const Number& value) {
     static_assert(std::endian::native == std::endian::little);
     return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
+// The number that a text is, wholly and but for blanks around it.
+std::optional<double> ToNumber(std::string_view text) {
+    text = TrimSpace(text);
+    double value = 0;
+    const bool isNumber = !text.empty() && ParseDouble(text, value) == text.size() && std::isfinite(value);
+    return isNumber ? std::optional(value) : std::nullopt;
 }
 
 std::string IdName(const char* stem, int number) {
@@ -48,8 +58,7 @@ void Matlab4Writer::WriteData() {
     const auto missing = std::bit_cast<double>(MissingBits);
     for (int column = 0; column < blockColumns; ++column) {
         for (int row = 0; row < blockRows; ++row) {
-            const bool number = source.IsFloat(firstDataCol + column, firstDataRow + row);
-            WriteDouble(number ? source.GetFloatValue(firstDataCol + column, firstDataRow + row) : missing);
+            WriteDouble(GetNumber(firstDataCol + column, firstDataRow + row).value_or(missing));
         }
     }
 }
@@ -124,8 +133,36 @@ void Matlab4Writer::WriteRow() {
     }
 }
 
+std::optional<double> Matlab4Writer::GetNumber(int column, int row) {
+    if (source.IsFloat(column, row)) {
+        return source.GetFloatValue(column, row);
+    }
+    return takesTexts && source.IsString(column, row) ? ToNumber(source.GetString(column, row))
+                                                      : std::nullopt;
+}
+
+// As a table finds the block of its numbers: behind the leading columns and rows in which none is.
+bool Matlab4Writer::FindBlockOfTexts() {
+    takesTexts = true;
+    firstDataCol = source.GetNumberOfColumns() + 1;
+    firstDataRow = 0;
+    for (int row = 1; row <= source.GetNumberOfRows(); ++row) {
+        for (int column = 1; column < firstDataCol; ++column) {
+            if (source.IsString(column, row) && GetNumber(column, row)) {
+                firstDataCol = column;
+                firstDataRow = firstDataRow == 0 ? row : firstDataRow;
+            }
+        }
+    }
+    return firstDataRow > 0;
+}
+
+bool Matlab4Writer::FindBlock() {
+    return source.GetDataOrigin(&firstDataCol, &firstDataRow) || FindBlockOfTexts();
+}
+
 bool Matlab4Writer::Write() {
-    if (!source.GetDataOrigin(&firstDataCol, &firstDataRow)) {
+    if (!FindBlock()) {
         return false;
     }
     blockColumns = std::max(source.GetNumberOfColumns() - firstDataCol + 1, 0);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +13,8 @@ class WriteSpreadSheetData;
  * Writes a table as a level 4 MAT-file of the native (little-endian) form: the numeric block as the matrix
  * DATA, each column before it as OBSID1, OBSID2 and so on, each row above it as VARID1 and so on. An
  * identifier with a text in it becomes a text matrix, a string a row, any other a column of doubles.
+ *
+ * In a table without any number, texts that are numbers make the block.
  */
 class Matlab4Writer {
 public:
@@ -31,6 +34,9 @@ private:
         int count = 0;
     };
 
+    bool FindBlock();
+    bool FindBlockOfTexts();
+    std::optional<double> GetNumber(int column, int row);
     void WriteData();
     void WriteColumn();
     void WriteRow();
@@ -45,6 +51,7 @@ private:
 
     OutputFile& output;
     WriteSpreadSheetData& source;
+    bool takesTexts = false;
     int firstDataCol = 0;
     int firstDataRow = 0;
     int blockColumns = 0;

@@ -61,7 +61,7 @@ bool MatFile::CheckDimensions(const std::vector<msMatrix>& matrices) {
     if (variableNumbers != nullptr && variableNumbers->columns != data->columns) {
         throw Exception("Dimensions of VARNUM matrix and data matrix do not agree.");
     }
-    // These two messages name each other's matrix; users' notes and searches know them so.
+    // These two messages name each other's matrix by the classic rules.
     const msMatrix* const observationNumbers = Find(matrices, ObservationNumbers);
     if (observationNumbers != nullptr && observationNumbers->rows != data->rows) {
         throw Exception("Dimensions of OBSNAM matrix and data matrix do not agree.");

@@ -1,19 +1,23 @@
 #include "container/UnscramblerFile.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
 #include "base/Ascii.h"
-#include "base/CopyMessage.h"
 #include "base/NumberParser.h"
 #include "base/TolerantEqual.h"
+#include "base/Unicode.h"
+#include "frame/CompleteOptions.h"
+#include "frame/FormatRecogniser.h"
 
 namespace {
 
-// The program's own line buffer held 256 bytes with their NUL, and so did its word buffer.
+// By the classic rules lines and words fit buffers of 256 bytes with their NUL.
 constexpr std::size_t MaxLineLength = 255;
 constexpr std::size_t MaxWordLength = 255;
 constexpr std::size_t MaxNameLength = 59;
+constexpr std::size_t MaxNamesInNote = 20;
 
 constexpr double MissingNumber = -9.973e+23;
 
@@ -25,6 +29,10 @@ constexpr int MaxShift = 2;
 constexpr int MaxExponent = 100000;
 
 constexpr int NoLimit = std::numeric_limits<int>::max();
+
+constexpr std::string_view MissingWord = "m";
+// The stop of a read is looked for so often.
+constexpr int RowsBetweenLooks = 1024;
 
 // The results of ReadNextValue beside a status: the value is there, or the line is used up.
 constexpr int ValueFound = 0;
@@ -73,6 +81,13 @@ int TakeExponent(std::string_view& text) {
         exponent = exponent < MaxExponent ? exponent * 10 + (text.front() - '0') : exponent;
     }
     return negative ? -exponent : exponent;
+}
+
+// Whether the first word of a line is a number or a missing value.
+bool BeginsWithValue(std::string_view line) {
+    double value = 0;
+    const std::size_t length = line.starts_with(MissingWord) ? MissingWord.size() : ParseDouble(line, value);
+    return line.empty() || (length > 0 && (length == line.size() || IsSpace(line[length])));
 }
 
 double Scale(double value, int exponent) {
@@ -125,12 +140,18 @@ bool UnscramblerFile::HasSize() {
     return status == StatusOk;
 }
 
-// The next line without the blanks before its first character. False for one that is too long.
+// The next line without the blanks before its first character. False for one that is too long by the classic
+// rules.
 bool UnscramblerFile::ReadLine(std::string_view& line, bool& atEnd) {
     const LineReader::Line read = stream.Next();
     atEnd = read.atEnd;
     line = {read.text, read.length};
     SkipSpace(line);
+    if (IsComplete()) {
+        line = TrimSpace(line);
+        ++lineNumber;
+        return true;
+    }
     if (line.size() > MaxLineLength) {
         return false;
     }
@@ -199,7 +220,8 @@ bool UnscramblerFile::AddMatrix(std::string_view line) {
         status = StatusMatrixHeader;
         return false;
     }
-    matrix.name = TrimSpace(line).substr(0, MaxNameLength);
+    matrix.name =
+        IsComplete() ? ToText(TrimSpace(line)) : std::string(TrimSpace(line).substr(0, MaxNameLength));
     if (matrix.name.empty()) {
         matrix.name = "Matrix " + std::to_string(matrices.size());
     }
@@ -214,7 +236,7 @@ bool UnscramblerFile::AddNames(std::string_view line, std::int64_t offset) {
         matrices.back().observationNamesOffset = offset;
     } else if (!matrices.empty() && (kind == 'C' || kind == 'c')) {
         matrices.back().variableNamesOffset = offset;
-    } else {
+    } else if (!IsComplete()) {
         status = StatusNotUnscrambler;
     }
     return status == StatusOk;
@@ -225,8 +247,8 @@ int UnscramblerFile::IndexMatrices() {
     while (status == StatusOk) {
         const auto offset = static_cast<std::int64_t>(stream.Tell());
         std::string_view line;
-        // The line that meets the end of the file isn't looked at.
-        if (!ReadLine(line, atEnd) || atEnd) {
+        // By the classic rules the line that meets the end of the file isn't looked at.
+        if (atEnd || !ReadLine(line, atEnd) || (atEnd && !IsComplete())) {
             break;
         }
         if (line.starts_with('%')) {
@@ -256,41 +278,22 @@ int UnscramblerFile::GetNumRows() {
 }
 
 void UnscramblerFile::GetErrorMessage(char* buffer, unsigned int size) {
-    switch (status) {
-        case StatusStreamFailed:
-            CopyMessage("Unable to open file.", buffer, size);
-            break;
-        case StatusEmptyFile:
-            CopyMessage("The selected file is empty.", buffer, size);
-            break;
-        case StatusNotUnscrambler:
-            CopyMessage("The file does not appear to be a valid Unscrambler file.", buffer, size);
-            break;
-        case StatusMatrixHeader:
-            CopyMessage(
-                "An error occurred while reading matrix header in file. The file does not appear to be a "
-                "valid Unscrambler file.",
-                buffer, size);
-            break;
-        case StatusData:
-            CopyMessage(
-                "An error occurred while reading data from file. Either an illegal character was found or "
-                "data was missing.",
-                buffer, size);
-            break;
-        case StatusObservationNames:
-            CopyMessage("An error occurred while reading observation names from file.", buffer, size);
-            break;
-        case StatusVariableNames:
-            CopyMessage("An error occurred while reading variable names from file.", buffer, size);
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            break;
-    }
+    static constexpr StatusText Texts[] = {
+        {StatusStreamFailed, "Unable to open file."},
+        {StatusEmptyFile, "The selected file is empty."},
+        {StatusNotUnscrambler, "The file does not appear to be a valid Unscrambler file."},
+        {StatusMatrixHeader,
+         "An error occurred while reading matrix header in file. The file does not appear to be a valid "
+         "Unscrambler file."},
+        {StatusData,
+         "An error occurred while reading data from file. Either an illegal character was found or data was "
+         "missing."},
+        {StatusObservationNames, "An error occurred while reading observation names from file."},
+        {StatusVariableNames, "An error occurred while reading variable names from file."}};
+    CopyStatusText(Texts, buffer, size);
 }
 
-int UnscramblerFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* /*options*/) {
+int UnscramblerFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* options) {
     if (status != StatusOk) {
         return status;
     }
@@ -300,6 +303,34 @@ int UnscramblerFile::Open(bool forRead, const char* fileName, NvImportOpenOption
     }
     matrices.clear();
     currentMatrix = -1;
+    isChosen = false;
+    encoding.reset();
+    if (IsComplete()) {
+        const auto wanted = CompleteOptions(options).GetText(CompleteOptions::Encoding);
+        encoding = wanted ? CodePage::Find(*wanted) : std::nullopt;
+    }
+    OpenMatrices(fileName);
+    return IsComplete() && status == StatusOk ? ChoosePart(options) : status;
+}
+
+int UnscramblerFile::ChoosePart(const NvImportOpenOptions* options) {
+    const auto wanted = CompleteOptions(options).GetText(CompleteOptions::Part);
+    if (!wanted) {
+        return status;
+    }
+    const auto places = FindParts(ListParts(), *wanted);
+    if (!places || places->size() != 1) {
+        failureText = "There is no matrix \"" + *wanted + "\" in the file";
+        status = StatusIndexOutOfRange;
+        return status;
+    }
+    currentMatrix = static_cast<int>(places->front());
+    isChosen = true;
+    return status;
+}
+
+int UnscramblerFile::OpenMatrices(const char* fileName) {
+    lineNumber = 0;
     stream = LineReader(fileName);
     if (!stream.IsOpen()) {
         status = StatusStreamFailed;
@@ -383,7 +414,15 @@ std::vector<FileContents::Part> UnscramblerFile::ListParts() {
     return parts;
 }
 
+std::vector<FileContents::Fact> UnscramblerFile::ListFacts() {
+    if (!IsComplete()) {
+        return {};
+    }
+    return {{"matrices", static_cast<double>(matrices.size()), ""}};
+}
+
 bool UnscramblerFile::SelectPart(int number) {
+    isChosen = true;
     return SetCurrentDataSet(number > 0 ? number - 1 : -1) == StatusOk;
 }
 
@@ -460,8 +499,7 @@ int UnscramblerFile::ReadData(ReadSpreadSheetData* sink, int maxRow, int maxCol,
     return StatusOk;
 }
 
-// A row that isn't wanted takes no name, so that the names behind it move up. Tables that were imported
-// with some of their rows have their names like this.
+// A row that isn't wanted takes no name, so that the names behind it move up.
 int UnscramblerFile::ReadObservationNames(ReadSpreadSheetData* sink, int maxRow, int minRow) {
     const MatrixHeader& matrix = Current();
     if (matrix.observationNamesOffset == NoOffset) {
@@ -506,14 +544,266 @@ int UnscramblerFile::Read(ReadSpreadSheetData* sink) {
     }
     if (currentMatrix < 0) {
         status = StatusNoMatrix;
-    } else if (ReadData(sink, NoLimit, NoLimit, 1, 1) != StatusOk) {
-        status = StatusData;
-    } else if (ReadObservationNames(sink, NoLimit, 1) != StatusOk) {
-        status = StatusObservationNames;
-    } else if (ReadVariableNames(sink, NoLimit, 1) != StatusOk) {
-        status = StatusVariableNames;
+    } else if (IsComplete()) {
+        status = ReadComplete(sink);
+    } else {
+        status = ReadClassic(sink);
     }
     return status;
+}
+
+int UnscramblerFile::ReadClassic(ReadSpreadSheetData* sink) {
+    if (ReadData(sink, NoLimit, NoLimit, 1, 1) != StatusOk) {
+        return StatusData;
+    }
+    if (ReadObservationNames(sink, NoLimit, 1) != StatusOk) {
+        return StatusObservationNames;
+    }
+    if (ReadVariableNames(sink, NoLimit, 1) != StatusOk) {
+        return StatusVariableNames;
+    }
+    return StatusOk;
+}
+
+// By the encoding that is asked for, else UTF-8 where the bytes are that, else Windows-1252.
+std::string UnscramblerFile::ToText(std::string_view bytes) {
+    if (encoding) {
+        return encoding->ToUtf8(bytes);
+    }
+    std::string converted;
+    const std::string_view text = AsUtf8(bytes, converted);
+    if (text.data() != bytes.data()) {
+        AddNote({"encoding", 1, "", "names are no UTF-8 and were read as Windows-1252"});
+    }
+    return std::string(text);
+}
+
+// The next line of the matrix, false where another one begins or the file ends.
+bool UnscramblerFile::NextBlockLine() {
+    if (workLineIsLast) {
+        workLine = {};
+        return false;
+    }
+    ReadLine(workLine, workLineIsLast);
+    if (workLine.starts_with('%')) {
+        workLine = {};
+        workLineIsLast = true;
+    }
+    return !workLineIsLast || !workLine.empty();
+}
+
+// The words of names in front of values, as many as there can be, up to another block.
+void UnscramblerFile::PassNames(int count) {
+    ReadNextWord();
+    for (int word = 0; word < count; ++word) {
+        SkipSpace(workLine);
+        while (workLine.empty()) {
+            if (!NextBlockLine() || workLine.starts_with('#')) {
+                return;
+            }
+        }
+        ReadNextWord();
+    }
+}
+
+// A comment, and the lines behind it that begin with no value.
+void UnscramblerFile::PassComment() {
+    do {
+        ++comments;
+    } while (NextBlockLine() && !workLine.starts_with('#') && !BeginsWithValue(workLine));
+}
+
+// The next word that stands for a value; empty behind the last one. Names and comments are passed over.
+std::string_view UnscramblerFile::NextValueWord() {
+    SkipSpace(workLine);
+    while (workLine.empty() || workLine.front() == '#') {
+        if (workLine.empty()) {
+            if (!NextBlockLine()) {
+                return {};
+            }
+            continue;
+        }
+        const char kind = workLine.size() > 1 ? ToUpper(workLine[1]) : '\0';
+        if (kind == 'L' || kind == 'C') {
+            PassNames(kind == 'L' ? Current().numObservations : Current().numVariables);
+            SkipSpace(workLine);
+        } else {
+            PassComment();
+        }
+    }
+    const auto end = std::find_if(workLine.begin(), workLine.end(), IsSpace);
+    const auto length = static_cast<std::size_t>(end - workLine.begin());
+    const std::string_view word = workLine.substr(0, length);
+    workLine.remove_prefix(length);
+    return word;
+}
+
+// Numbers side by side go as a run.
+void UnscramblerFile::PutRow(CellOutput& output, int row, const std::vector<std::optional<double>>& values) {
+    const int shift = ColShiftOf(Current());
+    for (std::size_t col = 0; col < values.size();) {
+        if (!values[col]) {
+            output.Missing(static_cast<int>(++col) + shift, row);
+            continue;
+        }
+        const int first = static_cast<int>(col) + 1 + shift;
+        run.clear();
+        for (; col < values.size() && values[col]; ++col) {
+            run.push_back(*values[col]);
+        }
+        output.RowRun(first, row, run);
+    }
+}
+
+int UnscramblerFile::ReadAllValues(CellOutput& output, ValueCount& count) {
+    const MatrixHeader& matrix = Current();
+    SeekTo(matrix.dataOffset);
+    comments = 0;
+    std::vector<std::optional<double>> values;
+    int row = 0;
+    while (true) {
+        const std::string_view word = NextValueWord();
+        if (word.empty()) {
+            break;
+        }
+        if (row == matrix.numObservations) {
+            ++count.surplus;
+            continue;
+        }
+        double value = 0;
+        const bool isMissing = word == MissingWord;
+        if (!isMissing && ParseDouble(word, value) != word.size()) {
+            failureText = "\"" + ToText(word.substr(0, MaxNameLength)) + "\" among the values of \"" +
+                          matrix.name + "\" is no number";
+            return StatusData;
+        }
+        values.push_back(isMissing || TolerantEqual(value, MissingNumber) ? std::nullopt
+                                                                          : std::optional(value));
+        ++count.found;
+        if (values.size() == static_cast<std::size_t>(matrix.numVariables)) {
+            PutRow(output, ++row + RowShiftOf(matrix), values);
+            values.clear();
+            if (row % RowsBetweenLooks == 0) {
+                GetContext()->ThrowIfStopped();
+            }
+        }
+    }
+    PutRow(output, row + 1 + RowShiftOf(matrix), values);
+    return StatusOk;
+}
+
+std::vector<std::string> UnscramblerFile::ReadNames(std::int64_t offset, int wanted, const char* what) {
+    std::vector<std::string> names;
+    SeekTo(offset);
+    NextBlockLine();
+    const auto end = std::find_if(workLine.begin(), workLine.end(), IsSpace);
+    workLine.remove_prefix(static_cast<std::size_t>(end - workLine.begin()));
+    while (names.size() < static_cast<std::size_t>(wanted)) {
+        SkipSpace(workLine);
+        if (workLine.empty()) {
+            if (!NextBlockLine() || workLine.starts_with('#')) {
+                break;
+            }
+            continue;
+        }
+        const auto last = std::find_if(workLine.begin(), workLine.end(), IsSpace);
+        const auto length = static_cast<std::size_t>(last - workLine.begin());
+        names.push_back(ToText(workLine.substr(0, length)));
+        GetContext()->budget.ChargeMemory(names.back().size() + sizeof(std::string), "names");
+        workLine.remove_prefix(length);
+    }
+    if (names.size() < static_cast<std::size_t>(wanted)) {
+        AddNote({"few-names", static_cast<std::uint64_t>(wanted) - names.size(), Current().name,
+                 "\"" + Current().name + "\" has " + karta::CountOf(names.size(), "name") + " for its " +
+                     std::to_string(wanted) + " " + what});
+    }
+    return names;
+}
+
+void UnscramblerFile::NoteValues(const ValueCount& count) {
+    const MatrixHeader& matrix = Current();
+    const std::int64_t told = std::int64_t{matrix.numObservations} * matrix.numVariables;
+    if (count.found < told) {
+        AddNote({"few-values", static_cast<std::uint64_t>(told - count.found), matrix.name,
+                 "\"" + matrix.name + "\" has " +
+                     karta::CountOf(static_cast<std::uint64_t>(count.found), "value") +
+                     " where its head tells of " + std::to_string(told)});
+    }
+    if (count.surplus > 0) {
+        AddNote({"left-out", static_cast<std::uint64_t>(count.surplus), matrix.name,
+                 karta::CountOf(static_cast<std::uint64_t>(count.surplus), "value") +
+                     " behind the last of \"" + matrix.name +
+                     (count.surplus == 1 ? "\" is left out" : "\" are left out")});
+    }
+    if (comments > 0) {
+        AddNote({"comments", static_cast<std::uint64_t>(comments), matrix.name,
+                 karta::CountOf(static_cast<std::uint64_t>(comments), "line") + " of comments in \"" +
+                     matrix.name + (comments == 1 ? "\" is left out" : "\" are left out")});
+    }
+}
+
+void UnscramblerFile::NoteOthers() {
+    if (isChosen || matrices.size() < 2) {
+        return;
+    }
+    std::string names;
+    for (std::size_t i = 0; i < std::min(matrices.size(), MaxNamesInNote); ++i) {
+        if (static_cast<int>(i) != currentMatrix) {
+            names += (names.empty() ? "" : ", ") + matrices[i].name;
+        }
+    }
+    names += matrices.size() > MaxNamesInNote ? ", ..." : "";
+    AddNote({"other-parts", matrices.size() - 1, Current().name,
+             "the table is \"" + Current().name + "\"; " +
+                 karta::CountOf(matrices.size() - 1, "other matrix", "other matrices") +
+                 (matrices.size() == 2 ? " is not in this table: " : " are not in this table: ") + names});
+}
+
+int UnscramblerFile::ReadComplete(ReadSpreadSheetData* sink) {
+    const MatrixHeader& matrix = Current();
+    const int colShift = ColShiftOf(matrix);
+    const int rowShift = RowShiftOf(matrix);
+    CellOutput output(*sink);
+    ValueCount count;
+    if (const int failure = ReadAllValues(output, count)) {
+        return failure;
+    }
+    // As large as what is there, whatever the head tells.
+    std::int64_t rows = (count.found + matrix.numVariables - 1) / matrix.numVariables;
+    std::int64_t cols = std::min<std::int64_t>(count.found, matrix.numVariables);
+    return WithinBudget(StatusData, [&] {
+        if (colShift > 0) {
+            const auto names = ReadNames(matrix.observationNamesOffset, matrix.numObservations, "rows");
+            rows = std::max(rows, static_cast<std::int64_t>(names.size()));
+            for (std::int64_t row = 1; row <= rows; ++row) {
+                output.Integer(1, static_cast<int>(row) + rowShift, row);
+                if (row <= static_cast<std::int64_t>(names.size())) {
+                    output.Text(2, static_cast<int>(row) + rowShift,
+                                names[static_cast<std::size_t>(row) - 1]);
+                }
+            }
+        }
+        if (rowShift > 0) {
+            const auto names = ReadNames(matrix.variableNamesOffset, matrix.numVariables, "columns");
+            cols = std::max(cols, static_cast<std::int64_t>(names.size()));
+            for (std::size_t col = 0; col < names.size(); ++col) {
+                output.Text(static_cast<int>(col) + 1 + colShift, 1, names[col]);
+            }
+        }
+        sink->SetDataSize(static_cast<int>(cols) + colShift, static_cast<int>(rows) + rowShift);
+        karta::TableShape& shape = GetContext()->shape;
+        shape = {};
+        shape.isKnown = true;
+        shape.nameRow = rowShift;
+        shape.firstDataRow = rowShift + 1;
+        shape.firstBlockColumn = colShift + 1;
+        for (int column = 1; column <= colShift; ++column) {
+            shape.labelColumns.push_back(column);
+        }
+        NoteValues(count);
+        NoteOthers();
+        return static_cast<int>(StatusOk);
+    });
 }
 
 UnscramblerFileFactory::UnscramblerFileFactory(signed char priority)
@@ -529,3 +819,29 @@ SpreadsheetFile* UnscramblerFileFactory::GetSpreadsheetFile() {
 }
 
 static UnscramblerFileFactory unscramblerFileFactory(1);
+
+// The sizes of a matrix, and a value or a block of names behind them.
+static FormatRecogniser::Evidence RecogniseUnscrambler(const char* /*path*/, std::string_view head) {
+    SkipSpace(head);
+    const std::string_view line = head.substr(0, head.find('\n'));
+    std::string_view rest = head.substr(std::min(head.size(), line.size()));
+    SkipSpace(rest);
+    if (!line.starts_with('%') || rest.empty()) {
+        return FormatRecogniser::Evidence::None;
+    }
+    std::string_view counts = line.substr(1);
+    for (int i = 0; i < 2; ++i) {
+        SkipSpace(counts);
+        int count = 0;
+        const std::size_t length = ParseInt(counts, count);
+        if (count < 1 || length == 0 || (length < counts.size() && !IsSpace(counts[length]))) {
+            return FormatRecogniser::Evidence::None;
+        }
+        counts.remove_prefix(length);
+    }
+    return rest.front() == '#' || BeginsWithValue(rest) ? FormatRecogniser::Evidence::Proof
+                                                        : FormatRecogniser::Evidence::None;
+}
+
+static const FormatRecogniser unscramblerRecogniser("Unscrambler File", "unscrambler", {},
+                                                    RecogniseUnscrambler);

@@ -2,11 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/CodePage.h"
 #include "base/LineReader.h"
+#include "frame/CellOutput.h"
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
@@ -24,8 +27,12 @@
  *     #C Protein Ash      names of the variables
  *
  * With variable names the table has them in row 1; with observation names its first two columns are the
- * running number and the name. A line holds at most 255 characters behind its blanks: the index ends at a
- * longer one, and the values of a matrix fail at it.
+ * running number and the name. By the classic rules a line holds at most 255 characters behind its blanks:
+ * the index ends at a longer one, and the values of a matrix fail at it.
+ *
+ * The complete reading takes lines of any length, names and comments (# and another letter) in front of the
+ * values as well as behind them, and a last line without its end. Values that are too few are missing cells,
+ * with a note.
  */
 class KARTA_EXPORT UnscramblerFile : public FormatReader, public FileContents {
 public:
@@ -67,6 +74,7 @@ public:
     int SetCurrentDataSet(int index);
 
     std::vector<Part> ListParts() override;
+    std::vector<Fact> ListFacts() override;
     bool SelectPart(int number) override;
 
     /** Whether the first byte that isn't white space is a percent sign. */
@@ -84,10 +92,18 @@ private:
         std::int64_t variableNamesOffset = NoOffset;
     };
 
+    /** What the complete reading found of a matrix's values. */
+    struct ValueCount {
+        std::int64_t found = 0;
+        std::int64_t surplus = 0;
+    };
+
+    int OpenMatrices(const char* fileName);
     int SetOptions();
+    int ChoosePart(const NvImportOpenOptions* options);
     int IndexMatrices();
     bool AddMatrix(std::string_view line);
-    bool ReadCount(std::string_view& line, int& count);
+    static bool ReadCount(std::string_view& line, int& count);
     bool AddNames(std::string_view line, std::int64_t offset);
     bool ReadLine(std::string_view& line, bool& atEnd);
     std::string_view ReadNextWord();
@@ -98,6 +114,20 @@ private:
     int ReadObservationNames(ReadSpreadSheetData* sink, int maxRow, int minRow);
     int ReadVariableNames(ReadSpreadSheetData* sink, int maxCol, int minCol);
     void SeekTo(std::int64_t offset);
+    int ReadClassic(ReadSpreadSheetData* sink);
+
+    int ReadComplete(ReadSpreadSheetData* sink);
+    int ReadAllValues(CellOutput& output, ValueCount& count);
+    std::string_view NextValueWord();
+    bool NextBlockLine();
+    void PassNames(int count);
+    void PassComment();
+    void PutRow(CellOutput& output, int row, const std::vector<std::optional<double>>& values);
+    std::vector<std::string> ReadNames(std::int64_t offset, int wanted, const char* what);
+    std::string ToText(std::string_view bytes);
+    void NoteValues(const ValueCount& count);
+    void NoteOthers();
+
     const MatrixHeader& Current() const;
     bool HasSize();
     static int ColShiftOf(const MatrixHeader& matrix);
@@ -109,6 +139,13 @@ private:
     // What is left of the line that values or words are taken from, and whether none follows it.
     std::string_view workLine;
     bool workLineIsLast = false;
+    // Of the complete reading: whether the part is the user's choice, the set of the texts' characters, the
+    // lines of comments, and the values of a row with what a run of them is gathered in.
+    bool isChosen = false;
+    std::optional<CodePage> encoding;
+    std::int64_t comments = 0;
+    std::int64_t lineNumber = 0;
+    std::vector<double> run;
 };
 
 class KARTA_EXPORT UnscramblerFileFactory : public SprFileFactory {

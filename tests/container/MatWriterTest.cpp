@@ -7,6 +7,7 @@
 
 #include "container/MatFile.h"
 #include "table/TableData.h"
+#include "tests/container/CompleteRead.h"
 #include "tests/container/MatBuilder.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/TempFolder.h"
@@ -122,6 +123,52 @@ TEST_F(MatWriterTest, WhatIsWrittenIsReadBack) {
     EXPECT_EQ(
         CellsOf(ReadTrace("Matlab File", path)),
         "Set 1 1 double 1.5\nSet 1 2 double -3\nSet 2 1 text \"\"\nSet 2 2 double 1.0000000000000001e+300\n");
+}
+
+TEST_F(MatWriterTest, WhatIsWrittenIsOneTableAgainInTheCompleteReading) {
+    ASSERT_EQ(Write(table), 0);
+    CompleteRead<MatFile> read(path);
+    EXPECT_EQ(read.Cells(), "  alpha be|  100.5 0|1 first 1.5 |0 2.5 -3 1e+300");
+    EXPECT_EQ(read.table.GetKind(4, 3), TableData::Missing);
+    EXPECT_EQ(read.parts.at(0).detail, "double 2x2 with OBSID1, OBSID2, VARID1, VARID2");
+    EXPECT_EQ(read.NoteTexts(), "");
+    EXPECT_EQ(read.context->shape.axisRow, 2);
+    EXPECT_EQ(read.context->shape.nameRow, 1);
+    EXPECT_EQ(read.context->shape.firstBlockColumn, 3);
+    EXPECT_EQ(CompleteRead<MatFile>(path, {{"Part", "OBSID2"}}).Cells(), "first|2.5");
+}
+
+TEST_F(MatWriterTest, ManyIdentifiersAreOneTableAgainToo) {
+    Table wide;
+    wide.originCol = 121;
+    wide.originRow = 1;
+    for (int col = 1; col <= 122; ++col) {
+        wide.Set(col, 1, static_cast<double>(col));
+    }
+    ASSERT_EQ(Write(wide), 0);
+    CompleteRead<MatFile> read(path);
+    ASSERT_EQ(read.table.GetNumberOfColumns(), 122);
+    for (int col = 1; col <= 122; ++col) {
+        EXPECT_EQ(read.table.GetFloatValue(col, 1), col);
+    }
+}
+
+TEST_F(MatWriterTest, TextsThatAreNumbersAreTheBlockOfATableWithoutOthers) {
+    TableData texts;
+    texts.Set(1, 1, "sample");
+    texts.Set(2, 1, "Protein");
+    texts.Set(3, 1, "Ash");
+    texts.Set(1, 2, "a");
+    texts.Set(2, 2, "12.5");
+    texts.Set(3, 2, " 1e-1 ");
+    texts.Set(1, 3, "b");
+    texts.Set(3, 3, "few");
+    ASSERT_EQ(Write(texts), 0);
+    CompleteRead<MatFile> read(path);
+    EXPECT_EQ(read.Cells(), " Protein Ash|a 12.5 0.1|b  ");
+    TableData none;
+    none.Set(1, 1, "a");
+    EXPECT_EQ(Write(none), MatFile::StatusNoNumericBlock);
 }
 
 TEST_F(MatWriterTest, TableWithoutNumbersIs0x406AndLeavesTheOlderFile) {
