@@ -1,24 +1,26 @@
 #include "spreadsheet/ExcelFile.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 #include <limits>
+#include <map>
 #include <span>
 #include <string_view>
 #include <utility>
 
-#include "base/CopyMessage.h"
+#include "base/ByteCursor.h"
 #include "base/PathNames.h"
+#include "frame/CompleteOptions.h"
+#include "frame/FormatRecogniser.h"
 #include "frame/OptionsText.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
 #include "host/NvSystemInfo.h"
-#include "host/SerialDate.h"
-#include "host/XMLSection.h"
 #include "spreadsheet/BaseStream.h"
+#include "spreadsheet/BiffText.h"
 #include "spreadsheet/ExcelSharedStrings.h"
 #include "spreadsheet/ExcelStgStream.h"
+#include "spreadsheet/SheetChoice.h"
 
 namespace {
 
@@ -27,22 +29,24 @@ constexpr int EofRecord = 0x000A;
 constexpr int FilePassRecord = 0x002F;
 constexpr int BundlesOffsetRecord = 0x008E;
 constexpr int BundleHeaderRecord = 0x008F;
+constexpr int CodePageRecord = 0x0042;
+constexpr int DateModeRecord = 0x0022;
+constexpr int FormatOfBiff2Record = 0x001E;  // and of BIFF3
 constexpr int FormatRecord = 0x041E;
+constexpr int XfOfBiff2Record = 0x0043;
+constexpr int XfOfBiff3Record = 0x0243;
+constexpr int XfOfBiff4Record = 0x0443;
 constexpr int XfRecord = 0x00E0;
 constexpr int BoundSheetRecord = 0x0085;
 constexpr int SstRecord = 0x00FC;
 constexpr int ContinueRecord = 0x003C;
-constexpr int IntegerRecord = 0x0002;
-constexpr int NumberRecord = 0x0203;
-constexpr int LabelRecord = 0x0204;
-constexpr int BoolErrRecord = 0x0205;
-constexpr int FormulaRecord = 0x0006;
-constexpr int FormulaRecordOfBiff3 = 0x0206;
-constexpr int FormulaRecordOfBiff4 = 0x0406;
+constexpr int IxfeRecord = 0x0044;
+constexpr int StringOfBiff2Record = 0x0007;
+constexpr int StringRecord = 0x0207;
 constexpr int SharedFormulaRecord = 0x04BC;
-constexpr int RkRecord = 0x027E;
-constexpr int MulRkRecord = 0x00BD;
-constexpr int LabelSstRecord = 0x00FD;
+// What may stand between a formula and its text.
+constexpr int RecordsBeforeText[] = {SharedFormulaRecord, 0x00BC, 0x0021, 0x0221, 0x0036, 0x0037, 0x0236,
+                                     ContinueRecord};
 
 // Records that are known by the low byte of their id, whatever the version.
 constexpr int BofLow = 0x09;
@@ -51,7 +55,6 @@ constexpr int LabelLow = 0x04;
 constexpr int RowLow = 0x08;
 constexpr int StringLow = 0x07;
 constexpr int WsBoolLow = 0x81;
-constexpr int RStringLow = 0xD6;
 
 constexpr int HeaderSize = 4;
 constexpr int MaxLengthBeforeBiff8 = 0x820;
@@ -61,6 +64,8 @@ constexpr int BofSize = 10;
 constexpr int Biff8Version = 0x0600;
 constexpr int GlobalsSubstream = 5;
 constexpr int WorksheetSubstream = 0x10;
+constexpr int ChartSubstream = 0x20;
+constexpr int MacroSubstream = 0x40;
 constexpr int Biff4WorkbookSubstream = 0x100;
 constexpr int HighOfBiff3 = 2;
 constexpr int HighOfBiff4 = 4;
@@ -74,6 +79,17 @@ constexpr int ColumnsOfEmptySheet = 256;
 // BOUNDSHEET: the type and the visibility of a sheet.
 constexpr int SheetTypeMask = 0x0F00;
 constexpr int VisibilityMask = 0x0003;
+constexpr int MacroType = 0x0100;
+constexpr int ChartType = 0x0200;
+
+// XF: where a format's number stands.
+constexpr int FormatInXfOfBiff2 = 2;
+constexpr int FormatInXfOfBiff3 = 1;
+constexpr int FormatMaskOfBiff2 = 0x3F;
+constexpr int FormatInXf = 2;
+
+// The code page of workbooks whose texts are of 16-bit characters.
+constexpr int UnicodePage = 1200;
 
 // The date formats that a file needn't write down.
 constexpr std::pair<int, int> BuiltInDateFormats[] = {{0x0E, 0x16}, {0x2D, 0x2F}};
@@ -81,18 +97,6 @@ constexpr std::string_view DateLetters = "ymdhms";
 
 // SST.
 constexpr int SharedTextOffset = 8;
-
-// Cell records.
-constexpr int XfOffset = 4;
-constexpr int ValueOffset = 6;
-constexpr int IntegerOffset = 7;
-constexpr int TextOffset = 8;
-constexpr int NoNumber = 0xFFFF;
-constexpr int TextResult = 0;
-constexpr int BoolResult = 1;
-constexpr int RkGroupsOffset = 4;
-constexpr int RkGroupSize = 6;
-constexpr int LastColumnSize = 2;
 
 // Open looks at every byte of the globals once and at the head of every sheet once, so a file in which it
 // comes to more than a few times its size leads in circles.
@@ -104,12 +108,12 @@ constexpr long long MinWalkBudget = 1 << 22;
 // label is written beyond.
 constexpr int MaxLabels = 0x20000;
 
-constexpr const char* SheetsKey = "Sheets";
-constexpr const char* VerticalKey = "Vertical";
-
-std::uint32_t ByteAt(const char* buffer, int offset) {
-    return static_cast<std::uint8_t>(buffer[offset]);
-}
+// How far a walk over a sheet goes before it looks whether it is to stop.
+constexpr int RecordsBetweenLooks = 4096;
+// FILEPASS stands among the first records.
+constexpr int RecordsBeforeFilePass = 16;
+// The names that a note tells, of more sheets.
+constexpr std::size_t MaxNamesInNote = 20;
 
 int LowByte(int id) {
     return id & 0xFF;
@@ -126,6 +130,35 @@ std::span<const std::uint8_t> BytesOf(const ExcelFile::BIFFRecord& record, int o
             static_cast<std::size_t>(record.length - offset)};
 }
 
+// The bytes of a record from an offset on, as far as it has them.
+std::string_view TextBytesOf(const ExcelFile::BIFFRecord& record, int offset) {
+    return offset < record.length
+               ? std::string_view(record.data + offset, static_cast<std::size_t>(record.length - offset))
+               : std::string_view();
+}
+
+void CopyRecord(const ExcelFile::BIFFRecord& from, ExcelFile::BIFFRecord& to) {
+    std::memcpy(to.data, from.data, static_cast<std::size_t>(from.length));
+    if (from.length < to.length) {
+        std::memset(to.data + from.length, 0, static_cast<std::size_t>(to.length - from.length));
+    }
+    to.id = from.id;
+    to.length = from.length;
+}
+
+// The first names of a list, with commas.
+std::string JoinNames(const std::vector<std::string>& names) {
+    std::string text;
+    for (std::size_t i = 0; i < std::min(names.size(), MaxNamesInNote); ++i) {
+        text += (i == 0 ? "" : ", ") + names[i];
+    }
+    return names.size() > MaxNamesInNote ? text + ", ..." : text;
+}
+
+const char* KindOfSheet(int type) {
+    return type == ChartType ? "chart" : type == MacroType ? "macro sheet" : "module";
+}
+
 }  // namespace
 
 ExcelFile::ExcelFile() = default;
@@ -138,14 +171,14 @@ void ExcelFile::Close() {
 }
 
 int ExcelFile::GetNumCols() {
-    if (status != StatusOk) {
+    if (status != StatusOk || !MeasureChosenSheets()) {
         return -1;
     }
     return vertical ? Add(LargestOf(&WorksheetEntry::cols), LabelCount()) : SumOf(&WorksheetEntry::cols);
 }
 
 int ExcelFile::GetNumRows() {
-    if (status != StatusOk) {
+    if (status != StatusOk || !MeasureChosenSheets()) {
         return -1;
     }
     return vertical ? SumOf(&WorksheetEntry::rows) : Add(LargestOf(&WorksheetEntry::rows), LabelCount());
@@ -167,57 +200,62 @@ int ExcelFile::LargestOf(int WorksheetEntry::* size) const {
     return largest;
 }
 
-// Several sheets have a row or column of labels behind them.
+// In the classic reading several sheets have a row or column of labels behind them.
 int ExcelFile::LabelCount() const {
-    return selectedSheets.size() > 1 ? 1 : 0;
+    return selectedSheets.size() > 1 && !IsComplete() ? 1 : 0;
+}
+
+// The classic reading believes what a sheet declares, the complete one looks. False, with a status, where a
+// sheet can't be read.
+bool ExcelFile::MeasureChosenSheets() {
+    if (!IsComplete() || stream == nullptr) {
+        return true;
+    }
+    CompleteBiffCells cells(nullptr, tables);
+    for (const int number : selectedSheets) {
+        WorksheetEntry& sheet = worksheets[static_cast<std::size_t>(number)];
+        if (sheet.rows >= 0) {
+            continue;
+        }
+        cells.BeginSheet({}, 0, 0);
+        const int found = WalkSheet(sheet, cells);
+        if (found != StatusOk && selectedSheets.size() == 1) {
+            status = found;
+            return false;
+        }
+        sheet.cols = cells.GetCols();
+        sheet.rows = cells.GetRows();
+    }
+    return true;
 }
 
 void ExcelFile::GetErrorMessage(char* buffer, unsigned int size) {
-    const std::string application = NvSystemInfo::GetApplicationName();
-    std::string text;
-    switch (status) {
-        case StatusOpenFailed:
-            text = "Unable to open Excel file.";
-            break;
-        case StatusBadGlobals:
-            text =
-                "An error occurred when reading the Workbook section in the Excel file. An invalid "
-                "BIFF-record was found.";
-            break;
-        case StatusBadWorksheet:
-            text =
-                "An error occurred when reading a Worksheet in the Excel file. An invalid BIFF-record was "
-                "found.";
-            break;
-        case StatusNotExcel:
-            text = "This file does not appear to be a valid Excel file.";
-            break;
-        case StatusNoWorksheet:
-            text = "The specified Worksheet is either a dialog / form or has no data.";
-            break;
-        case StatusProtected:
-            text = application +
-                   " cannot read (password-) protected Excel workbooks. You will need to remove the password "
-                   "protection to be able to read the file into " +
-                   application + ".";
-            break;
-        case StatusNoExcelStream:
-            text = "No Excel stream was found in the file.";
-            break;
-        case StatusNoSheets:
-            text = "The excel file does not contain any sheets.";
-            break;
-        case StatusUnknownVersion:
-            text = application +
-                   " can not read this version of Excel files. Only Excel files based on the BIFF2 to BIFF8 "
-                   "formats can be read. This includes files generated by Excel version 2, 3, 4, 5, 95, 97, "
-                   "2000 & XP.";
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            return;
-    }
-    CopyMessage(text, buffer, size);
+    const std::string& application = NvSystemInfo::GetApplicationName();
+    const std::string isProtected = application +
+                                    " cannot read (password-) protected Excel workbooks. You will need to "
+                                    "remove the password protection to "
+                                    "be able to read the file into " +
+                                    application + ".";
+    const std::string isUnknown =
+        application +
+        " can not read this version of Excel files. Only Excel files based on the BIFF2 to BIFF8 formats can "
+        "be "
+        "read. This includes files generated by Excel version 2, 3, 4, 5, 95, 97, 2000 & XP.";
+    const StatusText texts[] = {
+        {StatusOpenFailed, "Unable to open Excel file."},
+        {StatusBadGlobals,
+         "An error occurred when reading the Workbook section in the Excel file. An invalid BIFF-record was "
+         "found."},
+        {StatusBadWorksheet,
+         "An error occurred when reading a Worksheet in the Excel file. An invalid BIFF-record was found."},
+        {StatusNotExcel, "This file does not appear to be a valid Excel file."},
+        {StatusNoWorksheet, "The specified Worksheet is either a dialog / form or has no data."},
+        {StatusProtected, isProtected},
+        {StatusNoExcelStream, "No Excel stream was found in the file."},
+        {StatusNoSheets, "The excel file does not contain any sheets."},
+        {StatusUnknownVersion, isUnknown},
+    };
+    CopyStatusText(texts, buffer, size);
 }
 
 int ExcelFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* options) {
@@ -237,6 +275,10 @@ int ExcelFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opt
         status = StatusNotExcel;
         return status;
     }
+    if (IsComplete()) {
+        GetContext()->budget.AddInput(NvFile::GetSize(fileName));
+        ChooseEncoding(options);
+    }
     if (LowByte(record.id) == BofLow) {
         OpenWorkbook(options);
     } else {
@@ -255,20 +297,44 @@ void ExcelFile::Reset(const char* fileName) {
     biffHigh = 0;
     isBiff2 = 0;
     isBiff8 = false;
-    sharedStrings.reset();
-    dateXf.clear();
+    tables.Clear();
+    boundSheets.clear();
+    hasForcedEncoding = false;
+    hasOwnFormats = hasOwnXfs = false;
+    formatCount = 0;
+    hasNextRecord = false;
+    path = fileName;
     walkBudget = std::max(MaxWalks * static_cast<long long>(NvFile::GetSize(fileName)), MinWalkBudget);
 }
 
 void ExcelFile::OpenStream(const char* fileName) {
     if (CompoundFile::IsCompoundFile(fileName)) {
-        stream = std::make_unique<ExcelStgStream>(fileName);
+        stream = std::make_unique<ExcelStgStream>(
+            fileName, IsComplete() ? ExcelStgStream::Naming::AnyCase : ExcelStgStream::Naming::Exact);
     } else {
         stream = std::make_unique<BaseStream>(fileName, std::ios_base::in);
     }
     const int streamStatus = stream->GetStatus();
     if (streamStatus != 0) {
         status = streamStatus == ExcelStgStream::StatusNoStream ? StatusNoExcelStream : StatusOpenFailed;
+        return;
+    }
+    if (IsComplete()) {
+        stream->Seek(0, 2);
+        streamSize = stream->Tell();
+        stream->Seek(0, 0);
+    }
+}
+
+void ExcelFile::ChooseEncoding(const NvImportOpenOptions* options) {
+    const auto wanted = CompleteOptions(options).GetText(CompleteOptions::Encoding);
+    auto chosen = wanted ? CodePage::Find(*wanted) : std::nullopt;
+    if (chosen) {
+        tables.codePage = std::move(*chosen);
+        hasForcedEncoding = true;
+    } else if (wanted) {
+        AddNote(
+            {"unknown-encoding", 1, {}, "the encoding \"" + *wanted + "\" isn't known and not looked at"});
     }
 }
 
@@ -281,6 +347,7 @@ void ExcelFile::OpenWorkbook(NvImportOpenOptions* options) {
     }
     isBiff2 = biffHigh == 0 ? 1 : 0;
     isBiff8 = uI2Shuffle(record.data, 0) == Biff8Version;
+    decoder.Begin(isBiff2 != 0, !IsComplete());
     const int substream = I2Shuffle(record.data, 2);
     if (substream == WorksheetSubstream) {
         OpenSingleSheet(options);
@@ -293,14 +360,27 @@ void ExcelFile::OpenWorkbook(NvImportOpenOptions* options) {
 }
 
 void ExcelFile::OpenSingleSheet(NvImportOpenOptions* options) {
+    if (IsComplete()) {
+        boundSheets.push_back({});
+        ListSheets();
+        for (int i = 0; i < RecordsBeforeFilePass && status == StatusOk && WalkBiffRecord(nextRecord); ++i) {
+            if (nextRecord.id == FilePassRecord) {
+                status = StatusProtected;
+                return;
+            }
+        }
+        if (stream->GetStatus() != 0) {
+            OpenStream(path.c_str());
+        }
+        GetSheet(options);
+        return;
+    }
     const int found = IsWorksheet(0);
     selectedSheets = {0};
     worksheets[0].cols = numCols;
     worksheets[0].rows = numRows;
     if (found != StatusOk) {
         status = found;
-    } else if (WantsOptions(options)) {
-        SetOptions(options);
     }
 }
 
@@ -313,7 +393,8 @@ bool ExcelFile::ReadBiffRecord(BIFFRecord& target) {
         return false;
     }
     const std::int16_t length = I2Shuffle(header, 2);
-    if (length < 0 || length > (isBiff8 ? MaxRecordLength : MaxLengthBeforeBiff8)) {
+    const int maxLength = isBiff8 || IsComplete() ? MaxRecordLength : MaxLengthBeforeBiff8;
+    if (length < 0 || length > maxLength) {
         return false;
     }
     if (length < target.length) {
@@ -322,6 +403,7 @@ bool ExcelFile::ReadBiffRecord(BIFFRecord& target) {
     target.id = uI2Shuffle(header, 0);
     target.length = length;
     stream->Read(target.data, length);
+    bytesRead += HeaderSize + length;
     return stream->GetStatus() == 0;
 }
 
@@ -335,7 +417,7 @@ bool ExcelFile::WalkBiffRecord(BIFFRecord& target) {
 }
 
 // Looks from `offset` on for the size of a sheet, which it leaves in numCols and numRows. A sheet that ends
-// before it has told its size keeps that of the sheet before: this is meant.
+// before it has told its size keeps that of the sheet before.
 int ExcelFile::IsWorksheet(long offset) {
     const int position = stream->Tell();
     stream->Seek(offset, 0);
@@ -376,11 +458,10 @@ int ExcelFile::ReadWorkbookGlobals() {
     if (status != StatusOk) {
         return status;
     }
-    dateFormats.clear();
     if (biffHigh == HighOfBiff5) {
         for (const auto& [first, last] : BuiltInDateFormats) {
             for (int number = first; number <= last; ++number) {
-                dateFormats.insert(number);
+                tables.classicDateFormats.insert(number);
             }
         }
     }
@@ -388,6 +469,7 @@ int ExcelFile::ReadWorkbookGlobals() {
     if (status != StatusOk) {
         return status;
     }
+    ListSheets();
     if (worksheetCount > 0) {
         SetCurWorksheet({1});
     }
@@ -411,6 +493,11 @@ bool ExcelFile::WalkGlobals() {
             isGood = ReadBundleHeader();
         } else if (biffHigh == HighOfBiff5) {
             isGood = ReadGlobal();
+        } else if (IsComplete() && record.id == FilePassRecord) {
+            status = StatusProtected;
+            isGood = false;
+        } else {
+            ReadTableRecord();
         }
         if (!isGood) {
             return false;
@@ -422,18 +509,20 @@ bool ExcelFile::WalkGlobals() {
 // BIFF4: a sheet's length and name, and right behind it the sheet itself.
 bool ExcelFile::ReadBundleHeader() {
     const std::int32_t length = I4Shuffle(record.data, 0);
-    const std::string name = CopyText(record, 5, static_cast<int>(ByteAt(record.data, 4)));
+    BoundSheet sheet;
+    sheet.length = static_cast<std::uint8_t>(record.data[4]);
+    sheet.name = TextBytesOf(record, 5).substr(0, static_cast<std::size_t>(sheet.length));
     if (!WalkBiffRecord(nextRecord)) {
         return false;
     }
     bool isGood = true;
-    if (LowByte(nextRecord.id) == BofLow && I2Shuffle(nextRecord.data, 2) == WorksheetSubstream) {
-        const int position = stream->Tell();
-        const int found = IsWorksheet(position);
-        if (found == StatusOk) {
-            AddWorksheet(name, position, false);
-        }
-        isGood = found == StatusOk || found == StatusNoWorksheet;
+    if (LowByte(nextRecord.id) == BofLow) {
+        const int substream = I2Shuffle(nextRecord.data, 2);
+        sheet.offset = stream->Tell();
+        sheet.type = substream == WorksheetSubstream ? 0
+                     : substream == ChartSubstream   ? ChartType
+                                                     : MacroType;
+        isGood = TakeSheet(sheet);
     }
     stream->Seek(std::int64_t{length} - BofSize, 1);
     return isGood;
@@ -445,44 +534,149 @@ bool ExcelFile::ReadGlobal() {
         case FilePassRecord:
             status = StatusProtected;
             return false;
-        case FormatRecord:
-            ReadFormat();
-            return true;
-        case XfRecord:
-            // Only formats that came before count.
-            dateXf.push_back(dateFormats.contains(I2Shuffle(record.data, 2)));
-            return true;
         case BoundSheetRecord:
-            return ReadBoundSheet();
+            return TakeSheet(DecodeBoundSheet());
         case SstRecord:
             return ReadSharedStrings();
         default:
+            ReadTableRecord();
             return true;
     }
 }
 
-bool ExcelFile::ReadBoundSheet() {
-    const int type = uI2Shuffle(record.data, 4);
-    if ((type & SheetTypeMask) != 0) {
+// The records that tell what the cells refer to; false for another one.
+bool ExcelFile::ReadTableRecord() {
+    switch (record.id) {
+        case FormatOfBiff2Record:
+        case FormatRecord:
+            ReadFormat();
+            ReadClassicFormat();
+            return true;
+        case XfOfBiff2Record:
+            AddXf(record.data[FormatInXfOfBiff2] & FormatMaskOfBiff2);
+            return true;
+        case XfOfBiff3Record:
+        case XfOfBiff4Record:
+            AddXf(static_cast<std::uint8_t>(record.data[FormatInXfOfBiff3]));
+            return true;
+        case XfRecord:
+            AddXf(uI2Shuffle(record.data, FormatInXf));
+            // By the classic rule only formats that came before count.
+            tables.classicDateXf.push_back(
+                tables.classicDateFormats.contains(I2Shuffle(record.data, FormatInXf)));
+            return true;
+        case CodePageRecord:
+            ReadCodePage();
+            return true;
+        case DateModeRecord:
+            tables.dateSystem = uI2Shuffle(record.data, 0) != 0 ? DateSystem::From1904 : DateSystem::From1900;
+            return true;
+        default:
+            return false;
+    }
+}
+
+void ExcelFile::AddXf(int format) {
+    if (!std::exchange(hasOwnXfs, true)) {
+        tables.xfFormats.clear();
+    }
+    tables.xfFormats.push_back(format);
+}
+
+void ExcelFile::ReadCodePage() {
+    if (hasForcedEncoding || !IsComplete()) {
+        return;
+    }
+    const int number = uI2Shuffle(record.data, 0);
+    tables.codePage = CodePage(number == UnicodePage ? CodePage::Western : number);
+    if (!tables.codePage.IsKnown() && !isBiff8) {
+        AddNote(
+            {"unknown-code-page",
+             1,
+             {},
+             "the code page " + std::to_string(number) + " isn't known; texts are taken for Windows-1252"});
+    }
+}
+
+ExcelFile::BoundSheet ExcelFile::DecodeBoundSheet() const {
+    constexpr int LengthOffset = 6;
+    BoundSheet sheet;
+    sheet.offset = I4Shuffle(record.data, 0);
+    sheet.type = uI2Shuffle(record.data, 4) & SheetTypeMask;
+    sheet.visibility = uI2Shuffle(record.data, 4) & VisibilityMask;
+    sheet.length = static_cast<std::uint8_t>(record.data[LengthOffset]);
+    sheet.name = TextBytesOf(record, LengthOffset + 1);
+    return sheet;
+}
+
+// False ends the walk over the globals. The complete rule lists a sheet of any kind; see ListSheets.
+bool ExcelFile::TakeSheet(const BoundSheet& sheet) {
+    if (IsComplete()) {
+        boundSheets.push_back(sheet);
         return true;
     }
-    const std::int32_t offset = I4Shuffle(record.data, 0);
-    const int found = IsWorksheet(offset);
+    return sheet.type != 0 || ListClassicSheet(sheet);
+}
+
+// The classic rule: a worksheet that tells its size. BIFF8's option byte counts into the name's length, and
+// the bytes are taken as they are: a name of 16-bit characters ends behind its first letter.
+bool ExcelFile::ListClassicSheet(const BoundSheet& sheet) {
+    const int found = IsWorksheet(sheet.offset);
     if (found == StatusOk) {
-        // BIFF8's option byte counts into the length, and the bytes are taken as they are: a name of 16-bit
-        // characters ends behind its first letter.
-        const char* name = isBiff8 ? CopyText(record, 8, I2Shuffle(record.data, 6))
-                                   : CopyText(record, 7, I1Shuffle(record.data, 6));
-        AddWorksheet(name, offset, (type & VisibilityMask) != 0);
+        int length = sheet.length;
+        std::string_view name = sheet.name;
+        if (isBiff8) {
+            const int options = name.empty() ? 0 : static_cast<std::uint8_t>(name.front());
+            length = static_cast<std::int16_t>(sheet.length | options << 8);
+            name.remove_prefix(std::min<std::size_t>(1, name.size()));
+        } else if (biffHigh == HighOfBiff5) {
+            length = static_cast<std::int8_t>(sheet.length);
+        }
+        name = name.substr(0, static_cast<std::size_t>(std::max(length, 0)));
+        AddWorksheet(std::string(name.substr(0, name.find('\0'))), sheet.offset, sheet.visibility != 0);
     }
     return found == StatusOk || found == StatusNoWorksheet;
+}
+
+// The complete rule: every worksheet, of whatever size, under its whole name.
+void ExcelFile::ListSheets() {
+    numCols = numRows = -1;
+    for (const BoundSheet& sheet : boundSheets) {
+        if (sheet.type == 0) {
+            AddWorksheet(DecodeText(sheet.name, sheet.length), sheet.offset, sheet.visibility != 0);
+        }
+    }
+}
+
+std::string ExcelFile::DecodeText(std::string_view bytes, int length) const {
+    BiffText text(static_cast<std::size_t>(length), isBiff8, tables.codePage);
+    text.Add(bytes);
+    return text.Get();
+}
+
+// What the workbook calls a number format; before BIFF5 they count by themselves.
+void ExcelFile::ReadFormat() {
+    if (!std::exchange(hasOwnFormats, true)) {
+        tables.formats.Clear();
+        formatCount = 0;
+    }
+    const bool isOfBiff2 = record.id == FormatOfBiff2Record;
+    const int number = biffHigh == HighOfBiff5 ? uI2Shuffle(record.data, 0) : formatCount;
+    const int lengthOffset = isOfBiff2 ? 0 : 2;
+    const int length = isBiff8 ? uI2Shuffle(record.data, lengthOffset)
+                               : static_cast<std::uint8_t>(record.data[lengthOffset]);
+    tables.formats.Define(number, DecodeText(TextBytesOf(record, lengthOffset + (isBiff8 ? 2 : 1)), length));
+    ++formatCount;
 }
 
 // A format is one of dates when it has two date letters anywhere, also in quoted text. The one reading
 // serves BIFF5 and BIFF8: in the latter the upper byte of the count and the option byte stand before the
 // text, so that its last two characters are not seen; and a text of 16-bit characters, which ends early
-// here, counts as a date. All of this is meant.
-void ExcelFile::ReadFormat() {
+// here, counts as a date. BIFF4 and before have no dates.
+void ExcelFile::ReadClassicFormat() {
+    if (biffHigh != HighOfBiff5 || record.id != FormatRecord) {
+        return;
+    }
     const std::int8_t count = I1Shuffle(record.data, 2);
     if (count < 0) {
         return;
@@ -499,26 +693,45 @@ void ExcelFile::ReadFormat() {
     const std::string_view rest = format.substr(std::min(first + 1, format.size()));
     const std::size_t second = std::min(rest.find_first_of(DateLetters), rest.size());
     if (second != text.size() - first - 1) {
-        dateFormats.insert(I2Shuffle(record.data, 0));
+        tables.classicDateFormats.insert(I2Shuffle(record.data, 0));
     }
 }
 
 bool ExcelFile::ReadSharedStrings() {
-    sharedStrings = std::make_unique<ExcelSharedStrings>(I4Shuffle(record.data, 4));
-    if (record.length > SharedTextOffset + 3) {
-        sharedStrings->Parse(BytesOf(record, SharedTextOffset));
+    tables.sharedStrings = std::make_unique<ExcelSharedStrings>(
+        I4Shuffle(record.data, 4), IsComplete() ? ExcelSharedStrings::Complete : ExcelSharedStrings::Classic);
+    ExcelSharedStrings& strings = *tables.sharedStrings;
+    if (record.length > SharedTextOffset + (IsComplete() ? 0 : 3)) {
+        strings.Parse(BytesOf(record, SharedTextOffset));
     }
     bool isRead = WalkBiffRecord(record);
     while (isRead && record.id == ContinueRecord) {
-        sharedStrings->Parse(BytesOf(record, 0));
+        strings.Parse(BytesOf(record, 0));
         isRead = WalkBiffRecord(record);
     }
-    sharedStrings->Finish();
-    // The record behind the strings is passed over with them.
+    strings.Finish();
+    if (!IsComplete()) {
+        // The record behind the strings is passed over with them.
+        return isRead;
+    }
+    if (std::cmp_not_equal(strings.GetSize(), strings.GetCount())) {
+        AddNote({"string-count",
+                 1,
+                 {},
+                 "the workbook tells of " + std::to_string(strings.GetCount()) + " shared strings and has " +
+                     std::to_string(strings.GetSize())});
+    }
+    if (isRead) {
+        // What stands behind the strings counts too.
+        stream->Seek(-(HeaderSize + std::int64_t{record.length}), 1);
+    }
     return isRead;
 }
 
 bool ExcelFile::GetSheet(NvImportOpenOptions* options) {
+    if (status == StatusOk && IsComplete()) {
+        return ChooseParts(options);
+    }
     std::vector<std::string> names;
     if (GetWorksheets(names) != StatusOk) {
         return false;
@@ -533,11 +746,13 @@ bool ExcelFile::GetSheet(NvImportOpenOptions* options) {
                          [](const WorksheetEntry& sheet) { return sheet.cols > 0 && sheet.rows > 0; });
         return SetCurWorksheet({static_cast<int>(only - worksheets.begin())});
     }
+    return ChooseClassically(options, names);
+}
+
+bool ExcelFile::ChooseClassically(NvImportOpenOptions* options, std::vector<std::string>& names) {
     const std::vector<int> before = selectedSheets;
     if (HasOptions(options)) {
-        if (!SetOptions(options)) {
-            return false;
-        }
+        SheetChoice::Read(*options, selectedSheets, vertical);
     } else {
         GetSheetOptions(&names);
         if (status == StatusAbortedByUser) {
@@ -545,7 +760,7 @@ bool ExcelFile::GetSheet(NvImportOpenOptions* options) {
             return false;
         }
         if (WantsOptions(options)) {
-            GetOptions(options);
+            SheetChoice::Lend(selectedSheets, vertical, optionsBuffer, *options);
         }
     }
     // A choice of sheets that don't exist leaves the one from before, which is the first sheet.
@@ -553,46 +768,52 @@ bool ExcelFile::GetSheet(NvImportOpenOptions* options) {
     return status == StatusOk;
 }
 
+// The complete rule: the sheets that the record names, else the first that a user sees.
+bool ExcelFile::ChooseParts(NvImportOpenOptions* options) {
+    if (worksheetCount == 0) {
+        status = StatusNoSheets;
+        return false;
+    }
+    vertical = SheetChoice::ReadVertical(options);
+    const auto wanted = CompleteOptions(options).GetText(CompleteOptions::Part);
+    if (!wanted) {
+        const auto visible = std::find_if(worksheets.begin() + 1, worksheets.end(),
+                                          [](const WorksheetEntry& sheet) { return !sheet.hidden; });
+        selectedSheets = {visible == worksheets.end() ? 1 : static_cast<int>(visible - worksheets.begin())};
+    } else if (const auto places = FindParts(ListSheetsAsParts(), *wanted)) {
+        selectedSheets.clear();
+        for (const std::size_t place : *places) {
+            selectedSheets.push_back(static_cast<int>(place) + 1);
+        }
+    } else {
+        failureText = "The workbook has no sheet \"" + *wanted + "\".";
+        status = StatusNoWorksheet;
+        return false;
+    }
+    if (WantsOptions(options)) {
+        SheetChoice::LendParts(NameChosenParts(), vertical, optionsBuffer, *options);
+    }
+    return true;
+}
+
+// By name where that finds the same sheet again, else by place.
+std::string ExcelFile::NameChosenParts() const {
+    const std::vector<Part> parts = ListSheetsAsParts();
+    std::string names;
+    for (const int number : selectedSheets) {
+        const std::string& name = parts[static_cast<std::size_t>(number) - 1].name;
+        const auto found = FindParts(parts, name);
+        const bool isFound = !name.empty() && name.find(',') == std::string::npos && found &&
+                             *found == std::vector{static_cast<std::size_t>(number) - 1};
+        names += (names.empty() ? "" : ",") + (isFound ? name : std::to_string(number));
+    }
+    return names;
+}
+
 int ExcelFile::GetSheetOptions(std::vector<std::string>* /*sheetNames*/) {
     selectedSheets = {1};
     vertical = true;
     return status;
-}
-
-bool ExcelFile::SetOptions(NvImportOpenOptions* options) {
-    if (HasOptions(options)) {
-        ConvertSheetStringToVector(DecodeOptionsText(*options), selectedSheets, vertical);
-    }
-    return true;
-}
-
-bool ExcelFile::GetOptions(NvImportOpenOptions* options) {
-    std::string text;
-    ConvertSheetVectorToString(selectedSheets, vertical, text);
-    LendOptions(text, optionsBuffer, *options);
-    return true;
-}
-
-void ExcelFile::ConvertSheetVectorToString(const std::vector<int>& sheets, bool stacked, std::string& text) {
-    XMLSection document;
-    XMLSection& settings = document.CreateSection(XMLSection::Settings);
-    settings.Write(SheetsKey, sheets);
-    settings.Write(VerticalKey, stacked);
-    text = document.Flush();
-}
-
-void ExcelFile::ConvertSheetStringToVector(const std::string& text, std::vector<int>& sheets, bool& stacked) {
-    if (text.empty()) {
-        sheets.clear();
-        stacked = false;
-        return;
-    }
-    const auto document = XMLSection::CreateXMLSectionFromString(text);
-    const XMLSection* settings = document == nullptr ? nullptr : document->GetSection(XMLSection::Settings);
-    if (settings != nullptr) {
-        settings->Read(SheetsKey, sheets);
-        settings->Read(VerticalKey, stacked);
-    }
 }
 
 int ExcelFile::GetWorksheets(std::vector<std::string>& names) {
@@ -630,30 +851,34 @@ int ExcelFile::Read(ReadSpreadSheetData* sink) {
         status = StatusBadWorksheet;
         return status;
     }
+    status = IsComplete() ? ReadComplete(*sink) : ReadClassic(*sink);
+    return status;
+}
+
+int ExcelFile::ReadClassic(ReadSpreadSheetData& sink) {
+    ClassicBiffCells cells(sink, tables, biffHigh);
     int rowOffset = 0;
     int colOffset = 0;
     bool isGood = true;
     for (const int number : selectedSheets) {
         WorksheetEntry& sheet = worksheets[static_cast<std::size_t>(number)];
-        isGood = ReadSheet(sink, sheet, colOffset, rowOffset);
+        cells.MoveTo(colOffset, rowOffset);
+        isGood = ReadClassicSheet(cells, sheet);
         if (selectedSheets.size() > 1) {
-            LabelSheet(sink, sheet, colOffset, rowOffset);
+            LabelSheet(&sink, sheet, colOffset, rowOffset);
         }
         // A size of -1, of a first sheet that ended before it told one, moves the next sheet back as it
         // lowers the table's size.
         int& offset = vertical ? rowOffset : colOffset;
         offset = Add(offset, vertical ? sheet.rows : sheet.cols);
     }
+    cells.AddTo(GetContext()->notes);
     // Only the last sheet decides.
-    if (!isGood) {
-        status = StatusBadWorksheet;
-    }
-    return status;
+    return isGood ? static_cast<int>(StatusOk) : static_cast<int>(StatusBadWorksheet);
 }
 
 // False when a record couldn't be read. A sheet without EOF ends at the BOF of the next.
-bool ExcelFile::ReadSheet(ReadSpreadSheetData* sink, const WorksheetEntry& sheet, int colOffset,
-                          int rowOffset) {
+bool ExcelFile::ReadClassicSheet(ClassicBiffCells& cells, const WorksheetEntry& sheet) {
     stream->Seek(sheet.offset, 0);
     bool isHead = true;
     while (isHead) {
@@ -664,120 +889,41 @@ bool ExcelFile::ReadSheet(ReadSpreadSheetData* sink, const WorksheetEntry& sheet
         const int low = LowByte(record.id);
         isHead = low != RowLow && low != LabelLow && low != DimensionsLow && record.id != EofRecord;
     }
-    while (ReadBiffRecord(record)) {
+    for (int records = 1; ReadBiffRecord(record); ++records) {
         if (record.id == EofRecord) {
             return true;
         }
-        // The high byte of the column is ignored.
-        const int col = static_cast<int>(ByteAt(record.data, 2)) + 1;
-        const int row = uI2Shuffle(record.data, 0) + 1;
         const bool isNextSheet = LowByte(record.id) == BofLow;
-        if (!ReadCell(sink, {Add(colOffset, col), Add(rowOffset, row)})) {
+        if (!ReadClassicCells(cells)) {
             return false;
         }
         if (isNextSheet) {
             return true;
         }
+        if (records % RecordsBetweenLooks == 0) {
+            GetContext()->ThrowIfStopped();
+        }
     }
     return false;
 }
 
-// Ids are compared exactly, and the versions with 2, 3 and 4, though biffHigh is 0, 2, 4 and 8 for the real
-// ones: so BIFF2 loses its numbers and labels, and BIFF3 also its formulas. This narrowness is meant. False
-// when a record that belongs to the cell couldn't be read.
-bool ExcelFile::ReadCell(ReadSpreadSheetData* sink, Cell cell) {
-    switch (record.id) {
-        case RkRecord:
-            SetNumber(sink, cell, XfOffset, NumFromRk(I4Shuffle(record.data, ValueOffset)));
-            return true;
-        case MulRkRecord:
-            if (biffHigh >= 5) {
-                ReadMulRk(sink, cell);
+// False when a record that belongs to a cell couldn't be read.
+bool ExcelFile::ReadClassicCells(ClassicBiffCells& cells) {
+    for (const BiffCell& cell : decoder.Decode(record.id, record.data, record.length)) {
+        if (cell.kind == BiffCell::Kind::FormulaText && cells.Reads(cell)) {
+            if (!ReadClassicFormulaText(cells, cell)) {
+                return false;
             }
-            return true;
-        case LabelSstRecord:
-            if (biffHigh >= 8) {
-                const std::int32_t index = I4Shuffle(record.data, ValueOffset);
-                sink->Set(cell.col, cell.row, sharedStrings == nullptr ? "" : sharedStrings->Find(index));
-            }
-            return true;
-        case IntegerRecord:
-            if (biffHigh == 2) {
-                sink->Set(cell.col, cell.row, static_cast<double>(I2Shuffle(record.data, IntegerOffset)));
-            }
-            return true;
-        case FormulaRecord:
-            return biffHigh == 3 || biffHigh == 4 || ReadFormula(sink, cell);
-        case FormulaRecordOfBiff3:
-            return biffHigh != 3 || ReadFormula(sink, cell);
-        case FormulaRecordOfBiff4:
-            return biffHigh != 4 || ReadFormula(sink, cell);
-        default:
-            if (LowByte(record.id) == RStringLow) {
-                sink->Set(cell.col, cell.row, CopyText(record, TextOffset, uI2Shuffle(record.data, 6)));
-            } else if (biffHigh != 2) {
-                ReadPlainCell(sink, cell);
-            }
-            return true;
-    }
-}
-
-// The cells of one value each that only BIFF3 lacks.
-void ExcelFile::ReadPlainCell(ReadSpreadSheetData* sink, Cell cell) {
-    switch (record.id) {
-        case NumberRecord:
-            SetNumber(sink, cell, XfOffset, DShuffle(record.data, ValueOffset + isBiff2));
-            break;
-        case LabelRecord: {
-            const int length = isBiff2 != 0 ? I1Shuffle(record.data, 7) : uI2Shuffle(record.data, 6);
-            sink->Set(cell.col, cell.row, CopyText(record, TextOffset, length));
-            break;
+        } else {
+            cells.Put(cell);
         }
-        case BoolErrRecord:
-            // Truth values and errors are missing values alike.
-            sink->Set(cell.col, cell.row, "");
-            break;
-        default:
-            break;
     }
+    return true;
 }
 
-// Several RK numbers in neighbouring columns, each with its own format, and at the end the last column.
-void ExcelFile::ReadMulRk(ReadSpreadSheetData* sink, Cell cell) {
-    const int firstCol = static_cast<int>(ByteAt(record.data, 2));
-    const int end = record.length - LastColumnSize;
-    if (end < RkGroupsOffset) {
-        return;
-    }
-    const int lastCol = uI2Shuffle(record.data, end);
-    int offset = RkGroupsOffset;
-    for (int col = firstCol; col <= lastCol && offset + RkGroupSize <= end; ++col) {
-        SetNumber(sink, cell, offset, NumFromRk(I4Shuffle(record.data, offset + 2)));
-        offset += RkGroupSize;
-        ++cell.col;
-    }
-}
-
-// The stored result: a number, or a mark in its place that says what else it is.
-bool ExcelFile::ReadFormula(ReadSpreadSheetData* sink, Cell cell) {
-    const int result = ValueOffset + isBiff2;
-    if (uI2Shuffle(record.data, result + 6) != NoNumber) {
-        SetNumber(sink, cell, XfOffset, DShuffle(record.data, result));
-        return true;
-    }
-    switch (ByteAt(record.data, result)) {
-        case BoolResult:
-            sink->Set(cell.col, cell.row, static_cast<double>(I1Shuffle(record.data, result + 2)));
-            return true;
-        case TextResult:
-            return ReadFormulaText(sink, cell);
-        default:
-            return true;
-    }
-}
-
-// A text result stands in a record of its own behind the formula, or behind the formula that it shares.
-bool ExcelFile::ReadFormulaText(ReadSpreadSheetData* sink, Cell cell) {
+// A text result stands in a record of its own behind the formula, or behind the formula that it shares. What
+// stands there instead is passed over.
+bool ExcelFile::ReadClassicFormulaText(ClassicBiffCells& cells, const BiffCell& cell) {
     if (!ReadBiffRecord(nextRecord)) {
         return false;
     }
@@ -787,9 +933,181 @@ bool ExcelFile::ReadFormulaText(ReadSpreadSheetData* sink, Cell cell) {
     if (LowByte(nextRecord.id) == StringLow) {
         const int length = isBiff2 != 0 ? I1Shuffle(nextRecord.data, 0) : uI2Shuffle(nextRecord.data, 0);
         const int textOffset = 2 + (isBiff8 ? 1 : 0) - isBiff2;
-        sink->Set(cell.col, cell.row, CopyText(nextRecord, textOffset, length));
+        cells.PutFormulaText(cell, length, TextBytesOf(nextRecord, textOffset));
     }
     return true;
+}
+
+int ExcelFile::ReadComplete(ReadSpreadSheetData& sink) {
+    CellOutput output(sink);
+    CompleteBiffCells cells(&output, tables);
+    const bool isAlone = selectedSheets.size() == 1;
+    int tableCols = 0;
+    int tableRows = 0;
+    int colOffset = 0;
+    int rowOffset = 0;
+    int result = StatusBadWorksheet;
+    for (const int number : selectedSheets) {
+        WorksheetEntry& sheet = worksheets[static_cast<std::size_t>(number)];
+        cells.BeginSheet(isAlone ? std::string() : sheet.name, colOffset, rowOffset);
+        const int found = WalkSheet(sheet, cells);
+        if (found == StatusOk || isAlone) {
+            result = found;
+        } else {
+            AddNote({"unreadable-part", 1, sheet.name,
+                     "the sheet \"" + sheet.name +
+                         "\" can't be read to its end; what lies behind the break is missing"});
+        }
+        sheet.cols = cells.GetCols();
+        sheet.rows = cells.GetRows();
+        tableCols = std::max(tableCols, Add(colOffset, sheet.cols));
+        tableRows = std::max(tableRows, Add(rowOffset, sheet.rows));
+        int& offset = vertical ? rowOffset : colOffset;
+        offset = Add(offset, vertical ? sheet.rows : sheet.cols);
+    }
+    sink.SetDataSize(tableCols, tableRows);
+    cells.AddTo(GetContext()->notes);
+    NoteOtherParts();
+    return result;
+}
+
+// All cells of a sheet; returns the status. Charts inside are passed over.
+int ExcelFile::WalkSheet(const WorksheetEntry& sheet, CompleteBiffCells& cells) {
+    if (stream->GetStatus() != 0) {
+        // A failure stays with a stream; another sheet may be whole.
+        OpenStream(path.c_str());
+    }
+    stream->Seek(sheet.offset, 0);
+    bytesRead = 0;
+    hasNextRecord = false;
+    hasOwnFormats = hasOwnXfs = biffHigh == HighOfBiff5;
+    int depth = 0;
+    for (int records = 1; NextRecord(); ++records) {
+        if (records % RecordsBetweenLooks == 0) {
+            GetContext()->ThrowIfStopped();
+            GetContext()->budget.ChargeWork(RecordsBetweenLooks, "The sheets");
+        }
+        if (record.id == EofRecord && depth == 0) {
+            return StatusOk;
+        }
+        if (record.id == FilePassRecord) {
+            return StatusProtected;
+        }
+        if (LowByte(record.id) == BofLow && records > 1) {
+            if (depth == 0 && I2Shuffle(record.data, 2) != ChartSubstream) {
+                NoteMissingEnd(sheet);
+                return StatusOk;
+            }
+            ++depth;
+        } else if (record.id == EofRecord) {
+            --depth;
+        } else if (depth == 0) {
+            TakeSheetRecord(cells);
+        }
+    }
+    if (bytesRead > 0 && sheet.offset + bytesRead >= streamSize) {
+        NoteMissingEnd(sheet);
+        return StatusOk;
+    }
+    return StatusBadWorksheet;
+}
+
+void ExcelFile::NoteMissingEnd(const WorksheetEntry& sheet) {
+    AddNote({"no-end", 1, sheet.name, "the sheet \"" + sheet.name + "\" ends without its last record"});
+}
+
+// Before BIFF5 a sheet has its own formats.
+void ExcelFile::TakeSheetRecord(CompleteBiffCells& cells) {
+    if (record.id == IxfeRecord) {
+        cells.SetFormatOfNextCells(uI2Shuffle(record.data, 0));
+    } else if (biffHigh < HighOfBiff5 && ReadTableRecord()) {
+        cells.ForgetKinds();
+    } else {
+        PutCells(cells);
+    }
+}
+
+void ExcelFile::PutCells(CompleteBiffCells& cells) {
+    for (const BiffCell& cell : decoder.Decode(record.id, record.data, record.length)) {
+        if (cell.kind == BiffCell::Kind::Text) {
+            cells.PutText(cell, ReadText(cell.count, cell.bytes));
+        } else if (cell.kind == BiffCell::Kind::FormulaText) {
+            cells.PutText(cell, ReadFormulaText());
+        } else {
+            cells.Put(cell);
+        }
+    }
+}
+
+// A text that begins with these bytes of the present record, and may go on in the next ones.
+std::string ExcelFile::ReadText(int count, std::string_view bytes) {
+    BiffText text(static_cast<std::size_t>(count), isBiff8, tables.codePage);
+    text.Add(bytes);
+    while (!text.IsWhole() && PeekRecord() && nextRecord.id == ContinueRecord) {
+        text.Add(TextBytesOf(nextRecord, 0));
+        hasNextRecord = false;
+    }
+    return text.Get();
+}
+
+// The text of the formula of the present record stands in a record of its own behind it, with those that
+// define shared formulas in between.
+std::string ExcelFile::ReadFormulaText() {
+    while (PeekRecord()) {
+        if (nextRecord.id == StringRecord || nextRecord.id == StringOfBiff2Record) {
+            NextRecord();
+            const bool isOfBiff2 = record.id == StringOfBiff2Record;
+            const int count =
+                isOfBiff2 ? static_cast<std::uint8_t>(record.data[0]) : uI2Shuffle(record.data, 0);
+            return ReadText(count, TextBytesOf(record, isOfBiff2 ? 1 : 2));
+        }
+        if (std::find(std::begin(RecordsBeforeText), std::end(RecordsBeforeText), nextRecord.id) ==
+            std::end(RecordsBeforeText)) {
+            break;
+        }
+        hasNextRecord = false;
+    }
+    return {};
+}
+
+// The next record of a sheet, into `record`.
+bool ExcelFile::NextRecord() {
+    if (!hasNextRecord) {
+        return ReadBiffRecord(record);
+    }
+    CopyRecord(nextRecord, record);
+    hasNextRecord = false;
+    return true;
+}
+
+// The same into `nextRecord`, without taking it.
+bool ExcelFile::PeekRecord() {
+    hasNextRecord = hasNextRecord || ReadBiffRecord(nextRecord);
+    return hasNextRecord;
+}
+
+// What of the workbook isn't in the table.
+void ExcelFile::NoteOtherParts() {
+    std::vector<std::string> names;
+    for (int number = 1; number <= worksheetCount; ++number) {
+        if (std::find(selectedSheets.begin(), selectedSheets.end(), number) == selectedSheets.end()) {
+            const WorksheetEntry& sheet = worksheets[static_cast<std::size_t>(number)];
+            names.push_back("\"" + sheet.name + (sheet.hidden ? "\" (hidden)" : "\""));
+        }
+    }
+    if (!names.empty()) {
+        AddNote({"other-parts", names.size(), {}, "sheets that are not in this table: " + JoinNames(names)});
+    }
+    names.clear();
+    for (const BoundSheet& sheet : boundSheets) {
+        if (sheet.type != 0) {
+            names.push_back("\"" + DecodeText(sheet.name, sheet.length) + "\" (" + KindOfSheet(sheet.type) +
+                            ")");
+        }
+    }
+    if (!names.empty()) {
+        AddNote({"other-sheets", names.size(), {}, "sheets that hold no table: " + JoinNames(names)});
+    }
 }
 
 // Also for a sheet whose read failed, and over its whole declared size.
@@ -810,29 +1128,14 @@ void ExcelFile::LabelSheet(ReadSpreadSheetData* sink, WorksheetEntry& sheet, int
     }
 }
 
-// `xfOffset` is where the record has the number of the cell's format.
-void ExcelFile::SetNumber(ReadSpreadSheetData* sink, Cell cell, int xfOffset, double value) {
-    Set(sink, cell.col, cell.row, uI2Shuffle(record.data, xfOffset), value);
-}
-
-void ExcelFile::Set(ReadSpreadSheetData* sink, int col, int row, int xf, double value) {
-    const auto format = static_cast<std::size_t>(xf);
-    if (format < dateXf.size() && dateXf[format]) {
-        sink->Set(col, row, IEEEDate_2_string(value).c_str());
-    } else {
-        sink->Set(col, row, value);
-    }
-}
-
-// A text of a record, up to its first NUL; valid until the next one.
-const char* ExcelFile::CopyText(const BIFFRecord& source, int offset, int length) {
-    const int size = std::clamp(length, 0, MaxRecordLength - offset);
-    const std::string_view field(source.data + offset, static_cast<std::size_t>(size));
-    workText = field.substr(0, field.find('\0'));
-    return workText.c_str();
-}
-
 std::vector<FileContents::Part> ExcelFile::ListParts() {
+    if (IsComplete() && stream != nullptr) {
+        MeasureAllSheets();
+    }
+    return ListSheetsAsParts();
+}
+
+std::vector<FileContents::Part> ExcelFile::ListSheetsAsParts() const {
     std::vector<Part> parts;
     const int first = worksheetCount > 0 ? 1 : 0;
     for (int i = first; i <= worksheetCount; ++i) {
@@ -849,14 +1152,40 @@ std::vector<FileContents::Part> ExcelFile::ListParts() {
     return parts;
 }
 
+// Sheets that can't be read stay without a size. Each place in the file is walked once.
+void ExcelFile::MeasureAllSheets() {
+    std::map<std::int32_t, const WorksheetEntry*> measured;
+    CompleteBiffCells cells(nullptr, tables);
+    for (int number = 1; number <= worksheetCount; ++number) {
+        WorksheetEntry& sheet = worksheets[static_cast<std::size_t>(number)];
+        const auto [known, isNew] = measured.emplace(sheet.offset, &sheet);
+        if (!isNew) {
+            sheet.cols = known->second->cols;
+            sheet.rows = known->second->rows;
+        } else if (sheet.rows < 0) {
+            cells.BeginSheet({}, 0, 0);
+            if (WalkSheet(sheet, cells) == StatusOk) {
+                sheet.cols = cells.GetCols();
+                sheet.rows = cells.GetRows();
+            }
+        }
+    }
+}
+
 std::vector<FileContents::Fact> ExcelFile::ListFacts() {
     const char* version = isBiff8 ? "BIFF8" : "BIFF5";
     if (biffHigh < HighOfBiff5 && !isBiff8) {
         version = biffHigh == 0 ? "BIFF2" : biffHigh == HighOfBiff3 ? "BIFF3" : "BIFF4";
     }
     std::vector<Fact> facts = {{"version", version}};
-    if (sharedStrings != nullptr) {
-        facts.emplace_back("strings", NvString::Format("%d", sharedStrings->GetCount()));
+    if (tables.sharedStrings != nullptr) {
+        facts.emplace_back("strings", NvString::Format("%d", tables.sharedStrings->GetCount()));
+    }
+    if (IsComplete()) {
+        facts.emplace_back("dates", tables.dateSystem == DateSystem::From1904 ? "from 1904" : "from 1900");
+        if (!isBiff8) {
+            facts.emplace_back("encoding", tables.codePage.GetName());
+        }
     }
     return facts;
 }
@@ -870,26 +1199,19 @@ std::int16_t ExcelFile::I2Shuffle(const char* buffer, int offset) {
 }
 
 std::uint16_t ExcelFile::uI2Shuffle(const char* buffer, int offset) {
-    return static_cast<std::uint16_t>(ByteAt(buffer, offset) | ByteAt(buffer, offset + 1) << 8);
+    return BiffU16(buffer, offset);
 }
 
 std::int32_t ExcelFile::I4Shuffle(const char* buffer, int offset) {
-    return static_cast<std::int32_t>(ByteAt(buffer, offset) | ByteAt(buffer, offset + 1) << 8 |
-                                     ByteAt(buffer, offset + 2) << 16 | ByteAt(buffer, offset + 3) << 24);
+    return BiffI32(buffer, offset);
 }
 
 double ExcelFile::DShuffle(const char* buffer, int offset) {
-    const std::uint64_t low = static_cast<std::uint32_t>(I4Shuffle(buffer, offset));
-    const std::uint64_t high = static_cast<std::uint32_t>(I4Shuffle(buffer, offset + 4));
-    return std::bit_cast<double>(high << 32 | low);
+    return BiffDouble(buffer, offset);
 }
 
 double ExcelFile::NumFromRk(int rk) {
-    const bool isInteger = (rk & 2) != 0;
-    const bool isHundredfold = (rk & 1) != 0;
-    const auto high = static_cast<std::uint64_t>(static_cast<std::uint32_t>(rk) & 0xFFFFFFFCU);
-    const double value = isInteger ? static_cast<double>(rk >> 2) : std::bit_cast<double>(high << 32);
-    return isHundredfold ? value / 100.0 : value;
+    return BiffRk(rk);
 }
 
 ExcelFileFactory::ExcelFileFactory(signed char priority)
@@ -905,4 +1227,36 @@ SpreadsheetFile* ExcelFileFactory::GetSpreadsheetFile() {
     return new ExcelFile;
 }
 
+namespace {
+
+// A compound file with a workbook in it, or a BOF of a plain one.
+FormatRecogniser::Evidence Recognise(const char* path, std::string_view head) {
+    using Evidence = FormatRecogniser::Evidence;
+    ByteCursor cursor({reinterpret_cast<const std::uint8_t*>(head.data()), head.size()});
+    const int id = cursor.ReadU16();
+    const int length = cursor.ReadU16();
+    const int version = cursor.ReadU16();
+    const int substream = cursor.ReadU16();
+    const int high = id >> 8;
+    const bool isKnownHigh = high == 0 || high == HighOfBiff3 || high == HighOfBiff4 || high == HighOfBiff5;
+    const bool isBof = !cursor.HasFailed() && LowByte(id) == BofLow && isKnownHigh && length >= 4 &&
+                       length <= 16 && version <= Biff8Version;
+    const bool isSheet =
+        substream == WorksheetSubstream || substream == ChartSubstream || substream == MacroSubstream;
+    const bool isBook = (substream == GlobalsSubstream && high == HighOfBiff5) ||
+                        (substream == Biff4WorkbookSubstream && high == HighOfBiff4);
+    if (isBof && (isSheet || isBook)) {
+        return Evidence::Proof;
+    }
+    if (!CompoundFile::IsCompoundFile(path)) {
+        return Evidence::None;
+    }
+    const CompoundFile file(path);
+    const bool hasWorkbook = ExcelStgStream::FindWorkbook(file, ExcelStgStream::Naming::AnyCase) != nullptr;
+    return hasWorkbook ? Evidence::Proof : Evidence::None;
+}
+
+}  // namespace
+
 static ExcelFileFactory excelFileFactory(1);
+static const FormatRecogniser excelFileRecogniser("Excel File", "xls", {".xlt"}, Recognise);

@@ -3,37 +3,38 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <unordered_set>
+#include <string_view>
 #include <vector>
 
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
+#include "spreadsheet/BiffCell.h"
+#include "spreadsheet/BiffRules.h"
 
 class BaseStream;
-class ExcelSharedStrings;
 
 /**
  * Workbooks of the record format BIFF, versions 2 to 8 ([MS-XLS] and its forerunners), as a plain file or
  * inside a compound file. Only reads.
  *
- * Open walks the workbook's globals once: it notes each worksheet's place, name and size, the shared
- * strings, and which cell formats show dates. Read goes to each chosen sheet and passes its cells on in the
- * order of the file; no sheet is held in memory, and the sink's row filter isn't asked. Numbers are
- * doubles; a number in a date format is the date's text; truth values and errors are empty texts; a formula
- * gives its stored result; cells that no record names stay unset. Sheets count from 1.
+ * Open walks the workbook's globals once: it notes each worksheet's place and name, the shared strings, and
+ * the number formats. Read goes to each chosen sheet and passes its cells on in the order of the file; no
+ * sheet is held in memory, and the sink's row filter isn't asked. Sheets count from 1.
  *
- * Of several chosen sheets each is put below the one before, with its name in a last column of its own, or
+ * The complete reading gives every cell of every version as what it is, texts in UTF-8, dates by their
+ * formats. A table is as large as its cells. Its options are "Part" (sheets by name or place, or all),
+ * "Vertical" (a bool, true for one below the other) and "Encoding" (of the texts before BIFF8); without a
+ * choice the first visible sheet is read.
+ *
+ * In the classic reading numbers are doubles; a number in a date format is the date's text; truth values and
+ * errors are empty texts; a formula gives its stored result; cells that no record names stay unset. Of
+ * several chosen sheets each is put below the one before, with its name in a last column of its own, or
  * beside it, with its name in a last row. A sheet's declared size counts, empty leading rows included.
- *
- * Options record: section Settings with "Sheets" (a list of sheet numbers) and "Vertical" (a bool, true for
- * one below the other). A record cut short raises std::ios_base::failure from Open. A file with exactly one
- * sheet that has data doesn't look at the record.
- *
- * Limits that are meant: BIFF2 files give their formula results only and BIFF3 files their RK numbers and
- * texts of RSTRING, since the other records are tied to exact versions; a format is a date by its letters;
- * names and texts stored as 16-bit characters outside the shared strings come out as their first
- * character.
+ * Options record: see SheetChoice; a file with exactly one sheet that has data doesn't look at it. A record
+ * cut short raises std::ios_base::failure from Open. BIFF2 files give their formula results only and BIFF3
+ * files their RK numbers and texts of RSTRING; a format is a date by its letters; names and texts stored as
+ * 16-bit characters outside the shared strings come out as their first character.
  */
 class KARTA_EXPORT ExcelFile : public FormatReader, public FileContents {
 public:
@@ -59,7 +60,8 @@ public:
         char data[MaxRecordLength] = {};
     };
 
-    /** A worksheet: its name, the stream's offset at which it is read, and its declared size. */
+    /** A worksheet: its name, the stream's offset at which it is read, and its size: that which it declares,
+     * or in the complete reading that of its cells, -1 until it is measured. */
     struct WorksheetEntry {
         std::string name;
         std::int32_t offset = 0;
@@ -114,14 +116,19 @@ protected:
     std::vector<int> selectedSheets;
 
 private:
-    struct Cell {
-        int col;
-        int row;
+    /** A sheet of any kind as the globals list it. */
+    struct BoundSheet {
+        std::string name; /**< bytes as they stand; in BIFF8 behind an option byte */
+        int length = 0;   /**< of the name in characters */
+        std::int32_t offset = 0;
+        int type = 0;
+        int visibility = 0;
     };
 
     int SumOf(int WorksheetEntry::* size) const;
     int LargestOf(int WorksheetEntry::* size) const;
     int LabelCount() const;
+    bool MeasureChosenSheets();
 
     bool ReadBiffRecord(BIFFRecord& target);
     bool WalkBiffRecord(BIFFRecord& target);
@@ -136,26 +143,42 @@ private:
     bool WalkGlobals();
     bool ReadBundleHeader();
     bool ReadGlobal();
-    bool ReadBoundSheet();
+    bool ReadTableRecord();
+    BoundSheet DecodeBoundSheet() const;
+    bool TakeSheet(const BoundSheet& sheet);
+    bool ListClassicSheet(const BoundSheet& sheet);
+    void ListSheets();
     void ReadFormat();
+    void ReadClassicFormat();
     bool ReadSharedStrings();
+    void ReadCodePage();
+    void AddXf(int format);
+    void ChooseEncoding(const NvImportOpenOptions* options);
 
     bool GetSheet(NvImportOpenOptions* options);
-    bool SetOptions(NvImportOpenOptions* options);
-    bool GetOptions(NvImportOpenOptions* options);
-    static void ConvertSheetVectorToString(const std::vector<int>& sheets, bool stacked, std::string& text);
-    static void ConvertSheetStringToVector(const std::string& text, std::vector<int>& sheets, bool& stacked);
+    bool ChooseClassically(NvImportOpenOptions* options, std::vector<std::string>& names);
+    bool ChooseParts(NvImportOpenOptions* options);
+    std::string NameChosenParts() const;
+    std::vector<Part> ListSheetsAsParts() const;
+    void MeasureAllSheets();
+    void NoteOtherParts();
 
-    bool ReadSheet(ReadSpreadSheetData* sink, const WorksheetEntry& sheet, int colOffset, int rowOffset);
-    bool ReadCell(ReadSpreadSheetData* sink, Cell cell);
-    void ReadPlainCell(ReadSpreadSheetData* sink, Cell cell);
-    void ReadMulRk(ReadSpreadSheetData* sink, Cell cell);
-    bool ReadFormula(ReadSpreadSheetData* sink, Cell cell);
-    bool ReadFormulaText(ReadSpreadSheetData* sink, Cell cell);
+    int ReadClassic(ReadSpreadSheetData& sink);
+    bool ReadClassicSheet(ClassicBiffCells& cells, const WorksheetEntry& sheet);
+    bool ReadClassicCells(ClassicBiffCells& cells);
+    bool ReadClassicFormulaText(ClassicBiffCells& cells, const BiffCell& cell);
     void LabelSheet(ReadSpreadSheetData* sink, WorksheetEntry& sheet, int colOffset, int rowOffset);
-    void SetNumber(ReadSpreadSheetData* sink, Cell cell, int xfOffset, double value);
-    void Set(ReadSpreadSheetData* sink, int col, int row, int xf, double value);
-    const char* CopyText(const BIFFRecord& source, int offset, int length);
+
+    int ReadComplete(ReadSpreadSheetData& sink);
+    int WalkSheet(const WorksheetEntry& sheet, CompleteBiffCells& cells);
+    void NoteMissingEnd(const WorksheetEntry& sheet);
+    void TakeSheetRecord(CompleteBiffCells& cells);
+    void PutCells(CompleteBiffCells& cells);
+    std::string ReadText(int count, std::string_view bytes);
+    std::string ReadFormulaText();
+    bool NextRecord();
+    bool PeekRecord();
+    std::string DecodeText(std::string_view bytes, int length) const;
 
     BIFFRecord record;
     BIFFRecord nextRecord;  // what follows a record that is still needed
@@ -168,12 +191,19 @@ private:
     int isBiff2 = 0;
     bool isBiff8 = false;
     std::unique_ptr<BaseStream> stream;
-    std::unique_ptr<ExcelSharedStrings> sharedStrings;
-    std::unordered_set<int> dateFormats;  // format numbers
-    std::vector<bool> dateXf;
+    BiffTables tables;
+    BiffCellDecoder decoder;
+    std::vector<BoundSheet> boundSheets;
+    bool hasOwnFormats = false;  // a sheet before BIFF5 that began its own list of formats
+    bool hasOwnXfs = false;
+    int formatCount = 0;
+    bool hasNextRecord = false;  // it was looked at and is still to come
+    bool hasForcedEncoding = false;
+    std::string path;
+    long long streamSize = 0;
+    long long bytesRead = 0;  // of the present sheet
     std::vector<std::uint8_t> optionsBuffer;
     long long walkBudget = 0;  // bytes of records that Open may still look at
-    std::string workText;
 };
 
 class KARTA_EXPORT ExcelFileFactory : public SprFileFactory {

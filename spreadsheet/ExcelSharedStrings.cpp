@@ -5,6 +5,7 @@
 
 #include "base/ByteCursor.h"
 #include "base/Unicode.h"
+#include "spreadsheet/BiffText.h"
 
 namespace {
 
@@ -24,14 +25,23 @@ bool EndsInHighSurrogate(std::span<const std::uint8_t> units) {
 
 void ExcelSharedStrings::Parse(std::span<const std::uint8_t> chunk) {
     ByteCursor cursor(chunk);
-    while (!cursor.AtEnd() && (pending > 0 || std::ssize(texts) < count)) {
-        const std::size_t characters = pending > 0 ? pending : cursor.ReadU16();
+    if (pending == 0) {
+        const std::uint64_t cut = std::min<std::uint64_t>(behind, cursor.GetRemaining());
+        cursor.Skip(cut);
+        behind -= cut;
+    }
+    while (!cursor.AtEnd() && (pending > 0 || !rules.believesCount || std::ssize(texts) < count)) {
+        const bool isRest = pending > 0;
+        const std::size_t characters = isRest ? pending : cursor.ReadU16();
         if (cursor.HasFailed()) {
             return;
         }
         const int options = cursor.ReadU8();
-        std::uint64_t behind = (options & RunsBit) != 0 ? RunSize * cursor.ReadU16() : 0;
-        behind += (options & ExtensionBit) != 0 ? cursor.ReadU32() : 0;
+        // Of a rest only the width is told anew.
+        if (!isRest || rules.losesCutData) {
+            behind = (options & RunsBit) != 0 ? RunSize * cursor.ReadU16() : 0;
+            behind += (options & ExtensionBit) != 0 ? cursor.ReadU32() : 0;
+        }
         const bool isWide = (options & WideBit) != 0;
         const std::size_t width = isWide ? 2 : 1;
         const std::size_t here = std::min(characters, cursor.GetRemaining() / width);
@@ -46,7 +56,9 @@ void ExcelSharedStrings::Parse(std::span<const std::uint8_t> chunk) {
             return;
         }
         Store();
-        cursor.Skip(std::min<std::uint64_t>(behind, cursor.GetRemaining()));
+        const std::uint64_t skipped = std::min<std::uint64_t>(behind, cursor.GetRemaining());
+        cursor.Skip(skipped);
+        behind = rules.losesCutData ? 0 : behind - skipped;
     }
 }
 
@@ -56,15 +68,14 @@ void ExcelSharedStrings::Finish() {
     }
 }
 
-const char* ExcelSharedStrings::Find(std::int32_t index) const {
-    return index >= 0 && index < std::ssize(texts) ? texts[static_cast<std::size_t>(index)] : "";
-}
-
-// 8-bit characters are taken as they stand; each piece ends at its first NUL.
 void ExcelSharedStrings::AppendNarrow(std::span<const std::uint8_t> bytes) {
     AppendUnits(units.size());
     const std::string_view piece(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    current += piece.substr(0, piece.find('\0'));
+    if (rules.takesBytesAsTheyStand) {
+        current += piece.substr(0, piece.find('\0'));
+    } else {
+        AppendLatin1(current, piece);
+    }
 }
 
 // The first half of a surrogate pair at the end of a piece waits for the second.
@@ -75,12 +86,12 @@ void ExcelSharedStrings::AppendWide(std::span<const std::uint8_t> bytes) {
 
 void ExcelSharedStrings::AppendUnits(std::size_t size) {
     const std::string piece = Utf16ToUtf8(std::span(units).first(size));
-    current.append(piece, 0, piece.find('\0'));
+    current.append(piece, 0, rules.takesBytesAsTheyStand ? piece.find('\0') : std::string::npos);
     units.erase(units.begin(), units.begin() + static_cast<std::ptrdiff_t>(size));
 }
 
 void ExcelSharedStrings::Store() {
-    texts.push_back(arena.Add(current));
+    texts.emplace_back(arena.Add(std::string_view(current)), current.size());
     current.clear();
     units.clear();
     pending = 0;

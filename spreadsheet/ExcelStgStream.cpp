@@ -1,22 +1,35 @@
 #include "spreadsheet/ExcelStgStream.h"
 
-#include <algorithm>
+#include "base/PathNames.h"
 
-ExcelStgStream::ExcelStgStream(const char* path) : storage(path) {
+ExcelStgStream::ExcelStgStream(const char* path, Naming naming) : storage(path) {
     if (!storage.IsOpen()) {
         status = StatusNoStorage;
         return;
     }
-    const auto& entries = storage.GetEntries();
-    const auto found = std::find_if(entries.begin(), entries.end(), [](const CompoundFile::Entry& entry) {
-        return entry.name == "Workbook" || entry.name == "Book";
-    });
-    if (found != entries.end()) {
-        stream = storage.OpenStream(*found);
+    const CompoundFile::Entry* const entry = FindWorkbook(storage, naming);
+    if (entry != nullptr) {
+        stream = storage.OpenStream(*entry);
     }
     if (stream == nullptr) {
         status = StatusNoStream;
     }
+}
+
+const CompoundFile::Entry* ExcelStgStream::FindWorkbook(const CompoundFile& file, Naming naming) {
+    const CompoundFile::Entry* found = nullptr;
+    for (const CompoundFile::Entry& entry : file.GetEntries()) {
+        if (naming == Naming::Exact) {
+            if (entry.name == "Workbook" || entry.name == "Book") {
+                return &entry;
+            }
+        } else if (entry.isStream && EqualIgnoringCase(entry.name, "Workbook")) {
+            return &entry;
+        } else if (entry.isStream && found == nullptr && EqualIgnoringCase(entry.name, "Book")) {
+            found = &entry;
+        }
+    }
+    return found;
 }
 
 ExcelStgStream::~ExcelStgStream() = default;

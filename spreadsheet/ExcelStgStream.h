@@ -6,8 +6,8 @@
 #include "spreadsheet/BaseStream.h"
 
 /**
- * The workbook stream of a compound file, for reading only. Of the entries at the root the first that is
- * called exactly "Workbook" or "Book" counts, in the order of the directory.
+ * The workbook stream of a compound file, for reading only: the entry at the root that is called "Workbook"
+ * or "Book".
  */
 class ExcelStgStream : public BaseStream {
 public:
@@ -21,7 +21,13 @@ public:
         StatusSeekFailed = 6
     };
 
-    explicit ExcelStgStream(const char* path);
+    /** Which entry it is, where there may be several. */
+    enum class Naming {
+        Exact,  /**< the first that has one of the names exactly, in the order of the directory */
+        AnyCase /**< "Workbook" in any case, else "Book" */
+    };
+
+    explicit ExcelStgStream(const char* path, Naming naming = Naming::Exact);
     ~ExcelStgStream() override;
 
     void Read(char* buffer, int count) override;
@@ -29,6 +35,9 @@ public:
     void Seek(long long offset, int origin) override;
     int Tell() override;
     int GetStatus() override;
+
+    /** The entry, or null. */
+    static const CompoundFile::Entry* FindWorkbook(const CompoundFile& file, Naming naming);
 
 private:
     CompoundFile storage;
