@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <memory>
 #include <string>
 
 #include "base/PathNames.h"
@@ -13,6 +14,7 @@
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"
 #include "tests/support/SpreadsheetTruth.h"
+#include "tests/support/TruthComparison.h"
 
 namespace {
 
@@ -131,4 +133,74 @@ TEST(ExcelFileRealFilesTest, BrokenFilesEndInAStatus) {
         refused += result == 0 ? 0 : 1;
     }
     EXPECT_GT(refused, 0);
+}
+
+namespace {
+
+/** The complete reading of one sheet, and what it has to say. */
+struct CompleteSheet {
+    CompleteSheet(const std::string& path, const std::string& part) {
+        context->reading = karta::Reading::Complete;
+        reader.SetContext(context);
+        TestOptions options{{"Part", part}};
+        status = reader.Open(true, path.c_str(), part.empty() ? nullptr : options.Get());
+        if (status == 0) {
+            status = reader.Read(&table);
+        }
+    }
+
+    std::shared_ptr<karta::ReadContext> context = std::make_shared<karta::ReadContext>();
+    ExcelFile reader;
+    TableData table;
+    int status = -1;
+};
+
+}  // namespace
+
+TEST(ExcelFileRealFilesTest, CompleteReadingIsWhatAnIndependentReaderFound) {
+    SKIP_WITHOUT_SHARED_DATA();
+    TruthComparison all;
+    int files = 0;
+    for (const std::string& path : SharedFiles("data/spreadsheet/xls")) {
+        if (path.find("/bad/") != std::string::npos || !path.ends_with(".xls")) {
+            continue;
+        }
+        const SpreadsheetTruth truth = ReadSpreadsheetTruth(path);
+        for (std::size_t i = 0; i < truth.sheets.size(); ++i) {
+            const SpreadsheetTruth::Sheet& sheet = truth.sheets[i];
+            CompleteSheet read(path, std::to_string(i + 1));
+            ASSERT_EQ(read.status, 0) << path << " " << ErrorOf(read.reader);
+            const TruthComparison one = CompareWithTruth(read.table, truth, sheet);
+            EXPECT_EQ(one.equal, one.known) << path << " " << one.firstDifference;
+            EXPECT_GE(read.table.GetNumberOfRows(), sheet.rows) << path << " " << sheet.name;
+            EXPECT_GE(read.table.GetNumberOfColumns(), sheet.cols) << path << " " << sheet.name;
+            const auto parts = read.reader.ListParts();
+            ASSERT_EQ(parts.size(), truth.sheets.size()) << path;
+            if (sheet.name != "Sheet 1") {
+                EXPECT_EQ(parts[i].name, sheet.name) << path;
+            }
+            EXPECT_EQ(parts[i].hidden, sheet.hidden != 0) << path << " " << sheet.name;
+            all += one;
+        }
+        ++files;
+    }
+    EXPECT_GT(files, 0);
+    EXPECT_EQ(all.equal, all.known);
+    RecordProperty("known", all.known);
+}
+
+TEST(ExcelFileRealFilesTest, BrokenFilesEndInAStatusInTheCompleteReading) {
+    SKIP_WITHOUT_SHARED_DATA();
+    for (const std::string& path : SharedFiles("data/spreadsheet/xls/bad")) {
+        const bool isProtected = path.find("password") != std::string::npos;
+        CompleteSheet read(path, "");
+        EXPECT_EQ(read.status == ExcelFile::StatusProtected, isProtected) << path;
+        // Of these the sheet's cells are there: one tells of no shared strings, and has them, one is of mixed
+        // versions, and of one the other sheets are broken.
+        const bool isReadable = path.ends_with("sst-zero-count.xls") ||
+                                path.ends_with("biff2-bad-header.xls") ||
+                                path.ends_with("corrupt-calamine-oom3.xls");
+        EXPECT_EQ(read.status == 0, isReadable) << path;
+        EXPECT_EQ(ErrorOf(read.reader).empty(), read.status == 0) << path;
+    }
 }

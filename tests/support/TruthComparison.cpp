@@ -9,7 +9,7 @@ namespace {
 
 constexpr double EpochSerial = 25569.0;
 constexpr double MicrosecondsOfDay = 86400e6;
-// The day that never was lies between.
+// 1900-02-29, which never was, is a day of the serial numbers: those before it are one less.
 constexpr double LeapDayThatNeverWas = 60.0;
 constexpr double DaysBetweenSystems = 1462.0;
 // Fractions of a day are kept to the microsecond, elapsed times to the second.
@@ -18,7 +18,7 @@ constexpr double HalfSecond = 0.5001 / 86400.0;
 
 double SerialOfDay(double daysSinceEpoch) {
     const double serial = daysSinceEpoch + EpochSerial;
-    return serial <= LeapDayThatNeverWas ? serial - 1.0 : serial;
+    return serial < LeapDayThatNeverWas + 1.0 ? serial - 1.0 : serial;
 }
 
 /** The serial number that a cell of a date or a time stands for; nothing for other cells. */
@@ -53,6 +53,10 @@ bool IsNumber(TableData::Kind kind) {
 
 bool IsEqualDate(TableData& table, const SpreadsheetTruth::Cell& cell, double expected, bool from1904) {
     const auto serial = SerialOf(table, cell.col, cell.row, from1904);
+    if (IsNumber(table.GetKind(cell.col, cell.row)) && std::floor(expected) == LeapDayThatNeverWas) {
+        // A time on the day that never was is no date; its number is kept.
+        return table.GetFloatValue(cell.col, cell.row) == expected;
+    }
     const bool isRounded = table.GetKind(cell.col, cell.row) == TableData::Duration;
     return serial && std::fabs(*serial - expected) <= (isRounded ? HalfSecond : ShortestTime);
 }
