@@ -2,13 +2,17 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 
-#include "base/CopyMessage.h"
 #include "base/NumberFormat.h"
+#include "base/NumberParser.h"
 #include "base/PathNames.h"
 #include "base/TolerantEqual.h"
+#include "container/ClassicFile.h"
+#include "container/ClassicValues.h"
 #include "container/NetCDF.h"
+#include "frame/CellOutput.h"
 #include "frame/OptionsText.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
@@ -19,6 +23,9 @@ namespace {
 // Global attributes that make a file one of this convention. Their values aren't looked at.
 constexpr const char* RequiredAttributes[] = {"netcdf_revision", "aia_template_revision",
                                               "dataset_completeness", "sample_name"};
+constexpr const char* MarkingAttribute = "aia_template_revision";
+constexpr const char* DetectorUnitAttribute = "detector_unit";
+constexpr const char* DetectorNameAttribute = "detector_name";
 constexpr const char* SampleNameAttribute = "sample_name";
 constexpr const char* RetentionUnitAttribute = "retention_unit";
 
@@ -26,6 +33,7 @@ constexpr const char* RunLengthVariable = "actual_run_time_length";
 constexpr const char* SamplingIntervalVariable = "actual_sampling_interval";
 constexpr const char* DelayVariable = "actual_delay_time";
 constexpr const char* OrdinateVariable = "ordinate_values";
+constexpr const char* RetentionVariable = "raw_data_retention";
 constexpr const char* UniformSamplingAttribute = "uniform_sampling_flag";
 constexpr const char* PointDimension = "point_number";
 
@@ -40,9 +48,14 @@ constexpr int FirstPointColumn = IdColumns + 1;
 // A trace is read in pieces of this many points, which stay in the cache on their way to the sink.
 constexpr int PieceSize = 8192;
 
-constexpr const char* MixedFilesText =
+constexpr const char* MixedIntervalsText =
     "To be able to import several files at a time, all selected files must have the same sampling interval "
-    "and the same time delay between the injection and the start of data acquisition. In this case, ";
+    "and the same time delay between the injection and the start of data acquisition. In this case, not all "
+    "selected files had the same sampling interval.";
+constexpr const char* MixedDelaysText =
+    "To be able to import several files at a time, all selected files must have the same sampling interval "
+    "and the same time delay between the injection and the start of data acquisition. In this case, the "
+    "delay time was not equal in all selected files.";
 
 // Required: a number of the file, as float.
 bool ReadNumber(const NetCDF& file, const char* variable, float& value) {
@@ -80,6 +93,16 @@ bool ReadPeakTimes(const NetCDF& file, const char* variable, int count, float* t
     return id != -1 && file.GetValues(id, start, length, times) == 0;
 }
 
+// A float's number with the digits that it was written with.
+double FromFloat(double value) {
+    return ToLeadingDouble(FormatShortest(static_cast<float>(value)));
+}
+
+// Files of one method differ in the last digits of their floats at most.
+bool SameTime(double left, double right) {
+    return left == right || std::fabs(left - right) <= 1e-6 * std::max(std::fabs(left), std::fabs(right));
+}
+
 std::string NameOf(const AndiFileInfo& file) {
     const std::string title = NvGetFileTitle(file.path);
     return file.sampleName.empty() ? title : title + ": " + file.sampleName;
@@ -98,6 +121,9 @@ int AndiFileReader::GetNumCols() {
     if (status != StatusOk || largest == 0) {
         return -1;
     }
+    if (IsComplete()) {
+        return static_cast<int>(ChooseTimes().size()) + IdColumns;
+    }
     return GetNumCol(largest, delay, samplingInterval) + IdColumns;
 }
 
@@ -111,60 +137,40 @@ int AndiFileReader::GetNumRows() {
 }
 
 void AndiFileReader::GetErrorMessage(char* buffer, unsigned int size) {
-    const bool several = IsMultiSelection();
-    switch (status) {
-        case StatusOpenFailed:
-            CopyMessage("Unable to open file.", buffer, size);
-            break;
-        case StatusNotOpened:
-            CopyMessage("Unable to read file. The file was not opened or Open File failed.", buffer, size);
-            break;
-        case StatusNoAndiFile:
-            CopyMessage(
-                several ? "Unable to read one or more of the selected files, not all files seem to be valid "
-                          "ANDI/chromatography files."
-                        : "The file does not seem to be a valid ANDI/chromatography file.",
-                buffer, size);
-            break;
-        case StatusNoAiaFile:
-            CopyMessage(
-                several ? "Unable to read one or more of the selected files, not all files seem to be valid "
-                          "AIA/chromatography files."
-                        : "The file does not seem to be a valid AIA/chromatography file.",
-                buffer, size);
-            break;
-        case StatusAttributesFailed:
-            CopyMessage(several ? "Error while reading file attributes in one of the selected files."
-                                : "Error while reading file attributes.",
-                        buffer, size);
-            break;
-        case StatusNotUniform:
-            CopyMessage(
-                several
-                    ? "Error wile reading file attributes in one or more of the selected files. Files "
-                      "with non-uniform sampling of data is not supported by KARTA."
-                    : "Error wile reading file attributes in the file. Files with non-uniform sampling of "
-                      "data is not supported by KARTA.",
-                buffer, size);
-            break;
-        case StatusNothingSelected:
-            CopyMessage("No files were selected.", buffer, size);
-            break;
-        case StatusIntervalDiffers:
-        case StatusUnitDiffers:
-            // A unit that differs is called an interval that differs: the user knows it by this text.
-            CopyMessage(
-                std::string(MixedFilesText) + "not all selected files had the same sampling interval.",
-                buffer, size);
-            break;
-        case StatusDelayDiffers:
-            CopyMessage(std::string(MixedFilesText) + "the delay time was not equal in all selected files.",
-                        buffer, size);
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            break;
-    }
+    static constexpr StatusText OfOneFile[] = {
+        {StatusOpenFailed, "Unable to open file."},
+        {StatusNotOpened, "Unable to read file. The file was not opened or Open File failed."},
+        {StatusNoAndiFile, "The file does not seem to be a valid ANDI/chromatography file."},
+        {StatusNoAiaFile, "The file does not seem to be a valid AIA/chromatography file."},
+        {StatusAttributesFailed, "Error while reading file attributes."},
+        {StatusNotUniform,
+         "Error wile reading file attributes in the file. Files with non-uniform sampling of data is not "
+         "supported by KARTA."},
+        {StatusNothingSelected, "No files were selected."},
+        {StatusIntervalDiffers, MixedIntervalsText},
+        // A unit that differs is told as an interval that differs: one wording serves both.
+        {StatusUnitDiffers, MixedIntervalsText},
+        {StatusDelayDiffers, MixedDelaysText},
+    };
+    static constexpr StatusText OfSeveralFiles[] = {
+        {StatusOpenFailed, "Unable to open file."},
+        {StatusNotOpened, "Unable to read file. The file was not opened or Open File failed."},
+        {StatusNoAndiFile,
+         "Unable to read one or more of the selected files, not all files seem to be valid "
+         "ANDI/chromatography files."},
+        {StatusNoAiaFile,
+         "Unable to read one or more of the selected files, not all files seem to be valid "
+         "AIA/chromatography files."},
+        {StatusAttributesFailed, "Error while reading file attributes in one of the selected files."},
+        {StatusNotUniform,
+         "Error wile reading file attributes in one or more of the selected files. Files with non-uniform "
+         "sampling of data is not supported by KARTA."},
+        {StatusNothingSelected, "No files were selected."},
+        {StatusIntervalDiffers, MixedIntervalsText},
+        {StatusUnitDiffers, MixedIntervalsText},
+        {StatusDelayDiffers, MixedDelaysText},
+    };
+    CopyStatusText(IsMultiSelection() ? OfSeveralFiles : OfOneFile, buffer, size);
 }
 
 int AndiFileReader::Open(bool forRead, const char* path, NvImportOpenOptions* options) {
@@ -178,7 +184,9 @@ int AndiFileReader::Open(bool forRead, const char* path, NvImportOpenOptions* op
     }
     files.clear();
     for (const std::string& name : fileNames) {
-        status = ExtractNecessaryFileInformation(name.c_str());
+        GetContext()->ThrowIfStopped();
+        status =
+            IsComplete() ? ExtractCompletely(name.c_str()) : ExtractNecessaryFileInformation(name.c_str());
         if (status != StatusOk) {
             return status;
         }
@@ -315,6 +323,11 @@ int AndiFileReader::CheckFiles() {
 }
 
 int AndiFileReader::CompareWithFirst(const AndiFileInfo& file, const AndiFileInfo& first) const {
+    const std::size_t shared = std::min(file.times.size(), first.times.size());
+    if (!std::equal(file.times.begin(), file.times.begin() + static_cast<std::ptrdiff_t>(shared),
+                    first.times.begin(), SameTime)) {
+        return StatusIntervalDiffers;
+    }
     if (!TolerantEqual(file.samplingInterval, first.samplingInterval)) {
         return StatusIntervalDiffers;
     }
@@ -362,23 +375,207 @@ int AndiFileReader::Read(ReadSpreadSheetData* sink) {
     if (status != StatusOk) {
         return status;
     }
-    int wanted = sink->NextRowToRead(0);
+    return WithinBudget(StatusAttributesFailed, [this, sink] {
+        return IsComplete() ? ReadCompletely(*sink) : ReadClassically(*sink);
+    });
+}
+
+int AndiFileReader::ReadClassically(ReadSpreadSheetData& sink) {
+    int wanted = sink.NextRowToRead(0);
     if (wanted < 0) {
         return status;
     }
     if (wanted == 1) {
-        ReadNames(*sink);
+        ReadNames(sink);
     }
     int firstRow = 2;
-    wanted = sink->NextRowToRead(1);
+    wanted = sink.NextRowToRead(1);
     if (wanted == 2 && includeX) {
-        ReadTimes(*sink);
+        ReadTimes(sink);
         firstRow = 3;
-        wanted = sink->NextRowToRead(2);
+        wanted = sink.NextRowToRead(2);
     }
-    status = ReadFiles(*sink, firstRow, wanted);
+    status = ReadFiles(sink, firstRow, wanted);
     return status;
 }
+
+// ---- The complete reading ----
+
+int AndiFileReader::ExtractCompletely(const char* path) {
+    const ClassicFile file(path);
+    if (!file.IsOpen() || file.FindAttribute(MarkingAttribute) == nullptr) {
+        return StatusNoAndiFile;
+    }
+    const ClassicVariable* ordinates = file.FindVariable(OrdinateVariable);
+    if (ordinates == nullptr || ordinates->shape.size() != 1 || ordinates->type == ClassicType::Char ||
+        ordinates->shape.front() > static_cast<std::uint64_t>(std::numeric_limits<int>::max() - IdColumns)) {
+        return StatusAttributesFailed;
+    }
+    AndiFileInfo info;
+    info.path = path;
+    info.sampleName = file.GetText(file.FindAttribute(SampleNameAttribute));
+    const std::string unit = file.GetText(file.FindAttribute(RetentionUnitAttribute));
+    info.retentionUnit = unit.empty() ? info.retentionUnit : unit;
+    info.points = static_cast<int>(ordinates->shape.front());
+    detectorUnit = file.GetText(file.FindAttribute(DetectorUnitAttribute));
+    detectorName = file.GetText(file.FindAttribute(DetectorNameAttribute));
+    GetContext()->budget.ChargeMemory(ordinates->shape.front() * sizeof(double), "the times");
+    if (!FillTimes(file, info)) {
+        AddNote({"no-times", 1, info.path,
+                 "the file tells neither times nor a sampling interval: its points are numbered"});
+    }
+    if (ordinates->isCut) {
+        AddNote({"cut-trace", 1, "byte " + std::to_string(file.GetFileSize()),
+                 "the file ends before the data of the trace do: " +
+                     karta::CountOf(ordinates->shape.front(), "point is", "points are") + " there"});
+    }
+    files.push_back(std::move(info));
+    return StatusOk;
+}
+
+// The file's own times, or else those of its delay and interval; without either, the points' numbers and
+// false.
+bool AndiFileReader::FillTimes(const ClassicFile& file, AndiFileInfo& info) {
+    const auto numbers = [&file](const char* name) {
+        const ClassicVariable* variable = file.FindVariable(name);
+        return variable == nullptr || variable->type == ClassicType::Char
+                   ? std::vector<double>()
+                   : ClassicValues(file, *variable).GetNumbers();
+    };
+    const auto number = [&numbers](const char* name) {
+        const std::vector<double> values = numbers(name);
+        return values.empty() ? std::numeric_limits<double>::quiet_NaN() : values.front();
+    };
+    const auto count = static_cast<std::size_t>(info.points);
+    const double start = number(DelayVariable);
+    const double run = number(RunLengthVariable);
+    double step = number(SamplingIntervalVariable);
+    if (!(step > 0.0) && count > 1) {
+        step = run / static_cast<double>(count - 1);
+    }
+    const bool hasStep = std::isfinite(step) && step > 0.0;
+    info.delay = std::isfinite(start) ? static_cast<float>(start) : 0.0F;
+    info.samplingInterval = hasStep ? static_cast<float>(step) : 0.0F;
+    info.runLength = std::isfinite(run) ? static_cast<float>(run) : 0.0F;
+    info.times = numbers(RetentionVariable);
+    if (info.times.size() >= count && count > 0) {
+        info.times.resize(count);
+        return true;
+    }
+    info.times.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const double x = static_cast<double>(i);
+        info.times[i] = hasStep ? (std::isfinite(start) ? start : 0.0) + x * step : x + 1;
+    }
+    return hasStep || count <= 1;
+}
+
+const AndiFileInfo* AndiFileReader::FindLongest() const {
+    const AndiFileInfo* longest = nullptr;
+    for (const AndiFileInfo& file : files) {
+        if (file.selected && (longest == nullptr || file.points > longest->points)) {
+            longest = &file;
+        }
+    }
+    return longest;
+}
+
+// The times of the columns.
+std::vector<double> AndiFileReader::ChooseTimes() {
+    const AndiFileInfo* longest = FindLongest();
+    if (longest == nullptr) {
+        return {};
+    }
+    if (includeAll) {
+        return longest->times;
+    }
+    std::vector<double> chosen;
+    Reset();
+    for (const double time : longest->times) {
+        const auto given = static_cast<float>(time);
+        float x = given;
+        if (IsValid(x)) {
+            chosen.push_back(x == given ? time : static_cast<double>(x));
+        }
+    }
+    return chosen;
+}
+
+// As the classic table, with the times and values as the files have them.
+int AndiFileReader::ReadCompletely(ReadSpreadSheetData& sink) {
+    const std::vector<double> times = ChooseTimes();
+    sink.SetDataSize(static_cast<int>(times.size()) + IdColumns, GetNumRows());
+    CellOutput output(sink);
+    output.Text(1, 1, "Primary ID");
+    output.Text(2, 1, "Name");
+    int row = 1;
+    if (includeX) {
+        int column = FirstPointColumn;
+        for (const double time : times) {
+            output.Text(column++, 1, "t " + FormatShortest(static_cast<float>(time)));
+        }
+        output.EndRow(row++);
+        output.Integer(1, row, 1);
+        output.Text(2, row, "Retention Time(" + retentionUnit + ")");
+    }
+    output.RowRun(FirstPointColumn, row, times);
+    output.EndRow(row);
+    for (const AndiFileInfo& info : files) {
+        GetContext()->ThrowIfStopped();
+        if (info.selected) {
+            ++row;
+            output.Integer(1, row, row - 1);
+            output.Text(2, row, NameOf(info));
+            ReadTrace(info, output, row);
+            output.EndRow(row);
+        }
+    }
+    TellShape();
+    return status;
+}
+
+void AndiFileReader::ReadTrace(const AndiFileInfo& info, CellOutput& output, int row) {
+    const ClassicFile file(info.path.c_str());
+    const ClassicVariable* ordinates = file.IsOpen() ? file.FindVariable(OrdinateVariable) : nullptr;
+    if (ordinates == nullptr || ClassicFile::CountValues(*ordinates) < info.times.size()) {
+        // The file has changed since it was opened.
+        status = StatusAttributesFailed;
+        return;
+    }
+    const ClassicValues values(file, *ordinates);
+    if (includeAll) {
+        values.SetRow(output, FirstPointColumn, row, 0, info.times.size());
+        return;
+    }
+    std::vector<float> chosen;
+    Reset();
+    const std::vector<double> numbers = values.GetNumbers();
+    for (std::size_t i = 0; i < info.times.size(); ++i) {
+        auto time = static_cast<float>(info.times[i]);
+        auto value = static_cast<float>(numbers[i]);
+        if (IsValid(time, value)) {
+            chosen.push_back(value);
+        }
+    }
+    output.RowRun(FirstPointColumn, row, chosen);
+}
+
+void AndiFileReader::TellShape() {
+    karta::TableShape& shape = GetContext()->shape;
+    shape = {};
+    shape.isKnown = true;
+    shape.nameRow = includeX ? 1 : 0;
+    shape.axisRow = includeX ? 2 : 1;
+    shape.firstDataRow = shape.axisRow + 1;
+    shape.labelColumns = {1, 2};
+    shape.firstBlockColumn = FirstPointColumn;
+    shape.axisQuantity = "time";
+    shape.axisUnit = retentionUnit;
+    shape.valueQuantity = detectorName;
+    shape.valueUnit = detectorUnit;
+}
+
+// ---- The classic reading ----
 
 // Row 1: the times as texts, or as numbers where they have no row of their own.
 void AndiFileReader::ReadNames(ReadSpreadSheetData& sink) {
@@ -474,17 +671,22 @@ std::vector<FileContents::Part> AndiFileReader::ListParts() {
         part.number = static_cast<int>(parts.size()) + 1;
         part.cols = file.points;
         part.rows = 1;
+        part.detail = detectorUnit;
         parts.push_back(part);
     }
     return parts;
 }
 
 std::vector<FileContents::Fact> AndiFileReader::ListFacts() {
+    const AndiFileInfo* longest = FindLongest();
+    const bool hasTimes = longest != nullptr && !longest->times.empty();
+    const double firstTime = hasTimes ? longest->times.front() : delay;
+    const double lastTime = hasTimes ? longest->times.back() : points == 0 ? delay : TimeOf(points - 1);
     return {{"convention", "ANDI chromatography (AIA)"},
-            {"chromatograms", std::to_string(files.size())},
-            {"points", std::to_string(points)},
-            {"first time", FormatG(delay) + " " + retentionUnit},
-            {"last time", FormatG(points == 0 ? delay : TimeOf(points - 1)) + " " + retentionUnit},
-            {"sampling interval", FormatG(samplingInterval) + " " + retentionUnit},
-            {"peaks", std::to_string(GetDefaults(nullptr, nullptr, -1))}};
+            {"chromatograms", static_cast<double>(files.size()), ""},
+            {"points", static_cast<double>(points), ""},
+            {"first time", FromFloat(firstTime), retentionUnit},
+            {"last time", FromFloat(lastTime), retentionUnit},
+            {"sampling interval", FromFloat(samplingInterval), retentionUnit},
+            {"peaks", static_cast<double>(GetDefaults(nullptr, nullptr, -1)), ""}};
 }

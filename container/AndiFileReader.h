@@ -9,6 +9,8 @@
 #include "frame/FormatReader.h"
 #include "instrument/USDBase.h"
 
+class CellOutput;
+class ClassicFile;
 class NetCDF;
 
 /** What is known of one chromatogram before its trace is read. */
@@ -23,6 +25,7 @@ struct AndiFileInfo {
     float delay = 0.0F;
     bool isUniform = true; /**< always: others are refused */
     bool selected = true;
+    std::vector<double> times; /**< of each point, in the complete reading */
 };
 
 /**
@@ -37,6 +40,9 @@ struct AndiFileInfo {
  *
  * Options record: that of USDBase (USDOptions). Without one, every point is taken, and the intervals offered
  * are the file's peaks or else the whole run.
+ *
+ * In the complete reading only the marking attribute and the ordinates are needed: the times are the file's
+ * own `raw_data_retention`, or else delay + i * interval in double, and sampling may be uneven.
  *
  * No file stays open between the operations.
  */
@@ -102,6 +108,15 @@ public:
     std::vector<Fact> ListFacts() override;
 
 private:
+    int ReadClassically(ReadSpreadSheetData& sink);
+    int ExtractCompletely(const char* path);
+    bool FillTimes(const ClassicFile& file, AndiFileInfo& info);
+    std::vector<double> ChooseTimes();
+    const AndiFileInfo* FindLongest() const;
+    int ReadCompletely(ReadSpreadSheetData& sink);
+    void ReadTrace(const AndiFileInfo& info, CellOutput& output, int row);
+    void TellShape();
+
     int SelectFile(int index, bool selected);
     const AndiFileInfo* FirstSelected() const;
     int CompareWithFirst(const AndiFileInfo& file, const AndiFileInfo& first) const;
@@ -113,6 +128,8 @@ private:
                        int start, int count);
 
     std::string retentionUnit;
+    std::string detectorUnit;
+    std::string detectorName;
     int points = 0;
     float samplingInterval = 0.0F;
     float delay = 0.0F;

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <type_traits>
 
 #include "base/CopyMessage.h"
@@ -12,14 +13,18 @@
 #include "base/NumberParser.h"
 #include "base/PathNames.h"
 #include "base/TolerantEqual.h"
+#include "container/ClassicFile.h"
+#include "container/ClassicValues.h"
 #include "container/NetCDF.h"
 #include "container/NetCDFFile.h"
+#include "frame/CellOutput.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
 #include "host/NvSystemInfo.h"
 
 namespace {
 
+constexpr const char* MarkingAttribute = "mva_template_revision";
 constexpr const char* FormatAttribute = "raw_data_mva_format";
 constexpr const char* MissingAttribute = "missing_value";
 constexpr double DefaultMissingValue = -100000.0;
@@ -47,6 +52,10 @@ constexpr std::uint64_t MissingPattern = 0xFFF8000000000000U;
 constexpr double SixDigits = 1e-5;
 
 constexpr int IdColumns = 2;
+
+constexpr const char* NoSizeText =
+    "The size of the observation data could not be established. Necessary variables ID's could not be found "
+    "in the file.";
 
 std::int64_t FindDimension(const NetCDF& file, const char* const (&names)[2]) {
     const std::int64_t length = file.GetDimension(names[0]);
@@ -175,40 +184,32 @@ MvaCDFFileReader::MvaCDFFileReader(const char* path) : fileNames(NvFile::GetFile
 MvaCDFFileReader::~MvaCDFFileReader() = default;
 
 void MvaCDFFileReader::GetErrorMessage(char* buffer, unsigned int size) {
+    static constexpr StatusText OfOneFile[] = {
+        {StatusNoMvaFile, "The file does not seem to be a valid MVACDF file."},
+        {StatusNoSize, NoSizeText},
+        {StatusNoObservations, "Observation data could not be found in the file."},
+        {StatusVariablesDiffer, "The files contain different number of variables."},
+    };
+    static constexpr StatusText OfSeveralFiles[] = {
+        {StatusNoMvaFile, "One or more files seem not to be a valid MVACDF files."},
+        {StatusNoSize, NoSizeText},
+        {StatusNoObservations, "Observation data could not be found in the file."},
+        {StatusVariablesDiffer, "The files contain different number of variables."},
+    };
     const bool several = fileNames.size() > 1;
-    switch (status) {
-        case StatusNoMvaFile:
-            CopyMessage(several ? "One or more files seem not to be a valid MVACDF files."
-                                : "The file does not seem to be a valid MVACDF file.",
-                        buffer, size);
-            break;
-        case StatusNoSize:
-            CopyMessage(
-                "The size of the observation data could not be established. Necessary variables ID's could "
-                "not be found in the file.",
-                buffer, size);
-            break;
-        case StatusMatrices:
-            CopyMessage(std::string("The observation data is stored as matrices in ") +
-                            (several ? "one or more of the selected files. " : "the file. ") +
-                            NvSystemInfo::GetApplicationName() +
-                            " can currently not import MVACDF file matrices.",
-                        buffer, size);
-            break;
-        case StatusNoObservations:
-            CopyMessage("Observation data could not be found in the file.", buffer, size);
-            break;
-        case StatusVariablesDiffer:
-            CopyMessage("The files contain different number of variables.", buffer, size);
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            break;
+    if (status == StatusMatrices) {
+        CopyMessage(std::string("The observation data is stored as matrices in ") +
+                        (several ? "one or more of the selected files. " : "the file. ") +
+                        NvSystemInfo::GetApplicationName() +
+                        " can currently not import MVACDF file matrices.",
+                    buffer, size);
+        return;
     }
+    CopyStatusText(several ? OfSeveralFiles : OfOneFile, buffer, size);
 }
 
 int MvaCDFFileReader::Open(bool /*forRead*/, const char* /*path*/, NvImportOpenOptions* /*options*/) {
-    status = Scan();
+    status = IsComplete() ? ScanCompletely() : Scan();
     return status;
 }
 
@@ -216,10 +217,10 @@ int MvaCDFFileReader::Scan() {
     std::int64_t rows = 1;
     int firstVariables = -1;
     for (const std::string& name : fileNames) {
-        if (NetCDFFile::GetFileTemplate(name.c_str()) != TemplateMva) {
+        const NetCDF file(name.c_str());
+        if (NetCDFFile::GetFileTemplate(file) != TemplateMva) {
             return StatusNoMvaFile;
         }
-        const NetCDF file(name.c_str());
         const int result = ReadFormat(file);
         if (result != StatusOk) {
             return result;
@@ -316,17 +317,22 @@ int MvaCDFFileReader::Read(ReadSpreadSheetData* sink) {
     if (status != StatusOk) {
         return status;
     }
-    status = ReadNames(*sink);
-    status = ReadData(*sink);
-    // The names are given twice, before and behind the data, and only their result is told here.
-    return ReadNames(*sink);
+    return WithinBudget(
+        StatusNoSize, [this, sink] { return IsComplete() ? ReadCompletely(*sink) : ReadClassically(*sink); });
 }
 
-int MvaCDFFileReader::ReadNames(ReadSpreadSheetData& sink) {
+// The names are given twice, before and behind the data, and only their result is told here.
+int MvaCDFFileReader::ReadClassically(ReadSpreadSheetData& sink) {
     if (fileNames.empty()) {
         return StatusNoMvaFile;
     }
     const NetCDF file(fileNames.front().c_str());
+    status = ReadNames(file, sink);
+    status = ReadData(file, sink);
+    return ReadNames(file, sink);
+}
+
+int MvaCDFFileReader::ReadNames(const NetCDF& file, ReadSpreadSheetData& sink) {
     if (file.FindVariable(HeaderVariable) != -1 || !ReadDescribedNames(file, sink)) {
         ReadHeaders(file, sink);
     }
@@ -374,19 +380,25 @@ bool MvaCDFFileReader::ReadDescribedNames(const NetCDF& file, ReadSpreadSheetDat
     return true;
 }
 
-int MvaCDFFileReader::ReadData(ReadSpreadSheetData& sink) {
+int MvaCDFFileReader::ReadData(const NetCDF& first, ReadSpreadSheetData& sink) {
     int firstRow = firstDataRow;
-    for (const std::string& name : fileNames) {
-        const NetCDF file(name.c_str());
-        const int result = ReadFormat(file);
-        if (result != StatusOk) {
-            return result;
-        }
-        ReadObservationNames(file, sink, firstRow);
-        ReadTimes(file, sink, firstRow);
-        ReadValues(file, sink, firstRow);
-        firstRow += observations;
+    int result = ReadFile(first, sink, firstRow);
+    for (std::size_t i = 1; i < fileNames.size() && result == StatusOk; ++i) {
+        result = ReadFile(NetCDF(fileNames[i].c_str()), sink, firstRow);
     }
+    return result;
+}
+
+int MvaCDFFileReader::ReadFile(const NetCDF& file, ReadSpreadSheetData& sink, int& firstRow) {
+    GetContext()->ThrowIfStopped();
+    const int result = ReadFormat(file);
+    if (result != StatusOk) {
+        return result;
+    }
+    ReadObservationNames(file, sink, firstRow);
+    ReadTimes(file, sink, firstRow);
+    ReadValues(file, sink, firstRow);
+    firstRow += observations;
     return StatusOk;
 }
 
@@ -485,6 +497,225 @@ bool MvaCDFFileReader::IsMissing(double value, const std::string& text) const {
     return TolerantEqual(ToLeadingDouble(text), missingValue);
 }
 
+// ---- The complete reading ----
+
+namespace {
+
+const ClassicVariable* FindData(const ClassicFile& file) {
+    for (const char* name : DataVariables) {
+        const ClassicVariable* data = file.FindVariable(name);
+        if (data != nullptr && data->type != ClassicType::Char && data->shape.size() >= 2) {
+            return data;
+        }
+    }
+    return nullptr;
+}
+
+std::vector<double> NumbersOf(const ClassicFile& file, const char* name) {
+    const ClassicVariable* variable = file.FindVariable(name);
+    return variable == nullptr || variable->type == ClassicType::Char
+               ? std::vector<double>()
+               : ClassicValues(file, *variable).GetNumbers();
+}
+
+// The values that stand for nothing: the file's own, by a number or a text, or -100000.
+void TellMissing(const ClassicFile& file, ClassicValues& values) {
+    const ClassicAttribute* told = file.FindAttribute(MissingAttribute);
+    std::vector<double> missing = ClassicFile::GetNumbers(told);
+    const std::string text = file.GetText(told);
+    double number = 0.0;
+    if (EqualIgnoringCase(text, "nan")) {
+        values.SetMissing({});
+        values.SetNaNMissing();
+    } else if (!text.empty() && ParseDouble(text, number) == text.size()) {
+        values.SetMissing({number});
+    } else if (!missing.empty()) {
+        values.SetMissing(std::move(missing));
+    } else {
+        values.AddMissing(DefaultMissingValue);
+    }
+}
+
+/** The texts of a table of texts, one a step of its first dimension. */
+class TextTable {
+public:
+    TextTable(const ClassicFile& classicFile, const char* name)
+        : file(classicFile), variable(file.FindVariable(name)) {
+        if (variable != nullptr && (variable->type != ClassicType::Char || variable->shape.size() != 2)) {
+            variable = nullptr;
+        }
+    }
+
+    bool IsThere() const { return variable != nullptr; }
+    /** The text of a place, or `otherwise` where there is none. */
+    std::string Get(std::uint64_t place, const std::string& otherwise) const {
+        if (variable == nullptr || place >= variable->shape[0]) {
+            return otherwise;
+        }
+        const std::uint64_t length = variable->shape[1];
+        const std::string text =
+            file.Decode(file.ReadText(*variable, place * length, static_cast<std::size_t>(length)));
+        return text.empty() ? otherwise : text;
+    }
+
+private:
+    const ClassicFile& file;
+    const ClassicVariable* variable;
+};
+
+}  // namespace
+
+// The data alone tell the table's size.
+bool MvaCDFFileReader::MeasureCompletely(const ClassicFile& file, std::uint64_t& columns,
+                                         std::uint64_t& rows) const {
+    const ClassicVariable* data = FindData(file);
+    if (data == nullptr) {
+        return false;
+    }
+    rows = data->shape[0];
+    columns = data->shape[1];
+    constexpr std::uint64_t Most = std::numeric_limits<int>::max() - IdColumns;
+    return columns <= Most && rows <= Most;
+}
+
+int MvaCDFFileReader::ScanCompletely() {
+    std::uint64_t total = 1;
+    std::uint64_t firstColumns = 0;
+    for (const std::string& name : fileNames) {
+        const ClassicFile file(name.c_str());
+        if (!file.IsOpen() || file.FindAttribute(MarkingAttribute) == nullptr) {
+            return StatusNoMvaFile;
+        }
+        std::uint64_t columns = 0;
+        std::uint64_t rows = 0;
+        if (!MeasureCompletely(file, columns, rows)) {
+            return StatusNoObservations;
+        }
+        const ClassicVariable& data = *FindData(file);
+        if (data.shape.size() > 2 && data.piece != (data.isRecord ? 1 : rows) * columns) {
+            return StatusMatrices;
+        }
+        if (&name == &fileNames.front()) {
+            firstColumns = columns;
+        } else if (columns != firstColumns) {
+            return StatusVariablesDiffer;
+        }
+        total += rows;
+        if (total > static_cast<std::uint64_t>(std::numeric_limits<int>::max())) {
+            return StatusNoSize;
+        }
+    }
+    variables = static_cast<int>(firstColumns);
+    numCols = variables + IdColumns;
+    numRows = static_cast<int>(total);
+    sizeKnown = true;
+    return fileNames.empty() ? int{StatusNoMvaFile} : int{StatusOk};
+}
+
+int MvaCDFFileReader::ReadCompletely(ReadSpreadSheetData& sink) {
+    sink.SetDataSize(numCols, numRows);
+    CellOutput output(sink);
+    int row = 2;
+    for (const std::string& name : fileNames) {
+        const ClassicFile file(name.c_str());
+        std::uint64_t columns = 0;
+        std::uint64_t rows = 0;
+        if (!file.IsOpen() || !MeasureCompletely(file, columns, rows) ||
+            columns != static_cast<std::uint64_t>(variables)) {
+            status = StatusNoObservations;
+            return status;
+        }
+        if (row == 2) {
+            SetNames(file, output);
+            output.EndRow(1);
+        }
+        row = SetObservations(file, output, row);
+    }
+    return status;
+}
+
+void MvaCDFFileReader::SetNames(const ClassicFile& file, CellOutput& output) {
+    karta::TableShape& shape = GetContext()->shape;
+    shape = {};
+    shape.isKnown = true;
+    shape.nameRow = 1;
+    shape.firstDataRow = 2;
+    shape.labelColumns = {1};
+    shape.firstBlockColumn = firstDataColumn;
+    output.Text(1, 1, "Name");
+    output.Text(2, 1, "Decimal Time");
+    const TextTable headers(file, HeaderVariable);
+    if (!headers.IsThere() && SetDescribedNames(file, output)) {
+        shape.nameRow = 0;
+        shape.axisRow = 1;
+        return;
+    }
+    for (int i = 0; i < variables; ++i) {
+        output.Text(firstDataColumn + i, 1,
+                    headers.Get(static_cast<std::uint64_t>(i), "VAR_" + std::to_string(i + 1)));
+    }
+}
+
+// Names that are numbers, evenly spaced within each description, in the columns that it tells.
+bool MvaCDFFileReader::SetDescribedNames(const ClassicFile& file, CellOutput& output) {
+    const std::vector<double> starts = NumbersOf(file, StartColumnVariable);
+    const std::vector<double> ends = NumbersOf(file, EndColumnVariable);
+    const std::vector<double> firstValues = NumbersOf(file, StartValueVariable);
+    const std::vector<double> lastValues = NumbersOf(file, EndValueVariable);
+    const std::size_t count =
+        std::min(std::min(starts.size(), ends.size()), std::min(firstValues.size(), lastValues.size()));
+    std::vector<bool> isNamed(static_cast<std::size_t>(variables), false);
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!(starts[i] >= 1 && ends[i] >= starts[i] && ends[i] <= variables)) {
+            continue;
+        }
+        GetContext()->budget.ChargeWork(static_cast<std::uint64_t>(ends[i] - starts[i]) + 1, "the names");
+        const double span = ends[i] - starts[i];
+        for (int column = static_cast<int>(starts[i]); column <= static_cast<int>(ends[i]); ++column) {
+            const double part = span > 0 ? (column - starts[i]) / span : 0.0;
+            output.Number(firstDataColumn + column - 1, 1,
+                          firstValues[i] + part * (lastValues[i] - firstValues[i]));
+            isNamed[static_cast<std::size_t>(column) - 1] = true;
+        }
+    }
+    if (std::find(isNamed.begin(), isNamed.end(), true) == isNamed.end()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < isNamed.size(); ++i) {
+        if (!isNamed[i]) {
+            output.Text(firstDataColumn + static_cast<int>(i), 1, "VAR_" + std::to_string(i + 1));
+        }
+    }
+    return true;
+}
+
+// The rows of one file; the row behind them.
+int MvaCDFFileReader::SetObservations(const ClassicFile& file, CellOutput& output, int row) {
+    const ClassicVariable& data = *FindData(file);
+    ClassicValues values(file, data);
+    TellMissing(file, values);
+    const TextTable names(file, NameVariable);
+    const ClassicVariable* timeVariable = file.FindVariable(TimeVariable);
+    const bool hasTimes =
+        timeVariable != nullptr && timeVariable->type != ClassicType::Char && timeVariable->shape.size() == 1;
+    std::optional<ClassicValues> times;
+    if (hasTimes) {
+        times.emplace(file, *timeVariable);
+    }
+    const std::uint64_t columns = data.shape[1];
+    for (std::uint64_t i = 0; i < data.shape[0]; ++i) {
+        GetContext()->ThrowIfStopped();
+        output.Text(1, row, names.Get(i, "Obs_" + std::to_string(i + 1)));
+        if (hasTimes && i < timeVariable->shape.front()) {
+            times->SetColumn(output, 2, row, i, 1);
+        }
+        values.SetRow(output, firstDataColumn, row, i * columns, columns);
+        output.EndRow(row);
+        ++row;
+    }
+    return row;
+}
+
 int MvaCDFFileReader::EstablishSize() {
     return StatusNotImplemented;
 }
@@ -496,7 +727,7 @@ std::vector<FileContents::Part> MvaCDFFileReader::ListParts() {
 
 std::vector<FileContents::Fact> MvaCDFFileReader::ListFacts() {
     return {{"convention", "MVACDF"},
-            {"files", std::to_string(fileNames.size())},
-            {"observations", std::to_string(numRows - 1)},
-            {"variables", std::to_string(numCols - IdColumns)}};
+            {"files", static_cast<double>(fileNames.size()), ""},
+            {"observations", static_cast<double>(numRows - 1), ""},
+            {"variables", static_cast<double>(numCols - IdColumns), ""}};
 }

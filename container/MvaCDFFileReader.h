@@ -8,6 +8,8 @@
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 
+class CellOutput;
+class ClassicFile;
 class NetCDF;
 
 /**
@@ -17,6 +19,9 @@ class NetCDF;
  * names of the variables come from the first one.
  *
  * A missing value, which the file marks by a number or by one pattern of NaN, is an empty text.
+ *
+ * In the complete reading numbers are numbers of their stored types, described names are numbers too, and
+ * missing values are missing cells.
  *
  * The constructor measures the files; Open does it once more. No file stays open in between.
  */
@@ -59,15 +64,24 @@ private:
     class WantedRows;
 
     int Scan();
+    int ScanCompletely();
+    bool MeasureCompletely(const ClassicFile& file, std::uint64_t& columns, std::uint64_t& rows) const;
+    int ReadClassically(ReadSpreadSheetData& sink);
+    int ReadCompletely(ReadSpreadSheetData& sink);
+    void SetNames(const ClassicFile& file, CellOutput& output);
+    bool SetDescribedNames(const ClassicFile& file, CellOutput& output);
+    int SetObservations(const ClassicFile& file, CellOutput& output, int row);
+
     int ReadFormat(const NetCDF& file);
     int ReadElementType(const NetCDF& file);
     void ReadMissingValue(const NetCDF& file);
     int ReadSizes(const NetCDF& file);
 
-    int ReadNames(ReadSpreadSheetData& sink);
+    int ReadNames(const NetCDF& file, ReadSpreadSheetData& sink);
     bool ReadDescribedNames(const NetCDF& file, ReadSpreadSheetData& sink) const;
     void ReadHeaders(const NetCDF& file, ReadSpreadSheetData& sink) const;
-    int ReadData(ReadSpreadSheetData& sink);
+    int ReadData(const NetCDF& first, ReadSpreadSheetData& sink);
+    int ReadFile(const NetCDF& file, ReadSpreadSheetData& sink, int& firstRow);
     void ReadObservationNames(const NetCDF& file, ReadSpreadSheetData& sink, int firstRow) const;
     void ReadTimes(const NetCDF& file, ReadSpreadSheetData& sink, int firstRow) const;
     void ReadValues(const NetCDF& file, ReadSpreadSheetData& sink, int firstRow) const;

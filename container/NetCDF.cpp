@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <mutex>
 #include <new>
 #include <system_error>
 
@@ -14,6 +15,15 @@
 namespace {
 
 constexpr int Failed = -1;
+
+// The setting without which the library's older calls would end the process on any error.
+constexpr int NoAborts = 0;
+
+// The library keeps its open files and its settings in variables of its own, without a lock.
+std::mutex& LibraryLock() {
+    static std::mutex lock;
+    return lock;
+}
 
 // The library takes a name like "http://host/file.nc" to the network; an absolute one is always a file's.
 std::string AbsolutePath(const char* path) {
@@ -30,6 +40,7 @@ std::string AbsolutePath(const char* path) {
 // be read with more memory must not seem to be missing.
 template <class Call>
 int Checked(Call call) {
+    const std::lock_guard guard(LibraryLock());
     errno = 0;
     const int status = call();
     // A status above 0 is an errno, which the library may have overwritten since.
@@ -42,6 +53,7 @@ int Checked(Call call) {
 // The same for the older calls, whose answer is a number or -1.
 template <class Call>
 int CheckedOld(Call call) {
+    const std::lock_guard guard(LibraryLock());
     errno = 0;
     const int answer = call();
     if (answer == Failed && errno == ENOMEM) {
@@ -53,8 +65,6 @@ int CheckedOld(Call call) {
 }  // namespace
 
 NetCDF::NetCDF(const char* path, Mode mode) {
-    // Without this the library's older calls would end the process on any error.
-    ncopts = 0;
     const std::string name = AbsolutePath(path);
     if (mode == ModeRead || mode == ModeWrite) {
         const MappedFile file(name.c_str());
@@ -63,6 +73,8 @@ NetCDF::NetCDF(const char* path, Mode mode) {
             Open(name, mode);
         }
     } else if (!name.empty()) {
+        const std::lock_guard guard(LibraryLock());
+        ncopts = NoAborts;
         id = nccreate(name.c_str(), mode == ModeCreate ? NC_CLOBBER : NC_NOCLOBBER);
     }
 }
@@ -70,8 +82,10 @@ NetCDF::NetCDF(const char* path, Mode mode) {
 void NetCDF::Open(const std::string& name, Mode mode) {
     // Not by the older ncopen, which tells no memory from no file.
     int opened = Failed;
-    const int status =
-        Checked([&] { return nc_open(name.c_str(), mode == ModeRead ? NC_NOWRITE : NC_WRITE, &opened); });
+    const int status = Checked([&] {
+        ncopts = NoAborts;
+        return nc_open(name.c_str(), mode == ModeRead ? NC_NOWRITE : NC_WRITE, &opened);
+    });
     if (status == NC_NOERR) {
         id = opened;
     }
@@ -79,6 +93,7 @@ void NetCDF::Open(const std::string& name, Mode mode) {
 
 NetCDF::~NetCDF() {
     if (IsOpen()) {
+        const std::lock_guard guard(LibraryLock());
         ncclose(id);
     }
 }

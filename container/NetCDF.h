@@ -12,6 +12,9 @@
  * What fails gives -1, false or nothing, as said below; the library never ends the process. Only when memory
  * has run out is bad_alloc raised.
  *
+ * The library serves one thread at a time: every call of it is made under one lock, so that objects can be
+ * used in any thread.
+ *
  * Only sound files get to the library (IsSoundClassicFile), and only by an absolute path, which it can't take
  * for an address on a network.
  */

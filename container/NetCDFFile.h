@@ -5,9 +5,12 @@
 #include <vector>
 
 #include "base/Export.h"
+#include "container/ClassicTables.h"
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
+
+class NetCDF;
 
 /** The convention that a netCDF file follows, by the first of its marking attributes that it has. */
 enum ENetCDFTemplate {
@@ -24,6 +27,10 @@ enum ENetCDFTemplate {
  *
  * MVACDF tables (MvaCDFFileReader) and ANDI chromatograms (AndiFileReader) are read; all else is refused.
  * Of a selection of several files the first decides.
+ *
+ * In the complete reading every file of the classic formats is read, as one table a part (ClassicTables); the
+ * first part of a chromatogram or an MVACDF table is what its reader makes of it. Without a choice the
+ * largest part is read.
  */
 class KARTA_EXPORT NetCDFFile : public FormatReader, public FileContents {
 public:
@@ -50,16 +57,39 @@ public:
 
     static bool IsNetCDFFile(const char* path);
     static ENetCDFTemplate GetFileTemplate(const char* path);
+    static ENetCDFTemplate GetFileTemplate(const NetCDF& file);
 
     std::vector<Part> ListParts() override;
     std::vector<Fact> ListFacts() override;
 
 private:
+    /** A part of the complete reading: a table of the file, or the reader's. */
+    struct Content {
+        Part part;
+        const ClassicTables::Table* table = nullptr;  // null for the reader's
+        std::uint64_t numbers = 0;
+    };
+
     void MakeReader(const char* path, NvImportOpenOptions* options);
+
+    int OpenCompletely(const char* path, NvImportOpenOptions* options);
+    int FailAs(int failure, const std::string& text);
+    void ListContents();
+    void AddReaderPart();
+    bool ChooseParts(const NvImportOpenOptions* options);
+    std::size_t FindLargest() const;
+    void NoteOtherParts();
+    std::vector<Part> GetParts() const;
+    int ReadCompletely(ReadSpreadSheetData& sink);
 
     std::vector<std::string> fileNames;
     ENetCDFTemplate fileTemplate = TemplateNone;
     std::unique_ptr<SpreadsheetFile> reader;
+    // The complete reading's: the first file, its tables, all parts, and the places of those to be read.
+    std::unique_ptr<ClassicFile> file;
+    std::unique_ptr<ClassicTables> tables;
+    std::vector<Content> contents;
+    std::vector<std::size_t> chosen;
 };
 
 class KARTA_EXPORT NetCDFFileFactory : public SprFileFactory {

@@ -199,6 +199,6 @@ TEST_F(NetCDFFileTest, TellsWhatAFileHolds) {
     ASSERT_EQ(file.ListParts().size(), 1U);
     EXPECT_EQ(file.ListParts().front().name, "a: Sample 1");
     const auto facts = file.ListFacts();
-    EXPECT_EQ(facts.at(4), FileContents::Fact("last time", "4 seconds"));
-    EXPECT_EQ(facts.at(6), FileContents::Fact("peaks", "2"));
+    EXPECT_EQ(facts.at(4), FileContents::Fact("last time", 4.0, "seconds"));
+    EXPECT_EQ(facts.at(6), FileContents::Fact("peaks", 2.0, ""));
 }
