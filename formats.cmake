@@ -39,9 +39,6 @@ karta_format(container/MatFile container/Mat4Arrays container/Mat4Content contai
              container/MatArray container/MatArrays container/MatContent container/MatElementStream
              container/MatLevel4 container/MatLevel4Writer container/MatLevel5 container/MatNumbers
              container/MatSheetLayout container/MatTable container/MatText container/MatWorkspace CASES mat)
-karta_format(container/NetCDFFile container/NetCDF container/ClassicHeader container/AndiFileReader
-karta_format(container/MatFile container/MatElementStream container/MatLevel4 container/MatLevel4Writer
-             container/MatLevel5 container/MatSheetLayout CASES mat)
 karta_format(container/NetCDFFile container/NetCDF container/ClassicHeader container/ClassicFile
              container/ClassicTables container/ClassicValues container/AndiFileReader
              container/MvaCDFFileReader CASES netcdf andi mvacdf)

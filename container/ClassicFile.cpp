@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/CodePage.h"
+#include "base/NumberParser.h"
 #include "base/Unicode.h"
 
 namespace {
@@ -121,7 +122,7 @@ std::string ClassicFile::GetText(const ClassicAttribute* attribute) const {
     if (attribute == nullptr || attribute->type != ClassicType::Char) {
         return {};
     }
-    return Decode({reinterpret_cast<const char*>(attribute->values.data()), attribute->values.size()});
+    return std::string(TrimSpace(Decode(*attribute)));
 }
 
 std::vector<double> ClassicFile::GetNumbers(const ClassicAttribute* attribute) {
@@ -190,11 +191,14 @@ std::string_view ClassicFile::ReadText(const ClassicVariable& variable, std::uin
 }
 
 std::string ClassicFile::Decode(std::string_view bytes) const {
-    std::string_view text = bytes.substr(0, bytes.find('\0'));
-    text = text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
+    const std::string_view text = bytes.substr(0, bytes.find('\0'));
     if (IsUtf8(text)) {
         return std::string(text);
     }
     ++foreignTexts;
     return CodePage(CodePage::Western).ToUtf8(text);
+}
+
+std::string ClassicFile::Decode(const ClassicAttribute& attribute) const {
+    return Decode({reinterpret_cast<const char*>(attribute.values.data()), attribute.values.size()});
 }

@@ -30,7 +30,7 @@ public:
     const ClassicVariable* FindVariable(std::string_view name) const;
     const ClassicAttribute* FindAttribute(std::string_view name) const;
     static const ClassicAttribute* FindAttribute(const ClassicVariable& variable, std::string_view name);
-    /** The text of an attribute, in UTF-8; empty when it isn't there or is no text. */
+    /** The text of an attribute without blanks around it; empty when it isn't there or is no text. */
     std::string GetText(const ClassicAttribute* attribute) const;
     /** An attribute's numbers; none for a text. */
     static std::vector<double> GetNumbers(const ClassicAttribute* attribute);
@@ -51,10 +51,11 @@ public:
     std::string_view ReadText(const ClassicVariable& variable, std::uint64_t first, std::size_t count) const;
 
     /**
-     * Text of a file as UTF-8: up to its first NUL, without blanks at its end; bytes that aren't UTF-8 are
-     * taken for Windows-1252 and counted.
+     * Text of a file as UTF-8, up to its first NUL; bytes that aren't UTF-8 are taken for Windows-1252 and
+     * counted.
      */
     std::string Decode(std::string_view bytes) const;
+    std::string Decode(const ClassicAttribute& attribute) const;
     std::uint64_t CountForeignTexts() const { return foreignTexts; }
 
 private:

@@ -129,6 +129,24 @@ void ClassicTables::MakeTables() {
         AddSpectra();
     }
     AddAttributes();
+    std::stable_sort(tables.begin(), tables.end(),
+                     [this](const Table& left, const Table& right) { return RankOf(left) < RankOf(right); });
+}
+
+// What a convention is about stands first.
+int ClassicTables::RankOf(const Table& table) const {
+    const bool isColumns = table.kind == Table::Columns;
+    const std::string_view dimension =
+        isColumns ? file.GetHeader().dimensions[table.dimension].name : std::string_view();
+    switch (convention) {
+        case Chromatogram:
+            return dimension == PeakDimension ? 0 : table.kind == Table::Attributes ? 1 : 2;
+        case MassSpectra:
+            return dimension == ScanDimension ? 0 : table.kind == Table::Spectra ? 1 : 2;
+        case Plain:
+            break;
+    }
+    return 0;
 }
 
 void ClassicTables::AddToColumns(std::size_t place, const CellShape& shape) {
@@ -385,7 +403,7 @@ void ClassicTables::SetAttribute(const std::string& variable, const ClassicAttri
     output.Text(1, row, variable);
     output.Text(2, row, NameOf(attribute.name));
     if (attribute.type == ClassicType::Char) {
-        output.Text(3, row, file.GetText(&attribute));
+        output.Text(3, row, file.Decode(attribute));
     } else if (attribute.type == ClassicType::Float) {
         const std::vector<double> numbers = ClassicFile::GetNumbers(&attribute);
         const std::vector<float> values(numbers.begin(), numbers.end());

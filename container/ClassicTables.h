@@ -40,7 +40,7 @@ public:
     /** File and context stay the caller's. */
     ClassicTables(const ClassicFile& classicFile, Convention itsConvention, karta::ReadContext& readContext);
 
-    /** In the order of the file; the attributes last. */
+    /** In the order of the file, the attributes last; but first what a convention is about. */
     const std::vector<Table>& GetTables() const { return tables; }
     /** The place of the table that holds a variable; nothing when there is none. */
     std::optional<std::size_t> FindVariable(std::string_view name) const;
@@ -66,6 +66,7 @@ private:
     CellShape ShapeOf(const ClassicVariable& variable) const;
     const ClassicVariable* FindCoordinate(const CellShape& shape, std::size_t place) const;
     void MakeTables();
+    int RankOf(const Table& table) const;
     void AddToColumns(std::size_t place, const CellShape& shape);
     void AddMatrix(std::size_t place, const CellShape& shape);
     void AddSpectra();

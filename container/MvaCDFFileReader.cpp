@@ -555,7 +555,8 @@ public:
         const std::uint64_t length = variable->shape[1];
         const std::string text =
             file.Decode(file.ReadText(*variable, place * length, static_cast<std::size_t>(length)));
-        return text.empty() ? otherwise : text;
+        const std::string_view name = TrimSpace(text);
+        return name.empty() ? otherwise : std::string(name);
     }
 
 private:

@@ -436,7 +436,11 @@ static NetCDFFileFactory netCDFFileFactory(1);
 
 namespace {
 
-FormatRecogniser::Evidence RecogniseNetCDF(const char* /*path*/, std::string_view head) {
+// Also a netCDF-4 file, so that it is refused by its name.
+FormatRecogniser::Evidence RecogniseNetCDF(const char* path, std::string_view head) {
+    if (head.starts_with("\x89HDF\r\n\x1a\n") && (HasExtension(path, "nc") || HasExtension(path, "cdf"))) {
+        return FormatRecogniser::Evidence::Proof;
+    }
     const bool isKnownVersion = head.size() > 3 && (head[3] == 1 || head[3] == 2 || head[3] == 5);
     return head.starts_with("CDF") && isKnownVersion ? FormatRecogniser::Evidence::Proof
                                                      : FormatRecogniser::Evidence::None;
