@@ -5,11 +5,24 @@ find_package(Boost 1.74 REQUIRED COMPONENTS iostreams)
 find_package(XercesC REQUIRED)
 pkg_check_modules(LIBZIP REQUIRED IMPORTED_TARGET libzip)
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0) # which libgsf stands on
-pkg_check_modules(LIBGSF REQUIRED IMPORTED_TARGET libgsf-1)
+pkg_check_modules(GSF REQUIRED libgsf-1)
 pkg_check_modules(NETCDF REQUIRED IMPORTED_TARGET netcdf)
 pkg_check_modules(SODIUM REQUIRED IMPORTED_TARGET libsodium)
 
 add_library(karta_dependencies INTERFACE)
 target_link_libraries(karta_dependencies INTERFACE ZLIB::ZLIB Boost::iostreams XercesC::XercesC
-                      PkgConfig::LIBZIP PkgConfig::LIBGSF PkgConfig::NETCDF PkgConfig::SODIUM
+                      PkgConfig::LIBZIP PkgConfig::NETCDF PkgConfig::SODIUM
                       ${CMAKE_DL_LIBS})
+
+# Libraries that are loaded when a file needs them: their headers, and the names that the loader knows them by.
+find_program(READELF readelf REQUIRED)
+function(karta_lazy_library name)
+  find_library(${name}_FILE NAMES ${${name}_LIBRARIES} PATHS ${${name}_LIBRARY_DIRS} REQUIRED)
+  execute_process(COMMAND ${READELF} -d ${${name}_FILE} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
+  if(NOT dynamic MATCHES "SONAME[^[]*\\[([^]]*)\\]")
+    message(FATAL_ERROR "${${name}_FILE} has no name for the loader")
+  endif()
+  target_compile_definitions(karta_dependencies INTERFACE KARTA_${name}_LIBRARY="${CMAKE_MATCH_1}")
+  target_include_directories(karta_dependencies SYSTEM INTERFACE ${${name}_INCLUDE_DIRS})
+endfunction()
+karta_lazy_library(GSF)

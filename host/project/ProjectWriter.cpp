@@ -4,13 +4,35 @@
 
 #include <memory>
 
+#include "base/LazyLibrary.h"
 #include "host/project/ProjectCipher.h"
 #include "host/project/ProjectLayout.h"
 
 namespace {
 
+/** What is called of libgsf, which projects alone are written with. */
+struct Gsf {
+    Gsf() : library(KARTA_GSF_LIBRARY) { library.Find<void()>("gsf_init")(); }
+
+    LazyLibrary library;
+    decltype(&gsf_output_stdio_new) newFile =
+        library.Find<decltype(gsf_output_stdio_new)>("gsf_output_stdio_new");
+    decltype(&gsf_outfile_msole_new) newOutfile =
+        library.Find<decltype(gsf_outfile_msole_new)>("gsf_outfile_msole_new");
+    decltype(&gsf_outfile_new_child) newChild =
+        library.Find<decltype(gsf_outfile_new_child)>("gsf_outfile_new_child");
+    decltype(&gsf_output_write) write = library.Find<decltype(gsf_output_write)>("gsf_output_write");
+    decltype(&gsf_output_close) close = library.Find<decltype(gsf_output_close)>("gsf_output_close");
+    decltype(&g_object_unref) unref = library.Find<decltype(g_object_unref)>("g_object_unref");
+};
+
+const Gsf& TheGsf() {
+    static const Gsf gsf;
+    return gsf;
+}
+
 struct Unref {
-    void operator()(void* object) const { g_object_unref(object); }
+    void operator()(void* object) const { TheGsf().unref(object); }
 };
 using OutputHandle = std::unique_ptr<GsfOutput, Unref>;
 using OutfileHandle = std::unique_ptr<GsfOutfile, Unref>;
@@ -18,11 +40,10 @@ using OutfileHandle = std::unique_ptr<GsfOutfile, Unref>;
 /** A compound file being written, stream by stream. */
 class CompoundWriter {
 public:
-    explicit CompoundWriter(const std::string& path) {
-        gsf_init();
-        const OutputHandle file(gsf_output_stdio_new(path.c_str(), nullptr));
+    explicit CompoundWriter(const std::string& path) : gsf(TheGsf()) {
+        const OutputHandle file(gsf.newFile(path.c_str(), nullptr));
         if (file != nullptr) {
-            outfile.reset(gsf_outfile_msole_new(file.get()));
+            outfile.reset(gsf.newOutfile(file.get()));
         }
         failed = outfile == nullptr;
     }
@@ -31,16 +52,17 @@ public:
         if (failed) {
             return;
         }
-        const OutputHandle stream(gsf_outfile_new_child(outfile.get(), name.c_str(), 0));
+        const OutputHandle stream(gsf.newChild(outfile.get(), name.c_str(), 0));
         failed = stream == nullptr ||
-                 gsf_output_write(stream.get(), bytes.size(),
-                                  reinterpret_cast<const guint8*>(bytes.data())) == 0 ||
-                 gsf_output_close(stream.get()) == 0;
+                 gsf.write(stream.get(), bytes.size(), reinterpret_cast<const guint8*>(bytes.data())) == 0 ||
+                 gsf.close(stream.get()) == 0;
     }
 
-    bool Close() { return !failed && gsf_output_close(GSF_OUTPUT(outfile.get())) != 0; }
+    // An outfile is an output: the library's own cast would call into it before it is loaded.
+    bool Close() { return !failed && gsf.close(reinterpret_cast<GsfOutput*>(outfile.get())) != 0; }
 
 private:
+    const Gsf& gsf;
     OutfileHandle outfile;
     bool failed;
 };
