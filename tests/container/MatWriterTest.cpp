@@ -9,6 +9,7 @@
 #include "table/TableData.h"
 #include "tests/container/CompleteRead.h"
 #include "tests/container/MatBuilder.h"
+#include "tests/container/MatPeers.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/TempFolder.h"
 
@@ -63,15 +64,6 @@ std::string Written(int type, int rows, int columns, std::string_view name,
         bytes.Double(element);
     }
     return bytes.Bytes();
-}
-
-std::string PythonWithScipy() {
-    for (const char* program : {"python3", "/usr/bin/python3"}) {
-        if (std::system((std::string(program) + " -c 'import scipy.io' >/dev/null 2>&1").c_str()) == 0) {
-            return program;
-        }
-    }
-    return {};
 }
 
 }  // namespace
