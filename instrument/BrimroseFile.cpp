@@ -5,10 +5,15 @@
 #include <cstdint>
 #include <ctime>
 #include <iterator>
+#include <numeric>
 
-#include "base/CopyMessage.h"
+#include "base/DateText.h"
 #include "base/FileHandle.h"
 #include "base/NumberFormat.h"
+#include "base/Unicode.h"
+#include "frame/CellOutput.h"
+#include "frame/CompleteOptions.h"
+#include "frame/FormatRecogniser.h"
 #include "host/NvString.h"
 
 namespace {
@@ -103,7 +108,8 @@ bool BrimroseFile::ReadSubHeader() {
         status = StatusSubHeader;
         return false;
     }
-    dateText = DateTextOf(header.ReadU32());
+    time = header.ReadU32();
+    dateText = DateTextOf(time);
     sampleName = header.ReadTerminatedText(SampleNameSize);
     return true;
 }
@@ -153,45 +159,26 @@ void BrimroseFile::Close() {
     file.Close();
     cursor = ByteCursor();
     values = ByteCursor();
+    chosen.clear();
     FormatReader::Close();
 }
 
 void BrimroseFile::GetErrorMessage(char* buffer, unsigned int size) {
-    switch (status) {
-        case StatusStreamFailed:
-            CopyMessage("Failed to open stream for reading.", buffer, size);
-            break;
-        case StatusReadModeOnly:
-            CopyMessage("Wrong file mode. The executed operation is only supported in read mode.", buffer,
-                        size);
-            break;
-        case StatusMainHeader:
-            CopyMessage("File corrupt! Could not read the whole main header (possibly end of file).", buffer,
-                        size);
-            break;
-        case StatusSubHeader:
-            CopyMessage("File corrupt! Could not read the whole sub header (possibly end of file).", buffer,
-                        size);
-            break;
-        case StatusData:
-            CopyMessage("File corrupt! Could not read data (possibly end of file).", buffer, size);
-            break;
-        case StatusHeaderContent:
-            CopyMessage(
-                "File is corrupt! Header contains corrupt information about starting, ending wavelength, or "
-                "number of data points.",
-                buffer, size);
-            break;
-        case StatusNoMagic:
-            CopyMessage("The file does not seem to be a valid Brimrose file.", buffer, size);
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            break;
-    }
+    static constexpr StatusText Texts[] = {
+        {StatusStreamFailed, "Failed to open stream for reading."},
+        {StatusReadModeOnly, "Wrong file mode. The executed operation is only supported in read mode."},
+        {StatusMainHeader, "File corrupt! Could not read the whole main header (possibly end of file)."},
+        {StatusSubHeader, "File corrupt! Could not read the whole sub header (possibly end of file)."},
+        {StatusData, "File corrupt! Could not read data (possibly end of file)."},
+        {StatusHeaderContent,
+         "File is corrupt! Header contains corrupt information about starting, ending wavelength, or "
+         "number of data points."},
+        {StatusNoMagic, "The file does not seem to be a valid Brimrose file."},
+    };
+    CopyStatusText(Texts, buffer, size);
 }
 
-int BrimroseFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* /*options*/) {
+int BrimroseFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* options) {
     if (status != StatusOk) {
         return status;
     }
@@ -207,6 +194,31 @@ int BrimroseFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* 
         status = StatusNoMagic;
     }
     cursor = ByteCursor(file.GetBytes());
+    return status == StatusOk && IsComplete() ? OpenObservations(options) : status;
+}
+
+// Which observations are to be read. A file that is cut has those before the cut.
+int BrimroseFile::OpenObservations(const NvImportOpenOptions* options) {
+    const std::vector<Part> parts = ListParts();
+    chosen.clear();
+    if (const auto part = CompleteOptions(options).GetText(CompleteOptions::Part)) {
+        const auto places = FindParts(parts, *part);
+        if (!places) {
+            failureText = "There is no spectrum '" + *part + "' in the file.";
+            status = StatusHeaderContent;
+            return status;
+        }
+        chosen = *places;
+    } else {
+        chosen.resize(parts.size());
+        std::iota(chosen.begin(), chosen.end(), 0U);
+    }
+    if (static_cast<int>(parts.size()) < numObservations) {
+        AddNote({"cut-records", static_cast<std::uint64_t>(numObservations) - parts.size(), "",
+                 "the file holds " + std::to_string(parts.size()) + " of the " +
+                     karta::CountOf(static_cast<std::uint64_t>(numObservations), "spectrum", "spectra") +
+                     " that its header promises"});
+    }
     return status;
 }
 
@@ -218,11 +230,16 @@ int BrimroseFile::EstablishSize() {
     sizeKnown = ReadMainHeader();
     if (!sizeKnown) {
         numRows = numCols = -1;
+    } else if (IsComplete() && numRows > 0) {
+        numRows = static_cast<int>(chosen.size()) + 1;
     }
     return status;
 }
 
 int BrimroseFile::Read(ReadSpreadSheetData* sink) {
+    if (IsComplete()) {
+        return WithinBudget(StatusData, [&] { return ReadObservations(*sink); });
+    }
     if (status != StatusOk || !ReadMainHeader()) {
         return status;
     }
@@ -236,6 +253,60 @@ int BrimroseFile::Read(ReadSpreadSheetData* sink) {
     return status;
 }
 
+// The classic table with types: times of no zone but UTC, and the wavelengths as numbers.
+int BrimroseFile::ReadObservations(ReadSpreadSheetData& sink) {
+    if (EstablishSize() != StatusOk) {
+        return status;
+    }
+    sink.SetDataSize(numCols, numRows);
+    if (numRows == 0) {
+        return status;
+    }
+    CellOutput out(sink);
+    std::vector<float> numbers;
+    numbers.reserve(numPoints);
+    for (int column = FirstWavelengthColumn; column <= numCols; ++column) {
+        numbers.push_back(WavelengthOf(column));
+    }
+    out.Text(SampleNoColumn, 1, "SampleNo");
+    out.Text(DateTimeColumn, 1, "DateTime");
+    out.RowRun(FirstWavelengthColumn, 1, numbers);
+    out.EndRow(1);
+    const std::size_t observationSize = SubHeaderSize + numPoints * sizeof(float);
+    int row = 1;
+    for (const std::size_t place : chosen) {
+        GetContext()->ThrowIfStopped();
+        cursor.Seek(MainHeaderSize + place * observationSize);
+        if (!ReadSubHeader() || !ReadDataSection()) {
+            return status;
+        }
+        ++row;
+        constexpr std::int64_t Microseconds = 1'000'000;
+        out.Integer(SampleNoColumn, row, static_cast<std::int64_t>(place) + 1);
+        out.DateTime(DateTimeColumn, row, time * Microseconds);
+        values.ReadRun<float>(numbers);
+        out.RowRun(FirstWavelengthColumn, row, numbers);
+        out.EndRow(row);
+    }
+    AddNote({"sample-names", chosen.size(), "",
+             "the samples' names are not in this table; karta-import info lists them"});
+    FillShape();
+    return status;
+}
+
+void BrimroseFile::FillShape() {
+    karta::TableShape& shape = GetContext()->shape;
+    shape = {};
+    shape.isKnown = true;
+    shape.nameRow = 1;
+    shape.axisRow = 1;
+    shape.firstDataRow = 2;
+    shape.labelColumns = {SampleNoColumn, DateTimeColumn};
+    shape.firstBlockColumn = FirstWavelengthColumn;
+    shape.axisQuantity = "wavelength";
+    shape.axisUnit = "nm";
+}
+
 std::vector<FileContents::Part> BrimroseFile::ListParts() {
     std::vector<Part> parts;
     if (status != StatusOk || !ReadMainHeader()) {
@@ -243,7 +314,9 @@ std::vector<FileContents::Part> BrimroseFile::ListParts() {
     }
     while (static_cast<int>(parts.size()) < numObservations && ReadSubHeader() && ReadDataSection()) {
         const int number = static_cast<int>(parts.size()) + 1;
-        parts.push_back({"spectrum", sampleName, number, static_cast<int>(numPoints), 1, false, dateText});
+        parts.push_back({"spectrum", IsComplete() ? AsUtf8(sampleName) : sampleName, number,
+                         static_cast<int>(numPoints), 1, false,
+                         IsComplete() ? FormatDateTime(std::int64_t{time} * 1'000'000) : dateText});
     }
     // Looking at a damaged file's parts is no failed read.
     status = StatusOk;
@@ -253,6 +326,14 @@ std::vector<FileContents::Part> BrimroseFile::ListParts() {
 std::vector<FileContents::Fact> BrimroseFile::ListFacts() {
     if (EstablishSize() != StatusOk) {
         return {};
+    }
+    if (IsComplete()) {
+        return {{"spectra", static_cast<double>(chosen.size()), ""},
+                {"points", static_cast<double>(numPoints), ""},
+                {"first X", static_cast<double>(startWavelength), "nm"},
+                {"last X", static_cast<double>(endWavelength), "nm"},
+                {"spacing", static_cast<double>(stepWavelength), "nm"},
+                {"time zone", "UTC"}};
     }
     return {{"spectra", std::to_string(numObservations)},
             {"points", std::to_string(numPoints)},
@@ -273,3 +354,11 @@ SpreadsheetFile* BrimroseFileFactory::GetSpreadsheetFile() {
 }
 
 static BrimroseFileFactory brimroseFileFactory;
+
+// Either of two numbers, and a whole main header.
+static const FormatRecogniser brimroseRecogniser("Brimrose File", "brimrose", {},
+                                                 [](const char* path, std::string_view /*head*/) {
+                                                     return BrimroseFile::IsBrimroseFile(path)
+                                                                ? FormatRecogniser::Evidence::Proof
+                                                                : FormatRecogniser::Evidence::None;
+                                                 });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,8 @@
  *
  * Row 1 of the table holds the names "SampleNo", "DateTime" and "w%1.0f" of each wavelength; every further
  * row is an observation: its running number, its local date and time, its values. The sample names of the
- * file are no part of the table; ListParts tells them.
+ * file are no part of the table; ListParts tells them. In the complete reading the names of row 1 are the
+ * wavelengths as numbers, and times are UTC.
  *
  * Many programs write .dat files; a file is one of these when it begins with one of two magic numbers and
  * has a whole main header.
@@ -56,6 +58,9 @@ private:
     bool ReadMainHeader();
     bool ReadSubHeader();
     bool ReadDataSection();
+    int OpenObservations(const NvImportOpenOptions* options);
+    int ReadObservations(ReadSpreadSheetData& sink);
+    void FillShape();
     void MakeNameRow(ReadSpreadSheetData* sink, int row, int lastColumn, int firstColumn) const;
     void MakeDataRow(ReadSpreadSheetData* sink, int row, int lastColumn, int firstColumn);
     float WavelengthOf(int column) const;
@@ -67,7 +72,9 @@ private:
     float stepWavelength = 0;
     std::size_t numPoints = 0;
     int numObservations = 0;
+    std::vector<std::size_t> chosen;  // the complete reading's observations, from 0
     // Of the observation read last.
+    std::uint32_t time = 0;
     std::string sampleName;
     std::string dateText;
     ByteCursor values;

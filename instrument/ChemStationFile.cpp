@@ -279,10 +279,12 @@ int ChemStationFile::Read(ReadSpreadSheetData* sink) {
         return status;
     }
     if (IsComplete()) {
-        if (HasFiles()) {
-            parts.Read(*sink, *GetContext());
-        }
-        return status;
+        return WithinBudget(StatusReadFailed, [&] {
+            if (HasFiles()) {
+                parts.Read(*sink, *GetContext());
+            }
+            return status;
+        });
     }
     if (numCols < 1 || numRows < 1 || files.empty()) {
         return StatusOk;

@@ -45,9 +45,9 @@ struct HPLCData {
  *
  * The header is big-endian and has two layouts, told apart by the version text: below 100 (8, 30, 31) and
  * from 100 on (108, 130, 131). Values are differences of 16 bits with absolute values of 32 bits between
- * them. The classic reading refuses gas chromatograms of other versions, which keep their times as floats, as of
- * wrong shape; the complete one reads them. There the key Part chooses among the files.
- * A header without a version or without a data start opens as a file of no data.
+ * them. The classic reading refuses gas chromatograms of other versions, which keep their times as floats, as
+ * of wrong shape; the complete one reads them. There the key Part chooses among the files. A header without a
+ * version or without a data start opens as a file of no data.
  *
  * Source: the layout as published by the readers of the open chromatography tools, and files of versions
  * 30, 31, 130 and 131.

@@ -3,52 +3,22 @@
 #include <algorithm>
 
 #include "base/ByteCursor.h"
-#include "base/CopyMessage.h"
 #include "base/NumberFormat.h"
+#include "frame/CompleteOptions.h"
+#include "frame/FormatRecogniser.h"
 #include "host/FNClass.h"
 #include "host/NvString.h"
+#include "instrument/NsasHeader.h"
 
 namespace {
 
-// One record of the DA file: header, filler, values.
-constexpr std::size_t DaHeaderSize = 80;
-constexpr std::int64_t DaFillerSize = 48;
-constexpr std::int64_t BlockSize = 128;
-
-// The spectrum header.
-constexpr std::size_t InstrumentModelOffset = 0;
-constexpr std::size_t SpectrumNumberOffset = 2;
-constexpr std::size_t SampleNameOffset = 4;
-constexpr std::size_t SampleNameSize = 10;
-constexpr std::size_t NumPointsOffset = 14;
-constexpr std::size_t StartWavelengthOffset = 16;
-constexpr std::size_t EndWavelengthOffset = 18;
-constexpr std::size_t NumConstituentsOffset = 30;
-constexpr std::size_t ThirdDateOffset = 64;
-constexpr std::size_t SecondDateOffset = 66;
-constexpr std::size_t FirstDateOffset = 68;
-constexpr std::size_t HoursOffset = 70;
-constexpr std::size_t MinutesOffset = 72;
-constexpr std::size_t SecondsOffset = 74;
-
-// The CN file.
-constexpr std::size_t NameRecordSize = 384;
-constexpr std::size_t ConstituentNameSize = 10;
-constexpr std::int64_t ValueRecordSize = 128;
-constexpr int ValuesInRecord = 32;
+using namespace Nsas;
 
 // The table.
 constexpr int InfoRow = 1;
 constexpr int NameRow = 2;
 constexpr int FirstSpectrumRow = 3;
 constexpr int FirstWavelengthColumn = 5;
-
-constexpr std::int64_t ValueSize = sizeof(float);
-
-// What a record's values take in whole blocks.
-std::int64_t BlocksOf(std::int64_t numPoints) {
-    return (ValueSize * numPoints + BlockSize - 1) / BlockSize * BlockSize;
-}
 
 }  // namespace
 
@@ -83,8 +53,8 @@ bool NsasFile::Fail(int code) {
 }
 
 bool NsasFile::ReadDaHeader(Header& header) {
-    header = daStream.Read(DaHeaderSize);
-    return header.empty() || header.size() == DaHeaderSize || Fail(StatusHeader);
+    header = daStream.Read(HeaderSize);
+    return header.empty() || header.size() == HeaderSize || Fail(StatusHeader);
 }
 
 bool NsasFile::ReadCnHeader(Header& names) {
@@ -96,13 +66,13 @@ bool NsasFile::ReadCnHeader(Header& names) {
 bool NsasFile::UnreadDaHeader() {
     const std::int64_t moved = daStream.position;
     daStream.position = 0;
-    return moved == static_cast<std::int64_t>(DaHeaderSize) || Fail(StatusHeader);
+    return moved == static_cast<std::int64_t>(HeaderSize) || Fail(StatusHeader);
 }
 
 // Only forwards: a header read in the wrong place may hold a negative count, and must not be met again.
 bool NsasFile::SkipReadDa(Header header) {
     const int numPoints = GetHeaderInt(header, NumPointsOffset);
-    return (numPoints >= 0 && daStream.Skip(BlocksOf(numPoints) + DaFillerSize)) || Fail(StatusBlockEnd);
+    return (numPoints >= 0 && daStream.Skip(BlocksOf(numPoints) + FillerSize)) || Fail(StatusBlockEnd);
 }
 
 bool NsasFile::SkipReadCn() {
@@ -122,30 +92,11 @@ bool NsasFile::ReadConstituensValue(float& value) {
 }
 
 int NsasFile::GetHeaderInt(Header header, std::size_t offset) {
-    return ByteCursor(header.subspan(offset)).ReadI16();
+    return Nsas::GetInt(header, offset);
 }
 
-// Up to the first NUL, without blanks and control characters at both ends.
 void NsasFile::GetHeaderChar(std::string& target, Header header, std::size_t offset, std::size_t length) {
-    target.clear();
-    if (offset + length > header.size()) {
-        return;
-    }
-    const Header field = header.subspan(offset, length);
-    const auto isVisible = [](std::uint8_t byte) { return byte > ' '; };
-    const auto end = std::find(field.begin(), field.end(), 0);
-    const auto first = std::find_if(field.begin(), end, isVisible);
-    const auto last =
-        std::find_if(std::make_reverse_iterator(end), std::make_reverse_iterator(first), isVisible);
-    target.assign(first, last.base());
-}
-
-// The three fields of the date in the order in which they were meant to be read, whatever they mean.
-std::string NsasFile::DateTextOf(Header header) {
-    return NvString::Format("%02d-%02d-%02d %02d:%02d:%02d", GetHeaderInt(header, FirstDateOffset),
-                            GetHeaderInt(header, SecondDateOffset), GetHeaderInt(header, ThirdDateOffset),
-                            GetHeaderInt(header, HoursOffset), GetHeaderInt(header, MinutesOffset),
-                            GetHeaderInt(header, SecondsOffset));
+    target = Nsas::GetText(header, offset, length);
 }
 
 int NsasFile::NumWavelengths() const {
@@ -181,11 +132,12 @@ bool NsasFile::MeasureSpectrum(Header header) {
         firstWavelength = std::min(firstWavelength, start);
         lastWavelength = std::min(lastWavelength, last);
     }
-    return daStream.Skip(BlocksOf(numPoints) + DaFillerSize) || Fail(StatusValues);
+    return daStream.Skip(BlocksOf(numPoints) + FillerSize) || Fail(StatusValues);
 }
 
 void NsasFile::Close() {
     const bool wasOpen = daStream.file.IsOpen();
+    spectra.Clear();
     daStream = {};
     cnStream = {};
     if (wasOpen) {
@@ -194,60 +146,36 @@ void NsasFile::Close() {
 }
 
 void NsasFile::GetErrorMessage(char* buffer, unsigned int size) {
-    const char* text = nullptr;
-    switch (status) {
-        case StatusStreamFailed:
-            text = "Failed to open stream for reading.";
-            break;
-        case StatusReadModeOnly:
-            text = "Wrong file mode. The executed operation is only supported in read mode.";
-            break;
-        case StatusHeader:
-            text = "DA-file corrupt! Could not read the whole header for spectra (possibly end of file).";
-            break;
-        case StatusHeaderContent:
-            text =
-                "Spectra header in DA-file is corrupt! Spectra header contains corrupt information about "
-                "starting, ending wavelength, or number of data points.";
-            break;
-        case StatusHeaderMismatch:
-            text =
-                "Spectra header in DA-file is corrupt! Spectra header contains information that doesn't "
-                "match earlier read spectra. Spectra wavelengths or number of constituents does not match.";
-            break;
-        case StatusFiller:
-            text = "DA-file corrupt! Could not read through the unused filler (possibly end of file).";
-            break;
-        case StatusValues:
-            text = "DA-file corrupt! Could not read all the data for spectra (possibly end of file).";
-            break;
-        case StatusBlockEnd:
-            text = "DA-file corrupt! Could not read through the spectra filler (possibly end of file).";
-            break;
-        case StatusNameRecord:
-            text =
-                "CN-file corrupt! Could not read the whole name record for constituents (possibly end of "
-                "file).";
-            break;
-        case StatusValueRecord:
-            text =
-                "CN-file corrupt! Could not read the whole value record for constituents (possibly end of "
-                "file).";
-            break;
-        case StatusValueRecordFiller:
-            text = "CN-file corrupt! Could not read through the value record filler (possibly end of file).";
-            break;
-        case StatusCompanionSize:
-            text = "CN-file corrupt! File size do not match any known version of CN file formats.";
-            break;
-        default:
-            SpreadsheetFile::GetErrorMessage(buffer, size);
-            return;
-    }
-    CopyMessage(text, buffer, size);
+    static constexpr StatusText Texts[] = {
+        {StatusStreamFailed, "Failed to open stream for reading."},
+        {StatusReadModeOnly, "Wrong file mode. The executed operation is only supported in read mode."},
+        {StatusHeader,
+         "DA-file corrupt! Could not read the whole header for spectra (possibly end of file)."},
+        {StatusHeaderContent,
+         "Spectra header in DA-file is corrupt! Spectra header contains corrupt information about "
+         "starting, ending wavelength, or number of data points."},
+        {StatusHeaderMismatch,
+         "Spectra header in DA-file is corrupt! Spectra header contains information that doesn't "
+         "match earlier read spectra. Spectra wavelengths or number of constituents does not match."},
+        {StatusFiller, "DA-file corrupt! Could not read through the unused filler (possibly end of file)."},
+        {StatusValues, "DA-file corrupt! Could not read all the data for spectra (possibly end of file)."},
+        {StatusBlockEnd,
+         "DA-file corrupt! Could not read through the spectra filler (possibly end of file)."},
+        {StatusNameRecord,
+         "CN-file corrupt! Could not read the whole name record for constituents (possibly end of "
+         "file)."},
+        {StatusValueRecord,
+         "CN-file corrupt! Could not read the whole value record for constituents (possibly end of "
+         "file)."},
+        {StatusValueRecordFiller,
+         "CN-file corrupt! Could not read through the value record filler (possibly end of file)."},
+        {StatusCompanionSize,
+         "CN-file corrupt! File size do not match any known version of CN file formats."},
+    };
+    CopyStatusText(Texts, buffer, size);
 }
 
-int NsasFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* /*options*/) {
+int NsasFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* options) {
     if (status != StatusOk) {
         return status;
     }
@@ -269,11 +197,37 @@ int NsasFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* /*op
         companion.extension = ".CN";
         cnStream = {MappedFile(companion.Merge().c_str())};
     }
+    return IsComplete() ? OpenSpectra(options) : status;
+}
+
+int NsasFile::OpenSpectra(const NvImportOpenOptions* options) {
+    std::optional<std::span<const std::uint8_t>> companion;
+    if (cnStream.file.IsOpen()) {
+        companion = cnStream.file.GetBytes();
+    }
+    const auto part = CompleteOptions(options).GetText(CompleteOptions::Part);
+    switch (spectra.Open(daStream.file.GetBytes(), companion, part, *GetContext())) {
+        case NsasSpectra::Outcome::NoSpectrum:
+            status = StatusHeaderContent;
+            break;
+        case NsasSpectra::Outcome::NoSuchPart:
+            status = StatusHeaderContent;
+            failureText = "There is no spectrum '" + *part + "' in the file.";
+            break;
+        case NsasSpectra::Outcome::Opened:
+            break;
+    }
     return status;
 }
 
 int NsasFile::EstablishSize() {
     if (status != StatusOk) {
+        return status;
+    }
+    if (IsComplete()) {
+        numRows = spectra.GetNumRows();
+        numCols = spectra.GetNumCols();
+        sizeKnown = true;
         return status;
     }
     numRows = numCols = 0;
@@ -349,7 +303,7 @@ bool NsasFile::MakeValueRow(ReadSpreadSheetData* sink, Header header, int row, i
             GetHeaderChar(text, header, SampleNameOffset, SampleNameSize);
             sink->Set(column, row, text.c_str());
         } else if (column == 4) {
-            sink->Set(column, row, DateTextOf(header).c_str());
+            sink->Set(column, row, GetDateText(header).c_str());
         } else if (column <= lastWavelengthColumn) {
             // A column outside the spectrum's own range stays unset and takes no value.
             const int wavelength = static_cast<int>(WavelengthOf(column));
@@ -370,7 +324,7 @@ bool NsasFile::MakeValueRow(ReadSpreadSheetData* sink, Header header, int row, i
 }
 
 bool NsasFile::ReadSpectrumRow(ReadSpreadSheetData* sink, Header header, int row) {
-    if (!daStream.Skip(DaFillerSize)) {
+    if (!daStream.Skip(FillerSize)) {
         return Fail(StatusFiller);
     }
     if (!MakeValueRow(sink, header, row, numCols, 1)) {
@@ -404,6 +358,12 @@ bool NsasFile::ReadRow(ReadSpreadSheetData* sink, Header header, int row) {
 }
 
 int NsasFile::Read(ReadSpreadSheetData* sink) {
+    if (IsComplete() && status == StatusOk) {
+        return WithinBudget(StatusValues, [&] {
+            spectra.Read(*sink, *GetContext());
+            return status;
+        });
+    }
     if (status == StatusOk && !sizeKnown) {
         EstablishSize();
     }
@@ -420,6 +380,9 @@ int NsasFile::Read(ReadSpreadSheetData* sink) {
 }
 
 std::vector<FileContents::Part> NsasFile::ListParts() {
+    if (IsComplete()) {
+        return spectra.ListParts();
+    }
     std::vector<Part> parts;
     if (EstablishSize() != StatusOk) {
         return parts;
@@ -431,12 +394,15 @@ std::vector<FileContents::Part> NsasFile::ListParts() {
         GetHeaderChar(name, header, SampleNameOffset, SampleNameSize);
         const int number = static_cast<int>(parts.size()) + 1;
         parts.push_back(
-            {"spectrum", name, number, GetHeaderInt(header, NumPointsOffset), 1, false, DateTextOf(header)});
+            {"spectrum", name, number, GetHeaderInt(header, NumPointsOffset), 1, false, GetDateText(header)});
     }
     return parts;
 }
 
 std::vector<FileContents::Fact> NsasFile::ListFacts() {
+    if (IsComplete()) {
+        return spectra.ListFacts();
+    }
     if (EstablishSize() != StatusOk || numRows == 0) {
         return {};
     }
@@ -460,3 +426,12 @@ SpreadsheetFile* NsasFileFactory::GetSpreadsheetFile() {
 }
 
 static NsasFileFactory nsasFileFactory;
+
+// There is no mark, but one record follows the other up to the end of the file.
+static const FormatRecogniser nsasRecogniser("NSAS File", "nsas", {},
+                                             [](const char* path, std::string_view /*head*/) {
+                                                 const MappedFile file(path);
+                                                 return NsasSpectra::IsChain(file.GetBytes())
+                                                            ? FormatRecogniser::Evidence::Proof
+                                                            : FormatRecogniser::Evidence::None;
+                                             });

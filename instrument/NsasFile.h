@@ -9,6 +9,7 @@
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
+#include "instrument/NsasSpectra.h"
 
 /**
  * The spectra of an NSAS DA file (near-infrared instruments of the 1980s and 90s), with the reference
@@ -23,9 +24,10 @@
  * "SampleName", "Time", "w%g" for each wavelength and the constituents; then a row a spectrum. The axis
  * runs from the lowest start of all spectra to the lowest last wavelength; all spectra must share the step.
  *
- * Values are not counted by the number of points but by the columns that lie within a spectrum's
- * range, and a record whose values fill its last block is skipped one block too far. Old data sets were
- * read so, and stay readable in the same way; such a file often ends in a status behind its last good row.
+ * In the classic reading values are not counted by the number of points but by the columns that lie within a
+ * spectrum's range, and a record whose values fill its last block is skipped one block too far: such a file
+ * often ends in a status behind its last good row. The complete reading goes by the records' own lengths, and
+ * its axis runs over the ranges of all spectra; the key Part chooses among them.
  */
 class KARTA_EXPORT NsasFile : public FormatReader, public FileContents {
 public:
@@ -81,7 +83,7 @@ private:
     bool ReadConstituensValue(float& value);
     static int GetHeaderInt(Header header, std::size_t offset);
     static void GetHeaderChar(std::string& target, Header header, std::size_t offset, std::size_t length);
-    static std::string DateTextOf(Header header);
+    int OpenSpectra(const NvImportOpenOptions* options);
 
     bool MeasureSpectrum(Header header);
     bool ReadRow(ReadSpreadSheetData* sink, Header header, int row);
@@ -93,6 +95,7 @@ private:
     int NumWavelengths() const;
     float WavelengthOf(int column) const;
 
+    NsasSpectra spectra;  // the complete reading's
     Stream daStream;
     Stream cnStream;
     bool haveFirstSpectrum = false;

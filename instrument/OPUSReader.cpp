@@ -10,8 +10,8 @@ void OPUSReader::Close() {
 }
 
 void OPUSReader::GetErrorMessage(char* buffer, unsigned int size) {
-    if (!parts.GetErrorText().empty()) {
-        CopyMessage(parts.GetErrorText(), buffer, size);
+    if (!failureText.empty()) {
+        CopyMessage(failureText, buffer, size);
         return;
     }
     selection.CopyErrorText(buffer, size);
@@ -40,7 +40,11 @@ bool OPUSReader::OpenFiles(const char* fileNames, const NvImportOpenOptions* opt
         return selection.Open(fileNames) && ConfirmSelection(selection);
     }
     const auto part = CompleteOptions(options).GetText(CompleteOptions::Part);
-    return parts.Open(fileNames, GetAxes(), part, *GetContext());
+    if (!parts.Open(fileNames, GetAxes(), part, *GetContext())) {
+        failureText = parts.GetErrorText();
+        return false;
+    }
+    return true;
 }
 
 int OPUSReader::ReadRows(ReadSpreadSheetData* sink, std::vector<float>* grid,
@@ -49,8 +53,10 @@ int OPUSReader::ReadRows(ReadSpreadSheetData* sink, std::vector<float>* grid,
         return status;
     }
     if (IsComplete()) {
-        parts.Read(*sink, *GetContext());
-        return status;
+        return WithinBudget(StatusAbortedByUser, [&] {
+            parts.Read(*sink, *GetContext());
+            return status;
+        });
     }
     if (!selection.Read(*sink, grid, setValues)) {
         status = StatusAbortedByUser;
