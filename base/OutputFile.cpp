@@ -84,6 +84,8 @@ void OutputFile::OpenBeside(const std::string& path) {
     }
     if (descriptor < 0) {
         temporary.clear();
+    } else {
+        unfinished.Hold(temporary.c_str());
     }
 }
 
@@ -120,6 +122,7 @@ bool OutputFile::Commit() {
         Fail();
     }
     if (!failed) {
+        unfinished.Release();
         temporary.clear();
     }
     Discard();
@@ -138,6 +141,7 @@ void OutputFile::Discard() {
     }
     if (!temporary.empty()) {
         unlink(temporary.c_str());
+        unfinished.Release();
         temporary.clear();
     }
 }

@@ -7,6 +7,7 @@
 
 #include "base/Budget.h"
 #include "base/Export.h"
+#include "base/UnfinishedFile.h"
 
 /**
  * A file being written. It grows under another name in the same folder and takes its own name only in
@@ -49,7 +50,8 @@ private:
     void Discard();
 
     std::string target;
-    std::string temporary;  // empty when written directly
+    std::string temporary;      // empty when written directly
+    UnfinishedFile unfinished;  // holds `temporary`
     int descriptor = -1;
     bool failed = true;
     int error = 0;

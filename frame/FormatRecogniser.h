@@ -35,6 +35,7 @@ public:
     const char* GetFormatName() const { return formatName; }
     const char* GetShortName() const { return shortName; }
     const std::vector<std::string>& GetExtensions() const { return extensions; }
+    bool HasTest() const { return test != nullptr; }
     /** None where there is no test. */
     Evidence Recognise(const char* path, std::string_view head) const;
 

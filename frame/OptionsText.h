@@ -12,13 +12,13 @@
 // with the subsection "Settings".
 
 /** The record holds bytes: the format takes its settings from them. */
-bool HasOptions(const NvImportOpenOptions* options);
+KARTA_EXPORT bool HasOptions(const NvImportOpenOptions* options);
 
 /** The record is there and empty: the format is to fill it with the choices made. */
 bool WantsOptions(const NvImportOpenOptions* options);
 
 /** The text of a record that has bytes. Raises std::ios_base::failure when it is cut short. */
-std::string DecodeOptionsText(const NvImportOpenOptions& options);
+KARTA_EXPORT std::string DecodeOptionsText(const NvImportOpenOptions& options);
 
 /** The bytes of a record with this text. */
 KARTA_EXPORT std::vector<std::uint8_t> EncodeOptionsText(std::string_view text);

@@ -7,10 +7,17 @@
 // The verbs of the program, each in a source of its own name. All raise Failure when they can't go on and
 // return the exit status otherwise.
 
+/** What convert is asked for beside the read. */
+struct ConvertRequest {
+    std::string output;      // may be "-"
+    std::string target;      // a format's name or extension, or empty
+    bool objects = false;    // JSON lines as objects
+    bool safeCells = false;  // no cell is a formula to a spreadsheet
+};
+
 int RunFormats(const ReadRequest& request, bool json);
 int RunDetect(const ReadRequest& request, bool json);
 int RunTrace(const ReadRequest& request);
 int RunInfo(const ReadRequest& request, bool json);
 int RunShow(const ReadRequest& request, int maxRows);
-/** `output` may be "-"; `target` is a format's name or extension, or empty. */
-int RunConvert(const ReadRequest& request, const std::string& output, const std::string& target);
+int RunConvert(const ReadRequest& request, const ConvertRequest& wanted);

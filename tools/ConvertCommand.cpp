@@ -5,24 +5,31 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <system_error>
 #include <vector>
 
+#include "base/Note.h"
 #include "base/OutputFile.h"
 #include "base/PathNames.h"
 #include "base/TemporaryFile.h"
+#include "base/UnfinishedFile.h"
 #include "host/NvFile.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
+#include "tools/Interrupt.h"
 #include "tools/TableRead.h"
+#include "tools/TableSource.h"
 #include "tools/TableWriter.h"
-#include "tools/Utf8Text.h"
 
 namespace {
 
 constexpr const char* StandardOutput = "-";
+
+// Its tables are of numbers; what else there is it keeps as names of rows and columns.
+constexpr const char* WriterOfNumbers = "Matlab File";
 
 constexpr double MostCellsOfSmallFile = 1 << 28;
 constexpr double MostCellsPerByte = 64.0;
@@ -90,38 +97,9 @@ Target ChooseTarget(const FormatCatalogue& formats, const std::string& output, c
     return target;
 }
 
-/** What a format's writer gets: the wanted rows, with their texts in UTF-8 as all that is written here. */
-class WantedRows : public WriteSpreadSheetData {
-public:
-    WantedRows(TableData& source, const std::vector<int>& wanted) : table(source), rows(wanted) {}
-
-    double GetFloatValue(int col, int row) override { return table.GetFloatValue(col, At(row)); }
-    std::string GetString(int col, int row) override { return AsUtf8(table.GetString(col, At(row))); }
-    bool GetDataOrigin(int* firstDataCol, int* firstDataRow) override {
-        int row = 0;
-        if (!table.GetDataOrigin(firstDataCol, &row)) {
-            return false;
-        }
-        const auto place = std::lower_bound(rows.begin(), rows.end(), row);
-        *firstDataRow = static_cast<int>(place - rows.begin()) + 1;
-        return place != rows.end();
-    }
-    bool IsFloat(int col, int row) override { return table.IsFloat(col, At(row)); }
-    bool IsMissing(int col, int row) override { return table.IsMissing(col, At(row)); }
-    bool IsString(int col, int row) override { return table.IsString(col, At(row)); }
-    int GetNumberOfColumns() override { return table.GetNumberOfColumns(); }
-    int GetNumberOfRows() override { return static_cast<int>(rows.size()); }
-
-private:
-    int At(int row) const { return rows[static_cast<std::size_t>(row) - 1]; }
-
-    TableData& table;
-    const std::vector<int>& rows;
-};
-
 // `output` is the name that the user knows the file by.
-void WriteWithFormat(const FormatCatalogue& formats, int format, WantedRows& source, const std::string& path,
-                     const std::string& output) {
+void WriteWithFormat(const FormatCatalogue& formats, int format, WriteSpreadSheetData& source,
+                     const std::string& path, const std::string& output) {
     const auto writer = formats.MakeReader(format);
     writer->Open(false, path.c_str(), nullptr);
     if (writer->GetStatus() != SpreadsheetFile::StatusOk ||
@@ -138,13 +116,24 @@ void Commit(OutputFile& file, const std::string& output) {
     }
 }
 
+// A terminal gets no control characters, though a file or another program would.
+bool IsTerminal(const std::string& output) {
+    return output == StandardOutput && isatty(STDOUT_FILENO) != 0;
+}
+
 void CopyToStandardOutput(const std::string& path) {
     std::ifstream source(path, std::ios::binary);
     OutputFile file(STDOUT_FILENO);
+    const bool isTerminal = IsTerminal(StandardOutput);
     char piece[1 << 16];
     while (source && !file.HasFailed()) {
+        Interrupt::ThrowIfRequested();
         source.read(piece, sizeof piece);
-        file.Write({piece, static_cast<std::size_t>(source.gcount())});
+        if (isTerminal) {
+            std::cout.write(piece, source.gcount());
+        } else {
+            file.Write({piece, static_cast<std::size_t>(source.gcount())});
+        }
     }
     if (!source.eof() && !file.HasFailed()) {
         throw Failure(path + ": could not be read back");
@@ -158,6 +147,7 @@ struct TemporaryFolder {
         if (path.empty()) {
             throw Failure("no temporary folder can be made");
         }
+        unfinished.Hold(path.c_str());
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
@@ -167,24 +157,16 @@ struct TemporaryFolder {
     }
 
     const std::string path = MakeTemporaryFolder("karta-import-");
+    UnfinishedFile unfinished;
 };
 
-// A library's writer wants a file of its own; what it wrote is then passed on.
-void WriteToStandardOutput(const FormatCatalogue& formats, int format, WantedRows& source) {
-    const TemporaryFolder folder;
-    // Some formats keep the file's name in the file.
-    const std::string path = folder.path + "/" + StandardOutput;
-    WriteWithFormat(formats, format, source, path, StandardOutput);
-    CopyToStandardOutput(path);
-}
-
-void WriteForm(TableData& table, const std::vector<int>& rows, TableForm form, const std::string& output) {
-    const auto file = output == StandardOutput ? std::make_unique<OutputFile>(STDOUT_FILENO)
-                                               : std::make_unique<OutputFile>(output);
-    if (!file->HasFailed()) {
-        WriteTable(table, rows, form, *file);
+void WriteForm(TableData& table, const std::vector<int>& rows, const FormRequest& form,
+               const std::string& path) {
+    OutputFile file(path);
+    if (!file.HasFailed()) {
+        WriteTable(table, rows, form, file);
     }
-    Commit(*file, output);
+    Commit(file, path);
 }
 
 // Every cell of a table is written, the empty ones too. A few bytes can claim a table of billions, which no
@@ -206,24 +188,64 @@ void CheckExtent(const ReadRequest& request, TableData& table) {
     }
 }
 
+void WriteWithFormat(const FormatCatalogue& formats, int format, TableRead& read,
+                     const std::vector<int>& rows, const ConvertRequest& wanted, const std::string& path) {
+    if (!EqualIgnoringCase(formats.GetInfo(format)->formatName, WriterOfNumbers)) {
+        WantedRows source(*read.table, rows, wanted.safeCells);
+        WriteWithFormat(formats, format, source, path, wanted.output);
+        return;
+    }
+    NumericRows source(*read.table, rows, wanted.safeCells);
+    WriteWithFormat(formats, format, source, path, wanted.output);
+    if (const std::size_t count = source.CountUnwritable(); count > 0) {
+        read.report.notes.push_back({"texts-among-numbers", count, "",
+                                     karta::CountOf(count, "cell") +
+                                         " of text or of dates among the numbers " +
+                                         (count == 1 ? "is" : "are") + " missing in the file written"});
+    }
+}
+
+void Write(const FormatCatalogue& formats, const Target& target, TableRead& read,
+           const std::vector<int>& rows, const ConvertRequest& wanted) {
+    if (target.form) {
+        const FormRequest form{*target.form, wanted.safeCells, wanted.objects, &read.report.shape};
+        if (wanted.output == StandardOutput && !IsTerminal(wanted.output)) {
+            OutputFile file(STDOUT_FILENO);
+            WriteTable(*read.table, rows, form, file);
+            Commit(file, wanted.output);
+        } else if (wanted.output == StandardOutput) {
+            const TemporaryFolder folder;
+            WriteForm(*read.table, rows, form, folder.path + "/" + StandardOutput);
+            CopyToStandardOutput(folder.path + "/" + StandardOutput);
+        } else {
+            WriteForm(*read.table, rows, form, wanted.output);
+        }
+        return;
+    }
+    if (wanted.output == StandardOutput) {
+        // A library's writer wants a file of its own, whose name some formats keep in the file.
+        const TemporaryFolder folder;
+        const std::string path = folder.path + "/" + StandardOutput;
+        WriteWithFormat(formats, target.format, read, rows, wanted, path);
+        CopyToStandardOutput(path);
+    } else {
+        WriteWithFormat(formats, target.format, read, rows, wanted, wanted.output);
+    }
+}
+
 }  // namespace
 
-int RunConvert(const ReadRequest& request, const std::string& output, const std::string& target) {
+int RunConvert(const ReadRequest& request, const ConvertRequest& wanted) {
     const auto formats = LoadFormats(request);
-    const Target chosen = ChooseTarget(*formats, output, target);
-    TableRead read;
-    ReadTable(request, read);
-    CheckExtent(request, *read.table);
-    const std::vector<int> rows = read.Rows(request);
-    WantedRows source(*read.table, rows);
-    if (chosen.form) {
-        WriteForm(*read.table, rows, *chosen.form, output);
-    } else if (output == StandardOutput) {
-        WriteToStandardOutput(*formats, chosen.format, source);
-    } else {
-        WriteWithFormat(*formats, chosen.format, source, output, output);
+    const Target target = ChooseTarget(*formats, wanted.output, wanted.target);
+    if (wanted.objects && target.form != TableForm::JsonLines) {
+        throw Failure("--objects is for JSON lines (--to jsonl)", ExitUsage);
     }
-    ShowWarning(request, read.warning);
-    ShowNotes(request, read.notes);
+    TableRead read;
+    // The row of names is needed for objects, whatever rows are wanted.
+    ReadTable(request, read, wanted.objects ? 1 : 0);
+    CheckExtent(request, *read.table);
+    Write(*formats, target, read, read.Rows(request), wanted);
+    ShowReport(request, read.report);
     return ExitSuccess;
 }

@@ -1,10 +1,11 @@
 #include <iostream>
-#include <vector>
 
 #include "tools/Commands.h"
 #include "tools/Failure.h"
+#include "tools/FormatDetection.h"
 #include "tools/Json.h"
 #include "tools/TableRead.h"
+#include "tools/Utf8Text.h"
 
 namespace {
 
@@ -19,38 +20,47 @@ const char* VerdictName(int verdict) {
     }
 }
 
+void WriteText(const FormatCatalogue& formats, const FormatFinding& finding, const char* chosen) {
+    for (int i = 1; i <= formats.SizeInfos(); ++i) {
+        std::cout << VerdictName(finding.verdicts[static_cast<std::size_t>(i) - 1]) << '\t'
+                  << formats.GetInfo(i)->formatName << '\n';
+    }
+    std::cout << "chosen\t" << chosen << '\n';
+}
+
+void WriteJson(const FormatCatalogue& formats, const FormatFinding& finding, const char* chosen) {
+    JsonWriter writer(std::cout);
+    writer.BeginObject();
+    writer.BeginArray("verdicts");
+    for (int i = 1; i <= formats.SizeInfos(); ++i) {
+        writer.BeginObject();
+        writer.Put("verdict", VerdictName(finding.verdicts[static_cast<std::size_t>(i) - 1]));
+        writer.Put("formatName", formats.GetInfo(i)->formatName);
+        writer.EndObject();
+    }
+    writer.EndArray();
+    writer.Put("chosen", chosen);
+    writer.Put("reason", AsUtf8(finding.reason));
+    writer.EndObject();
+}
+
 }  // namespace
 
 int RunDetect(const ReadRequest& request, bool json) {
     CheckFiles(request);
     const auto formats = LoadFormats(request);
     // As the driver does it, a selection is judged by its first file.
-    const char* file = request.files.front().c_str();
-    const std::vector<int> verdicts = formats->GetVerdicts(file);
-    const int chosen = formats->ChooseByVerdicts(file, verdicts);
-    const char* name = chosen < 1 ? "none" : formats->GetInfo(chosen)->formatName;
-    JsonWriter writer(std::cout);
+    const std::string& file = request.files.front();
+    const FormatFinding finding = FormatDetection(*formats).Detect(file, request.reading);
+    const char* chosen = finding.format == 0 ? "none" : formats->GetInfo(finding.format)->formatName;
     if (json) {
-        writer.BeginObject();
-        writer.BeginArray("verdicts");
-    }
-    for (int i = 1; i <= formats->SizeInfos(); ++i) {
-        const char* verdict = VerdictName(verdicts[static_cast<std::size_t>(i) - 1]);
-        if (json) {
-            writer.BeginObject();
-            writer.Put("verdict", verdict);
-            writer.Put("formatName", formats->GetInfo(i)->formatName);
-            writer.EndObject();
-        } else {
-            std::cout << verdict << '\t' << formats->GetInfo(i)->formatName << '\n';
-        }
-    }
-    if (json) {
-        writer.EndArray();
-        writer.Put("chosen", name);
-        writer.EndObject();
+        WriteJson(*formats, finding, chosen);
     } else {
-        std::cout << "chosen\t" << name << '\n';
+        WriteText(*formats, finding, chosen);
     }
-    return chosen < 1 ? ExitFailed : ExitSuccess;
+    if (finding.format == 0 && !request.quiet) {
+        std::cout.flush();
+        std::cerr << "karta-import: " << file << ": " << finding.reason << '\n';
+    }
+    return finding.format == 0 ? ExitFailed : ExitSuccess;
 }

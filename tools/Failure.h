@@ -4,7 +4,13 @@
 #include <string>
 
 /** Exit statuses of the program. */
-enum ExitStatus { ExitSuccess = 0, ExitFailed = 1, ExitUsage = 2, ExitInterrupted = 130 };
+enum ExitStatus {
+    ExitSuccess = 0,
+    ExitFailed = 1,
+    ExitUsage = 2,
+    ExitInterrupted = 130, /**< by SIGINT */
+    ExitTerminated = 143   /**< by SIGTERM */
+};
 
 /** What the program says when memory has run out. */
 inline constexpr const char* NotEnoughMemory = "there is not enough memory";

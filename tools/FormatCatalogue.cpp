@@ -11,23 +11,45 @@ int FormatCatalogue::FindFormat(const std::string& name) const {
             return i;
         }
     }
+    for (int i = 1; i <= SizeInfos(); ++i) {
+        const FormatRecogniser* recogniser = GetRecogniser(i);
+        if (recogniser != nullptr && EqualIgnoringCase(recogniser->GetShortName(), name)) {
+            return i;
+        }
+    }
+    return 0;
+}
+
+int FormatCatalogue::OwnIndex(int format) const {
+    for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
+        if (SprFileFactory::GetInfo(i) == GetInfo(format)) {
+            return i;
+        }
+    }
     return 0;
 }
 
 std::unique_ptr<SpreadsheetFile> FormatCatalogue::MakeReader(int format) const {
-    for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
-        if (SprFileFactory::GetInfo(i) == GetInfo(format)) {
-            return std::unique_ptr<SpreadsheetFile>(SprFileFactory::GetSpreadsheetFile(i));
-        }
-    }
-    return std::unique_ptr<SpreadsheetFile>(GetSpreadsheetFile(format));
+    const int own = OwnIndex(format);
+    return std::unique_ptr<SpreadsheetFile>(own != 0 ? SprFileFactory::GetSpreadsheetFile(own)
+                                                     : GetSpreadsheetFile(format));
+}
+
+const FormatRecogniser* FormatCatalogue::GetRecogniser(int format) const {
+    return IsOwn(format) ? FormatRecogniser::Find(GetInfo(format)->formatName) : nullptr;
+}
+
+std::string FormatCatalogue::GetNames(int format) const {
+    const FormatRecogniser* recogniser = GetRecogniser(format);
+    const std::string name = GetInfo(format)->formatName;
+    return recogniser == nullptr ? name : name + " (" + recogniser->GetShortName() + ")";
 }
 
 std::vector<std::string> FormatCatalogue::PossibleFormats(const std::string& fileName) const {
     std::vector<std::string> names;
     for (int i = 1; i <= SizeInfos(); ++i) {
         if (GetVerdict(i, fileName.c_str()) > 0) {
-            names.emplace_back(GetInfo(i)->formatName);
+            names.push_back(GetNames(i));
         }
     }
     return names;

@@ -1,14 +1,17 @@
 #include <algorithm>
+#include <cmath>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "base/PathNames.h"
 #include "frame/FileContents.h"
 #include "tools/Commands.h"
+#include "tools/ExtentSink.h"
 #include "tools/Failure.h"
 #include "tools/Json.h"
 #include "tools/TableRead.h"
+#include "tools/TerminalText.h"
 #include "tools/Utf8Text.h"
 
 namespace {
@@ -21,29 +24,13 @@ struct Report {
     int cols = 0;
     std::vector<FileContents::Fact> facts;
     std::vector<FileContents::Part> parts;
-    std::string warning;
+    ReadReport read;
+    std::optional<Failure> failure;  // there is no table; what the file holds is known all the same
 };
 
-std::string ReasonFor(const FormatCatalogue& formats, int format, const ReadRequest& request) {
-    if (!request.format.empty()) {
-        return "named with --format";
-    }
-    const std::string& file = request.files.front();
-    if (formats.GetVerdict(format, file.c_str()) == 2) {
-        return "proved by the content";
-    }
-    const std::string lower = ToLowerCase(file);
-    for (const std::string& extension : formats.Extensions(format)) {
-        if (lower.ends_with(ToLowerCase(extension))) {
-            return "possible by the content, chosen by the extension " + extension;
-        }
-    }
-    return "the first that is possible by the content; --format names another";
-}
-
-void CollectContents(const FormatCatalogue& formats, int format, const ReadRequest& request, Report& report) {
-    OptionsRecord options = MakeOptions(formats, format, request);
-    const auto reader = MakeReader(formats, format, request);
+void CollectContents(const ChosenFormat& chosen, const ReadRequest& request, Report& report) {
+    OptionsRecord options = MakeOptions(*chosen.formats, chosen.format, request);
+    const auto reader = MakeReader(*chosen.formats, chosen.format, request);
     reader->Open(true, request.Selection().c_str(), options.Get());
     if (auto* contents = dynamic_cast<FileContents*>(reader.get());
         contents != nullptr && reader->GetStatus() == SpreadsheetFile::StatusOk) {
@@ -54,19 +41,27 @@ void CollectContents(const FormatCatalogue& formats, int format, const ReadReque
 
 Report Examine(const ReadRequest& request) {
     Report report;
-    CheckFiles(request);
-    AnswerQuestions(request);
-    const auto formats = LoadFormats(request);
-    const int format = ChooseFormat(*formats, request);
-    report.format = formats->GetInfo(format)->formatName;
-    report.reason = ReasonFor(*formats, format, request);
-    CollectContents(*formats, format, request, report);
-    // The size of some formats, and all warnings, are known only when the table has been read.
-    TableRead read;
-    ReadTable(request, read);
-    report.rows = read.table->GetNumberOfRows();
-    report.cols = read.table->GetNumberOfColumns();
-    report.warning = request.quiet ? "" : read.warning;
+    const ChosenFormat chosen = ChooseFormat(request);
+    report.format = chosen.GetName();
+    report.reason = chosen.reason;
+    CollectContents(chosen, request, report);
+    // The size of some formats, and all warnings and notes, are known only when the table has been read.
+    ReadControl control(request);
+    ExtentSink extent(control);
+    try {
+        ReadSelection(request, chosen, control, extent, report.read);
+    } catch (const Failure& failure) {
+        if (failure.GetStatus() != ExitFailed || report.parts.empty()) {
+            throw;
+        }
+        report.failure = failure;
+    }
+    report.rows = extent.GetNumberOfRows();
+    report.cols = extent.GetNumberOfColumns();
+    if (request.quiet) {
+        report.read.warning.clear();
+        report.read.notes.clear();
+    }
     return report;
 }
 
@@ -77,9 +72,11 @@ std::string SizeOf(const FileContents::Part& part) {
     return std::to_string(part.rows) + " rows, " + std::to_string(part.cols) + " columns";
 }
 
+// A line stays one line, whatever the file's own texts hold.
 void WriteLine(const std::string& name, const std::string& value) {
-    std::cout << name << std::string(std::max<std::size_t>(name.size(), 10) + 2 - name.size(), ' ')
-              << AsUtf8(value) << '\n';
+    std::cout << VisibleText(name)
+              << std::string(std::max<std::size_t>(name.size(), 10) + 2 - name.size(), ' ')
+              << VisibleText(AsUtf8(value)) << '\n';
 }
 
 void WriteText(const ReadRequest& request, const Report& report) {
@@ -87,7 +84,12 @@ void WriteText(const ReadRequest& request, const Report& report) {
         WriteLine("file", file);
     }
     WriteLine("format", report.format + " (" + report.reason + ")");
-    WriteLine("table", std::to_string(report.rows) + " rows, " + std::to_string(report.cols) + " columns");
+    if (report.failure) {
+        WriteLine("table", "can't be read as it is");
+    } else {
+        WriteLine("table",
+                  std::to_string(report.rows) + " rows, " + std::to_string(report.cols) + " columns");
+    }
     for (const FileContents::Fact& fact : report.facts) {
         WriteLine(fact.name, fact.value);
     }
@@ -100,9 +102,23 @@ void WriteText(const ReadRequest& request, const Report& report) {
         }
         WriteLine(part.kind + " " + std::to_string(i + 1), text);
     }
-    if (!report.warning.empty()) {
-        WriteLine("warning", report.warning);
+    if (!report.read.warning.empty()) {
+        WriteLine("warning", report.read.warning);
     }
+    for (const karta::Note& note : report.read.notes) {
+        WriteLine("note", note.text);
+    }
+}
+
+void WriteFact(JsonWriter& json, const FileContents::Fact& fact) {
+    if (!fact.number || !std::isfinite(*fact.number)) {
+        json.Put(AsUtf8(fact.name), AsUtf8(fact.value));
+        return;
+    }
+    json.BeginObject(AsUtf8(fact.name));
+    json.Put("value", *fact.number);
+    json.Put("unit", AsUtf8(fact.unit));
+    json.EndObject();
 }
 
 void WritePart(JsonWriter& json, const FileContents::Part& part) {
@@ -118,6 +134,15 @@ void WritePart(JsonWriter& json, const FileContents::Part& part) {
     json.EndObject();
 }
 
+void WriteNote(JsonWriter& json, const karta::Note& note) {
+    json.BeginObject();
+    json.Put("code", note.code);
+    json.Put("count", static_cast<long long>(note.count));
+    json.Put("place", AsUtf8(note.place));
+    json.Put("text", AsUtf8(note.text));
+    json.EndObject();
+}
+
 void WriteJson(const ReadRequest& request, const Report& report) {
     JsonWriter json(std::cout);
     json.BeginObject();
@@ -128,11 +153,14 @@ void WriteJson(const ReadRequest& request, const Report& report) {
     json.EndArray();
     json.Put("format", report.format);
     json.Put("reason", report.reason);
-    json.Put("rows", static_cast<long long>(report.rows));
-    json.Put("columns", static_cast<long long>(report.cols));
+    json.Put("reading", request.IsComplete() ? "complete" : "classic");
+    if (!report.failure) {
+        json.Put("rows", static_cast<long long>(report.rows));
+        json.Put("columns", static_cast<long long>(report.cols));
+    }
     json.BeginObject("facts");
     for (const FileContents::Fact& fact : report.facts) {
-        json.Put(fact.name, AsUtf8(fact.value));
+        WriteFact(json, fact);
     }
     json.EndObject();
     json.BeginArray("parts");
@@ -140,7 +168,15 @@ void WriteJson(const ReadRequest& request, const Report& report) {
         WritePart(json, part);
     }
     json.EndArray();
-    json.Put("warning", AsUtf8(report.warning));
+    json.Put("warning", AsUtf8(report.read.warning));
+    json.BeginArray("notes");
+    for (const karta::Note& note : report.read.notes) {
+        WriteNote(json, note);
+    }
+    json.EndArray();
+    if (report.failure) {
+        PutError(json, *report.failure);
+    }
     json.EndObject();
 }
 
@@ -152,6 +188,11 @@ int RunInfo(const ReadRequest& request, bool json) {
         WriteJson(request, report);
     } else {
         WriteText(request, report);
+    }
+    if (report.failure) {
+        std::cout.flush();
+        std::cerr << "karta-import: " << report.failure->what() << '\n';
+        return report.failure->GetStatus();
     }
     return ExitSuccess;
 }

@@ -1,9 +1,21 @@
 #pragma once
 
-/** Ctrl-C ends a read at its next row, so that nothing half-written stays. */
+#include <stop_token>
+
+/**
+ * SIGINT and SIGTERM end the program in order: what is being read or written is asked to stop, and what isn't
+ * whole is removed. Who doesn't stop within a moment is ended by the watcher, which removes unfinished files
+ * itself; so does a second signal, at once.
+ */
 class Interrupt {
 public:
-    /** From now on the key is noted instead of ending the program. */
+    /** From now on the signals are watched. One that is ignored from the start stays so. */
     static void Install();
     static bool IsRequested();
+    /** Raises Failure with the signal's exit status once a signal came. */
+    static void ThrowIfRequested();
+    /** Asked to stop by the first signal. */
+    static std::stop_token GetStopToken();
+    /** Called by the watcher before it ends the program; a plain function, or null. */
+    static void SetLastAct(void (*act)());
 };

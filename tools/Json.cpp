@@ -1,32 +1,35 @@
 #include "tools/Json.h"
 
+#include <algorithm>
 #include <ostream>
 
+#include "base/NumberFormat.h"
+#include "tools/TerminalText.h"
+#include "tools/Utf8Text.h"
+
+namespace {
+
+bool IsPlain(char c) {
+    return c >= 0x20 && c < 0x7f && c != '"' && c != '\\';
+}
+
+}  // namespace
+
 std::string JsonQuote(std::string_view text) {
-    static constexpr char Digits[] = "0123456789abcdef";
     std::string quoted = "\"";
-    for (const char c : text) {
-        switch (c) {
-            case '"':
-            case '\\':
-                quoted += {'\\', c};
-                break;
-            case '\n':
-                quoted += "\\n";
-                break;
-            case '\r':
-                quoted += "\\r";
-                break;
-            case '\t':
-                quoted += "\\t";
-                break;
-            default:
-                if (static_cast<unsigned char>(c) < 0x20) {
-                    quoted += {'\\', 'u', '0', '0', Digits[c >> 4 & 15], Digits[c & 15]};
-                } else {
-                    quoted += c;
-                }
-                break;
+    while (!text.empty()) {
+        const auto plain =
+            static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), IsPlain) - text.begin());
+        quoted += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (text.empty()) {
+            break;
+        }
+        if (text.front() == '"' || text.front() == '\\') {
+            quoted += {'\\', text.front()};
+            text.remove_prefix(1);
+        } else {
+            AppendVisibleCharacter(quoted, text, EscapeStyle::Json);
         }
     }
     return quoted + "\"";
@@ -94,4 +97,16 @@ void JsonWriter::Put(std::string_view key, long long value) {
 void JsonWriter::Put(std::string_view value) {
     Start({});
     stream << JsonQuote(value);
+}
+
+void JsonWriter::Put(std::string_view key, double value) {
+    Start(key);
+    stream << FormatShortest(value);
+}
+
+void PutError(JsonWriter& json, const Failure& failure) {
+    json.BeginObject("error");
+    json.Put("message", AsUtf8(failure.what()));
+    json.Put("status", static_cast<long long>(failure.GetStatus()));
+    json.EndObject();
 }

@@ -5,7 +5,11 @@
 #include <string_view>
 #include <vector>
 
-/** A text as JSON writes it, in double quotes. The text must be UTF-8. */
+#include "tools/Failure.h"
+
+/**
+ * A text as JSON writes it, in double quotes; what a terminal would obey is escaped. The text must be UTF-8.
+ */
 std::string JsonQuote(std::string_view text);
 
 /** Writes one JSON document, indented, with its members in the order of the calls. */
@@ -23,6 +27,8 @@ public:
     void Put(std::string_view key, const char* value) { Put(key, std::string_view(value)); }
     void Put(std::string_view key, bool value);
     void Put(std::string_view key, long long value);
+    /** A finite number, in the shortest form that reads back the same. */
+    void Put(std::string_view key, double value);
     void Put(std::string_view value);
 
 private:
@@ -33,3 +39,6 @@ private:
     std::ostream& stream;
     std::vector<bool> hasMembers;  // for each open bracket, whether a comma is due
 };
+
+/** The member "error" of an object: why a verb failed, and the program's exit status. */
+void PutError(JsonWriter& json, const Failure& failure);

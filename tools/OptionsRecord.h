@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "frame/FileContents.h"
@@ -24,17 +25,32 @@ public:
     /** What Open is given: null, the settings, or an empty record to be filled and kept. */
     NvImportOpenOptions* Get() { return given ? &record : nullptr; }
 
+    /** The part for FileContents::SelectPart, where the choice doesn't travel in the record. */
+    const std::optional<int>& GetSelectedPart() const { return selectedPart; }
+
     /** Whether the request goes by what the file holds, so that it must be looked at first. */
     static bool NeedsParts(const ReadRequest& request);
 
-    /** Writes the record in its stream form to the file that the request names, if it names one. */
-    static void Save(const ReadRequest& request, const NvImportOpenOptions& options);
+    /**
+     * The reading that a request asks for: what was said, else what a kept record was made by (classic where
+     * it doesn't tell), else the verb's own. Through the driver it is always the classic one.
+     */
+    static karta::Reading ReadingOf(const ReadRequest& request, karta::Reading ofVerb);
+
+    /**
+     * Writes the record in its stream form to the file that the request names, if it names one. Where the
+     * reader is this library's, the record tells by which reading it was made.
+     */
+    static void Save(const ReadRequest& request, const NvImportOpenOptions& options, bool isOwnReader);
 
     /** Save after a read through the driver, which leaves the bytes of a filled record to its caller. */
-    void SaveAfterDriver(const ReadRequest& request);
+    void SaveAfterDriver(const ReadRequest& request, bool isOwnReader);
 
 private:
+    void Choose(const ReadRequest& request, const std::vector<FileContents::Part>& parts);
+
     bool given = false;
     std::vector<std::uint8_t> bytes;
     NvImportOpenOptions record{0, nullptr};
+    std::optional<int> selectedPart;
 };

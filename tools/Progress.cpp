@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include <iostream>
+#include <algorithm>
 
 namespace {
 
@@ -10,6 +10,15 @@ constexpr auto Patience = std::chrono::milliseconds(500);
 constexpr auto Interval = std::chrono::milliseconds(100);
 // The clock is looked at once in so many rows.
 constexpr unsigned int CallsBetween = 64;
+constexpr int Percent = 100;
+
+constexpr const char* ToLineStart = "\r";
+constexpr const char* EraseRest = "\x1b[K";
+
+// Past the stream, which shows what moves the cursor as text.
+void WriteToTerminal(const std::string& text) {
+    [[maybe_unused]] const ssize_t ignored = write(STDERR_FILENO, text.data(), text.size());
+}
 
 }  // namespace
 
@@ -18,23 +27,37 @@ Progress::Progress(bool wanted)
 
 Progress::~Progress() {
     if (drawn) {
-        std::cerr << "\r\x1b[K" << std::flush;
+        WriteToTerminal(std::string(ToLineStart) + EraseRest);
     }
 }
 
-void Progress::Show(int row, int rows) {
-    if (!enabled || ++calls % CallsBetween != 0) {
-        return;
-    }
+bool Progress::IsTime() {
     const auto now = std::chrono::steady_clock::now();
     if (now < next) {
-        return;
+        return false;
     }
     next = now + Interval;
+    return true;
+}
+
+void Progress::Draw(const std::string& text) {
     drawn = true;
-    std::cerr << "\rreading row " << row;
-    if (rows >= row) {
-        std::cerr << " of " << rows;
+    WriteToTerminal(ToLineStart + text + EraseRest);
+}
+
+void Progress::Show(int row, int rows) {
+    if (!enabled || ++calls % CallsBetween != 0 || !IsTime()) {
+        return;
     }
-    std::cerr << "\x1b[K" << std::flush;
+    std::string text = "reading row " + std::to_string(row);
+    if (rows >= row) {
+        text += " of " + std::to_string(rows);
+    }
+    Draw(text);
+}
+
+void Progress::ShowShare(double share) {
+    if (enabled && share >= 0.0 && IsTime()) {
+        Draw("reading, " + std::to_string(static_cast<int>(std::min(share, 1.0) * Percent)) + " %");
+    }
 }

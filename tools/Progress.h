@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <string>
 
 /**
  * A line of progress on standard error: only when that is a terminal, and only once a read has taken
@@ -15,8 +16,13 @@ public:
 
     /** Cheap enough for every row. */
     void Show(int row, int rows);
+    /** The share that is done, 0 to 1; below 0 where it isn't known. */
+    void ShowShare(double share);
 
 private:
+    bool IsTime();
+    void Draw(const std::string& text);
+
     bool enabled;
     bool drawn = false;
     unsigned int calls = 0;

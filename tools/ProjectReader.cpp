@@ -6,10 +6,18 @@
 #include <iostream>
 
 #include "host/project/CompoundFileStreamSource.h"
+#include "tools/Interrupt.h"
 
 namespace {
 
 constexpr int MostQuestions = 3;
+
+// For a program that is ended while it asks.
+termios beforeHiding{};
+
+void ShowInputAgain() {
+    tcsetattr(STDIN_FILENO, TCSANOW, &beforeHiding);
+}
 
 /** A terminal that doesn't show what is typed, for as long as this lives. */
 class HiddenInput {
@@ -18,6 +26,8 @@ public:
         changed = tcgetattr(STDIN_FILENO, &before) == 0;
         if (changed) {
             termios hidden = before;
+            beforeHiding = before;
+            Interrupt::SetLastAct(ShowInputAgain);
             hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
             changed = tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden) == 0;
         }
@@ -28,6 +38,7 @@ public:
         if (changed) {
             tcsetattr(STDIN_FILENO, TCSAFLUSH, &before);
         }
+        Interrupt::SetLastAct(nullptr);
     }
 
 private:

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "base/Reading.h"
@@ -14,13 +14,23 @@ struct ReadRequest {
     std::string plugins;             // a folder, or empty
     std::optional<std::string> delimiter;
     bool mergeDelimiters = false;
-    std::vector<std::string> sheets;  // names, or places from 1
+    // Parts of the file, by name or by place in info's list from 1, comma-separated; empty: not chosen.
+    std::string sheets;
     bool sideBySide = false;
-    std::vector<int> blocks;  // places from 1
-    std::optional<int> matrix;
+    std::string blocks;
+    std::string matrix;
+    std::string part;
     std::vector<std::string> includes;  // "A:B"
     std::optional<int> average;
     bool noXRow = false;
+    std::optional<std::string> encoding;
+    std::optional<std::string> decimal;
+    std::optional<int> header;
+    std::optional<std::string> textColumns;
+    bool noTypes = false;
+    std::optional<std::string> dateOrder;
+    std::optional<std::string> rowNames;
+    std::optional<std::string> columnNames;
     std::vector<std::string> settings;  // "KEY=VALUE"
     std::string optionsFile;
     std::string saveOptionsFile;
@@ -29,8 +39,13 @@ struct ReadRequest {
     bool answerYes = false;
     bool answerNo = false;
     std::optional<std::string> password;  // of a project; asked for on the terminal when not given
+    std::optional<std::uint64_t> limit;   // bytes that a read may take; else in proportion to the file
     bool quiet = false;
+    bool verbose = false;
+    std::optional<karta::Reading> givenReading;  // by --complete or --classic
     karta::Reading reading = karta::Reading::Classic;
+
+    bool IsComplete() const { return reading == karta::Reading::Complete; }
 
     /** The files as the readers take them: joined by line feeds. */
     std::string Selection() const;

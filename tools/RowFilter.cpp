@@ -1,6 +1,7 @@
 #include "tools/RowFilter.h"
 
 #include <algorithm>
+#include <limits>
 #include <sstream>
 
 #include "host/NvString.h"
@@ -37,4 +38,18 @@ int RowFilter::NextRowToRead(int row) const {
         }
     }
     return -1;
+}
+
+bool RowFilter::IsWanted(int row) const {
+    return IsAll() || std::any_of(ranges.begin(), ranges.end(), [row](const auto& range) {
+               return row >= range.first && row <= range.second;
+           });
+}
+
+int RowFilter::GetLast() const {
+    int last = IsAll() ? std::numeric_limits<int>::max() : 0;
+    for (const auto& range : ranges) {
+        last = std::max(last, range.second);
+    }
+    return last;
 }

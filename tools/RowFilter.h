@@ -14,6 +14,9 @@ public:
     bool IsAll() const { return ranges.empty(); }
     /** The next wanted row after `row`; -1 after the last, and once the user has interrupted. */
     int NextRowToRead(int row) const;
+    bool IsWanted(int row) const;
+    /** The last wanted row; the largest number there is where all are wanted. */
+    int GetLast() const;
 
 private:
     std::vector<std::pair<int, int>> ranges;  // sorted, both ends included

@@ -11,6 +11,7 @@
 #include "tools/Commands.h"
 #include "tools/Failure.h"
 #include "tools/TableRead.h"
+#include "tools/TerminalText.h"
 #include "tools/Utf8Text.h"
 
 namespace {
@@ -32,16 +33,14 @@ std::size_t TerminalWidth() {
                : UsualWidth;
 }
 
-// What would move the cursor is shown as a blank.
 std::string CellText(TableData& table, int col, int row) {
-    std::string text = AsUtf8(table.GetString(col, row));
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; },
-        ' ');
-    if (GetDisplayWidth(text) > MaxCellWidth) {
-        text = std::string(FitDisplayWidth(text, MaxCellWidth - 1)) + "\u2026";
+    // No more than can be shown of a text of megabytes: an escape is wider than its character.
+    const std::string text = AsUtf8(table.GetString(col, row));
+    std::string visible = VisibleText(FitDisplayWidth(text, MaxCellWidth + 1));
+    if (GetDisplayWidth(visible) > MaxCellWidth) {
+        visible = std::string(FitDisplayWidth(visible, MaxCellWidth - 1)) + "\u2026";
     }
-    return text;
+    return visible;
 }
 
 bool IsNumber(const std::string& text) {
@@ -97,15 +96,27 @@ std::string Counted(int count, const char* noun) {
     return std::to_string(count) + " more " + noun + (count == 1 ? "" : "s");
 }
 
-void SayWhatIsLeftOut(int rows, int cols) {
-    if (rows > 0 && cols > 0) {
-        std::cout << "(" << Counted(rows, "row") << " and " << Counted(cols, "column") << ")\n";
-    } else if (rows > 0 || cols > 0) {
-        std::cout << "(" << (rows > 0 ? Counted(rows, "row") : Counted(cols, "column")) << ")\n";
+/** How many rows aren't shown. */
+struct RowsLeftOut {
+    int known = 0;
+    bool areMore = false;  // than known: the read ended before its end
+};
+
+void SayWhatIsLeftOut(const RowsLeftOut& rows, int cols) {
+    std::string text = rows.areMore ? "more rows" : rows.known > 0 ? Counted(rows.known, "row") : "";
+    if (cols > 0) {
+        text += (text.empty() ? "" : " and ") + Counted(cols, "column");
+    }
+    if (!text.empty()) {
+        std::cout << "(" << text << ")\n";
     }
 }
 
-void ShowRows(TableData& table, const std::vector<int>& rows, int rowsLeftOut) {
+void ShowRows(TableData& table, const std::vector<int>& rows, const RowsLeftOut& rowsLeftOut) {
+    if (table.GetNumberOfColumns() == 0 || table.GetNumberOfRows() == 0) {
+        std::cout << "(the table is empty)\n";
+        return;
+    }
     const std::size_t gutter = std::to_string(rows.empty() ? 0 : rows.back()).size();
     const std::vector<Column> columns = FittingColumns(table, rows, gutter);
     for (std::size_t line = 0; line <= rows.size(); ++line) {
@@ -131,13 +142,15 @@ int RunShow(const ReadRequest& request, int maxRows) {
     TableRead read;
     ReadTable(head, read);
     std::vector<int> rows = read.Rows(head);
-    int leftOut = request.want.empty() ? read.table->GetNumberOfRows() - static_cast<int>(rows.size()) : 0;
+    RowsLeftOut leftOut;
+    if (request.want.empty()) {
+        leftOut = {read.table->GetNumberOfRows() - static_cast<int>(rows.size()), read.hasMoreRows};
+    }
     if (rows.size() > static_cast<std::size_t>(maxRows)) {
-        leftOut += static_cast<int>(rows.size()) - maxRows;
+        leftOut.known += static_cast<int>(rows.size()) - maxRows;
         rows.resize(static_cast<std::size_t>(maxRows));
     }
     ShowRows(*read.table, rows, leftOut);
-    ShowWarning(request, read.warning);
-    ShowNotes(request, read.notes);
+    ShowReport(request, read.report);
     return ExitSuccess;
 }

@@ -1,8 +1,8 @@
 #include "tools/TableRead.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <exception>
@@ -16,39 +16,19 @@
 #include "frame/ImportHelperBase.h"
 #include "host/NvFile.h"
 #include "host/Question.h"
+#include "tools/AxisCheck.h"
+#include "tools/BlockAdvice.h"
 #include "tools/Failure.h"
+#include "tools/FormatDetection.h"
+#include "tools/FormatOptions.h"
 #include "tools/Interrupt.h"
-#include "tools/Progress.h"
+#include "tools/ProgramTable.h"
 #include "tools/ProjectReader.h"
 #include "tools/RowFilter.h"
 
 namespace {
 
 constexpr unsigned int ErrorTextSize = 4096;
-
-/** The program's table: filters rows, draws progress and lets Ctrl-C through. */
-class ProgramTable : public TableData {
-public:
-    explicit ProgramTable(const ReadRequest& request) : filter(request.want), progress(!request.quiet) {}
-
-    int NextRowToRead(int row) override {
-        progress.Show(row, GetNumberOfRows());
-        return filter.NextRowToRead(row);
-    }
-
-    void SetDataSize(int cols, int rows) override {
-        // A reader that asks for no row can still be stopped where it grows the table.
-        if (Interrupt::IsRequested()) {
-            throw Failure("interrupted", ExitInterrupted);
-        }
-        progress.Show(rows, GetNumberOfRows());
-        TableData::SetDataSize(cols, rows);
-    }
-
-private:
-    RowFilter filter;
-    Progress progress;
-};
 
 /** The driver as the program uses it: warnings are kept for the verb to show. */
 class ProgramDriver : public ImportHelperBase {
@@ -74,70 +54,146 @@ std::string OrNoReason(const std::string& text) {
     throw Failure(request.files.front() + ": " + text);
 }
 
-void SelectMatrix(SpreadsheetFile& reader, const ReadRequest& request) {
-    if (!request.matrix) {
-        return;
-    }
-    auto* contents = dynamic_cast<FileContents*>(&reader);
-    if (contents == nullptr || !contents->SelectPart(*request.matrix)) {
-        Fail(request, "--matrix: there is no matrix number " + std::to_string(*request.matrix) +
-                          " to choose; karta-import info lists what the file holds");
-    }
-}
-
-// What a reader has to say after a read that succeeded, and its end.
-void KeepRead(SpreadsheetFile& reader, OptionsRecord& options, const ReadRequest& request,
-              TableRead& result) {
-    const char* warning = reader.GetWarningMessage();
-    result.warning = warning == nullptr ? "" : warning;
-    if (const auto* own = dynamic_cast<FormatReader*>(&reader)) {
-        result.notes = own->GetContext()->notes.GetAll();
-    }
-    if (options.Get() != nullptr) {
-        OptionsRecord::Save(request, *options.Get());
-    }
-    reader.Close();
-}
-
-// Open, measure, read: as the driver does it, but without the flat interface between.
-void ReadDirectly(SpreadsheetFile& reader, OptionsRecord& options, const ReadRequest& request,
-                  TableRead& result, TableData& table) {
-    reader.Open(true, request.Selection().c_str(), options.Get());
-    if (reader.GetStatus() != SpreadsheetFile::StatusOk) {
-        Fail(request, MessageOf(reader));
-    }
-    SelectMatrix(reader, request);
-    if (request.reading == karta::Reading::Complete) {
-        // The table is as large as its cells: what the reader says on the way.
-        if (reader.Read(&table) != SpreadsheetFile::StatusOk) {
-            Fail(request, MessageOf(reader));
+/** One read by a reader that is called directly, as the driver does it, but without the flat interface. */
+class DirectRead {
+public:
+    DirectRead(const ReadRequest& readRequest, const ChosenFormat& chosenFormat, ReadControl& readControl,
+               SpreadsheetData& target, ReadReport& readReport)
+        : request(readRequest),
+          chosen(chosenFormat),
+          control(readControl),
+          sink(target),
+          report(readReport),
+          reader(MakeReader(*chosen.formats, chosen.format, request)) {
+        if (const auto* own = dynamic_cast<FormatReader*>(reader.get())) {
+            context = own->GetContext();
+            context->stop = control.GetStopToken();
+            context->progress = [this](double share) { control.ShowShare(share); };
         }
-        KeepRead(reader, options, request, result);
-        return;
     }
-    const int rows = reader.GetNumRows();
-    const int cols = reader.GetNumCols();
-    if (rows == -1 || cols == -1) {
-        Fail(request, MessageOf(reader));
-    }
-    if (rows <= 0 || cols <= 0) {
-        Fail(request, "The selected file does not contain any data. Import will be aborted.");
-    }
-    table.SetDataSize(cols, rows);
-    if (reader.Read(&table) != SpreadsheetFile::StatusOk) {
-        Fail(request, MessageOf(reader));
-    }
-    KeepRead(reader, options, request, result);
-}
 
-void ReadThroughDriver(int format, OptionsRecord& options, const ReadRequest& request, TableRead& result,
-                       TableData& table) {
-    ProgramDriver driver(new FormatCatalogue, request.plugins, result.warning);
-    if (!driver.ReadSpreadsheetFile(request.Selection().c_str(), format, &table, options.Get(), true,
+    void Run(OptionsRecord& options) {
+        try {
+            Read(options);
+        } catch (const karta::Stopped&) {
+            // Stopped by the user, or because all that was wanted is there.
+            Interrupt::ThrowIfRequested();
+        } catch (...) {
+            KeepWhatIsKnown();
+            throw;
+        }
+        KeepWhatIsKnown();
+        if (options.Get() != nullptr) {
+            OptionsRecord::Save(request, *options.Get(), chosen.formats->IsOwn(chosen.format));
+        }
+        reader->Close();
+    }
+
+private:
+    void Read(OptionsRecord& options) {
+        reader->Open(true, request.Selection().c_str(), options.Get());
+        if (reader->GetStatus() != SpreadsheetFile::StatusOk) {
+            FailWithReader();
+        }
+        SelectPart(options);
+        // In the complete reading the table is as large as its cells: the reader says so on the way.
+        if (!request.IsComplete() || context == nullptr) {
+            Measure();
+        }
+        if (reader->Read(&sink) != SpreadsheetFile::StatusOk && !control.HasEnough()) {
+            FailWithReader();
+        }
+        if (!control.WasResized() && !control.HasEnough()) {
+            TakeSize();
+        }
+        if (const char* warning = reader->GetWarningMessage()) {
+            report.warning = warning;
+        }
+    }
+
+    void SelectPart(const OptionsRecord& options) {
+        if (!options.GetSelectedPart()) {
+            return;
+        }
+        const int number = *options.GetSelectedPart();
+        auto* contents = dynamic_cast<FileContents*>(reader.get());
+        // In the complete reading the choice is in the record too.
+        if ((contents == nullptr || !contents->SelectPart(number)) && !request.IsComplete()) {
+            Fail(request, "--matrix: there is no matrix number " + std::to_string(number) +
+                              " to choose; karta-import info lists what the file holds");
+        }
+    }
+
+    void Measure() {
+        const int rows = reader->GetNumRows();
+        const int cols = reader->GetNumCols();
+        if (rows == -1 || cols == -1) {
+            FailWithReader();
+        }
+        if (rows <= 0 || cols <= 0) {
+            Fail(request, "The selected file does not contain any data. Import will be aborted.");
+        }
+        sink.SetDataSize(cols, rows);
+    }
+
+    // Of a reader that hasn't told its table's size: empty rows and columns at the end count too.
+    void TakeSize() {
+        const int rows = reader->GetNumRows();
+        const int cols = reader->GetNumCols();
+        if (rows > 0 && cols > 0) {
+            sink.SetDataSize(cols, rows);
+        }
+    }
+
+    [[noreturn]] void FailWithReader() {
+        Interrupt::ThrowIfRequested();
+        if (reader->GetStatus() == SpreadsheetFile::StatusAbortedByUser) {
+            const std::string advice = AdviseOnBlocks(*chosen.formats, chosen.format, request);
+            if (!advice.empty()) {
+                Fail(request, advice);
+            }
+        }
+        Fail(request, MessageOf(*reader));
+    }
+
+    void KeepWhatIsKnown() {
+        if (context == nullptr) {
+            return;
+        }
+        NoteIntervalsOffAxis(request, *reader, context->notes);
+        for (const karta::Note& note : context->notes.GetAll()) {
+            report.notes.push_back(note);
+        }
+        report.shape = context->shape;
+    }
+
+    const ReadRequest& request;
+    const ChosenFormat& chosen;
+    ReadControl& control;
+    SpreadsheetData& sink;
+    ReadReport& report;
+    std::unique_ptr<SpreadsheetFile> reader;
+    std::shared_ptr<karta::ReadContext> context;  // null for a module's reader
+};
+
+void ReadThroughDriver(const ReadRequest& request, const ChosenFormat& chosen, OptionsRecord& options,
+                       SpreadsheetData& sink, ReadReport& report) {
+    ProgramDriver driver(new FormatCatalogue, request.plugins, report.warning);
+    if (!driver.ReadSpreadsheetFile(request.Selection().c_str(), chosen.format, &sink, options.Get(), true,
                                     nullptr)) {
+        Interrupt::ThrowIfRequested();
         Fail(request, OrNoReason(driver.GetErrorMessage()));
     }
-    options.SaveAfterDriver(request);
+    options.SaveAfterDriver(request, chosen.formats->IsOwn(chosen.format));
+}
+
+void ShowVerbosely(const ReadRequest& request, const ChosenFormat& chosen) {
+    if (request.verbose) {
+        std::cerr << "karta-import: " << request.files.front() << ": read as " << chosen.GetName() << " ("
+                  << chosen.reason << "), " << (request.IsComplete() ? "completely" : "classically")
+                  << (request.throughDriver ? ", through the driver" : "") << ", by "
+                  << chosen.formats->GetModulePath(chosen.format) << '\n';
+    }
 }
 
 }  // namespace
@@ -156,7 +212,10 @@ void CheckRoad(const ReadRequest& request) {
     if (!request.throughDriver) {
         return;
     }
-    if (request.matrix) {
+    if (request.givenReading == karta::Reading::Complete) {
+        throw Failure("the driver reads classically; --complete can't go with --through-driver", ExitUsage);
+    }
+    if (!request.matrix.empty()) {
         throw Failure("--matrix is chosen in the reader itself and can't go with --through-driver",
                       ExitUsage);
     }
@@ -176,8 +235,18 @@ void CheckNames(const ReadRequest& request) {
     }
 }
 
+void CheckKinds(const ReadRequest& request) {
+    for (const std::string& file : request.files) {
+        struct stat info{};
+        if (stat(file.c_str(), &info) == 0 && !S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode)) {
+            throw Failure(file + ": not a regular file; save what it gives to one first");
+        }
+    }
+}
+
 void CheckFiles(const ReadRequest& request) {
     CheckNames(request);
+    CheckKinds(request);
     for (const std::string& file : request.files) {
         if (!NvFile::Exists(file.c_str())) {
             throw Failure(file + ": " + std::strerror(errno));
@@ -197,25 +266,14 @@ std::unique_ptr<FormatCatalogue> LoadFormats(const ReadRequest& request) {
     return formats;
 }
 
-int ChooseFormat(FormatCatalogue& formats, const ReadRequest& request) {
-    if (!request.format.empty()) {
-        const int format = formats.FindFormat(request.format);
-        if (format == 0) {
-            throw Failure("there is no format '" + request.format + "'; karta-import formats lists them",
-                          ExitUsage);
-        }
-        return format;
+int FindNamedFormat(const FormatCatalogue& formats, const ReadRequest& request) {
+    if (request.format.empty()) {
+        return 0;
     }
-    const std::string& file = request.files.front();
-    const int format = formats.GetSpreadsheetFileIndex(file.c_str());
-    if (format < 1) {
-        std::string possible;
-        for (const std::string& name : formats.PossibleFormats(file)) {
-            possible += "\n  " + name;
-        }
-        throw Failure(file + ": The file type could not be determined (" + file + ")." +
-                      (possible.empty() ? " No format fits its content."
-                                        : " Name it with --format. These are possible:" + possible));
+    const int format = formats.FindFormat(request.format);
+    if (format == 0) {
+        throw Failure("there is no format '" + request.format + "'; karta-import formats lists them",
+                      ExitUsage);
     }
     return format;
 }
@@ -227,6 +285,26 @@ void CheckSelection(const FormatCatalogue& formats, int format, const ReadReques
     }
 }
 
+ChosenFormat ChooseFormat(const ReadRequest& request) {
+    CheckRoad(request);
+    CheckFiles(request);
+    AnswerQuestions(request);
+    ChosenFormat chosen{LoadFormats(request), 0, "named with --format"};
+    chosen.format = FindNamedFormat(*chosen.formats, request);
+    if (chosen.format == 0) {
+        const FormatFinding finding =
+            FormatDetection(*chosen.formats).DetectForUser(request.files.front(), request.reading);
+        if (finding.format == 0) {
+            Fail(request, finding.reason);
+        }
+        chosen.format = finding.format;
+        chosen.reason = finding.reason;
+    }
+    CheckSelection(*chosen.formats, chosen.format, request);
+    CheckFormatOptions(*chosen.formats, chosen.format, request);
+    return chosen;
+}
+
 std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int format,
                                             const ReadRequest& request) {
     auto reader = formats.MakeReader(format);
@@ -236,6 +314,10 @@ std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int 
     if (auto* own = dynamic_cast<FormatReader*>(reader.get())) {
         auto context = std::make_shared<karta::ReadContext>();
         context->reading = request.reading;
+        context->stop = Interrupt::GetStopToken();
+        if (request.limit) {
+            context->budget.SetLimit(*request.limit);
+        }
         own->SetContext(std::move(context));
     }
     return reader;
@@ -254,6 +336,7 @@ OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const Read
         ReadRequest rest = request;
         rest.sheets.clear();
         rest.blocks.clear();
+        rest.part.clear();
         rest.sideBySide = false;
         return {rest, {}};
     }
@@ -262,25 +345,26 @@ OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const Read
 }
 
 std::string MessageOf(SpreadsheetFile& reader) {
+    if (reader.GetStatus() == SpreadsheetFile::StatusAbortedByUser) {
+        // Its text is a key between reader and driver, not for people.
+        return "The import was given up: a question was answered so, or a choice is missing.";
+    }
     char buffer[ErrorTextSize + 1] = "";
     reader.GetErrorMessage(buffer, ErrorTextSize);
     return OrNoReason(buffer);
 }
 
-void ShowWarning(const ReadRequest& request, const std::string& warning) {
-    if (!request.quiet && !warning.empty()) {
-        std::cout.flush();
-        std::cerr << "karta-import: " << request.files.front() << ": warning: " << warning << '\n';
-    }
-}
-
-void ShowNotes(const ReadRequest& request, const std::vector<karta::Note>& notes) {
+void ShowReport(const ReadRequest& request, const ReadReport& report) {
     if (request.quiet) {
         return;
     }
     std::cout.flush();
-    for (const karta::Note& note : notes) {
-        std::cerr << "karta-import: " << request.files.front() << ": note: " << note.text << '\n';
+    const std::string& file = request.files.front();
+    if (!report.warning.empty()) {
+        std::cerr << "karta-import: " << file << ": warning: " << report.warning << '\n';
+    }
+    for (const karta::Note& note : report.notes) {
+        std::cerr << "karta-import: " << file << ": note: " << note.text << '\n';
     }
 }
 
@@ -298,32 +382,33 @@ void AnswerQuestions(const ReadRequest& request) {
     }
 }
 
-void ReadTable(const ReadRequest& request, TableRead& result) {
-    CheckRoad(request);
-    CheckFiles(request);
-    AnswerQuestions(request);
-    const auto formats = LoadFormats(request);
-    const int format = ChooseFormat(*formats, request);
-    CheckSelection(*formats, format, request);
-    result.formatName = formats->GetInfo(format)->formatName;
-    OptionsRecord options = MakeOptions(*formats, format, request);
-    auto table = std::make_unique<ProgramTable>(request);
+void ReadSelection(const ReadRequest& request, const ChosenFormat& chosen, ReadControl& control,
+                   SpreadsheetData& sink, ReadReport& report) {
+    ShowVerbosely(request, chosen);
+    report.notes = NoteUnknownSettings(*chosen.formats, chosen.format, request);
+    OptionsRecord options = MakeOptions(*chosen.formats, chosen.format, request);
     try {
         if (request.throughDriver) {
-            ReadThroughDriver(format, options, request, result, *table);
+            ReadThroughDriver(request, chosen, options, sink, report);
         } else {
-            const auto reader = MakeReader(*formats, format, request);
-            ReadDirectly(*reader, options, request, result, *table);
+            DirectRead(request, chosen, control, sink, report).Run(options);
         }
     } catch (const Failure&) {
         throw;
     } catch (const std::bad_alloc&) {
         Fail(request, NotEnoughMemory);
     } catch (const std::exception& exception) {
+        Interrupt::ThrowIfRequested();
         Fail(request, exception.what());
     }
-    if (Interrupt::IsRequested()) {
-        throw Failure("interrupted", ExitInterrupted);
-    }
+    Interrupt::ThrowIfRequested();
+}
+
+void ReadTable(const ReadRequest& request, TableRead& result, int headRows) {
+    const ChosenFormat chosen = ChooseFormat(request);
+    ReadControl control(request, headRows);
+    auto table = std::make_unique<ProgramTable>(control);
+    ReadSelection(request, chosen, control, *table, result.report);
+    result.hasMoreRows = control.HasEnough() && table->GetNumberOfRows() <= control.GetLastOfUse();
     result.table = std::move(table);
 }

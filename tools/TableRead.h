@@ -5,10 +5,13 @@
 #include <vector>
 
 #include "base/Note.h"
+#include "base/TableShape.h"
+#include "frame/SpreadsheetData.h"
 #include "frame/SpreadsheetFile.h"
 #include "table/TableData.h"
 #include "tools/FormatCatalogue.h"
 #include "tools/OptionsRecord.h"
+#include "tools/ReadControl.h"
 #include "tools/ReadRequest.h"
 
 // What all verbs that read do with a request, one step a function. Each raises Failure with the file's
@@ -20,21 +23,36 @@ void CheckRoad(const ReadRequest& request);
 /** Refuses names that can't be part of a selection. */
 void CheckNames(const ReadRequest& request);
 
+/** Refuses what is there and is neither a file nor a folder: reading it may never end. */
+void CheckKinds(const ReadRequest& request);
+
 /** Refuses names that can't be part of a selection, missing files, directories and unreadable ones. */
 void CheckFiles(const ReadRequest& request);
 
 /** The formats, with the plug-ins that the request names. */
 std::unique_ptr<FormatCatalogue> LoadFormats(const ReadRequest& request);
 
-/** The format that the request names, or the detected one. Raises Failure when there is none. */
-int ChooseFormat(FormatCatalogue& formats, const ReadRequest& request);
+/** The number of the format that the request names; 0 when it names none. Raises Failure for a wrong name. */
+int FindNamedFormat(const FormatCatalogue& formats, const ReadRequest& request);
 
 /** Refuses a selection of several files where the format takes one. */
 void CheckSelection(const FormatCatalogue& formats, int format, const ReadRequest& request);
 
+/** The formats, and the one to read a selection by. */
+struct ChosenFormat {
+    const char* GetName() const { return formats->GetInfo(format)->formatName; }
+
+    std::unique_ptr<FormatCatalogue> formats;
+    int format = 0;
+    std::string reason;  // why this one, for people
+};
+
+/** Checks the request and its files, and chooses the format that it names or that is detected. */
+ChosenFormat ChooseFormat(const ReadRequest& request);
+
 /**
- * A reader of the format that is called directly where the format is this library's, and that can ask the
- * user what its format's readers leave to a host.
+ * A reader of the format that is called directly where the format is this library's, with the context that
+ * the request asks for, and that can ask the user what its format's readers leave to a host.
  */
 std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int format,
                                             const ReadRequest& request);
@@ -55,11 +73,20 @@ std::string MessageOf(SpreadsheetFile& reader);
 /** Lets the reader's questions be answered as the request says. */
 void AnswerQuestions(const ReadRequest& request);
 
-/** Writes a reader's warning to standard error, unless the user wants it quiet. */
-void ShowWarning(const ReadRequest& request, const std::string& warning);
+/** What a read says beside its table. */
+struct ReadReport {
+    std::string warning;
+    std::vector<karta::Note> notes;
+    karta::TableShape shape;
+};
 
-/** Writes what isn't in the table to standard error, unless the user wants it quiet. */
-void ShowNotes(const ReadRequest& request, const std::vector<karta::Note>& notes);
+/** Writes a reader's warning and notes to standard error, unless the user wants it quiet. */
+void ShowReport(const ReadRequest& request, const ReadReport& report);
+
+/** Reads the selection into the sink. Raises Failure when there is no table; the report then holds what was
+ * known. */
+void ReadSelection(const ReadRequest& request, const ChosenFormat& chosen, ReadControl& control,
+                   SpreadsheetData& sink, ReadReport& report);
 
 /** A table and what the reader said about it. */
 struct TableRead {
@@ -67,10 +94,9 @@ struct TableRead {
     std::vector<int> Rows(const ReadRequest& request) const;
 
     std::unique_ptr<TableData> table;
-    std::string warning;
-    std::vector<karta::Note> notes;
-    std::string formatName;
+    ReadReport report;
+    bool hasMoreRows = false;  // than the table says: the read ended behind the last wanted one
 };
 
-/** Reads the selection into `result.table`. Raises Failure when there is no table. */
-void ReadTable(const ReadRequest& request, TableRead& result);
+/** Reads the selection into `result.table`; rows up to `headRows` too if they aren't wanted. */
+void ReadTable(const ReadRequest& request, TableRead& result, int headRows = 0);

@@ -4,10 +4,13 @@
 #include <charconv>
 #include <cmath>
 #include <iterator>
+#include <set>
 #include <string>
 #include <string_view>
 
+#include "tools/Interrupt.h"
 #include "tools/Json.h"
+#include "tools/TableSource.h"
 #include "tools/Utf8Text.h"
 
 namespace {
@@ -119,62 +122,123 @@ private:
     std::string line;
 };
 
-void WriteSeparated(TableData& table, const std::vector<int>& rows, char separator, OutputFile& output) {
+void WriteSeparated(TableData& table, const std::vector<int>& rows, const FormRequest& request,
+                    OutputFile& output) {
     CellPrinter printer(table);
-    FieldWriter writer(separator, output);
+    FieldWriter writer(request.form == TableForm::Tsv ? '\t' : ',', output);
     const int cols = table.GetNumberOfColumns();
     for (const int row : rows) {
         if (output.HasFailed()) {
             return;
         }
+        Interrupt::ThrowIfRequested();
         for (int col = 1; col <= cols; ++col) {
-            writer.Add(printer.PrintSource(col, row));
+            const std::string_view text = printer.PrintSource(col, row);
+            if (request.safeCells && table.IsString(col, row)) {
+                writer.Add(SafeCell(std::string(text)));
+            } else {
+                writer.Add(text);
+            }
         }
         writer.EndRow();
     }
 }
 
-std::string JsonCell(TableData& table, CellPrinter& printer, int col, int row) {
+std::string JsonCell(TableData& table, CellPrinter& printer, int col, int row, bool safeCells) {
     const TableData::Kind kind = table.GetKind(col, row);
     if (kind == TableData::Missing) {
         return "null";
     }
-    const std::string_view text = printer.Print(col, row);
     if (kind == TableData::Bool) {
         return table.GetInt64(col, row) != 0 ? "true" : "false";
     }
-    const bool isText = !table.IsFloat(col, row) || !std::isfinite(table.GetFloatValue(col, row));
-    return isText ? JsonQuote(text) : std::string(text);
+    const std::string_view text = printer.Print(col, row);
+    if (!table.IsFloat(col, row)) {
+        return JsonQuote(safeCells ? SafeCell(std::string(text)) : text);
+    }
+    const double value = table.GetFloatValue(col, row);
+    if (std::isnan(value)) {
+        return "null";
+    }
+    return std::isinf(value) ? JsonQuote(text) : std::string(text);
 }
 
-void WriteJsonLines(TableData& table, const std::vector<int>& rows, OutputFile& output) {
+/** The members' names of JSON objects, and the row below which they stand. */
+struct ColumnNames {
+    std::vector<std::string> quoted;  // with the colon
+    int firstDataRow = 1;
+};
+
+bool IsRowOfNames(TableData& table, int row) {
+    bool hasText = false;
+    for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
+        if (!table.IsMissing(col, row)) {
+            if (table.GetKind(col, row) != TableData::Text) {
+                return false;
+            }
+            hasText = true;
+        }
+    }
+    return hasText;
+}
+
+// Every member has a name of its own: a column without one, or with one that is taken, is told by its number.
+ColumnNames FindColumnNames(TableData& table, const karta::TableShape* shape) {
+    int nameRow = IsRowOfNames(table, 1) ? 1 : 0;
+    ColumnNames names;
+    names.firstDataRow = nameRow + 1;
+    if (shape != nullptr && shape->isKnown) {
+        nameRow = shape->nameRow;
+        names.firstDataRow = std::max(shape->firstDataRow, nameRow + 1);
+    }
+    std::set<std::string> taken;
+    for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
+        const std::string number = std::to_string(col);
+        std::string name = nameRow == 0 ? std::string() : AsUtf8(table.GetString(col, nameRow));
+        if (name.empty()) {
+            name = "column " + number;
+        }
+        if (!taken.insert(name).second) {
+            name += " (column " + number + ")";
+            taken.insert(name);
+        }
+        names.quoted.push_back(JsonQuote(name) + ":");
+    }
+    return names;
+}
+
+void WriteJsonLines(TableData& table, const std::vector<int>& rows, const FormRequest& request,
+                    OutputFile& output) {
     CellPrinter printer(table);
+    const ColumnNames names = request.objects ? FindColumnNames(table, request.shape) : ColumnNames();
     const int cols = table.GetNumberOfColumns();
     for (const int row : rows) {
         if (output.HasFailed()) {
             return;
         }
-        output.Write('[');
+        Interrupt::ThrowIfRequested();
+        if (row < names.firstDataRow) {
+            continue;
+        }
+        output.Write(request.objects ? '{' : '[');
         for (int col = 1; col <= cols; ++col) {
             output.Write(col > 1 ? "," : "");
-            output.Write(JsonCell(table, printer, col, row));
+            if (request.objects) {
+                output.Write(names.quoted[static_cast<std::size_t>(col) - 1]);
+            }
+            output.Write(JsonCell(table, printer, col, row, request.safeCells));
         }
-        output.Write("]\n");
+        output.Write(request.objects ? "}\n" : "]\n");
     }
 }
 
 }  // namespace
 
-void WriteTable(TableData& table, const std::vector<int>& rows, TableForm form, OutputFile& output) {
-    switch (form) {
-        case TableForm::Csv:
-            WriteSeparated(table, rows, ',', output);
-            break;
-        case TableForm::Tsv:
-            WriteSeparated(table, rows, '\t', output);
-            break;
-        case TableForm::JsonLines:
-            WriteJsonLines(table, rows, output);
-            break;
+void WriteTable(TableData& table, const std::vector<int>& rows, const FormRequest& request,
+                OutputFile& output) {
+    if (request.form == TableForm::JsonLines) {
+        WriteJsonLines(table, rows, request, output);
+    } else {
+        WriteSeparated(table, rows, request, output);
     }
 }

@@ -4,6 +4,7 @@
 #include "frame/SpreadsheetOpenOptions.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
+#include "tools/FormatDetection.h"
 #include "tools/Interrupt.h"
 #include "tools/TableRead.h"
 #include "tools/TraceRead.h"
@@ -27,7 +28,8 @@ protected:
 // Without a format the driver has all its checks to make, and detects.
 constexpr int AllFiles = 1;
 
-bool TraceDriverRead(int format, OptionsRecord& options, const ReadRequest& request) {
+bool TraceDriverRead(FormatCatalogue& formats, int format, OptionsRecord& options,
+                     const ReadRequest& request) {
     TraceDriver driver(new FormatCatalogue, request.plugins);
     TraceSink sink(std::cout, RowFilter(request.want));
     const bool success =
@@ -38,7 +40,9 @@ bool TraceDriverRead(int format, OptionsRecord& options, const ReadRequest& requ
     }
     std::cout << "Driver " << (success ? "true" : "false") << '\n';
     if (success) {
-        options.SaveAfterDriver(request);
+        const int read =
+            format != 0 ? format : formats.GetSpreadsheetFileIndex(request.files.front().c_str());
+        options.SaveAfterDriver(request, formats.IsOwn(read));
     }
     return success;
 }
@@ -48,15 +52,13 @@ bool TraceDirectRead(const FormatCatalogue& formats, int format, OptionsRecord& 
     const auto reader = MakeReader(formats, format, request);
     const std::string selection = request.Selection();
     SpreadsheetOpenOptions kept(nullptr);
-    const TracedRead read{formats.GetInfo(format)->formatName,
-                          selection.c_str(),
-                          options.Get(),
-                          RowFilter(request.want),
-                          request.matrix,
-                          [&] { kept = options.Get(); }};
+    const TracedRead read{formats.GetInfo(format)->formatName, selection.c_str(), options.Get(),
+                          RowFilter(request.want), options.GetSelectedPart(), [&] { kept = options.Get(); },
+                          // A module's reader knows the classic life only.
+                          request.IsComplete() && formats.IsOwn(format)};
     const bool success = TraceRead(*reader, read, std::cout);
     if (const NvImportOpenOptions* choices = kept) {
-        OptionsRecord::Save(request, *choices);
+        OptionsRecord::Save(request, *choices, formats.IsOwn(format));
     }
     return success;
 }
@@ -64,17 +66,21 @@ bool TraceDirectRead(const FormatCatalogue& formats, int format, OptionsRecord& 
 // With a format named, any name is the reader's to judge, also that of a file that isn't there. Without
 // one, what the driver says of a selection is part of its trace; 0 leaves the choice to it.
 int ChooseTracedFormat(FormatCatalogue& formats, const ReadRequest& request) {
-    if (!request.format.empty()) {
-        return ChooseFormat(formats, request);
+    CheckKinds(request);
+    if (const int named = FindNamedFormat(formats, request)) {
+        return named;
     }
     if (request.throughDriver && !OptionsRecord::NeedsParts(request)) {
         CheckNames(request);
         return 0;
     }
     CheckFiles(request);
-    const int format = ChooseFormat(formats, request);
-    CheckSelection(formats, format, request);
-    return format;
+    const FormatFinding finding = FormatDetection(formats).Detect(request.files.front(), request.reading);
+    if (finding.format == 0) {
+        throw Failure(request.files.front() + ": " + finding.reason);
+    }
+    CheckSelection(formats, finding.format, request);
+    return finding.format;
 }
 
 }  // namespace
@@ -85,10 +91,8 @@ int RunTrace(const ReadRequest& request) {
     const auto formats = LoadFormats(request);
     const int format = ChooseTracedFormat(*formats, request);
     OptionsRecord options = MakeOptions(*formats, format, request, Unopened::HasNoParts);
-    const bool success = request.throughDriver ? TraceDriverRead(format, options, request)
+    const bool success = request.throughDriver ? TraceDriverRead(*formats, format, options, request)
                                                : TraceDirectRead(*formats, format, options, request);
-    if (Interrupt::IsRequested()) {
-        throw Failure("interrupted", ExitInterrupted);
-    }
+    Interrupt::ThrowIfRequested();
     return success ? ExitSuccess : ExitFailed;
 }

@@ -18,17 +18,7 @@ void WriteStatus(std::ostream& stream, const char* event, int status) {
     stream << line.str();
 }
 
-// Open, measure, read. False as soon as one of them gives no table.
-bool ReadThrough(SpreadsheetFile& reader, const TracedRead& read, std::ostream& stream) {
-    reader.Open(true, read.fileNames, read.options);
-    WriteStatus(stream, "Open", reader.GetStatus());
-    if (reader.GetStatus() != SpreadsheetFile::StatusOk) {
-        return false;
-    }
-    auto* contents = dynamic_cast<FileContents*>(&reader);
-    if (read.part && contents != nullptr) {
-        contents->SelectPart(*read.part);
-    }
+bool Measure(SpreadsheetFile& reader, TraceSink& sink, std::ostream& stream) {
     const int rows = reader.GetNumRows();
     stream << "GetNumRows " << rows << '\n';
     const int cols = reader.GetNumCols();
@@ -40,8 +30,25 @@ bool ReadThrough(SpreadsheetFile& reader, const TracedRead& read, std::ostream& 
         stream << "NoData\n";
         return false;
     }
-    TraceSink sink(stream, read.filter);
     sink.SetDataSize(cols, rows);
+    return true;
+}
+
+// Open, measure, read. False as soon as one of them gives no table.
+bool ReadThrough(SpreadsheetFile& reader, const TracedRead& read, std::ostream& stream) {
+    reader.Open(true, read.fileNames, read.options);
+    WriteStatus(stream, "Open", reader.GetStatus());
+    if (reader.GetStatus() != SpreadsheetFile::StatusOk) {
+        return false;
+    }
+    auto* contents = dynamic_cast<FileContents*>(&reader);
+    if (read.part && contents != nullptr) {
+        contents->SelectPart(*read.part);
+    }
+    TraceSink sink(stream, read.filter, read.isComplete);
+    if (!read.isComplete && !Measure(reader, sink, stream)) {
+        return false;
+    }
     const int result = reader.Read(&sink);
     WriteStatus(stream, "Read", reader.GetStatus());
     const char* warning = reader.GetWarningMessage();

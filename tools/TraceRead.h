@@ -17,6 +17,7 @@ struct TracedRead {
     std::optional<int> part = {};  // the matrix to read, by its number; else the reader's own choice
     // Called after a read that succeeded, while what the reader filled the options with is still there.
     std::function<void()> beforeClose = {};
+    bool isComplete = false;  // the reader says the table's size itself, and unwanted rows are left out here
 };
 
 /**

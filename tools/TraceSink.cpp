@@ -50,11 +50,15 @@ std::string QuoteForTrace(std::string_view text) {
     return quoted;
 }
 
-TraceSink::TraceSink(std::ostream& target, RowFilter wanted) : stream(target), filter(std::move(wanted)) {}
+TraceSink::TraceSink(std::ostream& target, RowFilter wanted, bool dropsUnwanted)
+    : stream(target), filter(std::move(wanted)), dropsRows(dropsUnwanted) {}
 
 TraceSink::~TraceSink() = default;
 
 void TraceSink::WriteCell(int col, int row, const char* type, std::string_view value) {
+    if (dropsRows && !filter.IsWanted(row)) {
+        return;
+    }
     line.assign("Set ").append(std::to_string(col)).append(" ").append(std::to_string(row));
     line.append(" ").append(type).append(" ").append(value).append("\n");
     stream << line;

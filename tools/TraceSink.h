@@ -11,8 +11,11 @@
 /** A sink that keeps nothing and writes every call that it gets as one line of a trace. */
 class TraceSink : public SpreadsheetSink {
 public:
-    /** The stream stays the caller's and must outlive the sink. */
-    explicit TraceSink(std::ostream& target, RowFilter wanted = {});
+    /**
+     * The stream stays the caller's and must outlive the sink. `dropsUnwanted`: cells of rows that aren't
+     * wanted are no lines, for readers that ask for no row.
+     */
+    explicit TraceSink(std::ostream& target, RowFilter wanted = {}, bool dropsUnwanted = false);
     ~TraceSink() override;
 
     void Set(int col, int row, int value) override;
@@ -28,6 +31,7 @@ private:
 
     std::ostream& stream;
     RowFilter filter;
+    bool dropsRows;
     std::string line;
 };
 

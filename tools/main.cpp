@@ -3,20 +3,28 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <iostream>
 #include <new>
-#include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "base/Ascii.h"
+#include "base/Budget.h"
+#include "host/NvFile.h"
 #include "host/NvString.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
+#include "tools/Json.h"
+#include "tools/OptionsRecord.h"
 #include "tools/ReadRequest.h"
+#include "tools/TerminalText.h"
 
 namespace {
 
@@ -27,18 +35,19 @@ Reads spectra, chromatograms, workbooks, process logs and plain tables into one 
 
     karta-import formats                       the formats that can be read and written
     karta-import detect  FILE...               every format's verdict on a file, and the choice
-    karta-import info    FILE...               format, size, sheets or blocks or matrices, warnings
+    karta-import info    FILE...               format, size, sheets or blocks or matrices, notes
     karta-import show    FILE...               the head of the table, aligned
     karta-import convert FILE... -o OUT        the table as CSV, TSV, JSON lines, text, DIF or MAT
     karta-import trace   FILE...               every call between reader and sink, one a line
 
 Several FILEs are read as one table by the formats that can. The format is detected unless --format
-names it. `karta-import VERB --help` lists a verb's options.
+names it. Files are read completely, with a note for whatever isn't in the table; --classic reads by
+the rules of the desktop application. `karta-import VERB --help` lists a verb's options.
 
 Examples:
     karta-import show spectrum.spc
-    karta-import convert book.xlsx --sheets Results -o results.csv
-    karta-import show --format "Text File" --delimiter ";" table.txt
+    karta-import convert book.xlsx --part Results -o results.csv
+    karta-import show --format text --delimiter ";" table.data
 
 Options:
     --help       this text
@@ -50,8 +59,7 @@ struct CommandLine {
     ReadRequest request;
     bool json = false;
     int rows = 20;
-    std::string output;
-    std::string target;
+    ConvertRequest convert;
 };
 
 void AddFiles(CLI::App* verb, CommandLine& line) {
@@ -71,53 +79,95 @@ std::string UnderstandTab(std::string text) {
     return text;
 }
 
-std::vector<std::string> SplitList(const std::string& list) {
-    std::vector<std::string> items;
-    std::istringstream stream(list);
-    for (std::string item; std::getline(stream, item, ',');) {
-        items.push_back(item);
+// A size as people write it: 500M, 4G, 4.5G; "none" is no limit.
+std::uint64_t UnderstandSize(const std::string& text) {
+    constexpr std::string_view Units = "KMGT";
+    constexpr double UnitStep = 1024.0;
+    // Beyond that a double isn't a whole number of bytes, and no machine has them.
+    constexpr double Largest = 9e15;
+    if (text == "none") {
+        return karta::Budget::Unlimited;
     }
-    return items;
+    std::string digits = text;
+    double bytes = 1.0;
+    if (!digits.empty() && (digits.back() == 'B' || digits.back() == 'b')) {
+        digits.pop_back();
+    }
+    const std::size_t unit = digits.empty() ? std::string_view::npos : Units.find(ToUpper(digits.back()));
+    if (unit != std::string_view::npos) {
+        digits.pop_back();
+        bytes = std::pow(UnitStep, static_cast<double>(unit + 1));
+    }
+    double number = 0.0;
+    if (!NvString::ToDouble(digits, number) || !(number * bytes >= 1.0) || number * bytes > Largest) {
+        throw CLI::ValidationError("--limit takes a size like 500M or 4G, or none, not '" + text + "'");
+    }
+    return static_cast<std::uint64_t>(number * bytes);
 }
 
-std::vector<int> SplitPlaces(const std::string& list) {
-    std::vector<int> places;
-    for (const std::string& item : SplitList(list)) {
-        int place = 0;
-        if (!NvString::ToInt(item, place)) {
-            throw CLI::ValidationError("--blocks takes places like 1,3, not '" + item + "'");
-        }
-        places.push_back(place);
-    }
-    return places;
+void AddReadingChoice(CLI::App* verb, CommandLine& line) {
+    ReadRequest& request = line.request;
+    auto* complete = verb->add_flag_callback(
+        "--complete", [&] { request.givenReading = karta::Reading::Complete; },
+        "lose nothing that is in the file");
+    verb->add_flag_callback(
+            "--classic", [&] { request.givenReading = karta::Reading::Classic; },
+            "read by the rules of the desktop application")
+        ->excludes(complete);
+}
+
+void AddParts(CLI::App* verb, ReadRequest& request) {
+    verb->add_option("--part", request.part,
+                     "the part to read, by its name or its place in info's list; all stacks them")
+        ->type_name("LIST");
+    verb->add_option("--sheets", request.sheets, "sheets by name or by place in info's list, comma-separated")
+        ->type_name("LIST");
+    verb->add_flag("--side-by-side", request.sideBySide, "sheets side by side instead of stacked");
+    verb->add_option("--blocks", request.blocks, "data blocks by place in info's list, comma-separated")
+        ->type_name("LIST");
+    verb->add_option("--matrix", request.matrix, "the matrix by its place in info's list, or by its name")
+        ->type_name("N");
+    verb->add_option("--row-names", request.rowNames, "the variable that names the rows")->type_name("V");
+    verb->add_option("--column-names", request.columnNames, "the variable that names the columns")
+        ->type_name("V");
+}
+
+void AddDialect(CLI::App* verb, ReadRequest& request) {
+    verb->add_option_function<std::string>(
+            "--delimiter", [&](const std::string& text) { request.delimiter = UnderstandTab(text); },
+            "what parts the cells of delimited text; \\t is understood")
+        ->type_name("TEXT");
+    verb->add_flag("--merge-delimiters", request.mergeDelimiters, "a run of delimiters counts as one");
+    verb->add_option("--encoding", request.encoding, "of the text: utf-8, windows-1252, cp850 ...")
+        ->type_name("NAME");
+    verb->add_option("--decimal", request.decimal, "the decimal mark, . or ,")->type_name("TEXT");
+    verb->add_option("--header", request.header, "the row of the columns' names, from 1; 0: there is none")
+        ->type_name("N");
+    verb->add_option("--text-columns", request.textColumns, "columns that stay text, by name or place")
+        ->type_name("LIST");
+    verb->add_flag("--no-types", request.noTypes, "every field stays text");
+    verb->add_option("--date-order", request.dateOrder, "of dates like 1/2/2025: DMY, MDY or YMD")
+        ->type_name("ORDER");
+}
+
+void AddAxis(CLI::App* verb, ReadRequest& request) {
+    verb->add_option("--include", request.includes, "an X interval to keep; repeatable")
+        ->type_name("A:B")
+        ->allow_extra_args(false);
+    verb->add_option("--average", request.average, "merge N points into one")->type_name("N");
+    verb->add_flag("--no-x-row", request.noXRow, "leave the X row out");
 }
 
 void AddReading(CLI::App* verb, CommandLine& line) {
     ReadRequest& request = line.request;
     AddFiles(verb, line);
     AddPlugins(verb, line);
-    verb->add_option("--format", request.format, "the format by its name, any case; no detection")
+    verb->add_option("--format", request.format, "the format by its name or short name; no detection")
         ->type_name("NAME");
-    verb->add_option_function<std::string>(
-            "--delimiter", [&](const std::string& text) { request.delimiter = UnderstandTab(text); },
-            "what parts the cells of delimited text; \\t is understood")
-        ->type_name("TEXT");
-    verb->add_flag("--merge-delimiters", request.mergeDelimiters, "a run of delimiters counts as one");
-    verb->add_option_function<std::string>(
-            "--sheets", [&](const std::string& list) { request.sheets = SplitList(list); },
-            "sheets by name or by place in info's list, comma-separated")
-        ->type_name("LIST");
-    verb->add_flag("--side-by-side", request.sideBySide, "sheets side by side instead of stacked");
-    verb->add_option_function<std::string>(
-            "--blocks", [&](const std::string& list) { request.blocks = SplitPlaces(list); },
-            "data blocks by place in info's list, comma-separated")
-        ->type_name("LIST");
-    verb->add_option("--matrix", request.matrix, "the matrix by its place in info's list")->type_name("N");
-    verb->add_option("--include", request.includes, "an X interval to keep; repeatable")
-        ->type_name("A:B")
-        ->allow_extra_args(false);
-    verb->add_option("--average", request.average, "merge N points into one")->type_name("N");
-    verb->add_flag("--no-x-row", request.noXRow, "leave the X row out");
+    AddReadingChoice(verb, line);
+    AddParts(verb, request);
+    AddDialect(verb, request);
+    AddAxis(verb, request);
     verb->add_option("--setting", request.settings, "one key of the reader's settings; repeatable")
         ->type_name("KEY=VALUE")
         ->allow_extra_args(false);
@@ -132,17 +182,12 @@ void AddReading(CLI::App* verb, CommandLine& line) {
     verb->add_flag("--no", request.answerNo, "answer a reader's question with no")->excludes(yes);
     verb->add_option("--password", request.password, "of an encrypted project; else asked on the terminal")
         ->type_name("TEXT");
-    verb->add_flag_callback(
-        "--complete", [&] { request.reading = karta::Reading::Complete; },
-        "lose nothing that is in the file");
-    verb->add_flag_callback(
-        "--classic", [&] { request.reading = karta::Reading::Classic; },
-        "read by the rules of the desktop application");
     verb->add_option_function<std::string>(
-            "--part", [&](const std::string& part) { request.settings.push_back("Part=" + part); },
-            "the part to read, by its name or its place in info's list; all stacks them")
-        ->type_name("PART");
-    verb->add_flag("--quiet", request.quiet, "no progress, no warnings");
+            "--limit", [&](const std::string& text) { request.limit = UnderstandSize(text); },
+            "what a read may take, like 4G, or none")
+        ->type_name("SIZE");
+    auto* quiet = verb->add_flag("--quiet", request.quiet, "no progress, notes and warnings");
+    verb->add_flag("--verbose", request.verbose, "more about what is done and why")->excludes(quiet);
 }
 
 // The parser takes "[a,b]" for a list and "++" for the end of a verb, but a file may be called so. An
@@ -170,7 +215,23 @@ std::string UnmarkName(std::string text) {
     return text;
 }
 
+// Wrong in a way that is seen only when all is parsed; says what was probably meant.
+void CheckOutputIsNamed(const CommandLine& line) {
+    if (!line.convert.output.empty()) {
+        return;
+    }
+    std::string text = "-o names the file to write, and - is standard output";
+    if (line.request.files.size() > 1) {
+        text += "; did you mean: karta-import convert " + line.request.files.front() + " -o " +
+                line.request.files.back();
+    }
+    throw Failure(text, ExitUsage);
+}
+
 int RunVerb(CLI::App& app, CommandLine& line) {
+    const bool isTrace = app.got_subcommand("trace");
+    line.request.reading =
+        OptionsRecord::ReadingOf(line.request, isTrace ? karta::Reading::Classic : karta::Reading::Complete);
     if (app.got_subcommand("formats")) {
         return RunFormats(line.request, line.json);
     }
@@ -184,9 +245,17 @@ int RunVerb(CLI::App& app, CommandLine& line) {
         return RunShow(line.request, line.rows);
     }
     if (app.got_subcommand("convert")) {
-        return RunConvert(line.request, line.output, line.target);
+        CheckOutputIsNamed(line);
+        return RunConvert(line.request, line.convert);
     }
     return RunTrace(line.request);
+}
+
+int CheckedRows(int rows) {
+    if (rows < 0) {
+        throw CLI::ValidationError("--rows takes a number of rows, 0 or more, not " + std::to_string(rows));
+    }
+    return rows;
 }
 
 void AddVerbs(CLI::App& app, CommandLine& line) {
@@ -197,26 +266,31 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
     CLI::App* detect = app.add_subcommand("detect", "every format's verdict on a file, and the choice");
     AddFiles(detect, line);
     AddPlugins(detect, line);
+    AddReadingChoice(detect, line);
+    detect->add_flag("--quiet", line.request.quiet, "no word on why none is chosen");
     detect->add_flag("--json", line.json, "as one JSON object");
 
-    CLI::App* info = app.add_subcommand("info", "format, size, sheets or blocks or matrices, warnings");
+    CLI::App* info = app.add_subcommand("info", "format, size, sheets or blocks or matrices, notes");
     AddReading(info, line);
     info->add_flag("--json", line.json, "as one JSON object");
 
     CLI::App* show = app.add_subcommand("show", "the head of the table, aligned, in the terminal");
     AddReading(show, line);
-    show->add_option("--rows", line.rows, "how many rows to show (20)")
-        ->type_name("N")
-        ->check(CLI::NonNegativeNumber);
+    show->add_option_function<int>(
+            "--rows", [&](int rows) { line.rows = CheckedRows(rows); }, "how many rows to show (20)")
+        ->type_name("N");
 
     CLI::App* convert = app.add_subcommand("convert", "the table as CSV, TSV, JSON lines, text, DIF or MAT");
     AddReading(convert, line);
-    convert->add_option("-o,--output", line.output, "the file to write; - is standard output")
-        ->type_name("OUT")
-        ->required();
+    convert->add_option("-o,--output", line.convert.output, "the file to write; - is standard output")
+        ->type_name("OUT");
     convert
-        ->add_option("--to", line.target, "csv, tsv, jsonl or a format that writes; else by OUT's extension")
+        ->add_option("--to", line.convert.target,
+                     "csv, tsv, jsonl or a format that writes; else by OUT's extension")
         ->type_name("NAME");
+    convert->add_flag("--objects", line.convert.objects, "JSON lines as objects, with the columns' names");
+    convert->add_flag("--safe-cells", line.convert.safeCells,
+                      "an apostrophe before cells that a spreadsheet would take for formulas");
     convert->footer("Example: karta-import convert run.trn -o run.csv");
 
     AddReading(app.add_subcommand("trace", "every call between reader and sink, one a line"), line);
@@ -237,14 +311,42 @@ int CheckOutput(int result) {
     return ExitFailed;
 }
 
-int Run(int count, char** arguments) {
-    CLI::App app;
-    CommandLine line;
-    app.set_help_flag();
-    bool help = false;
-    bool version = false;
-    app.add_flag("-h,--help", help);
-    app.add_flag("--version", version);
+// What people type who don't know that a verb is needed.
+std::string HintOnVerb(const std::string& word) {
+    if (NvFile::Exists(word.c_str())) {
+        return "'" + word + "' is a file and no verb; to look at it: karta-import show " + word;
+    }
+    return "there is no verb '" + word + "'; karta-import --help lists them";
+}
+
+int SayParseError(const CLI::App& app, const CLI::ParseError& error,
+                  const std::vector<std::string>& arguments) {
+    std::string text = error.what();
+    const auto word = std::find_if(arguments.begin() + 1, arguments.end(),
+                                   [](const std::string& argument) { return !argument.starts_with('-'); });
+    if (app.get_subcommands().empty() && word != arguments.end()) {
+        text = HintOnVerb(*word);
+    } else {
+        text += " (karta-import --help tells the usage)";
+    }
+    std::erase(text, NameMark);
+    std::cerr << "karta-import: " << text << '\n';
+    return ExitUsage;
+}
+
+// With --json a failure is an object too, beside its line on standard error.
+int SayFailure(const CommandLine& line, const Failure& failure) {
+    std::cerr << "karta-import: " << failure.what() << '\n';
+    if (line.json) {
+        JsonWriter json(std::cout);
+        json.BeginObject();
+        PutError(json, failure);
+        json.EndObject();
+    }
+    return failure.GetStatus();
+}
+
+void SetUp(CLI::App& app, CommandLine& line) {
     app.require_subcommand(0, 1);
     AddVerbs(app, line);
     for (CLI::App* verb : app.get_subcommands({})) {
@@ -256,8 +358,19 @@ int Run(int count, char** arguments) {
             }
         }
     }
+}
+
+int Run(int count, char** arguments) {
+    CLI::App app;
+    CommandLine line;
+    bool help = false;
+    bool version = false;
+    app.set_help_flag();
+    app.add_flag("-h,--help", help);
+    app.add_flag("--version", version);
+    SetUp(app, line);
+    const std::vector<std::string> marked = MarkNames(count, arguments);
     try {
-        const std::vector<std::string> marked = MarkNames(count, arguments);
         std::vector<const char*> pointers;
         for (const std::string& argument : marked) {
             pointers.push_back(argument.c_str());
@@ -285,34 +398,38 @@ int Run(int count, char** arguments) {
             std::cout << (version ? "karta-import " KARTA_VERSION "\n" : HelpText);
             return ExitSuccess;
         }
-        std::string text = error.what();
-        std::erase(text, NameMark);
-        std::cerr << "karta-import: " << text << " (karta-import --help tells the usage)\n";
-        return ExitUsage;
+        return SayParseError(app, error, marked);
     } catch (const Failure& failure) {
-        std::cerr << "karta-import: " << failure.what() << '\n';
-        return failure.GetStatus();
+        return SayFailure(line, failure);
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& exception) {
-        std::cerr << "karta-import: " << exception.what() << '\n';
-        return ExitFailed;
+        return SayFailure(line, Failure(exception.what()));
     }
+}
+
+// Behind the streams' own filters, which are gone when this returns.
+int RunFiltered(int count, char** arguments) {
+    const TerminalFilter output(std::cout);
+    const TerminalFilter messages(std::cerr);
+    return CheckOutput(Run(count, arguments));
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
     std::signal(SIGPIPE, SIG_IGN);
-    Interrupt::Install();
     try {
+        Interrupt::Install();
         std::ios::sync_with_stdio(false);
-        return CheckOutput(Run(count, arguments));
+        return RunFiltered(count, arguments);
     } catch (const std::bad_alloc&) {
         // The streams themselves may be what there was no memory for.
         std::fputs("karta-import: ", stderr);
         std::fputs(NotEnoughMemory, stderr);
         std::fputs("\n", stderr);
+    } catch (const std::exception& exception) {
+        std::cerr << "karta-import: " << exception.what() << '\n';
     } catch (...) {
         // A library's exceptions needn't be of the standard's kind.
         std::cerr << "karta-import: failed for an unknown reason\n";

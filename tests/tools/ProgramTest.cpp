@@ -61,13 +61,13 @@ TEST_F(ProgramTest, ConvertRefusesATableThatNoFileOfItsSizeCanHold) {
     // A MATLAB level 4 header: type, rows, columns, no imaginary part, and a name of one letter.
     const std::string header("\0\0\0\0\0\x94\x35\x77\1\0\0\0\0\0\0\0\2\0\0\0a\0", 22);
     folder.Write("wide.mat", header + std::string(8, '\0'));
-    const Outcome outcome = Run("convert wide.mat -o wide.csv");
+    const Outcome outcome = Run("convert --classic wide.mat -o wide.csv");
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.err,
               "karta-import: wide.mat: the file claims a table of 2000000000 rows and 1 columns, far more "
               "than it can "
               "hold; --want takes some of its rows\n");
-    EXPECT_EQ(Run("convert wide.mat --want 1 -o -").out, "0\n");
+    EXPECT_EQ(Run("convert --classic wide.mat --want 1 -o -").out, "0\n");
 }
 
 }  // namespace
@@ -141,7 +141,9 @@ TEST_F(ProgramTest, ShowTellsWhatIsLeftOut) {
         table += "\n";
     }
     folder.Write("a.txt", table);
-    EXPECT_TRUE(Contains(Run("show a.txt").out, "(10 more rows and 29 more columns)\n"));
+    EXPECT_TRUE(Contains(Run("show --classic a.txt").out, "(10 more rows and 29 more columns)\n"));
+    // In the complete reading a read may end before the number of rows is known.
+    EXPECT_TRUE(Contains(Run("show a.txt").out, "more rows and 29 more columns)\n"));
     EXPECT_TRUE(Contains(Run("show --rows 30 a.txt").out, "(29 more columns)\n"));
 }
 
@@ -222,10 +224,10 @@ TEST_F(ProgramTest, TraceThroughTheDriverHoldsWhatItsChecksFind) {
 
 TEST_F(ProgramTest, TraceKeepsTheChoicesAsTheOtherVerbsDo) {
     folder.Write("a.txt", "a;b\n");
-    EXPECT_EQ(Run("show --delimiter ';' --save-options shown a.txt").status, 0);
+    EXPECT_EQ(Run("show --classic --delimiter ';' --save-options shown a.txt").status, 0);
     EXPECT_EQ(Run("trace --delimiter ';' --save-options traced a.txt").status, 0);
     EXPECT_EQ(ReadWholeFile(folder.Path("traced")), ReadWholeFile(folder.Path("shown")));
-    EXPECT_EQ(Run("show --save-options shown a.txt").status, 0);
+    EXPECT_EQ(Run("show --classic --save-options shown a.txt").status, 0);
     for (const char* road : {"", "--through-driver "}) {
         EXPECT_EQ(Run(std::string("trace --save-options traced ") + road + "a.txt").status, 0) << road;
         EXPECT_EQ(ReadWholeFile(folder.Path("traced")), ReadWholeFile(folder.Path("shown"))) << road;
@@ -306,7 +308,7 @@ TEST_F(ProgramOnTerminalTest, ProgressIsDrawnOnATerminalAndWipedOut) {
         table += "some\ttext\tof\ta\trow\tthat\tis\tlong\n";
     }
     folder.Write("a.txt", table);
-    const Outcome outcome = RunOnTerminal("", "info a.txt", "ON_TERMINAL_PAUSE=1 ");
+    const Outcome outcome = RunOnTerminal("", "info --classic a.txt", "ON_TERMINAL_PAUSE=1 ");
     EXPECT_EQ(outcome.status, 0);
     EXPECT_TRUE(Contains(outcome.out, "\rreading row ")) << outcome.out;
     EXPECT_TRUE(Contains(outcome.out, " of 4000000\x1b[K")) << outcome.out;
@@ -349,23 +351,50 @@ TEST_F(ProgramTest, ChoicesAreKeptAndReplayed) {
     folder.Write("a.txt", "a;b\n");
     EXPECT_EQ(Run("show --delimiter ';' --save-options kept a.txt").status, 0);
     EXPECT_EQ(Run("convert --options kept a.txt -o -").out, "a,b\n");
-    EXPECT_EQ(Run("show --save-options defaults a.txt").status, 0);
+    EXPECT_EQ(Run("show --classic --save-options defaults a.txt").status, 0);
     EXPECT_TRUE(Contains(ReadWholeFile(folder.Path("defaults")), "<Delimiter>%09</Delimiter>"));
 }
 
 TEST_F(ProgramTest, ReplayedChoicesAreKeptAgain) {
     folder.Write("a.csv", "a,b\n");
     folder.Write("none", std::string(1, '\0'));
-    // CSV files have no choices, and the other record was made without any.
-    EXPECT_EQ(Run("show --save-options first a.csv").status, 0);
-    for (const char* kept : {"first", "none"}) {
+    folder.Write("empty", std::string("\1\0\0\0\0", 5));
+    // CSV files have no classic choices, and the other records were made without any.
+    EXPECT_EQ(Run("show --classic --save-options first a.csv").status, 0);
+    for (const char* kept : {"first", "none", "empty"}) {
         for (const char* verb : {"show ", "trace ", "show --through-driver ", "trace --through-driver "}) {
             std::filesystem::remove(folder.Path("second"));
             EXPECT_EQ(Run(verb + std::string("--options ") + kept + " --save-options second a.csv").status,
                       0);
-            EXPECT_EQ(ReadWholeFile(folder.Path("second")), ReadWholeFile(folder.Path("first"))) << verb;
+            const std::string expected =
+                ReadWholeFile(folder.Path(kept == std::string("none") ? "empty" : kept));
+            EXPECT_EQ(ReadWholeFile(folder.Path("second")), expected) << kept << verb;
         }
     }
+}
+
+TEST_F(ProgramTest, RecordTellsItsReading) {
+    folder.Write("a.txt", "a;b\n");
+    for (const char* reading : {"classic", "complete"}) {
+        const std::string option = std::string("--") + reading;
+        EXPECT_EQ(Run("show " + option + " --save-options kept a.txt").status, 0);
+        EXPECT_TRUE(Contains(ReadWholeFile(folder.Path("kept")), std::string("<Reading>") + reading))
+            << reading;
+        EXPECT_TRUE(Contains(Run("info --json --options kept a.txt").out,
+                             std::string("\"reading\": \"") + reading + "\""));
+    }
+    EXPECT_TRUE(Contains(Run("info --json --classic --options kept a.txt").out, "\"reading\": \"classic\""));
+    // Records of old tell nothing and are replayed as they were made.
+    EXPECT_EQ(Run("show --save-options kept --classic --delimiter ';' a.txt").status, 0);
+    std::string old = ReadWholeFile(folder.Path("kept"));
+    const std::string key = "<Reading>classic</Reading>";
+    old.erase(old.find(key), key.size());
+    old[1] = static_cast<char>(old.size() - 5);
+    old[5] = static_cast<char>(old.size() - 9);
+    folder.Write("old", old);
+    EXPECT_TRUE(Contains(Run("info --json --options old a.txt").out, "\"reading\": \"classic\""));
+    EXPECT_TRUE(Contains(Run("info --json --complete --options old a.txt").out, "\"reading\": \"complete\""));
+    EXPECT_EQ(Run("convert --options old a.txt -o -").out, "a,b\n");
 }
 
 TEST_F(ProgramTest, SettingsOfListsMayHoldBlanks) {
@@ -386,17 +415,235 @@ TEST_F(ProgramTest, SettingWhoseKeyIsNoNameIsWrongUsage) {
 }
 
 TEST_F(ProgramTest, ChoiceThatTheFileDoesNotOfferNamesTheFile) {
-    folder.Write("a.txt", "a\n");
-    for (const char* choice : {"--sheets Nope", "--sheets 3", "--blocks 3", "--matrix 3"}) {
-        const Outcome outcome = Run(std::string("show a.txt ") + choice);
-        EXPECT_EQ(outcome.status, 1) << choice;
-        EXPECT_TRUE(outcome.err.starts_with("karta-import: a.txt: --")) << outcome.err;
+    const std::string samples = KARTA_SOURCE_DIR "/samples/";
+    for (const auto& [file, choice] : {std::pair{"moisture.xls", "--sheets Nope"},
+                                       {"moisture.xls", "--sheets 4"},
+                                       {"moisture.xls", "--part Samples,Nope"},
+                                       {"reaction.jdx", "--blocks 7"},
+                                       {"wheat.mat", "--matrix 9"}}) {
+        for (const char* reading : {"--classic ", "--complete "}) {
+            const Outcome outcome = Run(std::string("show '") + samples + file + "' " + reading + choice);
+            EXPECT_EQ(outcome.status, 1) << reading << choice;
+            EXPECT_TRUE(outcome.err.starts_with("karta-import: " + samples + file + ": --")) << outcome.err;
+        }
     }
+}
+
+TEST_F(ProgramTest, OptionThatTheFormatDoesNotKnowIsWrongUsage) {
+    folder.Write("a.txt", "a\n");
+    for (const char* choice : {"--sheets 1", "--side-by-side", "--blocks 3", "--matrix 3", "--include 1:2",
+                               "--average 2", "--no-x-row", "--row-names x"}) {
+        for (const char* verb : {"info ", "show ", "convert -o - "}) {
+            const Outcome outcome = Run(verb + std::string("a.txt ") + choice);
+            EXPECT_EQ(outcome.status, 2) << verb << choice;
+            EXPECT_TRUE(Contains(outcome.err, "Text File doesn't know this option; these formats do: "))
+                << outcome.err;
+            EXPECT_EQ(outcome.out, "") << verb << choice;
+        }
+    }
+    // A trace hands on what it is given.
+    EXPECT_EQ(Run("trace a.txt --setting Nonsense=1 --include 1:2 --average 2 --no-x-row").status, 0);
+    for (const char* choice : {"--encoding utf-8", "--decimal ,", "--header 1", "--no-types"}) {
+        const Outcome outcome = Run(std::string("show --classic a.txt ") + choice);
+        EXPECT_EQ(outcome.status, 2) << choice;
+        EXPECT_TRUE(Contains(outcome.err, "only the complete reading knows this option")) << outcome.err;
+    }
+}
+
+TEST_F(ProgramTest, UnknownSettingIsANote) {
+    folder.Write("a.txt", "a;b\n");
+    const Outcome outcome = Run("convert --classic a.txt --setting 'Delimiter=;' --setting Delimeter=, -o -");
+    EXPECT_EQ(outcome.out, "a,b\n");
+    EXPECT_EQ(outcome.err,
+              "karta-import: a.txt: note: --setting: Text File doesn't know the key 'Delimeter'; it knows "
+              "Delimiter, IgnoreConsecutiveDelimiters\n");
+    EXPECT_EQ(Run("convert --quiet a.txt --setting Delimeter=, -o -").err, "");
+    EXPECT_TRUE(
+        Contains(Run("info --json a.txt --setting Delimeter=,").out, "\"code\": \"unknown-setting\""));
+}
+
+TEST_F(ProgramTest, IntervalOffTheAxisIsANote) {
+    const std::string show = "show '" KARTA_SOURCE_DIR "/samples/kinetics.spc' ";
+    EXPECT_TRUE(Contains(Run(show + "--include 5000:6000").err,
+                         "note: --include 5000:6000 lies off the axis, which goes from 1100 to 2496\n"));
+    EXPECT_EQ(Run(show + "--include 1200:1300").err, "");
+}
+
+TEST_F(ProgramTest, HintsStandInPlaceOfRiddles) {
+    folder.Write("a.txt", "a\n");
+    EXPECT_EQ(Run("show --rows -1 a.txt").err,
+              "karta-import: --rows takes a number of rows, 0 or more, not -1 (karta-import --help tells the "
+              "usage)\n");
+    EXPECT_EQ(Run("a.txt").err,
+              "karta-import: 'a.txt' is a file and no verb; to look at it: karta-import show a.txt\n");
+    EXPECT_EQ(Run("shwo a.txt").err,
+              "karta-import: there is no verb 'shwo'; karta-import --help lists them\n");
+    EXPECT_TRUE(
+        Contains(Run("convert a.txt b.csv").err, "did you mean: karta-import convert a.txt -o b.csv\n"));
+    for (const char* arguments : {"show --rows -1 a.txt", "a.txt", "shwo a.txt", "convert a.txt b.csv"}) {
+        EXPECT_EQ(Run(arguments).status, 2) << arguments;
+    }
+}
+
+TEST_F(ProgramTest, WhatIsNoRegularFileIsRefusedAtOnce) {
+    EXPECT_EQ(Shell("mkfifo pipe").status, 0);
+    for (const char* file : {"pipe", "/dev/zero", "/dev/null"}) {
+        for (const char* verb : {"show ", "info ", "detect ", "trace ", "trace --format 'Text File' "}) {
+            const Outcome outcome = Shell("timeout 5 " + ProgramPath() + " " + verb + file);
+            EXPECT_EQ(outcome.status, 1) << verb << file;
+            EXPECT_TRUE(
+                outcome.err.starts_with(std::string("karta-import: ") + file + ": not a regular file"))
+                << outcome.err;
+        }
+    }
+}
+
+TEST_F(ProgramTest, SheetsAreFoundInAnyCaseAndAsInfoPrintsThem) {
+    const std::string book = " '" KARTA_SOURCE_DIR "/samples/moisture.xls' --want 1 -o -";
+    for (const char* reading : {"--classic", "--complete"}) {
+        const std::string convert = std::string("convert ") + reading + " ";
+        const std::string expected = Run(convert + "--sheets Absorbance" + book).out;
+        EXPECT_NE(expected, Run(convert + "--sheets Samples" + book).out);
+        EXPECT_EQ(Run(convert + "--sheets aBSORBANCE" + book).out, expected) << reading;
+        EXPECT_EQ(Run(convert + "--sheets 2" + book).out, expected) << reading;
+        EXPECT_EQ(Run(convert + "--part absorbance" + book).out, expected) << reading;
+    }
+}
+
+TEST_F(ProgramTest, NumbersThatCameAsTextsAreNumbersInAMatrix) {
+    folder.Write("a.csv", "Sample,x,y\nfirst,1.5,2\n007,-3e2,\n");
+    for (const char* reading : {"--classic ", "--complete "}) {
+        const Outcome outcome = Run(std::string("convert ") + reading + "a.csv -o a.mat");
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        const std::string table = Run("convert --classic a.mat -o -").out;
+        EXPECT_TRUE(Contains(table, "1.5,2")) << table;
+        EXPECT_TRUE(Contains(table, "-300,")) << table;
+    }
+    // Text stays as it was written.
+    EXPECT_EQ(Run("convert --classic a.csv --to 'Text File' -o -").out,
+              "Sample\tx\ty\nfirst\t1.5\t2\n007\t-3e2\t\n");
+}
+
+TEST_F(ProgramTest, FilesThatNoFormatProvesAreNotGuessed) {
+    folder.Write("a.xyz", std::string("\1\2\3\0\5\6\7\x8\xe\xf", 10) + std::string(2000, '\2'));
+    for (const char* reading : {"--classic ", ""}) {
+        const Outcome outcome = Run(std::string("show ") + reading + "a.xyz");
+        EXPECT_EQ(outcome.status, 1) << reading;
+        EXPECT_TRUE(outcome.err.starts_with(
+            "karta-import: a.xyz: The file type could not be determined: no format is "
+            "proved by the content or has the extension .xyz. Name it with --format."))
+            << outcome.err;
+        EXPECT_FALSE(Contains(outcome.err, "does not seem to be a Brookside")) << outcome.err;
+    }
+    folder.Write("a.tsv", "a\tb\n");
+    folder.Write("noextension", "a\tb\n");
+    EXPECT_EQ(Run("convert a.tsv -o -").out, "a,b\n");
+    EXPECT_EQ(Run("convert noextension -o -").out, "a,b\n");
+    folder.Write("a.txt.gz", "\x1f\x8b\x08");
+    EXPECT_EQ(Run("show a.txt.gz").err,
+              "karta-import: a.txt.gz: This is gzip-compressed data, which isn't read; unpack it first, with "
+              "gunzip.\n");
+}
+
+TEST_F(ProgramTest, BlocksThatDoNotGoTogetherAreListedWithAChoice) {
+    const auto block = [](const std::string& title, int first) {
+        return "##TITLE=" + title +
+               "\n##DATA TYPE=INFRARED SPECTRUM\n##XUNITS=1/CM\n##YUNITS=ABSORBANCE\n##FIRSTX=" +
+               std::to_string(first) + "\n##LASTX=" + std::to_string(first + 2) +
+               "\n##NPOINTS=3\n##FIRSTY=1\n##XFACTOR=1\n##YFACTOR=1\n##XYDATA=(X++(Y..Y))\n" +
+               std::to_string(first) + " 1 2 3\n##END=\n";
+    };
+    folder.Write("link.jdx", "##TITLE=all\n##DATA TYPE=LINK\n##BLOCKS=3\n" + block("a", 100) +
+                                 block("b", 100) + block("c", 500) + "##END=\n");
+    const std::string advice =
+        "karta-import: link.jdx: The blocks of this file don't go into one table: choose blocks with "
+        "--blocks; "
+        "blocks 1 and 2 share one axis, block 3 stands alone\n";
+    const Outcome shown = Run("show --classic link.jdx");
+    EXPECT_EQ(shown.status, 1);
+    EXPECT_EQ(shown.err, advice);
+    const Outcome info = Run("info --classic link.jdx");
+    EXPECT_EQ(info.status, 1);
+    EXPECT_EQ(info.err, advice);
+    EXPECT_TRUE(Contains(info.out, "block 3     c,")) << info.out;
+    const Outcome json = Run("info --classic --json link.jdx");
+    EXPECT_EQ(json.status, 1);
+    EXPECT_TRUE(Contains(json.out, "\"name\": \"c\"")) << json.out;
+    EXPECT_TRUE(Contains(json.out, "\"error\": {\n    \"message\": \"link.jdx: The blocks of")) << json.out;
+    EXPECT_EQ(Run("show --classic --blocks 1,2 link.jdx").status, 0);
+}
+
+TEST_F(ProgramTest, FailureIsAnObjectWithJson) {
+    for (const char* verb : {"info", "detect"}) {
+        const Outcome outcome = Run(std::string(verb) + " --json none.txt");
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(
+            outcome.out,
+            "{\n  \"error\": {\n    \"message\": \"none.txt: No such file or directory\",\n    \"status\": "
+            "1\n  }\n}\n");
+        EXPECT_EQ(outcome.err, "karta-import: none.txt: No such file or directory\n");
+    }
+}
+
+TEST_F(ProgramTest, NothingThatATerminalObeysIsShown) {
+    const std::string nasty = "a\x1b[31m\x7f\u009b\u202eb";
+    const std::string shown = "a\\x1b[31m\\x7f\\x9b\\u202eb";
+    folder.Write(nasty + ".txt", nasty + "\t1\n");
+    for (const std::string arguments :
+         {"show ", "info ", "show --format nonsense ", "show --verbose ", "detect "}) {
+        const Outcome outcome = Run(arguments + "'" + nasty + ".txt'");
+        for (const std::string& text : {outcome.out, outcome.err}) {
+            for (const char* control : {"\x1b", "\x7f", "\u009b", "\u202e"}) {
+                EXPECT_FALSE(Contains(text, control)) << arguments << text;
+            }
+        }
+    }
+    EXPECT_TRUE(Contains(Run("show '" + nasty + ".txt'").out, shown));
+    EXPECT_TRUE(Contains(Run("show '" + nasty + "'").err, shown + ": No such file"));
+    EXPECT_TRUE(
+        Contains(Run("info --json '" + nasty + ".txt'").out, "a\\u001b[31m\\u007f\\u009b\\u202eb.txt"));
+    // A file keeps its bytes, also one that standard output is sent to.
+    EXPECT_EQ(Run("convert '" + nasty + ".txt' -o -").out, nasty + ",1\n");
+}
+
+TEST_F(ProgramTest, SafeCellsAreNoFormulas) {
+    folder.Write("a.txt", "=1+1\t+49 30\t-5\t@x\t-x\n");
+    EXPECT_EQ(Run("convert --safe-cells a.txt -o -").out, "'=1+1,'+49 30,-5,'@x,'-x\n");
+    EXPECT_EQ(Run("convert --safe-cells a.txt --to text -o -").out.substr(0, 6), "'=1+1\t");
+    EXPECT_EQ(Run("convert a.txt -o -").out, "=1+1,+49 30,-5,@x,-x\n");
+}
+
+TEST_F(ProgramTest, JsonLinesAsObjects) {
+    folder.Write("a.txt", "name\tx\tx\t\nfirst\ta\tb\tc\nsecond\td\te\tf\n");
+    EXPECT_EQ(Run("convert --classic --objects a.txt --to jsonl --want 3 -o -").out,
+              "{\"name\":\"second\",\"x\":\"d\",\"x (column 3)\":\"e\",\"column 4\":\"f\"}\n");
+    EXPECT_EQ(Run("convert --objects a.txt -o -").status, 2);
+}
+
+TEST_F(ProgramTest, LimitIsASize) {
+    folder.Write("a.txt", "a\tb\n");
+    for (const char* size : {"none", "4G", "500M", "1.5g", "100000", "2GB"}) {
+        EXPECT_EQ(Run(std::string("show --limit ") + size + " a.txt").status, 0) << size;
+    }
+    for (const char* size : {"x", "-1", "", "G", "1e300T"}) {
+        EXPECT_EQ(Run(std::string("show --limit '") + size + "' a.txt").status, 2) << size;
+    }
+}
+
+TEST_F(ProgramTest, VerboseTellsWhatIsDone) {
+    folder.Write("a.txt", "a\tb\n");
+    EXPECT_TRUE(
+        Run("show --verbose a.txt")
+            .err.starts_with("karta-import: a.txt: read as Text File (possible by the content, chosen by the "
+                             "extension .txt), completely, by "));
+    EXPECT_TRUE(
+        Contains(Run("show --verbose --through-driver a.txt").err, ", classically, through the driver, by "));
+    EXPECT_EQ(Run("show --complete --through-driver a.txt").status, 2);
 }
 
 TEST_F(ProgramTest, FailureWithoutAReasonSaysSo) {
     folder.Write("empty.txt", "");
-    const std::string direct = Run("show empty.txt").err;
+    const std::string direct = Run("show --classic empty.txt").err;
     EXPECT_NE(direct, "karta-import: empty.txt: \n");
     EXPECT_EQ(Run("show --through-driver empty.txt").err, direct);
 }
@@ -474,7 +721,7 @@ TEST_F(ProgramTest, BadFilesAreNamedWithTheReason) {
     expect("show folder", "karta-import: folder: Directories can not be imported.");
     expect("show --format 'Text File' binary.txt",
            "karta-import: binary.txt: This file appears to be a binary file");
-    expect("show --format 'Text File' empty.txt", "karta-import: empty.txt: ");
+    expect("show --classic --format 'Text File' empty.txt", "karta-import: empty.txt: ");
     expect("show 'a\nb'", "line feed");
     expect("show --format 'Text File' empty.txt empty.txt", "one at a time");
 }
@@ -541,7 +788,7 @@ TEST_F(ProgramTest, ClosedOutputIsNamedWithItsReason) {
 TEST_F(ProgramTest, FailedConversionLeavesTheOlderFile) {
     folder.Write("empty.txt", "");
     folder.Write("out.csv", "older");
-    EXPECT_EQ(Run("convert --format 'Text File' empty.txt -o out.csv").status, 1);
+    EXPECT_EQ(Run("convert --classic --format 'Text File' empty.txt -o out.csv").status, 1);
     EXPECT_EQ(ReadWholeFile(folder.Path("out.csv")), "older");
     EXPECT_EQ(CountFiles(), 2U);
 }
@@ -608,7 +855,7 @@ TEST_F(ProgramTest, CtrlCLeavesNoOutputAndIsStatus130) {
                   "], preexec_fn=lambda: signal.signal(signal.SIGINT, "
                   "signal.SIG_DFL))\n"
                   "def catches():\n"
-                  "    status = open('/proc/%d/status' % p.pid).read().split('SigCgt:')[1]\n"
+                  "    status = open('/proc/%d/status' % p.pid).read().split('SigBlk:')[1]\n"
                   "    return int(status.split()[0], 16) & 1 << signal.SIGINT - 1\n"
                   "while p.poll() is None and not catches():\n    time.sleep(0.01)\n"
                   "time.sleep(0.1)\np.send_signal(signal.SIGINT)\nexit(p.wait() % 256)\n\"");
@@ -621,7 +868,7 @@ TEST_F(ProgramTest, HostileTextsEndInGoodTime) {
     folder.Write("one-line.txt", std::string(20000000, 'x'));
     EXPECT_EQ(Run("convert --format 'Text File' one-line.txt -o out.csv").status, 0);
     folder.Write("empty-lines.txt", std::string(10000000, '\n'));
-    const Outcome outcome = Run("info --format 'Text File' empty-lines.txt");
+    const Outcome outcome = Run("info --classic --format 'Text File' empty-lines.txt");
     EXPECT_EQ(outcome.status, 1);
     EXPECT_TRUE(outcome.err.starts_with("karta-import: empty-lines.txt: "));
 }

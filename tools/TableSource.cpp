@@ -1,0 +1,118 @@
+#include "tools/TableSource.h"
+
+#include <algorithm>
+
+#include "base/Ascii.h"
+#include "host/NvString.h"
+#include "tools/Interrupt.h"
+#include "tools/Utf8Text.h"
+
+namespace {
+
+// "007" is a name; "0", "0.5" and "0e3" are numbers.
+bool HasLeadingZero(const std::string& text) {
+    const std::size_t first = text.find_first_not_of(" \t+-");
+    return first != std::string::npos && text[first] == '0' && first + 1 < text.size() &&
+           IsDigit(text[first + 1]);
+}
+
+bool IsNumber(const std::string& text) {
+    double value = 0.0;
+    return NvString::ToDouble(text, value);
+}
+
+}  // namespace
+
+std::string SafeCell(std::string text) {
+    const char first = text.empty() ? '\0' : text.front();
+    const bool isSign = first == '+' || first == '-';
+    if (first == '=' || first == '@' || first == '\t' || first == '\r' || (isSign && !IsNumber(text))) {
+        text.insert(text.begin(), '\'');
+    }
+    return text;
+}
+
+int WantedRows::At(int row) const {
+    Interrupt::ThrowIfRequested();
+    return rows[static_cast<std::size_t>(row) - 1];
+}
+
+std::string WantedRows::GetString(int col, int row) {
+    std::string text = AsUtf8(table.GetString(col, At(row)));
+    return makesSafe && table.IsString(col, At(row)) ? SafeCell(std::move(text)) : text;
+}
+
+bool WantedRows::GetDataOrigin(int* firstDataCol, int* firstDataRow) {
+    int row = 0;
+    if (!table.GetDataOrigin(firstDataCol, &row)) {
+        return false;
+    }
+    const auto place = std::lower_bound(rows.begin(), rows.end(), row);
+    *firstDataRow = static_cast<int>(place - rows.begin()) + 1;
+    return place != rows.end();
+}
+
+std::optional<double> NumericRows::NumberAt(int col, int row) const {
+    const int tableRow = At(row);
+    TableData& table = GetTable();
+    switch (table.GetKind(col, tableRow)) {
+        case TableData::Bool:
+            return static_cast<double>(table.GetInt64(col, tableRow));
+        case TableData::Text: {
+            const std::string text = table.GetText(col, tableRow);
+            double value = 0.0;
+            return !HasLeadingZero(text) && NvString::ToDouble(text, value) ? std::optional(value)
+                                                                            : std::nullopt;
+        }
+        default:
+            return table.IsFloat(col, tableRow) ? std::optional(table.GetFloatValue(col, tableRow))
+                                                : std::nullopt;
+    }
+}
+
+double NumericRows::GetFloatValue(int col, int row) {
+    return NumberAt(col, row).value_or(0.0);
+}
+
+bool NumericRows::IsFloat(int col, int row) {
+    return NumberAt(col, row).has_value();
+}
+
+bool NumericRows::IsString(int col, int row) {
+    return !IsFloat(col, row) && WantedRows::IsString(col, row);
+}
+
+// As a table finds it: behind the leading rows and columns that have no number in them.
+bool NumericRows::GetDataOrigin(int* firstDataCol, int* firstDataRow) {
+    if (!origin) {
+        int firstCol = GetNumberOfColumns() + 1;
+        int firstRow = 0;
+        for (int row = 1; row <= GetNumberOfRows(); ++row) {
+            for (int col = 1; col < firstCol; ++col) {
+                if (IsFloat(col, row)) {
+                    firstCol = col;
+                    firstRow = firstRow == 0 ? row : firstRow;
+                }
+            }
+        }
+        origin = firstRow == 0 ? std::pair(0, 0) : std::pair(firstCol, firstRow);
+    }
+    *firstDataCol = origin->first;
+    *firstDataRow = origin->second;
+    return origin->second != 0;
+}
+
+std::size_t NumericRows::CountUnwritable() {
+    int firstCol = 0;
+    int firstRow = 0;
+    if (!GetDataOrigin(&firstCol, &firstRow)) {
+        return 0;
+    }
+    std::size_t count = 0;
+    for (int row = firstRow; row <= GetNumberOfRows(); ++row) {
+        for (int col = firstCol; col <= GetNumberOfColumns(); ++col) {
+            count += IsString(col, row) ? 1 : 0;
+        }
+    }
+    return count;
+}
