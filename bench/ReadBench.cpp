@@ -179,7 +179,7 @@ RegisterConvertBench::RegisterConvertBench(const std::string& name, const std::s
                                      double best = 1e30;
                                      for (auto _ : state) {
                                          const auto start = std::chrono::steady_clock::now();
-                                         RunConvert(request, BenchFolder() + "/converted.csv", "csv");
+                                         RunConvert(request, {BenchFolder() + "/converted.csv", "csv"});
                                          best = std::min(best, SecondsSince(start));
                                      }
                                      const auto bytes = static_cast<double>(std::filesystem::file_size(path));

@@ -64,11 +64,24 @@ std::string Listed(const std::vector<std::size_t>& places) {
     return text;
 }
 
-std::string Describe(const std::vector<std::size_t>& places, bool isFirst) {
-    if (places.size() == 1) {
-        return "block " + Listed(places) + " stands alone";
+// What goes together first, then what doesn't go with anything.
+std::string Describe(const std::vector<std::vector<std::size_t>>& groups) {
+    std::string text;
+    std::vector<std::size_t> alone;
+    for (const std::vector<std::size_t>& group : groups) {
+        if (group.size() == 1) {
+            alone.push_back(group.front());
+        } else {
+            text += text.empty() ? "; blocks " + Listed(group) + " share one axis"
+                                 : ", blocks " + Listed(group) + " another";
+        }
     }
-    return "blocks " + Listed(places) + (isFirst ? " share one axis" : " share another");
+    if (!alone.empty()) {
+        text += text.empty() ? "; " : ", ";
+        text += alone.size() == 1 ? "block " + Listed(alone) + " stands alone"
+                                  : "blocks " + Listed(alone) + " stand each alone";
+    }
+    return text;
 }
 
 }  // namespace
@@ -103,8 +116,5 @@ std::string AdviseOnBlocks(const FormatCatalogue& formats, int format, const Rea
             groups.push_back({i + 1});
         }
     }
-    for (std::size_t i = 0; i < groups.size(); ++i) {
-        advice += (i == 0 ? "; " : ", ") + Describe(groups[i], i == 0);
-    }
-    return advice;
+    return advice + Describe(groups);
 }

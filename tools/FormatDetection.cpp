@@ -152,8 +152,8 @@ std::string FormatDetection::ReasonByExtension(int format, const std::string& fi
 std::string FormatDetection::WhyUndetermined(const std::string& file) const {
     std::string text = "The file type could not be determined: no format is proved by the content";
     const std::string extension = NvGetFileExtension(file);
-    text +=
-        extension.empty() ? ", and the name has no extension." : " or has the extension ." + extension + ".";
+    text += extension.empty() ? ", and the name has no extension."
+                              : ", and none with the extension ." + extension + " is possible.";
     const std::vector<std::string> possible = formats.PossibleFormats(file);
     if (possible.empty()) {
         return text + " No format fits its content.";

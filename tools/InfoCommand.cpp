@@ -103,7 +103,8 @@ void WriteText(const ReadRequest& request, const Report& report) {
         WriteLine(part.kind + " " + std::to_string(i + 1), text);
     }
     if (!report.read.warning.empty()) {
-        WriteLine("warning", report.read.warning);
+        // Of several lines, as the reader parts them.
+        std::cout << "warning     " << AsUtf8(report.read.warning) << '\n';
     }
     for (const karta::Note& note : report.read.notes) {
         WriteLine("note", note.text);

@@ -345,13 +345,12 @@ OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const Read
 }
 
 std::string MessageOf(SpreadsheetFile& reader) {
-    if (reader.GetStatus() == SpreadsheetFile::StatusAbortedByUser) {
-        // Its text is a key between reader and driver, not for people.
-        return "The import was given up: a question was answered so, or a choice is missing.";
-    }
     char buffer[ErrorTextSize + 1] = "";
     reader.GetErrorMessage(buffer, ErrorTextSize);
-    return OrNoReason(buffer);
+    // A key between reader and driver, and not for people.
+    return std::strcmp(buffer, "AbortedByUser") == 0
+               ? "The import was given up: a question was answered so, or a choice is missing."
+               : OrNoReason(buffer);
 }
 
 void ShowReport(const ReadRequest& request, const ReadReport& report) {

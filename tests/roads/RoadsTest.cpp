@@ -296,7 +296,7 @@ protected:
     }
 
     void ExpectProgramConverts(const RecordedRead& read) {
-        const CommandOutcome direct = Program("convert --quiet -o -");
+        const CommandOutcome direct = Program("convert --classic --quiet -o -");
         const CommandOutcome driven = Program("convert --quiet --through-driver -o -");
         EXPECT_EQ(direct.status, read.Succeeded() ? 0 : 1) << direct.err;
         EXPECT_EQ(driven.status, direct.status) << driven.err;

@@ -531,7 +531,7 @@ TEST_F(ProgramTest, FilesThatNoFormatProvesAreNotGuessed) {
         EXPECT_EQ(outcome.status, 1) << reading;
         EXPECT_TRUE(outcome.err.starts_with(
             "karta-import: a.xyz: The file type could not be determined: no format is "
-            "proved by the content or has the extension .xyz. Name it with --format."))
+            "proved by the content, and none with the extension .xyz is possible. Name it with --format."))
             << outcome.err;
         EXPECT_FALSE(Contains(outcome.err, "does not seem to be a Brookside")) << outcome.err;
     }
