@@ -160,9 +160,10 @@ struct TemporaryFolder {
     UnfinishedFile unfinished;
 };
 
-void WriteForm(TableData& table, const std::vector<int>& rows, const FormRequest& form,
+void WriteForm(TableData& table, const std::vector<int>& rows, const FormRequest& form, karta::Budget* budget,
                const std::string& path) {
     OutputFile file(path);
+    file.SetBudget(budget);
     if (!file.HasFailed()) {
         WriteTable(table, rows, form, file);
     }
@@ -211,14 +212,15 @@ void Write(const FormatCatalogue& formats, const Target& target, TableRead& read
         const FormRequest form{*target.form, wanted.safeCells, wanted.objects, &read.report.shape};
         if (wanted.output == StandardOutput && !IsTerminal(wanted.output)) {
             OutputFile file(STDOUT_FILENO);
+            file.SetBudget(read.report.GetBudget());
             WriteTable(*read.table, rows, form, file);
             Commit(file, wanted.output);
         } else if (wanted.output == StandardOutput) {
             const TemporaryFolder folder;
-            WriteForm(*read.table, rows, form, folder.path + "/" + StandardOutput);
+            WriteForm(*read.table, rows, form, read.report.GetBudget(), folder.path + "/" + StandardOutput);
             CopyToStandardOutput(folder.path + "/" + StandardOutput);
         } else {
-            WriteForm(*read.table, rows, form, wanted.output);
+            WriteForm(*read.table, rows, form, read.report.GetBudget(), wanted.output);
         }
         return;
     }
@@ -245,7 +247,11 @@ int RunConvert(const ReadRequest& request, const ConvertRequest& wanted) {
     // The row of names is needed for objects, whatever rows are wanted.
     ReadTable(request, read, wanted.objects ? 1 : 0);
     CheckExtent(request, *read.table);
-    Write(*formats, target, read, read.Rows(request), wanted);
+    try {
+        Write(*formats, target, read, read.Rows(request), wanted);
+    } catch (const karta::BudgetExceeded& exceeded) {
+        throw Failure(request.files.front() + ": " + exceeded.what());
+    }
     ShowReport(request, read.report);
     return ExitSuccess;
 }

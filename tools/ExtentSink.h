@@ -41,6 +41,7 @@ public:
         CoverRun(col, firstRow, 1, std::ssize(values));
     }
 
+    bool KeepsRows() const override { return false; }
     int NextRowToRead(int row) override { return control.NextRowToRead(row, GetNumberOfRows()); }
     void EndRow(int row) override { control.EndRow(row, GetNumberOfRows()); }
     void SetDataSize(int cols, int rows) override {

@@ -27,7 +27,7 @@ constexpr Signature Signatures[] = {
     {30,
      "mimetypeapplication/vnd.oasis.opendocument"sv,
      {"an OpenDocument file", "save it as .xlsx or .csv first", true}},
-    {0, "PK\x03\x04"sv, {"a zip archive without a workbook that can be read", "unpack it first", false}},
+    {0, "PK\x03\x04"sv, {"a zip archive without a workbook", "unpack it first", false}},
     {0, "PK\x05\x06"sv, {"an empty zip archive", "", false}},
     {0,
      "\x89HDF\r\n\x1a\n"sv,

@@ -52,6 +52,12 @@ void ProgramTable::SetMissing(int col, int row) {
     }
 }
 
+void ProgramTable::SetSource(int col, int row, std::string_view source) {
+    if (control.IsOfUse(row)) {
+        TableData::SetSource(col, row, source);
+    }
+}
+
 void ProgramTable::SetRowRun(int firstCol, int row, std::span<const float> values) {
     if (control.IsOfUse(row)) {
         TableData::SetRowRun(firstCol, row, values);

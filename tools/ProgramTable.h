@@ -23,12 +23,15 @@ public:
     void SetDuration(int col, int row, std::int64_t microseconds) override;
     void SetError(int col, int row, std::string_view text) override;
     void SetMissing(int col, int row) override;
+    void SetSource(int col, int row, std::string_view source) override;
     void SetRowRun(int firstCol, int row, std::span<const float> values) override;
     void SetRowRun(int firstCol, int row, std::span<const double> values) override;
     void SetColumnRun(int col, int firstRow, std::span<const float> values) override;
     void SetColumnRun(int col, int firstRow, std::span<const double> values) override;
 
     int NextRowToRead(int row) override { return control.NextRowToRead(row, GetNumberOfRows()); }
+    /** Where the first rows are enough, what they tell of the columns is too. */
+    bool KeepsRows() const override { return !control.WantsFirstRowsOnly(); }
     void EndRow(int row) override { control.EndRow(row, GetNumberOfRows()); }
     void SetDataSize(int cols, int rows) override;
 

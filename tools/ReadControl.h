@@ -34,6 +34,7 @@ public:
     /** Whether a cell of this row can be of use. */
     bool IsOfUse(int row) const { return row <= lastOfUse; }
     int GetLastOfUse() const { return lastOfUse; }
+    bool WantsFirstRowsOnly() const { return !filter.IsAll(); }
     /** Whether the read was stopped because rows followed behind the last one of use. */
     bool HasEnough() const { return hasEnough; }
 

@@ -69,6 +69,10 @@ public:
             context = own->GetContext();
             context->stop = control.GetStopToken();
             context->progress = [this](double share) { control.ShowShare(share); };
+            report.context = context;
+            if (auto* table = dynamic_cast<TableData*>(&sink)) {
+                table->SetBudget(&context->budget);
+            }
         }
     }
 
@@ -165,6 +169,8 @@ private:
             report.notes.push_back(note);
         }
         report.shape = context->shape;
+        // It refers to this read, which ends here.
+        context->progress = nullptr;
     }
 
     const ReadRequest& request;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/Note.h"
+#include "base/ReadContext.h"
 #include "base/TableShape.h"
 #include "frame/SpreadsheetData.h"
 #include "frame/SpreadsheetFile.h"
@@ -75,6 +76,10 @@ void AnswerQuestions(const ReadRequest& request);
 
 /** What a read says beside its table. */
 struct ReadReport {
+    /** What the read may cost, for what is kept and written of it; null for a module's reader. */
+    karta::Budget* GetBudget() const { return context == nullptr ? nullptr : &context->budget; }
+
+    std::shared_ptr<karta::ReadContext> context;
     std::string warning;
     std::vector<karta::Note> notes;
     karta::TableShape shape;
@@ -93,8 +98,9 @@ struct TableRead {
     /** The rows of the table that the user wants, all of them without a list. */
     std::vector<int> Rows(const ReadRequest& request) const;
 
-    std::unique_ptr<TableData> table;
+    // Its budget outlives the table.
     ReadReport report;
+    std::unique_ptr<TableData> table;
     bool hasMoreRows = false;  // than the table says: the read ended behind the last wanted one
 };
 

@@ -136,7 +136,7 @@ TEST_F(ProgramTest, ShowTellsWhatIsLeftOut) {
     std::string table;
     for (int row = 0; row < 30; ++row) {
         for (int col = 0; col < 40; ++col) {
-            table += "12345\t";
+            table += col == 0 ? "12345" : "\t12345";
         }
         table += "\n";
     }
@@ -149,7 +149,7 @@ TEST_F(ProgramTest, ShowTellsWhatIsLeftOut) {
 
 TEST_F(ProgramTest, InfoTellsFormatReasonAndSize) {
     folder.Write("a.txt", "a\tb\n1\t2\n");
-    EXPECT_EQ(Run("info a.txt").out,
+    EXPECT_EQ(Run("info --classic a.txt").out,
               "file        a.txt\n"
               "format      Text File (possible by the content, chosen by the extension .txt)\n"
               "table       2 rows, 2 columns\n");
@@ -162,6 +162,8 @@ TEST_F(ProgramTest, ConvertQuotesOnlyWhatMustBe) {
     EXPECT_EQ(Run("convert a.txt -o -").out, "\"a,b\",\"say \"\"x\"\"\",plain\n1.50,,end\n");
     EXPECT_EQ(Run("convert a.txt --to tsv -o -").out, "a,b\t\"say \"\"x\"\"\"\tplain\n1.50\t\tend\n");
     EXPECT_EQ(Run("convert a.txt --to JSONL -o -").out,
+              "[\"a,b\",\"say \\\"x\\\"\",\"plain\"]\n[1.5,null,\"end\"]\n");
+    EXPECT_EQ(Run("convert --classic a.txt --to jsonl -o -").out,
               "[\"a,b\",\"say \\\"x\\\"\",\"plain\"]\n[\"1.50\",\"\",\"end\"]\n");
 }
 
@@ -177,8 +179,9 @@ TEST_F(ProgramTest, ConvertGoesByTheExtension) {
 
 TEST_F(ProgramTest, TextThatIsNotUtf8IsTakenAsWindows1252) {
     folder.Write("a.txt", "\xe5 \x80\x81\t\xc3\xa5\n");
-    EXPECT_EQ(Run("convert a.txt -o -").out, "\xc3\xa5 \xe2\x82\xac\xc2\x81,\xc3\xa5\n");
-    EXPECT_EQ(Run("convert a.txt -o - --to 'Text File'").out, "\xc3\xa5 \xe2\x82\xac\xc2\x81\t\xc3\xa5\n");
+    EXPECT_EQ(Run("convert --classic a.txt -o -").out, "\xc3\xa5 \xe2\x82\xac\xc2\x81,\xc3\xa5\n");
+    EXPECT_EQ(Run("convert --classic a.txt -o - --to 'Text File'").out,
+              "\xc3\xa5 \xe2\x82\xac\xc2\x81\t\xc3\xa5\n");
 }
 
 TEST_F(ProgramTest, ThroughTheDriverTheTableIsTheSame) {
@@ -719,7 +722,7 @@ TEST_F(ProgramTest, BadFilesAreNamedWithTheReason) {
     };
     expect("show none.txt", "karta-import: none.txt: No such file or directory");
     expect("show folder", "karta-import: folder: Directories can not be imported.");
-    expect("show --format 'Text File' binary.txt",
+    expect("show --classic --format 'Text File' binary.txt",
            "karta-import: binary.txt: This file appears to be a binary file");
     expect("show --classic --format 'Text File' empty.txt", "karta-import: empty.txt: ");
     expect("show 'a\nb'", "line feed");
