@@ -2,12 +2,20 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 #include <system_error>
+#include <unordered_set>
 #include <utility>
 
+#include "archive/CompoundFile.h"
 #include "base/TemporaryFile.h"
+#include "frame/CellOutput.h"
+#include "frame/CompleteOptions.h"
+#include "frame/FormatRecogniser.h"
 #include "host/ImportSpecBase.h"
 #include "host/project/AliasAccess.h"
 #include "host/project/CompoundFileStreamSource.h"
@@ -15,11 +23,16 @@
 #include "host/project/NCProgress.h"
 #include "host/project/NCProject.h"
 #include "host/project/OldKpfReader.h"
+#include "host/project/ProjectLayout.h"
 #include "host/project/ProjectVersion.h"
 
 namespace {
 
 constexpr const char* TemporaryPrefix = "kpf";
+
+constexpr int RowsBetweenLooks = 1024;
+// The names that a note tells, of more datasets.
+constexpr std::uint64_t MaxNamesInNote = 20;
 
 // The host's codes of what a row or column is, passed on as they are.
 constexpr int RowRolePrimaryId = 0x11;
@@ -50,6 +63,84 @@ bool IsGeneratedTime(const VariableInfo& variable) {
 void TellDateTime(ImportSpecBase& spec, int column, const DateTimeVariableInfo& variable) {
     spec.SetDateTimeFormat(column, variable.dateFormat.c_str(), variable.timeFormat.c_str(), variable.origin,
                            variable.unit, variable.resolution);
+}
+
+int ColsOf(const NCDataSet& part) {
+    return part.SizeVariables() + static_cast<int>(part.GetObservationIds().size());
+}
+
+int RowsOf(const NCDataSet& part) {
+    return part.SizeObservations() + static_cast<int>(part.GetVariableIds().size());
+}
+
+int AddRows(int rows, int more) {
+    return rows > std::numeric_limits<int>::max() - more ? std::numeric_limits<int>::max() : rows + more;
+}
+
+// Counted from the variable's day, and rounded to the second, as the host does. What no calendar has stays a
+// number.
+void PutDateTime(CellOutput& output, int col, int row, const DateTimeVariableInfo& variable, float value) {
+    constexpr double SecondsOf[] = {86400.0, 3600.0, 60.0, 1.0};
+    constexpr std::int64_t SecondsOfDay = 86400;
+    constexpr std::int64_t MicrosecondsOfSecond = 1'000'000;
+    constexpr double LongestTime = 3e11;  // as long as the calendar
+    // Serial days: the first after the one that never was, that of 1970-01-01, and the first too late.
+    constexpr std::int64_t DayThatNeverWas = 60;
+    constexpr std::int64_t Epoch = 25569;
+    constexpr std::int64_t EndOfCalendar = 2958466;
+    const bool isKnownUnit =
+        variable.unit >= DateTimeVariableInfo::UnitDay && variable.unit <= DateTimeVariableInfo::UnitSecond;
+    const double seconds =
+        static_cast<double>(value) * (isKnownUnit ? SecondsOf[variable.unit] : SecondsOf[0]);
+    if (!(std::abs(seconds) < LongestTime)) {
+        output.Number(col, row, value);
+        return;
+    }
+    const std::int64_t whole = std::llround(seconds);
+    std::int64_t second = whole % SecondsOfDay;
+    second += second < 0 ? SecondsOfDay : 0;
+    const std::int64_t day = variable.origin + (whole - second) / SecondsOfDay;
+    if (day < 0 || day >= EndOfCalendar || day == DayThatNeverWas) {
+        output.Number(col, row, value);
+    } else if (day == 0) {
+        output.Time(col, row, second * MicrosecondsOfSecond);
+    } else {
+        const std::int64_t epochDay = day - Epoch + (day < DayThatNeverWas ? 1 : 0);
+        const bool isDate =
+            variable.timeFormat.empty() && variable.unit == DateTimeVariableInfo::UnitDay && second == 0;
+        if (isDate) {
+            output.Date(col, row, static_cast<std::int32_t>(epochDay));
+        } else {
+            output.DateTime(col, row, (epochDay * SecondsOfDay + second) * MicrosecondsOfSecond);
+        }
+    }
+}
+
+void PutValue(CellOutput& output, int col, int row, const VariableInfo& variable, float value) {
+    const auto* const dateTime = dynamic_cast<const DateTimeVariableInfo*>(&variable);
+    if (VariableInfo::IsMissing(value)) {
+        output.Missing(col, row);
+    } else if (dateTime != nullptr) {
+        PutDateTime(output, col, row, *dateTime, value);
+    } else if (variable.IsYesNo() && (value == 0.0F || value == 1.0F)) {
+        output.Bool(col, row, value == 1.0F);
+    } else {
+        output.Number(col, row, value);
+    }
+}
+
+bool IsKpfHead(const char* path) {
+    const CompoundFile file(path);
+    const auto& entries = file.GetEntries();
+    return std::any_of(entries.begin(), entries.end(), [](const CompoundFile::Entry& entry) {
+        return entry.isStream && (entry.name == ProjectCatalogue::StreamName || entry.name == OldStreamName);
+    });
+}
+
+// A compound file that holds the streams of a project.
+FormatRecogniser::Evidence Recognise(const char* path, std::string_view /*head*/) {
+    const bool isProject = CompoundFile::IsCompoundFile(path) && IsKpfHead(path);
+    return isProject ? FormatRecogniser::Evidence::Proof : FormatRecogniser::Evidence::None;
 }
 
 // A source over a project, ready to be opened: what an earlier run left of its folder is gone.
@@ -124,6 +215,7 @@ void KpfFileImport::TakeOver(KpfFileImport& other) {
     source = std::move(other.source);
     project = std::move(other.project);
     dataset = std::move(other.dataset);
+    chosen = std::move(other.chosen);
     importSpec = std::exchange(other.importSpec, nullptr);
     ownsTemporaryFile = std::exchange(other.ownsTemporaryFile, false);
     other.sizeKnown = false;
@@ -159,7 +251,7 @@ void KpfFileImport::GetErrorMessage(char* buffer, unsigned int size) {
     CopyStatusText(Texts, buffer, size);
 }
 
-int KpfFileImport::Open(bool forRead, const char* path, NvImportOpenOptions* /*options*/) {
+int KpfFileImport::Open(bool forRead, const char* path, NvImportOpenOptions* options) {
     if (status != StatusOk) {
         return status;
     }
@@ -171,8 +263,10 @@ int KpfFileImport::Open(bool forRead, const char* path, NvImportOpenOptions* /*o
     sizeKnown = false;
     try {
         status = OpenProject(path);
+        const auto wanted =
+            IsComplete() ? CompleteOptions(options).GetText(CompleteOptions::Part) : std::nullopt;
         if (status == StatusOk) {
-            status = LoadProject();
+            status = LoadProject(wanted);
         }
     } catch (const ProjectCipher::NoMemory&) {
         status = StatusNoKeyMemory;
@@ -218,7 +312,7 @@ int KpfFileImport::OpenOldProject(const std::string& path, std::string& password
     return StatusOk;
 }
 
-int KpfFileImport::LoadProject() {
+int KpfFileImport::LoadProject(const std::optional<std::string>& wanted) {
     project = NCProject::Create();
     if (!project->Init(source.get(), true, [this](NCProject& oldProject) { ConvertProject(oldProject); })) {
         // A conversion that the user cancelled has left its own status.
@@ -227,11 +321,39 @@ int KpfFileImport::LoadProject() {
     if (project->SizeDataSets() == 0) {
         return StatusNoDataSet;
     }
+    if (wanted) {
+        return ChooseParts(*wanted);
+    }
     const int id = project->SizeDataSets() < 2 ? project->GetDataSetId(1) : SelectDataset(project);
     if (project->SizeDataSets() >= 2 && id < 1) {
         return StatusAbortedByUser;
     }
+    chosen = {1};
+    for (int place = 1; place <= project->SizeDataSets(); ++place) {
+        if (project->GetDataSetId(place) == id) {
+            chosen = {place};
+            break;
+        }
+    }
     dataset = project->GetDataSet(id);
+    return dataset == nullptr ? static_cast<int>(StatusNoDataSet) : static_cast<int>(StatusOk);
+}
+
+int KpfFileImport::ChooseParts(const std::string& wanted) {
+    const auto places = FindParts(ListParts(), wanted);
+    if (!places) {
+        failureText = "The project has no dataset \"" + wanted + "\".";
+        return StatusNoDataSet;
+    }
+    // Entries of one id are one dataset.
+    std::unordered_set<int> ids;
+    chosen.clear();
+    for (const std::size_t place : *places) {
+        if (ids.insert(project->GetDataSetId(static_cast<int>(place) + 1)).second) {
+            chosen.push_back(static_cast<int>(place) + 1);
+        }
+    }
+    dataset = project->GetDataSet(project->GetDataSetId(chosen.front()));
     return dataset == nullptr ? static_cast<int>(StatusNoDataSet) : static_cast<int>(StatusOk);
 }
 
@@ -266,8 +388,14 @@ int KpfFileImport::EstablishSize() {
     if (dataset == nullptr) {
         return StatusSizeFailed;
     }
-    numCols = dataset->SizeVariables() + static_cast<int>(dataset->GetObservationIds().size());
-    numRows = dataset->SizeObservations() + static_cast<int>(dataset->GetVariableIds().size());
+    numCols = ColsOf(*dataset);
+    numRows = RowsOf(*dataset);
+    for (std::size_t i = 1; i < chosen.size(); ++i) {
+        if (const auto part = project->GetDataSet(project->GetDataSetId(chosen[i]))) {
+            numCols = std::max(numCols, ColsOf(*part));
+            numRows = AddRows(numRows, RowsOf(*part));
+        }
+    }
     sizeKnown = true;
     return StatusOk;
 }
@@ -280,35 +408,128 @@ int KpfFileImport::Read(ReadSpreadSheetData* sink) {
         status = StatusNoDataSet;
         return status;
     }
+    sink->layoutDefault = true;
+    status = IsComplete() ? ReadComplete(*sink) : ReadClassic(*sink);
+    if (importSpec != nullptr) {
+        TellLayout(*importSpec);
+        importSpec->honoured = true;
+    }
+    return status;
+}
+
+// Every value as text, as its variable writes it.
+int KpfFileImport::ReadClassic(ReadSpreadSheetData& sink) const {
     const AliasAccess variableAliases(project->GetAliasTables(), dataset->GetVariableIds());
     const AliasAccess observationAliases(project->GetAliasTables(), dataset->GetObservationIds());
     const int idRows = variableAliases.SizeAliases();
     const int idColumns = observationAliases.SizeAliases();
-    sink->layoutDefault = true;
     for (int alias = 1; alias <= idRows; ++alias) {
         for (int variable = 1; variable <= dataset->SizeVariables(); ++variable) {
-            sink->Set(idColumns + variable, alias,
-                      variableAliases.GetAlias(alias, dataset->GetVariableInfo(variable)));
+            sink.Set(idColumns + variable, alias,
+                     variableAliases.GetAlias(alias, dataset->GetVariableInfo(variable)));
         }
     }
     const NCDataMatrix<float>& values = dataset->GetData(false, nullptr);
     for (int observation = 1; observation <= dataset->SizeObservations(); ++observation) {
         const int row = idRows + observation;
         for (int alias = 1; alias <= idColumns; ++alias) {
-            sink->Set(alias, row,
-                      observationAliases.GetAlias(alias, dataset->GetObservationInfo(observation)));
+            sink.Set(alias, row,
+                     observationAliases.GetAlias(alias, dataset->GetObservationInfo(observation)));
         }
         for (int variable = 1; variable <= dataset->SizeVariables(); ++variable) {
             const std::string text =
                 dataset->GetVariableInfo(variable).GetValueText(values(observation, variable));
-            sink->Set(idColumns + variable, row, text.c_str());
+            sink.Set(idColumns + variable, row, text.c_str());
         }
     }
-    if (importSpec != nullptr) {
-        TellLayout(*importSpec);
-        importSpec->honoured = true;
+    return StatusOk;
+}
+
+// Every value as what it is; several datasets below each other, each with its own ids above.
+int KpfFileImport::ReadComplete(ReadSpreadSheetData& sink) {
+    CellOutput output(sink);
+    int cols = 0;
+    int rows = 0;
+    for (std::size_t i = 0; i < chosen.size(); ++i) {
+        const auto part = i == 0 ? dataset : project->GetDataSet(project->GetDataSetId(chosen[i]));
+        if (part == nullptr) {
+            const std::string& name = project->GetDataSetName(chosen[i]);
+            AddNote({"unreadable-part", 1, name, "the dataset \"" + name + "\" can't be read"});
+            continue;
+        }
+        PutDataSet(output, *part, rows);
+        cols = std::max(cols, ColsOf(*part));
+        rows = AddRows(rows, RowsOf(*part));
     }
-    return status;
+    sink.SetDataSize(cols, rows);
+    if (chosen.size() == 1) {
+        ShapeTable();
+    }
+    NoteOtherParts();
+    return StatusOk;
+}
+
+void KpfFileImport::PutDataSet(CellOutput& output, const NCDataSet& part, int rowOffset) const {
+    const AliasAccess variableAliases(project->GetAliasTables(), part.GetVariableIds());
+    const AliasAccess observationAliases(project->GetAliasTables(), part.GetObservationIds());
+    const int idRows = variableAliases.SizeAliases();
+    const int idColumns = observationAliases.SizeAliases();
+    for (int alias = 1; alias <= idRows; ++alias) {
+        for (int variable = 1; variable <= part.SizeVariables(); ++variable) {
+            output.Text(idColumns + variable, rowOffset + alias,
+                        variableAliases.GetAlias(alias, part.GetVariableInfo(variable)));
+        }
+    }
+    const NCDataMatrix<float>& values = part.GetData(false, nullptr);
+    for (int observation = 1; observation <= part.SizeObservations(); ++observation) {
+        const int row = rowOffset + idRows + observation;
+        if (observation % RowsBetweenLooks == 0) {
+            GetContext()->ThrowIfStopped();
+        }
+        for (int alias = 1; alias <= idColumns; ++alias) {
+            output.Text(alias, row, observationAliases.GetAlias(alias, part.GetObservationInfo(observation)));
+        }
+        for (int variable = 1; variable <= part.SizeVariables(); ++variable) {
+            PutValue(output, idColumns + variable, row, part.GetVariableInfo(variable),
+                     values(observation, variable));
+        }
+        output.EndRow(row);
+    }
+}
+
+void KpfFileImport::NoteOtherParts() {
+    std::unordered_set<int> ids;
+    for (const int place : chosen) {
+        ids.insert(project->GetDataSetId(place));
+    }
+    std::string names;
+    std::uint64_t count = 0;
+    for (int place = 1; place <= project->SizeDataSets(); ++place) {
+        if (ids.contains(project->GetDataSetId(place))) {
+            continue;
+        }
+        if (++count <= MaxNamesInNote) {
+            names += (names.empty() ? "\"" : ", \"") + project->GetDataSetName(place) + "\"";
+        }
+    }
+    if (count > 0) {
+        AddNote({"other-parts",
+                 count,
+                 {},
+                 "datasets that are not in this table: " + names + (count > MaxNamesInNote ? ", ..." : "")});
+    }
+}
+
+void KpfFileImport::ShapeTable() {
+    karta::TableShape& shape = GetContext()->shape;
+    const int idRows = static_cast<int>(dataset->GetVariableIds().size());
+    shape = {};
+    shape.isKnown = true;
+    shape.nameRow = std::min(idRows, 1);
+    shape.firstDataRow = idRows + 1;
+    for (int col = 1; col <= static_cast<int>(dataset->GetObservationIds().size()); ++col) {
+        shape.labelColumns.push_back(col);
+    }
 }
 
 void KpfFileImport::TellLayout(ImportSpecBase& spec) const {
@@ -372,6 +593,10 @@ std::vector<FileContents::Part> KpfFileImport::ListParts() {
         part.kind = "matrix";
         part.name = project->GetDataSetName(position);
         part.number = position;
+        if (IsComplete() && dataset != nullptr && chosen.size() == 1 && chosen.front() == position) {
+            part.cols = ColsOf(*dataset);
+            part.rows = RowsOf(*dataset);
+        }
         parts.push_back(part);
     }
     return parts;
@@ -395,6 +620,7 @@ bool KpfFileImport::SelectPart(int number) {
     if (project == nullptr || number < 1 || number > project->SizeDataSets()) {
         return false;
     }
+    chosen = {number};
     dataset = project->GetDataSet(project->GetDataSetId(number));
     sizeKnown = false;
     if (dataset == nullptr) {
@@ -416,3 +642,4 @@ SpreadsheetFile* KpfFileFactory::GetSpreadsheetFile() {
 }
 
 static KpfFileFactory kpfFileFactory(1);
+static const FormatRecogniser kpfFileRecogniser("KARTA project file", "kpf", {}, Recognise);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
 
+class CellOutput;
 class CompoundFileStreamSource;
 class CompundFileBase;
 class ImportSpecBase;
@@ -16,10 +18,12 @@ class NCDataSet;
 class NCProject;
 
 /**
- * One dataset out of a KARTA project. The project itself is read by the project library (host/project); this
- * class opens it, converts it where it is old, chooses the dataset and copies it: the ids of the variables
- * as leading rows, those of the observations as leading columns, and every value as text, as its variable
- * writes it. A specification that the host hands over learns what each row and column is.
+ * One dataset out of a KARTA project, or in the complete reading several below each other. The project itself
+ * is read by the project library (host/project); this class opens it, converts it where it is old, chooses
+ * the dataset and copies it: the ids of the variables as leading rows, those of the observations as leading
+ * columns, and every value: in the classic reading as text, as its variable writes it, in the complete one as
+ * the number, truth value or date that it is. A specification that the host hands over learns what each row
+ * and column is.
  *
  * An encrypted project is only opened by a derived class that sets its password. Of several datasets the
  * first is taken, unless a derived class chooses another one, or SelectPart afterwards.
@@ -43,7 +47,7 @@ public:
 
     void Close() override;
     void GetErrorMessage(char* buffer, unsigned int size) override;
-    /** `options` isn't looked at. */
+    /** Of `options` the complete reading looks at "Part": datasets by their names or places, or all. */
     int Open(bool forRead, const char* path, NvImportOpenOptions* options) override;
     int Read(ReadSpreadSheetData* sink) override;
     /** Keeps the specification for Read; it stays the caller's. */
@@ -66,8 +70,14 @@ public:
 private:
     int OpenProject(const std::string& path);
     int OpenOldProject(const std::string& path, std::string& password);
-    int LoadProject();
+    int LoadProject(const std::optional<std::string>& wanted);
     void ConvertProject(NCProject& oldProject);
+    int ChooseParts(const std::string& wanted);
+    int ReadClassic(ReadSpreadSheetData& sink) const;
+    int ReadComplete(ReadSpreadSheetData& sink);
+    void PutDataSet(CellOutput& output, const NCDataSet& part, int rowOffset) const;
+    void NoteOtherParts();
+    void ShapeTable();
     void Release();
     void TakeOver(KpfFileImport& other);
     void TellLayout(ImportSpecBase& spec) const;
@@ -76,6 +86,7 @@ private:
     std::unique_ptr<CompoundFileStreamSource> source;
     std::shared_ptr<NCProject> project;
     std::shared_ptr<NCDataSet> dataset;
+    std::vector<int> chosen;  // places of the datasets that are read, from 1; of these `dataset` is the first
     ImportSpecBase* importSpec = nullptr;
     bool ownsTemporaryFile = false;
 };

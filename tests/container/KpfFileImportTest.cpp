@@ -11,6 +11,7 @@
 #include <fstream>
 #include <memory>
 
+#include "frame/FormatRecogniser.h"
 #include "frame/SprFileFactory.h"
 #include "host/ImportSpecBase.h"
 #include "host/Question.h"
@@ -571,4 +572,97 @@ TEST_F(KpfFileImportTest, DamagedProjectsEndInAStatus) {
         ExpectSettledEndsOfDamaged(Format, "a.kpf", good, 200);
         ExpectSettledEndsOfCut(Format, "a.kpf", good, 61);
     }
+}
+
+namespace {
+
+/** The complete reading of a project, and what it has to say. */
+struct CompleteProject {
+    explicit CompleteProject(const std::string& path,
+                             const TestOptions& settings = TestOptions(std::string()))
+        : options(settings) {
+        context->reading = karta::Reading::Complete;
+        reader.SetContext(context);
+        status = reader.Open(true, path.c_str(), options.Get());
+        if (status == 0) {
+            status = reader.Read(&table);
+        }
+        for (const karta::Note& note : context->notes.GetAll()) {
+            notes += note.text + "\n";
+        }
+    }
+    std::string Cells() {
+        std::string cells;
+        for (int row = 1; row <= table.GetNumberOfRows(); ++row) {
+            for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
+                cells += "[" + table.GetString(col, row) + "]";
+            }
+            cells += "\n";
+        }
+        return cells;
+    }
+
+    std::shared_ptr<karta::ReadContext> context = std::make_shared<karta::ReadContext>();
+    TestOptions options;
+    KpfFileImport reader;
+    TableData table;
+    int status = -1;
+    std::string notes;
+};
+
+}  // namespace
+
+TEST_F(KpfFileImportTest, CompleteReadingKeepsTypes) {
+    ProjectContents project;
+    project.aliasTables = {{"Primary ID", AliasTable::KindPlain}};
+    auto days = HourVariable("Day");
+    days->unit = DateTimeVariableInfo::UnitDay;
+    days->timeFormat = "";
+    const float missing = VariableInfo::MissingValue;
+    project.dataSets.push_back(
+        SmallDataSet(1, "Mixed", {NamedVariable("pH"), YesNoVariable("Foam"), HourVariable("Hour"), days},
+                     {"a", "b"}, {{3.5F, 1.0F, 25.5F, 2.0F}, {missing, 7.0F, missing, 1e30F}}));
+    CompleteProject read(Write(project));
+    ASSERT_EQ(read.status, 0);
+    EXPECT_EQ(read.Cells(),
+              "[][pH][Foam][Hour][Day]\n[a][3.5][TRUE][2001-01-02T01:30:00][2001-01-03]\n"
+              "[b][][7][][1e+30]\n");
+    EXPECT_EQ(read.table.GetKind(2, 2), TableData::Float);
+    EXPECT_EQ(read.table.GetKind(3, 2), TableData::Bool);
+    EXPECT_EQ(read.table.GetKind(4, 2), TableData::DateTime);
+    EXPECT_EQ(read.table.GetKind(5, 2), TableData::Date);
+    EXPECT_EQ(read.table.GetKind(2, 3), TableData::Missing);
+    EXPECT_EQ(read.context->shape.nameRow, 1);
+    EXPECT_EQ(read.context->shape.firstDataRow, 2);
+    EXPECT_EQ(read.context->shape.labelColumns, std::vector<int>{1});
+    EXPECT_EQ(read.notes, "");
+}
+
+TEST_F(KpfFileImportTest, CompleteReadingTakesDatasetsByNameOrPlaceOrAll) {
+    for (const int version : {6, 5, 4}) {
+        const std::string path = Write(TwoDataSets(), {.version = version});
+        CompleteProject first(path);
+        EXPECT_EQ(first.notes, "datasets that are not in this table: \"Beers\"\n") << version;
+        EXPECT_EQ(first.table.GetNumberOfRows(), 3);
+        EXPECT_EQ(CompleteProject(path, TestOptions{{"Part", "beers"}}).Cells(), "[][Alcohol]\n[Ale][5.5]\n");
+        EXPECT_EQ(CompleteProject(path, TestOptions{{"Part", "2"}}).Cells(), "[][Alcohol]\n[Ale][5.5]\n");
+        CompleteProject all(path, TestOptions{{"Part", "all"}});
+        EXPECT_EQ(all.Cells(),
+                  "[][pH][Sugar]\n[Red][3.5][0.1]\n[White][][1e-07]\n[][Alcohol][]\n[Ale][5.5][]\n");
+        EXPECT_EQ(all.reader.GetNumRows(), 5);
+        EXPECT_EQ(all.reader.GetNumCols(), 3);
+        CompleteProject none(path, TestOptions{{"Part", "Ciders"}});
+        EXPECT_EQ(none.status, 0x67);
+        EXPECT_EQ(ErrorOf(none.reader), "The project has no dataset \"Ciders\".");
+    }
+}
+
+TEST_F(KpfFileImportTest, StreamsOfAProjectProveIt) {
+    const FormatRecogniser* const recogniser = FormatRecogniser::Find(Format);
+    ASSERT_NE(recogniser, nullptr);
+    EXPECT_EQ(recogniser->Recognise(Write(SmallProject()).c_str(), {}), FormatRecogniser::Evidence::Proof);
+    EXPECT_EQ(recogniser->Recognise(Write(SmallProject(), {.version = 4}).c_str(), {}),
+              FormatRecogniser::Evidence::Proof);
+    EXPECT_EQ(recogniser->Recognise(folder.Write("a.kpf", "no project").c_str(), {}),
+              FormatRecogniser::Evidence::None);
 }
