@@ -48,6 +48,12 @@ std::string ReadField(ByteCursor& stream, const ChemStationLayout& layout, std::
     return position == 0 ? std::string() : AsUtf8(ReadChemStationText(stream, position, layout.wide));
 }
 
+// Some writers leave the signal's own field empty; the technique then stands for it.
+std::string ReadSignalName(ByteCursor& stream, const ChemStationLayout& layout, bool isSpectra) {
+    const std::string name = ReadField(stream, layout, isSpectra ? layout.spectraSignal : layout.signal);
+    return name.empty() ? ReadField(stream, layout, layout.technique) : name;
+}
+
 std::int32_t ReadBigInt(ByteCursor& stream, std::uint64_t position) {
     stream.Seek(position);
     return stream.ReadBigI32();
@@ -139,7 +145,7 @@ bool ChemStationSignal::Open(const std::string& filePath, ByteCursor bytes, std:
     isSpectra = encoding == Encoding::Spectra;
     sample = ReadField(stream, layout, layout.sampleName);
     date = ReadField(stream, layout, layout.date);
-    signal = ReadField(stream, layout, isSpectra ? layout.spectraSignal : layout.signal);
+    signal = ReadSignalName(stream, layout, isSpectra);
     name = signal.empty() ? NvGetFileName(path) : signal;
     firstRecord = ChemStationDataOffset(dataStart);
     if (isSpectra) {
@@ -305,7 +311,7 @@ std::vector<Fact> ChemStationSignal::ListFacts(ByteCursor bytes) {
     const int version = ReadChemStationVersion(stream);
     const ChemStationLayout& layout = ChemStationLayout::Of(version);
     const bool isSpectra = EncodingOf(version) == Encoding::Spectra;
-    const std::string signal = ReadField(stream, layout, isSpectra ? layout.spectraSignal : layout.signal);
+    const std::string signal = ReadSignalName(stream, layout, isSpectra);
     const std::string date = ReadField(stream, layout, layout.date);
     const auto moment = ParseChemStationDate(date);
     FactList facts;
