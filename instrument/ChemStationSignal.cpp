@@ -321,9 +321,13 @@ std::vector<Fact> ChemStationSignal::ListFacts(ByteCursor bytes) {
     facts.Add("description", ReadField(stream, layout, layout.description));
     facts.Add("operator", ReadField(stream, layout, layout.operatorName));
     facts.Add("date", moment ? FormatDateTime(*moment) : TidyChemStationDate(date));
-    facts.Add("method", ReadField(stream, layout, layout.method));
+    // A long text in the field before it runs over the method.
+    const std::string technique = ReadField(stream, layout, layout.technique);
+    if (layout.wide || technique.size() < layout.method - layout.technique) {
+        facts.Add("method", ReadField(stream, layout, layout.method));
+    }
     facts.Add("detector", ReadField(stream, layout, layout.detector));
-    facts.Add("technique", ReadField(stream, layout, layout.technique));
+    facts.Add("technique", technique);
     facts.Add("software", ReadField(stream, layout, layout.software));
     AddShort(facts, "sequence line", stream, Field::SequenceLine);
     AddShort(facts, "vial", stream, Field::Vial);
