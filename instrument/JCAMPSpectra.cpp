@@ -1,6 +1,7 @@
 #include "instrument/JCAMPSpectra.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 
@@ -25,6 +26,23 @@ constexpr double HeadTolerance = 1.0;
 
 // What is written in a form of letters, with which an exponent without a sign would be mistaken.
 constexpr std::string_view PackedCharacters = "@ABCDFGHIabcdfghi%JKLMNOPQRjklmnopqrSTUVWXYZs";
+
+// What a character tells of how numbers are written.
+constexpr unsigned int PackedKind = 1;
+constexpr unsigned int CommaKind = 2;
+constexpr unsigned int PointKind = 4;
+
+constexpr std::array<std::uint8_t, 256> MakeCharacterKinds() {
+    std::array<std::uint8_t, 256> kinds{};
+    for (const char c : PackedCharacters) {
+        kinds[static_cast<unsigned char>(c)] = PackedKind;
+    }
+    kinds[','] = CommaKind;
+    kinds['.'] = PointKind;
+    return kinds;
+}
+
+constexpr std::array<std::uint8_t, 256> CharacterKinds = MakeCharacterKinds();
 
 std::string WithoutSpace(std::string_view text) {
     std::string result;
@@ -297,17 +315,20 @@ JCAMPSpectra::Notation JCAMPSpectra::FindNotation(const JCAMPDataTable& table, b
     std::string_view line;
     int lineNumber = 0;
     bool isPacked = false;
-    bool hasComma = false;
-    bool hasPoint = false;
+    unsigned int kinds = 0;
     while (!isPacked && stream.ReadLine(line, lineNumber)) {
         line = TrimSpace(line);
         if (line.starts_with('#')) {
             break;
         }
-        isPacked = line.find_first_of(PackedCharacters) != std::string_view::npos;
-        hasComma = hasComma || line.find(',') != std::string_view::npos;
-        hasPoint = hasPoint || line.find('.') != std::string_view::npos;
+        for (const char c : line) {
+            const unsigned int kind = CharacterKinds[static_cast<unsigned char>(c)];
+            kinds |= kind;
+        }
+        isPacked = (kinds & PackedKind) != 0;
     }
+    const bool hasComma = (kinds & CommaKind) != 0;
+    const bool hasPoint = (kinds & PointKind) != 0;
     mayBeDecimal = hasComma && !hasPoint && !isPacked;
     return {.commaSeparates = true, .plainExponents = !isPacked};
 }

@@ -20,9 +20,6 @@
 
 namespace {
 
-// So many digits of an axis' ends are shown: as many as instruments write.
-constexpr int ShownDigits = 9;
-
 // Of a failure's text: more would be cut.
 constexpr std::size_t LongestText = 200;
 
@@ -396,10 +393,10 @@ std::vector<SpectrumTable::Label> JCAMPTable::LabelsOf(const Part& part,
     return labels;
 }
 
-void JCAMPTable::AddRow(const Part& part, const JCAMPSpectrum& spectrum, std::vector<double> values,
+void JCAMPTable::AddRow(const Part& part, const JCAMPSpectrum& spectrum, std::span<const double> values,
                         bool haveGaps) {
     table.groups.back().spectra.push_back({LabelsOf(part, spectrum), rows.size()});
-    rows.push_back({std::move(values), haveGaps});
+    rows.push_back({values, haveGaps});
 }
 
 void JCAMPTable::AddToTable(const Part& part) {
@@ -447,13 +444,13 @@ void JCAMPTable::AddPeaks(const std::vector<const Part*>& peaks) {
     for (const Part* part : peaks) {
         for (const JCAMPSpectrum& spectrum : part->spectra) {
             std::map<double, std::size_t> used;
-            std::vector<double> values;
+            std::vector<double>& values = peakRows.emplace_back();
             context.budget.ChargeMemory(group.axis.size() * sizeof(double), "the tables of peaks");
             values.assign(group.axis.size(), std::nan(""));
             for (std::size_t i = 0; i < spectrum.xs.size(); ++i) {
                 values[columns[spectrum.xs[i]] + used[spectrum.xs[i]]++] = spectrum.ys[i];
             }
-            AddRow(*part, spectrum, std::move(values), true);
+            AddRow(*part, spectrum, values, true);
         }
     }
 }

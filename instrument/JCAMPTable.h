@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -54,7 +56,8 @@ private:
     std::vector<std::size_t> ChooseParts(const std::optional<std::vector<std::size_t>>& wanted) const;
     void AddToTable(const Part& part);
     void AddPeaks(const std::vector<const Part*>& peaks);
-    void AddRow(const Part& part, const JCAMPSpectrum& spectrum, std::vector<double> values, bool haveGaps);
+    void AddRow(const Part& part, const JCAMPSpectrum& spectrum, std::span<const double> values,
+                bool haveGaps);
     void FindLabelColumns(const std::vector<std::size_t>& chosen);
     std::vector<SpectrumTable::Label> LabelsOf(const Part& part, const JCAMPSpectrum& spectrum) const;
     void NoteTheRest(const std::vector<std::size_t>& chosen) const;
@@ -71,8 +74,9 @@ private:
     bool hasUnit = false;
     SpectrumTable table;
     struct Row {
-        std::vector<double> values;
+        std::span<const double> values;  // of the part's spectrum, or of peakRows
         bool haveGaps;
     };
-    std::vector<Row> rows;  // by the spectra's ids
+    std::vector<Row> rows;                     // by the spectra's ids
+    std::deque<std::vector<double>> peakRows;  // of several tables of peaks in one
 };

@@ -236,15 +236,17 @@ void SPCContents::ReadValues(std::span<const std::uint8_t> bytes, const SPCSubFi
     ByteCursor part(stream.Take(subFile.points * subFile.values.GetWidth()));
     const double divisor = subFile.values.GetDivisor();
     if (subFile.values.FitsFloat()) {
-        values.floats.resize(subFile.points);
-        for (float& value : values.floats) {
+        values.floatRoom.resize(subFile.points);
+        for (float& value : values.floatRoom) {
             value = static_cast<float>(subFile.values.Read(part, divisor));
         }
+        values.floats = values.floatRoom;
     } else {
-        values.doubles.resize(subFile.points);
-        for (double& value : values.doubles) {
+        values.doubleRoom.resize(subFile.points);
+        for (double& value : values.doubleRoom) {
             value = subFile.values.Read(part, divisor);
         }
+        values.doubles = values.doubleRoom;
     }
 }
 

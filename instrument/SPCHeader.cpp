@@ -24,8 +24,6 @@ constexpr unsigned int FlagXArray = 0x80;
 
 // The new header.
 constexpr std::uint64_t TechniqueOffset = 2;
-constexpr std::uint64_t NewExponentOffset = 3;
-constexpr std::uint64_t XTypeOffset = 28;
 constexpr std::uint64_t DateOffset = 32;
 constexpr std::uint64_t ResolutionSize = 9;
 constexpr std::uint64_t SourceSize = 9;

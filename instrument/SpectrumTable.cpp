@@ -72,8 +72,8 @@ void SpectrumTable::Write(ReadSpreadSheetData& sink, const karta::ReadContext& c
         for (const Spectrum& spectrum : group.spectra) {
             context.ThrowIfStopped();
             WriteLabels(output, spectrum, ++row);
-            values.floats.clear();
-            values.doubles.clear();
+            values.floats = {};
+            values.doubles = {};
             values.haveGaps = false;
             source(spectrum.id, values);
             WriteValues(output, group, row, values);
@@ -135,23 +135,24 @@ void SpectrumTable::WriteValues(CellOutput& output, const Group& group, int row,
     const int firstCol = GetFirstValueColumn();
     if (group.selection.Averages() && !values.floats.empty()) {
         // A mean of floats is none.
-        values.doubles.assign(values.floats.begin(), values.floats.end());
-        values.floats.clear();
+        values.doubleRoom.assign(values.floats.begin(), values.floats.end());
+        values.doubles = values.doubleRoom;
+        values.floats = {};
     }
+    std::vector<float> floats;
+    std::vector<double> doubles;
     if (!group.selection.TakesAll()) {
-        std::vector<float> floats;
-        std::vector<double> doubles;
-        group.selection.Take(std::span<const float>(values.floats), floats);
-        group.selection.Take(std::span<const double>(values.doubles), doubles);
-        values.floats = std::move(floats);
-        values.doubles = std::move(doubles);
+        group.selection.Take(values.floats, floats);
+        group.selection.Take(values.doubles, doubles);
+        values.floats = floats;
+        values.doubles = doubles;
     }
     if (!values.floats.empty()) {
-        output.RowRun(firstCol, row, std::span<const float>(values.floats));
+        output.RowRun(firstCol, row, values.floats);
     } else if (values.haveGaps) {
         WriteWithGaps(output, firstCol, row, values.doubles);
     } else if (!values.doubles.empty()) {
-        output.RowRun(firstCol, row, std::span<const double>(values.doubles));
+        output.RowRun(firstCol, row, values.doubles);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <variant>
 #include <vector>
@@ -41,11 +42,13 @@ public:
         std::vector<Spectrum> spectra;
         AxisSelection selection;
     };
-    /** The values of one spectrum; a source fills one of the two vectors. */
+    /** The values of one spectrum; a source sets one of the two spans, to its own or to the room here. */
     struct Values {
-        std::vector<float> floats;
-        std::vector<double> doubles;
+        std::span<const float> floats;
+        std::span<const double> doubles;
         bool haveGaps = false; /**< a NaN among the doubles stands for a missing value */
+        std::vector<float> floatRoom;
+        std::vector<double> doubleRoom;
     };
     using Source = std::function<void(std::size_t id, Values& values)>;
 
