@@ -11,7 +11,9 @@
 
 namespace {
 
-// What the library writes where nothing was written; single bytes and characters have no such value.
+// What the library writes where nothing was written.
+constexpr double FillByte = -127;
+constexpr double FillUByte = 255;
 constexpr double FillShort = -32767;
 constexpr double FillInt = -2147483647;
 constexpr double FillFloat = 9.9692099683868690e+36;  // a float's value
@@ -115,7 +117,7 @@ void ClassicValues::ReadMissing() {
     }
     isNaNMissing =
         std::any_of(missing.begin(), missing.end(), [](double value) { return std::isnan(value); });
-    if (fill != nullptr) {
+    if (fill != nullptr || isUnsigned) {
         return;
     }
     switch (variable.type) {
@@ -137,13 +139,19 @@ void ClassicValues::ReadMissing() {
             break;
         case ClassicType::Int64:
             missingWide.push_back(FillInt64);
+            missing.push_back(static_cast<double>(static_cast<std::int64_t>(FillInt64)));
             break;
         case ClassicType::UInt64:
             missingWide.push_back(FillUInt64);
+            missing.push_back(static_cast<double>(FillUInt64));
             break;
         case ClassicType::Byte:
-        case ClassicType::Char:
+            missing.push_back(FillByte);
+            break;
         case ClassicType::UByte:
+            missing.push_back(FillUByte);
+            break;
+        case ClassicType::Char:
             break;
     }
 }

@@ -11,10 +11,10 @@
  * A variable's values as cells: which of them are missing, how they are scaled, and in which type they go
  * out.
  *
- * Missing are `_FillValue`, or where that isn't told the type's default fill value (single bytes have none),
- * and `missing_value`, by the stored value. Then `scale_factor` and `add_offset` apply. Floats stay floats;
- * short integers that are scaled by floats become such; all other numbers are doubles, and whole numbers that
- * no double holds stay whole.
+ * Missing are `_FillValue`, or where that isn't told the type's default fill value (integers that are told to
+ * be unsigned have none), and `missing_value`, by the stored value. Then `scale_factor` and `add_offset`
+ * apply. Floats stay floats; short integers that are scaled by floats become such; all other numbers are
+ * doubles, and whole numbers that no double holds stay whole.
  */
 class ClassicValues {
 public:
