@@ -9,7 +9,8 @@
 // ten characters is faster than the C library's functions.
 
 /** The first `byte` in [begin, end), or `end`. */
-inline char* FindByte(char* begin, char* end, char byte) {
+template <class Char>  // char, or const char
+Char* FindByte(Char* begin, Char* end, char byte) {
     constexpr std::uint64_t Ones = 0x0101010101010101U;
     constexpr std::uint64_t HighBits = 0x8080808080808080U;
     const std::uint64_t pattern = Ones * static_cast<unsigned char>(byte);

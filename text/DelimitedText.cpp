@@ -5,9 +5,12 @@
 #include <stdexcept>
 #include <utility>
 
+#include "base/Ascii.h"
+#include "base/ByteScan.h"
 #include "base/PathNames.h"
 #include "host/NvString.h"
 #include "text/DialectSniffer.h"
+#include "text/PlainNumber.h"
 
 namespace {
 
@@ -159,38 +162,115 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
 
 void DelimitedText::ReadRecords(CellOutput& output) {
     RecordScanner scanner = MakeScanner();
-    while (scanner.Next()) {
+    while (true) {
         if (size.rows == std::numeric_limits<int>::max()) {
             throw std::length_error("the text has more rows than can be counted");
         }
-        if (isStreaming || size.rows % RowsBetweenLooks == 0) {
-            context.ThrowIfStopped();
-        }
-        if (size.rows % RowsBetweenLooks == 0 && context.progress) {
-            context.progress(static_cast<double>(scanner.GetStart()) / static_cast<double>(text.size()));
-        }
-        ++size.rows;
-        size.cols = std::max(size.cols, static_cast<int>(scanner.GetFields().size()));
-        if (types.size() < scanner.GetFields().size()) {
-            types.resize(scanner.GetFields().size());
-        }
-        NoteFaults(scanner);
-        PutRecord(scanner, output, size.rows);
-        if (isStreaming) {
-            output.EndRow(size.rows);
+        if (const auto line = scanner.NextLine()) {
+            BeginRecord(scanner);
+            EndRecord(scanner, output, PutLine(scanner, *line, output));
+        } else if (scanner.Next()) {
+            BeginRecord(scanner);
+            NoteFaults(scanner);
+            EndRecord(scanner, output, PutRecord(scanner, output));
+        } else {
+            break;
         }
     }
 }
 
-void DelimitedText::PutRecord(const RecordScanner& scanner, CellOutput& output, int row) {
-    const auto fields = scanner.GetFields();
+void DelimitedText::BeginRecord(const RecordScanner& scanner) {
+    if (isStreaming || size.rows % RowsBetweenLooks == 0) {
+        context.ThrowIfStopped();
+    }
+    if (size.rows % RowsBetweenLooks == 0 && context.progress) {
+        context.progress(static_cast<double>(scanner.GetStart()) / static_cast<double>(text.size()));
+    }
+    ++size.rows;
     isRemark = text[scanner.GetStart()] == '#';
-    votes = head.Votes(row, fields.size(), isRemark);
-    isHead = head.IsHead(row);
+    isHead = head.IsHead(size.rows);
+    votes.clear();
+}
+
+void DelimitedText::EndRecord(const RecordScanner& scanner, CellOutput& output, int width) {
+    size.cols = std::max(size.cols, width);
+    if (!votes.empty() && head.Votes(size.rows, static_cast<std::size_t>(width), isRemark)) {
+        contradictions.first = contradictions.count == 0 ? scanner.GetStart() : contradictions.first;
+        contradictions.count += votes.size();
+        for (const Vote& vote : votes) {
+            evidence.Vote(static_cast<std::size_t>(vote.col) - 1, vote.bits);
+        }
+    }
+    if (isStreaming) {
+        output.EndRow(size.rows);
+    }
+}
+
+int DelimitedText::PutRecord(const RecordScanner& scanner, CellOutput& output) {
+    const auto fields = scanner.GetFields();
+    if (types.size() < fields.size()) {
+        types.resize(fields.size());
+    }
     int col = 0;
     for (const TextField& field : fields) {
-        PutField(scanner, field, output, ++col, row);
+        PutField(scanner, field, output, ++col, size.rows);
     }
+    return col;
+}
+
+// A record without quotes: divided, looked at and handed out in one pass.
+int DelimitedText::PutLine(const RecordScanner& scanner, std::string_view line, CellOutput& output) {
+    const char delimiter = dialect.delimiter.front();
+    const char* at = line.data();
+    const char* const end = at + line.size();
+    const bool isPartOfNumbers =
+        IsDigit(delimiter) || delimiter == '.' || delimiter == '-' || delimiter == '+';
+    const bool mayHoldNumbers = !isHead && !isRemark && !isPartOfNumbers;
+    for (int col = 1;; ++col) {
+        if (types.size() < static_cast<std::size_t>(col)) {
+            types.resize(static_cast<std::size_t>(col));
+        }
+        const ColumnType::Kind kind = types[static_cast<std::size_t>(col) - 1].kind;
+        if (!(kind == ColumnType::Number && mayHoldNumbers && PutPlainNumber(at, end, output, col))) {
+            const char* const fieldEnd = FindByte(at, end, delimiter);
+            const std::string_view value(at, static_cast<std::size_t>(fieldEnd - at));
+            if (kind == ColumnType::Text && !value.empty()) {
+                PutText(value, output, col, size.rows);
+            } else {
+                PutField(scanner, {value, {}, false, false}, output, col, size.rows);
+            }
+            at = fieldEnd;
+        }
+        if (at == end) {
+            return col;
+        }
+        ++at;
+    }
+}
+
+// A field of a column of numbers that is one, as most are. False, without a step, for any other.
+bool DelimitedText::PutPlainNumber(const char*& at, const char* end, CellOutput& output, int col) {
+    const ColumnType& type = types[static_cast<std::size_t>(col) - 1];
+    const PlainNumber plain({at, static_cast<std::size_t>(end - at)});
+    const char* const behind = plain.GetEnd();
+    if (!plain.IsThere() || (behind != end && *behind != dialect.delimiter.front())) {
+        return false;
+    }
+    const FieldForm form = plain.GetForm();
+    if (!form.hasNumber || (form.bits & ~type.accepted) != 0 ||
+        (type.decimalMark != '.' && form.bits != FieldForm::Integer)) {
+        return false;
+    }
+    output.Number(col, size.rows, form.number);
+    if (!form.isCanonical) {
+        output.Source(col, size.rows, {at, static_cast<std::size_t>(behind - at)});
+    }
+    at = behind;
+    return true;
+}
+
+void DelimitedText::PutText(std::string_view value, CellOutput& output, int col, int row) {
+    output.Text(col, row, source.ToUtf8(value, utf8));
 }
 
 // One cell. A field without a character is missing, unless quotes say that it is the empty text.
@@ -213,18 +293,15 @@ void DelimitedText::PutField(const RecordScanner& scanner, const TextField& fiel
         return;
     }
     const FieldForm form = GetFieldForm(value, options.dateOrder);
-    if ((form.bits & ~type.accepted) == 0) {
-        PutForm(form, value, output, col, row);
-        if (form.bits == (FieldForm::DateTime | FieldForm::WithZone)) {
-            zones.first = zones.count++ == 0 ? scanner.GetStart() : zones.first;
-        }
+    if ((form.bits & ~type.accepted) != 0) {
+        votes.push_back({col, form.bits});
+        output.Text(col, row, value);
         return;
     }
-    if (votes) {
-        evidence.Vote(static_cast<std::size_t>(col) - 1, form.bits);
-        contradictions.first = contradictions.count++ == 0 ? scanner.GetStart() : contradictions.first;
+    PutForm(form, value, output, col, row);
+    if ((form.bits & FieldForm::WithZone) != 0) {
+        zones.first = zones.count++ == 0 ? scanner.GetStart() : zones.first;
     }
-    output.Text(col, row, value);
 }
 
 // A field whose column takes it as what it is.
@@ -305,7 +382,7 @@ void DelimitedText::ConvertColumns(const std::vector<std::size_t>& columns, Cell
         const auto fields = scanner.GetFields();
         isRemark = text[scanner.GetStart()] == '#';
         isHead = head.IsHead(row);
-        votes = false;
+        votes.clear();
         for (const std::size_t col : columns) {
             if (col < fields.size()) {
                 PutField(scanner, fields[col], output, static_cast<int>(col) + 1, row);

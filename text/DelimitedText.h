@@ -49,8 +49,13 @@ private:
     RecordScanner MakeScanner() const;
 
     void ReadRecords(CellOutput& output);
-    void PutRecord(const RecordScanner& scanner, CellOutput& output, int row);
+    void BeginRecord(const RecordScanner& scanner);
+    void EndRecord(const RecordScanner& scanner, CellOutput& output, int width);
+    int PutRecord(const RecordScanner& scanner, CellOutput& output);
+    int PutLine(const RecordScanner& scanner, std::string_view line, CellOutput& output);
+    bool PutPlainNumber(const char*& at, const char* end, CellOutput& output, int col);
     void PutField(const RecordScanner& scanner, const TextField& field, CellOutput& output, int col, int row);
+    void PutText(std::string_view value, CellOutput& output, int col, int row);
     void PutForm(const FieldForm& form, std::string_view text, CellOutput& output, int col, int row);
     void PutNumber(const FieldForm& form, std::string_view text, CellOutput& output, int col, int row);
     void ConvertAgain(CellOutput& output);
@@ -72,9 +77,13 @@ private:
     Size size;
 
     // Of the record at hand.
-    bool votes = false;
     bool isHead = false;
     bool isRemark = false;
+    struct Vote {
+        int col;
+        std::uint32_t bits;
+    };
+    std::vector<Vote> votes;  // of fields that aren't of their columns' types
     bool isStreaming = false;
     std::string storage;
     std::string utf8;

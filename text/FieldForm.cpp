@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <string>
 
 #include "base/Ascii.h"
 #include "base/NumberParser.h"
 #include "text/FieldDate.h"
+#include "text/PlainNumber.h"
 
 namespace {
 
@@ -15,18 +15,6 @@ constexpr std::string_view Minus = "\u2212";
 constexpr std::string_view NoBreakSpace = "\u00a0";
 constexpr std::string_view NarrowNoBreakSpace = "\u202f";
 constexpr std::size_t GroupSize = 3;
-
-constexpr std::int64_t LargestExactInteger = std::int64_t{1} << 53;
-// So many digits fit into 64 bits, and so many fit into a double.
-constexpr std::ptrdiff_t WideDigits = 19;
-constexpr std::ptrdiff_t ExactDigits = 15;
-// A whole number with more zeros at its end may be written with an exponent.
-constexpr std::int64_t ManyZeros = 100'000;
-
-// Powers of ten that are exact as doubles: a quotient of two exact numbers is rounded correctly.
-constexpr std::array<double, 23> PowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                                1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
 std::string_view TrimBlanks(std::string_view text) {
     const auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
@@ -53,96 +41,6 @@ FieldForm MakeForm(std::uint32_t bits, std::int64_t integer = 0) {
     FieldForm form;
     form.bits = bits;
     form.integer = integer;
-    return form;
-}
-
-// A number of digits only: what it is goes by how many there are. `magnitude` holds up to 19 of them.
-FieldForm GetIntegerForm(std::string_view digits, bool isNegative, std::uint64_t magnitude) {
-    const auto count = static_cast<std::ptrdiff_t>(digits.size());
-    if (digits.front() == '0' && count > 1) {
-        return MakeForm(FieldForm::Text);
-    }
-    if (count > WideDigits ||
-        magnitude > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
-        return MakeForm(FieldForm::Text);
-    }
-    const auto value =
-        isNegative ? -static_cast<std::int64_t>(magnitude) : static_cast<std::int64_t>(magnitude);
-    if (value > LargestExactInteger || value < -LargestExactInteger) {
-        FieldForm form = MakeForm(FieldForm::WideInteger, value);
-        form.isCanonical = true;
-        return form;
-    }
-    FieldForm form = MakeForm(FieldForm::Integer);
-    form.hasNumber = true;
-    form.number = static_cast<double>(value);
-    if (isNegative && magnitude == 0) {
-        form.number = -0.0;
-    }
-    form.isCanonical = value % ManyZeros != 0 || (value == 0 && !isNegative);
-    return form;
-}
-
-/** A number that is digits with at most a point, as most are. */
-struct PlainNumber {
-    explicit PlainNumber(std::string_view field);
-
-    FieldForm GetForm(std::string_view field) const;
-
-    bool isOne = false;  // the field is nothing else
-    bool hasSign = false;
-    bool isNegative = false;
-    bool hasPoint = false;
-    std::ptrdiff_t whole = 0;     // digits before the point
-    std::ptrdiff_t fraction = 0;  // digits behind it
-    std::uint64_t digits = 0;     // both, without the point, as long as they are few
-    const char* first = nullptr;
-};
-
-PlainNumber::PlainNumber(std::string_view field) {
-    const char* at = field.data();
-    const char* const end = at + field.size();
-    if (at != end && (*at == '-' || *at == '+')) {
-        hasSign = true;
-        isNegative = *at == '-';
-        ++at;
-    }
-    first = at;
-    for (; at != end && IsDigit(*at); ++at) {
-        digits = digits * 10 + static_cast<unsigned int>(*at - '0');
-    }
-    whole = at - first;
-    if (at != end && *at == '.') {
-        hasPoint = true;
-        const char* const point = at;
-        for (++at; at != end && IsDigit(*at); ++at) {
-            digits = digits * 10 + static_cast<unsigned int>(*at - '0');
-        }
-        fraction = at - point - 1;
-    }
-    isOne = at == end && whole + fraction > 0;
-}
-
-FieldForm PlainNumber::GetForm(std::string_view field) const {
-    if (!hasPoint) {
-        FieldForm form = GetIntegerForm({first, static_cast<std::size_t>(whole)}, isNegative, digits);
-        form.isCanonical = form.isCanonical && (!hasSign || isNegative);
-        return form;
-    }
-    const bool mayPartGroups = fraction == static_cast<std::ptrdiff_t>(GroupSize) && whole >= 1 &&
-                               whole <= static_cast<std::ptrdiff_t>(GroupSize) && *first != '0';
-    FieldForm form = MakeForm(mayPartGroups ? FieldForm::PointOrGroup : FieldForm::Point);
-    form.hasNumber = true;
-    if (whole + fraction > ExactDigits) {
-        form.number = ToLeadingDouble(field);
-        return form;
-    }
-    const double magnitude = static_cast<double>(digits) / PowersOfTen.at(static_cast<std::size_t>(fraction));
-    form.number = isNegative ? -magnitude : magnitude;
-    const bool isWholeShort = whole >= 1 && (*first != '0' || whole == 1);
-    // What begins with 0.00 may be written with an exponent.
-    const bool isFractionShort = fraction >= 1 && digits % 10 != 0 && magnitude >= 0.001;
-    form.isCanonical = isWholeShort && isFractionShort && (!hasSign || isNegative);
     return form;
 }
 
@@ -273,8 +171,9 @@ FieldForm GetPartedForm(std::string_view field) {
     const bool hasMinus = field.starts_with(Minus);
     const std::string_view digits = hasMinus ? field.substr(Minus.size()) : field;
     const PlainNumber plain(digits);
-    if (plain.isOne && !(hasMinus && plain.hasSign)) {
-        FieldForm form = plain.GetForm(digits);
+    if (plain.IsThere() && plain.GetEnd() == digits.data() + digits.size() &&
+        !(hasMinus && !IsDigit(digits.front()) && digits.front() != '.')) {
+        FieldForm form = plain.GetForm();
         form.isCanonical = false;
         if (hasMinus) {
             form.number = -form.number;
@@ -289,8 +188,8 @@ FieldForm GetPartedForm(std::string_view field) {
 
 FieldForm GetFieldForm(std::string_view field, DateOrder order) {
     const PlainNumber plain(field);
-    if (plain.isOne) {
-        return plain.GetForm(field);
+    if (plain.IsThere() && plain.GetEnd() == field.data() + field.size()) {
+        return plain.GetForm();
     }
     const std::string_view text = TrimBlanks(field);
     if (text.empty()) {

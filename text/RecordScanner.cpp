@@ -49,6 +49,42 @@ bool RecordScanner::Next() {
     return true;
 }
 
+// The first such byte from `from` on, where `known` was the first from an earlier place on.
+const char* RecordScanner::FindFrom(const char* known, const char* from, char byte) const {
+    if (known != nullptr && known >= from) {
+        return known;
+    }
+    const void* const found = std::memchr(from, byte, static_cast<std::size_t>(end - from));
+    return found == nullptr ? end : static_cast<const char*>(found);
+}
+
+std::optional<std::string_view> RecordScanner::NextLine() {
+    const char* const begin = text.data() + next;
+    if (next >= text.size() || dialect.mergeRuns || dialect.delimiter.size() != 1) {
+        return std::nullopt;
+    }
+    nextQuote = FindFrom(nextQuote, begin, dialect.quote);
+    nextReturn = FindFrom(nextReturn, begin, '\r');
+    const char* lineEnd =
+        static_cast<const char*>(std::memchr(begin, '\n', static_cast<std::size_t>(end - begin)));
+    if (lineEnd == nullptr && isCut) {
+        return std::nullopt;
+    }
+    const char* behind = lineEnd == nullptr ? end : lineEnd + 1;
+    lineEnd = lineEnd == nullptr ? end : lineEnd;
+    if (nextReturn < lineEnd) {
+        behind = nextReturn + 1 == lineEnd && lineEnd != end ? behind : nextReturn + 1;
+        lineEnd = nextReturn;
+    }
+    if (nextQuote < lineEnd) {
+        return std::nullopt;
+    }
+    start = next;
+    next = static_cast<std::size_t>(behind - text.data());
+    textsBehind = unclosed = 0;
+    return std::string_view(begin, static_cast<std::size_t>(lineEnd - begin));
+}
+
 void RecordScanner::TryOtherReadings() {
     if (width == 0 || workOnOtherReadings > FreeWork + WorkPerByte * start) {
         return;
@@ -71,16 +107,14 @@ bool RecordScanner::ScanRecord(QuoteRule rule) {
     at = text.data() + start;
     bool hasMore = true;
     while (hasMore) {
-        TextField field;
         const char* begin = at;
         if (at != end && (*at == ' ' || *at == dialect.quote)) {
             begin = SkipBlanks(at);
         }
         const bool opens = begin != end && *begin == dialect.quote && !IsDelimiterAt(begin);
-        if (opens && ScanQuoted(begin, rule, field)) {
-            fields.push_back(field);
-        } else {
-            if (opens && isCut && field.isQuoted) {
+        const std::size_t unclosedBefore = unclosed;
+        if (!opens || !ScanQuoted(begin, rule)) {
+            if (isCut && unclosed > unclosedBefore) {
                 return false;
             }
             if (dialect.mergeRuns) {
@@ -116,14 +150,13 @@ bool RecordScanner::ScanRecord(QuoteRule rule) {
     return true;
 }
 
-// A field whose quote opens at `open`; `at` is then its end. False, with isQuoted where the quote isn't
-// closed, when it isn't taken as one.
-bool RecordScanner::ScanQuoted(const char* open, QuoteRule rule, TextField& field) {
+// A field whose quote opens at `open`; `at` is then its end. False when it isn't taken as one.
+bool RecordScanner::ScanQuoted(const char* open, QuoteRule rule) {
     const char* const begin = open + 1;
+    TextField field;
     const char* const close = FindClosingQuote(begin, rule, field.isEscaped);
     if (close == nullptr) {
         ++unclosed;
-        field.isQuoted = true;
         return false;
     }
     const char* const behind = SkipBlanksBehindQuote(close + 1);
@@ -143,6 +176,7 @@ bool RecordScanner::ScanQuoted(const char* open, QuoteRule rule, TextField& fiel
     field.text = {begin, static_cast<std::size_t>(close - begin)};
     field.isQuoted = true;
     spansLines = spansLines || std::any_of(begin, close, IsLineEnd);
+    fields.push_back(field);
     at = fieldEnd;
     return true;
 }

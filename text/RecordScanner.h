@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -42,6 +43,13 @@ public:
     /** The next record, into the fields; false behind the last one. */
     bool Next();
 
+    /**
+     * The next record as its line, without the line end, where it can be divided at each delimiter: one byte
+     * parts the fields, and no quote is in it. Nothing where Next has to look at it.
+     */
+    std::optional<std::string_view> NextLine();
+
+    /** Of the record that Next took. */
     std::span<const TextField> GetFields() const { return fields; }
     /** Where the record began, and where the next one does. */
     std::size_t GetStart() const { return start; }
@@ -58,8 +66,9 @@ private:
     enum ByteClass : std::uint8_t { Plain, Delimiter, LineEnd };
 
     bool ScanRecord(QuoteRule rule);
+    const char* FindFrom(const char* known, const char* from, char byte) const;
     void TryOtherReadings();
-    bool ScanQuoted(const char* open, QuoteRule rule, TextField& field);
+    bool ScanQuoted(const char* open, QuoteRule rule);
     const char* FindClosingQuote(const char* from, QuoteRule rule, bool& isEscaped);
     const char* FindFieldEnd(const char* from) const;
     bool IsDelimiterAt(const char* place) const;
@@ -75,6 +84,10 @@ private:
     std::array<ByteClass, 256> classes{};
     const char* end;
     const char* at = nullptr;  // while a record is scanned
+
+    // The next quote and carriage return from the record's start on, or the end: looked for when passed.
+    const char* nextQuote = nullptr;
+    const char* nextReturn = nullptr;
 
     std::vector<TextField> fields;
     std::size_t start = 0;

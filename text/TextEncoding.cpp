@@ -17,6 +17,7 @@ constexpr std::size_t NulsOfOneSide = 9;
 constexpr std::size_t LeastNulShare = 8;
 
 constexpr char32_t Replacement = 0xfffd;
+constexpr std::uint64_t HighBits = 0x8080808080808080U;
 constexpr std::size_t LongestCharacter = 4;
 
 struct Mark {
@@ -26,6 +27,17 @@ struct Mark {
 constexpr std::array<Mark, 3> Marks = {{{"\xef\xbb\xbf", TextEncoding::Utf8},
                                         {"\xff\xfe", TextEncoding::Utf16Little},
                                         {"\xfe\xff", TextEncoding::Utf16Big}}};
+
+template <std::size_t Size>
+bool HasHighBytesInRun(const char* run) {
+    std::array<std::uint64_t, Size / sizeof(std::uint64_t)> words;
+    std::memcpy(words.data(), run, Size);
+    std::uint64_t all = 0;
+    for (const std::uint64_t word : words) {
+        all |= word;
+    }
+    return (all & HighBits) != 0;
+}
 
 TextEncoding MakeEncoding(TextEncoding::Kind kind, std::size_t markLength = 0) {
     static constexpr std::array<const char*, 4> Names = {"UTF-8", "Windows-1252", "UTF-16LE", "UTF-16BE"};
@@ -135,7 +147,6 @@ TextEncoding GetNamedEncoding(const std::string& name, std::string_view bytes) {
 }
 
 bool HasHighBytes(std::string_view bytes) {
-    constexpr std::uint64_t HighBits = 0x8080808080808080U;
     const char* at = bytes.data();
     const char* const end = at + bytes.size();
     for (; end - at >= 8; at += 8) {
@@ -151,8 +162,8 @@ bool HasHighBytes(std::string_view bytes) {
 bool IsUtf8(std::string_view bytes) {
     constexpr std::size_t Run = 64;
     while (!bytes.empty()) {
-        // Nearly all text is ASCII, which is passed in runs.
-        while (bytes.size() >= Run && !HasHighBytes(bytes.substr(0, Run))) {
+        // Nearly all text is ASCII, which is passed in runs, each looked at as a whole.
+        while (bytes.size() >= Run && !HasHighBytesInRun<Run>(bytes.data())) {
             bytes.remove_prefix(Run);
         }
         const std::size_t stop = bytes.size() - std::min(bytes.size(), Run);

@@ -97,10 +97,10 @@ void TextSource::TakeBytes(karta::ReadContext& context) {
 }
 
 void TextSource::DropNuls(karta::ReadContext& context) {
-    const auto found = static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\0'));
-    if (found == 0) {
+    if (text.find('\0') == std::string_view::npos) {
         return;
     }
+    const auto found = static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\0'));
     context.budget.ChargeMemory(text.size(), "the text without NULs");
     nuls += found;
     std::string clean;

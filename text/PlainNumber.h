@@ -1,0 +1,119 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <string_view>
+
+#include "base/Ascii.h"
+#include "base/NumberParser.h"
+#include "text/FieldForm.h"
+
+/**
+ * A number that is digits with at most a point, as most are, at the front of a text. All of it in the header:
+ * it runs once a cell.
+ */
+class PlainNumber {
+public:
+    explicit PlainNumber(std::string_view text);
+
+    bool IsThere() const { return whole + fraction > 0; }
+    /** Behind it. */
+    const char* GetEnd() const { return end; }
+    FieldForm GetForm() const;
+
+private:
+    FieldForm GetWholeForm() const;
+    FieldForm GetPointForm() const;
+
+    static constexpr std::ptrdiff_t GroupSize = 3;
+    static constexpr std::int64_t LargestExactInteger = std::int64_t{1} << 53;
+    // So many digits fit into 64 bits, and so many fit into a double.
+    static constexpr std::ptrdiff_t WideDigits = 19;
+    static constexpr std::ptrdiff_t ExactDigits = 15;
+    // A whole number with more zeros at its end may be written with an exponent.
+    static constexpr std::int64_t ManyZeros = 100'000;
+
+    // Powers of ten that are exact as doubles: a quotient of two exact numbers is rounded correctly.
+    static constexpr std::array<double, 23> PowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                           1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                                           1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+    const char* start;
+    const char* first = nullptr;
+    const char* end = nullptr;
+    bool hasSign = false;
+    bool isNegative = false;
+    bool hasPoint = false;
+    std::ptrdiff_t whole = 0;     // digits before the point
+    std::ptrdiff_t fraction = 0;  // digits behind it
+    std::uint64_t digits = 0;     // both, without the point, as long as they are few
+};
+
+inline PlainNumber::PlainNumber(std::string_view text) : start(text.data()) {
+    const char* at = text.data();
+    const char* const last = at + text.size();
+    if (at != last && (*at == '-' || *at == '+')) {
+        hasSign = true;
+        isNegative = *at == '-';
+        ++at;
+    }
+    first = at;
+    for (; at != last && IsDigit(*at); ++at) {
+        digits = digits * 10 + static_cast<unsigned int>(*at - '0');
+    }
+    whole = at - first;
+    if (at != last && *at == '.') {
+        hasPoint = true;
+        const char* const point = at;
+        for (++at; at != last && IsDigit(*at); ++at) {
+            digits = digits * 10 + static_cast<unsigned int>(*at - '0');
+        }
+        fraction = at - point - 1;
+    }
+    end = at;
+}
+
+inline FieldForm PlainNumber::GetForm() const {
+    return hasPoint ? GetPointForm() : GetWholeForm();
+}
+
+inline FieldForm PlainNumber::GetWholeForm() const {
+    FieldForm form;
+    if ((*first == '0' && whole > 1) || whole > WideDigits ||
+        digits > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+        form.bits = FieldForm::Text;
+        return form;
+    }
+    const auto value = isNegative ? -static_cast<std::int64_t>(digits) : static_cast<std::int64_t>(digits);
+    form.isCanonical = !hasSign || (isNegative && value != 0);
+    if (value > LargestExactInteger || value < -LargestExactInteger) {
+        form.bits = FieldForm::WideInteger;
+        form.integer = value;
+        return form;
+    }
+    form.bits = FieldForm::Integer;
+    form.hasNumber = true;
+    form.number = value == 0 && isNegative ? -0.0 : static_cast<double>(value);
+    form.isCanonical = form.isCanonical && (value % ManyZeros != 0 || value == 0);
+    return form;
+}
+
+inline FieldForm PlainNumber::GetPointForm() const {
+    const bool mayPartGroups = fraction == GroupSize && whole >= 1 && whole <= GroupSize && *first != '0';
+    FieldForm form;
+    form.bits = mayPartGroups ? FieldForm::PointOrGroup : FieldForm::Point;
+    form.hasNumber = true;
+    if (whole + fraction > ExactDigits) {
+        form.number = ToLeadingDouble({start, static_cast<std::size_t>(end - start)});
+        return form;
+    }
+    const double magnitude = static_cast<double>(digits) / PowersOfTen[static_cast<std::size_t>(fraction)];
+    form.number = isNegative ? -magnitude : magnitude;
+    const bool isWholeShort = whole >= 1 && (*first != '0' || whole == 1);
+    // What begins with 0.00 may be written with an exponent.
+    const bool isFractionShort = fraction >= 1 && end[-1] != '0' && magnitude >= 0.001;
+    form.isCanonical = isWholeShort && isFractionShort && (!hasSign || isNegative);
+    return form;
+}
