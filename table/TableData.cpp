@@ -420,6 +420,48 @@ float TableData::GetFloat(int col, int row) const {
                                       : 0.0F;
 }
 
+void TableData::CopyCell(int col, int row, CellOutput& output, int toCol, int toRow) const {
+    switch (GetKind(col, row)) {
+        case Missing:
+            output.Missing(toCol, toRow);
+            break;
+        case Text:
+            output.Text(toCol, toRow, GetText(col, row));
+            break;
+        case Error:
+            output.Error(toCol, toRow, GetText(col, row));
+            break;
+        case Int:
+        case Int64:
+            output.Integer(toCol, toRow, GetInt64(col, row));
+            break;
+        case Float:
+            output.Number(toCol, toRow, GetFloat(col, row));
+            break;
+        case Double:
+            output.Number(toCol, toRow, GetWide<double>(col, row));
+            break;
+        case Bool:
+            output.Bool(toCol, toRow, GetInt64(col, row) != 0);
+            break;
+        case Date:
+            output.Date(toCol, toRow, static_cast<std::int32_t>(GetInt64(col, row)));
+            break;
+        case Time:
+            output.Time(toCol, toRow, GetInt64(col, row));
+            break;
+        case DateTime:
+            output.DateTime(toCol, toRow, GetInt64(col, row));
+            break;
+        case Duration:
+            output.Duration(toCol, toRow, GetInt64(col, row));
+            break;
+    }
+    if (const char* source = GetSource(col, row)) {
+        output.Source(toCol, toRow, source);
+    }
+}
+
 double TableData::GetFloatValue(int col, int row) {
     switch (GetKind(col, row)) {
         case Float:

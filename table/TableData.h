@@ -9,6 +9,7 @@
 
 #include "base/TableBlock.h"
 #include "base/TextArena.h"
+#include "frame/CellOutput.h"
 #include "frame/SpreadsheetData.h"
 #include "frame/WideSink.h"
 
@@ -90,6 +91,9 @@ public:
     std::int64_t GetInt64(int col, int row) const;
     /** The number of a Float cell. */
     float GetFloat(int col, int row) const;
+
+    /** Hands a cell on, as what it is and with its source, to another place. */
+    void CopyCell(int col, int row, CellOutput& output, int toCol, int toRow) const;
 
     /** Back to an empty table. */
     void Clear();

@@ -63,13 +63,7 @@ int TextFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opti
         return status;
     }
     if (IsComplete()) {
-        try {
-            return OpenCompletely(fileName, DelimitedOptions(options));
-        } catch (const std::exception& refused) {
-            failureText = refused.what();
-            status = StatusStreamFailed;
-            return status;
-        }
+        return OpenCompletely(fileName, options);
     }
     if (!IsTextFile(fileName)) {
         status = StatusBinaryFile;
@@ -85,15 +79,24 @@ int TextFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opti
     return status;
 }
 
-int TextFile::OpenCompletely(const char* fileName, const DelimitedOptions& choices) {
+int TextFile::OpenCompletely(const char* fileName, const NvImportOpenOptions* options, int nameRow) {
     mode = ModeReading;
     return WithinBudget(StatusStreamFailed, [&] {
         try {
+            DelimitedOptions choices(options);
+            if (nameRow > 0 && !choices.header) {
+                choices.header = nameRow;
+            }
             complete = std::make_unique<DelimitedText>(*GetContext());
             complete->Open(fileName, choices);
+        } catch (const karta::BudgetExceeded&) {
+            throw;
         } catch (const TextSource::Refused& refused) {
             failureText = refused.what();
             status = StatusBinaryFile;
+        } catch (const std::exception& refused) {
+            failureText = refused.what();
+            status = StatusStreamFailed;
         }
         return status;
     });

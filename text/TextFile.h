@@ -14,7 +14,6 @@
 #include "text/TextFileOptions.h"
 
 class DelimitedText;
-struct DelimitedOptions;
 
 /**
  * Plain delimited text: a row a line, cells parted by a delimiter of any length. Every cell is text as it
@@ -87,7 +86,9 @@ protected:
     std::vector<std::uint8_t> optionsBlob;
     std::unique_ptr<DelimitedText> complete;  // the complete reading, while it is open
 
-    int OpenCompletely(const char* fileName, const DelimitedOptions& choices);
+    /** `nameRow` is where the format has the columns' names, if the options don't say; 0: it is looked for.
+     */
+    int OpenCompletely(const char* fileName, const NvImportOpenOptions* options, int nameRow = 0);
     int ReadCompletely(ReadSpreadSheetData& sink);
 
 private:

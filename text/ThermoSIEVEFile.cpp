@@ -9,8 +9,11 @@
 
 #include "base/LineReader.h"
 #include "base/NumberParser.h"
+#include "frame/FormatRecogniser.h"
 #include "frame/OptionsText.h"
 #include "host/NvFile.h"
+#include "table/TableData.h"
+#include "text/DelimitedText.h"
 #include "text/ThermoMirroredReadSpreadSheetData.h"
 
 namespace {
@@ -95,6 +98,44 @@ std::vector<int> FindSources(const ThermoMirroredReadSpreadSheetData& table, int
     sources[RowAverageMz] = FromMz;
     sources[RowAverageRt] = FromTime;
     return sources;
+}
+
+// The same of the complete reading: the columns that none of these rows takes follow them.
+std::vector<int> FindAllSources(const std::vector<std::string>& headers, int cols) {
+    std::vector<int> sources(FixedRows, FromNothing);
+    std::vector<int> others;
+    for (int col = 1; col <= cols; ++col) {
+        const auto index = static_cast<std::size_t>(col) - 1;
+        const std::string_view header = index < headers.size() ? headers[index] : std::string_view();
+        const auto* fixed =
+            std::find_if(std::begin(RowHeaders), std::end(RowHeaders),
+                         [&](std::string_view name) { return !name.empty() && header.starts_with(name); });
+        if (fixed != std::end(RowHeaders) &&
+            sources[static_cast<std::size_t>(fixed - RowHeaders)] == FromNothing) {
+            sources[static_cast<std::size_t>(fixed - RowHeaders)] = col;
+        } else if (header.starts_with(IntensityHeader)) {
+            sources.push_back(col);
+        } else {
+            others.push_back(col);
+        }
+    }
+    sources[RowAverageMz] = FromMz;
+    sources[RowAverageRt] = FromTime;
+    sources.insert(sources.end(), others.begin(), others.end());
+    return sources;
+}
+
+// A mean of two cells, where both are numbers; its label in the line of the headers.
+void PutMeanOf(TableData& table, int line, int start, int stop, const char* label, CellOutput& output,
+               int row) {
+    if (line == 1) {
+        output.Text(1, row, label);
+    } else if (start != FromNothing && stop != FromNothing && table.IsFloat(start, line) &&
+               table.IsFloat(stop, line)) {
+        output.Number(line, row, 0.5 * (table.GetFloatValue(start, line) + table.GetFloatValue(stop, line)));
+    } else {
+        output.Missing(line, row);
+    }
 }
 
 // Rows of the result that are turned together. A line's neighbouring cells lie side by side in memory and
@@ -185,6 +226,9 @@ int ThermoSIEVEFile::Open(bool forRead, const char* path, NvImportOpenOptions* o
     if (forRead) {
         filePath = path;
         hasRecord = HasOptions(options);
+        if (IsComplete() && status == StatusOk) {
+            return OpenCompletely(path, options, 1);
+        }
     }
     return TextFile::Open(forRead, path, options);
 }
@@ -200,6 +244,13 @@ TextFileOptions ThermoSIEVEFile::GetTextFileOptions() {
 // Before the read nothing is turned and no delimiter has been looked for: hosts know this size as the one of
 // tab-separated text, and only a record changes that.
 int ThermoSIEVEFile::EstablishSize() {
+    if (complete != nullptr && status == StatusOk) {
+        const DelimitedText::Size size = complete->Measure();
+        numCols = size.rows;
+        numRows = static_cast<int>(FindAllSources(complete->GetHead().names, size.cols).size());
+        sizeKnown = true;
+        return StatusOk;
+    }
     std::string measured = hasRecord ? delimiter : TextFileOptions().delimiter;
     std::swap(delimiter, measured);
     const int result = TextFile::EstablishSize();
@@ -236,9 +287,44 @@ int ThermoSIEVEFile::GetColumns() const {
                      1;
 }
 
+// The complete reading: the whole table, turned.
+int ThermoSIEVEFile::ReadTurned(ReadSpreadSheetData& sink) {
+    TableData table;
+    table.SetBudget(&GetContext()->budget);
+    complete->Read(table);
+    const int lines = table.GetNumberOfRows();
+    const std::vector<int> sources = FindAllSources(complete->GetHead().names, table.GetNumberOfColumns());
+    sink.SetDataSize(lines, static_cast<int>(sources.size()));
+    CellOutput output(sink);
+    for (int row = 1; row <= static_cast<int>(sources.size()); ++row) {
+        GetContext()->ThrowIfStopped();
+        const int from = sources[static_cast<std::size_t>(row) - 1];
+        const bool isMz = from == FromMz;
+        for (int line = 1; line <= lines; ++line) {
+            if (from > FromNothing) {
+                table.CopyCell(from, line, output, line, row);
+            } else if (from != FromNothing) {
+                PutMeanOf(table, line, sources[isMz ? RowMzStart : RowTimeStart],
+                          sources[isMz ? RowMzStop : RowTimeStop], isMz ? "AverageMZ" : "AverageRT", output,
+                          row);
+            }
+        }
+    }
+    karta::TableShape& shape = GetContext()->shape;
+    shape = {};
+    shape.isKnown = true;
+    shape.nameRow = 1;
+    shape.firstDataRow = 2;
+    shape.labelColumns = {1};
+    return status;
+}
+
 int ThermoSIEVEFile::Read(ReadSpreadSheetData* sink) {
     if (status != StatusOk) {
         return status;
+    }
+    if (complete != nullptr) {
+        return WithinBudget(StatusSizeFailed, [&] { return ReadTurned(*sink); });
     }
     if (mode != ModeReading) {
         status = StatusWrongMode;
@@ -284,4 +370,17 @@ SpreadsheetFile* ThermoSIEVEFileFactory::GetSpreadsheetFile() {
     return new ThermoSIEVEFile;
 }
 
+// The headers that every report begins with, behind a mark and in quotes too.
+static FormatRecogniser::Evidence RecogniseReport(const char* /*path*/, std::string_view head) {
+    constexpr std::string_view Utf8Mark = "\xef\xbb\xbf";
+    if (head.starts_with(Utf8Mark)) {
+        head.remove_prefix(Utf8Mark.size());
+    }
+    std::string line(head.substr(0, head.find_first_of("\r\n")));
+    std::erase(line, '"');
+    return HasRequiredHeaders(line, ChooseDelimiter(line)) ? FormatRecogniser::Evidence::Proof
+                                                           : FormatRecogniser::Evidence::None;
+}
+
 static ThermoSIEVEFileFactory thermoSIEVEFileFactory;
+static FormatRecogniser thermoSIEVEFileRecogniser("Thermo SIEVE File", "sieve", {}, RecogniseReport);

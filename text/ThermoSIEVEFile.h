@@ -5,6 +5,8 @@
 
 #include "text/TextFile.h"
 
+class TableData;
+
 /**
  * The report of Thermo SIEVE: delimited text, a line a frame (a window of mass and time), a column a property
  * of the frames. The table comes turned: column 1 holds the headers and each further column a frame; the rows
@@ -22,6 +24,9 @@
  *
  * A report has at most 1,000,000 lines, the empty one behind a final line end counted, and at least as many
  * columns as the table has rows. Of a file without a line end at its end the last line is left out.
+ *
+ * The complete reading keeps that last line too, a mark and quoted headers, any number of lines, and, below
+ * the others, the columns that have no row of their own.
  */
 class KARTA_EXPORT ThermoSIEVEFile : public TextFile {
 public:
@@ -43,6 +48,7 @@ protected:
 private:
     int GetRows() const;
     int GetColumns() const;
+    int ReadTurned(ReadSpreadSheetData& sink);
 
     bool hasRecord = false;  // the options came with the file
 };
