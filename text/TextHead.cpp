@@ -12,6 +12,8 @@ using Form = FieldForm;
 // So many names that rise by one step are an axis; of numbers that aren't whole it takes more.
 constexpr std::size_t LeastSteps = 3;
 constexpr std::size_t LeastFineSteps = 8;
+// And more where nothing but numbers is in the record.
+constexpr std::size_t LeastStepsAlone = 5;
 constexpr double StepTolerance = 1e-6;
 
 /** A record of the head, by the forms of its fields. */
@@ -160,7 +162,7 @@ bool HeadFinder::FindAxis(const Record& record, const std::vector<ColumnType>& b
     const bool isWhole =
         std::all_of(record.forms.begin() + static_cast<std::ptrdiff_t>(begin), record.forms.end(),
                     [](const FieldForm& form) { return form.number == std::floor(form.number); });
-    if (count < (isWhole ? LeastSteps : LeastFineSteps)) {
+    if (count < (!isWhole ? LeastFineSteps : begin == 0 ? LeastStepsAlone : LeastSteps)) {
         return false;
     }
     const auto stepAt = [&](const Record& in, std::size_t col) {
@@ -292,11 +294,14 @@ void HeadFinder::FindNames() {
     }
     const bool isOneTextColumn = head.usualWidth == 1 && (below.front().kind == ColumnType::Text ||
                                                           below.front().kind == ColumnType::Empty);
+    if (!AreTexts(records[first]) && TakeIndexNames()) {
+        return;
+    }
     const bool mayBeNames = !isOneTextColumn && (!isAlone || AreTexts(records[first]));
     if (mayBeNames && AreNames(records[first], below)) {
         TakeNames(records[first]);
         ++first;
-    } else if (!TakeIndexNames()) {
+    } else {
         TakeRemarkNames();
     }
 }

@@ -1,0 +1,324 @@
+#include "text/DelimitedText.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "frame/FileContents.h"
+#include "frame/FormatReader.h"
+#include "table/TableData.h"
+#include "tests/support/CountingSink.h"
+#include "tests/support/ReadTrace.h"
+#include "tests/support/TempFolder.h"
+
+namespace {
+
+/** A read of one text, and what it told. */
+struct CompleteRead {
+    TableData table;
+    std::shared_ptr<karta::ReadContext> context = std::make_shared<karta::ReadContext>();
+    std::vector<FileContents::Fact> facts;
+    int status = 0;
+    std::string error;
+
+    std::string At(int col, int row) { return table.GetString(col, row); }
+    /** All cells: fields parted by |, records by /. */
+    std::string All() {
+        std::string text;
+        for (int row = 1; row <= table.GetNumberOfRows(); ++row) {
+            text += row > 1 ? "/" : "";
+            for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
+                text += (col > 1 ? "|" : "") + At(col, row);
+            }
+        }
+        return text;
+    }
+    /** The kinds of a column's cells, a letter each. */
+    std::string Kinds(int col) const {
+        std::string kinds;
+        for (int row = 1; row <= const_cast<TableData&>(table).GetNumberOfRows(); ++row) {
+            kinds += "-tiidfbDTXUe"[table.GetKind(col, row)];
+        }
+        return kinds;
+    }
+    std::string FactOf(const std::string& name) const {
+        for (const FileContents::Fact& fact : facts) {
+            if (fact.name == name) {
+                return fact.value;
+            }
+        }
+        return "?";
+    }
+    bool HasNote(const std::string& code) const {
+        for (const karta::Note& note : context->notes.GetAll()) {
+            if (note.code == code) {
+                return true;
+            }
+        }
+        return false;
+    }
+};
+
+class DelimitedTextTest : public testing::Test {
+protected:
+    std::unique_ptr<CompleteRead> Read(std::string_view bytes, TestOptions options = TestOptions(""),
+                                       const char* format = "Text File") {
+        auto read = std::make_unique<CompleteRead>();
+        const std::unique_ptr<SpreadsheetFile> reader(NewReader(format));
+        read->context->reading = karta::Reading::Complete;
+        dynamic_cast<FormatReader&>(*reader).SetContext(read->context);
+        read->status = reader->Open(true, folder.Write("table.txt", bytes).c_str(), options.Get());
+        if (read->status == 0) {
+            read->status = reader->Read(&read->table);
+            read->facts = dynamic_cast<FileContents&>(*reader).ListFacts();
+        }
+        read->error = ErrorOf(*reader);
+        return read;
+    }
+    std::string All(std::string_view bytes, TestOptions options = TestOptions("")) {
+        return Read(bytes, std::move(options))->All();
+    }
+
+    TempFolder folder;
+};
+
+/** A table that takes each row once. */
+class StreamingTable : public TableData {
+public:
+    bool KeepsRows() const override { return false; }
+    void EndRow(int row) override { rowsEnded = row; }
+    int rowsEnded = 0;
+};
+
+std::string Repeat(const std::string& line, int times) {
+    std::string text;
+    for (int i = 0; i < times; ++i) {
+        text += line;
+    }
+    return text;
+}
+
+}  // namespace
+
+TEST_F(DelimitedTextTest, EdgeCasesOfFields) {
+    EXPECT_EQ(All("\"1,5\";\"a;b\"\n\"2,5\";\"c;d\"\n"), "1,5|a;b/2,5|c;d");
+    EXPECT_EQ(All("a,b\r1,2\r"), "a|b/1|2");
+    EXPECT_EQ(All("a,b\n1,2\r\n3,4\r5,6"), "a|b/1|2/3|4/5|6");
+    EXPECT_EQ(All("a,b\n\"x,1\ny,2\nz,3\n"), "a|b/\"x|1/y|2/z|3");
+    EXPECT_EQ(All("a,b\n5\" pipe,1\n6\" pipe,2\n"), "a|b/5\" pipe|1/6\" pipe|2");
+    EXPECT_EQ(All("a,b\n\"say \"\"hi\"\"\",1\n\"x\ny\",2\n"), "a|b/say \"hi\"|1/x\ny|2");
+    EXPECT_EQ(All("a|b\n1|2\n3|4\n"), "a|b/1|2/3|4");
+    EXPECT_EQ(All("a,b\n x , y \n\"p\" , q\n"), "a|b/ x | y /p| q");
+}
+
+TEST_F(DelimitedTextTest, EveryRecordIsARow) {
+    EXPECT_EQ(All("Title\nby us\n\na;b\n1;2\n3;4\n5;6\n7;8\n"), "Title|/by us|/|/a|b/1|2/3|4/5|6/7|8");
+    EXPECT_EQ(All("a,b,c\n1,2\n1,2,3,4\n5,6,7\n8,9,0\n5,6,7\n8,9,1\n"),
+              "a|b|c|/1|2||/1|2|3|4/5|6|7|/8|9|0|/5|6|7|/8|9|1|");
+    EXPECT_EQ(All("a,b\n1,2\n\n"), "a|b/1|2/|");
+    EXPECT_EQ(All("sep=;\na;b,c\n1;2\n"), "a|b,c/1|2");
+}
+
+TEST_F(DelimitedTextTest, EmptyFileIsAnEmptyTableWithANote) {
+    const auto read = Read("");
+    EXPECT_EQ(read->status, 0);
+    EXPECT_EQ(read->table.GetNumberOfRows(), 0);
+    EXPECT_TRUE(read->HasNote("empty-file"));
+}
+
+TEST_F(DelimitedTextTest, Encodings) {
+    EXPECT_EQ(All(std::string_view("a\0;\0b\0\n\0\x31\0;\0\xe4\0\n\0", 16)), "a|b/1|\u00e4");
+    EXPECT_EQ(All(std::string_view("\xfe\xff\0a\0;\0b\0\n\0\x31\0;\0\x32\0\n", 18)), "a|b/1|2");
+    EXPECT_EQ(All("\xef\xbb\xbf"
+                  "a;b\n1;2\n"),
+              "a|b/1|2");
+    const auto latin = Read("a;b\nM\xfcller;2\n");
+    EXPECT_EQ(latin->All(), "a|b/M\u00fcller|2");
+    EXPECT_TRUE(latin->HasNote("assumed-encoding"));
+    EXPECT_EQ(latin->FactOf("encoding"), "Windows-1252");
+    EXPECT_EQ(All("a;b\n\xcf\xf0;2\n", TestOptions({{"Encoding", "windows-1251"}})), "a|b/\u041f\u0440|2");
+    EXPECT_NE(Read("a", TestOptions({{"Encoding", "klingon"}}))->status, 0);
+    const auto nul = Read(std::string_view("a;b\n1\0;2\n\x1a", 10));
+    EXPECT_EQ(nul->All(), "a|b/1|2");
+    EXPECT_TRUE(nul->HasNote("dropped-nuls"));
+    EXPECT_TRUE(nul->HasNote("dropped-end-mark"));
+}
+
+// A file whose bytes beyond its beginning aren't UTF-8 is none of it from the start.
+TEST_F(DelimitedTextTest, BytesFarBehindTellTheEncodingOfATable) {
+    const auto read = Read("\xc3\xa9;1\n" + Repeat("word;1\n", 200'000) + "M\xfcller;2\n");
+    EXPECT_EQ(read->At(1, 1), "\u00c3\u00a9");
+    EXPECT_EQ(read->At(1, 200'002), "M\u00fcller");
+    EXPECT_EQ(read->FactOf("encoding"), "Windows-1252");
+}
+
+TEST_F(DelimitedTextTest, PackedFilesAreRefusedByName) {
+    const auto gzip = Read("\x1f\x8b\x08xyz");
+    EXPECT_NE(gzip->status, 0);
+    EXPECT_NE(gzip->error.find("gzip"), std::string::npos) << gzip->error;
+    EXPECT_NE(Read("PK\x03\x04xyz", TestOptions(""), "CSV File")->error.find("zip"), std::string::npos);
+}
+
+TEST_F(DelimitedTextTest, TypesOfColumns) {
+    const auto read = Read(
+        "id,n,b,d,t,dt,z\n"
+        "007,1.50,true,2025-09-17,12:30,2025-09-17 12:30:05.5,12345678901234567\n"
+        "8,+5,FALSE,2024-02-29,9:05:01,2025-09-17,3\n"
+        ",NA,,,,,\n");
+    EXPECT_EQ(read->Kinds(1), "ttt-");
+    EXPECT_EQ(read->Kinds(2), "tff-");
+    EXPECT_EQ(read->Kinds(3), "tbb-");
+    EXPECT_EQ(read->Kinds(4), "tDD-");
+    EXPECT_EQ(read->Kinds(5), "tTT-");
+    EXPECT_EQ(read->Kinds(6), "tXX-");
+    EXPECT_EQ(read->Kinds(7), "tif-");
+    EXPECT_EQ(read->All(),
+              "id|n|b|d|t|dt|z/"
+              "007|1.50|true|2025-09-17|12:30|2025-09-17 12:30:05.5|12345678901234567/"
+              "8|+5|FALSE|2024-02-29|9:05:01|2025-09-17|3/|NA|||||");
+    EXPECT_DOUBLE_EQ(read->table.GetFloatValue(2, 2), 1.5);
+    EXPECT_DOUBLE_EQ(read->table.GetFloatValue(2, 3), 5.0);
+    EXPECT_EQ(read->table.GetInt64(7, 2), 12345678901234567);
+    EXPECT_EQ(read->FactOf("types"),
+              "1 text, 2 number, 3 true or false, 4 date, 5 time, 6 date and time, 7 number");
+}
+
+TEST_F(DelimitedTextTest, NumbersOfAllForms) {
+    const auto read = Read(
+        "x\n\u2212"
+        "5\n.5\n5.\n1.5D+3\n1e3\ninf\n-0\n");
+    EXPECT_EQ(read->Kinds(1), "tfffffff");
+    EXPECT_EQ(read->table.GetFloatValue(1, 2), -5.0);
+    EXPECT_EQ(read->table.GetFloatValue(1, 5), 1500.0);
+    EXPECT_EQ(read->At(1, 2),
+              "\u2212"
+              "5");
+    EXPECT_EQ(Read("x\n5\n0x1F\n")->Kinds(1), "ttt");
+    EXPECT_EQ(Read("x\n5\n5%\n")->Kinds(1), "ttt");
+    EXPECT_EQ(Read("x\n5\n99999999999999999999\n")->Kinds(1), "ttt");
+}
+
+TEST_F(DelimitedTextTest, DecimalMarkIsAFactOfTheFile) {
+    const auto comma = Read("a;b;c\n1,5;1.234,5;1,234\n0,125;2.345.678,1;5\n");
+    EXPECT_EQ(comma->Kinds(1), "tff");
+    EXPECT_EQ(comma->table.GetFloatValue(1, 2), 1.5);
+    EXPECT_EQ(comma->table.GetFloatValue(2, 2), 1234.5);
+    EXPECT_EQ(comma->table.GetFloatValue(3, 2), 1.234);
+    EXPECT_EQ(comma->FactOf("decimal mark"), ",");
+    // Nothing tells: text, with a note.
+    const auto lone = Read("a;b\n1,234;x\n5,678;y\n");
+    EXPECT_EQ(lone->Kinds(1), "ttt");
+    EXPECT_TRUE(lone->HasNote("unsettled-numbers"));
+    EXPECT_EQ(Read("a;b\n1,234;x\n5,678;y\n", TestOptions({{"Decimal", ","}}))->table.GetFloatValue(1, 2),
+              1.234);
+    // A comma between fields can't be a decimal mark too.
+    EXPECT_EQ(Read("a,b\n\"1,5\",x\n\"2,5\",y\n")->Kinds(1), "ttt");
+    const auto groups = Read("a;b\n1,234.50;1,234\n5.25;2,345\n");
+    EXPECT_EQ(groups->table.GetFloatValue(1, 2), 1234.5);
+    EXPECT_EQ(groups->table.GetFloatValue(2, 2), 1234.0);
+    const auto swiss = Read("a;b\n1'234.50;x\n12.25;y\n");
+    EXPECT_EQ(swiss->table.GetFloatValue(1, 2), 1234.5);
+}
+
+TEST_F(DelimitedTextTest, DatesOfPeopleNeedAnOrder) {
+    EXPECT_EQ(Read("d;x\n3/4/2025;1\n5/4/2025;2\n")->Kinds(1), "ttt");
+    const auto read = Read("d;x\n3/4/2025;1\n5/4/2025;2\n", TestOptions({{"DateOrder", "DMY"}}));
+    EXPECT_EQ(read->Kinds(1), "tDD");
+    EXPECT_EQ(read->At(1, 2), "3/4/2025");
+    const auto zone = Read("t;x\n2025-01-01T12:00:00+02:00;1\n");
+    EXPECT_EQ(zone->table.GetInt64(1, 2),
+              std::int64_t{20089} * 86'400'000'000 + std::int64_t{36'000'000'000});
+    EXPECT_TRUE(zone->HasNote("time-zones"));
+}
+
+TEST_F(DelimitedTextTest, HeadsAreFacts) {
+    const auto units = Read("# made by us\nt;p;name\ns;bar;\n1.5;2;x\n2.5;3;y\n");
+    EXPECT_EQ(units->context->shape.nameRow, 2);
+    EXPECT_EQ(units->context->shape.unitRow, 3);
+    EXPECT_EQ(units->context->shape.firstDataRow, 4);
+    EXPECT_EQ(units->Kinds(1), "tttff");
+    EXPECT_EQ(Read("1;2\n4;7\n5;1\n")->context->shape.nameRow, 0);
+    EXPECT_EQ(Read("1,2,3\n4,5,6\n7,8,9\n")->context->shape.nameRow, 0);
+    const auto years = Read("mass;2019;2020\n1;2;3\n4;5;7\n");
+    EXPECT_EQ(years->context->shape.nameRow, 1);
+    const auto axis = Read("name,400,402,404,406\nA,0.1,0.2,0.4,0.3\nB,0.3,0.2,0.1,0.5\n");
+    EXPECT_EQ(axis->context->shape.axisRow, 1);
+    EXPECT_EQ(axis->context->shape.firstBlockColumn, 2);
+    EXPECT_EQ(axis->table.GetFloatValue(3, 1), 402.0);
+    const auto index = Read("x y\n1 2 3\n2 5 6\n3 7 9\n");
+    EXPECT_EQ(index->FactOf("index column"), "1");
+    EXPECT_EQ(index->context->shape.firstNamedColumn, 2);
+    const auto remark = Read("# a remark\n#x,y\n1,2\n3,4\n5,6\n");
+    EXPECT_EQ(remark->context->shape.nameRow, 2);
+    EXPECT_EQ(Read("x,y\n1,2\n3,4\n", TestOptions({{"Header", "0"}}))->context->shape.nameRow, 0);
+}
+
+TEST_F(DelimitedTextTest, OverridesGoBeforeGuesses) {
+    EXPECT_EQ(All("a,b;c\n1,2;3\n", TestOptions({{"Delimiter", ";"}})), "a,b|c/1,2|3");
+    EXPECT_EQ(All("a::b\n1::2\n", TestOptions({{"Delimiter", "::"}})), "a|b/1|2");
+    EXPECT_EQ(Read("a;b\n1;2\n", TestOptions({{"TextColumns", "b"}}))->Kinds(2), "tt");
+    EXPECT_EQ(Read("a;b\n1;2\n", TestOptions({{"TextColumns", "1"}}))->Kinds(1), "tt");
+    EXPECT_NE(Read("a;b\n1;2\n", TestOptions({{"TextColumns", "zz"}}))->status, 0);
+    EXPECT_EQ(Read("a;b\n1;2\n", TestOptions({{"Types", "false"}}))->Kinds(1), "tt");
+    EXPECT_NE(Read("a;b\n1;2\n", TestOptions({{"Decimal", "x"}}))->status, 0);
+}
+
+TEST_F(DelimitedTextTest, ColumnThatTurnsOutOtherwiseIsConvertedAgain) {
+    const std::string bytes = "a;b\n" + Repeat("1.50;\n", 200'000) + "word;7\n";
+    const auto read = Read(bytes);
+    EXPECT_EQ(read->table.GetKind(1, 2), TableData::Text);
+    EXPECT_EQ(read->At(1, 2), "1.50");
+    EXPECT_EQ(read->table.GetKind(2, 200'002), TableData::Double);
+    EXPECT_FALSE(read->HasNote("late-texts"));
+}
+
+TEST_F(DelimitedTextTest, SinkThatLetsGoOfRowsKeepsTheHeadsDecision) {
+    const std::string bytes = "a;b\n" + Repeat("1.50;x\n", 200'000) + "word;\xfcy\n";
+    const std::unique_ptr<SpreadsheetFile> reader(NewReader("Text File"));
+    auto context = std::make_shared<karta::ReadContext>();
+    context->reading = karta::Reading::Complete;
+    dynamic_cast<FormatReader&>(*reader).SetContext(context);
+    ASSERT_EQ(reader->Open(true, folder.Write("table.txt", bytes).c_str(), nullptr), 0);
+    StreamingTable table;
+    ASSERT_EQ(reader->Read(&table), 0);
+    EXPECT_EQ(table.GetKind(1, 2), TableData::Double);
+    EXPECT_EQ(table.GetString(1, 2), "1.50");
+    EXPECT_EQ(table.GetKind(1, 200'002), TableData::Text);
+    EXPECT_EQ(table.GetString(2, 200'002), "\u00fcy");
+    EXPECT_EQ(table.rowsEnded, 200'002);
+    ASSERT_EQ(context->notes.GetAll().size(), 2U);
+    EXPECT_EQ(context->notes.GetAll()[0].code, "not-utf-8");
+    EXPECT_EQ(context->notes.GetAll()[1].code, "late-texts");
+    EXPECT_EQ(context->notes.GetAll()[1].place, "line 200002");
+}
+
+TEST_F(DelimitedTextTest, StopEndsTheRead) {
+    const std::unique_ptr<SpreadsheetFile> reader(NewReader("CSV File"));
+    auto context = std::make_shared<karta::ReadContext>();
+    context->reading = karta::Reading::Complete;
+    std::stop_source stop;
+    context->stop = stop.get_token();
+    dynamic_cast<FormatReader&>(*reader).SetContext(context);
+    ASSERT_EQ(reader->Open(true, folder.Write("table.csv", "a,b\n1,2\n").c_str(), nullptr), 0);
+    stop.request_stop();
+    CountingSink sink;
+    EXPECT_THROW(reader->Read(&sink), karta::Stopped);
+}
+
+TEST_F(DelimitedTextTest, SizeCanBeAskedBeforeTheRead) {
+    const std::unique_ptr<SpreadsheetFile> reader(NewReader("CSV File"));
+    auto context = std::make_shared<karta::ReadContext>();
+    context->reading = karta::Reading::Complete;
+    dynamic_cast<FormatReader&>(*reader).SetContext(context);
+    ASSERT_EQ(reader->Open(true, folder.Write("table.csv", "a,b\n1,2\n3\n").c_str(), nullptr), 0);
+    EXPECT_EQ(reader->GetNumRows(), 3);
+    EXPECT_EQ(reader->GetNumCols(), 2);
+}
+
+// Text that invites to try other readings at each record costs its bytes some times over, not squared.
+TEST_F(DelimitedTextTest, BrokenQuotesCostNoMoreThanTheirBytes) {
+    for (const char* line : {"\"a\"b\n", "\"a\",\"\n", "\"a\"b\"\",\n", "\"x\n", "a,\"\"\"\n"}) {
+        const auto read = Read("a,b\n1,2\n1,2\n" + Repeat(line, 300'000), TestOptions({{"Delimiter", ","}}));
+        EXPECT_EQ(read->status, 0) << line;
+    }
+}
