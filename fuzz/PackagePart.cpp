@@ -21,9 +21,12 @@ constexpr PackagePart Parts[] = {
 
 // The other parts, sound and small. The first entry of a name counts, so the input goes in front of them.
 constexpr std::pair<std::string_view, std::string_view> XmlPackage[] = {
-    {"xl/workbook.xml", R"(<workbook><sheets><sheet name="S" r:id="r1"/></sheets></workbook>)"},
+    {"xl/workbook.xml",
+     R"(<workbook xmlns:r="/relationships"><sheets><sheet name="S" r:id="r1"/></sheets></workbook>)"},
     {"xl/_rels/workbook.xml.rels",
-     R"(<Relationships><Relationship Id="r1" Target="worksheets/sheet1.xml"/></Relationships>)"},
+     R"(<Relationships><Relationship Id="r1" Type="/relationships/worksheet" Target="worksheets/sheet1.xml"/>)"
+     R"(<Relationship Id="r2" Type="/relationships/sharedStrings" Target="sharedStrings.xml"/>)"
+     R"(<Relationship Id="r3" Type="/relationships/styles" Target="styles.xml"/></Relationships>)"},
     {"xl/sharedStrings.xml", "<sst><si><t>zero</t></si><si><t>one</t></si></sst>"},
     {"xl/styles.xml",
      R"(<styleSheet><numFmts><numFmt numFmtId="164" formatCode="yyyy"/></numFmts>)"
@@ -36,7 +39,9 @@ constexpr std::pair<std::string_view, std::string_view> XmlPackage[] = {
 constexpr std::pair<std::string_view, std::string_view> BinaryPackage[] = {
     {"xl/workbook.bin", "\x8f\x01\x00\x9c\x01\x16\0\0\0\0\1\0\0\0\2\0\0\0r\0001\0\1\0\0\0S\0\x90\x01\x00"sv},
     {"xl/_rels/workbook.bin.rels",
-     R"(<Relationships><Relationship Id="r1" Target="worksheets/sheet1.bin"/></Relationships>)"},
+     R"(<Relationships><Relationship Id="r1" Type="/relationships/worksheet" Target="worksheets/sheet1.bin"/>)"
+     R"(<Relationship Id="r2" Type="/relationships/sharedStrings" Target="sharedStrings.bin"/>)"
+     R"(<Relationship Id="r3" Type="/relationships/styles" Target="styles.bin"/></Relationships>)"},
     {"xl/sharedStrings.bin", "\x9f\x01\0\x13\7\0\1\0\0\0A\0\xa0\x01\0"sv},
     {"xl/styles.bin", "\xe9\x04\4\2\0\0\0\x2f\4\0\0\0\0\x2f\4\0\0\x0e\0"sv},
     {"xl/worksheets/sheet1.bin",

@@ -243,9 +243,10 @@ void Excel2007File::OpenComplete(const char* path) {
         return;
     }
     isBinary = !BeginsAsXml(*package, workbookPart);
-    const auto relationships = package->ReadRelationships(workbookPart);
-    const BookParts parts{workbookPart, FindTarget(relationships, SharedStringsType),
-                          FindTarget(relationships, StylesType)};
+    const char* const extension = isBinary ? ".bin" : ".xml";
+    const BookParts parts{workbookPart,
+                          FindTable(SharedStringsType, std::string("sharedStrings") + extension),
+                          FindTable(StylesType, std::string("styles") + extension)};
     if (isBinary) {
         book = std::make_unique<BinaryBook>(*package, parts, RecordForm::Full, GetContext());
     } else {
@@ -271,6 +272,12 @@ std::string Excel2007File::FindWorkbookPart() const {
         }
     }
     return {};
+}
+
+// A table of the workbook: where its relationship leads, or else beside the workbook by its usual name.
+std::string Excel2007File::FindTable(std::string_view type, const std::string& usualName) const {
+    const std::string target = FindTarget(package->ReadRelationships(workbookPart), type);
+    return target.empty() ? WorkbookPackage::ResolveTarget(workbookPart, usualName) : target;
 }
 
 void Excel2007File::TakeSheets(std::vector<WorkbookSheet> list) {

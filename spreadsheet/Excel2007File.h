@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "frame/FileContents.h"
@@ -91,6 +92,7 @@ private:
     void OpenClassic(const char* path);
     void OpenComplete(const char* path);
     std::string FindWorkbookPart() const;
+    std::string FindTable(std::string_view type, const std::string& usualName) const;
     void TakeSheets(std::vector<WorkbookSheet> list);
 
     void GetSheet(NvImportOpenOptions* options);

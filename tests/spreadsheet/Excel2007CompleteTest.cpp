@@ -371,6 +371,17 @@ TEST_F(Excel2007CompleteTest, ContentTellsTheFlavourWhateverTheExtension) {
     EXPECT_EQ(Read(BinaryWorkbook(Records())).status, 0);
 }
 
+TEST_F(Excel2007CompleteTest, TablesWithoutARelationshipLieBesideTheWorkbook) {
+    ZipBuilder zip;
+    zip.Add("xl/workbook.xml", std::string("<workbook xmlns:r=\"") + Office +
+                                   "\"><sheets><sheet name=\"A\" r:id=\"x\"/></sheets></workbook>");
+    zip.Add("xl/_rels/workbook.xml.rels", Relationships(Relationship("x", "worksheet", "a.xml")));
+    zip.Add("xl/a.xml", Workbook::Worksheet("<row><c t=\"s\"><v>0</v></c><c s=\"0\"><v>1</v></c></row>"));
+    zip.Add("xl/sharedStrings.xml", "<sst><si><t>there</t></si></sst>");
+    zip.Add("xl/styles.xml", "<styleSheet><cellXfs><xf numFmtId=\"14\"/></cellXfs></styleSheet>");
+    EXPECT_EQ(Read(zip.Build()).cells, "1,1 text there\n2,1 date 1900-01-01\n");
+}
+
 TEST_F(Excel2007CompleteTest, AnArchiveWithoutAWorkbookIsRefusedByName) {
     const Result result = Read(ZipBuilder().Add("content.xml", "<office/>").Build());
     EXPECT_EQ(result.status, Excel2007File::StatusCorrupt);
