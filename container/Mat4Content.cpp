@@ -195,9 +195,19 @@ void Mat4Content::ChargeZeros(const MatHeader& header) const {
     int rows = 0;
     int columns = 0;
     if (header.type == MatHeader::Sparse && reader.GetSize(header, rows, columns)) {
-        budget.ChargeMemory(
+        context.budget.ChargeMemory(
             static_cast<std::uint64_t>(rows) * static_cast<std::uint64_t>(columns) * sizeof(double),
             "a sparse matrix with its zeros");
+    }
+}
+
+void Mat4Content::NoteOthers(const MatHeader& header) const {
+    const std::size_t others = Headers().size() - 1;
+    if (!isChosen && others > 0) {
+        context.notes.Add({"other-parts", others, header.name,
+                           "the table is \"" + header.name + "\" alone; " +
+                               karta::CountOf(others, "other matrix", "other matrices") +
+                               (others == 1 ? " is not in it" : " are not in it")});
     }
 }
 
@@ -214,6 +224,7 @@ int Mat4Content::Read(ReadSpreadSheetData* sink, const MatChoice& choice) {
         ReadIdLayout(sink);
     } else {
         reader.ReadMatrix(sink, *header, {});
+        NoteOthers(*header);
     }
     return 0;
 }
@@ -234,6 +245,7 @@ std::vector<FileContents::Part> Mat4Content::ListParts() {
 
 bool Mat4Content::SelectPart(int number, MatChoice& choice) {
     const bool isThere = number > 0 && static_cast<std::size_t>(number) <= Headers().size();
+    isChosen = isThere;
     choice.matrix = isThere ? number - 1 : -1;
     return isThere;
 }

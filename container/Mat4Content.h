@@ -4,7 +4,7 @@
 #include <span>
 #include <vector>
 
-#include "base/Budget.h"
+#include "base/ReadContext.h"
 #include "container/MatContent.h"
 #include "container/MatLevel4.h"
 
@@ -13,8 +13,8 @@
 class Mat4Content : public MatContent {
 public:
     /** Both stay the caller's and must outlive the object. */
-    Mat4Content(std::span<const std::uint8_t> file, karta::Budget& readBudget)
-        : reader(file), budget(readBudget) {}
+    Mat4Content(std::span<const std::uint8_t> file, karta::ReadContext& readContext)
+        : reader(file), context(readContext) {}
 
     /** Also looks for the layouts. */
     int Open() override;
@@ -42,12 +42,14 @@ private:
     const MatHeader* HeaderAt(int entry) const;
     void ReadNamedLayout(ReadSpreadSheetData* sink) const;
     void ReadIdLayout(ReadSpreadSheetData* sink) const;
+    void NoteOthers(const MatHeader& header) const;
     void ChargeZeros(const MatHeader& header) const;
 
     Matlab4Reader reader;
-    karta::Budget& budget;
+    karta::ReadContext& context;
     std::vector<int> indexTable;  // the matrices of a layout by their part in it, -1 for none
     int rowIdCount = 0;
     int columnIdCount = 0;
     MatChoice found;
+    bool isChosen = false;  // the matrix, by its number
 };

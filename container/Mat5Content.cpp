@@ -18,6 +18,8 @@ constexpr std::size_t HeaderSize = 128;
 constexpr std::size_t EndianIndicatorOffset = 126;
 constexpr std::string_view NativeIndicator = "IM";
 
+constexpr std::size_t TagSize = 8;
+
 // A compressed element is inflated to at most this many times its size.
 constexpr std::uint64_t InflateFactor = 32;
 
@@ -73,12 +75,13 @@ int Mat5Content::Open() {
     if (!Matlab5Reader(*plain, swap, Matlab5Reader::Rules::Classic).ReadTag(tag)) {
         return MatFile::StatusCorrupt;
     }
+    hasMore = bytes.size() - HeaderSize > TagSize + std::uint64_t{tag.size};
     if (tag.type == MatCompressed) {
         const auto rest = bytes.subspan(static_cast<std::size_t>(plain->Tell()));
         const auto payload = rest.first(std::min<std::size_t>(tag.size, rest.size()));
         const std::uint64_t bound =
             std::min<std::uint64_t>(InflateFactor * tag.size, NvSystemInfo::GetInflateLimit());
-        stream = std::make_unique<MatInflatingStream>(payload, bound, budget);
+        stream = std::make_unique<MatInflatingStream>(payload, bound, context.budget);
     } else {
         stream = std::move(plain);
     }
@@ -101,12 +104,17 @@ int Mat5Content::Read(ReadSpreadSheetData* sink, const MatChoice& /*choice*/) {
     }
     MatFile::CheckDimensions(matrices);
     if (matrices.front().sparse) {
-        budget.ChargeMemory(CellsOf(matrices.front()) * sizeof(double), "a sparse array with its zeros");
+        context.budget.ChargeMemory(CellsOf(matrices.front()) * sizeof(double),
+                                    "a sparse array with its zeros");
     }
     MatFile::SetSheetSize(sink, matrices);
     MatFile::SetSheetIndex(matrices);
     if (const int failure = ReadValues(sink, matrices.front())) {
         return failure;
+    }
+    if (hasMore) {
+        context.notes.Add({"other-parts", 1, matrices.front().name,
+                           "the table is the first array of the file; those behind it are not in it"});
     }
     return stream->IsSoundToTheEnd() ? 0 : MatFile::StatusCorrupt;
 }

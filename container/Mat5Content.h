@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "base/Budget.h"
+#include "base/ReadContext.h"
 #include "container/MatContent.h"
 #include "container/MatFile.h"
 #include "container/MatLevel5.h"
@@ -14,8 +14,8 @@
 class Mat5Content : public MatContent {
 public:
     /** Both stay the caller's and must outlive the object. */
-    Mat5Content(std::span<const std::uint8_t> file, karta::Budget& readBudget)
-        : bytes(file), budget(readBudget) {}
+    Mat5Content(std::span<const std::uint8_t> file, karta::ReadContext& readContext)
+        : bytes(file), context(readContext) {}
 
     int Open() override;
     int GetSize(const MatChoice& choice, int& rows, int& columns) override;
@@ -36,10 +36,11 @@ private:
     int SetEntries(ReadSpreadSheetData* sink, const MatFile::msMatrix& matrix);
 
     std::span<const std::uint8_t> bytes;
-    karta::Budget& budget;
+    karta::ReadContext& context;
     std::unique_ptr<MatElementStream> stream;
     std::unique_ptr<Matlab5Reader> reader;
     bool swap = false;
+    bool hasMore = false;  // behind the first element
     std::vector<std::uint8_t> buffer;
     // Of a sparse array: the row of each entry, and where each column's entries begin.
     std::vector<std::int32_t> rowIndices;

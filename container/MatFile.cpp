@@ -177,10 +177,10 @@ int MatFile::OpenClassic() {
     }
     isLevel5 = version == Level5Version;
     if (isLevel5) {
-        content = std::make_unique<Mat5Content>(bytes, GetContext()->budget);
+        content = std::make_unique<Mat5Content>(bytes, *GetContext());
         return content->Open();
     }
-    auto matrices = std::make_unique<Mat4Content>(bytes, GetContext()->budget);
+    auto matrices = std::make_unique<Mat4Content>(bytes, *GetContext());
     level4 = matrices.get();
     content = std::move(matrices);
     const int failure = content->Open();

@@ -435,6 +435,34 @@ TEST_F(MatCompleteTest, TheContentProvesTheFormat) {
     EXPECT_EQ(evidenceOf(""), FormatRecogniser::Evidence::None);
 }
 
+TEST(MatNotesTest, TheClassicReadingTellsWhatItLeavesOut) {
+    const TempFolder folder;
+    const auto notesOf = [](const std::string& path, int part) {
+        MatFile reader;
+        EXPECT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+        if (part > 0) {
+            reader.SelectPart(part);
+        }
+        TableData table;
+        table.SetDataSize(reader.GetNumCols(), reader.GetNumRows());
+        EXPECT_EQ(reader.Read(&table), 0);
+        std::string texts;
+        for (const karta::Note& note : reader.GetContext()->notes.GetAll()) {
+            texts += note.text;
+        }
+        return texts;
+    };
+    const std::string one = Matrix4{0, 1, 1, "a"}.Doubles({1});
+    const std::string level4 = folder.Write("4.mat", one + Matrix4{0, 1, 1, "b"}.Doubles({1}));
+    EXPECT_EQ(notesOf(level4, 0), "the table is \"a\" alone; 1 other matrix is not in it");
+    EXPECT_EQ(notesOf(level4, 2), "");
+    EXPECT_EQ(notesOf(folder.Write("1.mat", one), 0), "");
+    const std::string array = Numbers("measured", {1, 1}, {5}).Bytes();
+    EXPECT_EQ(notesOf(folder.Write("5.mat", Header5() + array), 0), "");
+    EXPECT_EQ(notesOf(folder.Write("6.mat", Header5() + array + array), 0),
+              "the table is the first array of the file; those behind it are not in it");
+}
+
 // Used again without Close.
 TEST(MatReuseTest, NothingPointsIntoTheFileBefore) {
     const TempFolder folder;
