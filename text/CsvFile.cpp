@@ -5,6 +5,7 @@
 
 #include <boost/spirit/include/classic_file_iterator.hpp>
 
+#include "base/ByteScan.h"
 #include "frame/FormatRecogniser.h"
 #include "text/CsvScanner.h"
 #include "text/DelimitedText.h"
@@ -168,7 +169,12 @@ int CsvFile::GetSelectedDelimiter(char* firstLine, file_iterator begin, file_ite
                                   CsvParser* parser) {
     const std::string_view text = ViewOf(begin, end);
     CsvScanner scanner(*parser, ChooseDelimiter(firstLine));
-    if (scanner.Scan(text) != text.size() || parser->IsOverfull()) {
+    const std::size_t taken = scanner.Scan(text);
+    if (taken != text.size() || parser->IsOverfull()) {
+        const std::string place =
+            "line " + std::to_string(CountByte(text.data(), text.data() + taken, '\n') + 1);
+        AddNote({"refused-byte", 1, place,
+                 "the classic reading ended at " + place + "; the complete reading takes all of the file"});
         status = StatusReadFailed;
         return status;
     }

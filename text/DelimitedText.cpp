@@ -22,19 +22,6 @@ constexpr int RowsBetweenLooks = 1024;
 
 constexpr std::int64_t MicrosecondsOfDay = std::int64_t{86'400} * 1'000'000;
 
-std::string NameOfDelimiter(const TextDialect& dialect) {
-    if (dialect.delimiter.empty()) {
-        return "none";
-    }
-    if (dialect.delimiter == "\t") {
-        return "TAB";
-    }
-    if (dialect.delimiter == " ") {
-        return "runs of blanks";
-    }
-    return dialect.delimiter;
-}
-
 // "1 text, 2-5 number": columns of one type together.
 std::string ListTypes(const std::vector<ColumnType>& types) {
     std::string list;
@@ -454,7 +441,7 @@ void DelimitedText::AddNotes() {
 std::vector<FileContents::Fact> DelimitedText::ListFacts() const {
     std::vector<FileContents::Fact> facts;
     facts.emplace_back("encoding", source.GetEncoding().name);
-    facts.emplace_back("delimiter", NameOfDelimiter(dialect));
+    facts.emplace_back("delimiter", GetName(dialect));
     facts.emplace_back("quote", std::string(1, dialect.quote));
     if (dialect.escape != '\0') {
         facts.emplace_back("escape", std::string(1, dialect.escape));

@@ -11,3 +11,14 @@ struct TextDialect {
 
     bool operator==(const TextDialect& other) const = default;
 };
+
+/** What parts the fields, for people: "TAB", ";", "runs of blanks". */
+inline std::string GetName(const TextDialect& dialect) {
+    if (dialect.delimiter.empty()) {
+        return "none";
+    }
+    if (dialect.delimiter == "\t") {
+        return "TAB";
+    }
+    return dialect.delimiter == " " ? "runs of blanks" : dialect.delimiter;
+}

@@ -12,6 +12,7 @@
 #include "host/NvFile.h"
 #include "host/XMLSection.h"
 #include "text/DelimitedText.h"
+#include "text/DialectSniffer.h"
 
 namespace {
 
@@ -70,6 +71,7 @@ int TextFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opti
         return status;
     }
     mode = ModeReading;
+    path = fileName;
     stream = LineReader(fileName);
     if (!stream.IsOpen()) {
         status = StatusStreamFailed;
@@ -238,7 +240,32 @@ int TextFile::Read(ReadSpreadSheetData* sink) {
     if (status == StatusOk && mode == ModeReading && !sizeKnown) {
         EstablishSize();
     }
-    return Read(sink, numCols, numRows, 1, 1);
+    linesWithNul = 0;
+    const int result = Read(sink, numCols, numRows, 1, 1);
+    if (result == StatusOk) {
+        NoteWhatIsLeftOut();
+    }
+    return result;
+}
+
+// What the classic rules did to the file, as far as its user may want to know.
+void TextFile::NoteWhatIsLeftOut() {
+    if (linesWithNul > 0) {
+        AddNote({"cut-at-nul", linesWithNul, "",
+                 karta::CountOf(linesWithNul, "line") +
+                     " were cut at a NUL; the complete reading keeps the rest"});
+    }
+    if (numCols != 1) {
+        return;
+    }
+    const std::string beginning = NvFile::ReadHead(path.c_str(), SniffedCharacters);
+    const TextDialect dialect = SniffDialect(beginning, beginning.size() == SniffedCharacters);
+    if (!dialect.delimiter.empty() && dialect.delimiter != delimiter) {
+        AddNote({"one-column", 1, "",
+                 "all is one column, but '" + GetName(dialect) +
+                     "' seems to part its fields; --delimiter says so, and the complete reading finds out by "
+                     "itself"});
+    }
 }
 
 int TextFile::Read(ReadSpreadSheetData* sink, int lastCol, int lastRow, int firstCol, int firstRow) {
@@ -274,6 +301,7 @@ int TextFile::Read(ReadSpreadSheetData* sink, int lastCol, int lastRow, int firs
             CutCarriageReturn(line);
             char* cursor = line.text;
             char* const end = cursor + std::strlen(cursor);
+            linesWithNul += end != line.text + line.length ? 1 : 0;
             int col = 0;
             while (char* cell = GetCell(cursor, end)) {
                 ++col;

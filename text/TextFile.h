@@ -94,8 +94,12 @@ protected:
 private:
     void ReadOptions(const NvImportOpenOptions* options, TextFileOptions& choices) const;
     void WriteOptions(NvImportOpenOptions* options, const TextFileOptions& choices);
+    void NoteWhatIsLeftOut();
     char* GetCell(char*& cursor, char* end) const;
     int CountCells(char* line, char* end) const;
+
+    std::string path;                // of the file that is read
+    std::uint64_t linesWithNul = 0;  // whose rest is in no cell
 };
 
 class KARTA_EXPORT TextFileFactory : public SprFileFactory {

@@ -349,6 +349,19 @@ int ThermoSIEVEFile::Read(ReadSpreadSheetData* sink) {
         status = StatusSizeFailed;
         return status;
     }
+    const auto dropped =
+        static_cast<std::uint64_t>(cols - std::count_if(sources.begin(), sources.end(),
+                                                        [](int source) { return source > FromNothing; }));
+    if (dropped > 0) {
+        AddNote({"dropped-columns", dropped, "",
+                 karta::CountOf(dropped, "column") +
+                     " that no row of the report's table takes were left out; "
+                     "the complete reading has them below"});
+    }
+    if (*table.GetText(rows - 1, 0) != '\0') {
+        AddNote({"dropped-line", 1, "line " + std::to_string(rows),
+                 "the last line has no line end and was left out; the complete reading keeps it"});
+    }
     // The last line of the count is the empty one behind a final line end.
     TurnedTable(table, rows - 1, std::move(sources), sink).Put();
     return status;
