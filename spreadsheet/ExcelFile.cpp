@@ -630,7 +630,8 @@ bool ExcelFile::ListClassicSheet(const BoundSheet& sheet) {
             length = static_cast<std::int16_t>(sheet.length | options << 8);
             name.remove_prefix(std::min<std::size_t>(1, name.size()));
         } else if (biffHigh == HighOfBiff5) {
-            length = static_cast<std::int8_t>(sheet.length);
+            // The count is taken for a signed byte: a longer name is none.
+            length = sheet.length > std::numeric_limits<std::int8_t>::max() ? 0 : sheet.length;
         }
         name = name.substr(0, static_cast<std::size_t>(std::max(length, 0)));
         AddWorksheet(std::string(name.substr(0, name.find('\0'))), sheet.offset, sheet.visibility != 0);

@@ -459,6 +459,9 @@ private:
 
     // Some programs write dates where a number should be.
     void TakeNumber(std::string_view digits) {
+        if (!output) {
+            return;
+        }
         double number = 0.0;
         const std::size_t length = ParseDouble(digits, number);
         if (length == digits.size() && length > 0) {

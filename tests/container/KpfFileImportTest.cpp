@@ -22,6 +22,7 @@
 #include "table/TableData.h"
 #include "tests/container/Damage.h"
 #include "tests/container/ProjectBuilder.h"
+#include "tests/support/CompleteTable.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/TempFolder.h"
 #include "tools/ProjectReader.h"
@@ -576,39 +577,7 @@ TEST_F(KpfFileImportTest, DamagedProjectsEndInAStatus) {
 
 namespace {
 
-/** The complete reading of a project, and what it has to say. */
-struct CompleteProject {
-    explicit CompleteProject(const std::string& path,
-                             const TestOptions& settings = TestOptions(std::string()))
-        : options(settings) {
-        context->reading = karta::Reading::Complete;
-        reader.SetContext(context);
-        status = reader.Open(true, path.c_str(), options.Get());
-        if (status == 0) {
-            status = reader.Read(&table);
-        }
-        for (const karta::Note& note : context->notes.GetAll()) {
-            notes += note.text + "\n";
-        }
-    }
-    std::string Cells() {
-        std::string cells;
-        for (int row = 1; row <= table.GetNumberOfRows(); ++row) {
-            for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
-                cells += "[" + table.GetString(col, row) + "]";
-            }
-            cells += "\n";
-        }
-        return cells;
-    }
-
-    std::shared_ptr<karta::ReadContext> context = std::make_shared<karta::ReadContext>();
-    TestOptions options;
-    KpfFileImport reader;
-    TableData table;
-    int status = -1;
-    std::string notes;
-};
+using CompleteProject = CompleteTable<KpfFileImport>;
 
 }  // namespace
 

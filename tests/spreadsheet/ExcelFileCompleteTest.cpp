@@ -7,6 +7,7 @@
 #include "spreadsheet/ExcelFile.h"
 #include "table/TableData.h"
 #include "tests/support/BiffBuilder.h"
+#include "tests/support/CompleteTable.h"
 #include "tests/support/CompoundBuilder.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/TempFolder.h"
@@ -27,39 +28,7 @@ std::string Wide(std::u16string_view text) {
     return bytes.Bytes();
 }
 
-/** A read of a file, and what it has to say. */
-struct CompleteRead {
-    explicit CompleteRead(const std::string& path, const TestOptions& settings = TestOptions(std::string()),
-                          karta::Reading reading = karta::Reading::Complete)
-        : options(settings) {
-        context->reading = reading;
-        reader.SetContext(context);
-        status = reader.Open(true, path.c_str(), options.Get());
-        if (status == 0) {
-            status = reader.Read(&table);
-        }
-        for (const karta::Note& note : context->notes.GetAll()) {
-            notes += note.text + "\n";
-        }
-    }
-    std::string Cells() {
-        std::string cells;
-        for (int row = 1; row <= table.GetNumberOfRows(); ++row) {
-            for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
-                cells += "[" + table.GetString(col, row) + "]";
-            }
-            cells += "\n";
-        }
-        return cells;
-    }
-
-    std::shared_ptr<karta::ReadContext> context = std::make_shared<karta::ReadContext>();
-    TestOptions options;
-    ExcelFile reader;
-    TableData table;
-    int status = -1;
-    std::string notes;
-};
+using CompleteRead = CompleteTable<ExcelFile>;
 
 class ExcelFileCompleteTest : public testing::Test {
 protected:

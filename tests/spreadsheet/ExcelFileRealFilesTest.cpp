@@ -11,6 +11,7 @@
 #include "host/SerialDate.h"
 #include "spreadsheet/ExcelFile.h"
 #include "table/TableData.h"
+#include "tests/support/CompleteTable.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"
 #include "tests/support/SpreadsheetTruth.h"
@@ -137,23 +138,7 @@ TEST(ExcelFileRealFilesTest, BrokenFilesEndInAStatus) {
 
 namespace {
 
-/** The complete reading of one sheet, and what it has to say. */
-struct CompleteSheet {
-    CompleteSheet(const std::string& path, const std::string& part) {
-        context->reading = karta::Reading::Complete;
-        reader.SetContext(context);
-        TestOptions options{{"Part", part}};
-        status = reader.Open(true, path.c_str(), part.empty() ? nullptr : options.Get());
-        if (status == 0) {
-            status = reader.Read(&table);
-        }
-    }
-
-    std::shared_ptr<karta::ReadContext> context = std::make_shared<karta::ReadContext>();
-    ExcelFile reader;
-    TableData table;
-    int status = -1;
-};
+using CompleteSheet = CompleteTable<ExcelFile>;
 
 }  // namespace
 
@@ -168,7 +153,7 @@ TEST(ExcelFileRealFilesTest, CompleteReadingIsWhatAnIndependentReaderFound) {
         const SpreadsheetTruth truth = ReadSpreadsheetTruth(path);
         for (std::size_t i = 0; i < truth.sheets.size(); ++i) {
             const SpreadsheetTruth::Sheet& sheet = truth.sheets[i];
-            CompleteSheet read(path, std::to_string(i + 1));
+            CompleteSheet read(path, TestOptions{{"Part", std::to_string(i + 1)}});
             ASSERT_EQ(read.status, 0) << path << " " << ErrorOf(read.reader);
             const TruthComparison one = CompareWithTruth(read.table, truth, sheet);
             EXPECT_EQ(one.equal, one.known) << path << " " << one.firstDifference;
@@ -193,7 +178,7 @@ TEST(ExcelFileRealFilesTest, BrokenFilesEndInAStatusInTheCompleteReading) {
     SKIP_WITHOUT_SHARED_DATA();
     for (const std::string& path : SharedFiles("data/spreadsheet/xls/bad")) {
         const bool isProtected = path.find("password") != std::string::npos;
-        CompleteSheet read(path, "");
+        CompleteSheet read(path);
         EXPECT_EQ(read.status == ExcelFile::StatusProtected, isProtected) << path;
         // Of these the sheet's cells are there: one tells of no shared strings, and has them, one is of mixed
         // versions, and of one the other sheets are broken.

@@ -12,6 +12,7 @@
 #include "base/PathNames.h"
 #include "table/TableData.h"
 #include "tests/support/ByteBuilder.h"
+#include "tests/support/CompleteTable.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"
@@ -520,27 +521,7 @@ TEST_F(LotusFileTest, MissingFileAfterAnOpenOneLeavesNothingToRead) {
 
 namespace {
 
-/** The complete reading of a sheet, and what it has to say. */
-struct CompleteLotus {
-    explicit CompleteLotus(const std::string& path, const TestOptions& options = {}) {
-        context->reading = karta::Reading::Complete;
-        reader.SetContext(context);
-        TestOptions record = options;
-        status = reader.Open(true, path.c_str(), record.Get());
-        if (status == 0) {
-            status = reader.Read(&table);
-        }
-        for (const karta::Note& note : context->notes.GetAll()) {
-            notes += note.text + "\n";
-        }
-    }
-
-    std::shared_ptr<karta::ReadContext> context = std::make_shared<karta::ReadContext>();
-    LotusFile reader;
-    TableData table;
-    int status = -1;
-    std::string notes;
-};
+using CompleteLotus = CompleteTable<LotusFile>;
 
 }  // namespace
 

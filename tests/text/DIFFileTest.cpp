@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "table/TableData.h"
+#include "tests/support/CompleteTable.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SharedData.h"
 #include "tests/support/SpreadsheetTruth.h"
@@ -744,34 +745,7 @@ TEST_F(DIFFileTest, AnotherSpreadsheetProgramReadsWhatWasWrittenAndIsRead) {
 
 namespace {
 
-/** The complete reading of a file, and what it has to say. */
-struct CompleteDif {
-    explicit CompleteDif(const std::string& path, const TestOptions& options = {}) {
-        context->reading = karta::Reading::Complete;
-        reader.SetContext(context);
-        TestOptions settings = options;
-        status = reader.Open(true, path.c_str(), settings.Get());
-        if (status == 0) {
-            status = reader.Read(&table);
-        }
-        for (const karta::Note& note : context->notes.GetAll()) {
-            notes += note.text + "\n";
-        }
-    }
-    std::string Row(int row) {
-        std::string cells;
-        for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
-            cells += "[" + table.GetString(col, row) + "]";
-        }
-        return cells;
-    }
-
-    std::shared_ptr<karta::ReadContext> context = std::make_shared<karta::ReadContext>();
-    DIFFileOEM reader;
-    TableData table;
-    int status = -1;
-    std::string notes;
-};
+using CompleteDif = CompleteTable<DIFFileOEM>;
 
 }  // namespace
 
