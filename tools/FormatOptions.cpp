@@ -24,9 +24,19 @@ const Names Workbooks = {"Excel File", "Excel2007 File"};
 const Names Spectra = {"GalacticSPC File", "NetCDF Files"};
 const Names Matrices = {"Matlab File", "Unscrambler File", "KARTA project file"};
 const Names MatricesOfComplete = {"Matlab File", "Unscrambler File", "KARTA project file", "NetCDF Files"};
-const Names BlocksOfComplete = {"JCAMP-DX File", "Bruker OPUS File", "Bruker OPUS Interpolated File",
-                                "GalacticSPC File"};
-const Names Variables = {"Matlab File", "NetCDF Files"};
+const Names BlocksOfComplete = {"JCAMP-DX File",    "Bruker OPUS File",      "Bruker OPUS Interpolated File",
+                                "GalacticSPC File", "HPLC ChemStation File", "NSAS File",
+                                "Brimrose File"};
+const Names OtherEncodings = {"Unscrambler File", "Excel File", "Lotus 1-2-3 File", "DIF File",
+                              "DIF File(OEM)"};
+const Names Variables = {"Matlab File"};
+
+Names Joined(Names names, const std::vector<Names>& others) {
+    for (const Names& more : others) {
+        names.insert(names.end(), more.begin(), more.end());
+    }
+    return names;
+}
 
 const std::vector<Option>& AllOptions() {
     using Request = ReadRequest;
@@ -41,6 +51,11 @@ const std::vector<Option>& AllOptions() {
          {"IgnoreConsecutiveDelimiters"},
          {"Text File"},
          DelimitedText},
+        {"--part",
+         [](const Request& r) { return !r.part.empty(); },
+         {CompleteOptions::Part},
+         Joined(Workbooks, {{"JCAMP-DX File"}, Matrices}),
+         Joined(Workbooks, {BlocksOfComplete, MatricesOfComplete})},
         {"--sheets", [](const Request& r) { return !r.sheets.empty(); }, {"Sheets"}, Workbooks, Workbooks},
         {"--side-by-side", [](const Request& r) { return r.sideBySide; }, {"Vertical"}, Workbooks, Workbooks},
         {"--blocks",
@@ -68,7 +83,7 @@ const std::vector<Option>& AllOptions() {
          [](const Request& r) { return r.encoding.has_value(); },
          {CompleteOptions::Encoding},
          {},
-         DelimitedText},
+         Joined(DelimitedText, {OtherEncodings})},
         {"--decimal",
          [](const Request& r) { return r.decimal.has_value(); },
          {CompleteOptions::Decimal},
@@ -155,9 +170,6 @@ std::vector<karta::Note> NoteUnknownSettings(const FormatCatalogue& formats, int
         if (Has(option.classic, name) || (request.IsComplete() && Has(option.complete, name))) {
             known.insert(known.end(), option.keys.begin(), option.keys.end());
         }
-    }
-    if (request.IsComplete()) {
-        known.emplace_back(CompleteOptions::Part);
     }
     for (const std::string& setting : request.settings) {
         const std::string key = setting.substr(0, setting.find('='));

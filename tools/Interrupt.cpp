@@ -9,7 +9,6 @@
 #include <string_view>
 
 #include "base/UnfinishedFile.h"
-#include "tools/Failure.h"
 
 namespace {
 
@@ -80,9 +79,13 @@ bool Interrupt::IsRequested() {
     return received.load(std::memory_order_relaxed) != 0;
 }
 
+Failure Interrupt::GetFailure() {
+    return Failure("interrupted", static_cast<ExitStatus>(SignalBase + received));
+}
+
 void Interrupt::ThrowIfRequested() {
     if (IsRequested()) {
-        throw Failure("interrupted", static_cast<ExitStatus>(SignalBase + received));
+        throw GetFailure();
     }
 }
 

@@ -105,31 +105,8 @@ std::optional<int> WriteClassicParts(XMLSection& settings, const ReadRequest& re
     return selected;
 }
 
-// Readers that know no key for the part of their choice are told in the classic way.
-void WriteByKind(XMLSection& settings, const PartChoice& choice, std::optional<int>& selected) {
-    std::vector<int> sheets;
-    std::vector<int> blocks;
-    for (const FileContents::Part* part : choice.GetParts()) {
-        if (part->kind == "sheet") {
-            sheets.push_back(part->number);
-        } else if (part->kind == "block") {
-            blocks.push_back(part->number);
-        } else if (part->kind == "matrix" && choice.GetParts().size() == 1) {
-            selected = part->number;
-        }
-    }
-    if (!sheets.empty()) {
-        settings.Write("Sheets", sheets);
-        settings.Write("Vertical", true);
-    }
-    if (!blocks.empty()) {
-        settings.Write("DataBlocks", blocks);
-    }
-}
-
 // The complete reading has one list of parts and one key for what is chosen of it.
-std::optional<int> WriteParts(XMLSection& settings, const ReadRequest& request, const Parts& parts) {
-    std::optional<int> selected;
+void WriteParts(XMLSection& settings, const ReadRequest& request, const Parts& parts) {
     const char* option = nullptr;
     std::string wanted;
     for (const auto& [name, list] : {std::pair{"--part", request.part},
@@ -151,14 +128,11 @@ std::optional<int> WriteParts(XMLSection& settings, const ReadRequest& request, 
         wanted = "all";
     }
     if (option != nullptr) {
-        const PartChoice choice = Find(parts, wanted, request, option);
-        settings.Write(CompleteOptions::Part, choice.GetText());
-        WriteByKind(settings, choice, selected);
+        settings.Write(CompleteOptions::Part, Find(parts, wanted, request, option).GetText());
     }
     if (request.sideBySide) {
         settings.Write("Vertical", false);
     }
-    return selected;
 }
 
 void WriteDialect(XMLSection& settings, const ReadRequest& request) {
@@ -336,7 +310,7 @@ void OptionsRecord::Choose(const ReadRequest& request, const std::vector<FileCon
     WriteDelimiter(settings, request);
     if (request.IsComplete()) {
         WriteDialect(settings, request);
-        selectedPart = WriteParts(settings, request, parts);
+        WriteParts(settings, request, parts);
     } else {
         selectedPart = WriteClassicParts(settings, request, parts);
     }

@@ -121,8 +121,7 @@ private:
         }
         const int number = *options.GetSelectedPart();
         auto* contents = dynamic_cast<FileContents*>(reader.get());
-        // In the complete reading the choice is in the record too.
-        if ((contents == nullptr || !contents->SelectPart(number)) && !request.IsComplete()) {
+        if (contents == nullptr || !contents->SelectPart(number)) {
             Fail(request, "--matrix: there is no matrix number " + std::to_string(number) +
                               " to choose; karta-import info lists what the file holds");
         }

@@ -335,7 +335,9 @@ int SayParseError(const CLI::App& app, const CLI::ParseError& error,
 }
 
 // With --json a failure is an object too, beside its line on standard error.
-int SayFailure(const CommandLine& line, const Failure& failure) {
+int SayFailure(const CommandLine& line, const Failure& reason) {
+    // Whatever a reader makes of being stopped, the signal is why it failed.
+    const Failure failure = Interrupt::IsRequested() ? Interrupt::GetFailure() : reason;
     std::cerr << "karta-import: " << failure.what() << '\n';
     if (line.json) {
         JsonWriter json(std::cout);

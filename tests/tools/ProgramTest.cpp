@@ -843,28 +843,84 @@ TEST_F(ProgramTest, PipeClosedEarlyIsNoError) {
     }
 }
 
-TEST_F(ProgramTest, CtrlCLeavesNoOutputAndIsStatus130) {
-    std::string table;
-    for (int row = 0; row < 3000000; ++row) {
-        table += "some\ttext\tof\ta\trow\n";
+class ProgramInterruptedTest : public ProgramTest {
+protected:
+    // "STATUS HOW" of a program that is sent a signal so many seconds after it began to listen.
+    std::string Interrupted(const std::string& signal, const std::string& seconds,
+                            const std::string& arguments) {
+        const Outcome outcome = Shell("'" KARTA_SOURCE_DIR "/tests/tools/interrupted' " + signal + " " +
+                                      seconds + " " + ProgramPath() + " " + arguments);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return outcome.out;
     }
-    folder.Write("a.txt", table);
-    // Started by a shell in the background, a program ignores the key; setsid and a trap undo that.
-    const std::string program = ProgramPath();
-    for (const char* arguments : {"'convert', 'a.txt', '-o', 'out.csv'", "'trace', 'a.txt'"}) {
-        const Outcome outcome =
-            Shell("python3 -c \"\nimport subprocess, signal, time\np = subprocess.Popen(['" + program +
-                  "', " + arguments +
-                  "], preexec_fn=lambda: signal.signal(signal.SIGINT, "
-                  "signal.SIG_DFL))\n"
-                  "def catches():\n"
-                  "    status = open('/proc/%d/status' % p.pid).read().split('SigBlk:')[1]\n"
-                  "    return int(status.split()[0], 16) & 1 << signal.SIGINT - 1\n"
-                  "while p.poll() is None and not catches():\n    time.sleep(0.01)\n"
-                  "time.sleep(0.1)\np.send_signal(signal.SIGINT)\nexit(p.wait() % 256)\n\"");
-        EXPECT_EQ(outcome.status, 130) << arguments << outcome.err;
-        EXPECT_EQ(CountFiles(), 1U) << arguments;
+
+    // Large enough to be met in the middle of each stage.
+    void WriteLargeFiles() {
+        std::string text;
+        std::string csv;
+        for (int row = 0; row < 1000000; ++row) {
+            text += "some\ttext\t12.5\ta\trow\n";
+            csv += "some,1.5,2.5,3.5,4.5\n";
+        }
+        folder.Write("a.txt", text);
+        folder.Write("a.csv", csv);
+        // A MATLAB level 4 header: type, rows, columns, no imaginary part, and a name of one letter.
+        folder.Write("a.mat", std::string("\0\0\0\0\x40\x42\x0f\0\5\0\0\0\0\0\0\0\2\0\0\0a\0", 22) +
+                                  std::string(std::size_t{8} * 1000000 * 5, '\0'));
     }
+};
+
+TEST_F(ProgramInterruptedTest, EveryStageEndsWithinASecondAndLeavesTheOlderFile) {
+    WriteLargeFiles();
+    const std::size_t before = CountFiles() + 1;
+    int interrupted = 0;
+    for (const char* signal : {"SIGINT", "SIGTERM"}) {
+        const std::string status = signal == std::string("SIGINT") ? "130" : "143";
+        for (const auto& [input, output] : {std::pair{"a.txt", "out.csv"},
+                                            {"a.csv", "out.mat"},
+                                            {"a.csv", "out.dif"},
+                                            {"a.mat", "out.jsonl"},
+                                            {"a.mat", "out.txt"}}) {
+            for (const char* reading : {"--classic ", "--complete "}) {
+                for (const char* seconds : {"0", "0.05", "0.2", "0.5"}) {
+                    folder.Write(output, "older");
+                    const std::string what = std::string(reading) + input + " -o " + output;
+                    const std::string end = Interrupted(signal, seconds, "convert " + what);
+                    EXPECT_FALSE(Contains(end, "late")) << seconds << what << end;
+                    if (!Contains(end, "before")) {
+                        ++interrupted;
+                        EXPECT_TRUE(end.starts_with(status) || end.starts_with("0"))
+                            << seconds << what << end;
+                    }
+                    if (end.starts_with(status)) {
+                        EXPECT_EQ(ReadWholeFile(folder.Path(output)), "older") << seconds << what;
+                    }
+                    EXPECT_EQ(CountFiles(), before) << seconds << what;
+                    std::filesystem::remove(folder.Path(output));
+                }
+            }
+        }
+    }
+    EXPECT_GT(interrupted, 20);
+}
+
+TEST_F(ProgramInterruptedTest, OtherVerbsEndToo) {
+    WriteLargeFiles();
+    for (const char* arguments : {"trace a.txt", "trace --through-driver a.txt", "info a.txt",
+                                  "info --classic a.csv", "info a.mat"}) {
+        const std::string end = Interrupted("SIGTERM", "0.05", arguments);
+        EXPECT_TRUE(end.starts_with("143 at once") || Contains(end, "before")) << arguments << end;
+    }
+    EXPECT_TRUE(Interrupted("SIGINT", "0.05", "trace a.txt").starts_with("130 at once"));
+}
+
+TEST_F(ProgramInterruptedTest, ASecondSignalEndsAtOnce) {
+    WriteLargeFiles();
+    folder.Write("out.csv", "older");
+    const std::size_t before = CountFiles();
+    EXPECT_EQ(Interrupted("SIGTERM", "0.05,0", "convert a.txt -o out.csv"), "143 at once\n");
+    EXPECT_EQ(ReadWholeFile(folder.Path("out.csv")), "older");
+    EXPECT_EQ(CountFiles(), before);
 }
 
 TEST_F(ProgramTest, HostileTextsEndInGoodTime) {
