@@ -192,6 +192,31 @@ void ChemStationRunningValue::TakeLittle(ByteCursor& stream) {
                                             static_cast<std::uint32_t>(difference));
 }
 
+// One check a value: most values of a file of spectra are differences of two bytes.
+std::size_t ChemStationRunningValue::TakeLittle(std::span<const std::uint8_t> bytes, double scale,
+                                                std::span<double> values) {
+    constexpr std::size_t AbsoluteSize = 4;
+    auto running = static_cast<std::uint32_t>(value);
+    std::size_t position = 0;
+    std::size_t count = 0;
+    for (; count < values.size() && bytes.size() - position >= sizeof(std::int16_t); ++count) {
+        const auto difference =
+            static_cast<std::int16_t>(bytes[position] | static_cast<unsigned int>(bytes[position + 1]) << 8);
+        position += sizeof difference;
+        if (difference != ChemStationAbsoluteMarker) {
+            running += static_cast<std::uint32_t>(difference);
+        } else if (bytes.size() - position >= AbsoluteSize) {
+            running = ByteCursor(bytes.subspan(position, AbsoluteSize)).ReadU32();
+            position += AbsoluteSize;
+        } else {
+            break;
+        }
+        values[count] = static_cast<std::int32_t>(running) * scale;
+    }
+    value = static_cast<std::int32_t>(running);
+    return count;
+}
+
 bool SpectrumRecord::Read(ByteCursor& stream, std::uint64_t recordPosition) {
     stream.Seek(recordPosition);
     position = recordPosition;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "base/ByteCursor.h"
@@ -87,6 +89,11 @@ struct ChemStationRunningValue {
     /** Takes one step: a difference, or behind its marker an absolute value. */
     void TakeBig(ByteCursor& stream);
     void TakeLittle(ByteCursor& stream);
+    /**
+     * Takes little-endian steps from `bytes`, each value times `scale`, as long as they and `values` last;
+     * tells how many.
+     */
+    std::size_t TakeLittle(std::span<const std::uint8_t> bytes, double scale, std::span<double> values);
 };
 
 /** One spectrum of a .uv file: the head of its record. */

@@ -20,13 +20,24 @@ const char* UnitOf(const ChemStationSignal& signal) {
     return signal.isSpectra ? "nm" : "s";
 }
 
-void SetDate(CellOutput& out, int column, int row, const std::string& date) {
-    if (const auto moment = ParseChemStationDate(date)) {
-        out.DateTime(column, row, *moment);
-    } else if (!date.empty()) {
-        out.Text(column, row, TidyChemStationDate(date));
+/** A file's date as a cell: understood once, set in each of its rows. */
+class DateCell {
+public:
+    explicit DateCell(const std::string& date)
+        : moment(ParseChemStationDate(date)), text(moment ? std::string() : TidyChemStationDate(date)) {}
+
+    void Set(CellOutput& out, int column, int row) const {
+        if (moment) {
+            out.DateTime(column, row, *moment);
+        } else if (!text.empty()) {
+            out.Text(column, row, text);
+        }
     }
-}
+
+private:
+    std::optional<std::int64_t> moment;
+    std::string text;
+};
 
 }  // namespace
 
@@ -174,7 +185,7 @@ void ChemStationParts::SetChromatogram(CellOutput& out, const ChemStationSignal&
                                        int row) const {
     out.Integer(1, row, ordinal);
     out.Text(2, row, NvGetFileName(signal.path));
-    SetDate(out, 3, row, signal.date);
+    DateCell(signal.date).Set(out, 3, row);
     out.Text(4, row, signal.sample + (signal.unit.empty() ? "" : " [" + signal.unit + "]"));
     out.RowRun(HeadColumns + 1, row, signal.values);
     out.EndRow(row);
@@ -187,10 +198,11 @@ void ChemStationParts::SetSpectra(CellOutput& out, const ChemStationSignal& sign
     std::vector<double> values;
     values.reserve(static_cast<std::size_t>(signal.numPoints));
     std::uint64_t cut = 0;
+    const DateCell date(signal.date);
     while (spectra.Next(values)) {
         context.ThrowIfStopped();
         out.Integer(1, row, ordinal++);
-        SetDate(out, 2, row, signal.date);
+        date.Set(out, 2, row);
         out.Text(3, row, signal.sample);
         out.Number(4, row, spectra.GetTime());
         out.RowRun(HeadColumns + 1, row, values);

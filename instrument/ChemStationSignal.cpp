@@ -185,6 +185,7 @@ void ChemStationSignal::OpenChromatogram(ByteCursor stream, const ChemStationLay
 void ChemStationSignal::DecodeRuns(ByteCursor stream) {
     ChemStationRunningValue running;
     SpectrumHeaderInfo info;
+    values.reserve(stream.GetRemaining() / sizeof(std::int16_t));
     while (info.Read(stream) && info.hasValues) {
         for (int i = 0; i < info.length; ++i) {
             running.TakeBig(stream);
@@ -344,7 +345,6 @@ ChemStationSpectra::ChemStationSpectra(const ChemStationSignal& opened, ByteCurs
 
 // Each spectrum's running value begins at 0, whatever the one before ended with.
 bool ChemStationSpectra::Next(std::vector<double>& values) {
-    values.clear();
     do {
         if (spectrum == signal.numSpectra || !record.Read(stream, position)) {
             return false;
@@ -354,19 +354,22 @@ bool ChemStationSpectra::Next(std::vector<double>& values) {
     ++spectrum;
     const bool isOpenEnd = record.length < static_cast<int>(SpectrumRecord::HeadSize);
     const std::uint64_t end = isOpenEnd ? stream.GetSize() : position;
-    stream.Seek(record.position + SpectrumRecord::HeadSize +
-                static_cast<std::uint64_t>(std::max<int>(record.fieldLength, 0)));
-    ChemStationRunningValue running;
-    for (int i = 0; i < signal.numPoints; ++i) {
-        if (record.kind == SpectrumRecord::KindAbsolute) {
-            running.value = stream.ReadI32();
-        } else {
-            running.TakeLittle(stream);
+    const std::uint64_t begin = record.position + SpectrumRecord::HeadSize +
+                                static_cast<std::uint64_t>(std::max<int>(record.fieldLength, 0));
+    values.resize(static_cast<std::size_t>(signal.numPoints));
+    if (begin > end || !stream.Seek(begin)) {
+        values.clear();
+        return true;
+    }
+    ByteCursor steps(stream.Take(std::min<std::uint64_t>(end, stream.GetSize()) - begin));
+    if (record.kind == SpectrumRecord::KindAbsolute) {
+        values.resize(std::min(values.size(), steps.GetSize() / sizeof(std::int32_t)));
+        for (double& value : values) {
+            value = steps.ReadI32() * signal.scale;
         }
-        if (stream.HasFailed() || stream.Tell() > end) {
-            break;
-        }
-        values.push_back(running.value * signal.scale);
+    } else {
+        ChemStationRunningValue running;
+        values.resize(running.TakeLittle(steps.Take(steps.GetSize()), signal.scale, values));
     }
     return true;
 }

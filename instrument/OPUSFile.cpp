@@ -417,6 +417,18 @@ std::string OPUSTime::AsText() const {
     return text;
 }
 
+std::vector<double> OPUSSpectrum::MakeAxis() const {
+    std::vector<double> xs(static_cast<std::size_t>(numPoints));
+    const double spacing = GetSpacing();
+    for (std::size_t i = 0; i < xs.size(); ++i) {
+        xs[i] = firstX + static_cast<double>(i) * spacing;
+    }
+    if (!xs.empty()) {
+        xs.back() = GetLastX();
+    }
+    return xs;
+}
+
 bool OPUSSpectrum::HasAxisOf(const OPUSSpectrum& other) const {
     return numPoints == other.numPoints && xUnits == other.xUnits && TolerantEqual(firstX, other.firstX) &&
            TolerantEqual(GetLastX(), other.GetLastX());

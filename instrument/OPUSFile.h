@@ -45,6 +45,7 @@ struct OPUSSpectrum {
     double GetX(int index) const {
         return index > 0 && index == numSpacings ? lastX : firstX + index * GetSpacing();
     }
+    std::vector<double> MakeAxis() const;
     double GetLastX() const { return GetX(numPoints > 0 ? numPoints - 1 : 0); }
     /** Whether the values of both stand under the same X. */
     bool HasAxisOf(const OPUSSpectrum& other) const;

@@ -85,8 +85,9 @@ Stretch Interpolate(const OPUSSpectrum& spectrum, const std::vector<double>& ys,
     Stretch stretch;
     const double spacing = spectrum.GetSpacing();
     const double last = spectrum.numPoints - 1;
-    for (int i = 0; i < axis.numPoints; ++i) {
-        const double x = axis.GetX(i);
+    const std::vector<double> grid = axis.MakeAxis();
+    for (std::size_t i = 0; i < grid.size(); ++i) {
+        const double x = grid[i];
         double place = spacing == 0 ? 0 : (x - spectrum.firstX) / spacing;
         const bool isOnAPoint = spacing != 0 || x == spectrum.firstX;
         if (!isOnAPoint || !(place >= -Nearly && place <= last + Nearly)) {
@@ -97,7 +98,7 @@ Stretch Interpolate(const OPUSSpectrum& spectrum, const std::vector<double>& ys,
         const std::size_t above = std::min(below + 1, ys.size() - 1);
         const double share = place - static_cast<double>(below);
         if (stretch.values.empty()) {
-            stretch.first = static_cast<std::size_t>(i);
+            stretch.first = i;
         }
         stretch.values.push_back(share == 0 ? ys[below] : ys[below] + share * (ys[above] - ys[below]));
     }
@@ -262,18 +263,15 @@ void OPUSParts::SetHeads(CellOutput& out, const Group& group, int firstRow) cons
     for (const char* name : Names) {
         out.Text(column++, firstRow, name);
     }
-    std::vector<double> xs;
-    xs.reserve(static_cast<std::size_t>(axis.numPoints));
     for (int i = 0; i < axis.numPoints; ++i) {
         out.Text(OPUSFirstValueColumn + i, firstRow, "Var_" + std::to_string(i + 1));
-        xs.push_back(axis.GetX(i));
     }
     out.EndRow(firstRow);
     out.Text(1, firstRow + 1, NameOfOPUSUnit(axis.xUnits));
     if (chosen.size() > 1) {
         out.Text(2, firstRow + 1, group.name);
     }
-    out.RowRun(OPUSFirstValueColumn, firstRow + 1, xs);
+    out.RowRun(OPUSFirstValueColumn, firstRow + 1, axis.MakeAxis());
     out.EndRow(firstRow + 1);
 }
 
