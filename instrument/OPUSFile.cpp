@@ -464,21 +464,23 @@ const OPUSSpectrum& OPUSFile::GetPreferred() const {
 std::vector<Fact> ListOPUSParameters(ByteCursor bytes) {
     FactList facts;
     ParameterReader parameters(bytes);
-    std::vector<OPUSBlock> blocks = ReadOPUSDirectory(bytes);
-    // What the sample is comes before what the instrument was set to, and that before the background's.
-    std::stable_sort(blocks.begin(), blocks.end(), [](const OPUSBlock& left, const OPUSBlock& right) {
-        const auto keyOf = [](const OPUSBlock& block) {
-            return std::pair(block.channelClass == OPUSReference, block.blockKind != OPUSSampleOrigin);
-        };
-        return keyOf(left) < keyOf(right);
-    });
-    for (const OPUSBlock& block : blocks) {
-        if (IsParameterBlock(block)) {
+    const std::vector<OPUSBlock> blocks = ReadOPUSDirectory(bytes);
+    const auto addThose = [&](bool ofReference, bool ofSampleOrigin) {
+        for (const OPUSBlock& block : blocks) {
+            if (!IsParameterBlock(block) || (block.channelClass == OPUSReference) != ofReference ||
+                (block.blockKind == OPUSSampleOrigin) != ofSampleOrigin) {
+                continue;
+            }
             const OPUSParameterBlock found = parameters.Read(block);
             for (const OPUSParameter& parameter : found.GetAll()) {
                 facts.Add(block, parameter);
             }
         }
-    }
+    };
+    // What the sample is comes before what the instrument was set to, and that before the background's.
+    addThose(false, true);
+    addThose(false, false);
+    addThose(true, true);
+    addThose(true, false);
     return facts.Take();
 }
