@@ -191,6 +191,20 @@ bool ClassicValues::IsMissing(double value) const {
            std::find(missing.begin(), missing.end(), value) != missing.end();
 }
 
+// Most pieces have none, and looking for each of the few values in all of them is fast.
+template <class Value>
+bool ClassicValues::HasMissing(std::span<const Value> values) const {
+    bool found = false;
+    for (const double number : missing) {
+        const auto sought = static_cast<Value>(number);
+        for (const Value value : values) {
+            found |= value == sought;
+        }
+    }
+    return found || (isNaNMissing && std::any_of(values.begin(), values.end(),
+                                                 [](Value value) { return std::isnan(value); }));
+}
+
 bool ClassicValues::IsMissingWide(std::uint64_t bits) const {
     return std::find(missingWide.begin(), missingWide.end(), bits) != missingWide.end();
 }
@@ -214,6 +228,15 @@ void ClassicValues::PutRuns(const Target& target, std::uint64_t first, std::uint
     const auto scale = static_cast<Value>(factor);
     const auto shift = static_cast<Value>(offset);
     ForEachPiece<Value>(first, count, [&](std::size_t at, std::span<Value> values) {
+        if (!isUnsigned && !HasMissing(std::span<const Value>(values))) {
+            if (isScaled) {
+                for (Value& value : values) {
+                    value = value * scale + shift;
+                }
+            }
+            target.Run(at, std::span<const Value>(values));
+            return;
+        }
         std::size_t start = 0;
         for (std::size_t i = 0; i < values.size(); ++i) {
             if (IsMissing(static_cast<double>(values[i]))) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,8 @@ private:
     template <class Target>
     void PutWide(const Target& target, std::uint64_t first, std::uint64_t count) const;
     bool IsMissing(double value) const;
+    template <class Value>
+    bool HasMissing(std::span<const Value> values) const;
     bool IsMissingWide(std::uint64_t bits) const;
     void ReadMissing();
     void ReadScaling();
