@@ -493,6 +493,7 @@ private:
 
 int DIFFile::ReadComplete(ReadSpreadSheetData* sink) {
     lines = 0;
+    declaredCols = declaredRows = 0;
     if (ReadHeader() != StatusOk) {
         return status;
     }
@@ -533,7 +534,8 @@ void DIFFile::NoteDeclaredSize(int cols, int rows) {
     const auto isDeclared = [this](int first, int second) {
         return first == declaredCols && second == declaredRows;
     };
-    if (!isDeclared(cols, rows) && !isDeclared(rows, cols)) {
+    const bool tellsNothing = isDeclared(0, 0);
+    if (!tellsNothing && !isDeclared(cols, rows) && !isDeclared(rows, cols)) {
         AddNote({"declared-size",
                  1,
                  {},
