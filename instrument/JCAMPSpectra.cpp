@@ -118,7 +118,7 @@ JCAMPSpectra::JCAMPSpectra(JCAMPStream& fileStream, const JCAMPBlock& fileBlock,
                       BelievedRepetitionsPerByte * static_cast<std::int64_t>(fileStream.GetSize())) {}
 
 void JCAMPSpectra::AddNote(const char* code, std::uint64_t count, int line, const std::string& text) {
-    context.notes.Add({code, count, "line " + std::to_string(line), blockName + ": " + text});
+    notes.push_back({code, count, "line " + std::to_string(line), blockName + ": " + text});
 }
 
 int JCAMPSpectra::Fail(int code, int line) {

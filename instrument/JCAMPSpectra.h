@@ -52,6 +52,8 @@ public:
     int Decode(const JCAMPDataTable& table, std::vector<JCAMPSpectrum>& spectra);
     /** Why the last table can't be read. */
     const std::string& GetProblem() const { return problem; }
+    /** What isn't as the tables' labels say. */
+    const std::vector<karta::Note>& GetNotes() const { return notes; }
 
 private:
     /** How the values of a table are written. */
@@ -101,6 +103,7 @@ private:
     std::string blockName;
     std::int64_t repetitionsLeft;
     std::string problem;
+    std::vector<karta::Note> notes;
 };
 
 /** The number that a label's value is, a decimal comma accepted; NaN where it is none. */

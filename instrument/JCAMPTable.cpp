@@ -20,6 +20,12 @@
 
 namespace {
 
+// So many of the quantities that tell pages apart have a column; no honest file has more.
+constexpr std::size_t MostPageSymbols = 16;
+
+// So many notes on single blocks are kept.
+constexpr std::size_t MostNotes = 100;
+
 // Of a failure's text: more would be cut.
 constexpr std::size_t LongestText = 200;
 
@@ -177,8 +183,8 @@ int JCAMPTable::AddFile(const std::string& path) {
         return JCAMPFile::StatusNotJCAMP;
     }
     const std::string file = NvGetFileName(path);
-    for (karta::Note note : document.GetNotes()) {
-        context.notes.Add(std::move(note));
+    for (const karta::Note& note : document.GetNotes()) {
+        AddNote(note);
     }
     ++numFiles;
     for (const JCAMPBlock& block : document.GetBlocks()) {
@@ -218,7 +224,18 @@ void JCAMPTable::AddBlock(const std::string& file, const JCAMPBlock& content, JC
             AddProblem(index, decoder.GetProblem(), code);
         }
     }
+    for (const karta::Note& note : decoder.GetNotes()) {
+        AddNote(note);
+    }
     AddSpectra(index, std::move(spectra));
+}
+
+// A file can give cause for more notes than anyone reads.
+void JCAMPTable::AddNote(karta::Note note) {
+    ++numNotes;
+    if (numNotes <= MostNotes) {
+        context.notes.Add(std::move(note));
+    }
 }
 
 void JCAMPTable::AddProblem(std::size_t block, const std::string& problem, int code) {
@@ -227,7 +244,7 @@ void JCAMPTable::AddProblem(std::size_t block, const std::string& problem, int c
     part.name = NameOf(blocks[block]);
     part.problem = problem;
     part.code = code;
-    context.notes.Add({"unreadable-block", 1, part.name, part.name + " holds " + problem});
+    AddNote({"unreadable-block", 1, part.name, part.name + " holds " + problem});
 }
 
 // Those of one axis that follow each other are one part; peaks are one by themselves.
@@ -255,10 +272,13 @@ void JCAMPTable::AddSpectra(std::size_t block, std::vector<JCAMPSpectrum> spectr
 
 std::vector<std::size_t> JCAMPTable::ChooseParts(
     const std::optional<std::vector<std::size_t>>& wanted) const {
+    std::vector<bool> isWanted(parts.size(), !wanted);
+    for (const std::size_t place : wanted ? *wanted : std::vector<std::size_t>()) {
+        isWanted[place] = true;
+    }
     std::vector<std::size_t> chosen;
     for (std::size_t i = 0; i < parts.size(); ++i) {
-        const bool isWanted = !wanted || std::find(wanted->begin(), wanted->end(), i) != wanted->end();
-        if (!isWanted || parts[i].spectra.empty()) {
+        if (!isWanted[i] || parts[i].spectra.empty()) {
             continue;
         }
         const JCAMPSpectrum& spectrum = parts[i].spectra.front();
@@ -306,6 +326,12 @@ int JCAMPTable::Choose(const std::optional<std::string>& wanted) {
         AddPeaks(peaks);
     }
     NoteTheRest(chosenParts);
+    if (numNotes > MostNotes) {
+        context.notes.Add({"further-notes", numNotes - MostNotes, "",
+                           karta::CountOf(numNotes - MostNotes, "further note") +
+                               " on the blocks of the file " + (numNotes - MostNotes == 1 ? "is" : "are") +
+                               " left out"});
+    }
     FillShape(parts[chosenParts.front()].spectra.front());
     return JCAMPFile::StatusOk;
 }
@@ -329,7 +355,8 @@ void JCAMPTable::FindLabelColumns(const std::vector<std::size_t>& chosen) {
     for (const std::size_t place : chosen) {
         for (const JCAMPSpectrum& spectrum : parts[place].spectra) {
             for (const auto& [symbol, value] : spectrum.page) {
-                if (std::find(pageSymbols.begin(), pageSymbols.end(), symbol) == pageSymbols.end()) {
+                if (pageSymbols.size() < MostPageSymbols &&
+                    std::find(pageSymbols.begin(), pageSymbols.end(), symbol) == pageSymbols.end()) {
                     pageSymbols.push_back(symbol);
                     const std::vector<std::string> symbols =
                         SplitJCAMPList(blocks[parts[place].block].content.Find("SYMBOL"));
@@ -458,7 +485,7 @@ void JCAMPTable::AddPeaks(const std::vector<const Part*>& peaks) {
 void JCAMPTable::NoteTheRest(const std::vector<std::size_t>& chosen) const {
     std::vector<int> rest;
     for (std::size_t i = 0; i < parts.size(); ++i) {
-        if (!parts[i].spectra.empty() && std::find(chosen.begin(), chosen.end(), i) == chosen.end()) {
+        if (!parts[i].spectra.empty() && !std::binary_search(chosen.begin(), chosen.end(), i)) {
             rest.push_back(static_cast<int>(i) + 1);
         }
     }

@@ -60,12 +60,14 @@ private:
                 bool haveGaps);
     void FindLabelColumns(const std::vector<std::size_t>& chosen);
     std::vector<SpectrumTable::Label> LabelsOf(const Part& part, const JCAMPSpectrum& spectrum) const;
+    void AddNote(karta::Note note);
     void NoteTheRest(const std::vector<std::size_t>& chosen) const;
     void FillShape(const JCAMPSpectrum& first);
     std::string NameOf(const Block& block) const;
 
     karta::ReadContext& context;
     std::size_t numFiles = 0;
+    std::size_t numNotes = 0;
     std::vector<Block> blocks;
     std::vector<Part> parts;
     std::vector<std::size_t> chosenParts;
