@@ -324,7 +324,7 @@ int MatTable::PutSparse(const MatArray& array, Place place) {
         return a.column != b.column ? a.column < b.column : a.row < b.row;
     };
     if (!std::is_sorted(entries.begin(), entries.end(), isBefore)) {
-        std::stable_sort(entries.begin(), entries.end(), isBefore);
+        std::sort(entries.begin(), entries.end(), isBefore);
     }
     if (array.IsGivenAsTriplets()) {
         PutTriplets(array, entries, place);
