@@ -282,7 +282,7 @@ std::optional<TextDialect> FindTable(std::string_view text, bool isCut) {
 // Ragged records: none has a width of its own.
 std::optional<TextDialect> FindDivider(std::string_view text, bool isCut) {
     for (const char delimiter : StrongDelimiters) {
-        const TextDialect dialect = MakeDialect(std::string(1, delimiter), '"', '\0');
+        TextDialect dialect = MakeDialect(std::string(1, delimiter), '"', '\0');
         const auto records = ScanRecords(text, dialect, isCut).records;
         const auto divided = std::count_if(records.begin(), records.end(),
                                            [](const Record& record) { return record.size() > 1; });

@@ -7,7 +7,7 @@
 #include "text/TextDialect.h"
 
 /** How many characters of a text its dialect is guessed from. */
-constexpr std::size_t SniffedCharacters = 64 * 1024;
+constexpr std::size_t SniffedCharacters = 1 << 16;
 
 /**
  * Guesses the dialect of a text in UTF-8, of which `text` is the beginning; `isCut` says that more follows.

@@ -9,6 +9,8 @@ namespace {
 // How far the end of a quoted field is looked for: a quote that was meant as a character costs no more.
 constexpr std::ptrdiff_t LongestQuoted = std::ptrdiff_t{1} << 24;
 constexpr std::ptrdiff_t LongestOnTrial = std::ptrdiff_t{1} << 16;
+// How much is looked through at a time.
+constexpr std::ptrdiff_t PieceSize = std::ptrdiff_t{1} << 15;
 
 // Trying other readings may cost this, and as often the bytes that are read: text that invites to try at each
 // record would else be read once a record.
@@ -27,7 +29,9 @@ RecordScanner::RecordScanner(std::string_view scannedText, const TextDialect& pa
       dialect(parts),
       width(usualWidth),
       isCut(behindText == End::Cut),
-      end(scannedText.data() + scannedText.size()) {
+      end(scannedText.data() + scannedText.size()),
+      nextQuote(scannedText.data()),
+      nextReturn(scannedText.data()) {
     classes['\n'] = classes['\r'] = LineEnd;
     if (!dialect.delimiter.empty()) {
         classes[static_cast<unsigned char>(dialect.delimiter.front())] = Delimiter;
@@ -49,13 +53,17 @@ bool RecordScanner::Next() {
     return true;
 }
 
-// The first such byte from `from` on, where `known` was the first from an earlier place on.
-const char* RecordScanner::FindFrom(const char* known, const char* from, char byte) const {
-    if (known != nullptr && known >= from) {
-        return known;
+// The first such byte from `from` on, if there is one before `until`; else how far there is none. `known` is
+// what the last call gave. Looked for piece by piece, so that the text goes through the cache only once.
+const char* RecordScanner::FindBefore(const char* known, const char* from, const char* until,
+                                      char byte) const {
+    const char* place = std::max(known, from);
+    while (place < until && *place != byte) {
+        const auto piece = static_cast<std::size_t>(std::min(end - place, PieceSize));
+        const void* const found = std::memchr(place, byte, piece);
+        place = found == nullptr ? place + piece : static_cast<const char*>(found);
     }
-    const void* const found = std::memchr(from, byte, static_cast<std::size_t>(end - from));
-    return found == nullptr ? end : static_cast<const char*>(found);
+    return place;
 }
 
 std::optional<std::string_view> RecordScanner::NextLine() {
@@ -63,8 +71,6 @@ std::optional<std::string_view> RecordScanner::NextLine() {
     if (next >= text.size() || dialect.mergeRuns || dialect.delimiter.size() != 1) {
         return std::nullopt;
     }
-    nextQuote = FindFrom(nextQuote, begin, dialect.quote);
-    nextReturn = FindFrom(nextReturn, begin, '\r');
     const char* lineEnd =
         static_cast<const char*>(std::memchr(begin, '\n', static_cast<std::size_t>(end - begin)));
     if (lineEnd == nullptr && isCut) {
@@ -72,10 +78,12 @@ std::optional<std::string_view> RecordScanner::NextLine() {
     }
     const char* behind = lineEnd == nullptr ? end : lineEnd + 1;
     lineEnd = lineEnd == nullptr ? end : lineEnd;
+    nextReturn = FindBefore(nextReturn, begin, lineEnd, '\r');
     if (nextReturn < lineEnd) {
         behind = nextReturn + 1 == lineEnd && lineEnd != end ? behind : nextReturn + 1;
         lineEnd = nextReturn;
     }
+    nextQuote = FindBefore(nextQuote, begin, lineEnd, dialect.quote);
     if (nextQuote < lineEnd) {
         return std::nullopt;
     }
@@ -136,7 +144,7 @@ bool RecordScanner::ScanRecord(QuoteRule rule) {
         } else {
             at += dialect.delimiter.size();
             if (at == end) {
-                fields.push_back({{at, 0}, {}, false, false});
+                fields.push_back({});
                 hasMore = false;
             }
         }

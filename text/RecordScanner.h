@@ -66,7 +66,7 @@ private:
     enum ByteClass : std::uint8_t { Plain, Delimiter, LineEnd };
 
     bool ScanRecord(QuoteRule rule);
-    const char* FindFrom(const char* known, const char* from, char byte) const;
+    const char* FindBefore(const char* known, const char* from, const char* until, char byte) const;
     void TryOtherReadings();
     bool ScanQuoted(const char* open, QuoteRule rule);
     const char* FindClosingQuote(const char* from, QuoteRule rule, bool& isEscaped);
@@ -85,9 +85,9 @@ private:
     const char* end;
     const char* at = nullptr;  // while a record is scanned
 
-    // The next quote and carriage return from the record's start on, or the end: looked for when passed.
-    const char* nextQuote = nullptr;
-    const char* nextReturn = nullptr;
+    // The next quote and carriage return, as far as they were looked for.
+    const char* nextQuote;
+    const char* nextReturn;
 
     std::vector<TextField> fields;
     std::size_t start = 0;

@@ -28,15 +28,18 @@ constexpr std::array<Mark, 3> Marks = {{{"\xef\xbb\xbf", TextEncoding::Utf8},
                                         {"\xff\xfe", TextEncoding::Utf16Little},
                                         {"\xfe\xff", TextEncoding::Utf16Big}}};
 
+// Whether all bytes are ASCII, and none is NUL.
 template <std::size_t Size>
-bool HasHighBytesInRun(const char* run) {
+bool IsPlainRun(const char* run) {
+    constexpr std::uint64_t Ones = 0x0101010101010101U;
     std::array<std::uint64_t, Size / sizeof(std::uint64_t)> words;
     std::memcpy(words.data(), run, Size);
-    std::uint64_t all = 0;
+    std::uint64_t others = 0;
     for (const std::uint64_t word : words) {
-        all |= word;
+        // The first is set over what is no ASCII, the second over what is NUL.
+        others |= word | (word - Ones);
     }
-    return (all & HighBits) != 0;
+    return (others & HighBits) == 0;
 }
 
 TextEncoding MakeEncoding(TextEncoding::Kind kind, std::size_t markLength = 0) {
@@ -159,23 +162,27 @@ bool HasHighBytes(std::string_view bytes) {
     return std::any_of(at, end, [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
 }
 
-bool IsUtf8(std::string_view bytes) {
+ByteFacts ExamineBytes(std::string_view bytes) {
     constexpr std::size_t Run = 64;
+    ByteFacts facts;
     while (!bytes.empty()) {
         // Nearly all text is ASCII, which is passed in runs, each looked at as a whole.
-        while (bytes.size() >= Run && !HasHighBytesInRun<Run>(bytes.data())) {
+        while (bytes.size() >= Run && IsPlainRun<Run>(bytes.data())) {
             bytes.remove_prefix(Run);
         }
         const std::size_t stop = bytes.size() - std::min(bytes.size(), Run);
         while (bytes.size() > stop) {
             const std::size_t length = GetUtf8Length(bytes);
-            if (length == 0) {
-                return false;
-            }
-            bytes.remove_prefix(length);
+            facts.areUtf8 = facts.areUtf8 && length > 0;
+            facts.holdNuls = facts.holdNuls || bytes.front() == '\0';
+            bytes.remove_prefix(std::max<std::size_t>(length, 1));
         }
     }
-    return true;
+    return facts;
+}
+
+bool IsUtf8(std::string_view bytes) {
+    return ExamineBytes(bytes).areUtf8;
 }
 
 void AppendWindows1252(std::string& text, std::string_view bytes) {

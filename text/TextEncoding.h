@@ -34,6 +34,13 @@ TextEncoding GuessEncoding(std::string_view bytes, bool isCut);
  * std::invalid_argument for a name that isn't known. */
 TextEncoding GetNamedEncoding(const std::string& name, std::string_view bytes);
 
+/** What a look at all bytes tells. */
+struct ByteFacts {
+    bool areUtf8 = true;
+    bool holdNuls = false;
+};
+ByteFacts ExamineBytes(std::string_view bytes);
+
 /** Whether all bytes are UTF-8. */
 bool IsUtf8(std::string_view bytes);
 

@@ -61,7 +61,7 @@ private:
     void ReadRecords();
     void FindFirst();
     void FindNames();
-    void FindGivenNames();
+    void FindGivenNames(int row);
     bool TakeIndexNames();
     void TakeRemarkNames();
     void FindUnits();
@@ -256,13 +256,13 @@ void HeadFinder::TakeRemarkNames() {
     }
 }
 
-void HeadFinder::FindGivenNames() {
-    if (*options.header == 0) {
+void HeadFinder::FindGivenNames(int row) {
+    if (row == 0) {
         return;
     }
     const auto given = std::find_if(records.begin(), records.end(),
-                                    [this](const Record& record) { return record.row == *options.header; });
-    head.nameRow = *options.header;
+                                    [row](const Record& record) { return record.row == row; });
+    head.nameRow = row;
     if (given == records.end()) {
         return;
     }
@@ -341,7 +341,7 @@ TextHead HeadFinder::Find() {
     ReadRecords();
     FindFirst();
     if (options.header) {
-        FindGivenNames();
+        FindGivenNames(*options.header);
     } else {
         FindNames();
     }

@@ -115,11 +115,13 @@ bool TextSource::ExamineWhole(karta::ReadContext& context) {
         return false;
     }
     isExamined = true;
-    const std::uint64_t nulsBefore = nuls;
-    DropNuls(context);
-    bool isOther = nuls != nulsBefore;
+    const ByteFacts facts = ExamineBytes(text);
+    bool isOther = facts.holdNuls;
+    if (facts.holdNuls) {
+        DropNuls(context);
+    }
     if (encoding.kind == TextEncoding::Utf8) {
-        isKnownUtf8 = IsUtf8(text);
+        isKnownUtf8 = facts.areUtf8;
         if (!isKnownUtf8 && !isNamed && encoding.markLength == 0) {
             encoding = GuessEncoding(text, false);
             isOther = true;
