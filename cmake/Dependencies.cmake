@@ -6,12 +6,12 @@ find_package(XercesC REQUIRED)
 pkg_check_modules(LIBZIP REQUIRED IMPORTED_TARGET libzip)
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0) # which libgsf stands on
 pkg_check_modules(GSF REQUIRED libgsf-1)
-pkg_check_modules(NETCDF REQUIRED IMPORTED_TARGET netcdf)
+pkg_check_modules(NETCDF REQUIRED netcdf)
 pkg_check_modules(SODIUM REQUIRED IMPORTED_TARGET libsodium)
 
 add_library(karta_dependencies INTERFACE)
 target_link_libraries(karta_dependencies INTERFACE ZLIB::ZLIB Boost::iostreams XercesC::XercesC
-                      PkgConfig::LIBZIP PkgConfig::NETCDF PkgConfig::SODIUM
+                      PkgConfig::LIBZIP PkgConfig::SODIUM
                       ${CMAKE_DL_LIBS})
 
 # Libraries that are loaded when a file needs them: their headers, and the names that the loader knows them by.
@@ -26,3 +26,4 @@ function(karta_lazy_library name)
   target_include_directories(karta_dependencies SYSTEM INTERFACE ${${name}_INCLUDE_DIRS})
 endfunction()
 karta_lazy_library(GSF)
+karta_lazy_library(NETCDF)

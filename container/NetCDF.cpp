@@ -9,6 +9,7 @@
 #include <new>
 #include <system_error>
 
+#include "base/LazyLibrary.h"
 #include "base/MappedFile.h"
 #include "container/ClassicHeader.h"
 
@@ -23,6 +24,45 @@ constexpr int NoAborts = 0;
 std::mutex& LibraryLock() {
     static std::mutex lock;
     return lock;
+}
+
+/** What is called of the library, which the classic reading of netCDF files alone needs. */
+struct NetCDFLibrary {
+    LazyLibrary library{KARTA_NETCDF_LIBRARY};
+    int* ncopts = library.Find<int>("ncopts");
+    decltype(&::nc_open) nc_open = library.Find<decltype(::nc_open)>("nc_open");
+    decltype(&::nc_inq_dimlen) nc_inq_dimlen = library.Find<decltype(::nc_inq_dimlen)>("nc_inq_dimlen");
+    decltype(&::nc_inq_vardimid) nc_inq_vardimid =
+        library.Find<decltype(::nc_inq_vardimid)>("nc_inq_vardimid");
+    decltype(&::nc_inq_varndims) nc_inq_varndims =
+        library.Find<decltype(::nc_inq_varndims)>("nc_inq_varndims");
+    decltype(&::nc_inq_vartype) nc_inq_vartype = library.Find<decltype(::nc_inq_vartype)>("nc_inq_vartype");
+    decltype(&::nc_get_var1_float) nc_get_var1_float =
+        library.Find<decltype(::nc_get_var1_float)>("nc_get_var1_float");
+    decltype(&::nc_get_vara_uchar) nc_get_vara_uchar =
+        library.Find<decltype(::nc_get_vara_uchar)>("nc_get_vara_uchar");
+    decltype(&::nc_get_vara_short) nc_get_vara_short =
+        library.Find<decltype(::nc_get_vara_short)>("nc_get_vara_short");
+    decltype(&::nc_get_vara_int) nc_get_vara_int =
+        library.Find<decltype(::nc_get_vara_int)>("nc_get_vara_int");
+    decltype(&::nc_get_vara_float) nc_get_vara_float =
+        library.Find<decltype(::nc_get_vara_float)>("nc_get_vara_float");
+    decltype(&::nc_get_vara_double) nc_get_vara_double =
+        library.Find<decltype(::nc_get_vara_double)>("nc_get_vara_double");
+    decltype(&::nc_get_vara_text) nc_get_vara_text =
+        library.Find<decltype(::nc_get_vara_text)>("nc_get_vara_text");
+    decltype(&::ncattget) ncattget = library.Find<decltype(::ncattget)>("ncattget");
+    decltype(&::ncattinq) ncattinq = library.Find<decltype(::ncattinq)>("ncattinq");
+    decltype(&::ncclose) ncclose = library.Find<decltype(::ncclose)>("ncclose");
+    decltype(&::nccreate) nccreate = library.Find<decltype(::nccreate)>("nccreate");
+    decltype(&::ncdimid) ncdimid = library.Find<decltype(::ncdimid)>("ncdimid");
+    decltype(&::ncdiminq) ncdiminq = library.Find<decltype(::ncdiminq)>("ncdiminq");
+    decltype(&::ncvarid) ncvarid = library.Find<decltype(::ncvarid)>("ncvarid");
+};
+
+const NetCDFLibrary& Library() {
+    static const NetCDFLibrary library;
+    return library;
 }
 
 // The library takes a name like "http://host/file.nc" to the network; an absolute one is always a file's.
@@ -74,8 +114,8 @@ NetCDF::NetCDF(const char* path, Mode mode) {
         }
     } else if (!name.empty()) {
         const std::lock_guard guard(LibraryLock());
-        ncopts = NoAborts;
-        id = nccreate(name.c_str(), mode == ModeCreate ? NC_CLOBBER : NC_NOCLOBBER);
+        *Library().ncopts = NoAborts;
+        id = Library().nccreate(name.c_str(), mode == ModeCreate ? NC_CLOBBER : NC_NOCLOBBER);
     }
 }
 
@@ -83,8 +123,8 @@ void NetCDF::Open(const std::string& name, Mode mode) {
     // Not by the older ncopen, which tells no memory from no file.
     int opened = Failed;
     const int status = Checked([&] {
-        ncopts = NoAborts;
-        return nc_open(name.c_str(), mode == ModeRead ? NC_NOWRITE : NC_WRITE, &opened);
+        *Library().ncopts = NoAborts;
+        return Library().nc_open(name.c_str(), mode == ModeRead ? NC_NOWRITE : NC_WRITE, &opened);
     });
     if (status == NC_NOERR) {
         id = opened;
@@ -94,23 +134,23 @@ void NetCDF::Open(const std::string& name, Mode mode) {
 NetCDF::~NetCDF() {
     if (IsOpen()) {
         const std::lock_guard guard(LibraryLock());
-        ncclose(id);
+        Library().ncclose(id);
     }
 }
 
 int NetCDF::FindVariable(const char* name) const {
-    return IsOpen() ? CheckedOld([&] { return ncvarid(id, name); }) : Failed;
+    return IsOpen() ? CheckedOld([&] { return Library().ncvarid(id, name); }) : Failed;
 }
 
 int NetCDF::FindDimension(const char* name) const {
-    return IsOpen() ? CheckedOld([&] { return ncdimid(id, name); }) : Failed;
+    return IsOpen() ? CheckedOld([&] { return Library().ncdimid(id, name); }) : Failed;
 }
 
 std::int64_t NetCDF::GetDimension(const char* name) const {
     const int dimension = FindDimension(name);
     long length = 0;
     if (dimension == Failed ||
-        CheckedOld([&] { return ncdiminq(id, dimension, nullptr, &length); }) == Failed) {
+        CheckedOld([&] { return Library().ncdiminq(id, dimension, nullptr, &length); }) == Failed) {
         return Failed;
     }
     return length;
@@ -119,18 +159,20 @@ std::int64_t NetCDF::GetDimension(const char* name) const {
 bool NetCDF::HasAttribute(int variable, const char* name) const {
     nc_type type = NC_NAT;
     int length = 0;
-    return IsOpen() && CheckedOld([&] { return ncattinq(id, variable, name, &type, &length); }) != Failed;
+    return IsOpen() &&
+           CheckedOld([&] { return Library().ncattinq(id, variable, name, &type, &length); }) != Failed;
 }
 
 std::optional<std::string> NetCDF::GetTextAttribute(int variable, const char* name) const {
     nc_type type = NC_NAT;
     int length = 0;
-    if (!IsOpen() || CheckedOld([&] { return ncattinq(id, variable, name, &type, &length); }) == Failed ||
+    if (!IsOpen() ||
+        CheckedOld([&] { return Library().ncattinq(id, variable, name, &type, &length); }) == Failed ||
         type != NC_CHAR) {
         return std::nullopt;
     }
     std::string text(static_cast<std::size_t>(length), '\0');
-    if (CheckedOld([&] { return ncattget(id, variable, name, text.data()); }) == Failed) {
+    if (CheckedOld([&] { return Library().ncattget(id, variable, name, text.data()); }) == Failed) {
         return std::nullopt;
     }
     return text.substr(0, text.find('\0'));
@@ -138,15 +180,15 @@ std::optional<std::string> NetCDF::GetTextAttribute(int variable, const char* na
 
 std::vector<std::size_t> NetCDF::GetShape(int variable) const {
     int count = 0;
-    if (!IsOpen() || Checked([&] { return nc_inq_varndims(id, variable, &count); }) != NC_NOERR) {
+    if (!IsOpen() || Checked([&] { return Library().nc_inq_varndims(id, variable, &count); }) != NC_NOERR) {
         return {};
     }
     std::vector<int> dimensions(static_cast<std::size_t>(count));
-    Checked([&] { return nc_inq_vardimid(id, variable, dimensions.data()); });
+    Checked([&] { return Library().nc_inq_vardimid(id, variable, dimensions.data()); });
     std::vector<std::size_t> shape;
     for (const int dimension : dimensions) {
         std::size_t length = 0;
-        Checked([&] { return nc_inq_dimlen(id, dimension, &length); });
+        Checked([&] { return Library().nc_inq_dimlen(id, dimension, &length); });
         shape.push_back(length);
     }
     return shape;
@@ -154,23 +196,25 @@ std::vector<std::size_t> NetCDF::GetShape(int variable) const {
 
 bool NetCDF::IsText(int variable) const {
     nc_type type = NC_NAT;
-    return IsOpen() && Checked([&] { return nc_inq_vartype(id, variable, &type); }) == NC_NOERR &&
+    return IsOpen() && Checked([&] { return Library().nc_inq_vartype(id, variable, &type); }) == NC_NOERR &&
            type == NC_CHAR;
 }
 
 bool NetCDF::GetFirst(int variable, float& value) const {
     int count = 0;
-    if (!IsOpen() || Checked([&] { return nc_inq_varndims(id, variable, &count); }) != NC_NOERR) {
+    if (!IsOpen() || Checked([&] { return Library().nc_inq_varndims(id, variable, &count); }) != NC_NOERR) {
         return false;
     }
     const std::vector<std::size_t> index(static_cast<std::size_t>(count) + 1, 0);
-    return Checked([&] { return nc_get_var1_float(id, variable, index.data(), &value); }) == NC_NOERR;
+    return Checked([&] { return Library().nc_get_var1_float(id, variable, index.data(), &value); }) ==
+           NC_NOERR;
 }
 
 // The library takes as many starts and counts as the variable has dimensions, however few it is given.
 bool NetCDF::Holds(int variable, Index start, Index count) const {
     int dimensions = 0;
-    if (!IsOpen() || Checked([&] { return nc_inq_varndims(id, variable, &dimensions); }) != NC_NOERR) {
+    if (!IsOpen() ||
+        Checked([&] { return Library().nc_inq_varndims(id, variable, &dimensions); }) != NC_NOERR) {
         return false;
     }
     const auto used = static_cast<std::size_t>(dimensions);
@@ -193,25 +237,25 @@ int NetCDF::Get(int (*read)(int, int, const std::size_t*, const std::size_t*, Va
 }
 
 int NetCDF::GetValues(int variable, Index start, Index count, unsigned char* values) const {
-    return Get(nc_get_vara_uchar, variable, start, count, values);
+    return Get(Library().nc_get_vara_uchar, variable, start, count, values);
 }
 
 int NetCDF::GetValues(int variable, Index start, Index count, short* values) const {
-    return Get(nc_get_vara_short, variable, start, count, values);
+    return Get(Library().nc_get_vara_short, variable, start, count, values);
 }
 
 int NetCDF::GetValues(int variable, Index start, Index count, int* values) const {
-    return Get(nc_get_vara_int, variable, start, count, values);
+    return Get(Library().nc_get_vara_int, variable, start, count, values);
 }
 
 int NetCDF::GetValues(int variable, Index start, Index count, float* values) const {
-    return Get(nc_get_vara_float, variable, start, count, values);
+    return Get(Library().nc_get_vara_float, variable, start, count, values);
 }
 
 int NetCDF::GetValues(int variable, Index start, Index count, double* values) const {
-    return Get(nc_get_vara_double, variable, start, count, values);
+    return Get(Library().nc_get_vara_double, variable, start, count, values);
 }
 
 int NetCDF::GetValues(int variable, Index start, Index count, char* values) const {
-    return Get(nc_get_vara_text, variable, start, count, values);
+    return Get(Library().nc_get_vara_text, variable, start, count, values);
 }
