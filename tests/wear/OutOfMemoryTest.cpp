@@ -3,7 +3,6 @@
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <gtest/gtest.h>
-#include <netcdf.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,6 +16,7 @@
 #include <map>
 #include <string>
 
+#include "base/LazyLibrary.h"
 #include "frame/ImportHelperBase.h"
 #include "table/TableData.h"
 #include "tests/support/Samples.h"
@@ -146,7 +146,8 @@ std::string Import(ImportHelperBase& driver, const std::string& path, long failA
 
 Outcome ImportWithFailure(const std::string& path, long failAt, bool allLater) {
     const std::string text = InChild([&] {
-        nc_initialize();
+        LazyLibrary netCDF(KARTA_NETCDF_LIBRARY);
+        netCDF.Find<int()>("nc_initialize")();
         ImportHelperBase driver(nullptr, nullptr);
         long count = 0;
         long ignored = 0;
