@@ -8,10 +8,12 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <iostream>
 #include <new>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "base/Ascii.h"
@@ -24,6 +26,7 @@
 #include "tools/Json.h"
 #include "tools/OptionsRecord.h"
 #include "tools/ReadRequest.h"
+#include "tools/Sandbox.h"
 #include "tools/TerminalText.h"
 
 namespace {
@@ -58,6 +61,7 @@ Options:
 struct CommandLine {
     ReadRequest request;
     bool json = false;
+    bool sandbox = true;
     int rows = 20;
     ConvertRequest convert;
 };
@@ -186,6 +190,8 @@ void AddReading(CLI::App* verb, CommandLine& line) {
             "--limit", [&](const std::string& text) { request.limit = UnderstandSize(text); },
             "what a read may take, like 4G, or none")
         ->type_name("SIZE");
+    verb->add_flag("--sandbox,!--no-sandbox", line.sandbox,
+                   "reach for nothing but the inputs, the output and temporary files (on without --plugins)");
     auto* quiet = verb->add_flag("--quiet", request.quiet, "no progress, notes and warnings");
     verb->add_flag("--verbose", request.verbose, "more about what is done and why")->excludes(quiet);
 }
@@ -228,10 +234,52 @@ void CheckOutputIsNamed(const CommandLine& line) {
     throw Failure(text, ExitUsage);
 }
 
+std::string FolderOf(const std::string& path) {
+    const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    return folder.empty() ? "." : folder.string();
+}
+
+// Both the folder that the user names and the one that a link leads to: companions may stand in either.
+void AddFoldersOf(const std::string& path, std::vector<std::string>& folders) {
+    if (path.empty() || path == "-") {
+        return;
+    }
+    folders.push_back(FolderOf(path));
+    std::error_code unknown;
+    const auto real = std::filesystem::weakly_canonical(path, unknown);
+    if (!unknown) {
+        folders.push_back(FolderOf(real.string()));
+    }
+}
+
+// Before a byte of a file is looked at. A plug-in's needs aren't known, so there is no sandbox with one.
+void EnterSandbox(const CommandLine& line) {
+    const ReadRequest& request = line.request;
+    if (!line.sandbox || !request.plugins.empty() || !Sandbox::IsPossible()) {
+        return;
+    }
+    Sandbox::Folders folders;
+    for (const std::string& file : request.files) {
+        AddFoldersOf(file, folders.readable);
+    }
+    AddFoldersOf(request.optionsFile, folders.readable);
+    // Modules beside the program are looked for there.
+    AddFoldersOf("/proc/self/exe", folders.readable);
+    AddFoldersOf(line.convert.output, folders.writable);
+    AddFoldersOf(request.saveOptionsFile, folders.writable);
+    std::error_code unknown;
+    folders.writable.push_back(std::filesystem::temp_directory_path(unknown).string());
+    const std::string missing = Sandbox::Enter(folders);
+    if (request.verbose && !missing.empty()) {
+        std::cerr << "karta-import: " << missing << '\n';
+    }
+}
+
 int RunVerb(CLI::App& app, CommandLine& line) {
     const bool isTrace = app.got_subcommand("trace");
     line.request.reading =
         OptionsRecord::ReadingOf(line.request, isTrace ? karta::Reading::Classic : karta::Reading::Complete);
+    EnterSandbox(line);
     if (app.got_subcommand("formats")) {
         return RunFormats(line.request, line.json);
     }
