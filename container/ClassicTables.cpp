@@ -129,8 +129,12 @@ void ClassicTables::MakeTables() {
         AddSpectra();
     }
     AddAttributes();
-    std::stable_sort(tables.begin(), tables.end(),
-                     [this](const Table& left, const Table& right) { return RankOf(left) < RankOf(right); });
+    std::vector<Table> ordered;
+    for (const int rank : {0, 1, 2}) {
+        std::copy_if(tables.begin(), tables.end(), std::back_inserter(ordered),
+                     [&](const Table& table) { return RankOf(table) == rank; });
+    }
+    tables = std::move(ordered);
 }
 
 // What a convention is about stands first.
@@ -242,8 +246,9 @@ void ClassicTables::OrderColumns(Table& table) const {
             std::find(std::begin(ScanColumns), std::end(ScanColumns), VariableAt(place).name);
         return found - std::begin(ScanColumns);
     };
-    std::stable_sort(table.variables.begin(), table.variables.end(),
-                     [&](std::size_t left, std::size_t right) { return rank(left) < rank(right); });
+    std::sort(table.variables.begin(), table.variables.end(), [&](std::size_t left, std::size_t right) {
+        return rank(left) != rank(right) ? rank(left) < rank(right) : left < right;
+    });
 }
 
 void ClassicTables::NoteWhatIsCut() const {

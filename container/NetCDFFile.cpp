@@ -310,9 +310,11 @@ bool NetCDFFile::ChooseParts(const NvImportOpenOptions* options) {
         return false;
     }
     // The reader begins in row 1.
-    std::stable_sort(chosen.begin(), chosen.end(), [this](std::size_t left, std::size_t right) {
-        return contents[left].table == nullptr && contents[right].table != nullptr;
-    });
+    const auto readers = std::find_if(chosen.begin(), chosen.end(),
+                                      [this](std::size_t place) { return contents[place].table == nullptr; });
+    if (readers != chosen.end()) {
+        std::rotate(chosen.begin(), readers, readers + 1);
+    }
     return true;
 }
 

@@ -494,10 +494,12 @@ void BrooksideXML::IndexLines(Section& section, const std::string& name) {
     }
     if (!isRising) {
         Note("rows-not-increasing", 1, name, "the row numbers of the raw text " + name + " don't increase");
-        std::stable_sort(section.lines.begin(), section.lines.end(),
-                         [](const Section::LineAt& left, const Section::LineAt& right) {
-                             return left.rowNumber < right.rowNumber;
-                         });
+        // Lines of one number stay in their order.
+        std::sort(section.lines.begin(), section.lines.end(),
+                  [](const Section::LineAt& left, const Section::LineAt& right) {
+                      return left.rowNumber != right.rowNumber ? left.rowNumber < right.rowNumber
+                                                               : left.start < right.start;
+                  });
     }
 }
 
