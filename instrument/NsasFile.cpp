@@ -184,6 +184,7 @@ int NsasFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opti
         return status;
     }
     sizeKnown = false;
+    spectra.Clear();
     daStream = {MappedFile(fileName)};
     if (!daStream.file.IsOpen()) {
         status = StatusStreamFailed;
