@@ -51,8 +51,9 @@ std::uint64_t Product(const std::vector<std::uint64_t>& lengths, std::size_t fro
 
 }  // namespace
 
+// Without a row nothing bears out how long the other dimensions are.
 std::uint64_t ClassicTables::CellShape::CountColumns() const {
-    return Product(lengths, 1);
+    return CountRows() == 0 ? 0 : Product(lengths, 1);
 }
 
 ClassicTables::ClassicTables(const ClassicFile& classicFile, Convention itsConvention,

@@ -574,7 +574,8 @@ bool MvaCDFFileReader::MeasureCompletely(const ClassicFile& file, std::uint64_t&
         return false;
     }
     rows = data->shape[0];
-    columns = data->shape[1];
+    // Without an observation nothing bears out how many variables there are.
+    columns = rows == 0 ? 0 : data->shape[1];
     constexpr std::uint64_t Most = std::numeric_limits<int>::max() - IdColumns;
     return columns <= Most && rows <= Most;
 }

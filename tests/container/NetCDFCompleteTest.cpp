@@ -107,6 +107,17 @@ TEST_F(NetCDFCompleteTest, EveryCutAndFlipEndsInAStatus) {
     }
 }
 
+TEST_F(NetCDFCompleteTest, DimensionsThatNothingBearsOutMakeNoColumns) {
+    NetCDFBuilder file;
+    file.Dimension("r", 0).Dimension("wide", 2'000'000'000).Variable("v", {"r", "wide"}, Doubles({}));
+    Complete plain(Write(file));
+    EXPECT_LE(plain.table.GetNumberOfColumns(), 3);
+    NetCDFBuilder observations = Observations();
+    observations.ReplaceDimension("sequence_no", 0).ReplaceDimension("number_data_points", 2'000'000'000);
+    Complete read(Write(observations));
+    EXPECT_LE(read.table.GetNumberOfColumns(), 3);
+}
+
 TEST_F(NetCDFCompleteTest, HDF5IsRefusedByName) {
     Complete read(folder.Write("new.nc", std::string("\x89HDF\r\n\x1a\n", 8) + std::string(100, '\0')));
     EXPECT_EQ(read.opened, NetCDFFile::StatusNoNetCDF);
