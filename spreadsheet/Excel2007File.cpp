@@ -199,6 +199,8 @@ int Excel2007File::Open(bool forRead, const char* path, NvImportOpenOptions* opt
     selectedSheets.clear();
     extent.reset();
     book.reset();
+    package.reset();
+    workbookPart.clear();
     return WithinBudget(StatusCorrupt, [&] {
         if (IsComplete()) {
             OpenComplete(path);
@@ -663,6 +665,9 @@ std::vector<FileContents::Part> Excel2007File::ListParts() {
 
 std::vector<FileContents::Fact> Excel2007File::ListFacts() {
     std::vector<Fact> facts;
+    if (IsComplete() && package == nullptr) {
+        return facts;
+    }
     facts.emplace_back("flavour",
                        DescribeFlavour(IsComplete() ? package->GetContentType(workbookPart) : "", isBinary));
     facts.emplace_back("sheets", std::to_string(sheetNames.size()));

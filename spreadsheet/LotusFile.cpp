@@ -395,6 +395,7 @@ int LotusFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opt
         return status;
     }
     cursor = {};
+    codePage = CodePage(OemCodePage);
     stream = MappedFile(fileName);
     numCols = numRows = -1;
     sizeKnown = false;

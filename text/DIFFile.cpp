@@ -133,6 +133,10 @@ int DIFFile::Open(bool forRead, const char* path, NvImportOpenOptions* options) 
         return status;
     }
     mode = ModeReading;
+    // What the last file told is not this one's.
+    title[0] = '\0';
+    wholeTitle.clear();
+    codePage.reset();
     contentStart = 0;
     const bool hasMark = NvFile::GetEncoding(path) != NvFile::EncodingPlain;
     const bool hasUtf8Mark = hasMark && ReadFileHead(path, Utf8Mark.size()) == Utf8Mark;

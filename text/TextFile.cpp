@@ -63,6 +63,8 @@ int TextFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opti
         }
         return status;
     }
+    numCols = numRows = -1;
+    sizeKnown = false;
     if (IsComplete()) {
         return OpenCompletely(fileName, options);
     }
