@@ -201,6 +201,7 @@ int Excel2007File::Open(bool forRead, const char* path, NvImportOpenOptions* opt
     book.reset();
     package.reset();
     workbookPart.clear();
+    isBinary = false;
     return WithinBudget(StatusCorrupt, [&] {
         if (IsComplete()) {
             OpenComplete(path);
