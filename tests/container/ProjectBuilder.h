@@ -62,7 +62,8 @@ inline ProjectContents SmallProject() {
     ProjectContents project;
     project.aliasTables = {{"Primary ID", AliasTable::KindPlain}};
     project.dataSets.push_back(SmallDataSet(1, "Wines", {NamedVariable("pH"), NamedVariable("Sugar")},
-                                            {"Red", "White"}, {{3.5F, 0.1F}, {VariableInfo::MissingValue, 1e-7F}}));
+                                            {"Red", "White"},
+                                            {{3.5F, 0.1F}, {VariableInfo::MissingValue, 1e-7F}}));
     return project;
 }
 
