@@ -640,19 +640,23 @@ std::string_view UnscramblerFile::NextValueWord() {
 
 // Numbers side by side go as a run.
 void UnscramblerFile::PutRow(CellOutput& output, int row, const std::vector<std::optional<double>>& values) {
-    const int shift = ColShiftOf(Current());
-    for (std::size_t col = 0; col < values.size();) {
-        if (!values[col]) {
-            output.Missing(static_cast<int>(++col) + shift, row);
-            continue;
+    int col = ColShiftOf(Current()) + 1;
+    const auto putRun = [&] {
+        if (!run.empty()) {
+            output.RowRun(col - static_cast<int>(run.size()), row, run);
         }
-        const int first = static_cast<int>(col) + 1 + shift;
         run.clear();
-        for (; col < values.size() && values[col]; ++col) {
-            run.push_back(*values[col]);
+    };
+    for (const std::optional<double>& value : values) {
+        if (value) {
+            run.push_back(*value);
+        } else {
+            putRun();
+            output.Missing(col, row);
         }
-        output.RowRun(first, row, run);
+        ++col;
     }
+    putRun();
 }
 
 int UnscramblerFile::ReadAllValues(CellOutput& output, ValueCount& count) {
