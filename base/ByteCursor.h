@@ -93,6 +93,9 @@ public:
         if (part.size() != numbers.size_bytes()) {
             return false;
         }
+        if (numbers.empty()) {
+            return true;
+        }
         if constexpr (std::endian::native == std::endian::little) {
             std::memcpy(numbers.data(), part.data(), part.size());
         } else {

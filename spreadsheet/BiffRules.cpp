@@ -126,7 +126,8 @@ void ClassicBiffCells::PutNumber(const BiffCell& cell) {
     const Place place = PlaceOf(cell);
     const auto xf = static_cast<std::size_t>(cell.xf);
     if (cell.record == Id::IntegerOfBiff2) {
-        sink.Set(place.col, place.row, static_cast<double>(static_cast<std::int16_t>(cell.number)));
+        sink.Set(place.col, place.row,
+                 static_cast<double>(static_cast<std::int16_t>(static_cast<std::uint16_t>(cell.number))));
     } else if (xf < tables.classicDateXf.size() && tables.classicDateXf[xf]) {
         sink.Set(place.col, place.row, IEEEDate_2_string(cell.number).c_str());
     } else {
