@@ -1,5 +1,7 @@
 // The fuzz harness: an input is a file of one format, and its whole road is gone in both readings: open,
-// sizes, read, warning, error, close. The format is named on the command line:
+// sizes, read, warning, error, close; and what the complete one has read is written in one of the program's
+// forms. All of it within memory and time in proportion to the input. The format is named on the command
+// line:
 //
 //     fuzz-format CORPUS --format="Text File" --extension=.txt
 //
@@ -12,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <exception>
 #include <memory>
 #include <string>
@@ -23,7 +26,9 @@
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
+#include "fuzz/HeapWatch.h"
 #include "fuzz/PackagePart.h"
+#include "fuzz/WrittenForms.h"
 #include "host/NvSystemInfo.h"
 #include "table/TableData.h"
 #include "tests/support/CountingSink.h"
@@ -31,6 +36,7 @@
 namespace {
 
 int formatIndex = 0;
+std::string folder;
 std::string fileName;
 std::string fileExtension;
 std::string companionName;  // empty for a format without one
@@ -38,9 +44,15 @@ std::string companionName;  // empty for a format without one
 // Small enough that a part that inflates without end is stopped before the fuzzer's own limit.
 constexpr unsigned long long InflateLimit = 1 << 24;
 
-// What a read may keep: so much, and so many times its file's bytes.
+// What the heap may grow to: so much, and so many times the input's bytes. What a reader charges may be half
+// of it, so that what is charged nowhere shows.
 constexpr std::size_t LeastMemory = 64 << 20;
 constexpr std::size_t TimesInput = 64;
+
+// A second, and one more for so many bytes; the sanitizers take several times as long.
+constexpr double LeastSeconds = 1.0;
+constexpr double BytesPerSecond = 100e3;
+constexpr double TimesSlower = 4.0;
 
 const char* ValueOf(const char* argument, const char* option) {
     const std::size_t length = std::strlen(option);
@@ -111,15 +123,41 @@ void ReadInput(karta::Reading reading, std::size_t size) {
     auto& reader = dynamic_cast<FormatReader&>(*made);
     const auto context = std::make_shared<karta::ReadContext>();
     context->reading = reading;
-    context->budget.SetLimit(LeastMemory + TimesInput * size);
+    context->budget.SetLimit((LeastMemory + TimesInput * size) / 2);
     reader.SetContext(context);
     if (reading == karta::Reading::Complete) {
         TableData table;
         table.SetBudget(&context->budget);
         ReadInto(reader, table);
+        WriteForm(table, *context, folder, size);
     } else {
         CountingSink sink;
         ReadInto(reader, sink);
+    }
+}
+
+void ReadInBothReadings(std::size_t size) {
+    SprFileFactory::IsMyKindOfFile(formatIndex, fileName.c_str());
+    for (const karta::Reading reading : {karta::Reading::Classic, karta::Reading::Complete}) {
+        try {
+            ReadInput(reading, size);
+        } catch (const std::exception&) {
+            // Some formats' readers raise; a deleted reader must have released everything all the same.
+        }
+    }
+}
+
+// Of all threads, and not of the clock on the wall: a busy machine isn't the reader's fault.
+double ProcessorSeconds() {
+    timespec now{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+}
+
+void Demand(double used, double limit, const char* what) {
+    if (used > limit) {
+        std::fprintf(stderr, "%s: %g where %g is the limit\n", what, used, limit);
+        std::abort();
     }
 }
 
@@ -140,7 +178,7 @@ extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
     // Starting the XML library anew for every input would take most of the time.
     static const XmlPlatform platform;
     // A folder of its own, since several harnesses run side by side.
-    static std::string folder = MakeTemporaryFolder("karta-fuzz-");
+    folder = MakeTemporaryFolder("karta-fuzz-");
     const std::size_t plus = extension.find('+');
     fileExtension = extension.substr(0, plus);
     fileName = folder + "/input" + fileExtension;
@@ -155,13 +193,12 @@ extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     WriteInput(data, size);
-    SprFileFactory::IsMyKindOfFile(formatIndex, fileName.c_str());
-    for (const karta::Reading reading : {karta::Reading::Classic, karta::Reading::Complete}) {
-        try {
-            ReadInput(reading, size);
-        } catch (const std::exception&) {
-            // Some formats' readers raise; a deleted reader must have released everything all the same.
-        }
-    }
+    const double start = ProcessorSeconds();
+    const HeapWatch heap;
+    ReadInBothReadings(size);
+    const auto bytes = static_cast<double>(size);
+    Demand(static_cast<double>(heap.GetPeak()), static_cast<double>(LeastMemory) + TimesInput * bytes,
+           "bytes of heap");
+    Demand(ProcessorSeconds() - start, TimesSlower * (LeastSeconds + bytes / BytesPerSecond), "seconds");
     return 0;
 }
