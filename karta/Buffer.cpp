@@ -1,0 +1,120 @@
+#include "karta/Buffer.h"
+
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace karta {
+
+namespace {
+
+// From here on the system hands out pages by itself: they are zeros, cost nothing until they are written to,
+// and grow without a copy.
+constexpr std::size_t SmallestMapped = std::size_t{1} << 18;
+constexpr std::size_t PageSize = 4096;
+// From here on large pages save most of the faults.
+constexpr std::size_t SmallestHuge = std::size_t{1} << 23;
+
+std::size_t RoundUp(std::size_t size, std::size_t unit) {
+    if (size > ~std::size_t{0} - unit) {
+        throw std::bad_alloc();
+    }
+    return (size + unit - 1) / unit * unit;
+}
+
+void WishForHugePages(void* data, std::size_t size) {
+    if (size >= SmallestHuge) {
+        madvise(data, size, MADV_HUGEPAGE);
+    }
+}
+
+void* Map(std::size_t size) {
+    void* const data =
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (data == MAP_FAILED) {
+        throw std::bad_alloc();
+    }
+    WishForHugePages(data, size);
+    return data;
+}
+
+}  // namespace
+
+Buffer::Buffer(std::size_t newSize) {
+    Resize(newSize);
+}
+
+Buffer::Buffer(Buffer&& other) noexcept
+    : data(std::exchange(other.data, nullptr)),
+      size(std::exchange(other.size, 0)),
+      mapped(std::exchange(other.mapped, 0)) {}
+
+Buffer& Buffer::operator=(Buffer&& other) noexcept {
+    if (this != &other) {
+        Free();
+        data = std::exchange(other.data, nullptr);
+        size = std::exchange(other.size, 0);
+        mapped = std::exchange(other.mapped, 0);
+    }
+    return *this;
+}
+
+Buffer::~Buffer() {
+    Free();
+}
+
+void Buffer::Free() {
+    if (mapped != 0) {
+        munmap(data, mapped);
+    } else {
+        std::free(data);
+    }
+}
+
+void Buffer::Resize(std::size_t newSize) {
+    if (newSize == size) {
+        return;
+    }
+    if (mapped != 0 && newSize >= SmallestMapped) {
+        const std::size_t whole = RoundUp(newSize, PageSize);
+        if (newSize < size) {
+            // What grows again is to be zeros.
+            std::memset(As<char>() + newSize, 0, std::min(size, whole) - newSize);
+        }
+        void* const moved = whole == mapped ? data : mremap(data, mapped, whole, MREMAP_MAYMOVE);
+        if (moved == MAP_FAILED) {
+            throw std::bad_alloc();
+        }
+        if (whole > mapped) {
+            WishForHugePages(moved, whole);
+        }
+        data = moved;
+        mapped = whole;
+        size = newSize;
+        return;
+    }
+    Buffer other;
+    if (newSize >= SmallestMapped) {
+        const std::size_t whole = RoundUp(newSize, PageSize);
+        other.data = Map(whole);
+        other.mapped = whole;
+    } else if (newSize > 0) {
+        const std::size_t whole = RoundUp(newSize, Alignment);
+        other.data = std::aligned_alloc(Alignment, whole);
+        if (other.data == nullptr) {
+            throw std::bad_alloc();
+        }
+        std::memset(other.As<char>() + std::min(size, newSize), 0, whole - std::min(size, newSize));
+    }
+    other.size = newSize;
+    if (size > 0 && newSize > 0) {
+        std::memcpy(other.data, data, std::min(size, newSize));
+    }
+    *this = std::move(other);
+}
+
+}  // namespace karta
