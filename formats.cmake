@@ -30,7 +30,7 @@ karta_format(instrument/ChemStationFile instrument/ChemStationHeader instrument/
              instrument/ChemStationSignal CASES chemstation)
 karta_format(instrument/BrimroseFile CASES brimrose)
 karta_format(instrument/NsasFile instrument/NsasHeader instrument/NsasSpectra CASES nsas)
-karta_format(process/BrooksideFile process/BrooksideFields process/BrooksideFileSet process/BrooksidePhases
+karta_format(process/BrooksideFile process/BrooksideFileSet process/BrooksidePhases
              process/BrooksideSamples process/BrooksideStream process/BrooksideTransition process/BrooksideWarnings
              process/SAReadBrooksideData process/SampleRow CASES brookside)
 karta_format(process/BrooksideXML process/BrooksideDom process/BrooksideGrammar process/BrooksideModel

@@ -86,11 +86,48 @@ int CountPeaks(const NetCDF& file) {
     return static_cast<int>(peaks);
 }
 
+// The numbers along the peaks; null for what is none.
+const ClassicVariable* FindPeakTimes(const ClassicFile& file, const char* name) {
+    const ClassicVariable* variable = file.FindVariable(name);
+    const bool isOfPeaks =
+        variable != nullptr && variable->type != ClassicType::Char && variable->shape.size() == 1 &&
+        file.GetHeader().dimensions[variable->dimensions.front()].name == PeakDimension &&
+        variable->shape.front() <= static_cast<std::uint64_t>(std::numeric_limits<int>::max());
+    return isOfPeaks ? variable : nullptr;
+}
+
+int CountPeaks(const ClassicFile& file) {
+    const ClassicVariable* starts = file.IsOpen() ? FindPeakTimes(file, PeakStartVariable) : nullptr;
+    return starts == nullptr ? 0 : static_cast<int>(starts->shape.front());
+}
+
+bool ReadPeakTimes(const ClassicFile& file, const char* name, int count, float* times) {
+    const ClassicVariable* variable = FindPeakTimes(file, name);
+    if (variable == nullptr || variable->shape.front() < static_cast<std::uint64_t>(count)) {
+        return false;
+    }
+    file.Read(*variable, 0, static_cast<std::size_t>(count), times);
+    return true;
+}
+
 bool ReadPeakTimes(const NetCDF& file, const char* variable, int count, float* times) {
     const std::array<std::size_t, 1> start{0};
     const std::array<std::size_t, 1> length{static_cast<std::size_t>(count)};
     const int id = file.FindVariable(variable);
     return id != -1 && file.GetValues(id, start, length, times) == 0;
+}
+
+// Fills up to `size` times of peaks; of -1 only tells how many there are.
+template <class File>
+int TakePeaks(const File& file, float* starts, float* ends, int size) {
+    const int peaks = CountPeaks(file);
+    if (size == -1) {
+        return peaks;
+    }
+    const int count = std::min(size, peaks);
+    const bool areThere = count > 0 && ReadPeakTimes(file, PeakStartVariable, count, starts) &&
+                          ReadPeakTimes(file, PeakEndVariable, count, ends);
+    return areThere ? count : 0;
 }
 
 // A float's number with the digits that it was written with.
@@ -182,9 +219,20 @@ int AndiFileReader::Open(bool forRead, const char* path, NvImportOpenOptions* op
         status = StatusWrongMode;
         return status;
     }
+    return IsComplete() ? OpenFiles(classicFiles, options) : OpenFiles(netCDFFiles, options);
+}
+
+// The first file, whose peaks the options are told, stays open meanwhile.
+template <class File>
+int AndiFileReader::OpenFiles(LentFile<File>& lent, NvImportOpenOptions* options) {
     files.clear();
+    std::shared_ptr<const File> first;
     for (const std::string& name : fileNames) {
         GetContext()->ThrowIfStopped();
+        if (first == nullptr) {
+            first = lent.Open(name);
+            lent.Lend(name, first);
+        }
         status =
             IsComplete() ? ExtractCompletely(name.c_str()) : ExtractNecessaryFileInformation(name.c_str());
         if (status != StatusOk) {
@@ -196,7 +244,8 @@ int AndiFileReader::Open(bool forRead, const char* path, NvImportOpenOptions* op
 }
 
 int AndiFileReader::ExtractNecessaryFileInformation(const char* path) {
-    const NetCDF file(path);
+    const std::shared_ptr<const NetCDF> opened = netCDFFiles.Open(path);
+    const NetCDF& file = *opened;
     for (const char* attribute : RequiredAttributes) {
         if (!file.HasAttribute(NetCDF::Global, attribute)) {
             return StatusNoAndiFile;
@@ -279,17 +328,8 @@ int AndiFileReader::GetDefaults(float* starts, float* ends, int size) {
     if (first == nullptr) {
         return 0;
     }
-    const NetCDF file(first->path.c_str());
-    const int peaks = CountPeaks(file);
-    if (size == -1) {
-        return peaks;
-    }
-    const int count = std::min(size, peaks);
-    if (count <= 0 || !ReadPeakTimes(file, PeakStartVariable, count, starts) ||
-        !ReadPeakTimes(file, PeakEndVariable, count, ends)) {
-        return 0;
-    }
-    return count;
+    return IsComplete() ? TakePeaks(*classicFiles.Open(first->path), starts, ends, size)
+                        : TakePeaks(*netCDFFiles.Open(first->path), starts, ends, size);
 }
 
 int AndiFileReader::CheckFiles() {
@@ -402,7 +442,8 @@ int AndiFileReader::ReadClassically(ReadSpreadSheetData& sink) {
 // ---- The complete reading ----
 
 int AndiFileReader::ExtractCompletely(const char* path) {
-    const ClassicFile file(path);
+    const std::shared_ptr<const ClassicFile> opened = classicFiles.Open(path);
+    const ClassicFile& file = *opened;
     if (!file.IsOpen() || file.FindAttribute(MarkingAttribute) == nullptr) {
         return StatusNoAndiFile;
     }
@@ -535,7 +576,8 @@ int AndiFileReader::ReadCompletely(ReadSpreadSheetData& sink) {
 }
 
 void AndiFileReader::ReadTrace(const AndiFileInfo& info, CellOutput& output, int row) {
-    const ClassicFile file(info.path.c_str());
+    const std::shared_ptr<const ClassicFile> opened = classicFiles.Open(info.path);
+    const ClassicFile& file = *opened;
     const ClassicVariable* ordinates = file.IsOpen() ? file.FindVariable(OrdinateVariable) : nullptr;
     if (ordinates == nullptr || ClassicFile::CountValues(*ordinates) < info.times.size()) {
         // The file has changed since it was opened.

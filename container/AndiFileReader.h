@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "base/Export.h"
+#include "container/LentFile.h"
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "instrument/USDBase.h"
@@ -44,7 +46,7 @@ struct AndiFileInfo {
  * In the complete reading only the marking attribute and the ordinates are needed: the times are the file's
  * own `raw_data_retention`, or else delay + i * interval in double, and sampling may be uneven.
  *
- * No file stays open between the operations.
+ * A file stays open through an operation, and none between them.
  */
 class KARTA_EXPORT AndiFileReader : public FormatReader, public USDBase, public FileContents {
 public:
@@ -73,6 +75,14 @@ public:
     int Read(ReadSpreadSheetData* sink) override;
     /** Isn't called: the size is counted by GetNumCols and GetNumRows. */
     int EstablishSize() override;
+
+    /** Files that whoever opens this reader holds open already: they aren't opened again. */
+    void Lend(const std::string& path, const std::shared_ptr<const NetCDF>& file) {
+        netCDFFiles.Lend(path, file);
+    }
+    void Lend(const std::string& path, const std::shared_ptr<const ClassicFile>& file) {
+        classicFiles.Lend(path, file);
+    }
 
     /** Appends what the file tells about its trace to the list of files; returns a status, and stores none.
      */
@@ -108,6 +118,8 @@ public:
     std::vector<Fact> ListFacts() override;
 
 private:
+    template <class File>
+    int OpenFiles(LentFile<File>& lent, NvImportOpenOptions* options);
     int ReadClassically(ReadSpreadSheetData& sink);
     int ExtractCompletely(const char* path);
     bool FillTimes(const ClassicFile& file, AndiFileInfo& info);
@@ -136,5 +148,7 @@ private:
     float rangeEnd = 0.0F;
     std::vector<std::string> fileNames;
     std::vector<AndiFileInfo> files;
+    LentFile<NetCDF> netCDFFiles;        // the classic reading's
+    LentFile<ClassicFile> classicFiles;  // and the complete one's
     std::vector<std::uint8_t> optionsBlob;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 #include "base/CodePage.h"
 #include "base/NumberParser.h"
@@ -36,11 +37,20 @@ void Convert(const std::uint8_t* from, std::size_t count, Value* values) {
     }
 }
 
+// By arithmetic: a signed byte is a character type, whose conversions are easily taken for a slip.
+template <class Value>
+void ConvertSignedBytes(const std::uint8_t* from, std::size_t count, Value* values) {
+    constexpr int SignBit = 0x80;
+    for (std::size_t i = 0; i < count; ++i) {
+        values[i] = static_cast<Value>((from[i] ^ SignBit) - SignBit);
+    }
+}
+
 template <class Value>
 void Convert(ClassicType type, const std::uint8_t* from, std::size_t count, Value* values) {
     switch (type) {
         case ClassicType::Byte:
-            Convert<std::int8_t, std::uint8_t>(from, count, values);
+            ConvertSignedBytes(from, count, values);
             break;
         case ClassicType::Char:
         case ClassicType::UByte:
@@ -93,9 +103,12 @@ bool IsUtf8(std::string_view text) {
 }  // namespace
 
 ClassicFile::ClassicFile(const char* path) : file(path) {
-    header = ReadClassicHeader(file.GetBytes());
-    for (std::size_t i = 0; header && i < header->variables.size(); ++i) {
-        places.emplace(header->variables[i].name, i);
+    if (auto read = ReadClassicHeader(file.GetBytes())) {
+        header = std::move(*read);
+        isOpen = true;
+    }
+    for (std::size_t i = 0; i < header.variables.size(); ++i) {
+        places.emplace(header.variables[i].name, i);
     }
 }
 
@@ -107,11 +120,11 @@ bool ClassicFile::IsHDF5() const {
 
 const ClassicVariable* ClassicFile::FindVariable(std::string_view name) const {
     const auto found = places.find(name);
-    return found == places.end() ? nullptr : &header->variables[found->second];
+    return found == places.end() ? nullptr : &header.variables[found->second];
 }
 
 const ClassicAttribute* ClassicFile::FindAttribute(std::string_view name) const {
-    return FindNamed(header->attributes, name);
+    return FindNamed(header.attributes, name);
 }
 
 const ClassicAttribute* ClassicFile::FindAttribute(const ClassicVariable& variable, std::string_view name) {
@@ -148,7 +161,7 @@ std::uint64_t ClassicFile::CountValues(const ClassicVariable& variable) {
 const std::uint8_t* ClassicFile::Locate(const ClassicVariable& variable, std::uint64_t index) const {
     const std::uint64_t size = SizeOfType(variable.type);
     const std::uint64_t offset =
-        variable.isRecord ? index / variable.piece * header->recordSize + index % variable.piece * size
+        variable.isRecord ? index / variable.piece * header.recordSize + index % variable.piece * size
                           : index * size;
     return file.GetBytes().data() + variable.begin + offset;
 }
@@ -159,7 +172,7 @@ template <class Value>
 void ClassicFile::ReadAs(const ClassicVariable& variable, std::uint64_t first, std::size_t count,
                          Value* values) const {
     const bool isContiguous =
-        !variable.isRecord || header->recordSize == variable.piece * SizeOfType(variable.type);
+        !variable.isRecord || header.recordSize == variable.piece * SizeOfType(variable.type);
     while (count > 0) {
         const std::uint64_t left = isContiguous ? count : variable.piece - first % variable.piece;
         const auto part = static_cast<std::size_t>(std::min<std::uint64_t>(count, left));

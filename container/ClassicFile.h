@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -20,10 +19,11 @@ public:
     /** Check IsOpen afterwards. */
     explicit ClassicFile(const char* path);
 
-    bool IsOpen() const { return header.has_value(); }
+    bool IsOpen() const { return isOpen; }
     /** The file isn't netCDF of the classic formats, but holds HDF5. */
     bool IsHDF5() const;
-    const ClassicHeader& GetHeader() const { return *header; }
+    /** Empty where the file isn't open. */
+    const ClassicHeader& GetHeader() const { return header; }
     std::size_t GetFileSize() const { return file.GetBytes().size(); }
 
     /** Null when there is none of this name. */
@@ -64,7 +64,8 @@ private:
     const std::uint8_t* Locate(const ClassicVariable& variable, std::uint64_t index) const;
 
     MappedFile file;
-    std::optional<ClassicHeader> header;
+    ClassicHeader header;
+    bool isOpen = false;
     std::unordered_map<std::string_view, std::size_t> places;  // of the variables, by their names
     mutable std::uint64_t foreignTexts = 0;
 };

@@ -349,15 +349,18 @@ void ClassicTables::ReadMatrix(const Table& table, CellOutput& output, int first
     output.EndRow(firstRow);
     const std::uint64_t rows = shape.CountRows();
     const std::uint64_t columns = shape.CountColumns();
-    const std::optional<ClassicValues> labelValues =
-        labels == nullptr ? std::nullopt : std::optional<ClassicValues>(std::in_place, file, *labels);
+    std::optional<ClassicValues> labelValues;
+    CellShape labelShape;
+    if (labels != nullptr) {
+        labelValues.emplace(file, *labels);
+        labelShape = ShapeOf(*labels);
+    }
     for (std::uint64_t i = 0; i < rows; ++i) {
         context.ThrowIfStopped();
         const int row = firstRow + NameRows + static_cast<int>(i);
-        if (labels != nullptr && i < ShapeOf(*labels).CountRows()) {
-            const std::size_t length = ShapeOf(*labels).textLength;
+        if (labelValues && i < labelShape.CountRows()) {
             if (labelValues->IsText()) {
-                labelValues->SetText(output, 1, row, i * length, length);
+                labelValues->SetText(output, 1, row, i * labelShape.textLength, labelShape.textLength);
             } else {
                 labelValues->SetColumn(output, 1, row, i, 1);
             }

@@ -175,15 +175,6 @@ int Mat4Arrays::ReadSparse(const MatArray& array, std::vector<MatEntry>& entries
     return 0;
 }
 
-// No matrix of level 4 has any.
-int Mat4Arrays::ForEachElement(const MatArray& /*array*/, const Visit& /*visit*/) {
-    return 0;
-}
-
-bool Mat4Arrays::IsSoundToTheEnd(const MatArray& /*array*/) {
-    return true;
-}
-
 std::vector<FileContents::Fact> Mat4Arrays::ListFacts() const {
     const bool isBig = !reader.Headers().empty() && reader.Headers().front().swapped;
     return {{"version", "MAT-file level 4"}, {"byte order", isBig ? "big-endian" : "little-endian"}};

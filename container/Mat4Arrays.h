@@ -17,8 +17,6 @@ public:
     int OpenImaginary(const MatArray& array, MatNumbers& numbers) override;
     std::uint64_t RoomForEntries(const MatArray& array) const override;
     int ReadSparse(const MatArray& array, std::vector<MatEntry>& entries) override;
-    int ForEachElement(const MatArray& array, const Visit& visit) override;
-    bool IsSoundToTheEnd(const MatArray& array) override;
     std::vector<FileContents::Fact> ListFacts() const override;
 
     /** Whether a file's first bytes may be a matrix's header. */

@@ -38,12 +38,13 @@ public:
     /** The entries of a sparse matrix, each within it, in no order. */
     virtual int ReadSparse(const MatArray& array, std::vector<MatEntry>& entries) = 0;
 
-    /** Gets each element of a cell array or of structures, field by field, with its place from 0. */
+    /** Gets each element of a cell array or of structures, field by field, with its place from 0. A file
+     * whose level has neither has none. */
     using Visit = std::function<int(std::uint64_t place, const MatArray& element)>;
-    virtual int ForEachElement(const MatArray& array, const Visit& visit) = 0;
+    virtual int ForEachElement(const MatArray& array, const Visit& visit);
 
     /** Whether what stood behind the values just read is whole, as far as a check value tells. */
-    virtual bool IsSoundToTheEnd(const MatArray& array) = 0;
+    virtual bool IsSoundToTheEnd(const MatArray& array);
 
     virtual std::vector<FileContents::Fact> ListFacts() const = 0;
     /** What the file holds beside its arrays, for notes; may be empty. */

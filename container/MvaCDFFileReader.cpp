@@ -5,8 +5,10 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <type_traits>
+#include <utility>
 
 #include "base/CopyMessage.h"
 #include "base/NumberFormat.h"
@@ -177,8 +179,21 @@ private:
     bool started = false;
 };
 
-MvaCDFFileReader::MvaCDFFileReader(const char* path) : fileNames(NvFile::GetFileNames(path)) {
+MvaCDFFileReader::MvaCDFFileReader(const char* path)
+    : MvaCDFFileReader(path, std::shared_ptr<const NetCDF>()) {}
+
+MvaCDFFileReader::MvaCDFFileReader(const char* path, const std::shared_ptr<const NetCDF>& first)
+    : fileNames(NvFile::GetFileNames(path)) {
+    if (!fileNames.empty()) {
+        netCDFFiles.Lend(fileNames.front(), first);
+    }
     status = Scan();
+}
+
+MvaCDFFileReader::MvaCDFFileReader(const char* path, std::shared_ptr<karta::ReadContext> readContext)
+    : fileNames(NvFile::GetFileNames(path)) {
+    SetContext(std::move(readContext));
+    MvaCDFFileReader::Open(true, path, nullptr);
 }
 
 MvaCDFFileReader::~MvaCDFFileReader() = default;
@@ -217,11 +232,11 @@ int MvaCDFFileReader::Scan() {
     std::int64_t rows = 1;
     int firstVariables = -1;
     for (const std::string& name : fileNames) {
-        const NetCDF file(name.c_str());
-        if (NetCDFFile::GetFileTemplate(file) != TemplateMva) {
+        const std::shared_ptr<const NetCDF> file = netCDFFiles.Open(name);
+        if (NetCDFFile::GetFileTemplate(*file) != TemplateMva) {
             return StatusNoMvaFile;
         }
-        const int result = ReadFormat(file);
+        const int result = ReadFormat(*file);
         if (result != StatusOk) {
             return result;
         }

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "base/Export.h"
+#include "container/LentFile.h"
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 
@@ -23,7 +25,7 @@ class NetCDF;
  * In the complete reading numbers are numbers of their stored types, described names are numbers too, and
  * missing values are missing cells.
  *
- * The constructor measures the files; Open does it once more. No file stays open in between.
+ * The constructors measure the files; Open does it once more. No file stays open in between.
  */
 class KARTA_EXPORT MvaCDFFileReader : public FormatReader, public FileContents {
 public:
@@ -36,6 +38,10 @@ public:
     };
 
     explicit MvaCDFFileReader(const char* path);
+    /** The same where the first file is open already. */
+    MvaCDFFileReader(const char* path, const std::shared_ptr<const NetCDF>& first);
+    /** By a context, which says how the files are read. */
+    MvaCDFFileReader(const char* path, std::shared_ptr<karta::ReadContext> readContext);
     MvaCDFFileReader(const MvaCDFFileReader&) = delete;
     MvaCDFFileReader& operator=(const MvaCDFFileReader&) = delete;
     ~MvaCDFFileReader() override;
@@ -91,6 +97,7 @@ private:
     bool IsMissing(double value, const std::string& text) const;
 
     std::vector<std::string> fileNames;
+    LentFile<NetCDF> netCDFFiles;
     double missingValue = -100000.0;
     bool missingIsNaN = false;
     int firstDataColumn = 3;

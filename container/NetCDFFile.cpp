@@ -151,29 +151,35 @@ int NetCDFFile::Open(bool forRead, const char* path, NvImportOpenOptions* option
     if (IsComplete()) {
         return WithinBudget(StatusNoNetCDF, [&] { return OpenCompletely(path, options); });
     }
-    fileTemplate = fileNames.empty() ? TemplateNone : GetFileTemplate(fileNames.front().c_str());
+    const std::string name = fileNames.empty() ? std::string() : fileNames.front();
+    const auto first = std::make_shared<const NetCDF>(name.c_str());
+    fileTemplate = GetFileTemplate(*first);
     if (fileTemplate == TemplateNone) {
         status = StatusNoNetCDF;
         return status;
     }
-    MakeReader(path, options);
+    MakeReader(path, options, first);
     status = reader == nullptr ? StatusUnknownTemplate : reader->GetStatus();
     return status;
 }
 
-void NetCDFFile::MakeReader(const char* path, NvImportOpenOptions* options) {
-    if (fileTemplate == TemplateMva) {
-        auto mva = std::make_unique<MvaCDFFileReader>(path);
+// The constructor of the reader of tables measures the files; Open would do it once more.
+void NetCDFFile::MakeReader(const char* path, NvImportOpenOptions* options,
+                            const std::shared_ptr<const NetCDF>& first) {
+    if (fileTemplate == TemplateMva && IsComplete()) {
+        reader = std::make_unique<MvaCDFFileReader>(path, GetContext());
+    } else if (fileTemplate == TemplateMva) {
+        auto mva = std::make_unique<MvaCDFFileReader>(path, first);
         mva->SetContext(GetContext());
-        if (IsComplete()) {
-            mva->Open(true, path, options);
-        }
-        // Else its constructor has measured the files; Open would do it once more.
         reader = std::move(mva);
     } else if (fileTemplate == TemplateAia) {
         reader.reset(GetAndiFileReader());
         if (auto* andi = dynamic_cast<FormatReader*>(reader.get())) {
             andi->SetContext(GetContext());
+        }
+        if (auto* own = dynamic_cast<AndiFileReader*>(reader.get())) {
+            own->Lend(fileNames.front(), first);
+            own->Lend(fileNames.front(), file);
         }
         reader->Open(true, path, options);
     }
@@ -200,7 +206,7 @@ int NetCDFFile::FailAs(int failure, const std::string& text) {
 
 int NetCDFFile::OpenCompletely(const char* path, NvImportOpenOptions* options) {
     const std::string name = fileNames.empty() ? std::string() : fileNames.front();
-    file = std::make_unique<ClassicFile>(name.c_str());
+    file = std::make_shared<const ClassicFile>(name.c_str());
     if (file->IsHDF5()) {
         return FailAs(StatusNoNetCDF, NvGetFileName(name) +
                                           " is an HDF5 file; netCDF-4 isn't read yet, but the copy that "
@@ -221,7 +227,7 @@ int NetCDFFile::OpenCompletely(const char* path, NvImportOpenOptions* options) {
                             : fileTemplate == TemplateMassSpectrometry ? ClassicTables::MassSpectra
                                                                        : ClassicTables::Plain;
     tables = std::make_unique<ClassicTables>(*file, convention, *GetContext());
-    MakeReader(path, options);
+    MakeReader(path, options, nullptr);
     ListContents();
     if (status == StatusOk && ChooseParts(options)) {
         NoteOtherParts();

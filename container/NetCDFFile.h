@@ -70,7 +70,8 @@ private:
         std::uint64_t numbers = 0;
     };
 
-    void MakeReader(const char* path, NvImportOpenOptions* options);
+    void MakeReader(const char* path, NvImportOpenOptions* options,
+                    const std::shared_ptr<const NetCDF>& first);
 
     int OpenCompletely(const char* path, NvImportOpenOptions* options);
     int FailAs(int failure, const std::string& text);
@@ -86,7 +87,7 @@ private:
     ENetCDFTemplate fileTemplate = TemplateNone;
     std::unique_ptr<SpreadsheetFile> reader;
     // The complete reading's: the first file, its tables, all parts, and the places of those to be read.
-    std::unique_ptr<ClassicFile> file;
+    std::shared_ptr<const ClassicFile> file;
     std::unique_ptr<ClassicTables> tables;
     std::vector<Content> contents;
     std::vector<std::size_t> chosen;

@@ -19,6 +19,7 @@
 #include "process/BrooksideSamples.h"
 #include "process/BrooksideTransition.h"
 #include "process/BrooksideWarnings.h"
+#include "process/TabWalk.h"
 
 namespace {
 
@@ -61,19 +62,6 @@ char FirstLetter(std::string_view recipe) {
     return recipe.empty() ? '\0' : ToUpper(recipe.front());
 }
 
-// The rest of a line behind its n-th tab. False when there are fewer.
-bool FindBehindTab(std::string_view line, int tabs, std::string_view& rest) {
-    rest = line;
-    for (int i = 0; i < tabs; ++i) {
-        const std::size_t tab = rest.find('\t');
-        if (tab == std::string_view::npos) {
-            return false;
-        }
-        rest.remove_prefix(tab + 1);
-    }
-    return true;
-}
-
 // The first word of a text, white space before it aside.
 std::string_view TakeWord(std::string_view text) {
     const auto* start = std::find_if_not(text.begin(), text.end(), IsSpace);
@@ -83,12 +71,14 @@ std::string_view TakeWord(std::string_view text) {
 
 void AddCentering(std::map<std::string, float>& centering, std::string_view line) {
     std::string_view words[4];
-    for (int i = 0; i < 4; ++i) {
-        std::string_view rest;
-        if (!FindBehindTab(line, i, rest)) {
+    std::string_view field;
+    TabWalk fields(line);
+    for (std::string_view& word : words) {
+        // A word begins behind its tab, perhaps behind further ones.
+        word = TakeWord(fields.GetRest());
+        if (!fields.Next(field)) {
             throw Exception("A centring line has too few fields.");
         }
-        words[i] = TakeWord(rest);
     }
     const auto value = static_cast<float>(ToLeadingDouble(words[3]));
     std::string_view parts = words[1];

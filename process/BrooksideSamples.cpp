@@ -13,6 +13,7 @@
 #include "process/BrooksideFile.h"
 #include "process/BrooksideTransition.h"
 #include "process/BrooksideWarnings.h"
+#include "process/TabWalk.h"
 
 namespace {
 
@@ -28,31 +29,6 @@ std::span<Entry> TakeDataFile(std::span<Entry> entries) {
     }
     return entries.first(count);
 }
-
-/** The fields of a line one by one, parted by tabs; an empty line has none. */
-class FieldWalk {
-public:
-    explicit FieldWalk(std::string_view line) : rest(line), more(!line.empty()) {}
-
-    /** Goes on to a field by its number from 1; each call asks for a later one. False when there is none. */
-    bool MoveTo(int field, std::string_view& text) {
-        for (; taken < field; ++taken) {
-            if (!more) {
-                return false;
-            }
-            const std::size_t tab = rest.find('\t');
-            more = tab != std::string_view::npos;
-            text = rest.substr(0, tab);
-            rest.remove_prefix(more ? tab + 1 : rest.size());
-        }
-        return true;
-    }
-
-private:
-    std::string_view rest;
-    bool more;
-    int taken = 0;
-};
 
 }  // namespace
 
@@ -195,7 +171,7 @@ void BrooksideSamples::FailAtEndOfFile() const {
 void BrooksideSamples::SetSample(std::string_view text, const PhaseEntry& entry, std::int64_t row,
                                  ReadSpreadSheetData& sink) const {
     const int tableRow = static_cast<int>(row);
-    FieldWalk fields(text);
+    TabWalk fields(text);
     std::string_view field;
     for (const auto& [number, col] : header.GetMap()) {
         if (!fields.MoveTo(number, field)) {
@@ -411,7 +387,7 @@ void BrooksideSamples::SetNames(CellOutput& output) const {
 }
 
 void BrooksideSamples::SetCompleteSample(std::string_view text, int row, SampleRow& sample) {
-    FieldWalk fields(text);
+    TabWalk fields(text);
     std::string_view field;
     bool isShort = false;
     sample.Begin(row);

@@ -3,6 +3,7 @@
 #include "base/Ascii.h"
 #include "base/NumberParser.h"
 #include "base/PathNames.h"
+#include "process/TabWalk.h"
 
 namespace {
 
@@ -65,14 +66,13 @@ bool BrooksideTransition::FindFileLine() {
         }
         ReadLineWithoutQuotes(stream, line);
     } while (!line.starts_with(FileLineStart));
-    int column = 1;
-    for (std::size_t start = 0; start != std::string::npos; ++column) {
-        const std::string_view rest = std::string_view(line).substr(start);
-        if (IsPhaseStart(rest)) {
+    TabWalk fieldsOfLine(line);
+    std::string_view field;
+    for (int column = 1; fieldsOfLine.HasNext(); ++column) {
+        if (IsPhaseStart(fieldsOfLine.GetRest())) {
             startColumns.push_back(column);
         }
-        const std::size_t tab = rest.find('\t');
-        start = tab == std::string_view::npos ? std::string::npos : start + tab + 1;
+        fieldsOfLine.Next(field);
     }
     return true;
 }

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
+#include <utility>
 
 #include "container/AndiFileReader.h"
 #include "frame/SprFileFactory.h"
@@ -163,6 +165,30 @@ TEST_F(NetCDFFileTest, HostGivesItsOwnReaderOfChromatograms) {
     OwnFile file;
     ASSERT_EQ(file.Open(true, Write("a.cdf", Chromatogram()).c_str(), nullptr), 0);
     EXPECT_EQ(file.GetNumRows(), 2) << "without the row of times";
+}
+
+TEST_F(NetCDFFileTest, FileThatIsLookedAtStaysOpenUntilItsReaderHasReadIt) {
+    // What is gone by the time that the reader is made can't be opened a second time.
+    class OwnFile : public NetCDFFile {
+    public:
+        explicit OwnFile(std::string filePath) : path(std::move(filePath)) {}
+        SpreadsheetFile* GetAndiFileReader() override {
+            std::filesystem::remove(path);
+            return NetCDFFile::GetAndiFileReader();
+        }
+
+    private:
+        std::string path;
+    };
+    for (const karta::Reading reading : {karta::Reading::Classic, karta::Reading::Complete}) {
+        const std::string path = Write("a.cdf", ChromatogramWithPeaks());
+        OwnFile file(path);
+        auto context = std::make_shared<karta::ReadContext>();
+        context->reading = reading;
+        file.SetContext(context);
+        EXPECT_EQ(file.Open(true, path.c_str(), nullptr), 0);
+        EXPECT_GT(file.GetNumCols(), 2);
+    }
 }
 
 TEST_F(NetCDFFileTest, HostThatCancelsEndsTheOpen) {

@@ -113,6 +113,17 @@ TEST_F(BrooksideXMLTest, AsksForTheNextRowBeforeTheCells) {
                   "Read 0x0\nClose\n");
 }
 
+TEST_F(BrooksideXMLTest, LineBeyondAPhaseTakesATableRowThatIsNotWanted) {
+    // The first phase ends at row 3; the line of row 5 ends it and is lost for the second one.
+    const std::string document = OneWafer(Interval("f_a", "1", 1, 3) + Interval("f_b", "2", 5, 6),
+                                          "Time\tRow\tA\n0.5\t1\t10\n1\t2\t20\n1.5\t5\t30\n2\t6\t40\n");
+    const std::string start = "SetDataSize 4 6\n" + std::string(Names) + Row(2, "W01", "1", "0.5", "10");
+    EXPECT_EQ(Trace(document),
+              start + Row(3, "W01", "1", "1", "20") + Row(4, "W01", "2", "2", "40") + "Read 0x0\nClose\n");
+    EXPECT_EQ(Trace(document, {nullptr, "1,2,5"}),
+              start + Row(5, "W01", "2", "2", "40") + "Read 0x0\nClose\n");
+}
+
 TEST_F(BrooksideXMLTest, SinkThatStopsStillLearnsOfABadRow) {
     const std::string document =
         OneWafer(Interval("f_a", "1", 1, 3), "Time\tRow\tA\n1\t1\t1\n2\t2\t2\n3\t2\t3\n");
