@@ -111,12 +111,8 @@ bool BinaryBook::ReadSheetList(std::vector<Sheet>& sheets) {
 }
 
 void BinaryBook::AddSheet(const RecordStream& records, std::vector<Sheet>& sheets) {
-    const bool hidden = records.GetI4(SheetStateOffset) != VisibleSheet;
-    if (hidden && form == RecordForm::Short) {
-        return;
-    }
     Sheet& sheet = sheets.emplace_back();
-    sheet.hidden = hidden;
+    sheet.hidden = records.GetI4(SheetStateOffset) != VisibleSheet;
     const auto idCount = static_cast<std::uint32_t>(records.GetI4(SheetIdCountOffset));
     const std::uint64_t idSize =
         idCount == 0xffffffff && form == RecordForm::Full ? 0 : 2 * std::uint64_t{idCount};
@@ -130,6 +126,7 @@ bool BinaryBook::ReadTables() {
 
 bool BinaryBook::InitSharedStrings() {
     sharedStrings.Clear();
+    isCutText.clear();
     const auto stream = package.OpenPart(parts.sharedStrings);
     if (stream == nullptr) {
         return true;
@@ -147,6 +144,7 @@ bool BinaryBook::InitSharedStrings() {
             sharedStrings.Add(text);
         } else {
             sharedStrings.Add(text.c_str());
+            isCutText.push_back(records.HasCutCharacters(StringCountOffset));
         }
     }
     return (!hasStrings || good) && records.IsIntact();
@@ -285,6 +283,7 @@ bool BinaryBook::DecodeCell(const RecordStream& records, int id, std::size_t val
     const std::uint8_t byte = records.GetByte(valueOffset);
     cell.hasValue = id != BrtCellBlank;
     cell.text = {};
+    cell.isCut = false;
     cell.index = byte;
     switch (id) {
         case BrtCellBlank:
@@ -313,6 +312,8 @@ bool BinaryBook::DecodeCell(const RecordStream& records, int id, std::size_t val
             cell.type = SheetCell::Type::SharedText;
             cell.hasIndex = true;
             cell.index = records.GetI4(valueOffset);
+            cell.isCut = std::cmp_less(cell.index, isCutText.size()) && cell.index >= 0 &&
+                         isCutText[static_cast<std::size_t>(cell.index)];
             return true;
         default:
             break;
@@ -322,5 +323,6 @@ bool BinaryBook::DecodeCell(const RecordStream& records, int id, std::size_t val
     const std::size_t offset = valueOffset + (id == BrtCellRString ? RichFlagsSize : 0);
     const bool good = DecodeText(records, offset, text);
     cell.text = text;
+    cell.isCut = records.HasCutCharacters(offset);
     return good || form == RecordForm::Short;
 }

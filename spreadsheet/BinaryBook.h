@@ -10,7 +10,7 @@
 /**
  * A workbook of parts of records ([MS-XLSB]).
  *
- * In the short form hidden sheets aren't listed, the cells are those of the records that a sheet begins with
+ * In the short form the cells are those of the records that a sheet begins with
  * (blank to the results of formulas, without texts in the cell), a sheet without a size has none, one that
  * ends early has those before, and the lists of styles hold just as many records as they claim. A text that
  * is none is empty; whether texts are good is whether the last one was.
@@ -58,6 +58,7 @@ private:
 
     RecordForm form;
     bool textsAreGood = true;
+    std::vector<bool> isCutText;  // of the shared strings
     int lastColumn = 0;
     SheetCell cell;
     std::string text;

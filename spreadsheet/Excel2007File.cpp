@@ -131,8 +131,9 @@ struct Excel2007File::BinaryPlacement {
 // Puts the cells of binary sheets into the table as they come.
 class Excel2007File::BinaryReceiver : public SheetReceiver {
 public:
-    BinaryReceiver(const Book& book, ReadSpreadSheetData& readerSink, BinaryPlacement& sheetPlacement)
-        : sink(readerSink), placement(sheetPlacement), cells(book, readerSink) {}
+    BinaryReceiver(const Book& book, ReadSpreadSheetData& readerSink, BinaryPlacement& sheetPlacement,
+                   LeftOutCells& leftOut)
+        : sink(readerSink), placement(sheetPlacement), cells(book, readerSink, leftOut) {}
 
     bool TakeSize(const SheetSize& size) override { return placement.Place(size, sink); }
     bool TakeCell(const SheetCell& cell) override {
@@ -226,8 +227,13 @@ void Excel2007File::OpenClassic(const char* path) {
     workbookPart = isBinary ? BinaryParts.workbook : XmlParts.workbook;
     std::vector<Book::Sheet> listed;
     std::vector<WorkbookSheet> list;
+    const bool isListed = book->ReadSheetList(listed);
+    if (isBinary) {
+        // The classic rule of records: hidden sheets aren't there.
+        SheetList::DropHidden(listed, GetContext()->notes);
+    }
     // A binary workbook that lists no sheet is looked at no further.
-    if (!book->ReadSheetList(listed) ||
+    if (!isListed ||
         (!(isBinary && listed.empty()) &&
          !SheetList::KeepWorksheets(*package, WorkbookPackage::GetRelationshipsPart(workbookPart), isBinary,
                                     isBinary ? "bin" : "xml", listed, list))) {
@@ -541,13 +547,15 @@ int Excel2007File::ReadBinary(ReadSpreadSheetData* sink) {
     }
     BinaryPlacement placement;
     placement.vertical = vertical;
-    BinaryReceiver receiver(*book, *sink, placement);
+    LeftOutCells leftOut;
+    BinaryReceiver receiver(*book, *sink, placement, leftOut);
     for (const int place : selection) {
         if (!book->ReadSheet(sheets[static_cast<std::size_t>(place)].part, receiver)) {
             status = StatusCorrupt;
             return status;
         }
     }
+    leftOut.AddTo(GetContext()->notes);
     if (placement.unknownRecords != 0) {
         const std::string name = NvSystemInfo::GetApplicationName();
         warning += NvString::Format(

@@ -155,6 +155,13 @@ std::string JoinNames(const std::vector<std::string>& names) {
     return names.size() > MaxNamesInNote ? text + ", ..." : text;
 }
 
+// What a later workbook with a password is, whatever its extension.
+bool HoldsEncryptedPackage(const char* path) {
+    const CompoundFile file(path);
+    return std::any_of(file.GetEntries().begin(), file.GetEntries().end(),
+                       [](const auto& entry) { return EqualIgnoringCase(entry.name, "EncryptedPackage"); });
+}
+
 const char* KindOfSheet(int type) {
     return type == ChartType ? "chart" : type == MacroType ? "macro sheet" : "module";
 }
@@ -317,6 +324,9 @@ void ExcelFile::OpenStream(const char* fileName) {
     const int streamStatus = stream->GetStatus();
     if (streamStatus != 0) {
         status = streamStatus == ExcelStgStream::StatusNoStream ? StatusNoExcelStream : StatusOpenFailed;
+        if (IsComplete() && status == StatusNoExcelStream && HoldsEncryptedPackage(fileName)) {
+            status = StatusProtected;
+        }
         return;
     }
     if (IsComplete()) {

@@ -144,6 +144,18 @@ bool RecordStream::GetText(std::size_t offset, std::string& text) const {
     return true;
 }
 
+bool RecordStream::HasCutCharacters(std::size_t offset) const {
+    const std::size_t begin = std::min(offset + CountSize, length);
+    const std::size_t there = (length - begin) / 2;
+    const auto count = std::min<std::size_t>(static_cast<std::uint32_t>(GetI4(offset)), there);
+    for (std::size_t i = 0; form == RecordForm::Short && i < count; ++i) {
+        if (data[begin + 2 * i + 1] != 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool RecordStream::GetShortText(std::size_t begin, std::uint32_t count, std::string& text) const {
     const char* const first = data.data() + begin;
     const char* const end = data.data() + length;

@@ -50,6 +50,9 @@ public:
      */
     bool GetText(std::size_t offset, std::string& text) const;
 
+    /** Whether the text there has characters that the short form cuts. */
+    bool HasCutCharacters(std::size_t offset) const;
+
 private:
     // No text of a cell comes near; what is longer is of other things, and only its beginning is kept.
     static constexpr std::size_t LongestKept = std::size_t{1} << 20;

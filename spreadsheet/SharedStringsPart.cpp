@@ -15,7 +15,8 @@ int HexDigit(char16_t unit) {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
-/** The unit that a text begins with as an escape; -1 where it begins with none. */
+/** The unit that a text begins with as an escape; -1 where it begins with none, or with that of the NUL,
+ * which would end the text in any table. */
 int GetEscaped(std::u16string_view text) {
     if (text.size() < EscapeLength || text[1] != u'x' || text[EscapeLength - 1] != u'_') {
         return -1;
@@ -28,7 +29,7 @@ int GetEscaped(std::u16string_view text) {
         }
         unit = unit * 16 + value;
     }
-    return unit;
+    return unit == 0 ? -1 : unit;
 }
 
 }  // namespace

@@ -28,6 +28,7 @@ struct SheetCell {
     bool hasValue = false;    /**< a value stands there, if only an empty one */
     int style = -1;           /**< the cell format; -1 where none is named */
     std::uint16_t record = 0; /**< the binary record's id; 0 in XML */
+    bool isCut = false;       /**< of the text's characters the part's form kept only a half */
     bool hasIndex = false;    /**< `index` is one; else it is 0 */
     std::int64_t index = 0;
     double number = 0.0; /**< binary only: in XML a number is its text */

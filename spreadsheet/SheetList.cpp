@@ -76,6 +76,25 @@ bool SheetList::KeepWorksheets(const WorkbookPackage& package, const std::string
     return true;
 }
 
+void SheetList::DropHidden(std::vector<Book::Sheet>& listed, karta::Notes& notes) {
+    const auto hidden = std::stable_partition(listed.begin(), listed.end(),
+                                              [](const Book::Sheet& sheet) { return !sheet.hidden; });
+    const auto count = static_cast<std::size_t>(listed.end() - hidden);
+    if (count == 0) {
+        return;
+    }
+    std::string names;
+    for (auto sheet = hidden; sheet != hidden + static_cast<std::ptrdiff_t>(std::min(count, MostNames));
+         ++sheet) {
+        names += (names.empty() ? "\"" : ", \"") + sheet->name + "\"";
+    }
+    const std::string more = count > MostNames ? " and others" : "";
+    notes.Add({"hidden-sheets", count, hidden->name,
+               "the classic reading leaves out " + karta::CountOf(count, "hidden sheet") + ": " + names +
+                   more + "; the complete reading has " + (count == 1 ? "it" : "them")});
+    listed.erase(hidden, listed.end());
+}
+
 void SheetList::ResolveWorksheets(const WorkbookPackage& package, const std::string& workbookPart,
                                   const std::vector<Book::Sheet>& listed, std::vector<WorkbookSheet>& sheets,
                                   karta::Notes& notes) {

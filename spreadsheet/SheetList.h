@@ -26,6 +26,9 @@ public:
                                bool anyCase, const char* extension, const std::vector<Book::Sheet>& listed,
                                std::vector<WorkbookSheet>& sheets);
 
+    /** Takes hidden sheets off a list, with a note. */
+    static void DropHidden(std::vector<Book::Sheet>& listed, karta::Notes& notes);
+
     /**
      * The complete rule: a worksheet is one by its relationship's type, and its part is where that leads.
      * What is no worksheet is told in a note.

@@ -57,9 +57,12 @@ int GetRowIndex(std::u16string_view reference) {
 
 }  // namespace
 
-int SheetHandler::GetColumnIndex(std::u16string_view reference) {
+int SheetHandler::GetColumnIndex(std::u16string_view reference, XmlForm form) {
     int column = 0;
-    for (const char16_t letter : reference) {
+    for (char16_t letter : reference) {
+        if (form == XmlForm::Full && letter >= u'a' && letter <= u'z') {
+            letter = static_cast<char16_t>(letter - u'a' + u'A');
+        }
         if (letter >= u'A' && letter <= u'Z') {
             column = column * 26 + (letter - u'A' + 1);
             CheckRange(column, MaxSheetColumns);
@@ -156,7 +159,7 @@ void SheetHandler::StartCell(const xercesc::Attributes& attributes) {
 }
 
 void SheetHandler::PlaceCell(std::u16string_view reference) {
-    const int column = GetColumnIndex(reference);
+    const int column = GetColumnIndex(reference, GetForm());
     lastColumn = GetForm() == XmlForm::Full && column == 0 ? lastColumn + 1 : column;
     CheckRange(lastColumn, MaxSheetColumns);
     cell.col = lastColumn;
@@ -192,7 +195,7 @@ void DimensionHandler::startElement(const XMLCh* /*uri*/, const XMLCh* localName
     // One cell, or the first and the last.
     std::u16string_view last = GetAttributeValue(attributes, u"ref");
     last.remove_prefix(last.rfind(u':') + 1);
-    const int lastColumn = SheetHandler::GetColumnIndex(last);
+    const int lastColumn = SheetHandler::GetColumnIndex(last, form);
     const int lastRow = GetRowIndex(last);
     if (lastColumn > 0 && lastRow > 0 && lastRow <= MaxSheetRows) {
         size = {lastColumn, lastRow};

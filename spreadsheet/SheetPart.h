@@ -22,8 +22,11 @@ public:
     SheetHandler(XmlForm partForm, SheetReceiver& target)
         : NodeHandler(partForm, u"sheetData"), receiver(target), item(partForm) {}
 
-    /** The number that the letters in a cell's reference stand for, A being 1; 0 without any. */
-    static int GetColumnIndex(std::u16string_view reference);
+    /**
+     * The number that the letters in a cell's reference stand for, A being 1; 0 without any. In the literal
+     * form small letters are none.
+     */
+    static int GetColumnIndex(std::u16string_view reference, XmlForm form = XmlForm::Literal);
 
 protected:
     void StartElement(int level, std::u16string_view name, const xercesc::Attributes& attributes) override;

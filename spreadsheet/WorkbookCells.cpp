@@ -52,22 +52,37 @@ void LeftOutCells::Add(Kind kind, int col, int row) {
     }
 }
 
-void LeftOutCells::AddTo(karta::Notes& notes) const {
-    static constexpr const char* Names[KindCount] = {"t=\"n\"", "t=\"str\"", "t=\"inlineStr\"",
-                                                     "t=\"d\"", "t=\"e\"",   "of unknown types"};
-    std::uint64_t sum = 0;
+// The kinds of a range that there are, with how many cells of each.
+std::string LeftOutCells::ListKinds(std::size_t begin, std::size_t end, std::uint64_t& sum) const {
+    static constexpr const char* Names[KindCount] = {
+        "t=\"n\"", "t=\"str\"",        "t=\"inlineStr\"",           "t=\"d\"",
+        "t=\"e\"", "of unknown types", "texts of other characters", "errors under another's name"};
     std::string list;
-    for (std::size_t kind = 0; kind < KindCount; ++kind) {
+    for (std::size_t kind = begin; kind < end; ++kind) {
         if (counts[kind] != 0) {
             sum += counts[kind];
             list += list.empty() ? "" : ", ";
             list += std::string(Names[kind]) + " " + GroupDigits(counts[kind]);
         }
     }
-    if (sum != 0) {
-        notes.Add({"cells-left-empty", sum, firstPlace,
-                   karta::CountOf(sum, "cell") + " of kinds that the classic reading leaves empty: " + list +
-                       "; the complete reading has " + (sum == 1 ? "it" : "them")});
+    return list;
+}
+
+void LeftOutCells::AddTo(karta::Notes& notes) const {
+    std::uint64_t empty = 0;
+    const std::string emptyKinds = ListKinds(0, CutText, empty);
+    if (empty != 0) {
+        notes.Add({"cells-left-empty", empty, firstPlace,
+                   karta::CountOf(empty, "cell") + " of kinds that the classic reading leaves empty: " +
+                       emptyKinds + "; the complete reading has " + (empty == 1 ? "it" : "them")});
+    }
+    std::uint64_t changed = 0;
+    const std::string changedKinds = ListKinds(CutText, KindCount, changed);
+    if (changed != 0) {
+        notes.Add({"cells-changed", changed, firstPlace,
+                   "the classic reading changes " + karta::CountOf(changed, "cell") + ": " + changedKinds +
+                       " (first: " + firstPlace + "); the complete reading has " +
+                       (changed == 1 ? "it as it is" : "them as they are")});
     }
 }
 
@@ -165,8 +180,9 @@ void ClassicXmlSheet::CountLeftOut(const SheetCell& cell) {
     leftOut.Add(kind, cell.col, cell.row);
 }
 
-ClassicBinaryCells::ClassicBinaryCells(const Book& workbook, ReadSpreadSheetData& readerSink)
-    : book(workbook), sink(readerSink) {
+ClassicBinaryCells::ClassicBinaryCells(const Book& workbook, ReadSpreadSheetData& readerSink,
+                                       LeftOutCells& leftOutCells)
+    : book(workbook), sink(readerSink), leftOut(leftOutCells) {
     const BookStyles& styles = book.GetStyles();
     for (const int number : styles.cellFormats) {
         isDateFormat.push_back(IsDateNumber(number) || IsTimeNumber(number) || IsDateCode(styles, number));
@@ -175,6 +191,9 @@ ClassicBinaryCells::ClassicBinaryCells(const Book& workbook, ReadSpreadSheetData
 
 // The classic rule of records.
 bool ClassicBinaryCells::Push(const SheetCell& cell, int col, int row) {
+    if (cell.isCut) {
+        leftOut.Add(LeftOutCells::CutText, cell.col, cell.row);
+    }
     switch (cell.record) {
         case BinaryBook::BrtCellBlank:
             sink.Set(col, row, "");
@@ -189,7 +208,7 @@ bool ClassicBinaryCells::Push(const SheetCell& cell, int col, int row) {
             break;
         case BinaryBook::BrtCellError:
         case BinaryBook::BrtFmlaError:
-            sink.Set(col, row, GetErrorString(static_cast<std::uint8_t>(cell.index)));
+            SetError(cell, col, row);
             break;
         case BinaryBook::BrtCellBool:
         case BinaryBook::BrtFmlaBool:
@@ -215,6 +234,14 @@ void ClassicBinaryCells::SetNumber(double value, int col, int row, int xf) {
     } else {
         sink.Set(col, row, value);
     }
+}
+
+void ClassicBinaryCells::SetError(const SheetCell& cell, int col, int row) {
+    const char* const text = GetErrorString(static_cast<std::uint8_t>(cell.index));
+    if (text != cell.text) {
+        leftOut.Add(LeftOutCells::MaskedError, cell.col, cell.row);
+    }
+    sink.Set(col, row, text);
 }
 
 // The codes are tested as bit masks, the first that has a bit in common wins, so that nearly all real codes

@@ -21,12 +21,15 @@
 /** Counts the cells of a classic read that its rules leave empty or change, for the notes about them. */
 class LeftOutCells {
 public:
-    enum Kind { Marked, FormulaText, InlineText, Date, Error, Other, KindCount };
+    /** The last two, of the binary flavour, are changed. */
+    enum Kind { Marked, FormulaText, InlineText, Date, Error, Other, CutText, MaskedError, KindCount };
 
     void Add(Kind kind, int col, int row);
     void AddTo(karta::Notes& notes) const;
 
 private:
+    std::string ListKinds(std::size_t begin, std::size_t end, std::uint64_t& sum) const;
+
     std::array<std::uint64_t, KindCount> counts{};
     std::string firstPlace;
 };
@@ -95,18 +98,20 @@ private:
 /** Pushes the cells of a binary worksheet by the classic rule. */
 class ClassicBinaryCells {
 public:
-    /** Both stay the caller's. */
-    ClassicBinaryCells(const Book& workbook, ReadSpreadSheetData& readerSink);
+    /** All stay the caller's. */
+    ClassicBinaryCells(const Book& workbook, ReadSpreadSheetData& readerSink, LeftOutCells& leftOutCells);
 
     /** At this place of the table; false for a cell that can't be. */
     bool Push(const SheetCell& cell, int col, int row);
 
 private:
     void SetNumber(double value, int col, int row, int xf);
+    void SetError(const SheetCell& cell, int col, int row);
     static const char* GetErrorString(std::uint8_t code);
 
     const Book& book;
     ReadSpreadSheetData& sink;
+    LeftOutCells& leftOut;
     std::vector<bool> isDateFormat;  // of each cell format
 };
 

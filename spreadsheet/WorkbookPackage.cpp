@@ -4,6 +4,7 @@
 #include <istream>
 #include <utility>
 
+#include "base/Ascii.h"
 #include "base/PathNames.h"
 
 namespace {
@@ -13,6 +14,24 @@ std::string Fold(std::string_view name) {
     std::replace(folded.begin(), folded.end(), '\\', '/');
     folded.erase(0, folded.find_first_not_of('/'));
     return folded;
+}
+
+int HexValue(char digit) {
+    const char lower = ToLower(digit);
+    return IsDigit(lower) ? lower - '0' : lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+// What a name stands for whose characters are written as those of addresses: "sheet%201.xml".
+std::string Unescape(std::string_view name) {
+    std::string plain;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const bool mayBeEscape = name[i] == '%' && i + 2 < name.size();
+        const int high = mayBeEscape ? HexValue(name[i + 1]) : -1;
+        const int low = mayBeEscape ? HexValue(name[i + 2]) : -1;
+        plain += high < 0 || low < 0 ? name[i] : static_cast<char>(high * 16 + low);
+        i += high < 0 || low < 0 ? 0 : 2;
+    }
+    return plain;
 }
 
 // A target outside of the archive is written so.
@@ -43,7 +62,11 @@ const ZipFile::Entry* WorkbookPackage::FindEntry(const std::string& name) const 
     if (names == Names::AsStored) {
         return zip.FindEntry(name);
     }
-    const auto found = foldedNames.find(Fold(name));
+    auto found = foldedNames.find(Fold(name));
+    if (found == foldedNames.end()) {
+        // Some programs write the names of the archive's entries as they are.
+        found = foldedNames.find(Fold(Unescape(name)));
+    }
     return found == foldedNames.end() ? nullptr : found->second;
 }
 

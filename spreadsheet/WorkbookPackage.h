@@ -18,7 +18,8 @@ public:
     /** How names of parts are compared. */
     enum class Names {
         AsStored, /**< exactly */
-        AnyCase   /**< in any case, a backslash for a slash, with or without the root's slash */
+        AnyCase   /**< in any case, a backslash for a slash, with or without the root's slash, escapes
+                        (%20) for the characters that they stand for */
     };
 
     /** One part that another one refers to. */

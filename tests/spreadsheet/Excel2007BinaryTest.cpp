@@ -648,3 +648,36 @@ TEST_F(Excel2007BinaryTest, DamageAlwaysEndsInAStatus) {
         EXPECT_EQ(trace.find("Exception"), std::string::npos) << trace;
     }
 }
+
+TEST_F(Excel2007BinaryTest, ClassicReadingSaysWhatItLeavesOutOrChanges) {
+    ByteBuilder wide = Records::Cell(2);
+    wide.U32(2).U16('a').U16(0x3c0);
+    Workbook book(Records()
+                      .Row(0)
+                      .SharedString(0, 0)
+                      .SharedString(1, 1)
+                      .Add(8, wide)
+                      .Add(3, Records::Cell(3).U8(7))
+                      .Add(3, Records::Cell(4).U8(0x2a)));
+    book.workbook = SheetList({Bundle(0, "rId1", "Data"), Bundle(1, "rId2", "Notes")});
+    book.sharedStrings = Records()
+                             .Add(159, ByteBuilder().U32(0).U32(0))
+                             .Add(19, ByteBuilder().U8(0).U32(1).U16('a'))
+                             .Add(19, ByteBuilder().U8(0).U32(2).U16('a').U16(0x3b1))
+                             .Add(160)
+                             .Bytes();
+    const std::string path = folder.Write("book.xlsb", book.Build());
+    Excel2007File reader;
+    CountingSink sink;
+    ASSERT_EQ(reader.Open(true, path.c_str(), nullptr), 0);
+    ASSERT_EQ(reader.Read(&sink), 0);
+    std::string notes;
+    for (const karta::Note& note : reader.GetContext()->notes.GetAll()) {
+        notes += note.code + " " + note.place + ": " + note.text + "\n";
+    }
+    EXPECT_EQ(notes,
+              "hidden-sheets Notes: the classic reading leaves out 1 hidden sheet: \"Notes\"; the complete "
+              "reading has it\n"
+              "cells-changed B1: the classic reading changes 3 cells: texts of other characters 2, errors "
+              "under another's name 1 (first: B1); the complete reading has them as they are\n");
+}

@@ -323,7 +323,18 @@ TEST_F(Excel2007CompleteTest, TextsAreWhole) {
         "1,1 text aA\n2,1 text B\n");
 }
 
+// No table's text goes on behind a NUL.
+TEST_F(Excel2007CompleteTest, TheEscapeOfANulStaysAsItIsWritten) {
+    EXPECT_EQ(CellsOfRow("<c t=\"inlineStr\"><is><t>a_x0000_b_x0009_c</t></is></c>"),
+              "1,1 text a_x0000_b\tc\n");
+}
+
 // Where cells stand.
+
+TEST_F(Excel2007CompleteTest, ReferencesMayBeInSmallLetters) {
+    EXPECT_EQ(CellsOfRow("<c r=\"b1\"><v>1</v></c><c r=\"aa1\"><v>2</v></c>"),
+              "2,1 double 1\n27,1 double 2\n");
+}
 
 TEST_F(Excel2007CompleteTest, WhatHasNoReferenceComesAfterTheOneBefore) {
     EXPECT_EQ(
@@ -364,6 +375,19 @@ TEST_F(Excel2007CompleteTest, PartsAreFoundInAnyCaseAndWithBackslashes) {
     zip.Add("xl\\_rels\\book.xml.rels", Relationships(Relationship("X", "worksheet", "../other/./A.xml")));
     zip.Add("Other\\a.XML", Workbook::Worksheet("<row><c><v>1</v></c></row>"));
     EXPECT_EQ(Read(zip.Build()).cells, "1,1 double 1\n");
+}
+
+TEST_F(Excel2007CompleteTest, TargetsMayBeWrittenAsAddresses) {
+    for (const char* name : {"xl/sheets/my sheet%1.xml", "xl/sheets/my%20sheet%251.xml"}) {
+        ZipBuilder zip;
+        zip.Add("xl/workbook.xml", std::string("<workbook xmlns=\"") + Transitional + "\" xmlns:r=\"" +
+                                       Office +
+                                       "\"><sheets><sheet name=\"A\" r:id=\"r1\"/></sheets></workbook>");
+        zip.Add("xl/_rels/workbook.xml.rels",
+                Relationships(Relationship("r1", "worksheet", "sheets/my%20sheet%251.xml")));
+        zip.Add(name, Workbook::Worksheet("<row><c><v>1</v></c></row>"));
+        EXPECT_EQ(Read(zip.Build()).cells, "1,1 double 1\n") << name;
+    }
 }
 
 TEST_F(Excel2007CompleteTest, ContentTellsTheFlavourWhateverTheExtension) {

@@ -343,6 +343,12 @@ TEST_F(ExcelFileCompleteTest, ProtectedFilesOfAnyVersionAreRefused) {
     EXPECT_EQ(CompleteRead(Write(book)).status, 0x105);
 }
 
+TEST_F(ExcelFileCompleteTest, LaterWorkbooksWithAPasswordAreRefusedAsSuch) {
+    CompoundBuilder file;
+    file.Stream("EncryptionInfo", "info").Stream("EncryptedPackage", std::string(5000, 'x'));
+    EXPECT_EQ(CompleteRead(folder.Write("book.xls", file.Build())).status, 0x105);
+}
+
 TEST_F(ExcelFileCompleteTest, SharedStringsKeepStepBehindCutData) {
     WorkbookBuilder book;
     // The phonetic data of the first string and the runs of the second are cut by the records' ends.
