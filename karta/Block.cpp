@@ -1,5 +1,6 @@
 #include "karta/Block.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -19,7 +20,21 @@ void CheckWidth(bool isOfType) {
 
 }  // namespace
 
-Block::Block(BlockParts blockParts) : parts(std::move(blockParts)) {}
+Block::Block(BlockParts blockParts) : parts(std::move(blockParts)) {
+    const bool isEmpty = parts.rows == 0 || parts.points == 0;
+    const std::size_t width = parts.isFloat32 ? sizeof(float) : sizeof(double);
+    const std::int64_t last =
+        parts.first + (parts.rows - 1) * GetRowStride() + (parts.points - 1) * GetPointStride();
+    // Lists of fixed size lie side by side.
+    if (parts.rows < 0 || parts.points < 0 || parts.first < 0 || parts.stride < 0 ||
+        (parts.isRowMajor && parts.stride != parts.points) ||
+        (!isEmpty &&
+         (parts.values == nullptr || static_cast<std::size_t>(last) >= parts.values->GetSize() / width)) ||
+        (parts.axis != nullptr && static_cast<std::size_t>(parts.firstPoint + parts.points) >
+                                      parts.axis->GetSize() / sizeof(double))) {
+        throw std::invalid_argument("the parts of a block don't fit together");
+    }
+}
 
 const void* Block::GetValues() const {
     return parts.isFloat32 ? static_cast<const void*>(GetFloats()) : GetDoubles();
@@ -121,6 +136,53 @@ Column Block::GetColumn(std::int64_t point) const {
     }
     buffers.values = std::move(copy);
     return {GetPointName(point), parts.valueUnit, std::move(buffers)};
+}
+
+namespace {
+
+// As much of a matrix as stays in the nearest cache while it is turned.
+constexpr std::int64_t TileSize = 32;
+
+template <class Number>
+void Turn(const Number* from, std::int64_t fromStride, Number* to, std::int64_t toStride, std::int64_t outer,
+          std::int64_t inner) {
+    for (std::int64_t i = 0; i < outer; i += TileSize) {
+        for (std::int64_t j = 0; j < inner; j += TileSize) {
+            for (std::int64_t k = i; k < std::min(outer, i + TileSize); ++k) {
+                for (std::int64_t l = j; l < std::min(inner, j + TileSize); ++l) {
+                    to[l * toStride + k] = from[k * fromStride + l];
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
+
+Block Block::Transposed() const {
+    BlockParts turned = parts;
+    turned.isRowMajor = !parts.isRowMajor;
+    turned.first = 0;
+    turned.stride = turned.isRowMajor ? parts.points : parts.rows;
+    const std::size_t width = parts.isFloat32 ? sizeof(float) : sizeof(double);
+    auto values = std::make_shared<Buffer>(static_cast<std::size_t>(parts.rows * parts.points) * width);
+    const std::int64_t outer = parts.isRowMajor ? parts.rows : parts.points;
+    const std::int64_t inner = parts.isRowMajor ? parts.points : parts.rows;
+    if (parts.isFloat32) {
+        Turn(GetFloats(), parts.stride, values->As<float>(), turned.stride, outer, inner);
+    } else {
+        Turn(GetDoubles(), parts.stride, values->As<double>(), turned.stride, outer, inner);
+    }
+    turned.values = std::move(values);
+    return Block(std::move(turned));
+}
+
+Block Block::ToRowMajor() const {
+    return parts.isRowMajor ? *this : Transposed();
+}
+
+Block Block::ToColumnMajor() const {
+    return parts.isRowMajor ? Transposed() : *this;
 }
 
 Block Block::Slice(std::int64_t firstRow, std::int64_t rows) const {

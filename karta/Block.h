@@ -39,6 +39,7 @@ struct BlockParts {
  */
 class KARTA_EXPORT Block {
 public:
+    /** Raises std::invalid_argument where the parts don't fit together. */
     explicit Block(BlockParts blockParts);
 
     std::int64_t GetRowCount() const { return parts.rows; }
@@ -74,12 +75,16 @@ public:
 
     /** One point as a column: in the same memory where the block is column-major, else a copy. */
     Column GetColumn(std::int64_t point) const;
+    /** The same numbers in the other order, where they aren't in this one: a copy then. */
+    Block ToRowMajor() const;
+    Block ToColumnMajor() const;
     /** These rows, in the same memory. Raises std::out_of_range. */
     Block Slice(std::int64_t firstRow, std::int64_t rows) const;
 
     const BlockParts& GetParts() const { return parts; }
 
 private:
+    Block Transposed() const;
     void CheckPlace(std::int64_t row, std::int64_t point) const;
 
     BlockParts parts;
