@@ -40,5 +40,5 @@ install(FILES ${CMAKE_BINARY_DIR}/karta-import.1 DESTINATION ${CMAKE_INSTALL_MAN
 # The pages that the man page leaves the details to, laid out so that the links between them hold.
 set(KARTA_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/karta-import)
 install(FILES README.md DESTINATION ${KARTA_DOC_DIR})
-install(DIRECTORY docs DESTINATION ${KARTA_DOC_DIR} FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY docs DESTINATION ${KARTA_DOC_DIR} FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
 install(DIRECTORY samples/plugin DESTINATION ${KARTA_DOC_DIR}/samples)

@@ -15,9 +15,19 @@ struct ConvertRequest {
     bool safeCells = false;  // no cell is a formula to a spreadsheet
 };
 
+/** What view is asked for beside the read. */
+struct ViewRequest {
+    std::string output;  // empty: a temporary page, which is opened
+    bool svg = false;    // a picture and no page
+};
+
+class PageOpener;
+
 int RunFormats(const ReadRequest& request, bool json);
 int RunDetect(const ReadRequest& request, bool json);
 int RunTrace(const ReadRequest& request);
 int RunInfo(const ReadRequest& request, bool json);
 int RunShow(const ReadRequest& request, int maxRows);
 int RunConvert(const ReadRequest& request, const ConvertRequest& wanted);
+/** `opener` opens a page that has no place of its own; may be null. */
+int RunView(const ReadRequest& request, const ViewRequest& wanted, PageOpener* opener);

@@ -10,6 +10,7 @@
 
 #include "tools/Interrupt.h"
 #include "tools/Json.h"
+#include "tools/TableHead.h"
 #include "tools/TableSource.h"
 #include "tools/Utf8Text.h"
 
@@ -169,32 +170,15 @@ struct ColumnNames {
     int firstDataRow = 1;
 };
 
-bool IsRowOfNames(TableData& table, int row) {
-    bool hasText = false;
-    for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
-        if (!table.IsMissing(col, row)) {
-            if (table.GetKind(col, row) != TableData::Text) {
-                return false;
-            }
-            hasText = true;
-        }
-    }
-    return hasText;
-}
-
 // Every member has a name of its own: a column without one, or with one that is taken, is told by its number.
 ColumnNames FindColumnNames(TableData& table, const karta::TableShape* shape) {
-    int nameRow = IsRowOfNames(table, 1) ? 1 : 0;
+    const TableHead head(table, shape);
     ColumnNames names;
-    names.firstDataRow = nameRow + 1;
-    if (shape != nullptr && shape->isKnown) {
-        nameRow = shape->nameRow;
-        names.firstDataRow = std::max(shape->firstDataRow, nameRow + 1);
-    }
+    names.firstDataRow = head.GetFirstDataRow();
     std::set<std::string> taken;
     for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
         const std::string number = std::to_string(col);
-        std::string name = nameRow == 0 ? std::string() : AsUtf8(table.GetString(col, nameRow));
+        std::string name = head.NameOf(col);
         if (name.empty()) {
             name = "column " + number;
         }

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <iostream>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -25,6 +26,7 @@
 #include "tools/Interrupt.h"
 #include "tools/Json.h"
 #include "tools/OptionsRecord.h"
+#include "tools/PageOpener.h"
 #include "tools/ReadRequest.h"
 #include "tools/Sandbox.h"
 #include "tools/TerminalText.h"
@@ -40,6 +42,7 @@ Reads spectra, chromatograms, workbooks, process logs and plain tables into one 
     karta-import detect  FILE...               every format's verdict on a file, and the choice
     karta-import info    FILE...               format, size, sheets or blocks or matrices, notes
     karta-import show    FILE...               the head of the table, aligned
+    karta-import view    FILE...               a page with an interactive plot, in the browser
     karta-import convert FILE... -o OUT        the table as CSV, TSV, JSON lines, text, DIF or MAT
     karta-import trace   FILE...               every call between reader and sink, one a line
 
@@ -64,6 +67,7 @@ struct CommandLine {
     bool sandbox = true;
     int rows = 20;
     ConvertRequest convert;
+    ViewRequest view;
 };
 
 void AddFiles(CLI::App* verb, CommandLine& line) {
@@ -266,6 +270,7 @@ void EnterSandbox(const CommandLine& line) {
     // Modules beside the program are looked for there.
     AddFoldersOf("/proc/self/exe", folders.readable);
     AddFoldersOf(line.convert.output, folders.writable);
+    AddFoldersOf(line.view.output, folders.writable);
     AddFoldersOf(request.saveOptionsFile, folders.writable);
     std::error_code unknown;
     folders.writable.push_back(std::filesystem::temp_directory_path(unknown).string());
@@ -275,11 +280,28 @@ void EnterSandbox(const CommandLine& line) {
     }
 }
 
+// A picture has no place but a file; a page may also be opened at once.
+void CheckPicture(const ViewRequest& view) {
+    if (view.svg && view.output.empty()) {
+        throw Failure("--svg wants -o, which names the file to write; - is standard output", ExitUsage);
+    }
+}
+
 int RunVerb(CLI::App& app, CommandLine& line) {
     const bool isTrace = app.got_subcommand("trace");
     line.request.reading =
         OptionsRecord::ReadingOf(line.request, isTrace ? karta::Reading::Classic : karta::Reading::Complete);
+    std::optional<PageOpener> opener;
+    if (app.got_subcommand("view")) {
+        CheckPicture(line.view);
+        if (line.view.output.empty()) {
+            opener.emplace();
+        }
+    }
     EnterSandbox(line);
+    if (app.got_subcommand("view")) {
+        return RunView(line.request, line.view, opener ? &*opener : nullptr);
+    }
     if (app.got_subcommand("formats")) {
         return RunFormats(line.request, line.json);
     }
@@ -327,6 +349,12 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
     show->add_option_function<int>(
             "--rows", [&](int rows) { line.rows = CheckedRows(rows); }, "how many rows to show (20)")
         ->type_name("N");
+
+    CLI::App* view = app.add_subcommand("view", "a page with an interactive plot, for the browser");
+    AddReading(view, line);
+    view->add_option("-o,--output", line.view.output, "the page to write; without it the browser opens one")
+        ->type_name("PAGE");
+    view->add_flag("--svg", line.view.svg, "a picture for documents instead of the page");
 
     CLI::App* convert = app.add_subcommand("convert", "the table as CSV, TSV, JSON lines, text, DIF or MAT");
     AddReading(convert, line);

@@ -1,0 +1,235 @@
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/OutputFile.h"
+#include "base/PathNames.h"
+#include "base/TemporaryFile.h"
+#include "frame/FileContents.h"
+#include "tools/Commands.h"
+#include "tools/Failure.h"
+#include "tools/PageOpener.h"
+#include "tools/TableRead.h"
+#include "tools/ViewPage.h"
+#include "tools/ViewSvg.h"
+
+namespace {
+
+// More tabs aren't found their way through; --part shows any other.
+constexpr std::size_t MostTabs = 30;
+
+/** A selection that is read at once, and what is known before its tables are read. */
+struct Source {
+    ReadRequest request;
+    ViewSubject subject;
+    std::vector<FileContents::Part> parts;
+};
+
+// Parts that are tables of their own. Spectra and blocks stand in one table with each other.
+bool IsTable(const FileContents::Part& part) {
+    return part.kind != "spectrum" && part.kind != "block";
+}
+
+bool ChoosesPart(const ReadRequest& request) {
+    return !request.part.empty() || !request.sheets.empty() || !request.matrix.empty() ||
+           !request.blocks.empty();
+}
+
+std::string TitleOf(const ReadRequest& request) {
+    const std::string first = NvGetFileName(request.files.front());
+    return request.files.size() == 1 ? first
+                                     : first + " and " + std::to_string(request.files.size() - 1) + " more";
+}
+
+Source Examine(const ReadRequest& request) {
+    Source source{request, {TitleOf(request), request.files.front(), "", "", {}}, {}};
+    const ChosenFormat chosen = ChooseFormat(request);
+    source.subject.format = chosen.GetName();
+    source.subject.reason = chosen.reason;
+    OptionsRecord options = MakeOptions(*chosen.formats, chosen.format, request);
+    const auto reader = MakeReader(*chosen.formats, chosen.format, request);
+    reader->Open(true, request.Selection().c_str(), options.Get());
+    if (auto* contents = dynamic_cast<FileContents*>(reader.get());
+        contents != nullptr && reader->GetStatus() == SpreadsheetFile::StatusOk) {
+        source.subject.facts = contents->ListFacts();
+        source.parts = contents->ListParts();
+    }
+    return source;
+}
+
+// Whether they are all of one format that can read them as one table.
+bool AreOneSelection(const ReadRequest& request) {
+    try {
+        const std::string format = ChooseFormat(request).GetName();
+        return std::all_of(request.files.begin() + 1, request.files.end(), [&](const std::string& file) {
+            ReadRequest one = request;
+            one.files = {file};
+            return ChooseFormat(one).GetName() == format;
+        });
+    } catch (const Failure& failure) {
+        if (failure.GetStatus() != ExitFailed) {
+            throw;
+        }
+        return false;
+    }
+}
+
+// One selection where the format can, as everywhere; else each file by itself.
+std::vector<ReadRequest> Selections(const ReadRequest& request) {
+    if (request.files.size() == 1 || AreOneSelection(request)) {
+        return {request};
+    }
+    std::vector<ReadRequest> selections;
+    for (const std::string& file : request.files) {
+        selections.push_back(request);
+        selections.back().files = {file};
+    }
+    return selections;
+}
+
+// A request for each table of a source, with the title of its tab.
+std::vector<std::pair<ReadRequest, std::string>> TablesOf(const Source& source, bool isAlone) {
+    const std::string file = isAlone ? "" : source.subject.title;
+    const auto count = std::count_if(source.parts.begin(), source.parts.end(), IsTable);
+    if (count < 2 || ChoosesPart(source.request)) {
+        return {{source.request, source.subject.title}};
+    }
+    std::vector<std::pair<ReadRequest, std::string>> tables;
+    for (std::size_t i = 0; i < source.parts.size() && tables.size() < MostTabs; ++i) {
+        const FileContents::Part& part = source.parts[i];
+        if (IsTable(part)) {
+            ReadRequest request = source.request;
+            request.part = std::to_string(i + 1);
+            std::string title = part.name.empty() ? part.kind + " " + std::to_string(i + 1) : part.name;
+            title += part.hidden ? " (hidden)" : "";
+            tables.emplace_back(std::move(request), file.empty() ? title : file + ": " + title);
+        }
+    }
+    return tables;
+}
+
+/** Gathers what becomes of each table: the page, or the first picture that can be drawn. */
+class Viewer {
+public:
+    Viewer(const ReadRequest& wanted, bool isPicture)
+        : drawsSvg(isPicture), page(TitleOf(wanted), SubtitleOf(wanted)) {}
+
+    void Add(const ReadRequest& selection, bool isAlone) {
+        Source source;
+        try {
+            source = Examine(selection);
+        } catch (const Failure& failure) {
+            AddFailure({TitleOf(selection), selection.files.front(), "none", "see above", {}}, failure);
+            return;
+        }
+        for (const auto& [request, title] : TablesOf(source, isAlone)) {
+            ViewSubject subject = source.subject;
+            subject.title = title;
+            AddTable(request, subject);
+        }
+    }
+
+    /** The page or picture. Raises Failure where no table could be had. */
+    std::string Finish() {
+        if (shown == 0 && failure) {
+            throw *failure;
+        }
+        if (drawsSvg) {
+            if (!svg) {
+                throw Failure("there is nothing to draw: no table has curves or columns of numbers");
+            }
+            return *svg;
+        }
+        return page.Finish();
+    }
+
+    bool HasFailures() const { return failure.has_value(); }
+
+private:
+    static std::string SubtitleOf(const ReadRequest& request) {
+        std::string names;
+        for (const std::string& file : request.files) {
+            names += (names.empty() ? "" : ", ") + file;
+        }
+        return names;
+    }
+
+    void AddTable(const ReadRequest& request, const ViewSubject& subject) {
+        if (svg) {
+            return;
+        }
+        try {
+            TableRead read;
+            ReadTable(request, read);
+            ++shown;
+            if (drawsSvg) {
+                svg = DrawSvg(read, subject.title, ViewPage::IsRaman(subject));
+            } else {
+                page.Add(subject, read);
+            }
+        } catch (const Failure& reason) {
+            AddFailure(subject, reason);
+        }
+    }
+
+    void AddFailure(const ViewSubject& subject, const Failure& reason) {
+        if (reason.GetStatus() != ExitFailed) {
+            throw reason;
+        }
+        failure = failure ? failure : reason;
+        page.AddFailure(subject, reason.what());
+        std::cerr << "karta-import: " << reason.what() << '\n';
+    }
+
+    bool drawsSvg;
+    ViewPage page;
+    std::size_t shown = 0;
+    std::optional<std::string> svg;
+    std::optional<Failure> failure;
+};
+
+void Save(const std::string& text, const std::string& output) {
+    OutputFile file(output);
+    file.Write(text);
+    if (!file.Commit()) {
+        throw Failure(output + ": could not be written: " + std::strerror(file.GetError()));
+    }
+}
+
+// Of its own name, so that the browser's tab tells it; only its owner can read it.
+std::string TemporaryPage(const ReadRequest& request) {
+    const std::string folder = MakeTemporaryFolder("karta-import-view-");
+    if (folder.empty()) {
+        throw Failure("no temporary folder can be made");
+    }
+    return folder + "/" + NvGetFileName(request.files.front()) + ".html";
+}
+
+}  // namespace
+
+int RunView(const ReadRequest& request, const ViewRequest& wanted, PageOpener* opener) {
+    const std::vector<ReadRequest> selections = Selections(request);
+    Viewer viewer(request, wanted.svg);
+    for (const ReadRequest& selection : selections) {
+        viewer.Add(selection, selections.size() == 1);
+    }
+    const std::string text = viewer.Finish();
+    if (wanted.output == "-") {
+        std::cout << text;
+    } else if (!wanted.output.empty()) {
+        Save(text, wanted.output);
+    } else {
+        const std::string path = TemporaryPage(request);
+        Save(text, path);
+        std::cout << path << '\n';
+        if (opener != nullptr) {
+            opener->Open(path);
+        }
+    }
+    return viewer.HasFailures() ? ExitFailed : ExitSuccess;
+}
