@@ -17,7 +17,7 @@ karta_format(spreadsheet/Excel2007File spreadsheet/BinaryBook spreadsheet/Book s
              spreadsheet/WorkbookPart spreadsheet/XmlBook CASES xlsx xlsb)
 karta_format(spreadsheet/LotusFile CASES lotus)
 karta_format(instrument/USDBase instrument/USDOptions) # what the readers of spectra on one axis share
-karta_format(instrument/SpectrumTable instrument/AxisSelection) # their table in the complete reading
+karta_format(instrument/SpectrumTable instrument/AxisSelection instrument/SpectrumTexts) # their table and texts in the complete reading
 karta_format(instrument/GalacticSPCFile instrument/SPCContents instrument/SPCDate instrument/SPCHeader instrument/SPCTable
              instrument/SPCUnits CASES spc)
 karta_format(instrument/JCAMPFile instrument/JCAMPDecoder instrument/JCAMPDocument instrument/JCAMPInterPolate

@@ -10,7 +10,6 @@
 #include "base/DateText.h"
 #include "base/FileHandle.h"
 #include "base/NumberFormat.h"
-#include "base/Unicode.h"
 #include "frame/CellOutput.h"
 #include "frame/CompleteOptions.h"
 #include "frame/FormatRecogniser.h"
@@ -199,7 +198,9 @@ int BrimroseFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* 
 
 // Which observations are to be read. A file that is cut has those before the cut.
 int BrimroseFile::OpenObservations(const NvImportOpenOptions* options) {
+    texts.Choose(options, *GetContext());
     const std::vector<Part> parts = ListParts();
+    texts.AddNote("the file", *GetContext());
     chosen.clear();
     if (const auto part = CompleteOptions(options).GetText(CompleteOptions::Part)) {
         const auto places = FindParts(parts, *part);
@@ -314,7 +315,7 @@ std::vector<FileContents::Part> BrimroseFile::ListParts() {
     }
     while (static_cast<int>(parts.size()) < numObservations && ReadSubHeader() && ReadDataSection()) {
         const int number = static_cast<int>(parts.size()) + 1;
-        parts.push_back({"spectrum", IsComplete() ? AsUtf8(sampleName) : sampleName, number,
+        parts.push_back({"spectrum", IsComplete() ? texts.ToUtf8(sampleName) : sampleName, number,
                          static_cast<int>(numPoints), 1, false,
                          IsComplete() ? FormatDateTime(std::int64_t{time} * 1'000'000) : dateText});
     }

@@ -10,6 +10,7 @@
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
+#include "instrument/SpectrumTexts.h"
 
 /**
  * The data files of Brimrose AOTF spectrometers (.dat): a main header of 512 bytes with the axis and two
@@ -78,6 +79,7 @@ private:
     std::string sampleName;
     std::string dateText;
     ByteCursor values;
+    SpectrumTexts texts;  // the complete reading's
 };
 
 class KARTA_EXPORT BrimroseFileFactory : public SprFileFactory {

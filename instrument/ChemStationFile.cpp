@@ -7,7 +7,6 @@
 #include "base/NumberFormat.h"
 #include "base/NumberParser.h"
 #include "base/PathNames.h"
-#include "frame/CompleteOptions.h"
 #include "frame/FormatRecogniser.h"
 #include "host/NvFile.h"
 
@@ -232,8 +231,7 @@ int ChemStationFile::OpenParts(const std::vector<std::string>& paths, const NvIm
         status = StatusSizeFailed;
         return status;
     }
-    const auto part = CompleteOptions(options).GetText(CompleteOptions::Part);
-    if (!parts.Open(paths, part, *GetContext())) {
+    if (!parts.Open(paths, options, *GetContext())) {
         failureText = parts.GetFailure();
         status = StatusNotChemStation;
         return status;

@@ -42,20 +42,22 @@ private:
 }  // namespace
 
 // A file that can't be read costs that file, unless it is the only one.
-bool ChemStationParts::Open(const std::vector<std::string>& paths, const std::optional<std::string>& wanted,
+bool ChemStationParts::Open(const std::vector<std::string>& paths, const NvImportOpenOptions* options,
                             karta::ReadContext& context) {
     Clear();
+    texts.Choose(options, context);
     for (const std::string& path : paths) {
         context.ThrowIfStopped();
         const MappedFile file(path.c_str());
         ChemStationSignal signal;
         std::string reason;
-        if (!file.IsOpen() || !signal.Open(path, ByteCursor(file.GetBytes()), reason)) {
+        if (!file.IsOpen() || !signal.Open(path, ByteCursor(file.GetBytes()), texts, reason)) {
             reason = file.IsOpen() ? reason : "Unable to open file " + path + ".";
             failure = failure.empty() ? reason : failure;
             context.notes.Add({"unread-file", 1, NvGetFileName(path), reason.substr(0, reason.size() - 1)});
             continue;
         }
+        texts.AddNote(NvGetFileName(path), context);
         for (const karta::Note& note : signal.notes) {
             context.notes.Add(note);
         }
@@ -65,7 +67,7 @@ bool ChemStationParts::Open(const std::vector<std::string>& paths, const std::op
         return false;
     }
     NameApart();
-    return Choose(wanted, context);
+    return Choose(CompleteOptions(options).GetText(CompleteOptions::Part), context);
 }
 
 // Signals of one name are told by their files.
@@ -247,7 +249,7 @@ std::vector<FileContents::Part> ChemStationParts::ListParts() const {
     return parts;
 }
 
-std::vector<FileContents::Fact> ChemStationParts::ListFacts() const {
+std::vector<FileContents::Fact> ChemStationParts::ListFacts() {
     if (tables.empty()) {
         return {};
     }
@@ -264,7 +266,7 @@ std::vector<FileContents::Fact> ChemStationParts::ListFacts() const {
         facts.emplace_back("Y unit", signal.unit);
     }
     const MappedFile file(signal.path.c_str());
-    auto header = ChemStationSignal::ListFacts(ByteCursor(file.GetBytes()));
+    auto header = ChemStationSignal::ListFacts(ByteCursor(file.GetBytes()), texts);
     std::move(header.begin(), header.end(), std::back_inserter(facts));
     return facts;
 }

@@ -18,8 +18,11 @@
  */
 class ChemStationParts {
 public:
-    /** `wanted` names the parts of the table. False with the reason in the failure text. */
-    bool Open(const std::vector<std::string>& paths, const std::optional<std::string>& wanted,
+    /**
+     * The key Part names the parts of the table. False with the reason in the failure text. Raises
+     * std::ios_base::failure for options that are cut short.
+     */
+    bool Open(const std::vector<std::string>& paths, const NvImportOpenOptions* options,
               karta::ReadContext& context);
     void Clear();
     void Read(ReadSpreadSheetData& sink, karta::ReadContext& context) const;
@@ -28,7 +31,7 @@ public:
     int GetNumCols() const;
     const std::string& GetFailure() const { return failure; }
     std::vector<FileContents::Part> ListParts() const;
-    std::vector<FileContents::Fact> ListFacts() const;
+    std::vector<FileContents::Fact> ListFacts();
 
 private:
     /** Files that share their heads; places in `signals`. */
@@ -46,4 +49,5 @@ private:
     std::vector<ChemStationSignal> signals;
     std::vector<Table> tables;
     std::string failure;
+    SpectrumTexts texts;
 };

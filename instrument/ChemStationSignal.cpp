@@ -8,7 +8,6 @@
 #include "base/DateText.h"
 #include "base/NumberParser.h"
 #include "base/PathNames.h"
-#include "base/Unicode.h"
 
 namespace {
 
@@ -17,6 +16,13 @@ using Fact = FileContents::Fact;
 
 constexpr double TimeUnits = 1000.0;      // in 1 s
 constexpr double WavelengthUnits = 20.0;  // in 1 nm
+
+// Of spectra as OpenLab writes them: what stands in a record in front of the values.
+constexpr std::string_view OpenLabType = "OL";
+constexpr std::uint64_t PlainHeadSize = 22;
+
+// Where the doubles of a chromatogram begin, whatever the header says.
+constexpr std::uint64_t DoublesOffset = 0x1800;
 
 // Behind this mark of second differences stand 6 bytes that replace the value.
 constexpr std::int16_t ReplacementMark = 0x7fff;
@@ -44,14 +50,21 @@ Encoding EncodingOf(int version) {
     }
 }
 
-std::string ReadField(ByteCursor& stream, const ChemStationLayout& layout, std::uint64_t position) {
-    return position == 0 ? std::string() : AsUtf8(ReadChemStationText(stream, position, layout.wide));
+std::string ReadField(ByteCursor& stream, const ChemStationLayout& layout, std::uint64_t position,
+                      SpectrumTexts& texts) {
+    if (position == 0) {
+        return {};
+    }
+    const std::string text = ReadChemStationText(stream, position, layout.wide);
+    return layout.wide ? text : texts.ToUtf8(text);
 }
 
 // Some writers leave the signal's own field empty; the technique then stands for it.
-std::string ReadSignalName(ByteCursor& stream, const ChemStationLayout& layout, bool isSpectra) {
-    const std::string name = ReadField(stream, layout, isSpectra ? layout.spectraSignal : layout.signal);
-    return name.empty() ? ReadField(stream, layout, layout.technique) : name;
+std::string ReadSignalName(ByteCursor& stream, const ChemStationLayout& layout, bool isSpectra,
+                           SpectrumTexts& texts) {
+    const std::string name =
+        ReadField(stream, layout, isSpectra ? layout.spectraSignal : layout.signal, texts);
+    return name.empty() ? ReadField(stream, layout, layout.technique, texts) : name;
 }
 
 std::int32_t ReadBigInt(ByteCursor& stream, std::uint64_t position) {
@@ -87,24 +100,37 @@ private:
     std::vector<Fact> facts;
 };
 
-// "DAD1 A, Sig=273,4 Ref=off": the wavelength and its bandwidth.
-void AddWavelength(FactList& facts, const std::string& signal) {
-    constexpr std::string_view Mark = "Sig=";
-    const std::size_t found = signal.find(Mark);
-    if (found == std::string::npos) {
-        return;
-    }
-    std::string_view text = std::string_view(signal).substr(found + Mark.size());
-    double wavelength = 0;
-    const std::size_t length = ParseDouble(text, wavelength);
-    if (length == 0) {
-        return;
-    }
-    facts.AddNumber("wavelength", wavelength, "nm");
-    text.remove_prefix(length);
-    double bandwidth = 0;
-    if (text.starts_with(",") && ParseDouble(text.substr(1), bandwidth) > 0) {
-        facts.AddNumber("bandwidth", bandwidth, "nm");
+/** What a signal's name says of its light, and the facts that this makes. */
+struct LightClause {
+    std::string_view mark;
+    const char* wavelength;
+    const char* bandwidth; /**< null where none follows */
+};
+
+constexpr LightClause LightClauses[] = {{"Sig=", "wavelength", "bandwidth"},
+                                        {"Wavelength=", "wavelength", nullptr},
+                                        {"Ref=", "reference wavelength", "reference bandwidth"},
+                                        {"Ex=", "excitation wavelength", nullptr},
+                                        {"Em=", "emission wavelength", nullptr}};
+
+// "DAD1 A, Sig=273,4 Ref=off": each wavelength and its bandwidth.
+void AddWavelengths(FactList& facts, const std::string& signal) {
+    for (const LightClause& clause : LightClauses) {
+        const std::size_t found = signal.find(clause.mark);
+        if (found == std::string::npos) {
+            continue;
+        }
+        std::string_view text = std::string_view(signal).substr(found + clause.mark.size());
+        double number = 0;
+        const std::size_t length = ParseDouble(text, number);
+        if (length == 0) {
+            continue;
+        }
+        facts.AddNumber(clause.wavelength, number, "nm");
+        text.remove_prefix(length);
+        if (clause.bandwidth != nullptr && text.starts_with(",") && ParseDouble(text.substr(1), number) > 0) {
+            facts.AddNumber(clause.bandwidth, number, "nm");
+        }
     }
 }
 
@@ -122,7 +148,8 @@ int PointsOf(const SpectrumRecord& record) {
 
 }  // namespace
 
-bool ChemStationSignal::Open(const std::string& filePath, ByteCursor bytes, std::string& failure) {
+bool ChemStationSignal::Open(const std::string& filePath, ByteCursor bytes, SpectrumTexts& texts,
+                             std::string& failure) {
     path = filePath;
     ByteCursor stream = bytes;
     version = ReadChemStationVersion(stream);
@@ -138,20 +165,24 @@ bool ChemStationSignal::Open(const std::string& filePath, ByteCursor bytes, std:
         return false;
     }
     const std::int32_t dataStart = ReadBigInt(stream, Field::DataStart);
-    if (dataStart < 1) {
+    if (dataStart < 1 && encoding != Encoding::Doubles) {
         failure = path + " is a ChemStation file whose header doesn't tell where its values begin.";
         return false;
     }
     isSpectra = encoding == Encoding::Spectra;
-    sample = ReadField(stream, layout, layout.sampleName);
-    date = ReadField(stream, layout, layout.date);
-    signal = ReadSignalName(stream, layout, isSpectra);
+    sample = ReadField(stream, layout, layout.sampleName, texts);
+    date = ReadField(stream, layout, layout.date, texts);
+    signal = ReadSignalName(stream, layout, isSpectra, texts);
     name = signal.empty() ? NvGetFileName(path) : signal;
-    firstRecord = ChemStationDataOffset(dataStart);
+    firstRecord = encoding == Encoding::Doubles ? DoublesOffset : ChemStationDataOffset(dataStart);
     if (isSpectra) {
-        return OpenSpectra(stream, layout, failure);
+        if (!OpenSpectra(stream, layout, texts)) {
+            failure = path + " holds no spectrum that can be read.";
+            return false;
+        }
+        return true;
     }
-    OpenChromatogram(stream, layout, firstRecord);
+    OpenChromatogram(stream, layout, texts);
     if (values.empty()) {
         failure = path + " is a ChemStation file without a value.";
         return false;
@@ -160,14 +191,14 @@ bool ChemStationSignal::Open(const std::string& filePath, ByteCursor bytes, std:
 }
 
 void ChemStationSignal::OpenChromatogram(ByteCursor stream, const ChemStationLayout& layout,
-                                         std::uint64_t dataOffset) {
+                                         SpectrumTexts& texts) {
     const Encoding encoding = EncodingOf(version);
-    unit = ReadField(stream, layout, layout.unit);
+    unit = ReadField(stream, layout, layout.unit, texts);
     scale = ReadBigDouble(stream, layout.scale);
     const double offset = ReadBigDouble(stream, layout.offset);
     start = ReadTime(stream, Field::Start, encoding != Encoding::Runs);
     end = ReadTime(stream, Field::End, encoding != Encoding::Runs);
-    stream.Seek(dataOffset);
+    stream.Seek(firstRecord);
     if (encoding == Encoding::Runs) {
         DecodeRuns(stream);
     } else if (encoding == Encoding::SecondDifferences) {
@@ -237,20 +268,27 @@ void ChemStationSignal::DecodeDoubles(ByteCursor stream) {
     }
 }
 
-// The records of the first one's axis, as far as the file holds them whole. A record that doesn't reach
-// behind its own head would lead the walk around for ever.
 bool ChemStationSignal::OpenSpectra(ByteCursor stream, const ChemStationLayout& layout,
-                                    std::string& failure) {
-    const std::string fileType = ReadField(stream, layout, layout.fileType);
-    if (fileType.starts_with("OL")) {
-        failure = path + " holds spectra as OpenLab writes them (" + fileType + "), which can't be read.";
-        return false;
-    }
+                                    SpectrumTexts& texts) {
     if (ReadBigInt(stream, Field::Flag) == 0) {
-        unit = ReadField(stream, layout, layout.spectraUnit);
+        unit = ReadField(stream, layout, layout.spectraUnit, texts);
         scale = ReadBigDouble(stream, layout.spectraScale);
     }
     const std::int32_t promised = std::max(ReadBigInt(stream, Field::NumRecords), 0);
+    arePlain = ReadField(stream, layout, layout.fileType, texts).starts_with(OpenLabType);
+    if (arePlain) {
+        FindPlainRecords(stream, promised);
+    } else {
+        FindRecords(stream, promised);
+    }
+    start = axis.start / WavelengthUnits;
+    end = start + (numPoints - 1) * (axis.step / WavelengthUnits);
+    return numSpectra > 0 && numPoints > 0;
+}
+
+// The records of the first one's axis, as far as the file holds them whole. A record that doesn't reach
+// behind its own head would lead the walk around for ever.
+void ChemStationSignal::FindRecords(ByteCursor stream, int promised) {
     std::uint64_t position = firstRecord;
     int found = 0;
     for (; promised == 0 || found < promised; ++found) {
@@ -270,25 +308,41 @@ bool ChemStationSignal::OpenSpectra(ByteCursor stream, const ChemStationLayout& 
         numSpectra += record.HasAxisOf(axis) ? 1 : 0;
         position += length;
     }
-    if (found < promised) {
-        AddNote("cut-records", static_cast<std::uint64_t>(promised - found),
-                "the file holds " + std::to_string(found) + " of the " +
-                    karta::CountOf(static_cast<std::uint64_t>(promised), "spectrum", "spectra") +
-                    " that its header promises; they end at byte " + std::to_string(position));
-    }
+    NoteMissing(found, promised, position);
     if (numSpectra < found) {
         AddNote("other-axis", static_cast<std::uint64_t>(found - numSpectra),
                 karta::CountOf(static_cast<std::uint64_t>(found - numSpectra), "spectrum", "spectra") +
                     " on another axis than the first are not in this table");
     }
     numPoints = PointsOf(axis);
-    start = axis.start / WavelengthUnits;
-    end = start + (numPoints - 1) * (axis.step / WavelengthUnits);
-    if (numSpectra == 0 || numPoints == 0) {
-        failure = path + " holds no spectrum that can be read.";
-        return false;
+}
+
+// Records of one size, which the first one's axis tells.
+void ChemStationSignal::FindPlainRecords(ByteCursor stream, int promised) {
+    SpectrumRecord record;
+    if (!record.Read(stream, firstRecord) || PointsOf(record) == 0) {
+        return;
     }
-    return true;
+    axis = record;
+    numPoints = PointsOf(record);
+    const std::uint64_t size = GetPlainRecordSize();
+    const std::uint64_t held = (stream.GetSize() - firstRecord) / size;
+    const auto most = promised > 0 ? promised : std::numeric_limits<int>::max();
+    numSpectra = static_cast<int>(std::min<std::uint64_t>(held, static_cast<std::uint64_t>(most)));
+    NoteMissing(numSpectra, promised, firstRecord + static_cast<std::uint64_t>(numSpectra) * size);
+}
+
+std::uint64_t ChemStationSignal::GetPlainRecordSize() const {
+    return PlainHeadSize + static_cast<std::uint64_t>(numPoints) * sizeof(double);
+}
+
+void ChemStationSignal::NoteMissing(int found, int promised, std::uint64_t position) {
+    if (found < promised) {
+        AddNote("cut-records", static_cast<std::uint64_t>(promised - found),
+                "the file holds " + std::to_string(found) + " of the " +
+                    karta::CountOf(static_cast<std::uint64_t>(promised), "spectrum", "spectra") +
+                    " that its header promises; they end at byte " + std::to_string(position));
+    }
 }
 
 void ChemStationSignal::AddNote(const char* code, std::uint64_t count, std::string text) {
@@ -307,33 +361,33 @@ bool ChemStationSignal::HasAxisOf(const ChemStationSignal& other) const {
            end == other.end;
 }
 
-std::vector<Fact> ChemStationSignal::ListFacts(ByteCursor bytes) {
+std::vector<Fact> ChemStationSignal::ListFacts(ByteCursor bytes, SpectrumTexts& texts) {
     ByteCursor stream = bytes;
     const int version = ReadChemStationVersion(stream);
     const ChemStationLayout& layout = ChemStationLayout::Of(version);
     const bool isSpectra = EncodingOf(version) == Encoding::Spectra;
-    const std::string signal = ReadSignalName(stream, layout, isSpectra);
-    const std::string date = ReadField(stream, layout, layout.date);
+    const std::string signal = ReadSignalName(stream, layout, isSpectra, texts);
+    const std::string date = ReadField(stream, layout, layout.date, texts);
     const auto moment = ParseChemStationDate(date);
     FactList facts;
     facts.Add("signal", signal);
-    AddWavelength(facts, signal);
-    facts.Add("sample", ReadField(stream, layout, layout.sampleName));
-    facts.Add("description", ReadField(stream, layout, layout.description));
-    facts.Add("operator", ReadField(stream, layout, layout.operatorName));
+    AddWavelengths(facts, signal);
+    facts.Add("sample", ReadField(stream, layout, layout.sampleName, texts));
+    facts.Add("description", ReadField(stream, layout, layout.description, texts));
+    facts.Add("operator", ReadField(stream, layout, layout.operatorName, texts));
     facts.Add("date", moment ? FormatDateTime(*moment) : TidyChemStationDate(date));
     // A long text in the field before it runs over the method.
-    const std::string technique = ReadField(stream, layout, layout.technique);
+    const std::string technique = ReadField(stream, layout, layout.technique, texts);
     if (layout.wide || technique.size() < layout.method - layout.technique) {
-        facts.Add("method", ReadField(stream, layout, layout.method));
+        facts.Add("method", ReadField(stream, layout, layout.method, texts));
     }
-    facts.Add("detector", ReadField(stream, layout, layout.detector));
+    facts.Add("detector", ReadField(stream, layout, layout.detector, texts));
     facts.Add("technique", technique);
-    facts.Add("software", ReadField(stream, layout, layout.software));
+    facts.Add("software", ReadField(stream, layout, layout.software, texts));
     AddShort(facts, "sequence line", stream, Field::SequenceLine);
     AddShort(facts, "vial", stream, Field::Vial);
     AddShort(facts, "injection", stream, Field::Injection);
-    facts.Add("file type", ReadField(stream, layout, layout.fileType));
+    facts.Add("file type", ReadField(stream, layout, layout.fileType, texts));
     facts.AddNumber("version", version);
     return facts.Take();
 }
@@ -343,8 +397,29 @@ std::vector<Fact> ChemStationSignal::ListFacts(ByteCursor bytes) {
 ChemStationSpectra::ChemStationSpectra(const ChemStationSignal& opened, ByteCursor bytes)
     : signal(opened), stream(bytes), position(opened.firstRecord) {}
 
-// Each spectrum's running value begins at 0, whatever the one before ended with.
 bool ChemStationSpectra::Next(std::vector<double>& values) {
+    return signal.arePlain ? NextPlain(values) : NextOfDifferences(values);
+}
+
+bool ChemStationSpectra::NextPlain(std::vector<double>& values) {
+    if (spectrum == signal.numSpectra || !record.Read(stream, position)) {
+        return false;
+    }
+    ++spectrum;
+    stream.Seek(position + PlainHeadSize);
+    position += signal.GetPlainRecordSize();
+    values.resize(static_cast<std::size_t>(signal.numPoints));
+    if (!stream.ReadRun<double>(values)) {
+        values.clear();
+    }
+    for (double& value : values) {
+        value *= signal.scale;
+    }
+    return true;
+}
+
+// Each spectrum's running value begins at 0, whatever the one before ended with.
+bool ChemStationSpectra::NextOfDifferences(std::vector<double>& values) {
     do {
         if (spectrum == signal.numSpectra || !record.Read(stream, position)) {
             return false;

@@ -8,13 +8,15 @@
 #include "base/Note.h"
 #include "frame/FileContents.h"
 #include "instrument/ChemStationHeader.h"
+#include "instrument/SpectrumTexts.h"
 
 /**
  * One ChemStation file as the complete reading takes it: a chromatogram with its values, or the spectra of a
  * run, whose values are read a record at a time.
  *
  * Values of versions 8, 30, 108 and 130 are differences in runs, those of 81 and 181 second differences,
- * those of 179 doubles; versions 31 and 131 hold spectra.
+ * those of 179 doubles; versions 31 and 131 hold spectra: of differences, or, as OpenLab writes them, of
+ * doubles in records of one size.
  */
 struct ChemStationSignal {
     std::string path;
@@ -32,22 +34,28 @@ struct ChemStationSignal {
     std::vector<karta::Note> notes;
 
     int numSpectra = 0;
+    bool arePlain = false; /**< spectra of doubles, as OpenLab writes them */
     std::uint64_t firstRecord = 0;
     SpectrumRecord axis; /**< the first record */
     double scale = 1.0;
 
     /** False, with the reason in `failure`, for bytes that can't be read as such a file. */
-    bool Open(const std::string& filePath, ByteCursor bytes, std::string& failure);
+    bool Open(const std::string& filePath, ByteCursor bytes, SpectrumTexts& texts, std::string& failure);
 
     double GetX(int index) const;
+    /** Of plain spectra: how far it is from one record to the next. */
+    std::uint64_t GetPlainRecordSize() const;
     bool HasAxisOf(const ChemStationSignal& other) const;
 
     /** The texts and numbers of the header. */
-    static std::vector<FileContents::Fact> ListFacts(ByteCursor bytes);
+    static std::vector<FileContents::Fact> ListFacts(ByteCursor bytes, SpectrumTexts& texts);
 
 private:
-    void OpenChromatogram(ByteCursor stream, const ChemStationLayout& layout, std::uint64_t dataOffset);
-    bool OpenSpectra(ByteCursor stream, const ChemStationLayout& layout, std::string& failure);
+    void OpenChromatogram(ByteCursor stream, const ChemStationLayout& layout, SpectrumTexts& texts);
+    bool OpenSpectra(ByteCursor stream, const ChemStationLayout& layout, SpectrumTexts& texts);
+    void FindRecords(ByteCursor stream, int promised);
+    void FindPlainRecords(ByteCursor stream, int promised);
+    void NoteMissing(int found, int promised, std::uint64_t position);
     void DecodeRuns(ByteCursor stream);
     void DecodeSecondDifferences(ByteCursor stream);
     void DecodeDoubles(ByteCursor stream);
@@ -64,6 +72,9 @@ public:
     double GetTime() const;
 
 private:
+    bool NextPlain(std::vector<double>& values);
+    bool NextOfDifferences(std::vector<double>& values);
+
     const ChemStationSignal& signal;
     ByteCursor stream;
     std::uint64_t position;

@@ -162,14 +162,19 @@ void GalacticSPCFile::ForgetLastFiles() {
 int GalacticSPCFile::OpenComplete(const std::vector<std::string>& paths, NvImportOpenOptions* options) {
     status = WithinBudget(StatusNotSPC, [&] {
         complete = std::make_unique<SPCTable>(*GetContext());
-        for (const std::string& path : paths) {
-            GetContext()->ThrowIfStopped();
-            const int result = AddCompleteFile(path);
-            if (result != StatusOk) {
-                return result;
+        try {
+            complete->ChooseEncoding(options);
+            for (const std::string& path : paths) {
+                GetContext()->ThrowIfStopped();
+                const int result = AddCompleteFile(path);
+                if (result != StatusOk) {
+                    return result;
+                }
             }
+            return paths.empty() ? static_cast<int>(StatusNoFiles) : ChooseComplete(options);
+        } catch (const std::ios_base::failure&) {
+            return static_cast<int>(StatusOpenFailed);
         }
-        return paths.empty() ? static_cast<int>(StatusNoFiles) : ChooseComplete(options);
     });
     return status;
 }
@@ -181,9 +186,6 @@ int GalacticSPCFile::AddCompleteFile(const std::string& path) {
     }
     ByteCursor stream(file.GetBytes());
     const SPCLayout layout = FindSPCLayout(stream);
-    if (layout == SPCLayout::BigEndian) {
-        return StatusVersion;
-    }
     stream.Seek(0);
     if (layout == SPCLayout::Old && (stream.ReadU8() & OldUnevenFlag) != 0) {
         return StatusUneven;
@@ -193,22 +195,18 @@ int GalacticSPCFile::AddCompleteFile(const std::string& path) {
 }
 
 int GalacticSPCFile::ChooseComplete(NvImportOpenOptions* options) {
-    try {
-        const std::vector<double>* axis = complete->GetFirstAxis();
-        if (axis != nullptr && !axis->empty()) {
-            firstX = std::min(axis->front(), axis->back());
-            maxLastX = std::max(axis->front(), axis->back());
-        }
-        USDConstraints constraints;
-        GalacticSPCFile::GetUSDConstraints(&constraints);
-        if (HasOptions(options)) {
-            ReadUSDOptions(*options, constraints);
-        }
-        const std::optional<std::string> wanted = CompleteOptions(options).GetText(CompleteOptions::Part);
-        return complete->Choose(wanted, constraints) ? static_cast<int>(StatusOk) : StatusNoSuchPart;
-    } catch (const std::ios_base::failure&) {
-        return StatusOpenFailed;
+    const std::vector<double>* axis = complete->GetFirstAxis();
+    if (axis != nullptr && !axis->empty()) {
+        firstX = std::min(axis->front(), axis->back());
+        maxLastX = std::max(axis->front(), axis->back());
     }
+    USDConstraints constraints;
+    GalacticSPCFile::GetUSDConstraints(&constraints);
+    if (HasOptions(options)) {
+        ReadUSDOptions(*options, constraints);
+    }
+    const std::optional<std::string> wanted = CompleteOptions(options).GetText(CompleteOptions::Part);
+    return complete->Choose(wanted, constraints) ? static_cast<int>(StatusOk) : StatusNoSuchPart;
 }
 
 int GalacticSPCFile::ReadHeaderOf(const std::string& path) {
@@ -667,7 +665,7 @@ static GalacticSPCFileFactory galacticSPCFileFactory(1);
 static FormatRecogniser::Evidence RecogniseSPC(const char* path, std::string_view head) {
     ByteCursor stream({reinterpret_cast<const std::uint8_t*>(head.data()), head.size()});
     const SPCLayout layout = FindSPCLayout(stream);
-    if (layout != SPCLayout::New && layout != SPCLayout::Old) {
+    if (layout == SPCLayout::None) {
         return FormatRecogniser::Evidence::None;
     }
     const MappedFile file(path);

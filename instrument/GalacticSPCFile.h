@@ -42,8 +42,8 @@ struct SPCFileRecord {
  *
  * Options record: section Settings with the keys that USDBase tells.
  *
- * The layout of the file follows the publicly documented SPC headers. Two versions are refused: L, with the
- * other byte order, and files in which every sub-file has an X array of its own.
+ * The layout of the file follows the publicly documented SPC headers. The classic reading refuses version L,
+ * with the other byte order, and files in which every sub-file has an X array of its own.
  */
 class KARTA_EXPORT GalacticSPCFile : public FormatReader, public FileContents, public USDBase {
 public:

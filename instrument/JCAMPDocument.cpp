@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "base/NumberParser.h"
-#include "base/Unicode.h"
 #include "instrument/JCAMPLabels.h"
 #include "instrument/JCAMPStream.h"
+#include "instrument/SpectrumTexts.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ std::string_view JCAMPBlock::Find(std::string_view label) const {
     return found == records.rend() ? std::string_view() : std::string_view(found->value);
 }
 
-JCAMPDocument::JCAMPDocument(JCAMPStream& stream) {
+JCAMPDocument::JCAMPDocument(JCAMPStream& stream, SpectrumTexts& fileTexts) : texts(fileTexts) {
     std::string_view line;
     while (stream.ReadLine(line, lineNumber)) {
         if (lineNumber == 1 && line.starts_with(Utf8Mark)) {
@@ -110,15 +110,16 @@ void JCAMPDocument::CloseBlock() {
 
 void JCAMPDocument::TakeText(std::string_view line) {
     if (lastRecord != nullptr) {
-        lastRecord->value += (lastRecord->value.empty() ? "" : "\n") + AsUtf8(line);
+        lastRecord->value += (lastRecord->value.empty() ? "" : "\n") + texts.ToUtf8(line);
     }
 }
 
 void JCAMPDocument::TakeLabel(std::string_view line, JCAMPStream& stream) {
     const std::size_t equals = line.find('=');
     const std::string_view name = TrimSpace(line.substr(2, std::min(equals, line.size()) - 2));
-    JCAMPRecord record{NormalizedLabel(name), AsUtf8(name),
-                       equals == std::string_view::npos ? "" : AsUtf8(TrimSpace(line.substr(equals + 1)))};
+    JCAMPRecord record{
+        NormalizedLabel(name), texts.ToUtf8(name),
+        equals == std::string_view::npos ? "" : texts.ToUtf8(TrimSpace(line.substr(equals + 1)))};
     if (equals == std::string_view::npos) {
         notes.push_back({"label-without-value", 1, "line " + std::to_string(lineNumber),
                          "the label ##" + record.name + " on line " + std::to_string(lineNumber) +

@@ -9,6 +9,7 @@
 #include "base/Note.h"
 
 class JCAMPStream;
+class SpectrumTexts;
 
 /** A labelled record. */
 struct JCAMPRecord {
@@ -43,8 +44,8 @@ struct JCAMPBlock {
 /** The labels and blocks of one JCAMP-DX file; no data are decoded. */
 class JCAMPDocument {
 public:
-    /** Reads the whole stream. */
-    explicit JCAMPDocument(JCAMPStream& stream);
+    /** Reads the whole stream; both stay the caller's and are used only here. */
+    JCAMPDocument(JCAMPStream& stream, SpectrumTexts& texts);
 
     /** Whether the first label is one that a file begins with. */
     bool IsJCAMP() const { return isJCAMP; }
@@ -63,6 +64,7 @@ private:
     void NoteBlockCount();
     JCAMPBlock& Current() { return blocks[open.back()]; }
 
+    SpectrumTexts& texts;
     bool isJCAMP = false;
     int lineNumber = 0;
     std::vector<JCAMPBlock> blocks;

@@ -297,13 +297,14 @@ int JCAMPFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opt
 int JCAMPFile::OpenComplete(const std::vector<std::string>& paths, const NvImportOpenOptions* options) {
     status = WithinBudget(StatusSizeUnknown, [&] {
         complete = std::make_unique<JCAMPTable>(*GetContext());
-        for (const std::string& path : paths) {
-            const int code = complete->AddFile(path);
-            if (code != StatusOk) {
-                return code;
-            }
-        }
         try {
+            complete->ChooseEncoding(options);
+            for (const std::string& path : paths) {
+                const int code = complete->AddFile(path);
+                if (code != StatusOk) {
+                    return code;
+                }
+            }
             const std::optional<std::string> wanted = CompleteOptions(options).GetText(CompleteOptions::Part);
             const int code = complete->Choose(wanted);
             if (code != StatusOk && code != StatusNothingSelected) {

@@ -31,6 +31,7 @@ constexpr std::string_view PackedCharacters = "@ABCDFGHIabcdfghi%JKLMNOPQRjklmno
 constexpr unsigned int PackedKind = 1;
 constexpr unsigned int CommaKind = 2;
 constexpr unsigned int PointKind = 4;
+constexpr unsigned int ExponentKind = 8;
 
 constexpr std::array<std::uint8_t, 256> MakeCharacterKinds() {
     std::array<std::uint8_t, 256> kinds{};
@@ -39,6 +40,7 @@ constexpr std::array<std::uint8_t, 256> MakeCharacterKinds() {
     }
     kinds[','] = CommaKind;
     kinds['.'] = PointKind;
+    kinds['E'] = kinds['e'] = ExponentKind;
     return kinds;
 }
 
@@ -309,49 +311,53 @@ int JCAMPSpectra::Decode(const JCAMPDataTable& table, std::vector<JCAMPSpectrum>
     return JCAMPFile::StatusOk;
 }
 
-// How the numbers are written is told by the characters that are there.
-JCAMPSpectra::Notation JCAMPSpectra::FindNotation(const JCAMPDataTable& table, bool& mayBeDecimal) {
+// How the numbers are written is told by the characters that are there: the likeliest first, and what they
+// may be as well. Where commas stand and no point does, they may be decimal marks; an "E" may be the one
+// squeezed digit of a table.
+std::vector<JCAMPSpectra::Notation> JCAMPSpectra::FindNotations(const JCAMPDataTable& table) {
     stream.Seek(table.position);
     std::string_view line;
     int lineNumber = 0;
-    bool isPacked = false;
     unsigned int kinds = 0;
-    while (!isPacked && stream.ReadLine(line, lineNumber)) {
+    while ((kinds & PackedKind) == 0 && stream.ReadLine(line, lineNumber)) {
         line = TrimSpace(line);
         if (line.starts_with('#')) {
             break;
         }
         for (const char c : line) {
-            const unsigned int kind = CharacterKinds[static_cast<unsigned char>(c)];
-            kinds |= kind;
+            kinds |= CharacterKinds[static_cast<unsigned char>(c)];
         }
-        isPacked = (kinds & PackedKind) != 0;
     }
-    const bool hasComma = (kinds & CommaKind) != 0;
-    const bool hasPoint = (kinds & PointKind) != 0;
-    mayBeDecimal = hasComma && !hasPoint && !isPacked;
-    return {.commaSeparates = true, .plainExponents = !isPacked};
+    const bool isPacked = (kinds & PackedKind) != 0;
+    std::vector<Notation> notations{{.commaSeparates = true, .plainExponents = !isPacked}};
+    if (!isPacked && (kinds & CommaKind) != 0 && (kinds & PointKind) == 0) {
+        notations.push_back({.commaSeparates = false, .plainExponents = true});
+    }
+    if (!isPacked && (kinds & ExponentKind) != 0) {
+        notations.push_back({.commaSeparates = true, .plainExponents = false});
+    }
+    return notations;
 }
 
-// Where commas stand and no point does, they may be decimal marks: they are where the count then fits.
+// The count of the values tells which of several notations it is.
 JCAMPSpectra::Decoded JCAMPSpectra::DecodeTable(const JCAMPDataTable& table, const Form& form,
                                                 const JCAMPVariable& x) {
-    bool mayBeDecimal = false;
-    Notation notation = FindNotation(table, mayBeDecimal);
-    Decoded separated = DecodeAs(table, form, notation);
-    if (!mayBeDecimal) {
-        return separated;
-    }
     const auto fits = [&](const Decoded& decoded) {
         return decoded.code == JCAMPFile::StatusOk && !decoded.columns.empty() &&
                decoded.columns.front().size() == static_cast<std::size_t>(std::max(x.points, 0));
     };
-    if (fits(separated)) {
-        return separated;
+    const std::vector<Notation> notations = FindNotations(table);
+    Decoded likeliest = DecodeAs(table, form, notations.front());
+    if (notations.size() == 1 || fits(likeliest)) {
+        return likeliest;
     }
-    notation.commaSeparates = false;
-    Decoded decimal = DecodeAs(table, form, notation);
-    return fits(decimal) ? decimal : separated;
+    for (std::size_t i = 1; i < notations.size(); ++i) {
+        Decoded other = DecodeAs(table, form, notations[i]);
+        if (fits(other)) {
+            return other;
+        }
+    }
+    return likeliest;
 }
 
 JCAMPSpectra::Decoded JCAMPSpectra::DecodeAs(const JCAMPDataTable& table, const Form& form,

@@ -83,7 +83,7 @@ private:
     Form ParseForm(const JCAMPDataTable& table) const;
     JCAMPVariable MakeVariable(const std::string& symbol, const JCAMPDataTable& table) const;
     JCAMPVariable MakeTupleVariable(const std::string& symbol, const JCAMPDataTable& table) const;
-    Notation FindNotation(const JCAMPDataTable& table, bool& mayBeDecimal);
+    std::vector<Notation> FindNotations(const JCAMPDataTable& table);
     Decoded DecodeTable(const JCAMPDataTable& table, const Form& form, const JCAMPVariable& x);
     Decoded DecodeAs(const JCAMPDataTable& table, const Form& form, const Notation& notation);
     void DecodeOrdinates(const JCAMPDataTable& table, const Notation& notation, Decoded& decoded);

@@ -34,6 +34,9 @@ constexpr double DaysTo1970 = 25569.0;
 constexpr double MicrosecondsOfADay = 86400e6;
 constexpr double MicrosecondsOfASecond = 1e6;
 
+// In place of a unit: the fact has that of X.
+constexpr const char* UnitOfX = nullptr;
+
 /** A label that is a fact of its own name and unit. */
 struct KnownFact {
     std::string_view label;
@@ -46,7 +49,7 @@ constexpr KnownFact KnownFacts[] = {{"SPECTROMETER/DATASYSTEM", "instrument", ""
                                     {"OPERATOR", "operator", ""},
                                     {"OWNER", "owner", ""},
                                     {"ORIGIN", "origin", ""},
-                                    {"RESOLUTION", "resolution", ""},
+                                    {"RESOLUTION", "resolution", UnitOfX},
                                     {"SAMPLEDESCRIPTION", "sample", ""},
                                     {"NAMES", "names", ""},
                                     {"TEMPERATURE", "temperature", "°C"},
@@ -58,6 +61,10 @@ constexpr KnownFact KnownFacts[] = {{"SPECTROMETER/DATASYSTEM", "instrument", ""
                                     {".IONIZATIONENERGY", "ionization energy", "eV"},
                                     {".FIELD", "field", "T"},
                                     {".ACQUISITIONTIME", "acquisition time", "s"}};
+
+std::string UnitOf(const KnownFact& fact, const JCAMPSpectrum& spectrum) {
+    return fact.unit == UnitOfX ? spectrum.x.units : fact.unit;
+}
 
 // Labels that the table or other facts tell already.
 bool IsTold(std::string_view label) {
@@ -178,11 +185,12 @@ int JCAMPTable::AddFile(const std::string& path) {
         return JCAMPFile::StatusCannotOpen;
     }
     context.budget.AddInput(stream.GetSize());
-    const JCAMPDocument document(stream);
+    const JCAMPDocument document(stream, texts);
     if (!document.IsJCAMP()) {
         return JCAMPFile::StatusNotJCAMP;
     }
     const std::string file = NvGetFileName(path);
+    texts.AddNote(file, context);
     for (const karta::Note& note : document.GetNotes()) {
         AddNote(note);
     }
@@ -580,7 +588,7 @@ std::vector<FileContents::Fact> JCAMPTable::ListFacts() const {
         const std::string name = isKnown ? known->name : record.name;
         double number = 0.0;
         if (ParseDouble(record.value, number) == record.value.size()) {
-            facts.emplace_back(name, number, isKnown ? known->unit : "");
+            facts.emplace_back(name, number, isKnown ? UnitOf(*known, first) : "");
         } else {
             facts.emplace_back(name, record.value);
         }

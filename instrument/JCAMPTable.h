@@ -12,6 +12,7 @@
 #include "instrument/JCAMPDocument.h"
 #include "instrument/JCAMPSpectra.h"
 #include "instrument/SpectrumTable.h"
+#include "instrument/SpectrumTexts.h"
 
 /**
  * The complete reading of a selection of JCAMP-DX files: their blocks as parts, those of the table as rows.
@@ -23,6 +24,8 @@ class JCAMPTable {
 public:
     explicit JCAMPTable(karta::ReadContext& readContext) : context(readContext) {}
 
+    /** Before the first file. Raises std::ios_base::failure for options that are cut short. */
+    void ChooseEncoding(const NvImportOpenOptions* options) { texts.Choose(options, context); }
     /** Reads one more file. Returns one of JCAMPFile's codes. */
     int AddFile(const std::string& path);
     /** Decides what the table is. Returns one of JCAMPFile's codes. */
@@ -66,6 +69,7 @@ private:
     std::string NameOf(const Block& block) const;
 
     karta::ReadContext& context;
+    SpectrumTexts texts;
     std::size_t numFiles = 0;
     std::size_t numNotes = 0;
     std::vector<Block> blocks;

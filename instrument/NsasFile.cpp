@@ -206,14 +206,15 @@ int NsasFile::OpenSpectra(const NvImportOpenOptions* options) {
     if (cnStream.file.IsOpen()) {
         companion = cnStream.file.GetBytes();
     }
-    const auto part = CompleteOptions(options).GetText(CompleteOptions::Part);
-    switch (spectra.Open(daStream.file.GetBytes(), companion, part, *GetContext())) {
+    switch (spectra.Open(daStream.file.GetBytes(), companion, options, *GetContext())) {
         case NsasSpectra::Outcome::NoSpectrum:
             status = StatusHeaderContent;
             break;
         case NsasSpectra::Outcome::NoSuchPart:
             status = StatusHeaderContent;
-            failureText = "There is no spectrum '" + *part + "' in the file.";
+            failureText = "There is no spectrum '" +
+                          CompleteOptions(options).GetText(CompleteOptions::Part).value_or("") +
+                          "' in the file.";
             break;
         case NsasSpectra::Outcome::Opened:
             break;

@@ -7,7 +7,6 @@
 
 #include "base/ByteCursor.h"
 #include "base/NumberFormat.h"
-#include "base/Unicode.h"
 #include "frame/CompleteOptions.h"
 #include "instrument/NsasHeader.h"
 
@@ -48,9 +47,9 @@ std::string AtByte(std::size_t position) {
 
 NsasSpectra::Outcome NsasSpectra::Open(std::span<const std::uint8_t> daBytes,
                                        std::optional<std::span<const std::uint8_t>> companion,
-                                       const std::optional<std::string>& wanted,
-                                       karta::ReadContext& context) {
+                                       const NvImportOpenOptions* options, karta::ReadContext& context) {
     Clear();
+    texts.Choose(options, context);
     bytes = daBytes;
     Walk(context);
     if (spectra.empty()) {
@@ -60,7 +59,9 @@ NsasSpectra::Outcome NsasSpectra::Open(std::span<const std::uint8_t> daBytes,
         constituentValues = *companion;
         OpenCompanion(context);
     }
-    return Choose(wanted, context) ? Outcome::Opened : Outcome::NoSuchPart;
+    texts.AddNote("the file", context);
+    const bool isChosen = Choose(CompleteOptions(options).GetText(CompleteOptions::Part), context);
+    return isChosen ? Outcome::Opened : Outcome::NoSuchPart;
 }
 
 void NsasSpectra::Clear() {
@@ -82,9 +83,10 @@ void NsasSpectra::Walk(karta::ReadContext& context) {
         const std::size_t begin = std::min(position + ValuesOffset, bytes.size());
         const auto held = static_cast<int>(std::min<std::size_t>((bytes.size() - begin) / sizeof(float),
                                                                  static_cast<std::size_t>(range.numPoints)));
-        spectra.push_back({position, held, range.start, range.step,
-                           std::max(Nsas::GetInt(header, Nsas::NumConstituentsOffset), 0), numRecords,
-                           AsUtf8(Nsas::GetText(header, Nsas::SampleNameOffset, Nsas::SampleNameSize))});
+        spectra.push_back(
+            {position, held, range.start, range.step,
+             std::max(Nsas::GetInt(header, Nsas::NumConstituentsOffset), 0), numRecords,
+             texts.ToUtf8(Nsas::GetText(header, Nsas::SampleNameOffset, Nsas::SampleNameSize))});
         if (held < range.numPoints) {
             context.notes.Add({"cut-values", 1, AtByte(position),
                                "the last spectrum has " + std::to_string(held) + " of its " +
@@ -114,7 +116,11 @@ void NsasSpectra::OpenCompanion(karta::ReadContext& context) {
         numConstituents = Nsas::ValuesInRecord;
     }
     if (size == values + Nsas::NameRecordSize) {
-        constituentNames = constituentValues.first(Nsas::NameRecordSize);
+        const NsasHeader names = constituentValues.first(Nsas::NameRecordSize);
+        for (std::size_t i = 0; i < static_cast<std::size_t>(numConstituents); ++i) {
+            constituentNames.push_back(
+                texts.ToUtf8(Nsas::GetText(names, i * Nsas::ConstituentNameSize, Nsas::ConstituentNameSize)));
+        }
         constituentValues = constituentValues.subspan(Nsas::NameRecordSize);
     } else if (size != values) {
         context.notes.Add({"companion-size", 1, "",
@@ -240,10 +246,8 @@ void NsasSpectra::SetHeads(CellOutput& out, const Table& table, int row) const {
     }
     column = GetNumCols() - numConstituents;
     for (int i = 0; i < numConstituents; ++i) {
-        const std::string name =
-            AsUtf8(Nsas::GetText(constituentNames, static_cast<std::size_t>(i) * Nsas::ConstituentNameSize,
-                                 Nsas::ConstituentNameSize));
-        out.Text(++column, row + 1, name);
+        const auto place = static_cast<std::size_t>(i);
+        out.Text(++column, row + 1, place < constituentNames.size() ? constituentNames[place] : "");
     }
     out.EndRow(row + 1);
 }

@@ -10,6 +10,7 @@
 #include "base/ReadContext.h"
 #include "frame/CellOutput.h"
 #include "frame/FileContents.h"
+#include "instrument/SpectrumTexts.h"
 
 /** One spectrum of a DA file, by its header and the place of its values. */
 struct NsasSpectrum {
@@ -33,10 +34,13 @@ class NsasSpectra {
 public:
     enum class Outcome { Opened, NoSpectrum, NoSuchPart };
 
-    /** `companion` is the CN file's bytes, or empty without one. */
+    /**
+     * `companion` is the CN file's bytes, or empty without one. The key Part names the spectra of the table.
+     * Raises std::ios_base::failure for options that are cut short.
+     */
     Outcome Open(std::span<const std::uint8_t> spectra,
-                 std::optional<std::span<const std::uint8_t>> companion,
-                 const std::optional<std::string>& wanted, karta::ReadContext& context);
+                 std::optional<std::span<const std::uint8_t>> companion, const NvImportOpenOptions* options,
+                 karta::ReadContext& context);
     void Clear();
     void Read(ReadSpreadSheetData& sink, karta::ReadContext& context) const;
 
@@ -67,8 +71,9 @@ private:
     void SetSpectrum(CellOutput& out, const Table& table, const NsasSpectrum& spectrum, int ordinal,
                      int row) const;
 
+    SpectrumTexts texts;
     std::span<const std::uint8_t> bytes;
-    std::span<const std::uint8_t> constituentNames;
+    std::vector<std::string> constituentNames;
     std::span<const std::uint8_t> constituentValues;
     std::vector<NsasSpectrum> spectra;
     std::vector<Table> tables;

@@ -44,7 +44,7 @@ OPUSBlock ReadEntry(ByteCursor& stream) {
     block.blockKind = type >> 4 & 0x3f;
     block.spectrumKind = type >> 10 & 0x7f;
     block.derivative = type >> 17 & 0x3;
-    block.extension = type >> 19 & 0x7f;
+    block.extension = type >> 19 & 0x7;
     block.length = stream.ReadI32();
     block.offset = stream.ReadI32();
     return block;

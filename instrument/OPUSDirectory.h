@@ -20,7 +20,7 @@ struct OPUSBlock {
     unsigned int blockKind = 0;    /**< OPUSBlockKind */
     unsigned int spectrumKind = 0; /**< absorbance, interferogram ... */
     unsigned int derivative = 0;   /**< 1 first, 2 second, 3 higher */
-    unsigned int extension = 0;    /**< tells variants of one kind */
+    unsigned int extension = 0;    /**< OPUSExtension */
     std::int32_t length = 0;       /**< in units of 4 bytes */
     std::int32_t offset = 0;       /**< from the start of the file */
 };
@@ -38,6 +38,16 @@ enum OPUSBlockKind : unsigned int {
     OPUSInstrument = 2,
     OPUSSampleOrigin = 10,
     OPUSDirectoryBlock = 13
+};
+
+/** How a block's bytes lie that aren't plain values or parameters. */
+enum OPUSExtension : unsigned int {
+    OPUSPlain = 0,
+    OPUSMoreParameters = 1,
+    OPUSSeries = 2, /**< of data; a report otherwise */
+    OPUSStructure = 3,
+    OPUSCompact = 4,
+    OPUSHistory = 5 /**< a report for a kind of spectrum */
 };
 
 /** What a whole header takes. */

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <map>
 #include <set>
+#include <span>
 
 #include "base/DateText.h"
 #include "base/PathNames.h"
@@ -23,7 +24,6 @@ constexpr std::uint32_t StatusBit = 0x10;
 
 constexpr std::size_t LengthUnit = 4;
 constexpr std::size_t ValueSize = 4;
-constexpr std::int32_t CodePage1252 = 1252;
 
 // Blocks don't overlap in an honest file. A directory that leads over the same parameters again and again is
 // stopped here.
@@ -34,6 +34,7 @@ constexpr unsigned int KindSpectrum = 1;
 constexpr unsigned int KindPhase = 3;
 constexpr unsigned int KindAbsorbance = 4;
 constexpr unsigned int KindReflectance = 12;
+constexpr unsigned int KindDirectory = 13;
 constexpr unsigned int LastNamedKind = 19;
 
 /** The name and unit of a parameter. */
@@ -120,6 +121,10 @@ public:
         : bytes(fileBytes), bytesLeft(fileBytes.GetSize() * MaxOverlap) {}
 
     OPUSParameterBlock Read(const OPUSBlock& block) {
+        return OPUSParameterBlock(ByteCursor(TakeBytes(block)));
+    }
+
+    std::span<const std::uint8_t> TakeBytes(const OPUSBlock& block) {
         if (block.offset < 0 || !bytes.Seek(static_cast<std::uint64_t>(block.offset))) {
             return {};
         }
@@ -131,7 +136,7 @@ public:
             return {};
         }
         bytesLeft -= size;
-        return OPUSParameterBlock(ByteCursor(bytes.Take(size)));
+        return bytes.Take(size);
     }
 
 private:
@@ -143,9 +148,51 @@ bool IsDataBlock(const OPUSBlock& block) {
     return block.dataKind != OPUSNoData && block.blockKind == OPUSData;
 }
 
+bool IsDirectory(const OPUSBlock& block) {
+    return block.dataKind == OPUSNoData && block.blockKind == OPUSData && block.spectrumKind == KindDirectory;
+}
+
 bool IsParameterBlock(const OPUSBlock& block) {
-    return block.dataKind == OPUSNoData && block.blockKind != OPUSData &&
-           block.blockKind != OPUSDirectoryBlock;
+    const bool isPlain = block.blockKind != OPUSData && block.blockKind != OPUSDirectoryBlock;
+    const bool isFurther = block.blockKind == OPUSData && block.extension == OPUSMoreParameters;
+    return block.dataKind == OPUSNoData && (isPlain || isFurther);
+}
+
+bool IsHistory(const OPUSBlock& block) {
+    return block.dataKind == OPUSNoData && block.blockKind == OPUSData && block.extension == OPUSHistory &&
+           block.spectrumKind == 0;
+}
+
+// Reports, structures and the like.
+bool IsOther(const OPUSBlock& block) {
+    return !IsDataBlock(block) && !IsParameterBlock(block) && !IsHistory(block) && !IsDirectory(block) &&
+           block.blockKind == OPUSData && block.length > 0;
+}
+
+/** What the bytes of a data block are, where they aren't plain values. */
+const char* NameOfForm(const OPUSBlock& block) {
+    switch (block.extension) {
+        case OPUSSeries:
+            return "a series of spectra";
+        case OPUSCompact:
+            return "a compact spectrum";
+        case OPUSHistory:
+            return "a report";
+        default:
+            return nullptr;
+    }
+}
+
+// The code page that a file's own parameters name; 0 where they don't.
+int FindCodePage(const std::vector<OPUSBlock>& blocks, ParameterReader& parameters) {
+    for (const OPUSBlock& block : blocks) {
+        if (IsParameterBlock(block) && block.blockKind == OPUSSampleOrigin) {
+            if (const std::int32_t page = parameters.Read(block).GetInt("CPG", 0); page > 0) {
+                return page;
+            }
+        }
+    }
+    return 0;
 }
 
 /** The status blocks of a directory by their type; of equal ones each is given out once, in order. */
@@ -207,8 +254,8 @@ OPUSSpectrum MakeSpectrum(const OPUSBlock& block, const OPUSParameterBlock& stat
 /** Fills a file from its directory. */
 class FileReader {
 public:
-    FileReader(OPUSFile& openFile, ByteCursor fileBytes)
-        : file(openFile), bytes(fileBytes), parameters(fileBytes) {}
+    FileReader(OPUSFile& openFile, ByteCursor fileBytes, SpectrumTexts& fileTexts)
+        : file(openFile), bytes(fileBytes), parameters(fileBytes), texts(fileTexts) {}
 
     void Read() {
         const std::vector<OPUSBlock> blocks = ReadOPUSDirectory(bytes);
@@ -219,33 +266,34 @@ public:
                 ReadSpectrum(block, statusBlocks.TakeFor(block));
             }
         }
+        const auto others = static_cast<std::uint64_t>(std::count_if(blocks.begin(), blocks.end(), IsOther));
+        if (others > 0) {
+            AddNote("other-blocks", "reports and the like are not read: " + karta::CountOf(others, "block"));
+            file.notes.back().count = others;
+        }
     }
 
 private:
     void ReadTexts(const std::vector<OPUSBlock>& blocks) {
+        const int codePage = FindCodePage(blocks, parameters);
+        const auto take = [&](std::string& field, const std::string& text) {
+            field = field.empty() ? texts.ToUtf8(text, codePage) : field;
+        };
         for (const OPUSBlock& block : blocks) {
-            if (!IsParameterBlock(block) || block.blockKind != OPUSSampleOrigin) {
-                continue;
+            if (IsParameterBlock(block) && block.blockKind == OPUSSampleOrigin) {
+                const OPUSParameterBlock found = parameters.Read(block);
+                take(file.sampleName, found.GetText("SNM"));
+                take(file.sampleForm, found.GetText("SFM"));
             }
-            const OPUSParameterBlock texts = parameters.Read(block);
-            const bool isDeclared = texts.GetInt("CPG", 0) == CodePage1252;
-            TakeText(file.sampleName, texts.GetText("SNM"), isDeclared);
-            TakeText(file.sampleForm, texts.GetText("SFM"), isDeclared);
-        }
-    }
-
-    void TakeText(std::string& field, const std::string& text, bool isDeclared) {
-        if (text.empty() || !field.empty()) {
-            return;
-        }
-        field = AsUtf8(text);
-        if (field != text && !isDeclared) {
-            AddNote("encoding", "a text that isn't UTF-8 is taken as Windows-1252: " + field);
         }
     }
 
     void ReadSpectrum(const OPUSBlock& block, const OPUSBlock* statusBlock) {
         const std::string kind = NameOfOPUSSpectrum(block);
+        if (const char* form = NameOfForm(block)) {
+            AddNote("block-form", "'" + kind + "' is " + form + ", which can't be read");
+            return;
+        }
         if (statusBlock == nullptr) {
             AddNote("no-axis", "the block '" + kind + "' has no data status block and can't be read");
             return;
@@ -273,6 +321,12 @@ private:
             AddNote("cut-values", "'" + spectrum.name + "' has " + std::to_string(spectrum.numPoints) +
                                       " of the " + std::to_string(promised) +
                                       " values that its axis promises");
+        } else if (spectrum.block.length / 2 >= promised) {
+            // A few words more are what the instrument's program rounds blocks up to.
+            AddNote("further-values", "the block of '" + spectrum.name + "' has room for " +
+                                          std::to_string(spectrum.block.length) +
+                                          " values, of which its axis tells " + std::to_string(promised) +
+                                          "; the others are not in the table");
         }
     }
 
@@ -283,24 +337,27 @@ private:
     OPUSFile& file;
     ByteCursor bytes;
     ParameterReader parameters;
+    SpectrumTexts& texts;
     std::map<std::string, int> ordinals;
 };
 
 /** The facts of a file's parameters, each name once. */
 class FactList {
 public:
+    FactList(SpectrumTexts& fileTexts, int fileCodePage) : texts(fileTexts), codePage(fileCodePage) {}
+
     void Add(const OPUSBlock& block, const OPUSParameter& parameter) {
         const auto* known =
             std::find_if(std::begin(ParameterNames), std::end(ParameterNames),
                          [&](const ParameterName& name) { return name.code == parameter.name; });
         const bool isKnown = known != std::end(ParameterNames);
-        std::string name = isKnown ? known->name : AsUtf8(parameter.name);
+        std::string name = isKnown ? known->name : texts.ToUtf8(parameter.name, codePage);
         if (block.channelClass == OPUSReference) {
             name = "reference " + name;
         }
         if (const auto* text = std::get_if<std::string>(&parameter.value)) {
             if (!text->empty() && names.insert(name).second) {
-                facts.emplace_back(name, AsUtf8(*text));
+                facts.emplace_back(name, texts.ToUtf8(*text, codePage));
             }
             return;
         }
@@ -308,6 +365,19 @@ public:
         const double number = whole != nullptr ? *whole : std::get<double>(parameter.value);
         if (names.insert(name).second) {
             AddNumber(name, parameter.name, number, isKnown ? known->unit : "");
+        }
+    }
+
+    /** What was done with the file: lines, each ended by a NUL. */
+    void AddHistory(std::string_view bytes) {
+        std::string history;
+        while (!bytes.empty()) {
+            const std::string_view line = bytes.substr(0, bytes.find('\0'));
+            bytes.remove_prefix(std::min(line.size() + 1, bytes.size()));
+            history += (history.empty() || line.empty() ? "" : "\n") + texts.ToUtf8(line, codePage);
+        }
+        if (!history.empty() && names.insert("history").second) {
+            facts.emplace_back("history", history);
         }
     }
 
@@ -325,6 +395,8 @@ private:
         }
     }
 
+    SpectrumTexts& texts;
+    int codePage;
     std::vector<Fact> facts;
     std::set<std::string> names;
 };
@@ -449,9 +521,9 @@ int OPUSSpectrum::GetRank() const {
     return block.spectrumKind == KindSpectrum ? SingleChannel : OtherSpectrum;
 }
 
-OPUSFile::OPUSFile(std::string filePath, ByteCursor bytes) : path(std::move(filePath)) {
+OPUSFile::OPUSFile(std::string filePath, ByteCursor bytes, SpectrumTexts& texts) : path(std::move(filePath)) {
     if (bytes.Has(OPUSHeaderSize)) {
-        FileReader(*this, bytes).Read();
+        FileReader(*this, bytes, texts).Read();
     }
 }
 
@@ -461,10 +533,10 @@ const OPUSSpectrum& OPUSFile::GetPreferred() const {
     });
 }
 
-std::vector<Fact> ListOPUSParameters(ByteCursor bytes) {
-    FactList facts;
+std::vector<Fact> ListOPUSParameters(ByteCursor bytes, SpectrumTexts& texts) {
     ParameterReader parameters(bytes);
     const std::vector<OPUSBlock> blocks = ReadOPUSDirectory(bytes);
+    FactList facts(texts, FindCodePage(blocks, parameters));
     const auto addThose = [&](bool ofReference, bool ofSampleOrigin) {
         for (const OPUSBlock& block : blocks) {
             if (!IsParameterBlock(block) || (block.channelClass == OPUSReference) != ofReference ||
@@ -482,5 +554,11 @@ std::vector<Fact> ListOPUSParameters(ByteCursor bytes) {
     addThose(false, false);
     addThose(true, true);
     addThose(true, false);
+    for (const OPUSBlock& block : blocks) {
+        if (IsHistory(block)) {
+            const auto text = parameters.TakeBytes(block);
+            facts.AddHistory({reinterpret_cast<const char*>(text.data()), text.size()});
+        }
+    }
     return facts.Take();
 }

@@ -9,6 +9,7 @@
 #include "base/Note.h"
 #include "frame/FileContents.h"
 #include "instrument/OPUSDirectory.h"
+#include "instrument/SpectrumTexts.h"
 
 /** A date and a time as an OPUS file has them: "03/05/2019" and "13:34:44.641 (GMT-4)". */
 struct OPUSTime {
@@ -62,11 +63,11 @@ struct OPUSFile {
     std::vector<karta::Note> notes;    /**< about what of the file isn't in them */
 
     /** Looks at the directory and the parameters. The bytes begin as an OPUS file does. */
-    OPUSFile(std::string filePath, ByteCursor bytes);
+    OPUSFile(std::string filePath, ByteCursor bytes, SpectrumTexts& texts);
 
     /** The one that a scientist would choose; the file has one. */
     const OPUSSpectrum& GetPreferred() const;
 };
 
-/** The parameters of a file's blocks, each as a fact with its unit where that is known. */
-std::vector<FileContents::Fact> ListOPUSParameters(ByteCursor bytes);
+/** The parameters of a file's blocks, each as a fact with its unit where that is known; and its history. */
+std::vector<FileContents::Fact> ListOPUSParameters(ByteCursor bytes, SpectrumTexts& texts);

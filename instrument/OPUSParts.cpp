@@ -116,9 +116,10 @@ std::string ListOf(const std::vector<std::string>& names) {
 
 }  // namespace
 
-bool OPUSParts::Open(const char* fileNames, Axes axes, const std::optional<std::string>& wanted,
+bool OPUSParts::Open(const char* fileNames, Axes axes, const NvImportOpenOptions* options,
                      karta::ReadContext& context) {
     Clear();
+    texts.Choose(options, context);
     for (const std::string& path : NvFile::GetFileNames(fileNames)) {
         if (!OpenFile(path, context)) {
             return false;
@@ -132,7 +133,7 @@ bool OPUSParts::Open(const char* fileNames, Axes axes, const std::optional<std::
     if (groups.empty()) {
         return Fail("No data was found. Import aborted.");
     }
-    return Choose(wanted, context);
+    return Choose(CompleteOptions(options).GetText(CompleteOptions::Part), context);
 }
 
 // A file without a spectrum costs that file, unless it is the only one.
@@ -142,7 +143,8 @@ bool OPUSParts::OpenFile(const std::string& path, karta::ReadContext& context) {
     }
     context.ThrowIfStopped();
     const MappedFile mapped(path.c_str());
-    OPUSFile file(path, ByteCursor(mapped.GetBytes()));
+    OPUSFile file(path, ByteCursor(mapped.GetBytes()), texts);
+    texts.AddNote(NvGetFileName(path), context);
     for (const karta::Note& note : file.notes) {
         context.notes.Add(note);
     }
@@ -359,7 +361,7 @@ std::vector<FileContents::Part> OPUSParts::ListParts() const {
     return parts;
 }
 
-std::vector<FileContents::Fact> OPUSParts::ListFacts() const {
+std::vector<FileContents::Fact> OPUSParts::ListFacts() {
     if (chosen.empty()) {
         return {};
     }
@@ -379,7 +381,7 @@ std::vector<FileContents::Fact> OPUSParts::ListFacts() const {
     const MappedFile mapped(files[group.rows.front().file].path.c_str());
     const ByteCursor bytes(mapped.GetBytes());
     if (bytes.Has(OPUSHeaderSize)) {
-        auto parameters = ListOPUSParameters(bytes);
+        auto parameters = ListOPUSParameters(bytes, texts);
         std::move(parameters.begin(), parameters.end(), std::back_inserter(facts));
     }
     return facts;

@@ -22,8 +22,11 @@ class OPUSParts {
 public:
     enum class Axes { AsTheyAre, Interpolated };
 
-    /** `wanted` names the parts of the table; without it the first file's preferred spectrum decides. */
-    bool Open(const char* fileNames, Axes axes, const std::optional<std::string>& wanted,
+    /**
+     * The key Part names the parts of the table; without it the first file's preferred spectrum decides.
+     * Raises std::ios_base::failure for options that are cut short.
+     */
+    bool Open(const char* fileNames, Axes axes, const NvImportOpenOptions* options,
               karta::ReadContext& context);
     void Clear();
     void Read(ReadSpreadSheetData& sink, karta::ReadContext& context) const;
@@ -32,7 +35,7 @@ public:
     int GetNumCols() const;
     const std::string& GetErrorText() const { return errorText; }
     std::vector<FileContents::Part> ListParts() const;
-    std::vector<FileContents::Fact> ListFacts() const;
+    std::vector<FileContents::Fact> ListFacts();
 
 private:
     /** A spectrum by its places in files and in its file's spectra. */
@@ -62,4 +65,5 @@ private:
     std::map<std::string, std::vector<std::size_t>> groupsOfName;
     std::vector<std::size_t> chosen;  // places in groups
     std::string errorText;
+    SpectrumTexts texts;
 };

@@ -1,7 +1,6 @@
 #include "instrument/OPUSReader.h"
 
 #include "base/CopyMessage.h"
-#include "frame/CompleteOptions.h"
 
 void OPUSReader::Close() {
     selection.Clear();
@@ -39,8 +38,7 @@ bool OPUSReader::OpenFiles(const char* fileNames, const NvImportOpenOptions* opt
     if (!IsComplete()) {
         return selection.Open(fileNames) && ConfirmSelection(selection);
     }
-    const auto part = CompleteOptions(options).GetText(CompleteOptions::Part);
-    if (!parts.Open(fileNames, GetAxes(), part, *GetContext())) {
+    if (!parts.Open(fileNames, GetAxes(), options, *GetContext())) {
         failureText = parts.GetErrorText();
         return false;
     }

@@ -19,6 +19,9 @@ constexpr std::uint64_t DirectoryEntrySize = 12;
 // The log's own header: its size, that in memory, and where in it the text begins.
 constexpr std::uint64_t LogHeaderSize = 64;
 
+// The mark of floats as some write it into the two bytes of an old header.
+constexpr int UnsignedFloatExponent = 128;
+
 // The X values of an even axis. The last one is exactly the header's.
 std::vector<double> EvenAxis(const SPCHeader& header, std::size_t points) {
     std::vector<double> axis(points);
@@ -38,6 +41,9 @@ SPCContents::SPCContents(std::span<const std::uint8_t> bytes, SPCLayout layout) 
     if (!header || !header->hasPointCount) {
         header.reset();
         return;
+    }
+    if (header->isOldFormat && header->values.exponent == UnsignedFloatExponent) {
+        header->values.isFloat = true;
     }
     FindSubFiles(bytes);
     CheckDirectory(bytes);
@@ -68,7 +74,7 @@ void SPCContents::FindSubFiles(std::span<const std::uint8_t> bytes) {
         const std::size_t claimed = static_cast<std::size_t>(std::max(header->numPoints, 0));
         xArray.resize(std::min(claimed, stream.GetRemaining() / sizeof(float)));
         for (float& x : xArray) {
-            x = stream.ReadFloat();
+            x = ReadSPCNumber<float>(stream, header->values.isBigEndian);
         }
         position = stream.Tell();
     }
@@ -90,7 +96,7 @@ void SPCContents::FindSubFiles(std::span<const std::uint8_t> bytes) {
 bool SPCContents::AddSubFile(std::span<const std::uint8_t> bytes, std::uint64_t& position) {
     ByteCursor stream(bytes);
     stream.Seek(position);
-    const std::optional<SPCSubHeader> sub = ReadSPCSubHeader(stream);
+    const std::optional<SPCSubHeader> sub = ReadSPCSubHeader(stream, header->values.isBigEndian);
     if (!sub) {
         return false;
     }
@@ -104,6 +110,7 @@ bool SPCContents::AddSubFile(std::span<const std::uint8_t> bytes, std::uint64_t&
     file.values.is32Bit = file.values.is32Bit || file.values.isFloat;
     file.z = sub->time;
     file.w = sub->w;
+    file.numScans = std::max(header->isOldFormat ? header->numScans : sub->numScans, 0);
     const bool hasOwnX = header->hasXYPairs && !header->isOldFormat;
     const bool ownCount = hasOwnX && (header->isMulti || sub->numPoints > 0);
     const auto points = static_cast<std::size_t>(std::max(ownCount ? sub->numPoints : header->numPoints, 0));
@@ -153,14 +160,14 @@ void SPCContents::CheckDirectory(std::span<const std::uint8_t> bytes) {
     // Sub-files don't lie in each other: together they are no larger than the file.
     std::uint64_t room = bytes.size();
     for (std::size_t i = 0; i < subFiles.size(); ++i) {
-        std::uint64_t position = directory.ReadU32();
+        std::uint64_t position = ReadSPCNumber<std::uint32_t>(directory, header->values.isBigEndian);
         directory.Skip(DirectoryEntrySize - sizeof(std::uint32_t));
         if (position == starts[i]) {
             continue;
         }
         ByteCursor stream(bytes);
         stream.Seek(position);
-        const std::optional<SPCSubHeader> sub = ReadSPCSubHeader(stream);
+        const std::optional<SPCSubHeader> sub = ReadSPCSubHeader(stream, header->values.isBigEndian);
         const bool isSub = sub && sub->index == static_cast<std::int16_t>(i) && sub->numPoints > 0;
         const std::size_t pointSize = sizeof(float) + subFiles[i].values.GetWidth();
         const std::uint64_t size = isSub ? static_cast<std::uint64_t>(sub->numPoints) * pointSize : 0;
@@ -224,7 +231,7 @@ std::vector<double> SPCContents::ReadAxis(std::span<const std::uint8_t> bytes,
     stream.Seek(subFile.xPosition);
     std::vector<double> xs(subFile.points);
     for (double& x : xs) {
-        x = static_cast<double>(stream.ReadFloat());
+        x = static_cast<double>(ReadSPCNumber<float>(stream, header->values.isBigEndian));
     }
     return xs;
 }
@@ -261,13 +268,23 @@ void SPCContents::ReadLog(std::span<const std::uint8_t> bytes) {
                 "the file ends before its log, or in it");
         return;
     }
-    const std::uint64_t size = stream.ReadU32();
+    const bool isBigEndian = header->values.isBigEndian;
+    const std::uint64_t size = ReadSPCNumber<std::uint32_t>(stream, isBigEndian);
     stream.Skip(sizeof(std::uint32_t));
-    const std::uint64_t textOffset = stream.ReadU32();
+    const std::uint64_t textOffset = ReadSPCNumber<std::uint32_t>(stream, isBigEndian);
+    logBytes = ReadSPCNumber<std::uint32_t>(stream, isBigEndian);
     stream.Seek(header->logPosition + textOffset);
+    logBytes = std::min<std::uint64_t>(logBytes, bytes.size() - header->logPosition - LogHeaderSize);
     if (stream.HasFailed()) {
         return;
     }
     const std::uint64_t length = size > textOffset ? size - textOffset : stream.GetRemaining();
     log = stream.ReadTerminatedText(std::min<std::uint64_t>(length, stream.GetRemaining()));
+}
+
+void SPCContents::DecodeTexts(SpectrumTexts& texts) {
+    for (std::string* text :
+         {&header->resolution, &header->source, &header->memo, &header->axisText, &header->method, &log}) {
+        *text = texts.ToUtf8(*text);
+    }
 }

@@ -11,6 +11,7 @@
 #include "base/Note.h"
 #include "instrument/SPCHeader.h"
 #include "instrument/SpectrumTable.h"
+#include "instrument/SpectrumTexts.h"
 
 /** One spectrum of a file: where it lies and what its header says. */
 struct SPCSubFile {
@@ -20,6 +21,7 @@ struct SPCSubFile {
     SPCValueForm values;
     float z = 0.0F;
     float w = 0.0F;
+    int numScans = 0; /**< 0 where the file doesn't tell */
 };
 
 /**
@@ -43,6 +45,10 @@ public:
     bool HasFloatAxis() const { return header->hasXYPairs || header->hasXArray; }
     /** The text of the log, lines and all. */
     const std::string& GetLog() const { return log; }
+    /** How many bytes the log has beside its text, which only the program that wrote them knows. */
+    std::uint64_t GetLogBytes() const { return logBytes; }
+    /** Makes UTF-8 of the header's texts and the log. */
+    void DecodeTexts(SpectrumTexts& texts);
     /** What isn't as the headers say. */
     const std::vector<karta::Note>& GetNotes() const { return notes; }
 
@@ -72,5 +78,6 @@ private:
     std::vector<float> xArray;
     std::vector<double> axis;
     std::string log;
+    std::uint64_t logBytes = 0;
     std::vector<karta::Note> notes;
 };

@@ -4,8 +4,6 @@
 #include <cstdlib>
 #include <limits>
 
-#include "base/ByteCursor.h"
-
 namespace {
 
 // The second byte of a file tells its layout.
@@ -70,35 +68,37 @@ void TakeExponent(SPCHeader& header, int exponent) {
     header.values.isFloat = exponent == SPCFloatExponent;
 }
 
-SPCHeader ReadNewHeader(ByteCursor bytes) {
+SPCHeader ReadNewHeader(ByteCursor bytes, bool isBigEndian) {
+    const auto read = [&]<class Number>(Number& field) { field = ReadSPCNumber<Number>(bytes, isBigEndian); };
     SPCHeader header;
+    header.values.isBigEndian = isBigEndian;
     TakeFlags(header, bytes.ReadU8());
     bytes.Seek(TechniqueOffset);
     header.technique = bytes.ReadU8();
     TakeExponent(header, bytes.ReadI8());
-    header.numPoints = bytes.ReadI32();
-    header.firstX = bytes.ReadDouble();
-    header.lastX = bytes.ReadDouble();
-    header.numSubFiles = bytes.ReadI32();
+    read(header.numPoints);
+    read(header.firstX);
+    read(header.lastX);
+    read(header.numSubFiles);
     header.spacing = (header.lastX - header.firstX) / (static_cast<std::uint32_t>(header.numPoints) - 1U);
     header.xType = bytes.ReadU8();
     header.yType = bytes.ReadU8();
     header.zType = bytes.ReadU8();
     bytes.Seek(DateOffset);
-    header.date = bytes.ReadU32();
+    read(header.date);
     header.resolution = bytes.ReadTerminatedText(ResolutionSize);
     header.source = bytes.ReadTerminatedText(SourceSize);
     bytes.Seek(MemoOffset);
     header.memo = bytes.ReadTerminatedText(MemoSize);
     header.axisText = bytes.ReadText(AxisTextSize);
     bytes.Seek(LogOffset);
-    header.logPosition = bytes.ReadU32();
+    header.logPosition = ReadSPCNumber<std::uint32_t>(bytes, isBigEndian);
     bytes.Seek(MethodOffset);
     header.method = bytes.ReadTerminatedText(MethodSize);
     bytes.Seek(ZIncrementOffset);
-    header.zIncrement = bytes.ReadFloat();
-    header.numWPlanes = bytes.ReadI32();
-    header.wIncrement = bytes.ReadFloat();
+    read(header.zIncrement);
+    read(header.numWPlanes);
+    read(header.wIncrement);
     header.wType = bytes.ReadU8();
     return header;
 }
@@ -144,17 +144,17 @@ double SPCValueForm::GetDivisor() const {
 
 double SPCValueForm::Read(ByteCursor& stream, double divisor) const {
     if (!is32Bit) {
-        return stream.ReadI16() / divisor;
+        return ReadSPCNumber<std::int16_t>(stream, isBigEndian) / divisor;
     }
     if (isFloat) {
-        return static_cast<double>(stream.ReadFloat());
+        return static_cast<double>(ReadSPCNumber<float>(stream, isBigEndian));
     }
     if (isOldFormat) {
         const std::uint32_t high = stream.ReadU16();
         const std::uint32_t low = stream.ReadU16();
         return static_cast<std::int32_t>(high << 16U | low) / divisor;
     }
-    return stream.ReadI32() / divisor;
+    return ReadSPCNumber<std::int32_t>(stream, isBigEndian) / divisor;
 }
 
 std::string_view SPCHeader::GetAxisText(std::size_t axis) const {
@@ -185,28 +185,29 @@ SPCLayout FindSPCLayout(ByteCursor& stream) {
 }
 
 std::optional<SPCHeader> ReadSPCHeader(ByteCursor& stream, SPCLayout layout) {
-    const bool isNew = layout == SPCLayout::New;
-    const ByteCursor bytes(stream.Take(isNew ? SPCHeader::NewSize : SPCHeader::OldSize));
+    const bool isOld = layout == SPCLayout::Old;
+    const ByteCursor bytes(stream.Take(isOld ? SPCHeader::OldSize : SPCHeader::NewSize));
     if (stream.HasFailed()) {
         return std::nullopt;
     }
-    return isNew ? ReadNewHeader(bytes) : ReadOldHeader(bytes);
+    return isOld ? ReadOldHeader(bytes) : ReadNewHeader(bytes, layout == SPCLayout::BigEndian);
 }
 
-std::optional<SPCSubHeader> ReadSPCSubHeader(ByteCursor& stream) {
+std::optional<SPCSubHeader> ReadSPCSubHeader(ByteCursor& stream, bool isBigEndian) {
     ByteCursor bytes(stream.Take(SPCHeader::SubHeaderSize));
     if (stream.HasFailed()) {
         return std::nullopt;
     }
+    const auto read = [&]<class Number>(Number& field) { field = ReadSPCNumber<Number>(bytes, isBigEndian); };
     SPCSubHeader header;
     bytes.Skip(1);
     header.exponent = bytes.ReadI8();
-    header.index = bytes.ReadI16();
-    header.time = bytes.ReadFloat();
-    header.nextTime = bytes.ReadFloat();
+    header.index = ReadSPCNumber<std::int16_t>(bytes, isBigEndian);
+    read(header.time);
+    read(header.nextTime);
     bytes.Skip(sizeof(float));
-    header.numPoints = bytes.ReadI32();
-    header.numScans = bytes.ReadI32();
-    header.w = bytes.ReadFloat();
+    read(header.numPoints);
+    read(header.numScans);
+    read(header.w);
     return header;
 }

@@ -6,14 +6,21 @@
 #include <string>
 #include <string_view>
 
-class ByteCursor;
+#include "base/ByteCursor.h"
+
+/** A number of an SPC file, in the order of bytes that its version tells. */
+template <class Number>
+Number ReadSPCNumber(ByteCursor& stream, bool isBigEndian) {
+    return isBigEndian ? stream.ReadBig<Number>() : stream.Read<Number>();
+}
 
 /** How the values of a sub-file lie in the file. */
 struct SPCValueForm {
     bool is32Bit = false;     /**< 16-bit integers otherwise */
     bool isFloat = false;     /**< as they stand; only of 32 bits */
     bool isOldFormat = false; /**< the halves of a 32-bit integer are swapped */
-    int exponent = 0;         /**< of two: integers are fractions of it */
+    bool isBigEndian = false;
+    int exponent = 0; /**< of two: integers are fractions of it */
 
     std::size_t GetWidth() const { return is32Bit ? sizeof(std::int32_t) : sizeof(std::int16_t); }
     /** What an integer is divided by. */
@@ -56,7 +63,7 @@ struct SPCHeader {
     float wIncrement = 0.0F;
     int numScans = 0;
     std::uint64_t logPosition = 0; /**< 0: there is no log */
-    std::string resolution;        /**< texts as they stand, in no known encoding */
+    std::string resolution;        /**< texts as they stand */
     std::string source;
     std::string memo;
     std::string method;
@@ -71,7 +78,7 @@ enum class SPCLayout { None, New, Old, BigEndian };
 
 SPCLayout FindSPCLayout(ByteCursor& stream);
 
-/** Reads the header at the stream's position, of a layout that is New or Old; nothing where it is cut. */
+/** Reads the header at the stream's position, of a layout that isn't None; nothing where it is cut. */
 std::optional<SPCHeader> ReadSPCHeader(ByteCursor& stream, SPCLayout layout);
 
 /** What stands in front of a sub-file's values. */
@@ -86,7 +93,7 @@ struct SPCSubHeader {
 };
 
 /** Nothing where it is cut. */
-std::optional<SPCSubHeader> ReadSPCSubHeader(ByteCursor& stream);
+std::optional<SPCSubHeader> ReadSPCSubHeader(ByteCursor& stream, bool isBigEndian = false);
 
 /** The exponent that says: the values are floats. */
 constexpr int SPCFloatExponent = -128;

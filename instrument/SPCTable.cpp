@@ -10,7 +10,6 @@
 #include "base/NumberParser.h"
 #include "base/PathNames.h"
 #include "base/TolerantEqual.h"
-#include "base/Unicode.h"
 #include "frame/CompleteOptions.h"
 #include "instrument/SPCUnits.h"
 
@@ -43,7 +42,7 @@ std::string ColumnName(const SPCQuantity& what, const std::string& text, const c
 }
 
 std::string TextOf(const SPCHeader& header, std::size_t axis) {
-    return header.hasAxisText ? AsUtf8(TrimSpace(header.GetAxisText(axis))) : std::string();
+    return header.hasAxisText ? std::string(TrimSpace(header.GetAxisText(axis))) : std::string();
 }
 
 bool SameAxis(const std::vector<double>& left, const std::vector<double>& right, bool areEven) {
@@ -90,7 +89,18 @@ void AddLogLine(std::string_view line, std::vector<FileContents::Fact>& facts, s
 void AddText(std::vector<FileContents::Fact>& facts, const char* name, std::string_view text) {
     const std::string_view trimmed = TrimSpace(text);
     if (!trimmed.empty()) {
-        facts.emplace_back(name, AsUtf8(trimmed));
+        facts.emplace_back(name, std::string(trimmed));
+    }
+}
+
+// A text that is a number is told as one.
+void AddTextOrNumber(std::vector<FileContents::Fact>& facts, const char* name, std::string_view text) {
+    const std::string_view trimmed = TrimSpace(text);
+    double number = 0.0;
+    if (!trimmed.empty() && ParseDouble(trimmed, number) == trimmed.size()) {
+        facts.emplace_back(name, number, "");
+    } else {
+        AddText(facts, name, trimmed);
     }
 }
 
@@ -102,6 +112,8 @@ bool SPCTable::AddFile(const std::string& path, const MappedFile& file, SPCLayou
     if (!contents.HasHeader() || contents.GetSubFiles().empty()) {
         return false;
     }
+    contents.DecodeTexts(texts);
+    texts.AddNote(NvGetFileName(path), context);
     const std::vector<SPCSubFile>& subFiles = contents.GetSubFiles();
     context.budget.ChargeMemory(subFiles.size() * sizeof(SPCSubFile), "the list of spectra");
     hasZ = hasZ || subFiles.size() > 1 || subFiles.front().z != 0.0F;
@@ -417,11 +429,11 @@ std::vector<FileContents::Fact> SPCTable::ListFacts() const {
         facts.emplace_back("date", FormatDateTime(time->microseconds));
     }
     AddText(facts, "instrument", header.source);
-    AddText(facts, "resolution", header.resolution);
+    AddTextOrNumber(facts, "resolution", header.resolution);
     AddText(facts, "method", header.method);
     AddText(facts, "memo", header.memo);
-    if (header.numScans > 0) {
-        facts.emplace_back("scans", static_cast<double>(header.numScans), "");
+    if (const int scans = file.contents.GetSubFiles().front().numScans; scans > 0) {
+        facts.emplace_back("scans", static_cast<double>(scans), "");
     }
     if (header.zIncrement != 0.0F) {
         facts.emplace_back("Z spacing", static_cast<double>(header.zIncrement),
@@ -437,10 +449,13 @@ std::vector<FileContents::Fact> SPCTable::ListFacts() const {
     while (!rest.empty()) {
         const std::size_t end = std::min(rest.find_first_of("\r\n"), rest.size());
         if (end > 0) {
-            AddLogLine(AsUtf8(rest.substr(0, end)), facts, text);
+            AddLogLine(rest.substr(0, end), facts, text);
         }
         rest.remove_prefix(std::min(end + 1, rest.size()));
     }
     AddText(facts, "log", text);
+    if (const std::uint64_t bytes = file.contents.GetLogBytes(); bytes > 0) {
+        facts.emplace_back("log without text", static_cast<double>(bytes), "bytes");
+    }
     return facts;
 }

@@ -10,6 +10,7 @@
 #include "frame/FileContents.h"
 #include "instrument/SPCContents.h"
 #include "instrument/SpectrumTable.h"
+#include "instrument/SpectrumTexts.h"
 #include "instrument/USDBase.h"
 
 /**
@@ -21,6 +22,8 @@ class SPCTable {
 public:
     explicit SPCTable(karta::ReadContext& readContext) : context(readContext) {}
 
+    /** Before the first file. Raises std::ios_base::failure for options that are cut short. */
+    void ChooseEncoding(const NvImportOpenOptions* options) { texts.Choose(options, context); }
     /** Looks at the headers of one more file. False for one that holds no spectra. */
     bool AddFile(const std::string& path, const MappedFile& file, SPCLayout layout);
     /** Decides what the table is: `wanted` as in the options, the constraints for every axis. False where it
@@ -69,6 +72,7 @@ private:
     std::string NameOf(const Item& item) const;
 
     karta::ReadContext& context;
+    SpectrumTexts texts;
     std::vector<File> files;
     std::vector<Item> items;
     std::vector<std::size_t> chosenItems;

@@ -83,7 +83,7 @@ const std::vector<Option>& AllOptions() {
          [](const Request& r) { return r.encoding.has_value(); },
          {CompleteOptions::Encoding},
          {},
-         Joined(DelimitedText, {OtherEncodings})},
+         Joined(DelimitedText, {OtherEncodings, BlocksOfComplete})},
         {"--decimal",
          [](const Request& r) { return r.decimal.has_value(); },
          {CompleteOptions::Decimal},

@@ -28,12 +28,13 @@ constexpr const char* Brimrose = "Brimrose File";
 /** One complete read, and all that the reader says of it. */
 class CompleteRead {
 public:
-    CompleteRead(const std::string& format, const std::string& paths, const std::string& part = {})
+    CompleteRead(const std::string& format, const std::string& paths, const std::string& value = {},
+                 const char* key = CompleteOptions::Part)
         : reader(NewReader(format)), context(std::make_shared<karta::ReadContext>()) {
         context->reading = karta::Reading::Complete;
         dynamic_cast<FormatReader&>(*reader).SetContext(context);
-        TestOptions options({{CompleteOptions::Part, part}});
-        status = reader->Open(true, paths.c_str(), part.empty() ? nullptr : options.Get());
+        TestOptions options({{key, value}});
+        status = reader->Open(true, paths.c_str(), value.empty() ? nullptr : options.Get());
         if (status == 0) {
             parts = Contents().ListParts();
             facts = Contents().ListFacts();
@@ -235,6 +236,54 @@ TEST_F(CompleteSpectra, OPUSTextsAndTimesHaveTheirTypes) {
     EXPECT_EQ(read.Fact("sample form"), "powder");
 }
 
+TEST_F(CompleteSpectra, OPUSTextsGoByTheCodePageThatTheFileNames) {
+    auto blocks = OPUSBuilder().Blocks();
+    blocks[0].bytes = OPUSParameters().Text("SNM", "\xcf\xee\xf7\xe2\xe0").Int("CPG", 1251).End();
+    const std::string path = Write("a.0", OPUSFile(blocks));
+    CompleteRead read(OPUSFormat, path);
+    EXPECT_EQ(read.table.GetString(2, 3), "\xd0\x9f\xd0\xbe\xd1\x87\xd0\xb2\xd0\xb0");
+    EXPECT_EQ(read.Fact("sample"), "\xd0\x9f\xd0\xbe\xd1\x87\xd0\xb2\xd0\xb0");
+    EXPECT_EQ(read.Note("encoding"), "none");
+    CompleteRead asked(OPUSFormat, path, "latin-1", CompleteOptions::Encoding);
+    EXPECT_EQ(asked.table.GetString(2, 3), "\xc3\x8f\xc3\xae\xc3\xb7\xc3\xa2\xc3\xa0");
+}
+
+TEST_F(CompleteSpectra, OPUSSeriesAndReportsAreToldAndTheRestIsRead) {
+    constexpr std::uint32_t Series = OPUSRatioedData | 2U << 19U;
+    constexpr std::uint32_t Report = 2U << 19U;
+    auto blocks = OPUSBuilder().Blocks();
+    blocks.push_back({Series, OPUSValues({1, 2, 3, 4, 5, 6, 7, 8})});
+    blocks.push_back({Series | 0x10U, OPUSStatus(2, 100.0, 101.0).End()});
+    blocks.push_back({Report, "reports!"});
+    CompleteRead read(OPUSFormat, Write("a.0", OPUSFile(blocks)));
+    EXPECT_EQ(read.NamesOfParts(), (Names{"absorbance"}));
+    EXPECT_EQ(read.Note("block-form"), "a.0: 'absorbance' is a series of spectra, which can't be read");
+    EXPECT_EQ(read.Note("other-blocks"), "a.0: reports and the like are not read: 1 block");
+}
+
+TEST_F(CompleteSpectra, OPUSValuesBehindTheAxisAreTold) {
+    auto blocks = OPUSBuilder().Blocks();
+    blocks.back().bytes = OPUSValues({1, 2, 3, 4, 5, 6});
+    const CompleteRead read(OPUSFormat, Write("a.0", OPUSFile(blocks)));
+    EXPECT_EQ(read.Note("further-values"),
+              "a.0: the block of 'absorbance' has room for 6 values, of which its axis tells 3; the others "
+              "are not in the table");
+    blocks.back().bytes = OPUSValues({1, 2, 3, 4});
+    EXPECT_EQ(CompleteRead(OPUSFormat, Write("b.0", OPUSFile(blocks))).Note("further-values"), "none");
+}
+
+TEST_F(CompleteSpectra, OPUSHistoryAndFurtherParametersAreFacts) {
+    constexpr std::uint32_t Further = 1U << 19U;
+    constexpr std::uint32_t History = 0x40680000U;
+    auto blocks = OPUSBuilder().Blocks();
+    blocks.push_back({Further, OPUSParameters().Text("INM", "method.int").End()});
+    blocks.push_back({History, std::string("\0\0\0\0measured\0saved\0\0", 20)});
+    const CompleteRead read(OPUSFormat, Write("a.0", OPUSFile(blocks)));
+    EXPECT_EQ(read.Fact("INM"), "method.int");
+    EXPECT_EQ(read.Fact("history"), "measured\nsaved");
+    EXPECT_EQ(read.Note("other-blocks"), "none");
+}
+
 TEST_F(CompleteSpectra, OPUSDateThatIsNoneStaysItsText) {
     for (const char* text : {"04.13.2009", "31/02/2009", "4/3", "soon", "04/03/2009x"}) {
         auto blocks = OPUSBuilder().Blocks();
@@ -352,6 +401,55 @@ TEST_F(CompleteSpectra, ChemStationRunsOfDifferences) {
     EXPECT_EQ(cut.Note("cut-values"), "b.ch: the file was cut off: it ends behind 3 values");
 }
 
+TEST_F(CompleteSpectra, ChemStationDoublesStandAtTheirPlaceWhateverTheHeaderSays) {
+    ByteBuilder bytes;
+    bytes.U8(3).Text("179").PadTo(0x11a).Text(BigNumber<float, std::uint32_t>(500.0F));
+    bytes.Text(BigNumber<float, std::uint32_t>(1500.0F))
+        .PadTo(0x146)
+        .U8(3)
+        .Text(std::string("1\0007\0009\0", 6));
+    bytes.PadTo(0x1274)
+        .Text(BigDouble(0.0))
+        .Text(BigDouble(0.5))
+        .PadTo(0x1800)
+        .Double(1.0)
+        .Double(-3.0)
+        .Double(5.0);
+    CompleteRead read(ChemStation, Write("a.ch", bytes.Bytes()));
+    EXPECT_EQ(read.Row(2, 5), (Values{0.5, 1, 1.5}));
+    EXPECT_EQ(read.Row(3, 5), (Values{0.5, -1.5, 2.5}));
+}
+
+TEST_F(CompleteSpectra, ChemStationSpectraOfOpenLabAreDoubles) {
+    const auto record = [](int time, double first) {
+        ByteBuilder bytes;
+        bytes.I32(0).I32(time).I16(200 * 20).I16(202 * 20).I16(20).PadTo(22);
+        return bytes.Double(first).Double(first + 1).Double(first + 2).Bytes();
+    };
+    const std::string records = record(1500, 1) + record(2500, 7);
+    ByteBuilder head;
+    head.U8(3).Text("131").PadTo(0x108).Text(Big(9, 4)).PadTo(0x116).Text(Big(3, 4)).PadTo(0x146).U8(3);
+    head.Text(std::string("1\0003\0001\0", 6)).PadTo(0x15b).U8(2).Text(std::string("O\0L\0", 4)).PadTo(0xc0d);
+    head.Text(BigDouble(0.5)).PadTo(0x1000);
+    CompleteRead read(ChemStation, Write("a.uv", head.Bytes() + records));
+    EXPECT_EQ(read.Row(2, 5), (Values{200, 201, 202}));
+    EXPECT_EQ(read.Row(3, 4), (Values{1.5, 0.5, 1, 1.5}));
+    EXPECT_EQ(read.Row(4, 4), (Values{2.5, 3.5, 4, 4.5}));
+    EXPECT_EQ(read.Note("cut-records"),
+              "a.uv: the file holds 2 of the 3 spectra that its header promises; they end at byte 4188");
+}
+
+TEST_F(CompleteSpectra, ChemStationSignalsTellTheirLight) {
+    std::string file = Chromatogram("8", false, Big(0x1001, 2) + Big(2, 2) + Big(0, 2));
+    const std::string signal = "D,Sig=250,4 Ref=360,99 Em=3";
+    file.replace(0x254, signal.size() + 1, std::string(1, static_cast<char>(signal.size())) + signal);
+    const CompleteRead read(ChemStation, Write("a.ch", file));
+    EXPECT_EQ(read.Fact("wavelength"), "250 nm");
+    EXPECT_EQ(read.Fact("reference wavelength"), "360 nm");
+    EXPECT_EQ(read.Fact("reference bandwidth"), "99 nm");
+    EXPECT_EQ(read.Fact("emission wavelength"), "3 nm");
+}
+
 TEST_F(CompleteSpectra, ChemStationUnknownVersionIsRefusedByName) {
     const CompleteRead read(ChemStation, Write("a.ch", Chromatogram("45", false, "")));
     EXPECT_EQ(read.status, 0x605);
@@ -453,6 +551,30 @@ TEST_F(CompleteSpectra, BrimroseObservationsThatAreCutAreTold) {
 }
 
 // Recognition
+
+TEST_F(CompleteSpectra, TextsGoByTheEncodingThatIsAskedFor) {
+    std::string uv = Spectra(1, CompressedRecord(1500, 10));
+    uv[0x19] = '\x8e';
+    const std::string path = Write("a.uv", uv);
+    EXPECT_EQ(CompleteRead(ChemStation, path).table.GetString(3, 3), "\xc5\xbdint");
+    EXPECT_NE(CompleteRead(ChemStation, path).Note("encoding"), "none");
+    CompleteRead chosen(ChemStation, path, "macintosh", CompleteOptions::Encoding);
+    EXPECT_EQ(chosen.table.GetString(3, 3), "\xc3\xa9int");
+    EXPECT_EQ(chosen.Note("encoding"), "none");
+
+    const std::string da = Write("a.da", NsasRecord("\x8e", 3, 100, 106, 1.0F));
+    EXPECT_EQ(CompleteRead(NSAS, da, "macintosh", CompleteOptions::Encoding).table.GetString(3, 3),
+              "\xc3\xa9");
+    EXPECT_EQ(CompleteRead(NSAS, da).Note("encoding"),
+              "1 text of the file isn't UTF-8 and is taken for Windows-1252; --encoding names another");
+
+    std::string brimrose = BrimroseFileOf(1, 1);
+    brimrose[512 + 4] = '\x8e';
+    const std::string dat = Write("a.dat", brimrose);
+    EXPECT_EQ(CompleteRead(Brimrose, dat, "macintosh", CompleteOptions::Encoding).NamesOfParts(),
+              (Names{"\xc3\xa9ye"}));
+    EXPECT_NE(CompleteRead(Brimrose, dat).Note("encoding"), "none");
+}
 
 TEST_F(CompleteSpectra, ContentProvesEachFormat) {
     const std::pair<const char*, std::string> files[] = {

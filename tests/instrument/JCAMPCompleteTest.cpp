@@ -18,15 +18,18 @@ namespace {
 /** The complete reading of one selection. */
 class JCAMPCompleteTest : public testing::Test {
 protected:
-    int Read(const std::string& paths, const std::string& part = "") {
+    int Read(const std::string& paths, NvImportOpenOptions* options) {
         reader = std::make_unique<JCAMPFile>();
         context = std::make_shared<karta::ReadContext>();
         context->reading = karta::Reading::Complete;
         reader->SetContext(context);
         table.Clear();
-        TestOptions options{{CompleteOptions::Part, part}};
-        reader->Open(true, paths.c_str(), part.empty() ? nullptr : options.Get());
+        reader->Open(true, paths.c_str(), options);
         return reader->Read(&table);
+    }
+    int Read(const std::string& paths, const std::string& part = "") {
+        TestOptions options{{CompleteOptions::Part, part}};
+        return Read(paths, part.empty() ? nullptr : options.Get());
     }
     int ReadText(const std::string& text, const std::string& part = "") {
         return Read(folder.Write("a.dx", text), part);
@@ -140,6 +143,25 @@ TEST_F(JCAMPCompleteTest, DecimalCommasAreToldByTheCount) {
     EXPECT_EQ(Values("1,5 2,5", "##NPOINTS=2\n", "XYPOINTS= (XY..XY)"), "5|5");
     EXPECT_EQ(Row(2), "1|nm||1|2");
     EXPECT_EQ(Values("1.5,2 2.5,3", "##NPOINTS=9\n", "XYPOINTS= (XY..XY)"), "2|3");
+}
+
+TEST_F(JCAMPCompleteTest, LetterThatMayBeAnExponentIsToldByTheCount) {
+    EXPECT_EQ(Values("20e78", "##NPOINTS=1\n"), "-578");
+    EXPECT_EQ(Values("20 3e2", "##NPOINTS=1\n"), "300");
+    EXPECT_EQ(Values("20 3E2 4", "##NPOINTS=3\n"), "3|52|4");
+}
+
+TEST_F(JCAMPCompleteTest, LabelsAreReadInTheEncodingThatIsAskedFor) {
+    const std::string path =
+        folder.Write("a.dx", "##TITLE=\x8elan\n##OWNER=M\x9fller\n##XYDATA=(X++(Y..Y))\n1 2\n##END=\n");
+    ASSERT_EQ(Read(path), 0);
+    EXPECT_EQ(table.GetString(2, 3), "\xc5\xbdlan");
+    EXPECT_EQ(context->notes.GetAll().front().code, "encoding");
+    EXPECT_EQ(context->notes.GetAll().front().count, 2U);
+    TestOptions options{{CompleteOptions::Encoding, "macintosh"}};
+    Read(path, options.Get());
+    EXPECT_EQ(table.GetString(2, 3), "\xc3\xa9lan");
+    EXPECT_EQ(Notes().find("Windows-1252"), std::string::npos);
 }
 
 TEST_F(JCAMPCompleteTest, ChecksThatFailAreNotedAndTheValuesKept) {
@@ -277,7 +299,7 @@ TEST_F(JCAMPCompleteTest, LabelsAreFactsWithTypes) {
     const auto has = [&facts](const FileContents::Fact& fact) {
         return std::find(facts.begin(), facts.end(), fact) != facts.end();
     };
-    EXPECT_TRUE(has({"resolution", 4.0, ""}));
+    EXPECT_TRUE(has({"resolution", 4.0, "1/CM"}));
     EXPECT_TRUE(has({"operator", "me"}));
     EXPECT_TRUE(has({"date", "2025-09-17T00:00:00"}));
     EXPECT_TRUE(has({"$NOTE", "one\ntwo"}));

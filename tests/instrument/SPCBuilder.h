@@ -30,13 +30,14 @@ struct SPCSubFile {
     float nextTime = 0.0F;
     int numPoints = 0; /**< of a sub-file with X values of its own, which stand before the others */
     float w = 0.0F;
+    int numScans = 0;
 };
 
 template <class Number>
-std::string SPCValues(const std::vector<Number>& values) {
+std::string SPCValues(const std::vector<Number>& values, bool isBig = false) {
     ByteBuilder bytes;
     for (const Number value : values) {
-        bytes.Put(value);
+        isBig ? bytes.PutBig(value) : bytes.Put(value);
     }
     return bytes.Bytes();
 }
@@ -44,7 +45,7 @@ std::string SPCValues(const std::vector<Number>& values) {
 /** A file in the new format; three points at 1, 2 and 3 unless told otherwise. */
 struct SPCBuilder {
     unsigned int flags = 0;
-    char version = 'K';
+    char version = 'K'; /**< 'L': with big-endian numbers */
     int exponent = -128;
     std::int32_t numPoints = 3;
     double firstX = 1.0;
@@ -53,30 +54,63 @@ struct SPCBuilder {
     unsigned int xType = 1;
     unsigned int yType = 2;
     std::uint32_t date = 0;
+    std::string resolution;
+    std::string memo;
     std::string axisText;
     float zIncrement = 0.0F;
     std::vector<float> xArray;
     std::vector<SPCSubFile> subFiles = {{SPCValues<float>({0.125F, 0.5F, -0.75F})}};
+    std::string log; /**< its text; none where it is empty */
+    std::string logBytes;
 
     std::string Build() const {
         ByteBuilder file;
+        const auto put = [&](auto number) { version == 'L' ? file.PutBig(number) : file.Put(number); };
         file.U8(flags).U8(static_cast<unsigned char>(version)).U8(0).Put(static_cast<std::int8_t>(exponent));
-        file.I32(numPoints).Double(firstX).Double(lastX).I32(numSubFiles);
-        file.U8(xType).U8(yType).U8(0).U8(0).U32(date);
-        file.PadTo(218).Field(axisText, 30);
-        file.PadTo(312).Float(zIncrement);
+        put(numPoints);
+        put(firstX);
+        put(lastX);
+        put(numSubFiles);
+        file.U8(xType).U8(yType).U8(0).U8(0);
+        put(date);
+        file.Field(resolution, 9).PadTo(88).Field(memo, 130).PadTo(218).Field(axisText, 30);
+        put(log.empty() ? std::uint32_t{0} : LogPosition());
+        file.PadTo(312);
+        put(zIncrement);
         file.PadTo(512);
         for (const float x : xArray) {
-            file.Float(x);
+            put(x);
         }
         for (const SPCSubFile& subFile : subFiles) {
             const std::size_t start = file.Size();
-            file.U8(0).Put(static_cast<std::int8_t>(subFile.exponent)).I16(subFile.index);
-            file.Float(subFile.time).Float(subFile.nextTime).Float(0.0F).I32(subFile.numPoints).I32(0);
-            file.Float(subFile.w).PadTo(start + 32);
-            file.Text(subFile.values);
+            file.U8(0).Put(static_cast<std::int8_t>(subFile.exponent));
+            put(static_cast<std::int16_t>(subFile.index));
+            put(subFile.time);
+            put(subFile.nextTime);
+            put(0.0F);
+            put(std::int32_t{subFile.numPoints});
+            put(std::int32_t{subFile.numScans});
+            put(subFile.w);
+            file.PadTo(start + 32).Text(subFile.values);
+        }
+        if (!log.empty()) {
+            const auto textOffset = static_cast<std::uint32_t>(64 + logBytes.size());
+            put(static_cast<std::uint32_t>(textOffset + log.size()));
+            put(std::uint32_t{4096});
+            put(textOffset);
+            put(static_cast<std::uint32_t>(logBytes.size()));
+            file.PadTo(LogPosition() + 64).Text(logBytes).Text(log);
         }
         return file.Bytes();
+    }
+
+private:
+    std::uint32_t LogPosition() const {
+        std::size_t position = 512 + xArray.size() * sizeof(float);
+        for (const SPCSubFile& subFile : subFiles) {
+            position += 32 + subFile.values.size();
+        }
+        return static_cast<std::uint32_t>(position);
     }
 };
 

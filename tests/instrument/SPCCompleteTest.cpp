@@ -37,6 +37,14 @@ protected:
         }
         return cells;
     }
+    std::string Fact(const std::string& name) {
+        for (const FileContents::Fact& fact : reader->ListFacts()) {
+            if (fact.name == name) {
+                return fact.value;
+            }
+        }
+        return "none";
+    }
     std::string Notes() const {
         std::string texts;
         for (const karta::Note& note : context->notes.GetAll()) {
@@ -191,6 +199,75 @@ TEST_F(SPCCompleteTest, OldFileHasAllItsSpectra) {
     EXPECT_EQ(table.GetNumberOfRows(), 5);
     EXPECT_EQ(Row(4), "3|a_2||0.5|0.5|-0.5|3.0517578e-05");
     EXPECT_EQ(Row(5).substr(0, 12), "4|a_3||0.5|1");
+}
+
+TEST_F(SPCCompleteTest, OldFileMayWriteTheMarkOfFloatsWithoutItsSign) {
+    OldSPCBuilder file;
+    file.exponent = 128;
+    ASSERT_EQ(ReadBytes(file.Build()), 0);
+    EXPECT_EQ(Row(3), "2|a||0.125|0.5|-0.75");
+}
+
+TEST_F(SPCCompleteTest, BigEndianFilesAreRead) {
+    SPCBuilder file;
+    file.version = 'L';
+    file.flags = SPCMulti;
+    file.numSubFiles = 2;
+    file.date = SPCDate(2025, 9, 17, 13, 42);
+    file.log = "SCANS=16";
+    file.subFiles = {{SPCValues<std::int32_t>({1 << 29, -1, 0}, true), 4, 0, 0.5F, 1.5F, 0, 3.0F},
+                     {SPCValues<float>({4, 5, 6}, true), -128, 1, 1.5F, 0, 0, 3.0F}};
+    ASSERT_EQ(ReadBytes(file.Build()), 0);
+    EXPECT_EQ(Row(2), "1||cm-1|||1|2|3");
+    EXPECT_EQ(Row(3).substr(0, 31), "2|a_1|2025-09-17T13:42:00|0.5|3");
+    EXPECT_EQ(table.GetFloatValue(6, 3), 2.0);
+    EXPECT_EQ(table.GetFloatValue(7, 3), -1.0 / 268435456.0);
+    EXPECT_EQ(Row(4), "3|a_2|2025-09-17T13:42:00|1.5|3|4|5|6");
+    EXPECT_EQ(Fact("SCANS"), "16");
+}
+
+TEST_F(SPCCompleteTest, BigEndianPairsAndArraysOfXAreRead) {
+    SPCBuilder file;
+    file.version = 'L';
+    file.flags = SPCXArray | SPCInt16;
+    file.exponent = 16;
+    file.xArray = {1, 4, 9};
+    file.subFiles = {{SPCValues<std::int16_t>({7, -8, 9}, true)}};
+    ASSERT_EQ(ReadBytes(file.Build()), 0);
+    EXPECT_EQ(Row(2), "1||cm-1|1|4|9");
+    EXPECT_EQ(Row(3), "2|a||7|-8|9");
+    file.flags = SPCXYPairs;
+    file.exponent = -128;
+    file.xArray.clear();
+    file.subFiles = {{SPCValues<float>({2, 3, 5, 7}, true), -128, 0, 0, 0, 2}};
+    ASSERT_EQ(ReadBytes(file.Build()), 0);
+    EXPECT_EQ(Row(2), "1||cm-1|2|3");
+    EXPECT_EQ(Row(3), "2|a||5|7");
+}
+
+TEST_F(SPCCompleteTest, TextsAreFactsInTheEncodingThatIsAskedFor) {
+    SPCBuilder file;
+    file.resolution = "4.";
+    file.memo = "S\xe4ure";
+    file.log = "DET=K\xe4lte\r\n";
+    file.logBytes = std::string(10, '\1');
+    file.subFiles.front().numScans = 32;
+    const std::string bytes = file.Build();
+    ASSERT_EQ(ReadBytes(bytes), 0);
+    EXPECT_EQ(Fact("memo"), "S\xc3\xa4ure");
+    EXPECT_EQ(Fact("DET"), "K\xc3\xa4lte");
+    EXPECT_EQ(Fact("resolution"), "4");
+    EXPECT_EQ(Fact("scans"), "32");
+    EXPECT_EQ(Fact("log without text"), "10 bytes");
+    EXPECT_EQ(Notes(),
+              "2 texts of a.spc aren't UTF-8 and are taken for Windows-1252; --encoding names another\n");
+    TestOptions options{{CompleteOptions::Encoding, "macintosh"}};
+    ASSERT_EQ(ReadBytes(bytes, options.Get()), 0);
+    EXPECT_EQ(Fact("memo"), "S\xe2\x80\xb0ure");
+    EXPECT_EQ(Notes(), "");
+    TestOptions unknown{{CompleteOptions::Encoding, "runes"}};
+    ASSERT_EQ(ReadBytes(bytes, unknown.Get()), 0);
+    EXPECT_EQ(Notes().substr(0, 36), "the encoding \"runes\" isn't known\n2 t");
 }
 
 TEST_F(SPCCompleteTest, CutSpectrumGivesWhatIsThere) {
