@@ -9,6 +9,7 @@
 #include "base/ByteScan.h"
 #include "base/PathNames.h"
 #include "host/NvString.h"
+#include "text/DialectRefiner.h"
 #include "text/DialectSniffer.h"
 #include "text/PlainNumber.h"
 
@@ -65,6 +66,8 @@ void DelimitedText::ExamineHead() {
     dialect = SniffDialect(beginning, isCut);
     if (options.delimiter) {
         dialect = SniffQuotes(std::string_view(beginning).substr(directive), isCut, *options.delimiter);
+    } else if (!hasDirective) {
+        dialect = RefineDialect(dialect, SkipRemarks(beginning), isCut);
     }
     dialect.mergeRuns = dialect.mergeRuns || (options.mergeRuns && !dialect.delimiter.empty());
     // The directive is ASCII but for the character that it names, which another encoding may write shorter.
@@ -232,6 +235,7 @@ int DelimitedText::PutLine(const RecordScanner& scanner, std::string_view line, 
             return col;
         }
         ++at;
+        at += dialect.skipsBlank && at != end && *at == ' ' ? 1 : 0;
     }
 }
 
@@ -442,6 +446,9 @@ std::vector<FileContents::Fact> DelimitedText::ListFacts() const {
     std::vector<FileContents::Fact> facts;
     facts.emplace_back("encoding", source.GetEncoding().name);
     facts.emplace_back("delimiter", GetName(dialect));
+    if (dialect.skipsBlank) {
+        facts.emplace_back("blank behind each delimiter", "left out");
+    }
     facts.emplace_back("quote", std::string(1, dialect.quote));
     if (dialect.escape != '\0') {
         facts.emplace_back("escape", std::string(1, dialect.escape));

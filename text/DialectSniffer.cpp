@@ -229,18 +229,6 @@ std::size_t LineEndLength(std::string_view text) {
     return text.starts_with('\r') || text.starts_with('\n') ? 1 : 0;
 }
 
-// Remarks in front say nothing about the fields.
-std::string_view SkipRemarks(std::string_view text) {
-    while (text.starts_with('#')) {
-        const std::size_t end = text.find_first_of("\r\n");
-        if (end == std::string_view::npos) {
-            break;
-        }
-        text.remove_prefix(end + LineEndLength(text.substr(end)));
-    }
-    return text;
-}
-
 std::vector<std::string_view> GetLines(std::string_view text) {
     std::vector<std::string_view> lines;
     for (std::size_t count = 0; count < MostRecords; ++count) {
@@ -311,6 +299,17 @@ std::string_view GetDirective(std::string_view text) {
 }
 
 }  // namespace
+
+std::string_view SkipRemarks(std::string_view text) {
+    while (text.starts_with('#')) {
+        const std::size_t end = text.find_first_of("\r\n");
+        if (end == std::string_view::npos) {
+            break;
+        }
+        text.remove_prefix(end + LineEndLength(text.substr(end)));
+    }
+    return text;
+}
 
 std::size_t GetDirectiveLength(std::string_view text) {
     const std::size_t named = GetDirective(text).size();

@@ -23,3 +23,6 @@ TextDialect SniffQuotes(std::string_view text, bool isCut, const std::string& de
 
 /** A first line `sep=X` names the delimiter: its length with the line end, 0 where there is none. */
 std::size_t GetDirectiveLength(std::string_view text);
+
+/** The text behind the lines in front that begin with `#`. */
+std::string_view SkipRemarks(std::string_view text);

@@ -47,7 +47,7 @@ bool RecordScanner::Next() {
         next = text.size();
         return false;
     }
-    if (textsBehind > 0 && (spansLines || fields.size() != width)) {
+    if ((textsBehind > 0 || unclosed > 0) && (spansLines || fields.size() != width)) {
         TryOtherReadings();
     }
     return true;
@@ -97,14 +97,48 @@ void RecordScanner::TryOtherReadings() {
     if (width == 0 || workOnOtherReadings > FreeWork + WorkPerByte * start) {
         return;
     }
-    for (const QuoteRule rule : {QuoteRule::OpeningIsText, QuoteRule::ClosesAtFieldEnd}) {
+    for (const QuoteRule rule :
+         {QuoteRule::OpeningIsText, QuoteRule::ClosesAtFieldEnd, QuoteRule::ClosesOnLine}) {
         workOnOtherReadings += next - start;
-        if (ScanRecord(rule) && fields.size() == width) {
+        if (ScanRecord(rule) && fields.size() == width && !SwallowsRecords()) {
             return;
         }
     }
-    workOnOtherReadings += next - start;
+    workOnOtherReadings += 2 * (next - start);
     ScanRecord(QuoteRule::Closes);
+    if (SwallowsRecords()) {
+        ScanRecord(QuoteRule::OpeningIsText);
+    }
+}
+
+// Whether lines within the record, from its second one on, would be records of the usual width: then a quote
+// is missing rather than a line break meant.
+bool RecordScanner::SwallowsRecords() const {
+    if (!spansLines || dialect.delimiter.empty()) {
+        return false;
+    }
+    // A text with one comma in it is no rarity.
+    const std::size_t enough = width > 2 ? 1 : 2;
+    const char* const behind = text.data() + next;
+    const char* const last = behind - std::min<std::ptrdiff_t>(behind - (text.data() + start), 1);
+    std::size_t found = 0;
+    for (const char* line = FindLineEnd(text.data() + start); line < last && found < enough;) {
+        line += *line == '\r' && line + 1 != end && line[1] == '\n' ? 2 : 1;
+        const char* const lineEnd = FindLineEnd(line);
+        std::size_t parts = 1;
+        bool hasQuote = false;
+        for (const char* place = line; place < lineEnd; ++place) {
+            hasQuote = hasQuote || *place == dialect.quote;
+            parts += IsDelimiterAt(place) ? 1 : 0;
+        }
+        found += !hasQuote && lineEnd < last && parts == width ? 1 : 0;
+        line = lineEnd;
+    }
+    return found >= enough;
+}
+
+const char* RecordScanner::FindLineEnd(const char* from) const {
+    return std::find_if(from, end, IsLineEnd);
 }
 
 // One record from the start on. False where the text's end cuts it.
@@ -143,6 +177,7 @@ bool RecordScanner::ScanRecord(QuoteRule rule) {
             hasMore = at != end && !IsLineEnd(*at);
         } else {
             at += dialect.delimiter.size();
+            at += dialect.skipsBlank && at != end && *at == ' ' ? 1 : 0;
             if (at == end) {
                 fields.push_back({});
                 hasMore = false;
@@ -160,9 +195,13 @@ bool RecordScanner::ScanRecord(QuoteRule rule) {
 
 // A field whose quote opens at `open`; `at` is then its end. False when it isn't taken as one.
 bool RecordScanner::ScanQuoted(const char* open, QuoteRule rule) {
+    if (rule == QuoteRule::ClosesOnLine) {
+        ScanQuotedOnLine(open);
+        return true;
+    }
     const char* const begin = open + 1;
     TextField field;
-    const char* const close = FindClosingQuote(begin, rule, field.isEscaped);
+    const char* close = FindClosingQuote(begin, rule, field.isEscaped);
     if (close == nullptr) {
         ++unclosed;
         return false;
@@ -179,7 +218,14 @@ bool RecordScanner::ScanQuoted(const char* open, QuoteRule rule) {
         while (last[-1] == ' ') {
             --last;
         }
-        field.behind = {behind, static_cast<std::size_t>(last - behind)};
+        // Guesses of the dialect count what is written without the blanks between.
+        const char* const first = width == 0 ? behind : close + 1;
+        field.behind = {first, static_cast<std::size_t>(last - first)};
+        if (EndsWithQuote(close, field.behind)) {
+            close = last - 1;
+            field.isEscaped = true;
+            field.behind = {};
+        }
     }
     field.text = {begin, static_cast<std::size_t>(close - begin)};
     field.isQuoted = true;
@@ -187,6 +233,35 @@ bool RecordScanner::ScanQuoted(const char* open, QuoteRule rule) {
     fields.push_back(field);
     at = fieldEnd;
     return true;
+}
+
+// Whether the quote that ends a field is the one that closes it: what seemed to close it, amid the text,
+// opens a word as in "a "b" c" or stands for inches. Not while nothing is known of the records: guesses of
+// the dialect count what is written, by the plain rule.
+bool RecordScanner::EndsWithQuote(const char* closing, std::string_view behind) const {
+    if (width == 0 || behind.size() < 2 || behind.back() != dialect.quote || dialect.escape != '\0' ||
+        behind[behind.size() - 2] == ' ') {
+        return false;
+    }
+    // Two texts, each in quotes of its own, as in "a" and "b".
+    return closing[1] != ' ' || behind.find(dialect.quote) + 1 == behind.size();
+}
+
+// The field of an opening quote where none goes over its line: up to the first quote that a delimiter or the
+// line's end follows, whatever stands before it; else up to the line's end.
+void RecordScanner::ScanQuotedOnLine(const char* open) {
+    const char* const lineEnd = FindLineEnd(open);
+    const char* close = open + 1;
+    while (close != lineEnd && !(*close == dialect.quote && ClosesField(close + 1))) {
+        ++close;
+    }
+    unclosed += close == lineEnd ? 1 : 0;
+    TextField field;
+    field.text = {open + 1, static_cast<std::size_t>(close - open - 1)};
+    field.isQuoted = true;
+    field.isEscaped = true;
+    fields.push_back(field);
+    at = close == lineEnd ? lineEnd : FindFieldEnd(close + 1);
 }
 
 const char* RecordScanner::FindClosingQuote(const char* from, QuoteRule rule, bool& isEscaped) {

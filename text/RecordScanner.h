@@ -25,8 +25,9 @@ struct TextField {
  * field. A quote that is never closed is text, up to the next delimiter.
  *
  * A quote inside of a field that isn't doubled leaves a choice. Where such a record hasn't as many fields as
- * most have, or goes over lines, two other readings are tried, and the first that gives that width is taken:
- * the opening quote is text; or quotes close only before a delimiter or a line end.
+ * most have, or goes over lines, other readings are tried, and the first that gives that width is taken: the
+ * opening quote is text; quotes close only before a delimiter or a line end; no field goes over its line.
+ * None is taken that swallows lines which are records by themselves.
  */
 class RecordScanner {
 public:
@@ -62,14 +63,18 @@ public:
     std::string_view GetText(const TextField& field, std::string& storage) const;
 
 private:
-    enum class QuoteRule { Closes, OpeningIsText, ClosesAtFieldEnd };
+    enum class QuoteRule { Closes, OpeningIsText, ClosesAtFieldEnd, ClosesOnLine };
     enum ByteClass : std::uint8_t { Plain, Delimiter, LineEnd };
 
     bool ScanRecord(QuoteRule rule);
     const char* FindBefore(const char* known, const char* from, const char* until, char byte) const;
     void TryOtherReadings();
+    bool SwallowsRecords() const;
     bool ScanQuoted(const char* open, QuoteRule rule);
     const char* FindClosingQuote(const char* from, QuoteRule rule, bool& isEscaped);
+    bool EndsWithQuote(const char* closing, std::string_view behind) const;
+    void ScanQuotedOnLine(const char* open);
+    const char* FindLineEnd(const char* from) const;
     const char* FindFieldEnd(const char* from) const;
     bool IsDelimiterAt(const char* place) const;
     const char* SkipBlanks(const char* from) const;

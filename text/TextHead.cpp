@@ -15,6 +15,9 @@ constexpr std::size_t LeastFineSteps = 8;
 // And more where nothing but numbers is in the record.
 constexpr std::size_t LeastStepsAlone = 5;
 constexpr double StepTolerance = 1e-6;
+// How many rows of remarks stand below the units, and how long a preamble of the table's width is.
+constexpr int MostRemarkRows = 2;
+constexpr std::size_t MostPreamble = 32;
 
 /** A record of the head, by the forms of its fields. */
 struct Record {
@@ -60,6 +63,7 @@ private:
     void FindUsualWidth();
     void ReadRecords();
     void FindFirst();
+    void SkipPreamble();
     void FindNames();
     void FindGivenNames(int row);
     bool TakeIndexNames();
@@ -115,18 +119,24 @@ void HeadFinder::ReadRecords() {
     }
 }
 
-// The table begins at the first record of its width that another of it follows.
+// The table begins at the first record of its width that another of it follows, at once or behind one record
+// that lacks a delimiter or has one too many.
 void HeadFinder::FindFirst() {
-    const auto isOfTable = [this](const Record& record) { return Fits(record) && !record.isRemark; };
+    const auto isOfTable = [this](std::size_t at) {
+        return at < records.size() && Fits(records[at]) && !records[at].isRemark;
+    };
+    const auto isRagged = [this](std::size_t at) {
+        return at < records.size() && records[at].forms.size() > 1 && !records[at].isRemark;
+    };
     first = records.size();
     for (std::size_t i = 0; i < records.size(); ++i) {
-        if (!isOfTable(records[i])) {
+        if (!isOfTable(i)) {
             continue;
         }
         if (first == records.size()) {
             first = i;
         }
-        if (i + 1 < records.size() && isOfTable(records[i + 1])) {
+        if (isOfTable(i + 1) || (isRagged(i + 1) && isOfTable(i + 2))) {
             first = i;
             break;
         }
@@ -181,9 +191,14 @@ bool HeadFinder::FindAxis(const Record& record, const std::vector<ColumnType>& b
         below.begin() + static_cast<std::ptrdiff_t>(begin), below.end(), [](const ColumnType& type) {
             return type.kind == ColumnType::Number || type.kind == ColumnType::Empty;
         });
-    // Where the next record rises as well, these are the data themselves.
+    // Where the next record rises as well, these are the data themselves, unless other fields are names.
     const Record* next = NextFitting(static_cast<std::size_t>(&record - records.data()));
-    if (!isAboveNumbers || !rises(record) || next == nullptr || rises(*next)) {
+    bool hasNames = false;
+    for (std::size_t col = 0; col < begin; ++col) {
+        hasNames =
+            hasNames || ((record.forms[col].bits & Form::Text) != 0 && below[col].kind == ColumnType::Number);
+    }
+    if (!isAboveNumbers || !rises(record) || next == nullptr || (rises(*next) && !hasNames)) {
         return false;
     }
     head.firstAxisColumn = static_cast<int>(begin) + 1;
@@ -334,6 +349,53 @@ void HeadFinder::FindUnits() {
         head.unitRow = records[first].row;
         ++first;
     }
+    // Remarks on the columns stand below their units.
+    for (int more = 0; more < MostRemarkRows && head.unitRow > 0 && NextFitting(first) != nullptr &&
+                       IsUnits(records[first], GetTypesFrom(first + 1));
+         ++more) {
+        ++first;
+    }
+}
+
+// Where a preamble has records of the table's width by chance, as instruments' programs write them, the names
+// are the last texts above numbers: only from there on the columns have types.
+void HeadFinder::SkipPreamble() {
+    const auto countNumbers = [](const std::vector<ColumnType>& columns) {
+        return std::count_if(columns.begin(), columns.end(),
+                             [](const ColumnType& type) { return type.kind == ColumnType::Number; });
+    };
+    const auto areTexts = [this](const Record& record) {
+        return Fits(record) && !record.isRemark && AreTexts(record) &&
+               2 * std::count_if(record.forms.begin(), record.forms.end(), [](const FieldForm& form) {
+                   return form.bits != Form::Nothing;
+               }) > static_cast<std::ptrdiff_t>(head.usualWidth);
+    };
+    if (first >= records.size() || AreTexts(records[first])) {
+        return;
+    }
+    const auto numbers = countNumbers(GetTypesFrom(first + 1));
+    const std::size_t last = std::min(records.size(), first + MostPreamble);
+    for (std::size_t i = first + 1; i + 1 < last; ++i) {
+        const Record* next = NextFitting(i);
+        if (next == nullptr || !areTexts(records[i]) || areTexts(*next)) {
+            continue;
+        }
+        const std::vector<ColumnType> below = GetTypesFrom(i + 1);
+        const bool areOthersAbove =
+            std::all_of(records.begin() + static_cast<std::ptrdiff_t>(first),
+                        records.begin() + static_cast<std::ptrdiff_t>(i), [&](const Record& record) {
+                            bool isOther = !Fits(record) || record.isRemark;
+                            for (std::size_t col = 0; !isOther && col < record.forms.size(); ++col) {
+                                isOther = below[col].kind == ColumnType::Number &&
+                                          (record.forms[col].bits & Form::Text) != 0;
+                            }
+                            return isOther;
+                        });
+        if (areOthersAbove && countNumbers(below) > numbers) {
+            first = i;
+            return;
+        }
+    }
 }
 
 TextHead HeadFinder::Find() {
@@ -343,6 +405,7 @@ TextHead HeadFinder::Find() {
     if (options.header) {
         FindGivenNames(*options.header);
     } else {
+        SkipPreamble();
         FindNames();
     }
     FindUnits();

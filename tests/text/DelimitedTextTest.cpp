@@ -253,6 +253,71 @@ TEST_F(DelimitedTextTest, HeadsAreFacts) {
     EXPECT_EQ(Read("x,y\n1,2\n3,4\n", TestOptions({{"Header", "0"}}))->context->shape.nameRow, 0);
 }
 
+TEST_F(DelimitedTextTest, RecordThatLacksADelimiterDoesNotHideTheNames) {
+    const auto read = Read("a,b,c\n1,2\n1,2,3\n4,5,6\n7,8,9\n1,2,3\n");
+    EXPECT_EQ(read->context->shape.nameRow, 1);
+    EXPECT_EQ(read->Kinds(3), "t-ffff");
+}
+
+TEST_F(DelimitedTextTest, RemarksBelowUnitsLeaveTheColumnsNumbers) {
+    const auto read = Read("t\tA\tB\ns\tV\tV\n\tRun 1\tRun 2\n1\t0.1\t0.2\n2\t0.11\t0.21\n3\t0.3\t0.4\n");
+    EXPECT_EQ(read->context->shape.unitRow, 2);
+    EXPECT_EQ(read->context->shape.firstDataRow, 4);
+    EXPECT_EQ(read->Kinds(2), "tttfff");
+}
+
+TEST_F(DelimitedTextTest, PreambleOfTheTablesWidthHasNoVote) {
+    const auto read =
+        Read("Channels\t2\t\nSamples\t3\t3\nX_Value\tVolt\tComment\n" + Repeat("0.5\t1.5\t\n", 8));
+    EXPECT_EQ(read->context->shape.nameRow, 3);
+    EXPECT_EQ(read->Kinds(1), "tttffffffff");
+    // Data are none of it.
+    EXPECT_EQ(Read("a,b\n1,2\n3,4\na,b\n5,6\n7,8\n")->context->shape.nameRow, 1);
+}
+
+TEST_F(DelimitedTextTest, AxisAboveASpectrumThatRisesTooIsOne) {
+    const auto read = Read("conc,400,402,404,406\n1.5,0.1,0.2,0.3,0.4\n2.5,0.3,0.2,0.1,0.5\n");
+    EXPECT_EQ(read->context->shape.axisRow, 1);
+    EXPECT_EQ(read->Kinds(1), "tff");
+}
+
+// What a quote that is missing, or one too many, does to its own record, and to no other.
+TEST_F(DelimitedTextTest, BrokenQuotesStayInTheirRecord) {
+    const std::string head = "a,b,c\n7,8,9\n";
+    const std::string rest = "1,2,3\n1,2,3\n1,2,3\n4,\"x, y\",6\n";
+    const std::string tail = "/1|2|3/1|2|3/1|2|3/4|x, y|6";
+    EXPECT_EQ(All(head + "1,2,\"late, 2 days\n" + rest), "a|b|c/7|8|9/1|2|late, 2 days" + tail);
+    EXPECT_EQ(All(head + "1,2,\"late, 2 days\"\"\n" + rest), "a|b|c/7|8|9/1|2|late, 2 days\"" + tail);
+    EXPECT_EQ(All(head + "1,\"p\"2,3\n" + rest), "a|b|c/7|8|9/1|p2|3" + tail);
+    EXPECT_EQ(All(head + "1,\"p\"2\n" + rest), "a|b|c/7|8|9/1|p2|" + tail);
+    EXPECT_EQ(All(head + "\"1,2,3\n" + rest), "a|b|c/7|8|9/\"1|2|3" + tail);
+    EXPECT_EQ(All(head + "1,\"he \"is\" so\",3\n" + rest), "a|b|c/7|8|9/1|he \"is\" so|3" + tail);
+    EXPECT_EQ(All(head + "1,\"12\" wide\",3\n" + rest), "a|b|c/7|8|9/1|12\" wide|3" + tail);
+    EXPECT_EQ(All(head + "1,\"p\" and \"q\",3\n" + rest), "a|b|c/7|8|9/1|p and \"q\"|3" + tail);
+    // A field may go over lines that are no records.
+    EXPECT_EQ(All(head + "1,\"say \"hi\" loud\nto me\",3\n" + rest),
+              "a|b|c/7|8|9/1|say \"hi\" loud\nto me|3" + tail);
+}
+
+TEST_F(DelimitedTextTest, RareDelimitersWhereNothingSpeaksAgainstThem) {
+    const auto blanks = Read("a, b, c\n1, \"x, y\", 3\n4, , 6\n7, 8,\n");
+    EXPECT_EQ(blanks->All(), "a|b|c/1|x, y|3/4||6/7|8|");
+    EXPECT_EQ(blanks->FactOf("delimiter"), ",");
+    EXPECT_EQ(blanks->FactOf("blank behind each delimiter"), "left out");
+    EXPECT_EQ(All("a, b,c\n1, x,3\n"), "a| b|c/1| x|3");
+    EXPECT_EQ(All("a,  b,  c\n1,  x,  3\n"), "a|  b|  c/1|  x|  3");
+    EXPECT_EQ(All("a::b::c\n1::x::3\n4::y::6\n"), "a|b|c/1|x|3/4|y|6");
+    EXPECT_EQ(All("a||b||c\n1||x||3\n4||y||6\n"), "a|b|c/1|x|3/4|y|6");
+    EXPECT_EQ(All("a^b^c\n1^x^3\n4^y^6\n"), "a|b|c/1|x|3/4|y|6");
+    EXPECT_EQ(All("first last state phone\nJohn Smith WA 1-1\nMary Ford CA 2-2\nPete Hill OR 3-3\n"),
+              "first|last|state|phone/John|Smith|WA|1-1/Mary|Ford|CA|2-2/Pete|Hill|OR|3-3");
+    EXPECT_EQ(All("\"a\" \"b\"\n\"1\" \"x y\" z\n\"2\" \"u\" w\n\"3\" \"v\" w\n"),
+              "a|b|/1|x y|z/2|u|w/3|v|w");
+    EXPECT_EQ(All("This is a sentence.\nThis was a phrase.\nHere is a poem.\nThere it goes on.\n"),
+              "This is a sentence./This was a phrase./Here is a poem./There it goes on.");
+    EXPECT_EQ(Read(Repeat("1 234 567\n", 12))->FactOf("delimiter"), "none");
+}
+
 TEST_F(DelimitedTextTest, OverridesGoBeforeGuesses) {
     EXPECT_EQ(All("a,b;c\n1,2;3\n", TestOptions({{"Delimiter", ";"}})), "a,b|c/1,2|3");
     EXPECT_EQ(All("a::b\n1::2\n", TestOptions({{"Delimiter", "::"}})), "a|b/1|2");
