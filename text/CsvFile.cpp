@@ -155,13 +155,16 @@ int CsvFile::Read(ReadSpreadSheetData* sink) {
 
 int CsvFile::EstablishSize() {
     numCols = numRows = 1;
-    if (complete != nullptr && status == StatusOk) {
+    if (complete == nullptr || status != StatusOk) {
+        return status;
+    }
+    return WithinBudget(StatusReadFailed, [this] {
         const DelimitedText::Size size = complete->Measure();
         numCols = size.cols;
         numRows = size.rows;
         sizeKnown = true;
-    }
-    return status;
+        return status;
+    });
 }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): hosts override this very signature.

@@ -23,6 +23,12 @@ constexpr int RowsBetweenLooks = 1024;
 
 constexpr std::int64_t MicrosecondsOfDay = std::int64_t{86'400} * 1'000'000;
 
+// A table can't count more rows; readers end it as what outgrows a budget.
+class TooManyRows : public karta::BudgetExceeded {
+public:
+    TooManyRows() : karta::BudgetExceeded("the text has more rows than can be counted") {}
+};
+
 // "1 text, 2-5 number": columns of one type together.
 std::string ListTypes(const std::vector<ColumnType>& types) {
     std::string list;
@@ -122,7 +128,7 @@ DelimitedText::Size DelimitedText::Measure() {
     Size measured;
     while (scanner.Next()) {
         if (measured.rows == std::numeric_limits<int>::max()) {
-            throw std::length_error("the text has more rows than can be counted");
+            throw TooManyRows();
         }
         if (measured.rows % RowsBetweenLooks == 0) {
             context.ThrowIfStopped();
@@ -154,7 +160,7 @@ void DelimitedText::ReadRecords(CellOutput& output) {
     RecordScanner scanner = MakeScanner();
     while (true) {
         if (size.rows == std::numeric_limits<int>::max()) {
-            throw std::length_error("the text has more rows than can be counted");
+            throw TooManyRows();
         }
         if (const auto line = scanner.NextLine()) {
             BeginRecord(scanner);

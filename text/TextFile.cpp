@@ -205,11 +205,13 @@ int TextFile::EstablishSize() {
         return StatusWrongMode;
     }
     if (complete != nullptr) {
-        const DelimitedText::Size size = complete->Measure();
-        numCols = size.cols;
-        numRows = size.rows;
-        sizeKnown = true;
-        return StatusOk;
+        return WithinBudget(StatusStreamFailed, [this] {
+            const DelimitedText::Size size = complete->Measure();
+            numCols = size.cols;
+            numRows = size.rows;
+            sizeKnown = true;
+            return StatusOk;
+        });
     }
     stream.Rewind();
     std::int64_t rowCount = 0;
