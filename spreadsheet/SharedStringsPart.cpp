@@ -1,5 +1,8 @@
 #include "spreadsheet/SharedStringsPart.h"
 
+#include <string>
+#include <utility>
+
 #include "base/Unicode.h"
 
 namespace {
@@ -7,9 +10,9 @@ namespace {
 // "_x", four hexadecimal digits, "_".
 constexpr std::size_t EscapeLength = 7;
 
-int HexDigit(char16_t unit) {
-    if (unit >= u'0' && unit <= u'9') {
-        return unit - u'0';
+int HexDigit(char unit) {
+    if (unit >= '0' && unit <= '9') {
+        return unit - '0';
     }
     const int lower = unit | 0x20;
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
@@ -17,12 +20,12 @@ int HexDigit(char16_t unit) {
 
 /** The unit that a text begins with as an escape; -1 where it begins with none, or with that of the NUL,
  * which would end the text in any table. */
-int GetEscaped(std::u16string_view text) {
-    if (text.size() < EscapeLength || text[1] != u'x' || text[EscapeLength - 1] != u'_') {
+int GetEscaped(std::string_view text) {
+    if (text.size() < EscapeLength || text[1] != 'x' || text[EscapeLength - 1] != '_') {
         return -1;
     }
     int unit = 0;
-    for (const char16_t digit : text.substr(2, EscapeLength - 3)) {
+    for (const char digit : text.substr(2, EscapeLength - 3)) {
         const int value = HexDigit(digit);
         if (value < 0) {
             return -1;
@@ -34,18 +37,22 @@ int GetEscaped(std::u16string_view text) {
 
 }  // namespace
 
-void AppendUnescaped(std::string& text, std::u16string_view escaped) {
-    if (escaped.find(u"_x") == std::u16string_view::npos) {
-        AppendUtf8(text, escaped);
-        return;
+void AppendUnescaped(std::string& text, std::string_view escaped) {
+    // Two units may make one character.
+    std::u16string units;
+    for (std::size_t end = escaped.find("_x"); end != std::string_view::npos; end = escaped.find("_x")) {
+        const int unit = GetEscaped(escaped.substr(end));
+        if (end > 0 || unit < 0) {
+            AppendUtf8(text, std::exchange(units, {}));
+            text += escaped.substr(0, unit < 0 ? end + 1 : end);
+        }
+        if (unit >= 0) {
+            units += static_cast<char16_t>(unit);
+        }
+        escaped.remove_prefix(unit < 0 ? end + 1 : end + EscapeLength);
     }
-    std::u16string plain;
-    while (!escaped.empty()) {
-        const int unit = escaped.front() == u'_' ? GetEscaped(escaped) : -1;
-        plain += unit < 0 ? escaped.front() : static_cast<char16_t>(unit);
-        escaped.remove_prefix(unit < 0 ? 1 : EscapeLength);
-    }
-    AppendUtf8(text, plain);
+    AppendUtf8(text, units);
+    text += escaped;
 }
 
 void StringItem::Start() {
@@ -55,8 +62,8 @@ void StringItem::Start() {
     inRun = false;
 }
 
-bool StringItem::StartElement(int level, std::u16string_view name) {
-    const bool isText = name == u"t";
+bool StringItem::StartElement(int level, std::string_view name) {
+    const bool isText = name == "t";
     const bool holdsText =
         form == XmlForm::Full ? StartFull(level, name, isText) : StartLiteral(level, isText);
     if (holdsText) {
@@ -65,9 +72,9 @@ bool StringItem::StartElement(int level, std::u16string_view name) {
     return holdsText;
 }
 
-bool StringItem::StartFull(int level, std::u16string_view name, bool isText) {
+bool StringItem::StartFull(int level, std::string_view name, bool isText) {
     if (level == 1) {
-        inRun = name == u"r";
+        inRun = name == "r";
     }
     return isText && (level == 1 || (level == 2 && inRun));
 }
@@ -105,10 +112,9 @@ bool StringItem::EndElement(int level) {
     return wasText;
 }
 
-void SharedStringsHandler::StartElement(int level, std::u16string_view name,
-                                        const xercesc::Attributes& /*attributes*/) {
+void SharedStringsHandler::StartInside(int level, std::string_view name, const XmlElement& /*element*/) {
     if (level == 1) {
-        inItem = GetForm() == XmlForm::Literal || name == u"si";
+        inItem = GetForm() == XmlForm::Literal || name == "si";
         text.clear();
         item.Start();
     } else if (inItem && item.StartElement(level - 1, name)) {
@@ -116,7 +122,7 @@ void SharedStringsHandler::StartElement(int level, std::u16string_view name,
     }
 }
 
-void SharedStringsHandler::EndElement(int level) {
+void SharedStringsHandler::EndInside(int level) {
     if (!inItem) {
         return;
     }
@@ -127,7 +133,7 @@ void SharedStringsHandler::EndElement(int level) {
         if (GetForm() == XmlForm::Full) {
             AppendUnescaped(text, EndText());
         } else {
-            AppendUtf8(text, EndText());
+            text += EndText();
         }
     }
 }

@@ -20,13 +20,13 @@ public:
 
     void Start();
     /** Whether the element is one that holds text. Levels count from 1 inside the item. */
-    bool StartElement(int level, std::u16string_view name);
+    bool StartElement(int level, std::string_view name);
     /** Whether the element that ends is the one whose text was begun. */
     bool EndElement(int level);
 
 private:
     bool StartLiteral(int level, bool isText);
-    bool StartFull(int level, std::u16string_view name, bool isText);
+    bool StartFull(int level, std::string_view name, bool isText);
 
     XmlForm form;
     // For each level down to the open element's: whether a `t` has ended it.
@@ -37,18 +37,18 @@ private:
 };
 
 /** Text as the full form has it: `_xHHHH_` stands for a unit of UTF-16. */
-void AppendUnescaped(std::string& text, std::u16string_view escaped);
+void AppendUnescaped(std::string& text, std::string_view escaped);
 
 /** Reads the part of shared strings: each child of `sst` is one, in the full form each `si`. */
 class SharedStringsHandler : public NodeHandler {
 public:
     /** Adds to `target`, which stays the caller's. */
     SharedStringsHandler(XmlForm partForm, SharedStrings& target)
-        : NodeHandler(partForm, u"sst"), strings(target), item(partForm) {}
+        : NodeHandler(partForm, "sst"), strings(target), item(partForm) {}
 
 protected:
-    void StartElement(int level, std::u16string_view name, const xercesc::Attributes& attributes) override;
-    void EndElement(int level) override;
+    void StartInside(int level, std::string_view name, const XmlElement& element) override;
+    void EndInside(int level) override;
 
 private:
     SharedStrings& strings;

@@ -52,7 +52,7 @@ bool SheetList::KeepWorksheets(const WorkbookPackage& package, const std::string
         places.emplace(anyCase ? ToLowerCase(id) : id, place);
     }
     std::vector<bool> isRemoved(listed.size());
-    ChildAttributesHandler handler(XmlForm::Literal, u"Relationships", u"Relationship", {u"Target", u"Id"},
+    ChildAttributesHandler handler(XmlForm::Literal, "Relationships", "Relationship", {"Target", "Id"},
                                    [&](const std::vector<std::string>& values) {
                                        const std::string id = anyCase ? ToLowerCase(values[1]) : values[1];
                                        const auto found = places.lower_bound(id);

@@ -20,23 +20,23 @@ class SheetHandler : public NodeHandler {
 public:
     /** The receiver stays the caller's. */
     SheetHandler(XmlForm partForm, SheetReceiver& target)
-        : NodeHandler(partForm, u"sheetData"), receiver(target), item(partForm) {}
+        : NodeHandler(partForm, "sheetData"), receiver(target), item(partForm) {}
 
     /**
      * The number that the letters in a cell's reference stand for, A being 1; 0 without any. In the literal
      * form small letters are none.
      */
-    static int GetColumnIndex(std::u16string_view reference, XmlForm form = XmlForm::Literal);
+    static int GetColumnIndex(std::string_view reference, XmlForm form = XmlForm::Literal);
 
 protected:
-    void StartElement(int level, std::u16string_view name, const xercesc::Attributes& attributes) override;
-    void EndElement(int level) override;
+    void StartInside(int level, std::string_view name, const XmlElement& element) override;
+    void EndInside(int level) override;
 
 private:
-    void StartRow(const xercesc::Attributes& attributes);
-    void StartCell(const xercesc::Attributes& attributes);
-    void PlaceCell(std::u16string_view reference);
-    void StartInCell(int level, std::u16string_view name);
+    void StartRow(const XmlElement& element);
+    void StartCell(const XmlElement& element);
+    void PlaceCell(std::string_view reference);
+    void StartInCell(int level, std::string_view name);
     void FinishCell();
 
     SheetReceiver& receiver;
@@ -58,14 +58,15 @@ private:
  * Finds the size that a worksheet part claims before its cells, and then ends the parse: no more is read
  * of the part than its beginning.
  */
-class DimensionHandler : public XmlHandler {
+class DimensionHandler : public XmlEvents {
 public:
     explicit DimensionHandler(XmlForm partForm) : form(partForm) {}
 
     const SheetSize& GetSize() const { return size; }
 
-    void startElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* name,
-                      const xercesc::Attributes& attributes) override;
+    void StartElement(const XmlElement& element) override;
+    void EndElement() override {}
+    void Characters(std::string_view /*text*/) override {}
 
 private:
     XmlForm form;

@@ -4,6 +4,7 @@
 #include <istream>
 #include <utility>
 
+#include "archive/XmlStreaming.h"
 #include "base/Ascii.h"
 #include "base/PathNames.h"
 
@@ -75,15 +76,14 @@ std::unique_ptr<std::istream> WorkbookPackage::OpenPart(const std::string& name)
     return entry == nullptr ? nullptr : zip.GetInputStream(*entry);
 }
 
-bool WorkbookPackage::ParsePart(const std::string& name, XmlHandler& handler, XmlNames xmlNames) const {
-    const auto stream = OpenPart(name);
-    return stream != nullptr && ParseXml(*stream, handler, xmlNames);
+bool WorkbookPackage::ParsePart(const std::string& name, XmlEvents& handler, XmlNames xmlNames) const {
+    return StreamXml([&] { return OpenPart(name); }, handler, xmlNames);
 }
 
 std::vector<WorkbookPackage::Relationship> WorkbookPackage::ReadRelationships(const std::string& part) const {
     std::vector<Relationship> relationships;
     ChildAttributesHandler handler(
-        XmlForm::Full, u"Relationships", u"Relationship", {u"Id", u"Type", u"Target", u"TargetMode"},
+        XmlForm::Full, "Relationships", "Relationship", {"Id", "Type", "Target", "TargetMode"},
         [&](const std::vector<std::string>& values) {
             if (values[3] != External) {
                 relationships.push_back({values[0], values[1], ResolveTarget(part, values[2])});
@@ -125,7 +125,7 @@ std::string WorkbookPackage::ResolveTarget(std::string_view part, std::string_vi
 
 std::vector<WorkbookPackage::ContentType> WorkbookPackage::ReadContentTypes() const {
     std::vector<ContentType> types;
-    ChildAttributesHandler handler(XmlForm::Full, u"Types", {}, {u"PartName", u"Extension", u"ContentType"},
+    ChildAttributesHandler handler(XmlForm::Full, "Types", {}, {"PartName", "Extension", "ContentType"},
                                    [&](const std::vector<std::string>& values) {
                                        types.push_back({Fold(values[0]), ToLowerCase(values[1]), values[2]});
                                    });

@@ -36,7 +36,7 @@ public:
     /** Null when there is no such part. */
     std::unique_ptr<std::istream> OpenPart(const std::string& name) const;
     /** Whether the part was there and well-formed to its end. */
-    bool ParsePart(const std::string& name, XmlHandler& handler, XmlNames names) const;
+    bool ParsePart(const std::string& name, XmlEvents& handler, XmlNames names) const;
     bool ParsePart(const std::string& name, NodeHandler& handler) const {
         return ParsePart(name, handler, GetNames(handler.GetForm()));
     }

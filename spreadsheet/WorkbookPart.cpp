@@ -2,9 +2,6 @@
 
 #include <utility>
 
-#include <xercesc/sax/SAXException.hpp>
-
-#include "base/Unicode.h"
 #include "host/NvString.h"
 
 namespace {
@@ -13,82 +10,69 @@ constexpr std::size_t LongestProperty = 4096;
 
 }  // namespace
 
-std::u16string_view GetAttributeValue(const xercesc::Attributes& attributes, std::u16string_view name) {
-    const XMLSize_t count = attributes.getLength();
-    for (XMLSize_t i = 0; i < count; ++i) {
-        if (attributes.getQName(i) == name) {
-            return attributes.getValue(i);
+std::string_view GetAttributeValue(const XmlElement& element, std::string_view name) {
+    for (const XmlAttribute& attribute : element.attributes) {
+        if (attribute.name == name) {
+            return attribute.value;
         }
     }
     return {};
 }
 
-int ToInt(std::u16string_view text) {
+int ToInt(std::string_view text) {
     int value = 0;
-    NvString::ToInt(ToUtf8(text), value);
+    NvString::ToInt(text, value);
     return value;
 }
 
-void NodeHandler::startElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* name,
-                               const xercesc::Attributes& attributes) {
+void NodeHandler::StartElement(const XmlElement& element) {
     if (++depth > MaxDepth) {
-        throw xercesc::SAXException("the elements are nested too deep");
+        throw XmlEnd("the elements are nested too deep");
     }
-    const std::u16string_view known = GetName(uri, localName, name);
+    const std::string_view known = GetName(element);
     if (nodeDepth > 0) {
         collecting = false;
-        StartElement(depth - nodeDepth, known, attributes);
+        StartInside(depth - nodeDepth, known, element);
     } else if (!found && depth <= 2 && known == wanted) {
         found = true;
         nodeDepth = depth;
-        FoundNode(attributes);
+        FoundNode(element);
     }
 }
 
-// The library has one copy of each namespace, so that nearly always the places alone tell.
-std::u16string_view NodeHandler::GetName(const XMLCh* uri, const XMLCh* localName, const XMLCh* name) {
+// There is one copy of each namespace, so that nearly always the places alone tell.
+std::string_view NodeHandler::GetName(const XmlElement& element) {
     if (form == XmlForm::Literal) {
-        return name;
+        return element.name;
     }
     if (depth == 1) {
-        rootNamespace = uri;
-        sameNamespace = uri;
+        rootNamespace = element.uri;
+        sameNamespace = element.uri.data();
     }
-    if (uri == sameNamespace) {
-        return localName;
+    if (element.uri.data() == sameNamespace) {
+        return element.localName;
     }
-    return rootNamespace == uri ? localName : std::u16string_view();
+    return rootNamespace == element.uri ? element.localName : std::string_view();
 }
 
-void NodeHandler::endElement(const XMLCh* /*uri*/, const XMLCh* /*localName*/, const XMLCh* /*name*/) {
+void NodeHandler::EndElement() {
     if (depth == nodeDepth) {
         nodeDepth = 0;
     } else if (nodeDepth > 0) {
-        EndElement(depth - nodeDepth);
+        EndInside(depth - nodeDepth);
     }
     --depth;
 }
 
-void NodeHandler::characters(const XMLCh* chars, XMLSize_t length) {
+void NodeHandler::Characters(std::string_view chars) {
     if (collecting) {
-        text.append(chars, length);
+        text += chars;
     }
 }
 
-void NodeHandler::comment(const XMLCh* /*chars*/, XMLSize_t /*length*/) {
-    InterruptText();
-}
-
-void NodeHandler::processingInstruction(const XMLCh* /*target*/, const XMLCh* /*data*/) {
-    InterruptText();
-}
-
-void NodeHandler::startCDATA() {
-    InterruptText();
-}
-
-void NodeHandler::endCDATA() {
-    InterruptText();
+// What comes before the text doesn't matter.
+void NodeHandler::Interrupt() {
+    collecting = collecting && (form == XmlForm::Full || text.empty());
 }
 
 void NodeHandler::BeginText() {
@@ -96,53 +80,44 @@ void NodeHandler::BeginText() {
     text.clear();
 }
 
-std::u16string_view NodeHandler::EndText() {
+std::string_view NodeHandler::EndText() {
     collecting = false;
     return text;
 }
 
-// What comes before the text doesn't matter.
-void NodeHandler::InterruptText() {
-    collecting = collecting && (form == XmlForm::Full || text.empty());
-}
-
-ChildAttributesHandler::ChildAttributesHandler(XmlForm partForm, std::u16string_view nodeName,
-                                               std::u16string_view childName,
-                                               std::vector<std::u16string_view> attributeNames, Take taker)
+ChildAttributesHandler::ChildAttributesHandler(XmlForm partForm, std::string_view nodeName,
+                                               std::string_view childName,
+                                               std::vector<std::string_view> attributeNames, Take taker)
     : NodeHandler(partForm, nodeName),
       child(childName),
       names(std::move(attributeNames)),
       values(names.size()),
       take(std::move(taker)) {}
 
-void ChildAttributesHandler::StartElement(int level, std::u16string_view name,
-                                          const xercesc::Attributes& attributes) {
+void ChildAttributesHandler::StartInside(int level, std::string_view name, const XmlElement& element) {
     if (level != 1 || (!child.empty() && name != child)) {
         return;
     }
     for (std::size_t i = 0; i < names.size(); ++i) {
-        values[i].clear();
-        AppendUtf8(values[i], GetValue(attributes, names[i]));
+        values[i] = GetValue(element, names[i]);
     }
     take(values);
 }
 
-std::u16string_view ChildAttributesHandler::GetValue(const xercesc::Attributes& attributes,
-                                                     std::u16string_view name) const {
-    if (GetForm() == XmlForm::Literal || name != u"r:id") {
-        return GetAttributeValue(attributes, name);
+std::string_view ChildAttributesHandler::GetValue(const XmlElement& element, std::string_view name) const {
+    if (GetForm() == XmlForm::Literal || name != "r:id") {
+        return GetAttributeValue(element, name);
     }
-    for (XMLSize_t i = 0; i < attributes.getLength(); ++i) {
-        const std::u16string_view uri = attributes.getURI(i);
-        if (attributes.getLocalName(i) == std::u16string_view(u"id") && uri.ends_with(u"/relationships")) {
-            return attributes.getValue(i);
+    for (const XmlAttribute& attribute : element.attributes) {
+        if (attribute.localName == "id" && attribute.uri.ends_with("/relationships")) {
+            return attribute.value;
         }
     }
     return {};
 }
 
-void NodeAttributeHandler::FoundNode(const xercesc::Attributes& attributes) {
-    AppendUtf8(value, GetAttributeValue(attributes, name));
+void NodeAttributeHandler::FoundNode(const XmlElement& element) {
+    value = GetAttributeValue(element, name);
 }
 
 const std::string& PropertiesHandler::Get(const std::string& name) const {
@@ -151,24 +126,23 @@ const std::string& PropertiesHandler::Get(const std::string& name) const {
     return found == texts.end() ? None : found->second;
 }
 
-void PropertiesHandler::startElement(const XMLCh* /*uri*/, const XMLCh* localName, const XMLCh* /*name*/,
-                                     const xercesc::Attributes& /*attributes*/) {
+void PropertiesHandler::StartElement(const XmlElement& element) {
     if (++depth == 2) {
-        child = ToUtf8(localName);
+        child = element.localName;
         text.clear();
     }
 }
 
-void PropertiesHandler::endElement(const XMLCh* /*uri*/, const XMLCh* /*localName*/, const XMLCh* /*name*/) {
+void PropertiesHandler::EndElement() {
     if (depth == 2) {
-        texts.try_emplace(child, ToUtf8(text));
+        texts.try_emplace(child, text);
     }
     --depth;
 }
 
-void PropertiesHandler::characters(const XMLCh* chars, XMLSize_t length) {
+void PropertiesHandler::Characters(std::string_view chars) {
     // Real values are a line; a part that has more isn't one of properties.
-    if (depth == 2 && text.size() + length <= LongestProperty) {
-        text.append(chars, length);
+    if (depth == 2 && text.size() + chars.size() <= LongestProperty) {
+        text += chars;
     }
 }

@@ -6,8 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include <xercesc/sax2/Attributes.hpp>
-
+#include "archive/XmlEvents.h"
 #include "archive/XmlPlatform.h"
 
 // The XML parts of a workbook, as they stream by.
@@ -29,62 +28,56 @@ constexpr XmlNames GetNames(XmlForm form) {
 }
 
 /** The value of an attribute, valid while its element begins; empty where there is none. */
-std::u16string_view GetAttributeValue(const xercesc::Attributes& attributes, std::u16string_view name);
+std::string_view GetAttributeValue(const XmlElement& element, std::string_view name);
 
 /** As NvString::ToInt; 0 for what is no number. */
-int ToInt(std::u16string_view text);
+int ToInt(std::string_view text);
 
 /**
  * Finds one node of a part: the document element, if it has the name, or else the first of its direct
  * children that has it. Derived classes see the elements inside; those directly inside are of level 1.
  */
-class NodeHandler : public XmlHandler {
+class NodeHandler : public XmlEvents {
 public:
     /** Every open element takes memory, far more than its few bytes in the file; no real part has 20. */
     static constexpr int MaxDepth = 1'000'000;
 
     /** `nodeName` is a literal. */
-    NodeHandler(XmlForm partForm, std::u16string_view nodeName) : form(partForm), wanted(nodeName) {}
+    NodeHandler(XmlForm partForm, std::string_view nodeName) : form(partForm), wanted(nodeName) {}
 
     /** Whether the node was there. */
     bool HasFoundNode() const { return found; }
     XmlForm GetForm() const { return form; }
 
-    void startElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* name,
-                      const xercesc::Attributes& attributes) final;
-    void endElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* name) final;
-    void characters(const XMLCh* chars, XMLSize_t length) final;
-    void comment(const XMLCh* chars, XMLSize_t length) final;
-    void processingInstruction(const XMLCh* target, const XMLCh* data) final;
-    void startCDATA() final;
-    void endCDATA() final;
+    void StartElement(const XmlElement& element) final;
+    void EndElement() final;
+    void Characters(std::string_view chars) final;
+    void Interrupt() final;
 
 protected:
     /** The node itself begins. */
-    virtual void FoundNode(const xercesc::Attributes& /*attributes*/) {}
+    virtual void FoundNode(const XmlElement& /*element*/) {}
     /** In the full form `name` is the local name, and empty for an element of another namespace. */
-    virtual void StartElement(int /*level*/, std::u16string_view /*name*/,
-                              const xercesc::Attributes& /*attributes*/) {}
-    virtual void EndElement(int /*level*/) {}
+    virtual void StartInside(int /*level*/, std::string_view /*name*/, const XmlElement& /*element*/) {}
+    virtual void EndInside(int /*level*/) {}
 
     /** To be called when an element begins: collects its text, of what is its own by the form. */
     void BeginText();
     /** The text collected since, once the element ends. */
-    std::u16string_view EndText();
+    std::string_view EndText();
 
 private:
-    void InterruptText();
-    std::u16string_view GetName(const XMLCh* uri, const XMLCh* localName, const XMLCh* name);
+    std::string_view GetName(const XmlElement& element);
 
     XmlForm form;
-    std::u16string_view wanted;
-    std::u16string rootNamespace;
-    const XMLCh* sameNamespace = nullptr;  // where the library keeps the root's namespace
+    std::string_view wanted;
+    std::string rootNamespace;
+    const char* sameNamespace = nullptr;  // where the parser keeps the root's namespace
     bool found = false;
     int depth = 0;      // of the open elements
     int nodeDepth = 0;  // of the node while it is open, else 0
     bool collecting = false;
-    std::u16string text;
+    std::string text;
 };
 
 /** Hands over some attributes of each child of a node, in document order. */
@@ -97,17 +90,17 @@ public:
      * An empty `childName` means every child. The names are literals; in the full form "r:id" is the id of a
      * relationship under whatever prefix.
      */
-    ChildAttributesHandler(XmlForm partForm, std::u16string_view nodeName, std::u16string_view childName,
-                           std::vector<std::u16string_view> attributeNames, Take taker);
+    ChildAttributesHandler(XmlForm partForm, std::string_view nodeName, std::string_view childName,
+                           std::vector<std::string_view> attributeNames, Take taker);
 
 protected:
-    void StartElement(int level, std::u16string_view name, const xercesc::Attributes& attributes) override;
+    void StartInside(int level, std::string_view name, const XmlElement& element) override;
 
 private:
-    std::u16string_view GetValue(const xercesc::Attributes& attributes, std::u16string_view name) const;
+    std::string_view GetValue(const XmlElement& element, std::string_view name) const;
 
-    std::u16string_view child;
-    std::vector<std::u16string_view> names;
+    std::string_view child;
+    std::vector<std::string_view> names;
     std::vector<std::string> values;
     Take take;
 };
@@ -116,33 +109,32 @@ private:
 class NodeAttributeHandler : public NodeHandler {
 public:
     /** The names are literals. */
-    NodeAttributeHandler(XmlForm partForm, std::u16string_view nodeName, std::u16string_view attributeName)
+    NodeAttributeHandler(XmlForm partForm, std::string_view nodeName, std::string_view attributeName)
         : NodeHandler(partForm, nodeName), name(attributeName) {}
 
     const std::string& GetValue() const { return value; }
 
 protected:
-    void FoundNode(const xercesc::Attributes& attributes) override;
+    void FoundNode(const XmlElement& element) override;
 
 private:
-    std::u16string_view name;
+    std::string_view name;
     std::string value;
 };
 
 /** The texts of a document element's children by their local names, as the parts of properties have them. */
-class PropertiesHandler : public XmlHandler {
+class PropertiesHandler : public XmlEvents {
 public:
     /** Empty where there is none of this name. */
     const std::string& Get(const std::string& name) const;
 
-    void startElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* name,
-                      const xercesc::Attributes& attributes) override;
-    void endElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* name) override;
-    void characters(const XMLCh* chars, XMLSize_t length) override;
+    void StartElement(const XmlElement& element) override;
+    void EndElement() override;
+    void Characters(std::string_view chars) override;
 
 private:
     int depth = 0;
     std::string child;
-    std::u16string text;
+    std::string text;
     std::map<std::string, std::string> texts;
 };

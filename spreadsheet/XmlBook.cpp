@@ -27,12 +27,12 @@ XmlBook::XmlBook(const WorkbookPackage& workbookPackage, BookParts bookParts, Xm
 
 // A sheet without a relationship has no part.
 bool XmlBook::ReadSheetList(std::vector<Sheet>& sheets) {
-    NodeAttributeHandler properties(form, u"workbookPr", u"date1904");
+    NodeAttributeHandler properties(form, "workbookPr", "date1904");
     package.ParsePart(parts.workbook, properties);
     dateSystem = ToBool(properties.GetValue()) ? DateSystem::From1904 : DateSystem::From1900;
 
     ChildAttributesHandler handler(
-        form, u"sheets", u"sheet", {u"name", u"r:id", u"state"}, [&](const std::vector<std::string>& values) {
+        form, "sheets", "sheet", {"name", "r:id", "state"}, [&](const std::vector<std::string>& values) {
             if (!values[1].empty()) {
                 sheets.push_back({values[0], values[1], values[2] == "hidden" || values[2] == "veryHidden"});
             }
@@ -59,7 +59,7 @@ bool XmlBook::InitNumFormats() {
     if (!package.HasPart(parts.styles)) {
         return true;
     }
-    ChildAttributesHandler handler(form, u"cellXfs", {}, {u"numFmtId"}, [this](const auto& values) {
+    ChildAttributesHandler handler(form, "cellXfs", {}, {"numFmtId"}, [this](const auto& values) {
         styles.cellFormats.push_back(ToInt(values[0]));
     });
     return package.ParsePart(parts.styles, handler);
@@ -71,7 +71,7 @@ bool XmlBook::InitFormatCodes() {
         return true;
     }
     ChildAttributesHandler handler(
-        form, u"numFmts", {}, {u"formatCode", u"numFmtId"},
+        form, "numFmts", {}, {"formatCode", "numFmtId"},
         [this](const auto& values) { styles.codes[ToInt(values[1])] = values[0]; });
     return package.ParsePart(parts.styles, handler);
 }
