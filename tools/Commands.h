@@ -21,13 +21,22 @@ struct ViewRequest {
     bool svg = false;    // a picture and no page
 };
 
+/** What show is asked for beside the read. */
+struct ShowRequest {
+    int rows = 20;
+    std::string columns;  // like "1-3,7"; empty: as many as fit
+    bool wide = false;    // all columns
+    bool facts = false;   // what the file says of itself stands above
+};
+
 class PageOpener;
+class Screen;
 
 int RunFormats(const ReadRequest& request, bool json);
 int RunDetect(const ReadRequest& request, bool json);
 int RunTrace(const ReadRequest& request);
 int RunInfo(const ReadRequest& request, bool json);
-int RunShow(const ReadRequest& request, int maxRows);
+int RunShow(const ReadRequest& request, const ShowRequest& wanted, const Screen& screen);
 int RunConvert(const ReadRequest& request, const ConvertRequest& wanted);
 /** `opener` opens a page that has no place of its own; may be null. */
 int RunView(const ReadRequest& request, const ViewRequest& wanted, PageOpener* opener);

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <optional>
@@ -9,42 +8,25 @@
 #include "tools/Commands.h"
 #include "tools/ExtentSink.h"
 #include "tools/Failure.h"
+#include "tools/FileSummary.h"
 #include "tools/Json.h"
 #include "tools/TableRead.h"
-#include "tools/TerminalText.h"
 #include "tools/Utf8Text.h"
 
 namespace {
 
 /** All that is said about a selection. */
-struct Report {
-    std::string format;
-    std::string reason;  // why this format
+struct Report : FileSummary {
     int rows = 0;
     int cols = 0;
-    std::vector<FileContents::Fact> facts;
-    std::vector<FileContents::Part> parts;
     ReadReport read;
     std::optional<Failure> failure;  // there is no table; what the file holds is known all the same
 };
 
-void CollectContents(const ChosenFormat& chosen, const ReadRequest& request, Report& report) {
-    OptionsRecord options = MakeOptions(*chosen.formats, chosen.format, request);
-    const auto reader = MakeReader(*chosen.formats, chosen.format, request);
-    reader->Open(true, request.Selection().c_str(), options.Get());
-    if (auto* contents = dynamic_cast<FileContents*>(reader.get());
-        contents != nullptr && reader->GetStatus() == SpreadsheetFile::StatusOk) {
-        report.facts = contents->ListFacts();
-        report.parts = contents->ListParts();
-    }
-}
-
 Report Examine(const ReadRequest& request) {
     Report report;
     const ChosenFormat chosen = ChooseFormat(request);
-    report.format = chosen.GetName();
-    report.reason = chosen.reason;
-    CollectContents(chosen, request, report);
+    static_cast<FileSummary&>(report) = SummariseFile(request, chosen);
     // The size of some formats, and all warnings and notes, are known only when the table has been read.
     ReadControl control(request);
     ExtentSink extent(control);
@@ -72,11 +54,8 @@ std::string SizeOf(const FileContents::Part& part) {
     return std::to_string(part.rows) + " rows, " + std::to_string(part.cols) + " columns";
 }
 
-// A line stays one line, whatever the file's own texts hold.
 void WriteLine(const std::string& name, const std::string& value) {
-    std::cout << VisibleText(name)
-              << std::string(std::max<std::size_t>(name.size(), 10) + 2 - name.size(), ' ')
-              << VisibleText(AsUtf8(value)) << '\n';
+    std::cout << FactLine(name, value);
 }
 
 void WriteText(const ReadRequest& request, const Report& report) {

@@ -1,15 +1,18 @@
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
-#include <iostream>
+#include <cstdint>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "base/Note.h"
 
 #include "host/NvString.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
+#include "tools/FileSummary.h"
+#include "tools/Screen.h"
+#include "tools/TableHead.h"
 #include "tools/TableRead.h"
 #include "tools/TerminalText.h"
 #include "tools/Utf8Text.h"
@@ -18,20 +21,7 @@ namespace {
 
 // A longer text is cut, so that one remark doesn't push the numbers out of sight.
 constexpr std::size_t MaxCellWidth = 24;
-constexpr std::size_t UsualWidth = 80;
 constexpr std::size_t Gap = 2;
-
-std::size_t TerminalWidth() {
-    winsize size{};
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
-        return size.ws_col;
-    }
-    int columns = 0;
-    const char* wanted = std::getenv("COLUMNS");
-    return wanted != nullptr && NvString::ToInt(wanted, columns) && columns > 0
-               ? static_cast<std::size_t>(columns)
-               : UsualWidth;
-}
 
 std::string CellText(TableData& table, int col, int row) {
     // No more than can be shown of a text of megabytes: an escape is wider than its character.
@@ -65,32 +55,87 @@ Column MakeColumn(TableData& table, int col, const std::vector<int>& rows) {
     return column;
 }
 
-// Numbers stand at the right, so that their digits can be compared; texts at the left.
-void AppendCell(std::string& line, const std::string& cell, std::size_t width, bool isLast) {
-    const std::string blanks(width - GetDisplayWidth(cell), ' ');
-    line.append(Gap, ' ');
-    if (IsNumber(cell)) {
-        line += blanks + cell;
-    } else {
-        line += isLast ? cell : cell + blanks;
-    }
-}
+// Of the standard's few styles those that are read on dark and light ground.
+constexpr const char* HeadStyle = "\x1b[1m";
+constexpr const char* MissingStyle = "\x1b[2m";
+constexpr const char* PlainStyle = "\x1b[0m";
+// How a missing cell is seen where there are colours.
+constexpr const char* MissingMark = "\u00b7";
 
-// As many columns as fit beside the row numbers; one at least.
-std::vector<Column> FittingColumns(TableData& table, const std::vector<int>& rows, std::size_t gutter) {
-    std::vector<Column> columns;
-    const std::size_t room = TerminalWidth();
-    std::size_t used = gutter;
-    for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
-        Column column = MakeColumn(table, col, rows);
-        used += Gap + column.width;
-        if (used > room && !columns.empty()) {
-            break;
+/** Makes the lines of the head. */
+class HeadWriter {
+public:
+    HeadWriter(TableData& shownTable, const std::vector<int>& shownRows, const karta::TableShape& shape,
+               bool withColour)
+        : table(shownTable),
+          rows(shownRows),
+          nameRow(TableHead(table, &shape).GetNameRow()),
+          hasColour(withColour),
+          gutter(std::to_string(rows.empty() ? 0 : rows.back()).size()) {}
+
+    /** As many columns as fit beside the row numbers; one at least. */
+    void AddFitting(std::size_t room) {
+        std::size_t used = gutter;
+        for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
+            Column column = MakeColumn(table, col, rows);
+            used += Gap + column.width;
+            if (used > room && !columns.empty()) {
+                break;
+            }
+            Add(col, std::move(column));
         }
+    }
+    void Add(int col) { Add(col, MakeColumn(table, col, rows)); }
+
+    int CountColumns() const { return static_cast<int>(columns.size()); }
+
+    std::string Write() const {
+        std::string text;
+        for (std::size_t line = 0; line <= rows.size(); ++line) {
+            const bool isHead = line == 0 || rows[line - 1] == nameRow;
+            const std::string number = line == 0 ? "" : std::to_string(rows[line - 1]);
+            std::string made = std::string(gutter - number.size(), ' ') + number;
+            for (std::size_t i = 0; i < columns.size(); ++i) {
+                AppendCell(made, i, line);
+            }
+            made.erase(made.find_last_not_of(' ') + 1);
+            text += isHead && hasColour ? HeadStyle + made + PlainStyle : made;
+            text += '\n';
+        }
+        return text;
+    }
+
+private:
+    void Add(int col, Column column) {
+        places.push_back(col);
         columns.push_back(std::move(column));
     }
-    return columns;
-}
+
+    // Numbers stand at the right, so that their digits can be compared; texts at the left.
+    void AppendCell(std::string& made, std::size_t index, std::size_t line) const {
+        const Column& column = columns[index];
+        const std::string& cell = column.cells[line];
+        made.append(Gap, ' ');
+        if (hasColour && line > 0 && cell.empty() && table.IsMissing(places[index], rows[line - 1])) {
+            made += std::string(column.width - 1, ' ') + MissingStyle + MissingMark + PlainStyle;
+            return;
+        }
+        const std::string blanks(column.width - GetDisplayWidth(cell), ' ');
+        if (IsNumber(cell)) {
+            made += blanks + cell;
+        } else {
+            made += index + 1 == columns.size() ? cell : cell + blanks;
+        }
+    }
+
+    TableData& table;
+    const std::vector<int>& rows;
+    int nameRow;
+    bool hasColour;
+    std::size_t gutter;
+    std::vector<int> places;
+    std::vector<Column> columns;
+};
 
 std::string Counted(int count, const char* noun) {
     return std::to_string(count) + " more " + noun + (count == 1 ? "" : "s");
@@ -102,43 +147,77 @@ struct RowsLeftOut {
     bool areMore = false;  // than known: the read ended before its end
 };
 
-void SayWhatIsLeftOut(const RowsLeftOut& rows, int cols) {
+std::string TellWhatIsLeftOut(const RowsLeftOut& rows, int cols) {
     std::string text = rows.areMore ? "more rows" : rows.known > 0 ? Counted(rows.known, "row") : "";
     if (cols > 0) {
         text += (text.empty() ? "" : " and ") + Counted(cols, "column");
     }
-    if (!text.empty()) {
-        std::cout << "(" << text << ")\n";
-    }
+    return text.empty() ? text : "(" + text + ")\n";
 }
 
-void ShowRows(TableData& table, const std::vector<int>& rows, const RowsLeftOut& rowsLeftOut) {
-    if (table.GetNumberOfColumns() == 0 || table.GetNumberOfRows() == 0) {
-        std::cout << "(the table is empty)\n";
-        return;
-    }
-    const std::size_t gutter = std::to_string(rows.empty() ? 0 : rows.back()).size();
-    const std::vector<Column> columns = FittingColumns(table, rows, gutter);
-    for (std::size_t line = 0; line <= rows.size(); ++line) {
-        const std::string number = line == 0 ? "" : std::to_string(rows[line - 1]);
-        std::string text = std::string(gutter - number.size(), ' ') + number;
-        for (const Column& column : columns) {
-            AppendCell(text, column.cells[line], column.width, &column == &columns.back());
+// In the order in which the user named them, each as often as it was named.
+std::vector<int> ColumnsOf(const std::string& list, int count) {
+    std::vector<int> columns;
+    std::istringstream stream(list);
+    std::string item;
+    while (std::getline(stream, item, ',')) {
+        const std::size_t dash = item.find('-');
+        int first = 0;
+        int last = 0;
+        const bool isGood = NvString::ToInt(item.substr(0, dash), first) &&
+                            NvString::ToInt(dash == std::string::npos ? item : item.substr(dash + 1), last);
+        if (!isGood || first < 1 || last < first) {
+            throw Failure("--columns takes columns like 1-3,7, not '" + item + "'", ExitUsage);
         }
-        text.erase(text.find_last_not_of(' ') + 1);
-        std::cout << text << '\n';
+        if (first > count) {
+            throw Failure("--columns: there is no column " + std::to_string(first) + "; the table has " +
+                          karta::CountOf(static_cast<std::uint64_t>(count), "column"));
+        }
+        for (int col = first; col <= std::min(last, count); ++col) {
+            columns.push_back(col);
+        }
     }
-    SayWhatIsLeftOut(rowsLeftOut, table.GetNumberOfColumns() - static_cast<int>(columns.size()));
+    return columns;
+}
+
+std::string TellRows(TableRead& read, const std::vector<int>& rows, const RowsLeftOut& rowsLeftOut,
+                     const ShowRequest& wanted, const Screen& screen) {
+    TableData& table = *read.table;
+    if (table.GetNumberOfColumns() == 0 || table.GetNumberOfRows() == 0) {
+        return "(the table is empty)\n";
+    }
+    HeadWriter head(table, rows, read.report.shape, screen.HasColour());
+    int colsLeftOut = 0;
+    if (!wanted.columns.empty()) {
+        for (const int col : ColumnsOf(wanted.columns, table.GetNumberOfColumns())) {
+            head.Add(col);
+        }
+    } else {
+        head.AddFitting(wanted.wide ? std::string::npos : screen.GetWidth());
+        colsLeftOut = table.GetNumberOfColumns() - head.CountColumns();
+    }
+    return head.Write() + TellWhatIsLeftOut(rowsLeftOut, colsLeftOut);
+}
+
+std::string TellFacts(const ReadRequest& request) {
+    const FileSummary summary = SummariseFile(request, ChooseFormat(request));
+    std::string text = FactLine("format", summary.format + " (" + summary.reason + ")");
+    for (const FileContents::Fact& fact : summary.facts) {
+        text += FactLine(fact.name, fact.value);
+    }
+    return text + "\n";
 }
 
 }  // namespace
 
-int RunShow(const ReadRequest& request, int maxRows) {
+int RunShow(const ReadRequest& request, const ShowRequest& wanted, const Screen& screen) {
+    const int maxRows = wanted.rows;
     ReadRequest head = request;
     if (head.want.empty() && maxRows > 0) {
         // Readers that go row by row end behind the last row that is shown.
         head.want = "1-" + std::to_string(maxRows);
     }
+    const std::string facts = wanted.facts ? TellFacts(request) : "";
     TableRead read;
     ReadTable(head, read);
     std::vector<int> rows = read.Rows(head);
@@ -150,7 +229,7 @@ int RunShow(const ReadRequest& request, int maxRows) {
         leftOut.known += static_cast<int>(rows.size()) - maxRows;
         rows.resize(static_cast<std::size_t>(maxRows));
     }
-    ShowRows(*read.table, rows, leftOut);
+    screen.Write(facts + TellRows(read, rows, leftOut, wanted, screen));
     ShowReport(request, read.report);
     return ExitSuccess;
 }

@@ -13,6 +13,7 @@
 #include "frame/FileContents.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
+#include "tools/FileSummary.h"
 #include "tools/PageOpener.h"
 #include "tools/TableRead.h"
 #include "tools/ViewPage.h"
@@ -47,19 +48,11 @@ std::string TitleOf(const ReadRequest& request) {
 }
 
 Source Examine(const ReadRequest& request) {
-    Source source{request, {TitleOf(request), request.files.front(), "", "", {}}, {}};
-    const ChosenFormat chosen = ChooseFormat(request);
-    source.subject.format = chosen.GetName();
-    source.subject.reason = chosen.reason;
-    OptionsRecord options = MakeOptions(*chosen.formats, chosen.format, request);
-    const auto reader = MakeReader(*chosen.formats, chosen.format, request);
-    reader->Open(true, request.Selection().c_str(), options.Get());
-    if (auto* contents = dynamic_cast<FileContents*>(reader.get());
-        contents != nullptr && reader->GetStatus() == SpreadsheetFile::StatusOk) {
-        source.subject.facts = contents->ListFacts();
-        source.parts = contents->ListParts();
-    }
-    return source;
+    FileSummary summary = SummariseFile(request, ChooseFormat(request));
+    return {
+        request,
+        {TitleOf(request), request.files.front(), summary.format, summary.reason, std::move(summary.facts)},
+        std::move(summary.parts)};
 }
 
 // Whether they are all of one format that can read them as one table.

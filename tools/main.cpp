@@ -29,6 +29,7 @@
 #include "tools/PageOpener.h"
 #include "tools/ReadRequest.h"
 #include "tools/Sandbox.h"
+#include "tools/Screen.h"
 #include "tools/TerminalText.h"
 
 namespace {
@@ -65,7 +66,7 @@ struct CommandLine {
     ReadRequest request;
     bool json = false;
     bool sandbox = true;
-    int rows = 20;
+    ShowRequest show;
     ConvertRequest convert;
     ViewRequest view;
 };
@@ -287,10 +288,20 @@ void CheckPicture(const ViewRequest& view) {
     }
 }
 
+// More than a screen holds, to the side or below.
+bool NeedsPager(const ShowRequest& show, const Screen& screen) {
+    return show.wide || show.facts || !show.columns.empty() ||
+           (screen.GetHeight() > 0 && static_cast<std::size_t>(show.rows) + 2 > screen.GetHeight());
+}
+
 int RunVerb(CLI::App& app, CommandLine& line) {
     const bool isTrace = app.got_subcommand("trace");
     line.request.reading =
         OptionsRecord::ReadingOf(line.request, isTrace ? karta::Reading::Classic : karta::Reading::Complete);
+    Screen screen;
+    if (app.got_subcommand("show") && NeedsPager(line.show, screen)) {
+        screen.StartPager();
+    }
     std::optional<PageOpener> opener;
     if (app.got_subcommand("view")) {
         CheckPicture(line.view);
@@ -312,7 +323,7 @@ int RunVerb(CLI::App& app, CommandLine& line) {
         return RunInfo(line.request, line.json);
     }
     if (app.got_subcommand("show")) {
-        return RunShow(line.request, line.rows);
+        return RunShow(line.request, line.show, screen);
     }
     if (app.got_subcommand("convert")) {
         CheckOutputIsNamed(line);
@@ -347,8 +358,12 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
     CLI::App* show = app.add_subcommand("show", "the head of the table, aligned, in the terminal");
     AddReading(show, line);
     show->add_option_function<int>(
-            "--rows", [&](int rows) { line.rows = CheckedRows(rows); }, "how many rows to show (20)")
+            "--rows", [&](int rows) { line.show.rows = CheckedRows(rows); }, "how many rows to show (20)")
         ->type_name("N");
+    show->add_option("--columns", line.show.columns, "these columns, like 1-3,7, instead of as many as fit")
+        ->type_name("LIST");
+    show->add_flag("--wide", line.show.wide, "all columns, on a terminal in a pager");
+    show->add_flag("--facts", line.show.facts, "what the file says of itself, above the table");
 
     CLI::App* view = app.add_subcommand("view", "a page with an interactive plot, for the browser");
     AddReading(view, line);
@@ -387,6 +402,20 @@ int CheckOutput(int result) {
     return ExitFailed;
 }
 
+// With --json a failure is an object too, beside its line on standard error.
+int SayFailure(const CommandLine& line, const Failure& reason) {
+    // Whatever a reader makes of being stopped, the signal is why it failed.
+    const Failure failure = Interrupt::IsRequested() ? Interrupt::GetFailure() : reason;
+    std::cerr << "karta-import: " << failure.what() << '\n';
+    if (line.json) {
+        JsonWriter json(std::cout);
+        json.BeginObject();
+        PutError(json, failure);
+        json.EndObject();
+    }
+    return failure.GetStatus();
+}
+
 // What people type who don't know that a verb is needed.
 std::string HintOnVerb(const std::string& word) {
     if (NvFile::Exists(word.c_str())) {
@@ -406,22 +435,9 @@ int SayParseError(const CLI::App& app, const CLI::ParseError& error,
         text += " (karta-import --help tells the usage)";
     }
     std::erase(text, NameMark);
-    std::cerr << "karta-import: " << text << '\n';
-    return ExitUsage;
-}
-
-// With --json a failure is an object too, beside its line on standard error.
-int SayFailure(const CommandLine& line, const Failure& reason) {
-    // Whatever a reader makes of being stopped, the signal is why it failed.
-    const Failure failure = Interrupt::IsRequested() ? Interrupt::GetFailure() : reason;
-    std::cerr << "karta-import: " << failure.what() << '\n';
-    if (line.json) {
-        JsonWriter json(std::cout);
-        json.BeginObject();
-        PutError(json, failure);
-        json.EndObject();
-    }
-    return failure.GetStatus();
+    CommandLine line;
+    line.json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
+    return SayFailure(line, Failure(text, ExitUsage));
 }
 
 void SetUp(CLI::App& app, CommandLine& line) {
