@@ -37,6 +37,12 @@ install(FILES ${CMAKE_BINARY_DIR}/karta-import.pc DESTINATION ${CMAKE_INSTALL_LI
 configure_file(docs/karta-import.1.in ${CMAKE_BINARY_DIR}/karta-import.1 @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/karta-import.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
+# Where the shells look for them.
+install(FILES tools/completion/karta-import.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+        RENAME karta-import)
+install(FILES tools/completion/_karta-import DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+install(FILES tools/completion/karta-import.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+
 # The pages that the man page leaves the details to, laid out so that the links between them hold.
 set(KARTA_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/karta-import)
 install(FILES README.md DESTINATION ${KARTA_DOC_DIR})

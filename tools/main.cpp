@@ -1,9 +1,11 @@
 // The command line: which verb, with which options. The verbs themselves are in sources of their own.
 #include <poll.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -15,10 +17,13 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "base/Ascii.h"
 #include "base/Budget.h"
+#include "base/NumberFormat.h"
+#include "base/Suggestion.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
 #include "tools/Commands.h"
@@ -30,6 +35,7 @@
 #include "tools/ReadRequest.h"
 #include "tools/Sandbox.h"
 #include "tools/Screen.h"
+#include "tools/StandardInput.h"
 #include "tools/TerminalText.h"
 
 namespace {
@@ -51,8 +57,11 @@ Several FILEs are read as one table by the formats that can. The format is detec
 names it. Files are read completely, with a note for whatever isn't in the table; --classic reads by
 the rules of the desktop application. `karta-import VERB --help` lists a verb's options.
 
+A FILE without a verb is shown; - is standard input.
+
 Examples:
-    karta-import show spectrum.spc
+    karta-import spectrum.spc
+    karta-import view spectrum.spc
     karta-import convert book.xlsx --part Results -o results.csv
     karta-import show --format text --delimiter ";" table.data
 
@@ -69,10 +78,32 @@ struct CommandLine {
     ShowRequest show;
     ConvertRequest convert;
     ViewRequest view;
+    StandardInput input;
+};
+
+/** The options that a verb gets while this lives stand together in its help. */
+class OptionGroup {
+public:
+    OptionGroup(CLI::App* groupedVerb, std::string groupName)
+        : verb(groupedVerb), name(std::move(groupName)), first(verb->get_options().size()) {}
+    OptionGroup(const OptionGroup&) = delete;
+    OptionGroup& operator=(const OptionGroup&) = delete;
+    ~OptionGroup() {
+        const std::vector<CLI::Option*> options = verb->get_options();
+        for (std::size_t i = first; i < options.size(); ++i) {
+            options[i]->group(name);
+        }
+    }
+
+private:
+    CLI::App* verb;
+    std::string name;
+    std::size_t first;
 };
 
 void AddFiles(CLI::App* verb, CommandLine& line) {
-    verb->add_option("FILE", line.request.files, "the file; several are one selection")->required();
+    verb->add_option("FILE", line.request.files, "the file; several are one selection; - is standard input")
+        ->required();
 }
 
 void AddPlugins(CLI::App* verb, CommandLine& line) {
@@ -115,6 +146,7 @@ std::uint64_t UnderstandSize(const std::string& text) {
 }
 
 void AddReadingChoice(CLI::App* verb, CommandLine& line) {
+    const OptionGroup group(verb, "Reading");
     ReadRequest& request = line.request;
     auto* complete = verb->add_flag_callback(
         "--complete", [&] { request.givenReading = karta::Reading::Complete; },
@@ -126,6 +158,7 @@ void AddReadingChoice(CLI::App* verb, CommandLine& line) {
 }
 
 void AddParts(CLI::App* verb, ReadRequest& request) {
+    const OptionGroup group(verb, "Parts of a file");
     verb->add_option("--part", request.part,
                      "the part to read, by its name or its place in info's list; all stacks them")
         ->type_name("LIST");
@@ -142,6 +175,7 @@ void AddParts(CLI::App* verb, ReadRequest& request) {
 }
 
 void AddDialect(CLI::App* verb, ReadRequest& request) {
+    const OptionGroup group(verb, "Dialect of a text");
     verb->add_option_function<std::string>(
             "--delimiter", [&](const std::string& text) { request.delimiter = UnderstandTab(text); },
             "what parts the cells of delimited text; \\t is understood")
@@ -160,6 +194,7 @@ void AddDialect(CLI::App* verb, ReadRequest& request) {
 }
 
 void AddAxis(CLI::App* verb, ReadRequest& request) {
+    const OptionGroup group(verb, "Axis of spectra");
     verb->add_option("--include", request.includes, "an X interval to keep; repeatable")
         ->type_name("A:B")
         ->allow_extra_args(false);
@@ -167,16 +202,23 @@ void AddAxis(CLI::App* verb, ReadRequest& request) {
     verb->add_flag("--no-x-row", request.noXRow, "leave the X row out");
 }
 
-void AddReading(CLI::App* verb, CommandLine& line) {
-    ReadRequest& request = line.request;
-    AddFiles(verb, line);
-    AddPlugins(verb, line);
-    verb->add_option("--format", request.format, "the format by its name or short name; no detection")
+void AddChoiceOfFormat(CLI::App* verb, CommandLine& line) {
+    const OptionGroup group(verb, "Reading");
+    verb->add_option("--format", line.request.format, "the format by its name or short name; no detection")
         ->type_name("NAME");
-    AddReadingChoice(verb, line);
-    AddParts(verb, request);
-    AddDialect(verb, request);
-    AddAxis(verb, request);
+    AddPlugins(verb, line);
+    verb->add_option("--want", line.request.want, "read these rows only, like 1,3-5")->type_name("LIST");
+    verb->add_option_function<std::string>(
+            "--limit", [&](const std::string& text) { line.request.limit = UnderstandSize(text); },
+            "what a read may take, like 4G, or none")
+        ->type_name("SIZE");
+    verb->add_option("--password", line.request.password,
+                     "of an encrypted project; else asked on the terminal")
+        ->type_name("TEXT");
+}
+
+void AddKeptChoices(CLI::App* verb, ReadRequest& request) {
+    const OptionGroup group(verb, "Choices, kept and made again");
     verb->add_option("--setting", request.settings, "one key of the reader's settings; repeatable")
         ->type_name("KEY=VALUE")
         ->allow_extra_args(false);
@@ -184,21 +226,30 @@ void AddReading(CLI::App* verb, CommandLine& line) {
         ->type_name("FILE");
     verb->add_option("--save-options", request.saveOptionsFile, "keep the choices made in this file")
         ->type_name("FILE");
-    verb->add_flag("--through-driver", request.throughDriver,
-                   "read as the desktop host does, numbers as floats");
-    verb->add_option("--want", request.want, "read these rows only, like 1,3-5")->type_name("LIST");
     auto* yes = verb->add_flag("--yes", request.answerYes, "answer a reader's question with yes");
     verb->add_flag("--no", request.answerNo, "answer a reader's question with no")->excludes(yes);
-    verb->add_option("--password", request.password, "of an encrypted project; else asked on the terminal")
-        ->type_name("TEXT");
-    verb->add_option_function<std::string>(
-            "--limit", [&](const std::string& text) { request.limit = UnderstandSize(text); },
-            "what a read may take, like 4G, or none")
-        ->type_name("SIZE");
+}
+
+void AddBehaviour(CLI::App* verb, CommandLine& line) {
+    const OptionGroup group(verb, "How the program works");
+    ReadRequest& request = line.request;
+    verb->add_flag("--through-driver", request.throughDriver,
+                   "read as the desktop host does, numbers as floats");
     verb->add_flag("--sandbox,!--no-sandbox", line.sandbox,
                    "reach for nothing but the inputs, the output and temporary files (on without --plugins)");
     auto* quiet = verb->add_flag("--quiet", request.quiet, "no progress, notes and warnings");
     verb->add_flag("--verbose", request.verbose, "more about what is done and why")->excludes(quiet);
+}
+
+void AddReading(CLI::App* verb, CommandLine& line) {
+    AddFiles(verb, line);
+    AddChoiceOfFormat(verb, line);
+    AddReadingChoice(verb, line);
+    AddParts(verb, line.request);
+    AddDialect(verb, line.request);
+    AddAxis(verb, line.request);
+    AddKeptChoices(verb, line.request);
+    AddBehaviour(verb, line);
 }
 
 // The parser takes "[a,b]" for a list and "++" for the end of a verb, but a file may be called so. An
@@ -294,10 +345,21 @@ bool NeedsPager(const ShowRequest& show, const Screen& screen) {
            (screen.GetHeight() > 0 && static_cast<std::size_t>(show.rows) + 2 > screen.GetHeight());
 }
 
-int RunVerb(CLI::App& app, CommandLine& line) {
+// What it took, for those who want more words.
+void SayCost(std::chrono::steady_clock::time_point begin) {
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    std::cout.flush();
+    std::cerr << "karta-import: took " << FormatG(elapsed.count(), 3) << " s and "
+              << FormatG(static_cast<double>(usage.ru_maxrss) / 1024.0, 3) << " MB of memory\n";
+}
+
+int DoVerb(CLI::App& app, CommandLine& line) {
     const bool isTrace = app.got_subcommand("trace");
     line.request.reading =
         OptionsRecord::ReadingOf(line.request, isTrace ? karta::Reading::Classic : karta::Reading::Complete);
+    line.input.Take(line.request);
     Screen screen;
     if (app.got_subcommand("show") && NeedsPager(line.show, screen)) {
         screen.StartPager();
@@ -332,6 +394,15 @@ int RunVerb(CLI::App& app, CommandLine& line) {
     return RunTrace(line.request);
 }
 
+int RunVerb(CLI::App& app, CommandLine& line) {
+    const auto begin = std::chrono::steady_clock::now();
+    const int status = DoVerb(app, line);
+    if (line.request.verbose) {
+        SayCost(begin);
+    }
+    return status;
+}
+
 int CheckedRows(int rows) {
     if (rows < 0) {
         throw CLI::ValidationError("--rows takes a number of rows, 0 or more, not " + std::to_string(rows));
@@ -350,13 +421,17 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
     AddReadingChoice(detect, line);
     detect->add_flag("--quiet", line.request.quiet, "no word on why none is chosen");
     detect->add_flag("--json", line.json, "as one JSON object");
+    detect->footer("Example: karta-import detect unknown.dat | grep -v ^no");
 
     CLI::App* info = app.add_subcommand("info", "format, size, sheets or blocks or matrices, notes");
-    AddReading(info, line);
     info->add_flag("--json", line.json, "as one JSON object");
+    AddReading(info, line);
+    info->footer(
+        "Examples:\n"
+        "  karta-import info spectrum.spc\n"
+        "  karta-import info --json book.xlsx | jq .parts");
 
     CLI::App* show = app.add_subcommand("show", "the head of the table, aligned, in the terminal");
-    AddReading(show, line);
     show->add_option_function<int>(
             "--rows", [&](int rows) { line.show.rows = CheckedRows(rows); }, "how many rows to show (20)")
         ->type_name("N");
@@ -364,15 +439,24 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
         ->type_name("LIST");
     show->add_flag("--wide", line.show.wide, "all columns, on a terminal in a pager");
     show->add_flag("--facts", line.show.facts, "what the file says of itself, above the table");
+    AddReading(show, line);
+    show->footer(
+        "Examples:\n"
+        "  karta-import show spectrum.spc --rows 5 --columns 1-3,7\n"
+        "  karta-import show book.xlsx --part Results --wide");
 
     CLI::App* view = app.add_subcommand("view", "a page with an interactive plot, for the browser");
-    AddReading(view, line);
     view->add_option("-o,--output", line.view.output, "the page to write; without it the browser opens one")
         ->type_name("PAGE");
     view->add_flag("--svg", line.view.svg, "a picture for documents instead of the page");
+    AddReading(view, line);
+    view->footer(
+        "Examples:\n"
+        "  karta-import view spectrum.spc\n"
+        "  karta-import view run1.ch run2.ch -o both.html\n"
+        "  karta-import view --svg spectrum.spc -o spectrum.svg");
 
     CLI::App* convert = app.add_subcommand("convert", "the table as CSV, TSV, JSON lines, text, DIF or MAT");
-    AddReading(convert, line);
     convert->add_option("-o,--output", line.convert.output, "the file to write; - is standard output")
         ->type_name("OUT");
     convert
@@ -382,9 +466,16 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
     convert->add_flag("--objects", line.convert.objects, "JSON lines as objects, with the columns' names");
     convert->add_flag("--safe-cells", line.convert.safeCells,
                       "an apostrophe before cells that a spreadsheet would take for formulas");
-    convert->footer("Example: karta-import convert run.trn -o run.csv");
+    AddReading(convert, line);
+    convert->footer(
+        "Examples:\n"
+        "  karta-import convert run.trn -o run.csv\n"
+        "  karta-import convert book.xlsx --part Results --want 1-10 -o -\n"
+        "  karta-import convert a.spc b.spc --include 1100:1800 -o both.mat");
 
-    AddReading(app.add_subcommand("trace", "every call between reader and sink, one a line"), line);
+    CLI::App* trace = app.add_subcommand("trace", "every call between reader and sink, one a line");
+    AddReading(trace, line);
+    trace->footer("Example: karta-import trace --format text table.data");
 }
 
 bool OutputReaderIsGone() {
@@ -406,22 +497,74 @@ int CheckOutput(int result) {
 int SayFailure(const CommandLine& line, const Failure& reason) {
     // Whatever a reader makes of being stopped, the signal is why it failed.
     const Failure failure = Interrupt::IsRequested() ? Interrupt::GetFailure() : reason;
-    std::cerr << "karta-import: " << failure.what() << '\n';
+    const Failure named(line.input.Named(failure.what()), failure.GetStatus());
+    std::cerr << "karta-import: " << named.what() << '\n';
     if (line.json) {
         JsonWriter json(std::cout);
         json.BeginObject();
-        PutError(json, failure);
+        PutError(json, named);
         json.EndObject();
     }
     return failure.GetStatus();
 }
 
+std::vector<std::string> VerbsOf(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
+        names.push_back(verb->get_name());
+    }
+    return names;
+}
+
+// A file without a verb is to be looked at.
+void PutVerb(const CLI::App& app, std::vector<std::string>& arguments) {
+    const std::vector<std::string> verbs = VerbsOf(app);
+    const bool hasVerb =
+        std::any_of(arguments.begin() + 1, arguments.end(), [&](const std::string& argument) {
+            return std::find(verbs.begin(), verbs.end(), argument) != verbs.end();
+        });
+    const auto isFile = [](const std::string& argument) {
+        return argument == "-" || NvFile::Exists(UnmarkName(argument).c_str());
+    };
+    // A first word that is no file was meant to be a verb.
+    const bool hasFile =
+        arguments.size() > 1 &&
+        (isFile(arguments[1]) ||
+         (arguments[1].starts_with('-') && std::any_of(arguments.begin() + 2, arguments.end(), isFile)));
+    if (!hasVerb && hasFile) {
+        arguments.insert(arguments.begin() + 1, "show");
+    }
+}
+
 // What people type who don't know that a verb is needed.
-std::string HintOnVerb(const std::string& word) {
+std::string HintOnVerb(const CLI::App& app, const std::string& word) {
     if (NvFile::Exists(word.c_str())) {
         return "'" + word + "' is a file and no verb; to look at it: karta-import show " + word;
     }
-    return "there is no verb '" + word + "'; karta-import --help lists them";
+    const std::string meant = FindSuggestion(word, VerbsOf(app));
+    return "there is no verb '" + word + "'; " + (meant.empty() ? "" : "did you mean " + meant + "? ") +
+           "karta-import --help lists them";
+}
+
+// The options that the verb knows, for one that it doesn't.
+std::string HintOnOption(const CLI::App& verb, const std::vector<std::string>& arguments) {
+    std::vector<std::string> known;
+    for (const CLI::Option* option : verb.get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+            known.push_back("--" + name);
+        }
+    }
+    for (const std::string& argument : arguments) {
+        const std::string name = argument.substr(0, argument.find('='));
+        if (name.starts_with("--") && name.size() > 2 &&
+            std::find(known.begin(), known.end(), name) == known.end()) {
+            const std::string meant = FindSuggestion(name, known);
+            return "there is no option " + name + "; " +
+                   (meant.empty() ? "" : "did you mean " + meant + "? ") + "karta-import " + verb.get_name() +
+                   " --help lists them";
+        }
+    }
+    return {};
 }
 
 int SayParseError(const CLI::App& app, const CLI::ParseError& error,
@@ -430,9 +573,11 @@ int SayParseError(const CLI::App& app, const CLI::ParseError& error,
     const auto word = std::find_if(arguments.begin() + 1, arguments.end(),
                                    [](const std::string& argument) { return !argument.starts_with('-'); });
     if (app.get_subcommands().empty() && word != arguments.end()) {
-        text = HintOnVerb(*word);
+        text = HintOnVerb(app, *word);
     } else {
-        text += " (karta-import --help tells the usage)";
+        const std::string hint =
+            app.get_subcommands().empty() ? "" : HintOnOption(*app.get_subcommands().front(), arguments);
+        text = hint.empty() ? text + " (karta-import --help tells the usage)" : hint;
     }
     std::erase(text, NameMark);
     CommandLine line;
@@ -463,13 +608,14 @@ int Run(int count, char** arguments) {
     app.add_flag("-h,--help", help);
     app.add_flag("--version", version);
     SetUp(app, line);
-    const std::vector<std::string> marked = MarkNames(count, arguments);
+    std::vector<std::string> marked = MarkNames(count, arguments);
+    PutVerb(app, marked);
     try {
         std::vector<const char*> pointers;
         for (const std::string& argument : marked) {
             pointers.push_back(argument.c_str());
         }
-        app.parse(count, pointers.data());
+        app.parse(static_cast<int>(pointers.size()), pointers.data());
         if (version) {
             std::cout << "karta-import " KARTA_VERSION "\n";
             return ExitSuccess;

@@ -472,18 +472,60 @@ TEST_F(ProgramTest, IntervalOffTheAxisIsANote) {
     EXPECT_EQ(Run(show + "--include 1200:1300").err, "");
 }
 
+TEST_F(ProgramTest, AFileWithoutAVerbIsShown) {
+    folder.Write("a.txt", "a\tb\n1\t2\n");
+    EXPECT_EQ(Run("a.txt").out, Run("show a.txt").out);
+    EXPECT_EQ(Run("--rows 1 a.txt").out, Run("show --rows 1 a.txt").out);
+    // A verb is a verb, whatever files there are.
+    folder.Write("formats", "a\n");
+    EXPECT_EQ(Run("formats").out.substr(0, 8), "Brimrose");
+}
+
+TEST_F(ProgramTest, StandardInputIsAFileToo) {
+    folder.Write("a.txt", "a\tb\n1\t2\n");
+    EXPECT_EQ(Shell(ProgramPath() + " show - <a.txt").out, Run("show a.txt").out);
+    EXPECT_EQ(Shell("cat a.txt | " + ProgramPath() + " convert - -o -").out, "a,b\n1,2\n");
+    EXPECT_EQ(Shell("cat a.txt | TMPDIR=$PWD " + ProgramPath() + " -").status, 0);
+    EXPECT_EQ(CountFiles(), 1U);
+    const Outcome missing = Shell(ProgramPath() + " show --format spc - <a.txt");
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(missing.err.starts_with("karta-import: standard input: ")) << missing.err;
+    EXPECT_EQ(Shell(ProgramPath() + " show - - <a.txt").status, 2);
+}
+
+TEST_F(ProgramTest, StandardInputIsKeptWithinTheLimit) {
+    const Outcome outcome = Shell("yes | TMPDIR=$PWD " + ProgramPath() + " show --limit 2M -");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(Contains(outcome.err, "standard input: ")) << outcome.err;
+    EXPECT_EQ(CountFiles(), 0U);
+}
+
+TEST_F(ProgramTest, VerboseTellsWhatItTook) {
+    folder.Write("a.txt", "a\n");
+    EXPECT_TRUE(Contains(Run("show --verbose a.txt").err, " MB of memory\n"));
+    EXPECT_FALSE(Contains(Run("show a.txt").err, "memory"));
+}
+
+TEST_F(ProgramTest, AMistypedOptionIsGuessed) {
+    folder.Write("a.txt", "a\n");
+    EXPECT_EQ(Run("show --colums 2 a.txt").err,
+              "karta-import: there is no option --colums; did you mean --columns? karta-import show --help "
+              "lists them\n");
+    EXPECT_EQ(Run("show --qqqqqq a.txt").err,
+              "karta-import: there is no option --qqqqqq; karta-import show --help lists them\n");
+    EXPECT_EQ(Run("show --colums 2 a.txt").status, 2);
+}
+
 TEST_F(ProgramTest, HintsStandInPlaceOfRiddles) {
     folder.Write("a.txt", "a\n");
     EXPECT_EQ(Run("show --rows -1 a.txt").err,
               "karta-import: --rows takes a number of rows, 0 or more, not -1 (karta-import --help tells the "
               "usage)\n");
-    EXPECT_EQ(Run("a.txt").err,
-              "karta-import: 'a.txt' is a file and no verb; to look at it: karta-import show a.txt\n");
     EXPECT_EQ(Run("shwo a.txt").err,
-              "karta-import: there is no verb 'shwo'; karta-import --help lists them\n");
+              "karta-import: there is no verb 'shwo'; did you mean show? karta-import --help lists them\n");
     EXPECT_TRUE(
         Contains(Run("convert a.txt b.csv").err, "did you mean: karta-import convert a.txt -o b.csv\n"));
-    for (const char* arguments : {"show --rows -1 a.txt", "a.txt", "shwo a.txt", "convert a.txt b.csv"}) {
+    for (const char* arguments : {"show --rows -1 a.txt", "shwo a.txt", "convert a.txt b.csv"}) {
         EXPECT_EQ(Run(arguments).status, 2) << arguments;
     }
 }
