@@ -13,7 +13,9 @@
 #include <fstream>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
+#include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
 #include "table/TableData.h"
@@ -46,8 +48,10 @@ std::string FileOf(const ReadBench& bench) {
     return path;
 }
 
-void ReadFile(const ReadBench& bench, const std::string& path, ReadSpreadSheetData& sink) {
+void ReadFile(const ReadBench& bench, const std::string& path, ReadSpreadSheetData& sink,
+              karta::Reading reading) {
     const std::unique_ptr<SpreadsheetFile> reader(NewReader(bench.format));
+    ChooseReading(*reader, path, reading);
     reader->Open(true, path.c_str(), nullptr);
     const int rows = reader->GetNumRows();
     const int cols = reader->GetNumCols();
@@ -63,18 +67,19 @@ double SecondsSince(std::chrono::steady_clock::time_point start) {
 }
 
 template <class Sink>
-void Measure(benchmark::State& state, const ReadBench& bench, double target) {
+void Measure(benchmark::State& state, const ReadBench& bench, double target,
+             karta::Reading reading = karta::Reading::Classic) {
     const std::string path = FileOf(bench);
     const double yardstick = bench.isForPeers ? 0.0 : SecondsOfMd5sum(path);
     double best = 1e30;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
         Sink sink;
-        ReadFile(bench, path, sink);
+        ReadFile(bench, path, sink, reading);
         best = std::min(best, SecondsSince(start));
     }
     CountingSink counter;
-    ReadFile(bench, path, counter);
+    ReadFile(bench, path, counter, reading);
     const auto bytes = static_cast<double>(std::filesystem::file_size(path));
     state.SetLabel(BenchLabel(bench.format, bench.fileName));
     state.counters["s"] = best;
@@ -89,7 +94,7 @@ void Measure(benchmark::State& state, const ReadBench& bench, double target) {
     }
     const double peak = PeakMemoryOf([&] {
         Sink sink;
-        ReadFile(bench, path, sink);
+        ReadFile(bench, path, sink, reading);
     });
     state.counters["peak_MB"] = peak / 1e6;
     state.counters["file_MB"] = bytes / 1e6;
@@ -109,6 +114,17 @@ void RegisterYardstick(const ReadBench& bench) {
 }
 
 }  // namespace
+
+void ChooseReading(SpreadsheetFile& reader, const std::string& paths, karta::Reading reading) {
+    auto* const formatReader = dynamic_cast<FormatReader*>(&reader);
+    if (reading == karta::Reading::Classic || formatReader == nullptr) {
+        return;
+    }
+    auto context = std::make_shared<karta::ReadContext>();
+    context->reading = reading;
+    formatReader->SetContext(std::move(context));
+    formatReader->AddInputs(paths.c_str());
+}
 
 void FinishWriting() {
     sync();
@@ -157,6 +173,12 @@ RegisterReadBench::RegisterReadBench(const ReadBench& bench) {
         benchmark::RegisterBenchmark(
             (bench.name + "/counting").c_str(),
             [bench](benchmark::State& state) { Measure<CountingSink>(state, bench, bench.targetCounting); })
+            ->MinTime(MinSeconds)
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark((bench.name + "/complete").c_str(),
+                                     [bench](benchmark::State& state) {
+                                         Measure<CountingSink>(state, bench, 0.0, karta::Reading::Complete);
+                                     })
             ->MinTime(MinSeconds)
             ->Unit(benchmark::kMillisecond);
     }

@@ -4,6 +4,10 @@
 #include <iosfwd>
 #include <string>
 
+#include "base/Reading.h"
+
+class SpreadsheetFile;
+
 /** One large generated file and how to read it. */
 struct ReadBench {
     std::string name;                            /**< the benchmark's name */
@@ -17,10 +21,10 @@ struct ReadBench {
 
 /**
  * Registers the benchmarks of one file, each a line of the report: `NAME/md5sum`, the yardstick, over the
- * same warm file in the same run; `NAME/counting` and `NAME/table`, opening, measuring and reading it,
- * with cells/s, MB/s, the ratio to the yardstick (`M`) and the peak memory of a process that does nothing
- * else. Of a file for peers only `NAME/table` without a yardstick. Files are made once, under the build
- * folder.
+ * same warm file in the same run; `NAME/counting` and `NAME/table`, opening, measuring and reading it
+ * classically, and `NAME/complete`, reading it completely into the same counting sink, with cells/s, MB/s,
+ * the ratio to the yardstick (`M`) and the peak memory of a process that does nothing else. Of a file for
+ * peers only `NAME/table` without a yardstick. Files are made once, under the build folder.
  */
 class RegisterReadBench {
 public:
@@ -39,6 +43,9 @@ public:
 
 /** How long a benchmark reads at least, in seconds; its fastest read counts. */
 constexpr double MinSeconds = 2.0;
+
+/** Before the reader's Open; the classic reading is what a reader does by itself. */
+void ChooseReading(SpreadsheetFile& reader, const std::string& paths, karta::Reading reading);
 
 /** The folder of the generated files. */
 std::string BenchFolder();

@@ -60,12 +60,14 @@ double SecondsOfYardstick(const std::string& folder) {
     return best;
 }
 
-void ReadSelection(const SelectionBench& bench, const std::string& selection, ReadSpreadSheetData& sink) {
+void ReadSelection(const SelectionBench& bench, const std::string& selection, ReadSpreadSheetData& sink,
+                   karta::Reading reading) {
     for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
         if (bench.format != SprFileFactory::GetInfo(i)->formatName) {
             continue;
         }
         const std::unique_ptr<SpreadsheetFile> reader(SprFileFactory::GetSpreadsheetFile(i));
+        ChooseReading(*reader, selection, reading);
         reader->Open(true, selection.c_str(), nullptr);
         const int rows = reader->GetNumRows();
         sink.SetDataSize(reader->GetNumCols(), rows);
@@ -85,7 +87,8 @@ double BytesOf(const std::string& folder) {
 }
 
 template <class Sink>
-void Measure(benchmark::State& state, const SelectionBench& bench, double target) {
+void Measure(benchmark::State& state, const SelectionBench& bench, double target,
+             karta::Reading reading = karta::Reading::Classic) {
     const std::string folder = FolderOf(bench);
     const std::string selection = SelectionOf(bench, folder);
     const double yardstick = SecondsOfYardstick(folder);
@@ -93,11 +96,11 @@ void Measure(benchmark::State& state, const SelectionBench& bench, double target
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
         Sink sink;
-        ReadSelection(bench, selection, sink);
+        ReadSelection(bench, selection, sink, reading);
         best = std::min(best, SecondsSince(start));
     }
     CountingSink counter;
-    ReadSelection(bench, selection, counter);
+    ReadSelection(bench, selection, counter, reading);
     const double bytes = BytesOf(folder);
     state.SetLabel(BenchLabel(bench.format, bench.name));
     state.counters["s"] = best;
@@ -112,7 +115,7 @@ void Measure(benchmark::State& state, const SelectionBench& bench, double target
     }
     state.counters["peak_MB"] = PeakMemoryOf([&] {
                                     Sink sink;
-                                    ReadSelection(bench, selection, sink);
+                                    ReadSelection(bench, selection, sink, reading);
                                 }) /
                                 1e6;
 }
@@ -123,6 +126,12 @@ RegisterSelectionBench::RegisterSelectionBench(const SelectionBench& bench) {
     benchmark::RegisterBenchmark(
         (bench.name + "/counting").c_str(),
         [bench](benchmark::State& state) { Measure<CountingSink>(state, bench, bench.target); })
+        ->MinTime(MinSeconds)
+        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark((bench.name + "/complete").c_str(),
+                                 [bench](benchmark::State& state) {
+                                     Measure<CountingSink>(state, bench, 0.0, karta::Reading::Complete);
+                                 })
         ->MinTime(MinSeconds)
         ->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark((bench.name + "/table").c_str(),

@@ -151,6 +151,7 @@ def other_figures(row):
 def reading_line(row, peers, formats_with_peers):
     file_format, file_name = row["label"].split(": ")
     sink = row["name"].split("/")[1].replace("_", " ")
+    sink = "counting, complete" if sink == "complete" else sink
     ratio, words = "", []
     if sink == "table":
         ratio, of_peers = peers.hold_against(row["s"], row["cells"], READERS.get(file_name, []), file_name)

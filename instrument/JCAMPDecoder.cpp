@@ -16,54 +16,6 @@ namespace {
 // Beyond any exponent that a double can hold, and far below what an int can.
 constexpr int MaxExponent = 9999;
 
-// A whole number of so many digits, and so high a power of ten, is a double without loss.
-constexpr int MostExactDigits = 15;
-constexpr int MostExactPower = 22;
-constexpr double PowersOfTen[MostExactPower + 1] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
-enum class Kind : std::uint8_t { Other, Space, Digit, Point, Comma, Sign, Squeezed, Difference, Duplicate };
-
-/** What a character is at the start of a value, and the digit that it stands for. */
-struct Character {
-    Kind kind = Kind::Other;
-    std::uint8_t digit = 0;
-    bool negative = false;
-};
-
-using CharacterTable = std::array<Character, 256>;
-
-constexpr void Enter(CharacterTable& table, std::string_view characters, Kind kind, unsigned int firstDigit,
-                     bool negative) {
-    for (const char c : characters) {
-        table[static_cast<unsigned char>(c)] = {kind, static_cast<std::uint8_t>(firstDigit++), negative};
-    }
-}
-
-constexpr CharacterTable MakeTable() {
-    CharacterTable table{};
-    Enter(table, " \t\n\v\f\r", Kind::Space, 0, false);
-    Enter(table, "0123456789", Kind::Digit, 0, false);
-    Enter(table, ".", Kind::Point, 0, false);
-    Enter(table, ",", Kind::Comma, 0, false);
-    Enter(table, "+", Kind::Sign, 0, false);
-    Enter(table, "-", Kind::Sign, 0, true);
-    Enter(table, "@ABCDEFGHI", Kind::Squeezed, 0, false);
-    Enter(table, "abcdefghi", Kind::Squeezed, 1, true);
-    Enter(table, "%JKLMNOPQR", Kind::Difference, 0, false);
-    Enter(table, "jklmnopqr", Kind::Difference, 1, true);
-    Enter(table, "STUVWXYZ", Kind::Duplicate, 1, false);
-    Enter(table, "s", Kind::Duplicate, 9, false);
-    return table;
-}
-
-constexpr CharacterTable Table = MakeTable();
-
-Character Classify(char c) {
-    return Table[static_cast<unsigned char>(c)];
-}
-
 // What may begin a value where only plain numbers are expected. An exponent's letter passes here and is then
 // taken for the squeezed digit that it also is: files rely on it being no error.
 bool BeginsPlainNumber(char c) {
@@ -73,7 +25,7 @@ bool BeginsPlainNumber(char c) {
 }  // namespace
 
 void JCAMPDecoder::SkipSpace() {
-    while (cursor != end && Classify(*cursor).kind == Kind::Space) {
+    while (cursor != end && ClassifyJCAMP(*cursor).kind == JCAMPCharacter::Space) {
         ++cursor;
     }
 }
@@ -101,12 +53,12 @@ void JCAMPDecoder::ReadFraction(double& value) {
 }
 
 JCAMPDecoder::Result JCAMPDecoder::ReadRepetition(Value& next) {
-    std::int64_t count = Classify(*cursor).digit;
+    std::int64_t count = ClassifyJCAMP(*cursor).digit;
     for (++cursor; cursor != end && IsDigit(*cursor); ++cursor) {
         count = std::min<std::int64_t>(count * 10 + (*cursor - '0'), std::numeric_limits<int>::max());
     }
     next.count = static_cast<int>(count);
-    const bool again = cursor != end && Classify(*cursor).kind == Kind::Duplicate;
+    const bool again = cursor != end && ClassifyJCAMP(*cursor).kind == JCAMPCharacter::Duplicate;
     return again ? RepeatedTwice : Decoded;
 }
 
@@ -129,20 +81,20 @@ void JCAMPDecoder::ReadExponent(double& value) {
 
 // The digits of a number whose first character, or whose sign, was taken.
 JCAMPDecoder::Result JCAMPDecoder::ReadNumber(Value& next, bool commaSeparates) {
-    const Character first = Classify(*cursor);
+    const JCAMPCharacter first = ClassifyJCAMP(*cursor);
     next.value = first.digit;
     switch (first.kind) {
-        case Kind::Point:
+        case JCAMPCharacter::Point:
             break;
-        case Kind::Sign:
+        case JCAMPCharacter::Sign:
             ++cursor;
             if (cursor == end || !(IsDigit(*cursor) || *cursor == '.' || *cursor == ',')) {
                 return IllegalCharacter;
             }
             break;
-        case Kind::Digit:
-        case Kind::Squeezed:
-        case Kind::Difference:
+        case JCAMPCharacter::Digit:
+        case JCAMPCharacter::Squeezed:
+        case JCAMPCharacter::Difference:
             ++cursor;
             break;
         default:
@@ -170,29 +122,30 @@ bool JCAMPDecoder::ReadExactExponent(bool plainExponents, int& power) {
         power = std::min(power * 10 + (*next - '0'), MaxExponent);
     }
     power = negative ? -power : power;
+    marks |= isSigned ? 0U : static_cast<unsigned int>(JCAMPCharacter::BareExponentMark);
     cursor = next;
     return true;
 }
 
-// The value is a whole number of few digits times or through a power of ten, both of which a double holds,
-// so that one operation rounds it as it should be. Longer numbers are left to the parser.
-JCAMPDecoder::Result JCAMPDecoder::ReadExactNumber(Value& next, Rules rules) {
-    const Character first = Classify(*cursor);
+// A whole number of few digits times or through a power of ten; longer numbers are left to the parser.
+JCAMPDecoder::Result JCAMPDecoder::ReadExactNumber(Value& next, const Rules& rules) {
+    const JCAMPCharacter first = ClassifyJCAMP(*cursor);
     std::uint64_t whole = first.digit;
     std::string digits;  // of a number that is too long
     int count = 0;
     int scale = 0;
     bool isFraction = false;
-    if (first.kind == Kind::Sign) {
+    if (first.kind == JCAMPCharacter::Sign) {
         ++cursor;
         if (cursor == end || !(IsDigit(*cursor) || *cursor == '.' || *cursor == ',')) {
             return IllegalCharacter;
         }
         whole = 0;
-    } else if (first.kind == Kind::Digit || first.kind == Kind::Squeezed || first.kind == Kind::Difference) {
+    } else if (first.kind == JCAMPCharacter::Digit || first.kind == JCAMPCharacter::Squeezed ||
+               first.kind == JCAMPCharacter::Difference) {
         ++cursor;
         count = 1;
-    } else if (first.kind != Kind::Point) {
+    } else if (first.kind != JCAMPCharacter::Point) {
         return IllegalCharacter;
     }
     const std::uint64_t leading = whole;
@@ -216,7 +169,8 @@ JCAMPDecoder::Result JCAMPDecoder::ReadExactNumber(Value& next, Rules rules) {
     const int shift = power - scale;
     if (count <= MostExactDigits && std::abs(shift) <= MostExactPower) {
         const auto number = static_cast<double>(whole);
-        next.value = shift < 0 ? number / PowersOfTen[-shift] : number * PowersOfTen[shift];
+        next.value = shift < 0 ? number / PowersOfTen[static_cast<std::size_t>(-shift)]
+                               : number * PowersOfTen[static_cast<std::size_t>(shift)];
         return Decoded;
     }
     digits = std::to_string(leading);
@@ -228,41 +182,75 @@ JCAMPDecoder::Result JCAMPDecoder::ReadExactNumber(Value& next, Rules rules) {
 }
 
 JCAMPDecoder::Result JCAMPDecoder::Next(Value& next, Rules rules) {
+    JCAMPCharacter first;
+    const Result begun = BeginValue(next, rules, first);
+    if (begun != Decoded || next.count == 0) {
+        return begun;
+    }
+    if (!next.missing) {
+        const Result number = ReadNumber(next, rules.commaSeparates);
+        if (number != Decoded) {
+            return number;
+        }
+    }
+    const bool isExponent =
+        end - cursor > 1 && (*cursor == 'E' || *cursor == 'e') && (cursor[1] == '+' || cursor[1] == '-');
+    if (isExponent) {
+        ReadExponent(next.value);
+        return EndValue(next, first);
+    }
+    return EndRepeated(next, first);
+}
+
+JCAMPDecoder::Result JCAMPDecoder::NextOfAnyKind(Value& next, const Rules& rules) {
+    const char* const begin = cursor;
+    JCAMPCharacter first;
+    Result result = BeginValue(next, rules, first);
+    if (result == Decoded && next.count != 0) {
+        result = next.missing ? Decoded : ReadExactNumber(next, rules);
+        result = result == Decoded ? EndRepeated(next, first) : result;
+    }
+    for (const char* at = begin; at != cursor; ++at) {
+        marks |= ClassifyJCAMP(*at).marks;
+    }
+    return result;
+}
+
+// Up to the number's first character; a missing value is taken. A count of 0 is the line's end.
+JCAMPDecoder::Result JCAMPDecoder::BeginValue(Value& next, const Rules& rules, JCAMPCharacter& first) {
     next = Value();
     SkipSpace();
     if (cursor == end) {
         next.count = 0;
         return Decoded;
     }
-    const Character first = Classify(*cursor);
+    first = ClassifyJCAMP(*cursor);
     if (rules.strict && *cursor != '?' && !BeginsPlainNumber(*cursor)) {
         return NotPlain;
     }
-    if (*cursor == '?' || first.kind == Kind::Comma) {
+    if (*cursor == '?' || first.kind == JCAMPCharacter::Comma) {
         next.missing = true;
         ++cursor;
-    } else {
-        const Result number =
-            rules.exact ? ReadExactNumber(next, rules) : ReadNumber(next, rules.commaSeparates);
-        if (number != Decoded) {
-            return number;
+    }
+    return Decoded;
+}
+
+// What may stand behind a number, its exponent aside.
+JCAMPDecoder::Result JCAMPDecoder::EndRepeated(Value& next, const JCAMPCharacter& first) {
+    if (cursor != end && ClassifyJCAMP(*cursor).kind == JCAMPCharacter::Duplicate) {
+        const Result repetition = ReadRepetition(next);
+        if (repetition != Decoded) {
+            return repetition;
         }
     }
-    if (cursor != end) {
-        if (Classify(*cursor).kind == Kind::Duplicate) {
-            const Result repetition = ReadRepetition(next);
-            if (repetition != Decoded) {
-                return repetition;
-            }
-        } else if (!rules.exact && (*cursor == 'E' || *cursor == 'e') && end - cursor > 1 &&
-                   (cursor[1] == '+' || cursor[1] == '-')) {
-            ReadExponent(next.value);
-        }
-    }
+    return EndValue(next, first);
+}
+
+JCAMPDecoder::Result JCAMPDecoder::EndValue(Value& next, const JCAMPCharacter& first) {
     if (first.negative) {
         next.value = -next.value;
     }
-    if (first.kind == Kind::Difference) {
+    if (first.kind == JCAMPCharacter::Difference) {
         next.count = -next.count;
     }
     SkipSeparator();

@@ -1,7 +1,12 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
+
+#include "base/Ascii.h"
+#include "instrument/JCAMPCharacters.h"
 
 /**
  * Takes the values off a line of JCAMP-DX data, one after the other, in any of the published forms, which
@@ -26,9 +31,6 @@ public:
         bool commaSeparates = false;
         /** Only plain numbers and "?" may begin a value. */
         bool strict = false;
-        /** A value is the double nearest to its digits; else the sum of its digits' weights, rounded at each.
-         */
-        bool exact = false;
         /** Of an exact value: an exponent needs no sign, where no letters stand for digits. */
         bool plainExponents = false;
     };
@@ -53,11 +55,32 @@ public:
     /** The text stays the caller's and must outlive the decoder. */
     explicit JCAMPDecoder(std::string_view text) : cursor(text.data()), end(text.data() + text.size()) {}
 
+    /** A value is the sum of its digits' weights, rounded at each. */
     Result Next(Value& next, Rules rules);
 
+    /** The same, but a value is the double nearest to its digits. */
+    Result NextExact(Value& next, const Rules& rules) {
+        return TakeShort(next, rules) ? Decoded : NextOfAnyKind(next, rules);
+    }
+    /** The JCAMPCharacter::Marks of what was taken exactly so far. */
+    unsigned int GetMarks() const { return marks; }
+
 private:
+    // A whole number of so many digits is a double without loss, and so is so high a power of ten: one
+    // operation then rounds their quotient as it should be.
+    static constexpr int MostExactDigits = 15;
+    static constexpr int MostExactPower = 22;
+    static constexpr std::array<double, MostExactPower + 1> PowersOfTen = {
+        1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+        1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+    bool TakeShort(Value& next, const Rules& rules);
+    Result NextOfAnyKind(Value& next, const Rules& rules);
+    Result BeginValue(Value& next, const Rules& rules, JCAMPCharacter& first);
+    Result EndRepeated(Value& next, const JCAMPCharacter& first);
+    Result EndValue(Value& next, const JCAMPCharacter& first);
     Result ReadNumber(Value& next, bool commaSeparates);
-    Result ReadExactNumber(Value& next, Rules rules);
+    Result ReadExactNumber(Value& next, const Rules& rules);
     bool ReadExactExponent(bool plainExponents, int& power);
     void ReadDigits(double& value);
     void ReadFraction(double& value);
@@ -68,4 +91,83 @@ private:
 
     const char* cursor;
     const char* end;
+    unsigned int marks = 0;
 };
+
+/**
+ * What nearly all values are: few digits, perhaps a point, letters in front and perhaps a repetition behind.
+ * False, with nothing taken, for any other.
+ */
+inline bool JCAMPDecoder::TakeShort(Value& next, const Rules& rules) {
+    const auto skipSpace = [this](const char*& at) {
+        while (at != end && ClassifyJCAMP(*at).kind == JCAMPCharacter::Space) {
+            ++at;
+        }
+    };
+    const char* at = cursor;
+    skipSpace(at);
+    if (at == end) {
+        return false;
+    }
+    const JCAMPCharacter first = ClassifyJCAMP(*at);
+    const bool isLetter = first.kind == JCAMPCharacter::Squeezed || first.kind == JCAMPCharacter::Difference;
+    if (first.kind != JCAMPCharacter::Digit && first.kind != JCAMPCharacter::Sign &&
+        (!isLetter || rules.strict)) {
+        return false;
+    }
+    const char* const begin = at++;
+    std::uint64_t whole = first.digit;
+    unsigned int seen = first.marks;
+    while (at != end && IsDigit(*at)) {
+        whole = whole * 10 + static_cast<std::uint64_t>(*at++ - '0');
+    }
+    if (first.kind == JCAMPCharacter::Sign && at == begin + 1) {
+        return false;
+    }
+    std::ptrdiff_t scale = 0;
+    if (at != end && *at == '.') {
+        const char* const fraction = ++at;
+        seen |= JCAMPCharacter::PointMark;
+        while (at != end && IsDigit(*at)) {
+            whole = whole * 10 + static_cast<std::uint64_t>(*at++ - '0');
+        }
+        scale = at - fraction;
+    }
+    if (at - begin > MostExactDigits) {
+        return false;
+    }
+    int count = 1;
+    if (at != end) {
+        const JCAMPCharacter behind = ClassifyJCAMP(*at);
+        if (behind.kind == JCAMPCharacter::Duplicate) {
+            count = behind.digit;
+            const char* const digits = ++at;
+            while (at != end && IsDigit(*at) && at - digits < 8) {
+                count = count * 10 + (*at++ - '0');
+            }
+            seen |= behind.marks;
+            if (at != end && (IsDigit(*at) || ClassifyJCAMP(*at).kind == JCAMPCharacter::Duplicate)) {
+                return false;
+            }
+        } else if ((behind.marks & JCAMPCharacter::ExponentMark) != 0) {
+            if (rules.plainExponents || at + 1 == end || at[1] == '+' || at[1] == '-') {
+                return false;
+            }
+        } else if (behind.kind == JCAMPCharacter::Comma && !rules.commaSeparates) {
+            return false;
+        }
+        skipSpace(at);
+        if (at != end && (*at == ',' || *at == ';')) {
+            seen |= ClassifyJCAMP(*at).marks;
+            ++at;
+        }
+    }
+    const auto number = static_cast<double>(whole);
+    next.value = scale == 0 ? number : number / PowersOfTen[static_cast<std::size_t>(scale)];
+    next.value = first.negative ? -next.value : next.value;
+    next.count = first.kind == JCAMPCharacter::Difference ? -count : count;
+    next.missing = false;
+    marks |= seen;
+    cursor = at;
+    return true;
+}

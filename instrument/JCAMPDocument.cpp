@@ -173,7 +173,7 @@ void JCAMPDocument::TakeLabel(std::string_view line, JCAMPStream& stream) {
     }
 }
 
-void JCAMPDocument::AddTable(JCAMPRecord record, const JCAMPStream& stream) {
+void JCAMPDocument::AddTable(JCAMPRecord record, JCAMPStream& stream) {
     JCAMPDataTable& table = Current().tables.emplace_back();
     table.label = std::move(record.label);
     table.form = std::move(record.value);
@@ -184,4 +184,5 @@ void JCAMPDocument::AddTable(JCAMPRecord record, const JCAMPStream& stream) {
         table.pageRecords = pageRecords;
     }
     lastRecord = nullptr;
+    stream.SkipToLabel(lineNumber);
 }

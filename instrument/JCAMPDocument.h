@@ -59,7 +59,7 @@ private:
     void TakeText(std::string_view line);
     void OpenBlock(const std::string& title);
     void CloseBlock();
-    void AddTable(JCAMPRecord record, const JCAMPStream& stream);
+    void AddTable(JCAMPRecord record, JCAMPStream& stream);
     void NoteUnended();
     void NoteBlockCount();
     JCAMPBlock& Current() { return blocks[open.back()]; }

@@ -24,28 +24,6 @@ constexpr double StepTolerance = 1e-3;
 // A line may begin so many steps beside its place before that is worth a note.
 constexpr double HeadTolerance = 1.0;
 
-// What is written in a form of letters, with which an exponent without a sign would be mistaken.
-constexpr std::string_view PackedCharacters = "@ABCDFGHIabcdfghi%JKLMNOPQRjklmnopqrSTUVWXYZs";
-
-// What a character tells of how numbers are written.
-constexpr unsigned int PackedKind = 1;
-constexpr unsigned int CommaKind = 2;
-constexpr unsigned int PointKind = 4;
-constexpr unsigned int ExponentKind = 8;
-
-constexpr std::array<std::uint8_t, 256> MakeCharacterKinds() {
-    std::array<std::uint8_t, 256> kinds{};
-    for (const char c : PackedCharacters) {
-        kinds[static_cast<unsigned char>(c)] = PackedKind;
-    }
-    kinds[','] = CommaKind;
-    kinds['.'] = PointKind;
-    kinds['E'] = kinds['e'] = ExponentKind;
-    return kinds;
-}
-
-constexpr std::array<std::uint8_t, 256> CharacterKinds = MakeCharacterKinds();
-
 std::string WithoutSpace(std::string_view text) {
     std::string result;
     std::copy_if(text.begin(), text.end(), std::back_inserter(result), [](char c) { return !IsSpace(c); });
@@ -61,6 +39,14 @@ std::string FieldAt(std::string_view list, std::size_t place) {
 void Take(double& field, std::string_view text) {
     const double number = ToJCAMPNumber(text);
     field = std::isnan(number) ? field : number;
+}
+
+void Scale(std::vector<double>& values, double factor) {
+    if (factor != 1.0) {
+        for (double& value : values) {
+            value *= factor;
+        }
+    }
 }
 
 void TakeFactor(double& field, std::string_view text) {
@@ -289,14 +275,10 @@ int JCAMPSpectra::Decode(const JCAMPDataTable& table, std::vector<JCAMPSpectrum>
         spectrum.isEven = !form.isTuples;
         spectrum.haveGaps = decoded.haveGaps;
         spectrum.ys = std::move(decoded.columns[i]);
-        for (double& y : spectrum.ys) {
-            y *= spectrum.y.factor;
-        }
+        Scale(spectrum.ys, spectrum.y.factor);
         if (form.isTuples) {
             spectrum.xs = decoded.columns.front();
-            for (double& value : spectrum.xs) {
-                value *= x.factor;
-            }
+            Scale(spectrum.xs, x.factor);
         } else {
             MakeAxis(spectrum, decoded);
         }
@@ -318,36 +300,48 @@ std::vector<JCAMPSpectra::Notation> JCAMPSpectra::FindNotations(const JCAMPDataT
     stream.Seek(table.position);
     std::string_view line;
     int lineNumber = 0;
-    unsigned int kinds = 0;
-    while ((kinds & PackedKind) == 0 && stream.ReadLine(line, lineNumber)) {
+    unsigned int marks = 0;
+    while ((marks & JCAMPCharacter::PackedMark) == 0 && stream.ReadLine(line, lineNumber)) {
         line = TrimSpace(line);
         if (line.starts_with('#')) {
             break;
         }
         for (const char c : line) {
-            kinds |= CharacterKinds[static_cast<unsigned char>(c)];
+            marks |= ClassifyJCAMP(c).marks;
         }
     }
-    const bool isPacked = (kinds & PackedKind) != 0;
+    const bool isPacked = (marks & JCAMPCharacter::PackedMark) != 0;
     std::vector<Notation> notations{{.commaSeparates = true, .plainExponents = !isPacked}};
-    if (!isPacked && (kinds & CommaKind) != 0 && (kinds & PointKind) == 0) {
+    if (!isPacked && (marks & JCAMPCharacter::CommaMark) != 0 && (marks & JCAMPCharacter::PointMark) == 0) {
         notations.push_back({.commaSeparates = false, .plainExponents = true});
     }
-    if (!isPacked && (kinds & ExponentKind) != 0) {
+    if (!isPacked && (marks & JCAMPCharacter::ExponentMark) != 0) {
         notations.push_back({.commaSeparates = true, .plainExponents = false});
     }
     return notations;
 }
 
-// The count of the values tells which of several notations it is.
+// One pass does for nearly all tables: as numbers that commas part and that may have bare exponents. Where
+// what was met on the way could be meant otherwise, the characters of the whole table and the count of the
+// values tell which of several notations it is.
 JCAMPSpectra::Decoded JCAMPSpectra::DecodeTable(const JCAMPDataTable& table, const Form& form,
                                                 const JCAMPVariable& x) {
     const auto fits = [&](const Decoded& decoded) {
         return decoded.code == JCAMPFile::StatusOk && !decoded.columns.empty() &&
                decoded.columns.front().size() == static_cast<std::size_t>(std::max(x.points, 0));
     };
+    Decoded likeliest = DecodeAs(table, form, {.commaSeparates = true, .plainExponents = true});
+    const bool mayBeOtherwise =
+        (likeliest.marks & (JCAMPCharacter::CommaMark | JCAMPCharacter::ExponentMark)) != 0;
+    const bool isContradicted = (likeliest.marks & JCAMPCharacter::PackedMark) != 0 &&
+                                (likeliest.marks & JCAMPCharacter::BareExponentMark) != 0;
+    if (likeliest.code == JCAMPFile::StatusOk && !isContradicted && (fits(likeliest) || !mayBeOtherwise)) {
+        return likeliest;
+    }
     const std::vector<Notation> notations = FindNotations(table);
-    Decoded likeliest = DecodeAs(table, form, notations.front());
+    if (!notations.front().plainExponents) {
+        likeliest = DecodeAs(table, form, notations.front());
+    }
     if (notations.size() == 1 || fits(likeliest)) {
         return likeliest;
     }
@@ -416,12 +410,12 @@ int CodeOf(JCAMPDecoder::Result result) {
 // ordinate repeats the last one: a check that fails is counted, and the values go on from the new one.
 int JCAMPSpectra::DecodeOrdinateLine(std::string_view line, const Notation& notation, Decoded& decoded,
                                      double& lastY, bool& checkPending) {
-    const JCAMPDecoder::Rules rules{
-        .commaSeparates = notation.commaSeparates, .exact = true, .plainExponents = notation.plainExponents};
+    const JCAMPDecoder::Rules rules{.commaSeparates = notation.commaSeparates,
+                                    .plainExponents = notation.plainExponents};
     std::vector<double>& ys = decoded.columns.front();
     JCAMPDecoder decoder(line);
     JCAMPDecoder::Value value;
-    int code = CodeOf(decoder.Next(value, rules));
+    int code = CodeOf(decoder.NextExact(value, rules));
     if (code != JCAMPFile::StatusOk) {
         return code;
     }
@@ -431,43 +425,57 @@ int JCAMPSpectra::DecodeOrdinateLine(std::string_view line, const Notation& nota
     // A check stands where the last point does.
     decoded.heads.emplace_back(ys.size() - (checkPending && !ys.empty() ? 1 : 0), value.value);
     decoded.headLines.push_back(decoded.line);
-    bool isFirst = true;
-    while (true) {
-        code = CodeOf(decoder.Next(value, rules));
-        if (code != JCAMPFile::StatusOk || value.count == 0) {
-            return code;
+    code = CodeOf(decoder.NextExact(value, rules));
+    if (code == JCAMPFile::StatusOk && value.count < 0) {
+        return JCAMPFile::StatusFirstOrdinateDifference;
+    }
+    if (code == JCAMPFile::StatusOk && value.count > 0 && checkPending) {
+        if (value.missing || value.value != lastY) {
+            decoded.firstFailedLine = decoded.failedChecks == 0 ? decoded.line : decoded.firstFailedLine;
+            ++decoded.failedChecks;
         }
-        const bool isDifference = value.count < 0;
-        if (isFirst && isDifference) {
-            return JCAMPFile::StatusFirstOrdinateDifference;
-        }
-        std::int64_t count = std::abs(static_cast<std::int64_t>(value.count));
-        repetitionsLeft -= count - 1;
-        if (repetitionsLeft < 0) {
+        lastY = value.value;
+        checkPending = false;
+        // What stands behind the check are points, where it is repeated.
+        if (!AddRepeated(value, value.count - 1, decoded, lastY)) {
             return JCAMPFile::StatusSizeUnknown;
         }
-        if (isFirst && checkPending) {
-            if (value.missing || value.value != lastY) {
-                decoded.firstFailedLine = decoded.failedChecks == 0 ? decoded.line : decoded.firstFailedLine;
-                ++decoded.failedChecks;
-            }
-            --count;
-            lastY = value.value;
-        }
-        isFirst = false;
-        checkPending = isDifference;
-        decoded.haveGaps = decoded.haveGaps || (value.missing && count > 0);
-        for (std::int64_t i = 0; i < count; ++i) {
-            lastY = isDifference ? lastY + value.value : value.value;
-            ys.push_back(value.missing ? Missing : lastY);
-        }
+        code = CodeOf(decoder.NextExact(value, rules));
     }
+    while (code == JCAMPFile::StatusOk && value.count != 0) {
+        checkPending = value.count < 0;
+        if (!value.missing && (value.count == 1 || value.count == -1)) {
+            lastY = checkPending ? lastY + value.value : value.value;
+            ys.push_back(lastY);
+        } else if (!AddRepeated(value, std::abs(static_cast<std::int64_t>(value.count)), decoded, lastY)) {
+            return JCAMPFile::StatusSizeUnknown;
+        }
+        code = CodeOf(decoder.NextExact(value, rules));
+    }
+    decoded.marks |= decoder.GetMarks();
+    return code;
+}
+
+// A value that stands so many times; false where that is beyond all proportion to the file.
+bool JCAMPSpectra::AddRepeated(const JCAMPDecoder::Value& value, std::int64_t count, Decoded& decoded,
+                               double& lastY) {
+    repetitionsLeft -= std::max<std::int64_t>(count - 1, 0);
+    if (repetitionsLeft < 0) {
+        return false;
+    }
+    std::vector<double>& ys = decoded.columns.front();
+    decoded.haveGaps = decoded.haveGaps || (value.missing && count > 0);
+    for (std::int64_t i = 0; i < count; ++i) {
+        lastY = value.count < 0 ? lastY + value.value : value.value;
+        ys.push_back(value.missing ? Missing : lastY);
+    }
+    return true;
 }
 
 // Tuples of plain numbers, each on one line. What a line's last one lacks is missing.
 void JCAMPSpectra::DecodeTuples(const JCAMPDataTable& table, const Notation& notation, Decoded& decoded) {
     const JCAMPDecoder::Rules rules{
-        .commaSeparates = notation.commaSeparates, .strict = true, .exact = true, .plainExponents = true};
+        .commaSeparates = notation.commaSeparates, .strict = true, .plainExponents = true};
     int lineNumber = table.line;
     std::string_view line;
     while (stream.ReadLine(line, lineNumber)) {
@@ -480,7 +488,7 @@ void JCAMPSpectra::DecodeTuples(const JCAMPDataTable& table, const Notation& not
         JCAMPDecoder decoder(line);
         for (std::size_t place = 0;; place = (place + 1) % decoded.columns.size()) {
             JCAMPDecoder::Value value;
-            decoded.code = CodeOf(decoder.Next(value, rules));
+            decoded.code = CodeOf(decoder.NextExact(value, rules));
             if (decoded.code != JCAMPFile::StatusOk || (value.count == 0 && place == 0)) {
                 break;
             }
@@ -488,6 +496,7 @@ void JCAMPSpectra::DecodeTuples(const JCAMPDataTable& table, const Notation& not
             decoded.haveGaps = decoded.haveGaps || isMissing;
             decoded.columns[place].push_back(isMissing ? Missing : value.value);
         }
+        decoded.marks |= decoder.GetMarks();
         if (decoded.code != JCAMPFile::StatusOk) {
             return;
         }
@@ -496,30 +505,25 @@ void JCAMPSpectra::DecodeTuples(const JCAMPDataTable& table, const Notation& not
 
 // By the declared step, whatever the count of the values.
 void JCAMPSpectra::MakeAxis(JCAMPSpectrum& spectrum, const Decoded& decoded) {
-    JCAMPVariable& x = spectrum.x;
+    const JCAMPVariable& x = spectrum.x;
+    JCAMPEvenAxis& axis = spectrum.axis;
     const std::size_t count = spectrum.ys.size();
     const double head = decoded.heads.empty() ? Missing : decoded.heads.front().second * x.factor;
     const double first = std::isnan(x.first) ? head : x.first;
     const bool hasEnds = !std::isnan(first) && !std::isnan(x.last) && first != x.last;
     const bool hasDelta = !std::isnan(x.delta) && x.delta != 0.0;
-    const double points = x.points > 1 ? x.points : static_cast<double>(count);
-    spectrum.xs.resize(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto place = static_cast<double>(i);
-        if (hasEnds && points > 1 && (x.points > 1 || !hasDelta)) {
-            spectrum.xs[i] = std::lerp(first, x.last, place / (points - 1));
-        } else if (!std::isnan(first) && (hasDelta || count == 1)) {
-            spectrum.xs[i] = i == 0 ? first : first + place * x.delta;
-        } else {
-            spectrum.xs[i] = place + 1;
-        }
+    const std::size_t points = x.points > 1 ? static_cast<std::size_t>(x.points) : count;
+    if (hasEnds && points > 1 && (x.points > 1 || !hasDelta)) {
+        axis = {first, (x.last - first) / static_cast<double>(points - 1), x.last, points - 1};
+    } else if (!std::isnan(first) && (hasDelta || count == 1)) {
+        axis = {first, hasDelta ? x.delta : 0.0, first, 0};
     }
     const bool hasAxis = !std::isnan(first) && (hasEnds || hasDelta || count == 1);
     if (!hasAxis) {
         AddNote("no-axis", 1, decoded.line,
                 "neither the ends of X nor its step are told; the points are counted");
     } else if (count > 1 && hasDelta) {
-        const double step = spectrum.xs[1] - spectrum.xs[0];
+        const double step = spectrum.GetX(1) - spectrum.GetX(0);
         if (std::fabs(step - x.delta) > StepTolerance * std::fabs(step)) {
             AddNote("step", 1, decoded.line,
                     "##DELTAX= is " + FormatG(x.delta) +
@@ -527,6 +531,17 @@ void JCAMPSpectra::MakeAxis(JCAMPSpectrum& spectrum, const Decoded& decoded) {
                         ", which is taken");
         }
     }
+}
+
+std::vector<double> JCAMPSpectrum::MakeAxis() const {
+    if (!isEven) {
+        return xs;
+    }
+    std::vector<double> values(ys.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        values[i] = axis.GetX(i);
+    }
+    return values;
 }
 
 void JCAMPSpectra::NoteChecks(const JCAMPSpectrum& spectrum, const Decoded& decoded) {
@@ -547,19 +562,19 @@ void JCAMPSpectra::NoteChecks(const JCAMPSpectrum& spectrum, const Decoded& deco
 
 // The abscissas are looked at only to see whether they contradict the axis.
 void JCAMPSpectra::NoteHeads(const JCAMPSpectrum& spectrum, const Decoded& decoded) {
-    if (!spectrum.isEven || spectrum.xs.size() < 2) {
+    if (!spectrum.isEven || spectrum.ys.size() < 2) {
         return;
     }
-    const double step = std::fabs(spectrum.xs[1] - spectrum.xs[0]);
+    const double step = std::fabs(spectrum.GetX(1) - spectrum.GetX(0));
     int count = 0;
     int firstLine = 0;
     double farthest = 0.0;
     for (std::size_t i = 0; i < decoded.heads.size(); ++i) {
         const auto [point, head] = decoded.heads[i];
-        if (point >= spectrum.xs.size()) {
+        if (point >= spectrum.ys.size()) {
             continue;
         }
-        const double distance = std::fabs(head * spectrum.x.factor - spectrum.xs[point]) / step;
+        const double distance = std::fabs(head * spectrum.x.factor - spectrum.GetX(point)) / step;
         if (distance > HeadTolerance) {
             firstLine = count == 0 ? decoded.headLines[i] : firstLine;
             ++count;

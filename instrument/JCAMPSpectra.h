@@ -10,6 +10,7 @@
 
 #include "base/Note.h"
 #include "base/ReadContext.h"
+#include "instrument/JCAMPDecoder.h"
 #include "instrument/JCAMPDocument.h"
 
 class JCAMPStream;
@@ -26,16 +27,33 @@ struct JCAMPVariable {
     int points = -1; /**< as the file says; -1 where it doesn't */
 };
 
-/** One spectrum, decoded. */
+/** X values that go by a step; the declared last one is exactly that. */
+struct JCAMPEvenAxis {
+    double first = 1.0;
+    double step = 1.0;
+    double last = 1.0;
+    std::size_t lastPoint = 0; /**< that has the declared last X; 0: none */
+
+    double GetX(std::size_t point) const {
+        return point > 0 && point == lastPoint ? last : first + static_cast<double>(point) * step;
+    }
+};
+
+/** One spectrum, decoded: one point at least. */
 struct JCAMPSpectrum {
     std::vector<std::pair<std::string, std::string>> page; /**< symbols and values: {"F1", "4370.0"} */
     JCAMPVariable x;
     JCAMPVariable y;
     bool isPeaks = false;
-    bool isEven = true; /**< the X values go by a step */
-    std::vector<double> xs;
+    bool isEven = true;     /**< the X values go by a step */
+    JCAMPEvenAxis axis;     /**< of even ones */
+    std::vector<double> xs; /**< of others */
     std::vector<double> ys; /**< NaN where one is missing */
     bool haveGaps = false;
+
+    double GetX(std::size_t point) const { return isEven ? axis.GetX(point) : xs[point]; }
+    double GetLastX() const { return GetX(ys.size() - 1); }
+    std::vector<double> MakeAxis() const;
 };
 
 /** Decodes the tables of blocks into spectra, losing nothing that they say. */
@@ -71,11 +89,11 @@ private:
     struct Decoded {
         std::vector<std::vector<double>> columns;  // ordinates: one; tuples: one a symbol
         bool haveGaps = false;
-        double firstHead = std::numeric_limits<double>::quiet_NaN();
         int failedChecks = 0;
         int firstFailedLine = 0;
         std::vector<std::pair<std::size_t, double>> heads;  // the point that a line begins with, and its X
         std::vector<int> headLines;
+        unsigned int marks = 0;  // of the characters that were met
         int code = 0;
         int line = 0;
     };
@@ -90,6 +108,7 @@ private:
     void DecodeTuples(const JCAMPDataTable& table, const Notation& notation, Decoded& decoded);
     int DecodeOrdinateLine(std::string_view line, const Notation& notation, Decoded& decoded, double& lastY,
                            bool& checkPending);
+    bool AddRepeated(const JCAMPDecoder::Value& value, std::int64_t count, Decoded& decoded, double& lastY);
     int Fail(int code, int line);
     void MakeAxis(JCAMPSpectrum& spectrum, const Decoded& decoded);
     void NoteChecks(const JCAMPSpectrum& spectrum, const Decoded& decoded);

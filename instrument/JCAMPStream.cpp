@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -10,6 +11,20 @@ constexpr std::size_t MaxLineLength = 255;
 
 // Begins a comment, wherever it stands.
 constexpr std::string_view Comment = "$$";
+
+// Begins a label, behind blanks at most.
+constexpr std::string_view LabelMark = "##";
+
+// Of whole lines: CR and LF together are one end.
+int CountLineEnds(std::string_view text) {
+    std::size_t count = 0;
+    for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+        const bool isPair = text[i] == '\r' && text[i + 1] == '\n';
+        count += text[i] == '\n' || (text[i] == '\r' && !isPair) ? 1 : 0;
+    }
+    count += !text.empty() && (text.back() == '\n' || text.back() == '\r') ? 1 : 0;
+    return static_cast<int>(std::min<std::size_t>(count, std::numeric_limits<int>::max()));
+}
 
 }  // namespace
 
@@ -77,6 +92,27 @@ bool JCAMPStream::ReadLine(std::string_view& line, int& lineNumber) {
     line = line.substr(0, line.find(Comment));
     ++lineNumber;
     return true;
+}
+
+void JCAMPStream::SkipToLabel(int& lineNumber) {
+    const std::size_t begin = position;
+    std::size_t found = bytes.find(LabelMark, position);
+    std::size_t line = bytes.size();
+    for (; found != std::string_view::npos; found = bytes.find(LabelMark, found + 1)) {
+        std::size_t start = found;
+        while (start > begin && (bytes[start - 1] == ' ' || bytes[start - 1] == '\t')) {
+            --start;
+        }
+        if (start == begin || bytes[start - 1] == '\n' || bytes[start - 1] == '\r') {
+            line = start;
+            break;
+        }
+    }
+    lineNumber += CountLineEnds(bytes.substr(begin, line - begin));
+    position = line;
+    if (position == bytes.size()) {
+        atEnd = failed = true;
+    }
 }
 
 void JCAMPStream::SkipTo(char mark) {

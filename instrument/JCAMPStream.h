@@ -41,6 +41,12 @@ public:
      */
     bool ReadLine(std::string_view& line, int& lineNumber);
 
+    /**
+     * To the next line that begins as a label does, or to the end; whole lines passed over are counted.
+     * Wants whole lines, and to stand at the beginning of one.
+     */
+    void SkipToLabel(int& lineNumber);
+
     /** To the next such byte, which is left to be read. */
     void SkipTo(char mark);
 

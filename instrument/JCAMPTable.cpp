@@ -138,13 +138,13 @@ std::string DateOf(const JCAMPBlock& block) {
 }
 
 bool SameAxis(const JCAMPSpectrum& left, const JCAMPSpectrum& right) {
-    if (left.isEven != right.isEven || left.xs.size() != right.xs.size() || left.x.units != right.x.units) {
+    if (left.isEven != right.isEven || left.ys.size() != right.ys.size() || left.x.units != right.x.units) {
         return false;
     }
     if (!left.isEven) {
         return left.xs == right.xs;
     }
-    return TolerantEqual(left.xs.front(), right.xs.front()) && TolerantEqual(left.xs.back(), right.xs.back());
+    return TolerantEqual(left.GetX(0), right.GetX(0)) && TolerantEqual(left.GetLastX(), right.GetLastX());
 }
 
 bool SameClass(const JCAMPSpectrum& left, const JCAMPSpectrum& right) {
@@ -438,14 +438,14 @@ void JCAMPTable::AddToTable(const Part& part) {
     const JCAMPSpectrum& first = part.spectra.front();
     const bool joins = !table.groups.empty() && [&] {
         const SpectrumTable::Group& group = table.groups.back();
-        const bool isSame = group.axis.size() == first.xs.size() && group.axisUnit == first.x.units;
-        return isSame && (first.isEven ? TolerantEqual(group.axis.front(), first.xs.front()) &&
-                                             TolerantEqual(group.axis.back(), first.xs.back())
+        const bool isSame = group.axis.size() == first.ys.size() && group.axisUnit == first.x.units;
+        return isSame && (first.isEven ? TolerantEqual(group.axis.front(), first.GetX(0)) &&
+                                             TolerantEqual(group.axis.back(), first.GetLastX())
                                        : group.axis == first.xs);
     }();
     if (!joins) {
         SpectrumTable::Group& group = table.groups.emplace_back();
-        group.axis = first.xs;
+        group.axis = first.MakeAxis();
         group.axisUnit = first.x.units;
     }
     for (const JCAMPSpectrum& spectrum : part.spectra) {
@@ -465,11 +465,21 @@ void JCAMPTable::AddPeaks(const std::vector<const Part*>& peaks) {
         return;
     }
     std::map<double, std::size_t> counts;
+    std::uint64_t withoutX = 0;
     for (const Part* part : peaks) {
         std::map<double, std::size_t> own;
         for (const double x : part->spectra.front().xs) {
-            counts[x] = std::max(counts[x], ++own[x]);
+            if (std::isnan(x)) {
+                ++withoutX;
+            } else {
+                counts[x] = std::max(counts[x], ++own[x]);
+            }
         }
+    }
+    if (withoutX > 0) {
+        AddNote({"peaks-without-x", withoutX, "",
+                 karta::CountOf(withoutX, "peak") + " without an X " +
+                     (withoutX == 1 ? "has no place" : "have no place") + " in a table by X"});
     }
     std::map<double, std::size_t> columns;
     for (const auto& [x, count] : counts) {
@@ -483,7 +493,9 @@ void JCAMPTable::AddPeaks(const std::vector<const Part*>& peaks) {
             context.budget.ChargeMemory(group.axis.size() * sizeof(double), "the tables of peaks");
             values.assign(group.axis.size(), std::nan(""));
             for (std::size_t i = 0; i < spectrum.xs.size(); ++i) {
-                values[columns[spectrum.xs[i]] + used[spectrum.xs[i]]++] = spectrum.ys[i];
+                if (!std::isnan(spectrum.xs[i])) {
+                    values[columns[spectrum.xs[i]] + used[spectrum.xs[i]]++] = spectrum.ys[i];
+                }
             }
             AddRow(*part, spectrum, values, true);
         }
@@ -529,7 +541,7 @@ std::vector<FileContents::Part> JCAMPTable::ListParts() const {
         entry.name = part.name;
         entry.number = static_cast<int>(list.size()) + 1;
         entry.rows = static_cast<int>(part.spectra.size());
-        entry.cols = part.spectra.empty() ? 0 : static_cast<int>(part.spectra.front().xs.size());
+        entry.cols = part.spectra.empty() ? 0 : static_cast<int>(part.spectra.front().ys.size());
         const Block& block = blocks[part.block];
         entry.detail = Capitalized(block.content.Find("DATATYPE"));
         if (!part.problem.empty()) {
@@ -558,12 +570,12 @@ std::vector<FileContents::Fact> JCAMPTable::ListFacts() const {
     const JCAMPSpectrum& first = part.spectra.front();
     const JCAMPBlock& block = blocks[part.block].content;
     facts.emplace_back("spectra", static_cast<double>(spectra), "");
-    facts.emplace_back("points", static_cast<double>(first.xs.size()), "");
-    facts.emplace_back("first X", first.xs.front(), first.x.units);
-    facts.emplace_back("last X", first.xs.back(), first.x.units);
-    if (first.isEven && first.xs.size() > 1) {
-        const double span = first.xs.back() - first.xs.front();
-        facts.emplace_back("spacing", span / static_cast<double>(first.xs.size() - 1), first.x.units);
+    facts.emplace_back("points", static_cast<double>(first.ys.size()), "");
+    facts.emplace_back("first X", first.GetX(0), first.x.units);
+    facts.emplace_back("last X", first.GetLastX(), first.x.units);
+    if (first.isEven && first.ys.size() > 1) {
+        const double span = first.GetLastX() - first.GetX(0);
+        facts.emplace_back("spacing", span / static_cast<double>(first.ys.size() - 1), first.x.units);
     }
     if (!first.y.units.empty()) {
         facts.emplace_back("Y unit", first.y.units);

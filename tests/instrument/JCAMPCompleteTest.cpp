@@ -253,6 +253,18 @@ TEST_F(JCAMPCompleteTest, PeakTablesOfALinkAreParts) {
     EXPECT_EQ(Row(4), "3|q||4|5||");
 }
 
+TEST_F(JCAMPCompleteTest, PeaksWithoutXAreToldWhereSeveralTablesStandByX) {
+    std::string link = "##TITLE=l\n##DATA TYPE=LINK\n";
+    for (const char* data : {"?,1 2,3 ?,4\n", "1,5 ?,6\n", "2,7 3,8\n"}) {
+        link += Peaks("p", data);
+    }
+    ASSERT_EQ(ReadText(link + "##END=\n", "all"), 0);
+    EXPECT_EQ(Row(2), "1|M/Z||1|2|3");
+    EXPECT_EQ(Row(3), "2|p|||3|");
+    EXPECT_EQ(Row(5), "4|p|||7|8");
+    EXPECT_EQ(Notes(), "3 peaks without an X have no place in a table by X\n");
+}
+
 TEST_F(JCAMPCompleteTest, FirstClassAndAxisOfALinkIsTheTable) {
     const std::string text = Link(Block("a") + Block("b", 4) + Peaks("p", "1 2") + Block("c"), 4);
     ASSERT_EQ(ReadText(text), 0);
