@@ -48,7 +48,9 @@ std::string FindTarget(const std::vector<WorkbookPackage::Relationship>& relatio
 bool BeginsAsXml(const WorkbookPackage& package, const std::string& part) {
     const auto stream = package.OpenPart(part);
     const int first = stream == nullptr ? 0 : stream->get();
-    return first != 0x83;
+    constexpr std::string_view xmlBeginnings("<\t\r\n \xef\xfe\xff\0",
+                                             9);  // a letter, a blank, a byte order mark
+    return first >= 0 && xmlBeginnings.find(static_cast<char>(first)) != std::string_view::npos;
 }
 
 // Whether positions beyond an offset can still be told to a sink.

@@ -203,9 +203,12 @@ ByteBuilder At(std::uint32_t column, std::uint32_t style = 0) {
 }
 
 // A binary workbook of one sheet, with these records among its cells.
-std::string BinaryWorkbook(const Records& cells, bool from1904 = false) {
+std::string BinaryWorkbook(const Records& cells, bool from1904 = false, bool isOpened = true) {
     Records workbook;
-    workbook.Add(131).Add(153, ByteBuilder().U32(from1904 ? 1 : 0).Bytes()).Add(143);
+    if (isOpened) {
+        workbook.Add(131).Add(153, ByteBuilder().U32(from1904 ? 1 : 0).Bytes());
+    }
+    workbook.Add(143);
     workbook.Add(156, ByteBuilder().U32(0).U32(1).Text(Wide(u"rId1")).Text(Wide(u"Größe")).Bytes());
     workbook.Add(144).Add(132);
     Records sheet;
@@ -393,6 +396,10 @@ TEST_F(Excel2007CompleteTest, TargetsMayBeWrittenAsAddresses) {
 TEST_F(Excel2007CompleteTest, ContentTellsTheFlavourWhateverTheExtension) {
     EXPECT_EQ(Cells(Workbook::Of("<row><c><v>1</v></c></row>")), "1,1 double 1\n");
     EXPECT_EQ(Read(BinaryWorkbook(Records())).status, 0);
+}
+
+TEST_F(Excel2007CompleteTest, ABinaryWorkbookMayBeginWithItsListOfSheets) {
+    EXPECT_EQ(Read(BinaryWorkbook(Records(), false, false)).status, 0);
 }
 
 TEST_F(Excel2007CompleteTest, TablesWithoutARelationshipLieBesideTheWorkbook) {
