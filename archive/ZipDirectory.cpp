@@ -48,6 +48,7 @@ struct Directory {
 struct Extent {
     std::uint64_t begin;
     std::uint64_t end;
+    std::span<const std::uint8_t> packed; /**< none where they aren't all there */
 };
 
 std::string_view AsText(std::span<const std::uint8_t> bytes) {
@@ -141,13 +142,37 @@ std::optional<Extent> ReadExtent(ByteCursor& cursor, std::span<const std::uint8_
 
     ByteCursor local(archive);
     std::uint64_t headerSize = LocalFixedSize;
+    bool hasHeader = false;
     if (local.Seek(localOffset) && local.ReadText(LocalSignature.size()) == LocalSignature &&
         local.Seek(localOffset + LocalNameLength)) {
         headerSize += local.ReadU16();
         headerSize += local.ReadU16();
+        hasHeader = !local.HasFailed();
     }
     const std::uint64_t room = archive.size() - std::min<std::uint64_t>(localOffset, archive.size());
-    return Extent{localOffset, localOffset + std::min(room, headerSize + std::min(packedSize, room))};
+    Extent extent{localOffset, localOffset + std::min(room, headerSize + std::min(packedSize, room)), {}};
+    if (hasHeader && headerSize <= room && packedSize <= room - headerSize) {
+        extent.packed = archive.subspan(static_cast<std::size_t>(localOffset + headerSize),
+                                        static_cast<std::size_t>(packedSize));
+    }
+    return extent;
+}
+
+std::vector<Extent> ListExtents(std::span<const std::uint8_t> archive) {
+    std::vector<Extent> extents;
+    const auto directory = FindDirectory(archive);
+    ByteCursor cursor(archive);
+    if (!directory || !cursor.Seek(directory->offset)) {
+        return extents;
+    }
+    while (extents.size() < directory->count) {
+        const auto extent = ReadExtent(cursor, archive);
+        if (!extent) {
+            break;
+        }
+        extents.push_back(*extent);
+    }
+    return extents;
 }
 
 }  // namespace
@@ -165,20 +190,16 @@ std::size_t CountLeadingBytes(std::span<const std::uint8_t> bytes) {
     return length < *endRecord ? static_cast<std::size_t>(*endRecord - length) : 0;
 }
 
+std::vector<std::span<const std::uint8_t>> ListPackedBytes(std::span<const std::uint8_t> archive) {
+    std::vector<std::span<const std::uint8_t>> packed;
+    for (const Extent& extent : ListExtents(archive)) {
+        packed.push_back(extent.packed);
+    }
+    return packed;
+}
+
 bool HasOverlappingEntries(std::span<const std::uint8_t> archive) {
-    const auto directory = FindDirectory(archive);
-    ByteCursor cursor(archive);
-    if (!directory || !cursor.Seek(directory->offset)) {
-        return false;
-    }
-    std::vector<Extent> extents;
-    while (extents.size() < directory->count) {
-        const auto extent = ReadExtent(cursor, archive);
-        if (!extent) {
-            break;
-        }
-        extents.push_back(*extent);
-    }
+    std::vector<Extent> extents = ListExtents(archive);
     std::sort(extents.begin(), extents.end(),
               [](const Extent& left, const Extent& right) { return left.begin < right.begin; });
     const auto overlap =

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -17,7 +18,7 @@ struct zip;
  * A zip archive for reading: its entries in the order of its directory, and a stream on each. Stored and
  * deflated entries, data descriptors, zip64, comments, and archives behind other bytes are all read.
  * Nothing is unpacked before its stream is read. Entries that share bytes are refused, since a small archive
- * could unpack to anything with them.
+ * could unpack to anything with them. Large entries are unpacked ahead, in a thread of their own.
  */
 class ZipFile {
 public:
@@ -26,6 +27,8 @@ public:
         std::uint64_t index = 0;  /**< its place in the directory */
         std::uint64_t size = 0;   /**< unpacked, as the directory claims it */
         bool isCompressed = true; /**< false for a stored entry */
+        std::uint32_t checksum = 0;
+        std::span<const std::uint8_t> deflated; /**< the packed bytes, where they are plainly deflated ones */
     };
 
     /**
@@ -53,7 +56,7 @@ public:
     std::unique_ptr<std::istream> GetInputStream(const Entry& entry) const;
 
 private:
-    void ListEntries();
+    void ListEntries(std::span<const std::uint8_t> bytes);
 
     std::shared_ptr<karta::ReadContext> context;
     MappedFile file;

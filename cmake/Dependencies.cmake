@@ -14,6 +14,14 @@ target_link_libraries(karta_dependencies INTERFACE ZLIB::ZLIB Boost::iostreams X
                       PkgConfig::LIBZIP PkgConfig::SODIUM
                       ${CMAKE_DL_LIBS})
 
+# Unpacks three times as fast as zlib, where it is to be had; what it gives up on goes to zlib.
+find_library(ISAL_LIBRARY isal)
+find_path(ISAL_INCLUDE_DIR isa-l/igzip_lib.h)
+if(ISAL_LIBRARY AND ISAL_INCLUDE_DIR)
+  target_link_libraries(karta_dependencies INTERFACE ${ISAL_LIBRARY})
+  target_compile_definitions(karta_dependencies INTERFACE KARTA_HAS_ISAL)
+endif()
+
 # Libraries that are loaded when a file needs them: their headers, and the names that the loader knows them by.
 find_program(READELF readelf REQUIRED)
 function(karta_lazy_library name)

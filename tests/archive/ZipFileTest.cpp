@@ -5,7 +5,11 @@
 #include <istream>
 #include <iterator>
 #include <limits>
+#include <random>
 
+#include <zip.h>
+
+#include "archive/ReadAhead.h"
 #include "base/Exception.h"
 #include "host/NvSystemInfo.h"
 #include "tests/support/TempFolder.h"
@@ -57,6 +61,38 @@ std::string Archive(const ZipBuilder::Entry& entry) {
     return ZipBuilder().Add(entry).Build();
 }
 
+// What the library alone gives of the first entry, and a mark where it fails, or goes beyond this size.
+std::string GetByLibrary(const std::string& path, std::size_t size) {
+    zip* const archive = zip_open(path.c_str(), ZIP_RDONLY, nullptr);
+    zip_file* const entry = zip_fopen_index(archive, 0, 0);
+    std::string bytes;
+    std::vector<char> room(ReadAhead::BlockSize);
+    zip_int64_t count = 0;
+    while (entry != nullptr && (count = zip_fread(entry, room.data(), room.size())) > 0) {
+        if (bytes.size() + static_cast<std::size_t>(count) > size) {
+            count = -1;
+            break;
+        }
+        bytes.append(room.data(), static_cast<std::size_t>(count));
+    }
+    const bool isBad = count < 0 || bytes.size() != size;
+    if (entry != nullptr) {
+        zip_fclose(entry);
+    }
+    zip_discard(archive);
+    return bytes + (isBad ? "(bad)" : "");
+}
+
+// Lines of numbers, as large as that a second thread unpacks them.
+std::string ManyNumbers(std::size_t size) {
+    std::mt19937 random(3);
+    std::string numbers;
+    while (numbers.size() < size) {
+        numbers += std::to_string(random() % 100'000) + "\n";
+    }
+    return numbers;
+}
+
 }  // namespace
 
 TEST_F(ZipFileTest, ListsEntriesInTheOrderOfTheDirectory) {
@@ -104,6 +140,44 @@ TEST_F(ZipFileTest, CommentAndBytesBeforeDontMatter) {
     EXPECT_EQ(FirstOf(zip.Build("a comment")), text);
     EXPECT_EQ(FirstOf("bytes before" + zip.Build()), text);
     EXPECT_EQ(FirstOf("bytes before" + zip.Build("and a comment")), text);
+}
+
+TEST_F(ZipFileTest, LargeEntriesUnpack) {
+    const std::string numbers = ManyNumbers(3'000'000);
+    EXPECT_EQ(FirstOf(ZipBuilder().AddDeflated("a", numbers).Build()), numbers);
+    ZipBuilder::Entry entry = MakeEntry(numbers);
+    entry.hasZip64Sizes = true;
+    EXPECT_EQ(FirstOf("in front" + Archive(entry)), numbers);
+    entry.checksumError = 1;
+    EXPECT_TRUE(IsBad(Archive(entry)));
+    entry.checksumError = 0;
+    entry.sizeError = 1;
+    EXPECT_TRUE(IsBad(Archive(entry)));
+}
+
+// Another library unpacks what is sound.
+TEST_F(ZipFileTest, OfADamagedEntryComesWhatTheLibraryGives) {
+    std::mt19937 random(5);
+    for (const std::size_t size : {std::size_t{300}, std::size_t{200'000}, std::size_t{1'500'000}}) {
+        const std::string sound = ZipBuilder().AddDeflated("a", ManyNumbers(size)).Build();
+        for (int round = 0; round < 40; ++round) {
+            std::string damaged = sound;
+            const std::size_t place = 31 + random() % (sound.size() - 31 - 68);
+            damaged[place] = static_cast<char>(damaged[place] ^ (1 << random() % 8));
+            const std::string path = folder.Write("test.zip", damaged);
+            const ZipFile zip(path.c_str());
+            const auto stream = zip.GetInputStream(zip.GetEntries().at(0));
+            std::string bytes;
+            try {
+                for (int byte = stream->rdbuf()->sbumpc(); byte >= 0; byte = stream->rdbuf()->sbumpc()) {
+                    bytes += static_cast<char>(byte);
+                }
+            } catch (const std::ios_base::failure&) {
+                bytes += "(bad)";
+            }
+            ASSERT_EQ(bytes, GetByLibrary(path, zip.GetEntries().at(0).size)) << "byte " << place;
+        }
+    }
 }
 
 TEST_F(ZipFileTest, WrongChecksumIsAFailure) {
