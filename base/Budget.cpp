@@ -64,6 +64,7 @@ void Budget::Charge(std::atomic<std::uint64_t>& used, std::uint64_t amount, std:
     const std::uint64_t before = used.fetch_add(amount);
     if (amount > limit || before > limit - amount) {
         used -= amount;
+        wasExceeded = true;
         throw BudgetExceeded(std::string(what) + " would take more than the " + std::to_string(limit) + " " +
                              unit + " that a file of this size may take; --limit allows more");
     }

@@ -44,19 +44,23 @@ public:
     static std::uint64_t GetInflateLimit();
     static void SetInflateLimit(std::uint64_t bytes);
 
+    /** Whether something was refused. */
+    bool WasExceeded() const { return wasExceeded; }
+
     std::uint64_t GetMemory() const { return memory; }
     std::uint64_t GetMemoryLimit() const;
     std::uint64_t GetOutputLimit() const;
     std::uint64_t GetWorkLimit() const;
 
 private:
-    static void Charge(std::atomic<std::uint64_t>& used, std::uint64_t amount, std::uint64_t limit,
-                       const char* what, const char* unit);
+    void Charge(std::atomic<std::uint64_t>& used, std::uint64_t amount, std::uint64_t limit, const char* what,
+                const char* unit);
 
     std::atomic<std::uint64_t> inputBytes = 0;
     std::atomic<std::uint64_t> memory = 0;
     std::atomic<std::uint64_t> output = 0;
     std::atomic<std::uint64_t> work = 0;
+    std::atomic<bool> wasExceeded = false;
     std::uint64_t fixedLimit = 0;  // 0: from the files
 };
 

@@ -11,7 +11,7 @@ pkg_check_modules(SODIUM REQUIRED IMPORTED_TARGET libsodium)
 
 add_library(karta_dependencies INTERFACE)
 target_link_libraries(karta_dependencies INTERFACE ZLIB::ZLIB Boost::iostreams XercesC::XercesC
-                      PkgConfig::LIBZIP PkgConfig::SODIUM
+                      PkgConfig::LIBZIP PkgConfig::SODIUM PkgConfig::GLIB
                       ${CMAKE_DL_LIBS})
 
 # Unpacks three times as fast as zlib, where it is to be had; what it gives up on goes to zlib.

@@ -13,7 +13,12 @@ set_target_properties(karta-import-program PROPERTIES BUILD_WITH_INSTALL_RPATH O
                       INSTALL_RPATH "$ORIGIN/${KARTA_LIBRARY_FROM_BIN}:$ORIGIN")
 
 include(cmake/PublicHeaders.cmake)
-karta_public_headers(headers base archive host frame table text spreadsheet instrument process container karta)
+karta_public_headers(headers base archive host frame table text spreadsheet instrument process container)
+karta_public_headers(own_headers karta)
+# What stands behind the one-call interface is for the program alone.
+list(FILTER own_headers EXCLUDE REGEX "^karta/internal/")
+list(APPEND headers ${own_headers})
+list(REMOVE_DUPLICATES headers)
 list(APPEND headers text/CsvSyntax.h) # for hosts that parse on their own; a template exports nothing
 foreach(header ${headers})
   cmake_path(GET header PARENT_PATH folder)

@@ -281,6 +281,14 @@ void XMLSection::Write(std::string_view key, const std::vector<float>& value) {
     Put(key, JoinList(value, [](float number) { return FormatG(number, FloatDigits); }));
 }
 
+std::vector<std::string> XMLSection::GetKeys() const {
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : values) {
+        keys.push_back(key);
+    }
+    return keys;
+}
+
 std::string XMLSection::Flush() const {
     std::string text = std::string("<") + RootName + ">";
     Append(text);

@@ -47,6 +47,9 @@ public:
     void Write(std::string_view key, const std::vector<int>& value);
     void Write(std::string_view key, const std::vector<float>& value);
 
+    /** The keys of the values, in their order. */
+    std::vector<std::string> GetKeys() const;
+
     /** The text of the whole document. */
     std::string Flush() const;
 

@@ -1,8 +1,8 @@
 #include <iostream>
 
+#include "karta/internal/FormatDetection.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
-#include "tools/FormatDetection.h"
 #include "tools/Json.h"
 #include "tools/TableRead.h"
 #include "tools/Utf8Text.h"
@@ -40,7 +40,7 @@ void WriteJson(const FormatCatalogue& formats, const FormatFinding& finding, con
     }
     writer.EndArray();
     writer.Put("chosen", chosen);
-    writer.Put("reason", AsUtf8(finding.reason));
+    writer.Put("reason", AsUtf8(ReasonOf(finding)));
     writer.EndObject();
 }
 
@@ -60,7 +60,7 @@ int RunDetect(const ReadRequest& request, bool json) {
     }
     if (finding.format == 0 && !request.quiet) {
         std::cout.flush();
-        std::cerr << "karta-import: " << file << ": " << finding.reason << '\n';
+        std::cerr << "karta-import: " << file << ": " << ReasonOf(finding) << '\n';
     }
     return finding.format == 0 ? ExitFailed : ExitSuccess;
 }

@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "frame/WideSink.h"
-#include "tools/ReadControl.h"
-#include "tools/SpreadsheetSink.h"
+#include "karta/internal/ReadControl.h"
+#include "karta/internal/SpreadsheetSink.h"
 
 /** A table that keeps nothing but its size, as a table with cells would have it. */
 class ExtentSink : public SpreadsheetSink, public WideSink {

@@ -28,10 +28,10 @@ Report Examine(const ReadRequest& request) {
     const ChosenFormat chosen = ChooseFormat(request);
     static_cast<FileSummary&>(report) = SummariseFile(request, chosen);
     // The size of some formats, and all warnings and notes, are known only when the table has been read.
-    ReadControl control(request);
-    ExtentSink extent(control);
+    PersonsControl control(request);
+    ExtentSink extent(control.Get());
     try {
-        ReadSelection(request, chosen, control, extent, report.read);
+        ReadSelection(request, chosen, control.Get(), extent, report.read);
     } catch (const Failure& failure) {
         if (failure.GetStatus() != ExitFailed || report.parts.empty()) {
             throw;

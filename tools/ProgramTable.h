@@ -1,7 +1,7 @@
 #pragma once
 
+#include "karta/internal/ReadControl.h"
 #include "table/TableData.h"
-#include "tools/ReadControl.h"
 
 /** The program's table: keeps the cells that can be of use, draws progress and lets Ctrl-C through. */
 class ProgramTable : public TableData {

@@ -4,19 +4,24 @@
 #include <string>
 #include <vector>
 
-#include "base/Note.h"
-#include "base/ReadContext.h"
-#include "base/TableShape.h"
 #include "frame/SpreadsheetData.h"
 #include "frame/SpreadsheetFile.h"
+#include "karta/internal/DirectRead.h"
+#include "karta/internal/FormatCatalogue.h"
+#include "karta/internal/FormatDetection.h"
+#include "karta/internal/OptionsRecord.h"
+#include "karta/internal/ReadControl.h"
 #include "table/TableData.h"
-#include "tools/FormatCatalogue.h"
-#include "tools/OptionsRecord.h"
-#include "tools/ReadControl.h"
+#include "tools/Progress.h"
 #include "tools/ReadRequest.h"
 
-// What all verbs that read do with a request, one step a function. Each raises Failure with the file's
-// name in its text.
+// What all verbs that read do with a request, one step a function: the library's steps, with errors as
+// Failures in the program's words.
+
+using karta::ChosenFormat;
+using karta::MessageOf;
+using karta::ReadReport;
+using karta::Unopened;
 
 /** Refuses what only a reader that is called directly can be told, where the driver is to read. */
 void CheckRoad(const ReadRequest& request);
@@ -39,14 +44,8 @@ int FindNamedFormat(const FormatCatalogue& formats, const ReadRequest& request);
 /** Refuses a selection of several files where the format takes one. */
 void CheckSelection(const FormatCatalogue& formats, int format, const ReadRequest& request);
 
-/** The formats, and the one to read a selection by. */
-struct ChosenFormat {
-    const char* GetName() const { return formats->GetInfo(format)->formatName; }
-
-    std::unique_ptr<FormatCatalogue> formats;
-    int format = 0;
-    std::string reason;  // why this one, for people
-};
+/** Why a file's format is or isn't determined, with what can be done about it. */
+std::string ReasonOf(const FormatFinding& finding);
 
 /** Checks the request and its files, and chooses the format that it names or that is detected. */
 ChosenFormat ChooseFormat(const ReadRequest& request);
@@ -58,35 +57,28 @@ ChosenFormat ChooseFormat(const ReadRequest& request);
 std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int format,
                                             const ReadRequest& request);
 
-/** A file that can't be opened, where a choice goes by what it holds. */
-enum class Unopened {
-    Fails,      // no choice, no read
-    HasNoParts  // such choices are left out: the read itself is to show the failure
-};
-
 /** The options record; looks into the file first where a choice goes by what it holds. */
 OptionsRecord MakeOptions(const FormatCatalogue& formats, int format, const ReadRequest& request,
                           Unopened unopened = Unopened::Fails);
 
-/** The reader's message, or a word for a status that has none. */
-std::string MessageOf(SpreadsheetFile& reader);
-
 /** Lets the reader's questions be answered as the request says. */
 void AnswerQuestions(const ReadRequest& request);
 
-/** What a read says beside its table. */
-struct ReadReport {
-    /** What the read may cost, for what is kept and written of it; null for a module's reader. */
-    karta::Budget* GetBudget() const { return context == nullptr ? nullptr : &context->budget; }
-
-    std::shared_ptr<karta::ReadContext> context;
-    std::string warning;
-    std::vector<karta::Note> notes;
-    karta::TableShape shape;
-};
-
 /** Writes a reader's warning and notes to standard error, unless the user wants it quiet. */
 void ShowReport(const ReadRequest& request, const ReadReport& report);
+
+/** A read's control by a person: draws progress, and lets Ctrl-C through. */
+class PersonsControl {
+public:
+    /** Rows up to `rowsOfHead` are of use even if they aren't wanted: they name the columns. */
+    explicit PersonsControl(const ReadRequest& request, int rowsOfHead = 0);
+
+    ReadControl& Get() { return control; }
+
+private:
+    Progress progress;
+    ReadControl control;
+};
 
 /** Reads the selection into the sink. Raises Failure when there is no table; the report then holds what was
  * known. */

@@ -2,10 +2,11 @@
 
 #include "frame/ImportHelperBase.h"
 #include "frame/SpreadsheetOpenOptions.h"
+#include "karta/internal/FormatDetection.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
-#include "tools/FormatDetection.h"
 #include "tools/Interrupt.h"
+#include "tools/KeptOptions.h"
 #include "tools/TableRead.h"
 #include "tools/TraceRead.h"
 #include "tools/TraceSink.h"
@@ -42,7 +43,7 @@ bool TraceDriverRead(FormatCatalogue& formats, int format, OptionsRecord& option
     if (success) {
         const int read =
             format != 0 ? format : formats.GetSpreadsheetFileIndex(request.files.front().c_str());
-        options.SaveAfterDriver(request, formats.IsOwn(read));
+        SaveOptionsAfterDriver(request, options, formats.IsOwn(read));
     }
     return success;
 }
@@ -58,7 +59,7 @@ bool TraceDirectRead(const FormatCatalogue& formats, int format, OptionsRecord& 
                           request.IsComplete() && formats.IsOwn(format)};
     const bool success = TraceRead(*reader, read, std::cout);
     if (const NvImportOpenOptions* choices = kept) {
-        OptionsRecord::Save(request, *choices, formats.IsOwn(format));
+        SaveOptions(request, *choices, formats.IsOwn(format));
     }
     return success;
 }
@@ -77,7 +78,7 @@ int ChooseTracedFormat(FormatCatalogue& formats, const ReadRequest& request) {
     CheckFiles(request);
     const FormatFinding finding = FormatDetection(formats).Detect(request.files.front(), request.reading);
     if (finding.format == 0) {
-        throw Failure(request.files.front() + ": " + finding.reason);
+        throw Failure(request.files.front() + ": " + ReasonOf(finding));
     }
     CheckSelection(formats, finding.format, request);
     return finding.format;

@@ -6,7 +6,7 @@
 
 #include "frame/NvImport.h"
 #include "frame/SpreadsheetFile.h"
-#include "tools/RowFilter.h"
+#include "karta/internal/RowFilter.h"
 
 /** What a traced read is given. */
 struct TracedRead {

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "tools/RowFilter.h"
-#include "tools/SpreadsheetSink.h"
+#include "karta/internal/RowFilter.h"
+#include "karta/internal/SpreadsheetSink.h"
 
 /** A sink that keeps nothing and writes every call that it gets as one line of a trace. */
 class TraceSink : public SpreadsheetSink {

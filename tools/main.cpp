@@ -27,10 +27,11 @@
 #include "host/NvFile.h"
 #include "host/NvString.h"
 #include "tools/Commands.h"
+#include "tools/ErrorText.h"
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
 #include "tools/Json.h"
-#include "tools/OptionsRecord.h"
+#include "tools/KeptOptions.h"
 #include "tools/PageOpener.h"
 #include "tools/ReadRequest.h"
 #include "tools/Sandbox.h"
@@ -358,7 +359,7 @@ void SayCost(std::chrono::steady_clock::time_point begin) {
 int DoVerb(CLI::App& app, CommandLine& line) {
     const bool isTrace = app.got_subcommand("trace");
     line.request.reading =
-        OptionsRecord::ReadingOf(line.request, isTrace ? karta::Reading::Classic : karta::Reading::Complete);
+        ReadingOf(line.request, isTrace ? karta::Reading::Classic : karta::Reading::Complete);
     line.input.Take(line.request);
     Screen screen;
     if (app.got_subcommand("show") && NeedsPager(line.show, screen)) {
@@ -641,6 +642,8 @@ int Run(int count, char** arguments) {
         return SayParseError(app, error, marked);
     } catch (const Failure& failure) {
         return SayFailure(line, failure);
+    } catch (const karta::Error& error) {
+        return SayFailure(line, FailureOf(error));
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& exception) {

@@ -19,13 +19,13 @@
 #include "host/project/NCProgress.h"
 #include "host/project/NCProject.h"
 #include "host/project/ProjectLayout.h"
+#include "karta/internal/ProjectReader.h"
 #include "table/TableData.h"
 #include "tests/container/Damage.h"
 #include "tests/container/ProjectBuilder.h"
 #include "tests/support/CompleteTable.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/TempFolder.h"
-#include "tools/ProjectReader.h"
 
 namespace {
 
@@ -195,7 +195,7 @@ TEST_F(KpfFileImportTest, EncryptedProjectNeedsADerivedClass) {
 
 TEST_F(KpfFileImportTest, RightPasswordOpensEveryLayout) {
     for (const int version : {6, 5, 4, 0}) {
-        ProjectReader reader("secret");
+        karta::ProjectReader reader("secret");
         EXPECT_EQ(CellsWith(reader, Write(SmallProject(), {.version = version, .password = "secret"})),
                   "[][pH][Sugar][Red][3.5][0.1][White][][1e-07]")
             << version;
@@ -205,7 +205,7 @@ TEST_F(KpfFileImportTest, RightPasswordOpensEveryLayout) {
 TEST_F(KpfFileImportTest, WrongPasswordDoesNotDecrypt) {
     const std::string path = Write(SmallProject(), {.password = "secret"});
     for (const char* password : {"", "Secret", "secret "}) {
-        ProjectReader reader(password);
+        karta::ProjectReader reader(password);
         EXPECT_EQ(reader.Open(true, path.c_str(), nullptr), 0x65) << password;
         EXPECT_EQ(ErrorOf(reader), NotDecrypted);
     }
@@ -234,18 +234,18 @@ TEST_F(KpfFileImportTest, VersionIsBoundToASealedProject) {
     ASSERT_NE(place, std::string::npos);
     for (const char version : {'\5', '\7', '\4'}) {
         bytes[place] = version;
-        ProjectReader reader("secret");
+        karta::ProjectReader reader("secret");
         EXPECT_EQ(reader.Open(true, folder.Write("changed.kpf", bytes).c_str(), nullptr), 0x65)
             << static_cast<int>(version);
     }
 }
 
 TEST_F(KpfFileImportTest, ProjectOfTheFirstSchemeIsStillRead) {
-    ProjectReader reader("yeast");
+    karta::ProjectReader reader("yeast");
     EXPECT_EQ(
         CellsWith(reader, std::string(KARTA_SOURCE_DIR) + "/tests/container/encrypted-first-scheme.kpf"),
         "[][pH][Sugar][Red][3.5][0.1][White][-99][1e-07]");
-    ProjectReader wrong("Yeast");
+    karta::ProjectReader wrong("Yeast");
     const std::string path = std::string(KARTA_SOURCE_DIR) + "/tests/container/encrypted-first-scheme.kpf";
     EXPECT_EQ(wrong.Open(true, path.c_str(), nullptr), 0x65);
 }
@@ -258,7 +258,7 @@ TEST_F(KpfFileImportTest, CostsThatAProjectMayNotAskForAreRefused) {
     const auto statusOf = [&](std::size_t offset, char value) {
         std::string bytes = good;
         bytes[place + offset] = value;
-        ProjectReader reader("secret");
+        karta::ProjectReader reader("secret");
         return reader.Open(true, folder.Write("costs.kpf", bytes).c_str(), nullptr);
     };
     EXPECT_EQ(statusOf(2, 9), 0x65) << "passes";
@@ -272,7 +272,7 @@ TEST_F(KpfFileImportTest, NoMemoryForTheKeyIsAStatus) {
     const std::string path = Write(SmallProject(), {.password = "secret"});
     const pid_t child = fork();
     if (child == 0) {
-        ProjectReader reader("secret");
+        karta::ProjectReader reader("secret");
         struct rlimit limit{};
         getrlimit(RLIMIT_AS, &limit);
         std::ifstream pages("/proc/self/statm");
@@ -295,7 +295,7 @@ TEST_F(KpfFileImportTest, MinusNinetyNineIsAValue) {
         ProjectContents project;
         project.aliasTables = {{"Primary ID", AliasTable::KindPlain}};
         project.dataSets.push_back(SmallDataSet(1, "a", {NamedVariable("T")}, {"o"}, {{-99.0F}}));
-        ProjectReader reader("");
+        karta::ProjectReader reader("");
         EXPECT_EQ(CellsWith(reader, Write(project, {.version = version})), "[][T][o][-99]") << version;
     }
 }
@@ -334,7 +334,7 @@ TEST_F(KpfFileImportTest, OnlyTheChosenDatasetOfThePreviousFormatIsConverted) {
 TEST_F(KpfFileImportTest, ChangedPieceOfASealedStreamIsFoundOut) {
     const std::string good = ReadWholeFile(Write(SmallProject(), {.password = "secret"}));
     const auto statusOf = [&](const std::string& bytes) {
-        ProjectReader reader("secret");
+        karta::ProjectReader reader("secret");
         return reader.Open(true, folder.Write("changed.kpf", bytes).c_str(), nullptr);
     };
     ASSERT_EQ(statusOf(good), 0);
@@ -360,7 +360,7 @@ TEST_F(KpfFileImportTest, LargeStreamsAreSealedInPieces) {
     }
     project.dataSets.push_back(
         SmallDataSet(1, "Large", variables, std::vector<std::string>(200, "o"), values));
-    ProjectReader reader("secret");
+    karta::ProjectReader reader("secret");
     ASSERT_EQ(reader.Open(true, Write(project, {.password = "secret"}).c_str(), nullptr), 0);
     TableData table;
     ASSERT_EQ(reader.Read(&table), 0);

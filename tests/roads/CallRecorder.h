@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/SpreadsheetSink.h"
+#include "karta/internal/SpreadsheetSink.h"
 
 /** One call that a sink got, as it came. */
 struct SinkCall {

@@ -10,13 +10,13 @@
 
 #include "frame/ImportHelperBase.h"
 #include "frame/SprFileFactory.h"
+#include "karta/internal/FormatCatalogue.h"
 #include "table/TableData.h"
 #include "tests/roads/RecordedRead.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/SameTables.h"
 #include "tests/support/ShellCommand.h"
 #include "tests/support/TempFolder.h"
-#include "tools/FormatCatalogue.h"
 #include "tools/TraceSink.h"
 #include "tools/Utf8Text.h"
 

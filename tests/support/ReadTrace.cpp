@@ -9,7 +9,7 @@
 #include "frame/OptionsText.h"
 #include "frame/SprFileFactory.h"
 #include "host/XMLSection.h"
-#include "tools/RowFilter.h"
+#include "karta/internal/RowFilter.h"
 #include "tools/TraceRead.h"
 
 TestOptions::TestOptions(std::initializer_list<std::pair<std::string, std::string>> settings) {

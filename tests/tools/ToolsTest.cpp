@@ -5,11 +5,11 @@
 #include <numeric>
 #include <sstream>
 
+#include "karta/Error.h"
+#include "karta/internal/RowFilter.h"
 #include "table/TableData.h"
 #include "tests/support/TempFolder.h"
-#include "tools/Failure.h"
 #include "tools/Json.h"
-#include "tools/RowFilter.h"
 #include "tools/TableWriter.h"
 #include "tools/TraceSink.h"
 #include "tools/Utf8Text.h"
@@ -40,7 +40,7 @@ TEST(RowFilter, AnswersTheNextListedRow) {
 
 TEST(RowFilter, RefusesWhatIsNoList) {
     for (const char* list : {"x", "0", "3-1", "1-", "-1", "1,,2", "1 2"}) {
-        EXPECT_THROW(RowFilter{list}, Failure) << list;
+        EXPECT_THROW(RowFilter{list}, karta::Error) << list;
     }
 }
 

@@ -1,0 +1,66 @@
+#include "karta/internal/ReadWishes.h"
+
+#include "base/NumberFormat.h"
+#include "karta/Error.h"
+
+namespace karta {
+
+namespace {
+
+std::string PartOf(const PartName& part) {
+    if (const std::string* name = std::get_if<std::string>(&part)) {
+        return *name;
+    }
+    const int place = std::get<int>(part);
+    if (place < 0) {
+        throw Error({.code = ErrorCode::BadOption,
+                     .option = "part",
+                     .text = "takes a name or a place from 1, or 0 for the format's own choice, not " +
+                             std::to_string(place)});
+    }
+    return place == 0 ? std::string() : std::to_string(place);
+}
+
+}  // namespace
+
+std::string ReadWishes::Selection() const {
+    std::string names;
+    for (const std::string& file : files) {
+        names += names.empty() ? file : "\n" + file;
+    }
+    return names;
+}
+
+ReadWishes MakeWishes(const std::vector<std::string>& files, const ReadOptions& options) {
+    ReadWishes wishes;
+    wishes.files = files;
+    wishes.format = options.format;
+    wishes.delimiter = options.delimiter;
+    wishes.mergeDelimiters = options.mergeDelimiters;
+    wishes.sideBySide = options.sideBySide;
+    wishes.part = PartOf(options.part);
+    for (const Interval& interval : options.include) {
+        wishes.includes.push_back(FormatShortest(interval.from) + ":" + FormatShortest(interval.to));
+    }
+    wishes.average = options.average;
+    wishes.encoding = options.encoding;
+    wishes.decimal = options.decimal;
+    wishes.header = options.header;
+    wishes.textColumns = options.textColumns;
+    wishes.noTypes = !options.types;
+    wishes.dateOrder = options.dateOrder;
+    wishes.rowNames = options.rowNames;
+    wishes.columnNames = options.columnNames;
+    for (const auto& [key, value] : options.settings) {
+        wishes.settings.push_back(key + "=" + value);
+    }
+    wishes.password = options.password;
+    wishes.limit = options.budget;
+    // A library has no terminal to ask at.
+    wishes.question = options.question ? options.question : [](const std::string&) { return true; };
+    wishes.stop = options.stop;
+    wishes.reading = options.reading;
+    return wishes;
+}
+
+}  // namespace karta

@@ -1,0 +1,242 @@
+#include "karta/internal/Selection.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <limits>
+#include <optional>
+#include <stop_token>
+#include <utility>
+
+#include "base/Unicode.h"
+#include "frame/FormatReader.h"
+#include "karta/Error.h"
+#include "karta/internal/FormatOptions.h"
+#include "karta/internal/HeadRowsSink.h"
+#include "karta/internal/TableRows.h"
+#include "karta/internal/TableSink.h"
+
+namespace karta {
+
+namespace {
+
+Fact MakeFact(const FileContents::Fact& fact) {
+    return {AsUtf8(fact.name), AsUtf8(fact.value), fact.number, AsUtf8(fact.unit)};
+}
+
+std::vector<Fact> FactsOf(SpreadsheetFile& reader) {
+    std::vector<Fact> facts;
+    if (auto* contents = dynamic_cast<FileContents*>(&reader)) {
+        for (const FileContents::Fact& fact : contents->ListFacts()) {
+            facts.push_back(MakeFact(fact));
+        }
+    }
+    return facts;
+}
+
+Part MakePart(const FileContents::Part& part, std::size_t place) {
+    Part made;
+    made.place = static_cast<int>(place);
+    made.kind = part.kind;
+    made.name = AsUtf8(part.name);
+    if (part.rows >= 0 && part.cols >= 0) {
+        made.rows = part.rows;
+        made.columns = part.cols;
+    }
+    made.isHidden = part.hidden;
+    made.detail = AsUtf8(part.detail);
+    return made;
+}
+
+/** Hands progress on, now and then; what the callback raises stops the read and is kept for its end. */
+class Observer {
+public:
+    Observer(const std::function<void(double)>& callback, const std::stop_token& token)
+        : progress(callback), onStop(token, [this] { stop.request_stop(); }) {}
+
+    ReadWatch Watch() {
+        ReadWatch watch{stop.get_token(), {}, {}};
+        if (progress) {
+            watch.onRow = [this](int row, int rows) {
+                Tell(rows > 0 ? static_cast<double>(row) / rows : -1.0);
+            };
+            watch.onShare = [this](double share) { Tell(share); };
+        }
+        return watch;
+    }
+
+    /** At the end of a read that gave a table. */
+    void Finish() {
+        Rethrow();
+        if (progress) {
+            progress(1.0);
+        }
+    }
+    void Rethrow() const {
+        if (raised) {
+            std::rethrow_exception(raised);
+        }
+    }
+
+private:
+    static constexpr auto Interval = std::chrono::milliseconds(50);
+
+    void Tell(double share) {
+        const auto now = std::chrono::steady_clock::now();
+        if (now < next || raised) {
+            return;
+        }
+        next = now + Interval;
+        try {
+            progress(std::min(share, 1.0));
+        } catch (...) {
+            raised = std::current_exception();
+            stop.request_stop();
+        }
+    }
+
+    const std::function<void(double)>& progress;
+    std::exception_ptr raised;
+    std::chrono::steady_clock::time_point next;
+    std::stop_source stop;
+    std::stop_callback<std::function<void()>> onStop;
+};
+
+void CheckRanges(const std::vector<RowRange>& ranges) {
+    for (const RowRange& range : ranges) {
+        if (range.first < 1 || range.last < range.first) {
+            throw Error({.code = ErrorCode::BadOption,
+                         .option = "rows",
+                         .text = "takes ranges that count from 1, not " + std::to_string(range.first) +
+                                 " to " + std::to_string(range.last)});
+        }
+    }
+}
+
+std::int64_t LastOf(const std::vector<RowRange>& ranges) {
+    std::int64_t last = ranges.empty() ? std::numeric_limits<std::int64_t>::max() : 0;
+    for (const RowRange& range : ranges) {
+        last = std::max(last, range.last);
+    }
+    return last;
+}
+
+}  // namespace
+
+std::shared_ptr<FormatCatalogue> LoadFormats(const std::vector<std::string>& pluginFolders) {
+    auto formats = std::make_shared<FormatCatalogue>();
+    formats->InitFrom(pluginFolders);
+    return formats;
+}
+
+Selection::Selection(std::vector<std::string> fileNames, ReadOptions readOptions,
+                     std::shared_ptr<FormatCatalogue> formats, UnknownOptions unknown)
+    : files(std::move(fileNames)), options(std::move(readOptions)), unknownOptions(unknown) {
+    if (files.empty()) {
+        throw Error({.code = ErrorCode::NotFound, .text = "no file is named"});
+    }
+    CheckRanges(options.rows);
+    ReadWishes wishes = MakeWishes(files, options);
+    // Any table can have a row of names.
+    wishes.header.reset();
+    if (unknownOptions == UnknownOptions::AreDropped) {
+        wishes = WithoutFormatOptions(std::move(wishes));
+    }
+    WithErrors(wishes, {}, [&] { chosen = ChooseFormat(std::move(formats), wishes); });
+    format = chosen.GetName();
+}
+
+ReadWishes Selection::MakePartWishes(const PartName& part) const {
+    ReadOptions ofPart = options;
+    ofPart.part = part;
+    ReadWishes wishes = MakeWishes(files, ofPart);
+    if (!KnowsOption(*chosen.formats, chosen.format, "header", wishes.reading)) {
+        wishes.header.reset();
+    }
+    if (unknownOptions == UnknownOptions::AreDropped) {
+        DropUnknownOptions(*chosen.formats, chosen.format, wishes);
+    } else {
+        CheckFormatOptions(*chosen.formats, chosen.format, wishes);
+    }
+    return wishes;
+}
+
+Inspection Selection::Inspect() const {
+    const ReadWishes wishes = MakePartWishes(0);
+    Inspection found;
+    found.format = format;
+    found.shortName = chosen.formats->GetShortName(chosen.format);
+    found.reason = chosen.reason;
+    found.reading = options.reading;
+    WithErrors(wishes, format, [&] {
+        OptionsRecord record = MakeOptions(*chosen.formats, chosen.format, wishes);
+        const auto reader = MakeReader(*chosen.formats, chosen.format, wishes);
+        reader->Open(true, wishes.Selection().c_str(), record.Get());
+        if (reader->GetStatus() != SpreadsheetFile::StatusOk) {
+            RaiseReadersError(*reader, wishes, format);
+        }
+        if (auto* contents = dynamic_cast<FileContents*>(reader.get())) {
+            for (const FileContents::Part& part : contents->ListParts()) {
+                found.parts.push_back(MakePart(part, found.parts.size() + 1));
+            }
+            found.facts = FactsOf(*reader);
+        }
+        if (const auto* own = dynamic_cast<FormatReader*>(reader.get())) {
+            found.notes = own->GetContext()->notes.GetAll();
+        }
+        reader->Close();
+    });
+    return found;
+}
+
+Table Selection::Read(const PartName& part) const {
+    const ReadWishes wishes = MakePartWishes(part);
+    Observer observer(options.progress, options.stop);
+    ReadReport report;
+    report.context = MakeContext(wishes);
+    report.notes = NoteUnknownSettings(*chosen.formats, chosen.format, wishes);
+    std::vector<Fact> facts;
+    try {
+        return WithErrors(wishes, format, [&] {
+            TableSink table(report.context, options.header);
+            ReadControl control(RowFilter(), observer.Watch());
+            HeadRowsSink sink(table, *report.context, control, LastOf(options.rows));
+            OptionsRecord record = MakeOptions(*chosen.formats, chosen.format, wishes);
+            ReadDirectly(wishes, chosen, record, control, sink, report,
+                         {.begin = {}, .end = [&](SpreadsheetFile& reader) { facts = FactsOf(reader); }});
+            Table read = table.Finish();
+            observer.Finish();
+            std::vector<Note> notes = read.GetNotes();
+            for (const Note& note : report.notes) {
+                const bool isThere = std::any_of(notes.begin(), notes.end(), [&](const Note& known) {
+                    return known.text == note.text && known.place == note.place;
+                });
+                if (!isThere) {
+                    notes.push_back(note);
+                }
+            }
+            if (!report.warning.empty()) {
+                notes.push_back({"warning", 1, "", AsUtf8(report.warning)});
+            }
+            return Select(read.With(std::move(facts), std::move(notes)));
+        });
+    } catch (const Error&) {
+        observer.Rethrow();
+        throw;
+    }
+}
+
+Table Selection::Select(const Table& table) const {
+    if (options.rows.empty()) {
+        return table;
+    }
+    std::vector<Table> pieces;
+    for (const RowRange& range : options.rows) {
+        const std::int64_t first = std::min(range.first - 1, table.GetRowCount());
+        const std::int64_t last = std::min(range.last, table.GetRowCount());
+        pieces.push_back(table.Slice(first, last - first));
+    }
+    return pieces.size() == 1 ? pieces.front() : JoinRows(pieces);
+}
+
+}  // namespace karta

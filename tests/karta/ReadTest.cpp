@@ -1,0 +1,311 @@
+// The one-call interface, from a file's name to its table.
+#include "karta/Read.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <stdexcept>
+
+#include "karta/Detect.h"
+#include "karta/Formats.h"
+#include "tests/support/TempFolder.h"
+
+namespace {
+
+using karta::Error;
+using karta::ErrorCode;
+using karta::Reading;
+using karta::ReadOptions;
+using karta::Table;
+
+std::string SamplePath(const std::string& name) {
+    return KARTA_SOURCE_DIR "/samples/" + name;
+}
+
+/** The Error that a step raises; one with an empty text where it raises none. */
+Error ErrorOf(const std::function<void()>& step) {
+    try {
+        step();
+    } catch (const Error& error) {
+        return error;
+    }
+    return Error({.code = ErrorCode::BadFile});
+}
+
+Error ErrorOfRead(const std::string& path, const ReadOptions& options = {}) {
+    return ErrorOf([&] { karta::Read(path, options); });
+}
+
+std::string NumbersBelow(int rows) {
+    std::string text = "n,square\n";
+    for (int i = 1; i <= rows; ++i) {
+        text += std::to_string(i) + "," + std::to_string(std::int64_t{i} * i) + "\n";
+    }
+    return text;
+}
+
+}  // namespace
+
+TEST(Read, SpectraAreABlockBehindTheirLabels) {
+    const Table spectra = karta::Read(SamplePath("kinetics.spc"));
+    EXPECT_EQ(spectra.GetRowCount(), 12);
+    ASSERT_NE(spectra.GetBlock(), nullptr);
+    EXPECT_EQ(spectra.GetBlock()->GetPointCount(), 350);
+    EXPECT_EQ(spectra.GetBlock()->GetAxis().front(), 1100.0);
+    EXPECT_NEAR(spectra.GetBlock()->GetNumber(0, 0), 0.2498, 1e-4);
+    EXPECT_FALSE(spectra.GetFacts().empty());
+}
+
+TEST(Read, TextIsColumnsByName) {
+    const Table wine = karta::Read(SamplePath("wine.txt"));
+    EXPECT_EQ(wine.GetRowCount(), 24);
+    EXPECT_EQ(wine.GetColumn("Alcohol").GetNumber(0), 13.16);
+    EXPECT_EQ(wine.GetColumn("Sample").GetText(0), "W001");
+}
+
+TEST(Read, PartsGoByNameAndByPlace) {
+    const std::string book = SamplePath("excel2007.xlsx");
+    const karta::Inspection inspection = karta::Inspect(book);
+    EXPECT_EQ(inspection.shortName, "xlsx");
+    ASSERT_GE(inspection.parts.size(), 2U);
+    const karta::Part& second = inspection.parts[1];
+    EXPECT_EQ(second.place, 2);
+    const Table byName = karta::Read(book, {.part = second.name});
+    const Table byPlace = karta::Read(book, {.part = 2});
+    ASSERT_GT(byName.GetWidth(), 0);
+    EXPECT_EQ(byName.GetWidth(), byPlace.GetWidth());
+    EXPECT_EQ(byName.GetRowCount(), byPlace.GetRowCount());
+
+    const Error error = ErrorOfRead(book, {.part = "No such sheet"});
+    EXPECT_EQ(error.GetCode(), ErrorCode::NoSuchPart);
+    EXPECT_EQ(error.GetFile(), book);
+    EXPECT_EQ(error.GetOption(), "part");
+    EXPECT_NE(error.GetAdvice().find("1 '" + inspection.parts[0].name + "'"), std::string::npos)
+        << error.what();
+    EXPECT_EQ(ErrorOfRead(book, {.part = 99}).GetCode(), ErrorCode::NoSuchPart);
+    EXPECT_EQ(ErrorOfRead(book, {.part = -1}).GetCode(), ErrorCode::BadOption);
+}
+
+TEST(Read, WhatCannotBeReadSaysWhy) {
+    const TempFolder folder;
+    const std::string missing = folder.Path("missing.spc");
+    const Error error = ErrorOfRead(missing);
+    EXPECT_EQ(error.GetCode(), ErrorCode::NotFound);
+    EXPECT_EQ(error.GetFile(), missing);
+    EXPECT_EQ(std::string(error.what()), missing + ": No such file or directory");
+    EXPECT_EQ(ErrorOfRead(folder.Path("")).GetCode(), ErrorCode::NotAFile);
+    EXPECT_EQ(ErrorOf([] { karta::Read(std::vector<std::string>()); }).GetCode(), ErrorCode::NotFound);
+
+    const std::string damaged =
+        folder.Write("damaged.spc", ReadWholeFile(SamplePath("kinetics.spc")).substr(0, 200));
+    const Error broken = ErrorOfRead(damaged, {.format = "spc"});
+    EXPECT_EQ(broken.GetCode(), ErrorCode::BadFile);
+    EXPECT_EQ(broken.GetFormat(), "GalacticSPC File");
+    EXPECT_FALSE(broken.GetText().empty());
+
+    const std::string packed = folder.Write("a.csv", "\x1f\x8b\x08 and so on");
+    EXPECT_EQ(ErrorOfRead(packed).GetCode(), ErrorCode::NotDetermined);
+    EXPECT_EQ(ErrorOfRead(packed, {.format = "nonsense"}).GetCode(), ErrorCode::UnknownFormat);
+}
+
+TEST(Read, MissingPermissionIsNoMissingFile) {
+    if (geteuid() == 0) {
+        GTEST_SKIP() << "root may read everything";
+    }
+    const TempFolder folder;
+    const std::string path = folder.Write("secret.csv", "a,b\n1,2\n");
+    chmod(path.c_str(), 0);
+    EXPECT_EQ(ErrorOfRead(path).GetCode(), ErrorCode::NoPermission);
+}
+
+TEST(Read, UnknownOptionSaysWhoKnowsIt) {
+    const std::string spc = SamplePath("kinetics.spc");
+    const Error error = ErrorOfRead(spc, {.delimiter = ";"});
+    EXPECT_EQ(error.GetCode(), ErrorCode::UnknownOption);
+    EXPECT_EQ(
+        std::string(error.what()),
+        spc +
+            ": delimiter: GalacticSPC File doesn't know this option; these formats do: Text File, CSV File");
+    const Error classic =
+        ErrorOfRead(SamplePath("soil.csv"), {.encoding = "utf-8", .reading = Reading::Classic});
+    EXPECT_EQ(classic.GetText(), "only the complete reading knows this option");
+    EXPECT_EQ(ErrorOfRead(spc, {.rows = {{0, 3}}}).GetCode(), ErrorCode::BadOption);
+}
+
+TEST(Read, EncryptedProjectWantsItsPassword) {
+    const std::string project = SamplePath("encrypted.kpf");
+    EXPECT_EQ(ErrorOfRead(project).GetCode(), ErrorCode::NeedsPassword);
+    EXPECT_EQ(ErrorOfRead(project, {.password = "wrong"}).GetCode(), ErrorCode::NeedsPassword);
+}
+
+TEST(Read, RowsAreTheTablesOwn) {
+    const TempFolder folder;
+    const std::string path = folder.Write("a.csv", NumbersBelow(1000));
+    const Table some = karta::Read(path, {.rows = {{3, 4}, {999, 2000}}});
+    ASSERT_EQ(some.GetRowCount(), 4);
+    EXPECT_EQ(some.GetColumn("n").GetNumber(0), 3.0);
+    EXPECT_EQ(some.GetColumn("n").GetNumber(3), 1000.0);
+    EXPECT_EQ(karta::Read(path, {.rows = {{2000, 3000}}}).GetRowCount(), 0);
+}
+
+TEST(Read, BudgetThatIsTooSmallIsSaidSo) {
+    const TempFolder folder;
+    const std::string path = folder.Write("a.csv", NumbersBelow(100000));
+    const Error error = ErrorOfRead(path, {.budget = 20000});
+    EXPECT_EQ(error.GetCode(), ErrorCode::LimitExceeded) << error.what();
+    EXPECT_EQ(error.GetAdvice(), "a larger budget allows more");
+}
+
+TEST(Read, StopEndsTheRead) {
+    std::stop_source source;
+    source.request_stop();
+    for (const Reading reading : {Reading::Complete, Reading::Classic}) {
+        const Error error =
+            ErrorOfRead(SamplePath("wine.txt"), {.reading = reading, .stop = source.get_token()});
+        EXPECT_EQ(error.GetCode(), ErrorCode::Stopped) << error.what();
+    }
+}
+
+TEST(Read, WhatProgressRaisesReachesTheCaller) {
+    const TempFolder folder;
+    const std::string path = folder.Write("a.csv", NumbersBelow(200000));
+    double last = -2.0;
+    karta::Read(path, {.progress = [&](double share) { last = share; }});
+    EXPECT_EQ(last, 1.0);
+    EXPECT_THROW(karta::Read(path, {.progress = [](double) { throw std::out_of_range("enough"); }}),
+                 std::out_of_range);
+}
+
+TEST(Reader, ReadsAnewEachTime) {
+    const std::string book = SamplePath("excel2007.xlsx");
+    karta::Reader reader(book);
+    const Table first = reader.Read(1);
+    const Table second = reader.Read(2);
+    karta::Reader moved = std::move(reader);
+    const Table again = moved.Read(1);
+    EXPECT_EQ(first.GetRowCount(), again.GetRowCount());
+    EXPECT_EQ(first.GetNotes().size(), again.GetNotes().size());
+    EXPECT_EQ(moved.GetFormat(), "Excel2007 File");
+    EXPECT_FALSE(moved.GetReason().empty());
+    EXPECT_THROW(moved.Read("No such sheet"), Error);
+    EXPECT_EQ(moved.Read(1).GetRowCount(), first.GetRowCount());
+}
+
+TEST(Reader, BatchesHaveTheirRowsUntilTheyAreEnough) {
+    const TempFolder folder;
+    const karta::Reader reader(folder.Write("a.csv", NumbersBelow(25)));
+    std::vector<std::int64_t> sizes;
+    double sum = 0.0;
+    reader.ForEachBatch(10, [&](Table& batch) {
+        sizes.push_back(batch.GetRowCount());
+        for (std::int64_t row = 0; row < batch.GetRowCount(); ++row) {
+            sum += batch.GetColumn("n").GetNumber(row);
+        }
+        return true;
+    });
+    EXPECT_EQ(sizes, (std::vector<std::int64_t>{10, 10, 5}));
+    EXPECT_EQ(sum, 325.0);
+    int batches = 0;
+    reader.ForEachBatch(10, [&](Table&) { return ++batches < 2; });
+    EXPECT_EQ(batches, 2);
+}
+
+TEST(Inspect, TellsFactsWithUnits) {
+    const karta::Inspection found = karta::Inspect(SamplePath("kinetics.spc"));
+    EXPECT_EQ(found.format, "GalacticSPC File");
+    EXPECT_EQ(found.reason, "proved by the content");
+    bool hasNumber = false;
+    for (const karta::Fact& fact : found.facts) {
+        hasNumber = hasNumber || (fact.number && !fact.unit.empty());
+    }
+    EXPECT_TRUE(hasNumber);
+}
+
+TEST(Detect, EveryVerdictHasItsReason) {
+    const karta::Detection found = karta::Detect(SamplePath("kinetics.spc"));
+    EXPECT_EQ(found.format, "GalacticSPC File");
+    EXPECT_EQ(found.shortName, "spc");
+    EXPECT_EQ(found.verdicts.size(), karta::Formats().size());
+    for (const karta::FormatVerdict& verdict : found.verdicts) {
+        EXPECT_FALSE(verdict.reason.empty()) << verdict.format;
+        EXPECT_EQ(verdict.verdict == karta::Verdict::Yes, verdict.format == found.format) << verdict.format;
+    }
+    const TempFolder folder;
+    const karta::Detection none = karta::Detect(folder.Write("a.pdf", "%PDF-1.4\n"));
+    EXPECT_FALSE(none.IsDetermined());
+    EXPECT_EQ(none.reason, "This is a PDF document, which isn't read.");
+    EXPECT_THROW(karta::Detect(folder.Path("missing")), Error);
+}
+
+TEST(Formats, AreFoundByNameShortNameAndExtension) {
+    const karta::Formats formats;
+    ASSERT_NE(formats.Find("galacticspc file"), nullptr);
+    EXPECT_EQ(formats.Find("SPC"), formats.Find("GalacticSPC File"));
+    EXPECT_EQ(formats.Find("nonsense"), nullptr);
+    EXPECT_EQ(formats.Find(""), nullptr);
+    const auto withXlsx = formats.FindByExtension("XLSX");
+    ASSERT_EQ(withXlsx.size(), 1U);
+    EXPECT_EQ(withXlsx.front()->name, "Excel2007 File");
+    EXPECT_EQ(formats.FindByExtension(".dat").size(), formats.FindByExtension("dat").size());
+    EXPECT_GT(formats.FindByExtension(".dat").size(), 1U);
+    for (const karta::Format& format : formats) {
+        EXPECT_TRUE(format.canRead) << format.name;
+        EXPECT_FALSE(format.shortName.empty()) << format.name;
+    }
+}
+
+TEST(Formats, OnlyNamedFoldersAreLoadedFrom) {
+    // Beside this program lie the modules of other tests, for the loader of the desktop application.
+    const std::filesystem::path folder = KARTA_BINARY_DIR "/tests/modules";
+    const karta::Formats own;
+    for (const karta::Format& format : own) {
+        EXPECT_EQ(format.module, own.begin()->module) << format.name;
+    }
+    EXPECT_EQ(karta::Formats({folder.string() + "/not there"}).size(), own.size());
+}
+
+TEST(ReadOptions, RecordKeepsTheChoices) {
+    const ReadOptions kept = {.part = "Second",
+                              .delimiter = ";",
+                              .mergeDelimiters = true,
+                              .encoding = "cp850",
+                              .header = 3,
+                              .decimal = ",",
+                              .textColumns = "1,2",
+                              .types = false,
+                              .dateOrder = "DMY",
+                              .rowNames = "ids",
+                              .columnNames = "vars",
+                              .sideBySide = true,
+                              .include = {{1100.0, 1200.5}},
+                              .average = 4,
+                              .settings = {{"Odd", "a=b"}}};
+    const ReadOptions back = ReadOptions::FromRecord(kept.ToRecord());
+    EXPECT_EQ(std::get<std::string>(back.part), "Second");
+    EXPECT_EQ(back.delimiter, kept.delimiter);
+    EXPECT_EQ(back.mergeDelimiters, kept.mergeDelimiters);
+    EXPECT_EQ(back.encoding, kept.encoding);
+    EXPECT_EQ(back.header, kept.header);
+    EXPECT_EQ(back.decimal, kept.decimal);
+    EXPECT_EQ(back.textColumns, kept.textColumns);
+    EXPECT_EQ(back.types, kept.types);
+    EXPECT_EQ(back.dateOrder, kept.dateOrder);
+    EXPECT_EQ(back.rowNames, kept.rowNames);
+    EXPECT_EQ(back.columnNames, kept.columnNames);
+    EXPECT_EQ(back.sideBySide, kept.sideBySide);
+    EXPECT_EQ(back.include, kept.include);
+    EXPECT_EQ(back.average, kept.average);
+    EXPECT_EQ(back.settings, kept.settings);
+    EXPECT_EQ(back.reading, Reading::Complete);
+    const ReadOptions averaged = ReadOptions::FromRecord(ReadOptions{.average = 2}.ToRecord());
+    EXPECT_TRUE(averaged.include.empty());
+    EXPECT_EQ(averaged.average, 2);
+    EXPECT_EQ(ReadOptions::FromRecord(ReadOptions{.reading = Reading::Classic}.ToRecord()).reading,
+              Reading::Classic);
+    EXPECT_EQ(ErrorOf([] { ReadOptions::FromRecord("nonsense"); }).GetCode(), ErrorCode::BadOption);
+    EXPECT_EQ(ErrorOf([] { (void)ReadOptions{.part = 1, .reading = Reading::Classic}.ToRecord(); }).GetCode(),
+              ErrorCode::BadOption);
+}
