@@ -92,6 +92,24 @@ bool TakeField(std::string_view& fields, std::string_view name, std::string_view
     return true;
 }
 
+// Of names, which are short: nearly always the first bytes tell.
+bool AreEqual(std::string_view left, std::string_view right) {
+    return left.size() == right.size() && left.front() == right.front() &&
+           (left.size() == 1 || left.substr(1) == right.substr(1));
+}
+
+// By namespace only.
+bool IsPrefixed(const XmlAttribute& attribute) {
+    return attribute.localName.size() < attribute.name.size();
+}
+
+// `xmlns` or with it as a prefix.
+bool IsDeclaration(const XmlAttribute& attribute) {
+    constexpr std::string_view Declaration = "xmlns";
+    return attribute.name.front() == 'x' && attribute.name.starts_with(Declaration) &&
+           (attribute.name.size() == Declaration.size() || attribute.name[Declaration.size()] == ':');
+}
+
 bool IsXmlName(std::string_view name) {
     return name.size() == 3 && ToLower(name[0]) == 'x' && ToLower(name[1]) == 'm' && ToLower(name[2]) == 'l';
 }
@@ -403,7 +421,6 @@ XmlScanner::Step XmlScanner::ScanStartTag() {
 
 // Up to the '>' or '/' of the tag.
 XmlScanner::Step XmlScanner::ScanAttributes(const char*& from) {
-    attributeNames.clear();
     resolved.clear();
     while (true) {
         const char* const behind = from;
@@ -424,28 +441,28 @@ XmlScanner::Step XmlScanner::ScanAttributes(const char*& from) {
             return from == limit ? Step::NeedsMore : Step::Stuck;
         }
         from = SkipSpace(from + 1);
-        XmlAttribute attribute{name.Whole(), {}, {}, {}};
+        if (attributes.size() == MostAttributes) {
+            return Step::Stuck;
+        }
+        XmlAttribute& attribute = attributes.emplace_back();
+        attribute.name = name.Whole();
+        attribute.localName = byNamespace ? name.Local() : std::string_view();
         step = ScanValue(from, attribute.value);
         if (step != Step::Done) {
             return step;
         }
-        if (attributes.size() == MostAttributes) {
-            return Step::Stuck;
-        }
-        attributes.push_back(attribute);
-        attributeNames.push_back(name);
     }
 }
 
 // Also where only the prefixes differ, since these may stand for the same.
 bool XmlScanner::HasDoubles() const {
-    for (std::size_t i = 1; i < attributeNames.size(); ++i) {
-        const Name& name = attributeNames[i];
+    for (std::size_t i = 1; i < attributes.size(); ++i) {
+        const XmlAttribute& attribute = attributes[i];
         for (std::size_t k = 0; k < i; ++k) {
-            const Name& other = attributeNames[k];
-            const bool isSame =
-                byNamespace ? name.Local() == other.Local() && name.Prefix().empty() == other.Prefix().empty()
-                            : name.Whole() == other.Whole();
+            const XmlAttribute& other = attributes[k];
+            const bool isSame = byNamespace ? IsPrefixed(attribute) == IsPrefixed(other) &&
+                                                  AreEqual(attribute.localName, other.localName)
+                                            : AreEqual(attribute.name, other.name);
             if (isSame) {
                 return true;
             }
@@ -534,22 +551,17 @@ XmlScanner::Step XmlScanner::ResolveNames(XmlElement& element, const Name& name)
 
 // Declarations are no attributes.
 bool XmlScanner::TakeDeclarations() {
-    constexpr std::string_view Declaration = "xmlns";
     bool hasAny = false;
     for (const XmlAttribute& attribute : attributes) {
-        const bool isPrefixed = attribute.name.starts_with("xmlns:");
-        if (isPrefixed || attribute.name == Declaration) {
+        if (IsDeclaration(attribute)) {
             hasAny = true;
-            const std::string_view prefix = isPrefixed ? attribute.name.substr(Declaration.size() + 1) : "";
-            if (!Bind(prefix, attribute.value)) {
+            if (!Bind(IsPrefixed(attribute) ? attribute.localName : "", attribute.value)) {
                 return false;
             }
         }
     }
     if (hasAny) {
-        std::erase_if(attributes, [](const XmlAttribute& attribute) {
-            return attribute.name == Declaration || attribute.name.starts_with("xmlns:");
-        });
+        std::erase_if(attributes, IsDeclaration);
     }
     return true;
 }
@@ -590,7 +602,7 @@ XmlScanner::Step XmlScanner::ScanEndTag() {
     if (there <= name.size()) {
         return Step::NeedsMore;
     }
-    if (std::memcmp(from, name.data(), name.size()) != 0) {
+    if (!AreEqual({from, name.size()}, name)) {
         return Step::Stuck;
     }
     from = SkipSpace(from + name.size());

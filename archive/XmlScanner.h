@@ -118,7 +118,6 @@ private:
     std::vector<Binding> bindings;
     std::unordered_set<std::string> uris;
 
-    std::vector<Name> attributeNames;
     std::vector<XmlAttribute> attributes;
     std::string resolved;  // values of the present tag that aren't in the buffer as they are
 };

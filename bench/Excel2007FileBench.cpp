@@ -178,6 +178,7 @@ void GenerateBinary(std::ostream& stream, std::uint32_t rows) {
     ByteBuilder styles;
     PutRecord(styles, 617, ByteBuilder().U32(1));
     PutRecord(styles, 47, ByteBuilder().Zeros(16));
+    PutRecord(styles, 618);
     ZipBuilder zip;
     AddPackage(zip, ".bin", "application/vnd.ms-excel.sheet.binary.macroEnabled.main",
                "application/vnd.ms-excel.*");

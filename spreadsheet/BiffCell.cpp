@@ -33,21 +33,6 @@ bool IsIdOfBiff2(int id) {
 
 }  // namespace
 
-std::uint16_t BiffU16(const char* data, int offset) {
-    return static_cast<std::uint16_t>(ByteAt(data, offset) | ByteAt(data, offset + 1) << 8);
-}
-
-std::int32_t BiffI32(const char* data, int offset) {
-    return static_cast<std::int32_t>(ByteAt(data, offset) | ByteAt(data, offset + 1) << 8 |
-                                     ByteAt(data, offset + 2) << 16 | ByteAt(data, offset + 3) << 24);
-}
-
-double BiffDouble(const char* data, int offset) {
-    const std::uint64_t low = static_cast<std::uint32_t>(BiffI32(data, offset));
-    const std::uint64_t high = static_cast<std::uint32_t>(BiffI32(data, offset + 4));
-    return std::bit_cast<double>(high << 32 | low);
-}
-
 double BiffRk(int rk) {
     const bool isInteger = (rk & 2) != 0;
     const bool isHundredfold = (rk & 1) != 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -79,8 +80,19 @@ private:
 };
 
 /** Little-endian fields of a record's data. */
-std::uint16_t BiffU16(const char* data, int offset);
-std::int32_t BiffI32(const char* data, int offset);
-double BiffDouble(const char* data, int offset);
+inline std::uint16_t BiffU16(const char* data, int offset) {
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(data) + offset;
+    return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
+}
+inline std::int32_t BiffI32(const char* data, int offset) {
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(data) + offset;
+    return static_cast<std::int32_t>(bytes[0] | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 |
+                                     std::uint32_t{bytes[3]} << 24);
+}
+inline double BiffDouble(const char* data, int offset) {
+    const std::uint64_t low = static_cast<std::uint32_t>(BiffI32(data, offset));
+    const std::uint64_t high = static_cast<std::uint32_t>(BiffI32(data, offset + 4));
+    return std::bit_cast<double>(high << 32 | low);
+}
 /** The number in an RK field: a whole number or the upper half of a double, perhaps over 100. */
 double BiffRk(int rk);

@@ -103,11 +103,11 @@ void SheetHandler::EndInside(int level) {
         FinishCell();
     } else if (level == ValueLevel && inValue) {
         inValue = false;
-        value.clear();
         if (GetForm() == XmlForm::Full && cell.type == SheetCell::Type::FormulaText) {
+            value.clear();
             AppendUnescaped(value, EndText());
         } else {
-            value += EndText();
+            TakeText(value);
         }
     } else if (level == ValueLevel) {
         inItem = false;

@@ -85,6 +85,11 @@ std::string_view NodeHandler::EndText() {
     return text;
 }
 
+void NodeHandler::TakeText(std::string& target) {
+    collecting = false;
+    target.swap(text);
+}
+
 ChildAttributesHandler::ChildAttributesHandler(XmlForm partForm, std::string_view nodeName,
                                                std::string_view childName,
                                                std::vector<std::string_view> attributeNames, Take taker)

@@ -65,6 +65,8 @@ protected:
     void BeginText();
     /** The text collected since, once the element ends. */
     std::string_view EndText();
+    /** The same into `target`, whatever that held. */
+    void TakeText(std::string& target);
 
 private:
     std::string_view GetName(const XmlElement& element);
