@@ -7,6 +7,7 @@
 #include "karta/Error.h"
 #include "karta/ReadOptions.h"
 #include "karta/Reader.h"
+#include "karta/Scan.h"
 #include "karta/Table.h"
 
 namespace karta {

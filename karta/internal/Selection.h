@@ -32,6 +32,8 @@ public:
               std::shared_ptr<FormatCatalogue> formats, UnknownOptions unknown = UnknownOptions::AreErrors);
 
     const std::string& GetFormat() const { return format; }
+    /** Its place in the catalogue. */
+    int GetFormatNumber() const { return chosen.format; }
     const std::string& GetReason() const { return chosen.reason; }
     const ReadOptions& GetOptions() const { return options; }
 

@@ -189,10 +189,8 @@ Column JoinColumns(const std::vector<Column>& columns, ColumnType type) {
     return {first.GetName(), first.GetUnit(), std::move(buffers)};
 }
 
-Block JoinBlocks(const std::vector<Block>& blocks) {
-    const bool isFloat =
-        std::all_of(blocks.begin(), blocks.end(), [](const Block& block) { return block.IsFloat32(); });
-    return isFloat ? JoinBlocksOf<float>(blocks) : JoinBlocksOf<double>(blocks);
+Block JoinBlocks(const std::vector<Block>& blocks, bool areFloats) {
+    return areFloats ? JoinBlocksOf<float>(blocks) : JoinBlocksOf<double>(blocks);
 }
 
 Table JoinRows(const std::vector<Table>& tables) {
@@ -215,7 +213,7 @@ Table JoinRows(const std::vector<Table>& tables) {
         for (const Table& table : tables) {
             blocks.push_back(*table.GetBlock());
         }
-        parts.block = JoinBlocks(blocks);
+        parts.block = JoinBlocks(blocks, blocks.front().IsFloat32());
     }
     return Table(std::move(parts));
 }

@@ -18,8 +18,8 @@ std::optional<ColumnType> CommonType(ColumnType one, ColumnType other);
 /** The columns' rows, one column's behind the other's, of this type, which holds them all. */
 Column JoinColumns(const std::vector<Column>& columns, ColumnType type);
 
-/** The blocks' rows, row-major; all have as many points, and the first one's axis is that of all. */
-Block JoinBlocks(const std::vector<Block>& blocks);
+/** The blocks' rows, row-major, as floats or doubles; all have as many points, and the first one's axis. */
+Block JoinBlocks(const std::vector<Block>& blocks, bool areFloats);
 
 /**
  * The tables' rows, one table's behind the other's: pieces of one table, or tables with the same columns.

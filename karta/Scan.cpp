@@ -1,0 +1,334 @@
+#include "karta/Scan.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <thread>
+#include <utility>
+#include <variant>
+
+#include "karta/internal/AxisGrid.h"
+#include "karta/internal/FormatOptions.h"
+#include "karta/internal/ScanSchema.h"
+#include "karta/internal/Selection.h"
+
+namespace karta {
+
+namespace {
+
+using Outcome = std::variant<Table, Error>;
+
+/**
+ * Reads files in several threads and hands them out in their order. No more are read ahead than the workers
+ * can be kept busy with.
+ */
+class ReadAhead {
+public:
+    ReadAhead(const std::vector<std::string>& paths, unsigned count,
+              std::function<Outcome(const std::string&)> job)
+        : files(paths), read(std::move(job)), window(std::size_t{count} * FilesAhead) {
+        for (unsigned i = 0; i < count; ++i) {
+            threads.emplace_back([this] { Work(); });
+        }
+    }
+    ReadAhead(const ReadAhead&) = delete;
+    ReadAhead& operator=(const ReadAhead&) = delete;
+    ~ReadAhead() {
+        {
+            const std::lock_guard lock(mutex);
+            isOver = true;
+        }
+        changed.notify_all();
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+
+    /** Of the next file; to be asked for as often as there are files. */
+    Outcome Take() {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [this] { return done.contains(taken); });
+        Outcome outcome = std::move(done.at(taken));
+        done.erase(taken++);
+        lock.unlock();
+        changed.notify_all();
+        return outcome;
+    }
+
+private:
+    static constexpr std::size_t FilesAhead = 4;
+
+    void Work() {
+        for (;;) {
+            std::unique_lock lock(mutex);
+            changed.wait(lock, [this] { return isOver || next == files.size() || next < taken + window; });
+            if (isOver || next == files.size()) {
+                return;
+            }
+            const std::size_t file = next++;
+            lock.unlock();
+            Outcome outcome = read(files[file]);
+            lock.lock();
+            done.emplace(file, std::move(outcome));
+            lock.unlock();
+            changed.notify_all();
+        }
+    }
+
+    const std::vector<std::string>& files;
+    std::function<Outcome(const std::string&)> read;
+    std::size_t window;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::map<std::size_t, Outcome> done;
+    std::size_t next = 0;
+    std::size_t taken = 0;
+    bool isOver = false;
+    std::vector<std::thread> threads;
+};
+
+Error WithFile(const std::string& file, ErrorCode code, const std::string& text) {
+    return Error({.code = code, .file = file, .text = text});
+}
+
+}  // namespace
+
+Grid::Grid(std::vector<double> gridPoints) : kind(Array), points(std::move(gridPoints)) {}
+
+/** A scan on its way. */
+class Scan::Work {
+public:
+    Work(std::vector<std::string> paths, ScanOptions scanOptions)
+        : files(std::move(paths)),
+          options(std::move(scanOptions)),
+          progress(std::exchange(options.read.progress, {})),
+          onStop(options.read.stop, [this] { stop.request_stop(); }),
+          points(options.grid.GetPoints()) {
+        if (options.grid.GetKind() == Grid::Array && (points.empty() || !IsAxis(points))) {
+            throw Error({.code = ErrorCode::BadOption,
+                         .option = "grid",
+                         .text = "takes points that rise or fall throughout"});
+        }
+        options.batch = std::max<std::size_t>(options.batch, 1);
+        options.read.stop = stop.get_token();
+        formats = LoadFormats(options.read.plugins);
+    }
+    ~Work() {
+        stop.request_stop();
+        ahead.reset();
+    }
+    Work(const Work&) = delete;
+    Work& operator=(const Work&) = delete;
+
+    Table* Next() {
+        if (!hasBegun) {
+            Begin();
+        }
+        for (;;) {
+            if (pending) {
+                // The tables before the file that failed went out first.
+                const Error error = *std::exchange(pending, std::nullopt);
+                place = files.size();
+                throw error;
+            }
+            if (place == files.size()) {
+                return nullptr;
+            }
+            if (TakeBatch()) {
+                return &batch;
+            }
+        }
+    }
+
+    const std::vector<Error>& Errors() const { return errors; }
+
+private:
+    // False where no file of the batch could be read.
+    bool TakeBatch() {
+        std::vector<Table> tables;
+        std::vector<std::string> names;
+        const bool isFirst = !schema.has_value();
+        ScanSchema building = isFirst ? ScanSchema() : *schema;
+        for (std::size_t taken = 0; place < files.size() && taken < options.batch && !pending; ++taken) {
+            const std::string& file = files[place++];
+            TakeFile(file, ahead->Take(), isFirst, building, tables, names);
+            if (progress) {
+                progress(static_cast<double>(place) / static_cast<double>(files.size()));
+            }
+        }
+        if (tables.empty()) {
+            return false;
+        }
+        schema = std::move(building);
+        batch = schema->Join(tables, names);
+        return true;
+    }
+
+    unsigned WorkerCount() const {
+        const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
+        const unsigned wanted = options.workers == 0 ? cores : options.workers;
+        return static_cast<unsigned>(std::min<std::size_t>(wanted, std::max<std::size_t>(files.size(), 1)));
+    }
+
+    Outcome ReadFile(const std::string& file) const {
+        try {
+            return Selection({file}, options.read, formats, UnknownOptions::AreDropped)
+                .Read(options.read.part);
+        } catch (const Error& error) {
+            return error;
+        } catch (const std::exception& exception) {
+            return WithFile(file, ErrorCode::BadFile, exception.what());
+        }
+    }
+
+    std::unique_ptr<ReadAhead> StartReading() const {
+        return std::make_unique<ReadAhead>(files, WorkerCount(),
+                                           [this](const std::string& file) { return ReadFile(file); });
+    }
+
+    void Begin() {
+        CheckOptions();
+        if (options.grid.GetKind() == Grid::Common || options.grid.GetKind() == Grid::Union) {
+            LookAtAxes();
+        }
+        ahead = StartReading();
+        hasBegun = true;
+    }
+
+    // An option is for the formats that know it, but one of them must.
+    void CheckOptions() const {
+        std::vector<std::string> unknown = GivenFormatOptions(MakeWishes({}, [this] {
+            ReadOptions withoutHeader = options.read;
+            withoutHeader.header.reset();
+            return withoutHeader;
+        }()));
+        std::optional<Error> refusal;
+        for (const std::string& file : files) {
+            if (unknown.empty()) {
+                return;
+            }
+            try {
+                const int format =
+                    Selection({file}, options.read, formats, UnknownOptions::AreDropped).GetFormatNumber();
+                std::erase_if(unknown, [&](const std::string& option) {
+                    return KnowsOption(*formats, format, option, options.read.reading) ||
+                           !formats->IsOwn(format);
+                });
+                if (!unknown.empty() && !refusal) {
+                    const Selection strict({file}, options.read, formats);
+                }
+            } catch (const Error& error) {
+                if (error.GetCode() == ErrorCode::UnknownOption) {
+                    refusal = error;
+                }
+            }
+        }
+        if (!unknown.empty() && refusal) {
+            throw *refusal;
+        }
+    }
+
+    void LookAtAxes() {
+        AxisUnion all;
+        AxisIntersection shared;
+        const auto axes = StartReading();
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            const Outcome outcome = axes->Take();
+            const Table* table = std::get_if<Table>(&outcome);
+            if (table != nullptr && table->GetBlock() != nullptr && IsAxis(table->GetBlock()->GetAxis())) {
+                all.Add(table->GetBlock()->GetAxis());
+                shared.Add(table->GetBlock()->GetAxis());
+            }
+        }
+        points = options.grid.GetKind() == Grid::Union ? all.Take() : shared.Take();
+        if (points.empty()) {
+            throw Error({.code = ErrorCode::DoesNotFit,
+                         .option = "grid",
+                         .text = "the files have no points in common"});
+        }
+    }
+
+    // The table on the grid.
+    Table OnGrid(const Table& table) {
+        if (options.grid.GetKind() == Grid::None || table.GetBlock() == nullptr) {
+            return table;
+        }
+        const Block& block = *table.GetBlock();
+        if (block.GetAxis().empty() || !IsAxis(block.GetAxis())) {
+            throw Misfit{
+                "it has no axis that rises or falls throughout, so there is nothing to interpolate by"};
+        }
+        if (points.empty()) {
+            points.assign(block.GetAxis().begin(), block.GetAxis().end());
+        }
+        TableParts parts = table.GetParts();
+        parts.block = PutOnGrid(block, points);
+        return Table(std::move(parts));
+    }
+
+    void TakeFile(const std::string& file, Outcome outcome, bool isFirst, ScanSchema& building,
+                  std::vector<Table>& tables, std::vector<std::string>& names) {
+        if (const Error* error = std::get_if<Error>(&outcome)) {
+            Fail(*error);
+            return;
+        }
+        try {
+            const Table table = OnGrid(std::get<Table>(outcome));
+            if (isFirst) {
+                building.Widen(table);
+            } else {
+                building.Check(table);
+            }
+            tables.push_back(table);
+            names.push_back(file);
+        } catch (const Misfit& misfit) {
+            Fail(WithFile(file, ErrorCode::DoesNotFit, "doesn't fit the first files: " + misfit.text));
+        }
+    }
+
+    void Fail(const Error& error) {
+        if (options.onError == OnError::Raise || error.GetCode() == ErrorCode::Stopped) {
+            pending = error;
+        } else if (options.onError == OnError::Collect) {
+            errors.push_back(error);
+        }
+    }
+
+    std::vector<std::string> files;
+    ScanOptions options;
+    std::function<void(double)> progress;
+    std::stop_source stop;
+    std::stop_callback<std::function<void()>> onStop;
+    std::vector<double> points;
+    std::shared_ptr<FormatCatalogue> formats;
+    bool hasBegun = false;
+    std::unique_ptr<ReadAhead> ahead;
+    std::size_t place = 0;
+    std::optional<ScanSchema> schema;
+    std::optional<Error> pending;
+    std::vector<Error> errors;
+    Table batch;
+};
+
+Scan::Scan(std::vector<std::string> paths, ScanOptions options)
+    : work(std::make_unique<Work>(std::move(paths), std::move(options))) {}
+
+Scan::Scan(Scan&& other) noexcept = default;
+Scan& Scan::operator=(Scan&& other) noexcept = default;
+Scan::~Scan() = default;
+
+Table* Scan::Next() {
+    return work->Next();
+}
+
+const std::vector<Error>& Scan::Errors() const {
+    return work->Errors();
+}
+
+}  // namespace karta
