@@ -1,7 +1,9 @@
 #include "base/MappedFile.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -40,6 +42,14 @@ void MappedFile::Close() {
     mapped = false;
     bytes = {};
     copy = {};
+}
+
+void MappedFile::LetGo(std::size_t count) const {
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t whole = std::min(count, bytes.size()) / page * page;
+    if (mapped && whole > 0) {
+        madvise(const_cast<std::uint8_t*>(bytes.data()), whole, MADV_DONTNEED);
+    }
 }
 
 void MappedFile::Take(FileHandle& file) {

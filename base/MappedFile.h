@@ -27,6 +27,12 @@ public:
     void Close();
     std::span<const std::uint8_t> GetBytes() const { return bytes; }
 
+    /**
+     * The first bytes aren't looked at again soon: the pages that they lie in may go. They stay valid, and
+     * are read again when they are looked at.
+     */
+    void LetGo(std::size_t count) const;
+
 private:
     void Take(FileHandle& file);
 

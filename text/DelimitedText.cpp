@@ -20,6 +20,8 @@ constexpr std::size_t HeadSize = 1 << 20;
 
 // How often a stop is looked for and the progress told.
 constexpr int RowsBetweenLooks = 1024;
+// A text that streams takes no more memory than this of its file.
+constexpr std::size_t BytesToLetGo = std::size_t{8} << 20;
 
 constexpr std::int64_t MicrosecondsOfDay = std::int64_t{86'400} * 1'000'000;
 
@@ -147,6 +149,7 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
     }
     size = {};
     textsBehind = unclosed = contradictions = zones = {};
+    letGo = 0;
     ReadRecords(output);
     if (!isStreaming) {
         ConvertAgain(output);
@@ -199,6 +202,10 @@ void DelimitedText::EndRecord(const RecordScanner& scanner, CellOutput& output, 
     }
     if (isStreaming) {
         output.EndRow(size.rows);
+        if (scanner.GetStart() >= letGo + BytesToLetGo) {
+            letGo = scanner.GetStart();
+            source.LetGo(letGo);
+        }
     }
 }
 

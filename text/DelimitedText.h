@@ -85,6 +85,7 @@ private:
     };
     std::vector<Vote> votes;  // of fields that aren't of their columns' types
     bool isStreaming = false;
+    std::size_t letGo = 0;  // of a text that streams: what is behind the reading
     std::string storage;
     std::string utf8;
 

@@ -130,6 +130,12 @@ bool TextSource::ExamineWhole(karta::ReadContext& context) {
     return isOther;
 }
 
+void TextSource::LetGo(std::size_t offset) const {
+    if (decoded.empty()) {
+        file.LetGo(encoding.markLength + offset);
+    }
+}
+
 std::string TextSource::GetBeginning(std::size_t characters, bool& isCut) const {
     std::string_view beginning = text.substr(0, characters);
     std::string converted;

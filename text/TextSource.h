@@ -43,6 +43,9 @@ public:
      */
     bool ExamineWhole(karta::ReadContext& context);
 
+    /** The text up to here isn't looked at again soon: its memory may be used otherwise meanwhile. */
+    void LetGo(std::size_t offset) const;
+
     /** A field as UTF-8, in `storage` where that is another text. */
     std::string_view ToUtf8(std::string_view field, std::string& storage);
 

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <system_error>
 #include <vector>
@@ -20,6 +21,7 @@
 #include "tools/Commands.h"
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
+#include "tools/StreamingSink.h"
 #include "tools/TableRead.h"
 #include "tools/TableSource.h"
 #include "tools/TableWriter.h"
@@ -172,19 +174,18 @@ void WriteForm(TableData& table, const std::vector<int>& rows, const FormRequest
 
 // Every cell of a table is written, the empty ones too. A few bytes can claim a table of billions, which no
 // one has a use for; who wants a part of it all the same says which rows.
-void CheckExtent(const ReadRequest& request, TableData& table) {
+void CheckExtent(const ReadRequest& request, int rows, int cols) {
     if (!request.want.empty()) {
         return;
     }
-    const int rows = table.GetNumberOfRows();
     double bytes = 0.0;
     for (const std::string& file : request.files) {
         bytes += static_cast<double>(NvFile::GetSize(file.c_str()));
     }
-    const double cells = static_cast<double>(rows) * table.GetNumberOfColumns();
+    const double cells = static_cast<double>(rows) * cols;
     if (cells > std::max(MostCellsOfSmallFile, MostCellsPerByte * bytes)) {
         throw Failure(request.files.front() + ": the file claims a table of " + std::to_string(rows) +
-                      " rows and " + std::to_string(table.GetNumberOfColumns()) +
+                      " rows and " + std::to_string(cols) +
                       " columns, far more than it can hold; --want takes some of its rows");
     }
 }
@@ -237,16 +238,116 @@ void Write(const FormatCatalogue& formats, const Target& target, TableRead& read
 
 }  // namespace
 
+namespace {
+
+// A text looks the same whatever its column's type, so that rows can go out before all types are known.
+bool CanStream(const ReadRequest& request, const Target& target, const std::string& output) {
+    const bool isText = target.form == TableForm::Csv || target.form == TableForm::Tsv;
+    return isText && request.IsComplete() && !request.throughDriver && request.want.empty() &&
+           !IsTerminal(output);
+}
+
+// The beginning was UTF-8 and something behind it isn't: then all of it was another encoding, as a reader
+// that looks at the whole file first finds.
+bool WasMisjudged(const ReadRequest& request, const ReadReport& report) {
+    return !request.encoding && std::any_of(report.notes.begin(), report.notes.end(),
+                                            [](const karta::Note& note) { return note.code == "not-utf-8"; });
+}
+
+// What is known of it only when all is read doesn't matter to a text.
+void ForgetTypes(ReadReport& report) {
+    std::erase_if(report.notes, [](const karta::Note& note) { return note.code == "late-texts"; });
+}
+
+// What has gone there can't be taken back.
+bool IsDirect(const std::string& output) {
+    std::error_code unknown;
+    return output == StandardOutput ||
+           (std::filesystem::exists(output, unknown) && !std::filesystem::is_regular_file(output, unknown));
+}
+
+/** Converts while reading, in the memory of a small table. */
+class StreamingConversion {
+public:
+    StreamingConversion(const ReadRequest& readRequest, const ConvertRequest& convertRequest,
+                        TableForm tableForm)
+        : request(readRequest), wanted(convertRequest), form{tableForm, wanted.safeCells, false, nullptr} {}
+
+    /** False: it can't be done so, and nothing was written. */
+    bool Run() {
+        // Where nothing can be taken back, a table that isn't small is measured first.
+        if (Try(!IsDirect(wanted.output), 0)) {
+            return true;
+        }
+        return canBeDone && Try(true, width);
+    }
+
+private:
+    bool Try(bool writesAtOnce, int knownWidth) {
+        ReadReport report;
+        const std::unique_ptr<OutputFile> file = wanted.output == StandardOutput
+                                                     ? std::make_unique<OutputFile>(STDOUT_FILENO)
+                                                     : std::make_unique<OutputFile>(wanted.output);
+        if (file->HasFailed()) {
+            Commit(*file, wanted.output);
+        }
+        const ChosenFormat chosen = ChooseFormat(request);
+        PersonsControl control(request);
+        StreamingSink sink(control.Get(), report, form, writesAtOnce ? file.get() : nullptr, knownWidth);
+        ReadSelection(request, chosen, control.Get(), sink, report);
+        width = sink.GetNumberOfColumns();
+        CheckExtent(request, sink.GetNumberOfRows(), width);
+        canBeDone = !sink.IsLate() && !WasMisjudged(request, report);
+        if (!canBeDone || !(sink.IsSmall() || sink.IsGood())) {
+            return false;
+        }
+        if (sink.IsSmall()) {
+            WriteSmall(sink, *file, report);
+        } else {
+            sink.Finish();
+        }
+        Commit(*file, wanted.output);
+        ForgetTypes(report);
+        ShowReport(request, report);
+        return true;
+    }
+
+    void WriteSmall(StreamingSink& sink, OutputFile& file, const ReadReport& report) {
+        TableData& table = sink.GetTable();
+        table.SetDataSize(sink.GetNumberOfColumns(), sink.GetNumberOfRows());
+        std::vector<int> rows(static_cast<std::size_t>(sink.GetNumberOfRows()));
+        std::iota(rows.begin(), rows.end(), 1);
+        file.SetBudget(report.GetBudget());
+        WriteTable(table, rows, form, file);
+    }
+
+    const ReadRequest& request;
+    const ConvertRequest& wanted;
+    const FormRequest form;
+    int width = 0;
+    bool canBeDone = true;
+};
+
+}  // namespace
+
 int RunConvert(const ReadRequest& request, const ConvertRequest& wanted) {
     const auto formats = LoadFormats(request);
     const Target target = ChooseTarget(*formats, wanted.output, wanted.target);
     if (wanted.objects && target.form != TableForm::JsonLines) {
         throw Failure("--objects is for JSON lines (--to jsonl)", ExitUsage);
     }
+    try {
+        if (CanStream(request, target, wanted.output) &&
+            StreamingConversion(request, wanted, *target.form).Run()) {
+            return ExitSuccess;
+        }
+    } catch (const karta::BudgetExceeded& exceeded) {
+        throw Failure(request.files.front() + ": " + exceeded.what());
+    }
     TableRead read;
     // The row of names is needed for objects, whatever rows are wanted.
     ReadTable(request, read, wanted.objects ? 1 : 0);
-    CheckExtent(request, *read.table);
+    CheckExtent(request, read.table->GetNumberOfRows(), read.table->GetNumberOfColumns());
     try {
         Write(*formats, target, read, read.Rows(request), wanted);
     } catch (const karta::BudgetExceeded& exceeded) {

@@ -1,0 +1,132 @@
+// A table that is written while it is read is the same as one that was held, and costs less.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "base/OutputFile.h"
+#include "tests/support/ShellCommand.h"
+#include "tests/support/TempFolder.h"
+#include "tools/ReadRequest.h"
+#include "tools/Sandbox.h"
+#include "tools/TableRead.h"
+#include "tools/TableWriter.h"
+
+namespace {
+
+class StreamingTest : public testing::Test {
+protected:
+    CommandOutcome Shell(const std::string& command) { return RunInShell(folder.Path(""), command); }
+
+    // Makes a file whose table is far from small: its rows by Python.
+    void MakeRows(const std::string& name, const std::string& code) {
+        const CommandOutcome made =
+            Shell("python3 -c 'import sys\nf = open(\"" + name + "\", \"wb\")\n" + code + "'");
+        ASSERT_EQ(made.status, 0) << made.err;
+    }
+
+    // What the table would be as CSV if all of it were held.
+    void WriteHeld(const std::string& path) {
+        ReadRequest request;
+        request.files = {path};
+        request.reading = karta::Reading::Complete;
+        request.limit = karta::Budget::Unlimited;
+        request.quiet = true;
+        TableRead read;
+        ReadTable(request, read);
+        ASSERT_TRUE(read.table->KeepsRows());
+        OutputFile file(folder.Path("held.csv"));
+        WriteTable(*read.table, read.Rows(request), FormRequest{TableForm::Csv}, file);
+        ASSERT_TRUE(file.Commit());
+    }
+
+    void ExpectSameOnAllWays(const std::string& name) {
+        const std::string convert = ProgramPath() + " convert --quiet --limit none " + name;
+        ASSERT_EQ(Shell(convert + " -o streamed.csv").status, 0);
+        ASSERT_EQ(Shell(convert + " -o - >piped.csv").status, 0);
+        WriteHeld(folder.Path(name));
+        EXPECT_EQ(Shell("cmp streamed.csv held.csv && cmp piped.csv held.csv").status, 0);
+        EXPECT_GT(std::filesystem::file_size(folder.Path("streamed.csv")), 1'000'000U);
+    }
+
+    TempFolder folder;
+};
+
+}  // namespace
+
+TEST_F(StreamingTest, EverySampleIsTheSameOnBothWays) {
+    int compared = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(KARTA_SOURCE_DIR "/samples")) {
+        const std::string path = entry.path().string();
+        if (!entry.is_regular_file() || path.find("/plugin/") != std::string::npos ||
+            entry.path().extension() == ".py") {
+            continue;
+        }
+        const CommandOutcome streamed =
+            Shell(ProgramPath() + " convert '" + path + "' --quiet -o streamed.csv");
+        if (streamed.status == 0) {
+            WriteHeld(path);
+            EXPECT_EQ(Shell("cmp streamed.csv held.csv").status, 0) << path;
+            ++compared;
+        }
+    }
+    EXPECT_GT(compared, 20);
+}
+
+TEST_F(StreamingTest, ALongTextIsTheSame) {
+    MakeRows("long.csv",
+             "f.write(b\"name,a,b\\n\")\n"
+             "for i in range(300000): f.write(b\"n%d,%d.50,%d\\n\" % (i, i, i % 7))\n");
+    ExpectSameOnAllWays("long.csv");
+    EXPECT_EQ(Shell("cmp streamed.csv long.csv").status, 0);
+}
+
+TEST_F(StreamingTest, ALateWiderRowWidensAll) {
+    MakeRows("wide.csv",
+             "f.write(b\"name,a\\n\")\n"
+             "for i in range(300000): f.write(b\"n%d,%d\\n\" % (i, i))\n"
+             "f.write(b\"x,1,2,3,4\\n\")\n");
+    ExpectSameOnAllWays("wide.csv");
+    EXPECT_EQ(Shell("head -n 1 streamed.csv").out, "name,a,,,\n");
+}
+
+TEST_F(StreamingTest, LateTextsAndDatesStandAsTheyAre) {
+    MakeRows("late.csv",
+             "f.write(b\"when,a\\n\")\n"
+             "for i in range(300000): f.write(b\"2024-01-%02d,%d\\n\" % (1 + i % 28, i))\n"
+             "f.write(b\"yesterday,none\\n\")\n");
+    ExpectSameOnAllWays("late.csv");
+    EXPECT_EQ(Shell(ProgramPath() + " convert late.csv -o x.csv").err, "");
+}
+
+TEST_F(StreamingTest, ALateByteThatIsNoUtf8ChangesTheWholeEncoding) {
+    MakeRows("late.csv",
+             "f.write(b\"name,a\\n\")\n"
+             "for i in range(300000): f.write(b\"\\xc3\\xa9%d,%d\\n\" % (i, i))\n"
+             "f.write(b\"\\xe9,1\\n\")\n");
+    ExpectSameOnAllWays("late.csv");
+}
+
+TEST_F(StreamingTest, AFailureLeavesTheOlderFile) {
+    folder.Write("out.csv", "older\n");
+    MakeRows("long.csv", "for i in range(400000): f.write(b\"n%d,%d\\n\" % (i, i))\n");
+    const CommandOutcome outcome = Shell("ulimit -f 1000; " + ProgramPath() + " convert long.csv -o out.csv");
+    EXPECT_NE(outcome.status, 0);
+    EXPECT_EQ(Shell("cat out.csv").out, "older\n");
+}
+
+TEST_F(StreamingTest, ALongTextTakesTheMemoryOfASmallOne) {
+    if (!Sandbox::IsPossible()) {
+        GTEST_SKIP() << "sanitizers and counters take memory of their own";
+    }
+    MakeRows("long.csv",
+             "block = b\"\".join(b\"%d,%d.25,text %d\\n\" % (i, i, i) for i in range(100000))\n"
+             "f.write(b\"a,b,c\\n\")\nfor i in range(60): f.write(block)\n");
+    const CommandOutcome outcome = Shell(
+        "python3 -c 'import resource, subprocess, sys\nsubprocess.run(sys.argv[1:], check=True)\n"
+        "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)' " +
+        ProgramPath() + " convert long.csv -o out.csv");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_LT(std::stol(outcome.out), 64 * 1024);
+    EXPECT_EQ(Shell("cmp long.csv out.csv").status, 0);
+}
