@@ -38,6 +38,8 @@ public:
     void Resize(int rows);
     bool WasResized() const { return wasResized; }
     void ShowShare(double share);
+    /** For who only takes cells, now and then: shows that the read goes on. Raises Stopped. */
+    void Breathe();
 
     /** Whether a cell of this row can be of use. */
     bool IsOfUse(int row) const { return row <= lastOfUse; }

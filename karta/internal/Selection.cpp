@@ -87,8 +87,10 @@ private:
             return;
         }
         next = now + Interval;
+        // Who only knows that it goes on takes nothing back from who knows how far.
+        known = share < 0.0 ? known : std::min(share, 1.0);
         try {
-            progress(std::min(share, 1.0));
+            progress(known);
         } catch (...) {
             raised = std::current_exception();
             stop.request_stop();
@@ -96,6 +98,7 @@ private:
     }
 
     const std::function<void(double)>& progress;
+    double known = -1.0;
     std::exception_ptr raised;
     std::chrono::steady_clock::time_point next;
     std::stop_source stop;
