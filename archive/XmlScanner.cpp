@@ -614,22 +614,14 @@ XmlScanner::Step XmlScanner::ScanEndTag() {
     return Step::Done;
 }
 
-XmlScanner::Step XmlScanner::CheckCharacters(const char* from, const char* to) const {
-    while (from != to) {
-        const auto byte = static_cast<unsigned char>(*from);
-        if (byte < 0x80) {
-            if (!IsAllowed(byte)) {
-                return Step::Stuck;
-            }
-            ++from;
-        } else {
-            const std::string_view rest(from, static_cast<std::size_t>(to - from));
-            const std::size_t length = GetUtf8Length(rest);
-            if (length == 0 || IsNoncharacter(rest.substr(0, length))) {
-                return Step::Stuck;
-            }
-            from += length;
+XmlScanner::Step XmlScanner::CheckCharacters(std::string_view text) {
+    while (!text.empty()) {
+        const auto byte = static_cast<unsigned char>(text.front());
+        const std::size_t length = byte < 0x80 ? (IsAllowed(byte) ? 1 : 0) : GetUtf8Length(text);
+        if (length == 0 || IsNoncharacter(text.substr(0, length))) {
+            return Step::Stuck;
         }
+        text.remove_prefix(length);
     }
     return Step::Done;
 }
@@ -641,7 +633,7 @@ XmlScanner::Step XmlScanner::ScanComment() {
     if (end == std::string_view::npos || end + 2 == rest.size()) {
         return Step::NeedsMore;
     }
-    if (rest[end + 2] != '>' || CheckCharacters(rest.data(), rest.data() + end) != Step::Done) {
+    if (rest[end + 2] != '>' || CheckCharacters(rest.substr(0, end)) != Step::Done) {
         return Step::Stuck;
     }
     next = rest.data() + end + 3;
@@ -662,7 +654,7 @@ XmlScanner::Step XmlScanner::ScanInstruction() {
         return Step::NeedsMore;
     }
     if (IsXmlName(target.Whole()) || target.local != target.begin || (end > 0 && !Is(*from, Space)) ||
-        CheckCharacters(from, from + end) != Step::Done) {
+        CheckCharacters(rest.substr(0, end)) != Step::Done) {
         return Step::Stuck;
     }
     next = from + end + 2;
@@ -678,7 +670,7 @@ XmlScanner::Step XmlScanner::ScanCdata() {
         return Step::NeedsMore;
     }
     std::string_view text = rest.substr(0, end);
-    if (CheckCharacters(text.data(), text.data() + end) != Step::Done) {
+    if (CheckCharacters(text) != Step::Done) {
         return Step::Stuck;
     }
     next = rest.data() + end + 3;

@@ -95,7 +95,7 @@ private:
     bool Bind(std::string_view prefix, std::string_view uri);
     bool FindUri(std::string_view prefix, std::string_view& uri) const;
     bool HasDoubles() const;
-    Step CheckCharacters(const char* from, const char* to) const;
+    static Step CheckCharacters(std::string_view text);
 
     void Hand(std::string_view text);
     void HandEnd();

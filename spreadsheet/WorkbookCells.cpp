@@ -218,9 +218,11 @@ bool ClassicBinaryCells::Push(const SheetCell& cell, int col, int row) {
             if (!book.GetSharedStrings().Has(cell.index)) {
                 return false;
             }
+            // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): a NUL stands behind it
             sink.Set(col, row, book.GetSharedStrings().Get(cell.index).data());
             break;
         default:
+            // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): a NUL stands behind it
             sink.Set(col, row, cell.text.data());
             break;
     }
