@@ -133,7 +133,8 @@ public:
         for (;;) {
             if (pending) {
                 // The tables before the file that failed went out first.
-                const Error error = *std::exchange(pending, std::nullopt);
+                const Error error = *pending;
+                pending.reset();
                 place = files.size();
                 throw error;
             }

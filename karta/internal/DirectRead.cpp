@@ -6,6 +6,7 @@
 #include <cstring>
 #include <exception>
 #include <new>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -120,10 +121,11 @@ private:
     }
 
     void SelectPart(const OptionsRecord& options) {
-        if (!options.GetSelectedPart()) {
+        const std::optional<int>& selected = options.GetSelectedPart();
+        if (!selected) {
             return;
         }
-        const int number = *options.GetSelectedPart();
+        const int number = *selected;
         auto* contents = dynamic_cast<FileContents*>(reader.get());
         if (contents == nullptr || !contents->SelectPart(number)) {
             throw Error({.code = ErrorCode::NoSuchPart,
