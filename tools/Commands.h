@@ -13,6 +13,12 @@ struct ConvertRequest {
     std::string target;      // a format's name or extension, or empty
     bool objects = false;    // JSON lines as objects
     bool safeCells = false;  // no cell is a formula to a spreadsheet
+    // Of many files:
+    bool each = false;     // every file by itself, to the folder `output`
+    bool stack = false;    // all as one table
+    std::string grid;      // the axis that stacked spectra are put on; empty: as they are
+    bool skipBad = false;  // goes on behind a file that can't be read
+    unsigned workers = 0;  // readers at once; 0: as many as there are cores
 };
 
 /** What view is asked for beside the read. */

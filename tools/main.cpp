@@ -14,6 +14,7 @@
 #include <iostream>
 #include <new>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -29,9 +30,11 @@
 #include "tools/Commands.h"
 #include "tools/ErrorText.h"
 #include "tools/Failure.h"
+#include "tools/FileList.h"
 #include "tools/Interrupt.h"
 #include "tools/Json.h"
 #include "tools/KeptOptions.h"
+#include "tools/ManyFiles.h"
 #include "tools/PageOpener.h"
 #include "tools/ReadRequest.h"
 #include "tools/Sandbox.h"
@@ -80,6 +83,7 @@ struct CommandLine {
     ConvertRequest convert;
     ViewRequest view;
     StandardInput input;
+    std::vector<std::string> foldersOfMany;  // where many files lie
 };
 
 /** The options that a verb gets while this lives stand together in its help. */
@@ -319,6 +323,9 @@ void EnterSandbox(const CommandLine& line) {
     for (const std::string& file : request.files) {
         AddFoldersOf(file, folders.readable);
     }
+    for (const std::string& folder : line.foldersOfMany) {
+        AddFoldersOf(folder + "/", folders.readable);
+    }
     AddFoldersOf(request.optionsFile, folders.readable);
     // Modules beside the program are looked for there.
     AddFoldersOf("/proc/self/exe", folders.readable);
@@ -356,6 +363,23 @@ void SayCost(std::chrono::steady_clock::time_point begin) {
               << FormatG(static_cast<double>(usage.ru_maxrss) / 1024.0, 3) << " MB of memory\n";
 }
 
+// The files of folders and patterns. The folder for their tables is made while folders can be made.
+std::vector<ListedFile> ListMany(CommandLine& line) {
+    CheckOutputIsNamed(line);
+    std::vector<ListedFile> files = ListFiles(line.request.files);
+    std::set<std::string> folders;
+    for (const ListedFile& file : files) {
+        folders.insert(FolderOf(file.path));
+    }
+    line.foldersOfMany.assign(folders.begin(), folders.end());
+    if (line.convert.each) {
+        std::error_code error;
+        std::filesystem::create_directories(line.convert.output, error);
+        line.convert.output += line.convert.output.ends_with('/') ? "" : "/";
+    }
+    return files;
+}
+
 int DoVerb(CLI::App& app, CommandLine& line) {
     const bool isTrace = app.got_subcommand("trace");
     line.request.reading =
@@ -372,7 +396,19 @@ int DoVerb(CLI::App& app, CommandLine& line) {
             opener.emplace();
         }
     }
+    std::vector<ListedFile> many;
+    if (line.convert.each || line.convert.stack) {
+        many = ListMany(line);
+    } else if (!line.convert.grid.empty() || line.convert.skipBad || line.convert.workers != 0) {
+        throw Failure("--grid, --skip-bad and -j are for many files: --each or --stack", ExitUsage);
+    }
     EnterSandbox(line);
+    if (line.convert.each) {
+        return ConvertEach(line.request, line.convert, many);
+    }
+    if (line.convert.stack) {
+        return ConvertStacked(line.request, line.convert, many);
+    }
     if (app.got_subcommand("view")) {
         return RunView(line.request, line.view, opener ? &*opener : nullptr);
     }
@@ -467,12 +503,25 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
     convert->add_flag("--objects", line.convert.objects, "JSON lines as objects, with the columns' names");
     convert->add_flag("--safe-cells", line.convert.safeCells,
                       "an apostrophe before cells that a spreadsheet would take for formulas");
+    auto* each = convert->add_flag("--each", line.convert.each, "every file by itself, to the folder OUT");
+    convert->add_flag("--stack", line.convert.stack, "all files as one table, with a column that names them")
+        ->excludes(each);
+    convert
+        ->add_option("--grid", line.convert.grid,
+                     "the axis of stacked spectra: first, common, union or A:B:STEP")
+        ->type_name("GRID");
+    convert->add_flag("--skip-bad", line.convert.skipBad,
+                      "go on behind a file that can't be read, and say so at the end");
+    convert->add_option("-j,--jobs", line.convert.workers, "with --stack: how many files are read at once")
+        ->type_name("N");
     AddReading(convert, line);
     convert->footer(
         "Examples:\n"
         "  karta-import convert run.trn -o run.csv\n"
         "  karta-import convert book.xlsx --part Results --want 1-10 -o -\n"
-        "  karta-import convert a.spc b.spc --include 1100:1800 -o both.mat");
+        "  karta-import convert a.spc b.spc --include 1100:1800 -o both.mat\n"
+        "  karta-import convert spectra/ -o tables/ --each --skip-bad\n"
+        "  karta-import convert 'spectra/**/*.spc' --stack --grid common -o all.csv");
 
     CLI::App* trace = app.add_subcommand("trace", "every call between reader and sink, one a line");
     AddReading(trace, line);

@@ -10,12 +10,13 @@ _karta_import() {
     case $last in
         --date-order) mapfile -t COMPREPLY < <(compgen -W 'DMY MDY YMD' -- "$word"); return ;;
         --encoding) mapfile -t COMPREPLY < <(compgen -W 'utf-8 utf-16 windows-1252 cp850' -- "$word"); return ;;
+        --grid) mapfile -t COMPREPLY < <(compgen -W 'first common union' -- "$word"); return ;;
         --to) mapfile -t COMPREPLY < <(compgen -W 'csv tsv jsonl txt dif mat' -- "$word"); return ;;
         --format)
             mapfile -t COMPREPLY < <(compgen -W "$(karta-import formats 2>/dev/null | cut -f 2 | tr -d .)" -- "$word")
             return ;;
         --plugins) mapfile -t COMPREPLY < <(compgen -d -- "$word"); return ;;
-        --average|--blocks|--column-names|--columns|--decimal|--delimiter|--header|--include|--limit|--matrix|--part|--password|--row-names|--rows|--setting|--sheets|--text-columns|--want) return ;;
+        --average|--blocks|--column-names|--columns|--decimal|--delimiter|--header|--include|--jobs|--limit|--matrix|--part|--password|--row-names|--rows|--setting|--sheets|--text-columns|--want|-j) return ;;
     esac
     case $verb in
         '') options='formats detect info show view convert trace --help --version' ;;
@@ -24,7 +25,7 @@ _karta_import() {
         info) options='--json -h --help --version --format --plugins --want --limit --password --complete --classic --part --sheets --side-by-side --blocks --matrix --row-names --column-names --delimiter --merge-delimiters --encoding --decimal --header --text-columns --no-types --date-order --include --average --no-x-row --setting --options --save-options --yes --no --through-driver --sandbox --no-sandbox --quiet --verbose' ;;
         show) options='--rows --columns --wide --facts -h --help --version --format --plugins --want --limit --password --complete --classic --part --sheets --side-by-side --blocks --matrix --row-names --column-names --delimiter --merge-delimiters --encoding --decimal --header --text-columns --no-types --date-order --include --average --no-x-row --setting --options --save-options --yes --no --through-driver --sandbox --no-sandbox --quiet --verbose' ;;
         view) options='-o --output --svg -h --help --version --format --plugins --want --limit --password --complete --classic --part --sheets --side-by-side --blocks --matrix --row-names --column-names --delimiter --merge-delimiters --encoding --decimal --header --text-columns --no-types --date-order --include --average --no-x-row --setting --options --save-options --yes --no --through-driver --sandbox --no-sandbox --quiet --verbose' ;;
-        convert) options='-o --output --to --objects --safe-cells -h --help --version --format --plugins --want --limit --password --complete --classic --part --sheets --side-by-side --blocks --matrix --row-names --column-names --delimiter --merge-delimiters --encoding --decimal --header --text-columns --no-types --date-order --include --average --no-x-row --setting --options --save-options --yes --no --through-driver --sandbox --no-sandbox --quiet --verbose' ;;
+        convert) options='-o --output --to --objects --safe-cells --each --stack --grid --skip-bad -j --jobs -h --help --version --format --plugins --want --limit --password --complete --classic --part --sheets --side-by-side --blocks --matrix --row-names --column-names --delimiter --merge-delimiters --encoding --decimal --header --text-columns --no-types --date-order --include --average --no-x-row --setting --options --save-options --yes --no --through-driver --sandbox --no-sandbox --quiet --verbose' ;;
         trace) options='-h --help --version --format --plugins --want --limit --password --complete --classic --part --sheets --side-by-side --blocks --matrix --row-names --column-names --delimiter --merge-delimiters --encoding --decimal --header --text-columns --no-types --date-order --include --average --no-x-row --setting --options --save-options --yes --no --through-driver --sandbox --no-sandbox --quiet --verbose' ;;
     esac
     if [[ $word == -* || -z $verb ]]; then
