@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/Note.h"
+#include "base/NumberFormat.h"
 #include "karta/internal/TableRows.h"
 
 namespace karta {
@@ -13,6 +14,15 @@ namespace {
 
 std::string Quoted(const std::string& name) {
     return "'" + name + "'";
+}
+
+// "11 points from 100 to 200"
+std::string AxisOf(const Block& block) {
+    std::string text = CountOf(static_cast<std::uint64_t>(block.GetPointCount()), "point");
+    if (const auto axis = block.GetAxis(); !axis.empty()) {
+        text += " from " + FormatShortest(axis.front()) + " to " + FormatShortest(axis.back());
+    }
+    return text;
 }
 
 void CheckUnit(const std::string& what, const std::string& expected, const std::string& found) {
@@ -60,13 +70,14 @@ void ScanSchema::CheckBlock(const Table& table) const {
     CheckUnit("the axis", expected->GetAxisUnit(), found->GetAxisUnit());
     CheckUnit("the block", expected->GetValueUnit(), found->GetValueUnit());
     if (expected->GetPointCount() != found->GetPointCount()) {
-        throw Misfit{"it has " + CountOf(static_cast<std::uint64_t>(found->GetPointCount()), "point") +
-                     ", not " + std::to_string(expected->GetPointCount()) + "; a grid puts all on one axis"};
+        throw Misfit{"it has " + AxisOf(*found) + ", not " + AxisOf(*expected) +
+                     "; a grid puts all on one axis"};
     }
     const auto axis = expected->GetAxis();
     const auto other = found->GetAxis();
     if (!std::equal(axis.begin(), axis.end(), other.begin(), other.end())) {
-        throw Misfit{"it has another axis than the first file; a grid puts all on one"};
+        throw Misfit{"it has another axis than the first file: " + AxisOf(*found) + ", not " +
+                     AxisOf(*expected) + "; a grid puts all on one"};
     }
 }
 
