@@ -108,7 +108,7 @@ bool BrimroseFile::ReadSubHeader() {
         return false;
     }
     time = header.ReadU32();
-    dateText = DateTextOf(time);
+    dateText = IsComplete() ? std::string() : DateTextOf(time);
     sampleName = header.ReadTerminatedText(SampleNameSize);
     return true;
 }

@@ -192,21 +192,26 @@ void ChemStationRunningValue::TakeLittle(ByteCursor& stream) {
                                             static_cast<std::uint32_t>(difference));
 }
 
-// One check a value: most values of a file of spectra are differences of two bytes.
-std::size_t ChemStationRunningValue::TakeLittle(std::span<const std::uint8_t> bytes, double scale,
-                                                std::span<double> values) {
+// One check a value: most steps are differences of two bytes.
+template <bool IsBigEndian>
+ChemStationRunningValue::Taken ChemStationRunningValue::Take(std::span<const std::uint8_t> bytes,
+                                                             double scale, std::span<double> values) {
     constexpr std::size_t AbsoluteSize = 4;
     auto running = static_cast<std::uint32_t>(value);
+    const std::uint8_t* const begin = bytes.data();
     std::size_t position = 0;
     std::size_t count = 0;
     for (; count < values.size() && bytes.size() - position >= sizeof(std::int16_t); ++count) {
+        const unsigned int first = begin[position];
+        const unsigned int second = begin[position + 1];
         const auto difference =
-            static_cast<std::int16_t>(bytes[position] | static_cast<unsigned int>(bytes[position + 1]) << 8);
+            static_cast<std::int16_t>(IsBigEndian ? first << 8 | second : second << 8 | first);
         position += sizeof difference;
         if (difference != ChemStationAbsoluteMarker) {
             running += static_cast<std::uint32_t>(difference);
         } else if (bytes.size() - position >= AbsoluteSize) {
-            running = ByteCursor(bytes.subspan(position, AbsoluteSize)).ReadU32();
+            ByteCursor absolute(bytes.subspan(position, AbsoluteSize));
+            running = IsBigEndian ? absolute.ReadBigU32() : absolute.ReadU32();
             position += AbsoluteSize;
         } else {
             break;
@@ -214,7 +219,17 @@ std::size_t ChemStationRunningValue::TakeLittle(std::span<const std::uint8_t> by
         values[count] = static_cast<std::int32_t>(running) * scale;
     }
     value = static_cast<std::int32_t>(running);
-    return count;
+    return {count, position};
+}
+
+ChemStationRunningValue::Taken ChemStationRunningValue::TakeBig(std::span<const std::uint8_t> bytes,
+                                                                double scale, std::span<double> values) {
+    return Take<true>(bytes, scale, values);
+}
+
+ChemStationRunningValue::Taken ChemStationRunningValue::TakeLittle(std::span<const std::uint8_t> bytes,
+                                                                   double scale, std::span<double> values) {
+    return Take<false>(bytes, scale, values);
 }
 
 bool SpectrumRecord::Read(ByteCursor& stream, std::uint64_t recordPosition) {

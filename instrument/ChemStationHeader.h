@@ -86,14 +86,22 @@ struct SpectrumHeaderInfo {
 struct ChemStationRunningValue {
     std::int32_t value = 0;
 
+    /** Steps of a stretch of bytes: as many as `values` are, or as its bytes last. */
+    struct Taken {
+        std::size_t values = 0;
+        std::size_t bytes = 0;
+    };
+
     /** Takes one step: a difference, or behind its marker an absolute value. */
     void TakeBig(ByteCursor& stream);
     void TakeLittle(ByteCursor& stream);
-    /**
-     * Takes little-endian steps from `bytes`, each value times `scale`, as long as they and `values` last;
-     * tells how many.
-     */
-    std::size_t TakeLittle(std::span<const std::uint8_t> bytes, double scale, std::span<double> values);
+    /** Takes the steps of `bytes` into `values`, each times `scale`. */
+    Taken TakeBig(std::span<const std::uint8_t> bytes, double scale, std::span<double> values);
+    Taken TakeLittle(std::span<const std::uint8_t> bytes, double scale, std::span<double> values);
+
+private:
+    template <bool IsBigEndian>
+    Taken Take(std::span<const std::uint8_t> bytes, double scale, std::span<double> values);
 };
 
 /** One spectrum of a .uv file: the head of its record. */

@@ -170,11 +170,10 @@ void ChemStationParts::SetHeads(CellOutput& out, const ChemStationSignal& signal
     for (int i = 0; i < HeadColumns; ++i) {
         out.Text(i + 1, firstRow, signal.isSpectra ? SpectraNames[i] : SignalNames[i]);
     }
-    std::vector<double> xs;
-    xs.reserve(static_cast<std::size_t>(signal.numPoints));
-    for (int i = 0; i < signal.numPoints; ++i) {
-        xs.push_back(signal.GetX(i));
-        out.Text(HeadColumns + 1 + i, firstRow, "t " + FormatG(xs.back()));
+    const std::vector<double> xs = signal.MakeAxis();
+    int column = HeadColumns;
+    for (const double x : xs) {
+        out.Text(++column, firstRow, "t " + FormatG(x));
     }
     out.EndRow(firstRow);
     const char* quantity = signal.isSpectra ? "Wavelength [nm]" : "Retention Time [s]";

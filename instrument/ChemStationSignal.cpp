@@ -134,6 +134,11 @@ void AddWavelengths(FactList& facts, const std::string& signal) {
     }
 }
 
+// The bytes from the position on, which stays.
+std::span<const std::uint8_t> Rest(ByteCursor stream) {
+    return stream.Take(stream.GetRemaining());
+}
+
 void AddShort(FactList& facts, const char* name, ByteCursor& stream, std::uint64_t position) {
     stream.Seek(position);
     if (const std::int16_t number = stream.ReadBigI16(); number > 0) {
@@ -216,17 +221,20 @@ void ChemStationSignal::OpenChromatogram(ByteCursor stream, const ChemStationLay
 void ChemStationSignal::DecodeRuns(ByteCursor stream) {
     ChemStationRunningValue running;
     SpectrumHeaderInfo info;
-    values.reserve(stream.GetRemaining() / sizeof(std::int16_t));
-    while (info.Read(stream) && info.hasValues) {
-        for (int i = 0; i < info.length; ++i) {
-            running.TakeBig(stream);
-            if (stream.HasFailed()) {
-                break;
-            }
-            values.push_back(running.value);
-        }
+    // No value takes less than a difference.
+    values.resize(stream.GetRemaining() / sizeof(std::int16_t));
+    std::size_t count = 0;
+    bool isCut = false;
+    while (!isCut && info.Read(stream) && info.hasValues) {
+        const auto length = static_cast<std::size_t>(info.length);
+        const std::span<double> room = std::span(values).subspan(count);
+        const auto taken = running.TakeBig(Rest(stream), 1.0, room.first(std::min(length, room.size())));
+        stream.Skip(taken.bytes);
+        count += taken.values;
+        isCut = taken.values < length;
     }
-    if (stream.HasFailed()) {
+    values.resize(count);
+    if (isCut || stream.HasFailed()) {
         AddNote("cut-values", 1,
                 "the file was cut off: it ends behind " + karta::CountOf(values.size(), "value"));
     }
@@ -349,11 +357,14 @@ void ChemStationSignal::AddNote(const char* code, std::uint64_t count, std::stri
     notes.push_back({code, count, NvGetFileName(path), NvGetFileName(path) + ": " + std::move(text)});
 }
 
-double ChemStationSignal::GetX(int index) const {
-    if (isSpectra) {
-        return start + index * (axis.step / WavelengthUnits);
+std::vector<double> ChemStationSignal::MakeAxis() const {
+    std::vector<double> xs(static_cast<std::size_t>(numPoints));
+    const double step = axis.step / WavelengthUnits;
+    for (int i = 0; i < numPoints; ++i) {
+        xs[static_cast<std::size_t>(i)] =
+            isSpectra ? start + i * step : start + i * (end - start) / std::max(numPoints - 1, 1);
     }
-    return index == 0 ? start : start + index * (end - start) / (numPoints - 1);
+    return xs;
 }
 
 bool ChemStationSignal::HasAxisOf(const ChemStationSignal& other) const {
@@ -444,7 +455,7 @@ bool ChemStationSpectra::NextOfDifferences(std::vector<double>& values) {
         }
     } else {
         ChemStationRunningValue running;
-        values.resize(running.TakeLittle(steps.Take(steps.GetSize()), signal.scale, values));
+        values.resize(running.TakeLittle(Rest(steps), signal.scale, values).values);
     }
     return true;
 }

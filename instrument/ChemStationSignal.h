@@ -42,7 +42,7 @@ struct ChemStationSignal {
     /** False, with the reason in `failure`, for bytes that can't be read as such a file. */
     bool Open(const std::string& filePath, ByteCursor bytes, SpectrumTexts& texts, std::string& failure);
 
-    double GetX(int index) const;
+    std::vector<double> MakeAxis() const;
     /** Of plain spectra: how far it is from one record to the next. */
     std::uint64_t GetPlainRecordSize() const;
     bool HasAxisOf(const ChemStationSignal& other) const;

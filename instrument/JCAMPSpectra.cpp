@@ -506,7 +506,7 @@ void JCAMPSpectra::DecodeTuples(const JCAMPDataTable& table, const Notation& not
 // By the declared step, whatever the count of the values.
 void JCAMPSpectra::MakeAxis(JCAMPSpectrum& spectrum, const Decoded& decoded) {
     const JCAMPVariable& x = spectrum.x;
-    JCAMPEvenAxis& axis = spectrum.axis;
+    EvenAxis& axis = spectrum.axis;
     const std::size_t count = spectrum.ys.size();
     const double head = decoded.heads.empty() ? Missing : decoded.heads.front().second * x.factor;
     const double first = std::isnan(x.first) ? head : x.first;
@@ -514,7 +514,7 @@ void JCAMPSpectra::MakeAxis(JCAMPSpectrum& spectrum, const Decoded& decoded) {
     const bool hasDelta = !std::isnan(x.delta) && x.delta != 0.0;
     const std::size_t points = x.points > 1 ? static_cast<std::size_t>(x.points) : count;
     if (hasEnds && points > 1 && (x.points > 1 || !hasDelta)) {
-        axis = {first, (x.last - first) / static_cast<double>(points - 1), x.last, points - 1};
+        axis = EvenAxis::Between(first, x.last, points);
     } else if (!std::isnan(first) && (hasDelta || count == 1)) {
         axis = {first, hasDelta ? x.delta : 0.0, first, 0};
     }
@@ -531,17 +531,6 @@ void JCAMPSpectra::MakeAxis(JCAMPSpectrum& spectrum, const Decoded& decoded) {
                         ", which is taken");
         }
     }
-}
-
-std::vector<double> JCAMPSpectrum::MakeAxis() const {
-    if (!isEven) {
-        return xs;
-    }
-    std::vector<double> values(ys.size());
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        values[i] = axis.GetX(i);
-    }
-    return values;
 }
 
 void JCAMPSpectra::NoteChecks(const JCAMPSpectrum& spectrum, const Decoded& decoded) {

@@ -10,6 +10,7 @@
 
 #include "base/Note.h"
 #include "base/ReadContext.h"
+#include "instrument/EvenAxis.h"
 #include "instrument/JCAMPDecoder.h"
 #include "instrument/JCAMPDocument.h"
 
@@ -27,18 +28,6 @@ struct JCAMPVariable {
     int points = -1; /**< as the file says; -1 where it doesn't */
 };
 
-/** X values that go by a step; the declared last one is exactly that. */
-struct JCAMPEvenAxis {
-    double first = 1.0;
-    double step = 1.0;
-    double last = 1.0;
-    std::size_t lastPoint = 0; /**< that has the declared last X; 0: none */
-
-    double GetX(std::size_t point) const {
-        return point > 0 && point == lastPoint ? last : first + static_cast<double>(point) * step;
-    }
-};
-
 /** One spectrum, decoded: one point at least. */
 struct JCAMPSpectrum {
     std::vector<std::pair<std::string, std::string>> page; /**< symbols and values: {"F1", "4370.0"} */
@@ -46,14 +35,14 @@ struct JCAMPSpectrum {
     JCAMPVariable y;
     bool isPeaks = false;
     bool isEven = true;     /**< the X values go by a step */
-    JCAMPEvenAxis axis;     /**< of even ones */
+    EvenAxis axis;          /**< of even ones */
     std::vector<double> xs; /**< of others */
     std::vector<double> ys; /**< NaN where one is missing */
     bool haveGaps = false;
 
     double GetX(std::size_t point) const { return isEven ? axis.GetX(point) : xs[point]; }
     double GetLastX() const { return GetX(ys.size() - 1); }
-    std::vector<double> MakeAxis() const;
+    std::vector<double> MakeAxis() const { return isEven ? axis.Make(ys.size()) : xs; }
 };
 
 /** Decodes the tables of blocks into spectra, losing nothing that they say. */

@@ -138,11 +138,11 @@ bool OPUSParts::Open(const char* fileNames, Axes axes, const NvImportOpenOptions
 
 // A file without a spectrum costs that file, unless it is the only one.
 bool OPUSParts::OpenFile(const std::string& path, karta::ReadContext& context) {
-    if (NvFile::ReadHead(path.c_str(), OPUSMagic.size()) != OPUSMagic) {
-        return Fail(path + " does not seem to be a supported Bruker OPUS file.");
-    }
     context.ThrowIfStopped();
     const MappedFile mapped(path.c_str());
+    if (ByteCursor(mapped.GetBytes()).ReadText(OPUSMagic.size()) != OPUSMagic) {
+        return Fail(path + " does not seem to be a supported Bruker OPUS file.");
+    }
     OPUSFile file(path, ByteCursor(mapped.GetBytes()), texts);
     texts.AddNote(NvGetFileName(path), context);
     for (const karta::Note& note : file.notes) {

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/ByteCursor.h"
+#include "instrument/EvenAxis.h"
 
 namespace {
 
@@ -22,15 +23,20 @@ constexpr std::uint64_t LogHeaderSize = 64;
 // The mark of floats as some write it into the two bytes of an old header.
 constexpr int UnsignedFloatExponent = 128;
 
-// The X values of an even axis. The last one is exactly the header's.
-std::vector<double> EvenAxis(const SPCHeader& header, std::size_t points) {
-    std::vector<double> axis(points);
-    const double steps = static_cast<double>(header.numPoints) - 1.0;
-    for (std::size_t i = 0; i < points; ++i) {
-        axis[i] =
-            i == 0 ? header.firstX : std::lerp(header.firstX, header.lastX, static_cast<double>(i) / steps);
+std::vector<double> MakeEvenAxis(const SPCHeader& header, std::size_t points) {
+    if (header.numPoints < 2) {
+        return EvenAxis{header.firstX, 0.0, header.firstX, 0}.Make(points);
     }
-    return axis;
+    return EvenAxis::Between(header.firstX, header.lastX, static_cast<std::size_t>(header.numPoints))
+        .Make(points);
+}
+
+// All values of a sub-file that are integers of this kind.
+template <class Integer, class Number>
+void ReadIntegers(ByteCursor& stream, bool isBigEndian, double divisor, std::vector<Number>& values) {
+    for (Number& value : values) {
+        value = static_cast<Number>(ReadSPCNumber<Integer>(stream, isBigEndian) / divisor);
+    }
 }
 
 }  // namespace
@@ -218,7 +224,7 @@ void SPCContents::MakeAxis(std::span<const std::uint8_t> bytes) {
         axis.assign(xArray.begin(),
                     xArray.begin() + static_cast<std::ptrdiff_t>(std::min(points, xArray.size())));
     } else {
-        axis = EvenAxis(*header, points);
+        axis = MakeEvenAxis(*header, points);
     }
 }
 
@@ -240,21 +246,34 @@ void SPCContents::ReadValues(std::span<const std::uint8_t> bytes, const SPCSubFi
                              SpectrumTable::Values& values) {
     ByteCursor stream(bytes);
     stream.Seek(subFile.yPosition);
-    ByteCursor part(stream.Take(subFile.points * subFile.values.GetWidth()));
-    const double divisor = subFile.values.GetDivisor();
-    if (subFile.values.FitsFloat()) {
+    const SPCValueForm& form = subFile.values;
+    ByteCursor part(stream.Take(subFile.points * form.GetWidth()));
+    const double divisor = form.GetDivisor();
+    if (form.FitsFloat()) {
         values.floatRoom.resize(subFile.points);
-        for (float& value : values.floatRoom) {
-            value = static_cast<float>(subFile.values.Read(part, divisor));
+        if (form.is32Bit && !form.isBigEndian) {
+            part.ReadRun<float>(values.floatRoom);
+        } else if (form.is32Bit) {
+            for (float& value : values.floatRoom) {
+                value = part.ReadBigFloat();
+            }
+        } else {
+            ReadIntegers<std::int16_t>(part, form.isBigEndian, divisor, values.floatRoom);
         }
         values.floats = values.floatRoom;
-    } else {
-        values.doubleRoom.resize(subFile.points);
-        for (double& value : values.doubleRoom) {
-            value = subFile.values.Read(part, divisor);
-        }
-        values.doubles = values.doubleRoom;
+        return;
     }
+    values.doubleRoom.resize(subFile.points);
+    if (!form.is32Bit) {
+        ReadIntegers<std::int16_t>(part, form.isBigEndian, divisor, values.doubleRoom);
+    } else if (!form.isOldFormat) {
+        ReadIntegers<std::int32_t>(part, form.isBigEndian, divisor, values.doubleRoom);
+    } else {
+        for (double& value : values.doubleRoom) {
+            value = form.Read(part, divisor);
+        }
+    }
+    values.doubles = values.doubleRoom;
 }
 
 void SPCContents::ReadLog(std::span<const std::uint8_t> bytes) {
