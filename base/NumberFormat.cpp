@@ -115,6 +115,16 @@ std::string FormatG(double value, int precision) {
     return {buffer, result.ptr};
 }
 
+void AppendG(std::string& text, double value) {
+    char buffer[BufferSize];
+    const char* const end = PrintSixDigits(value, buffer);
+    if (end != nullptr) {
+        text.append(buffer, static_cast<std::size_t>(end - buffer));
+    } else {
+        text += FormatG(value);
+    }
+}
+
 std::string FormatShortest(float value) {
     return Shortest(value);
 }

@@ -37,6 +37,14 @@ void CellOutput::Text(int col, int row, std::string_view text) {
     }
 }
 
+void CellOutput::TerminatedText(int col, int row, const std::string& text) {
+    if (wide != nullptr) {
+        wide->SetText(col, row, text);
+    } else {
+        sink.Set(col, row, text.c_str());
+    }
+}
+
 void CellOutput::Integer(int col, int row, std::int64_t value) {
     if (value >= -LargestExactInteger && value <= LargestExactInteger) {
         sink.Set(col, row, static_cast<double>(value));

@@ -1,9 +1,11 @@
 #include "instrument/ChemStationParts.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <map>
 #include <numeric>
+#include <span>
 
 #include "base/MappedFile.h"
 #include "base/NumberFormat.h"
@@ -170,16 +172,31 @@ void ChemStationParts::SetHeads(CellOutput& out, const ChemStationSignal& signal
     for (int i = 0; i < HeadColumns; ++i) {
         out.Text(i + 1, firstRow, signal.isSpectra ? SpectraNames[i] : SignalNames[i]);
     }
-    const std::vector<double> xs = signal.MakeAxis();
-    int column = HeadColumns;
-    for (const double x : xs) {
-        out.Text(++column, firstRow, "t " + FormatG(x));
+    std::string name;
+    for (int i = 0; i < signal.numPoints; ++i) {
+        name = "t ";
+        AppendG(name, signal.GetX(i));
+        out.TerminatedText(HeadColumns + 1 + i, firstRow, name);
     }
     out.EndRow(firstRow);
     const char* quantity = signal.isSpectra ? "Wavelength [nm]" : "Retention Time [s]";
     out.Text(1, firstRow + 1, signal.signal + (signal.signal.empty() ? "" : " ") + quantity);
-    out.RowRun(HeadColumns + 1, firstRow + 1, xs);
+    SetAxis(out, signal, firstRow + 1);
     out.EndRow(firstRow + 1);
+}
+
+// In stretches: an axis can be as long as its chromatogram.
+void ChemStationParts::SetAxis(CellOutput& out, const ChemStationSignal& signal, int row) const {
+    std::array<double, 4096> xs;
+    for (int first = 0; first < signal.numPoints;) {
+        const int count = std::min(signal.numPoints - first, static_cast<int>(xs.size()));
+        for (int i = 0; i < count; ++i) {
+            xs[static_cast<std::size_t>(i)] = signal.GetX(first + i);
+        }
+        const std::span<const double> stretch = std::span(xs).first(static_cast<std::size_t>(count));
+        out.RowRun(HeadColumns + 1 + first, row, stretch);
+        first += count;
+    }
 }
 
 void ChemStationParts::SetChromatogram(CellOutput& out, const ChemStationSignal& signal, int ordinal,

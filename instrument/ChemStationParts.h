@@ -41,6 +41,7 @@ private:
     bool Choose(const std::optional<std::string>& wanted, karta::ReadContext& context);
     int CountDataRows(const Table& table) const;
     void SetHeads(CellOutput& out, const ChemStationSignal& signal, int firstRow) const;
+    void SetAxis(CellOutput& out, const ChemStationSignal& signal, int row) const;
     void SetChromatogram(CellOutput& out, const ChemStationSignal& signal, int ordinal, int row) const;
     void SetSpectra(CellOutput& out, const ChemStationSignal& signal, int& ordinal, int& row,
                     karta::ReadContext& context) const;

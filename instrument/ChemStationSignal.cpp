@@ -290,7 +290,8 @@ bool ChemStationSignal::OpenSpectra(ByteCursor stream, const ChemStationLayout& 
         FindRecords(stream, promised);
     }
     start = axis.start / WavelengthUnits;
-    end = start + (numPoints - 1) * (axis.step / WavelengthUnits);
+    step = axis.step / WavelengthUnits;
+    end = start + (numPoints - 1) * step;
     return numSpectra > 0 && numPoints > 0;
 }
 
@@ -355,16 +356,6 @@ void ChemStationSignal::NoteMissing(int found, int promised, std::uint64_t posit
 
 void ChemStationSignal::AddNote(const char* code, std::uint64_t count, std::string text) {
     notes.push_back({code, count, NvGetFileName(path), NvGetFileName(path) + ": " + std::move(text)});
-}
-
-std::vector<double> ChemStationSignal::MakeAxis() const {
-    std::vector<double> xs(static_cast<std::size_t>(numPoints));
-    const double step = axis.step / WavelengthUnits;
-    for (int i = 0; i < numPoints; ++i) {
-        xs[static_cast<std::size_t>(i)] =
-            isSpectra ? start + i * step : start + i * (end - start) / std::max(numPoints - 1, 1);
-    }
-    return xs;
 }
 
 bool ChemStationSignal::HasAxisOf(const ChemStationSignal& other) const {

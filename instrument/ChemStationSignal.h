@@ -29,6 +29,7 @@ struct ChemStationSignal {
     bool isSpectra = false;
     double start = 0; /**< of the axis: s, or nm of spectra */
     double end = 0;
+    double step = 0; /**< of spectra, as the file tells it */
     int numPoints = 0;
     std::vector<double> values; /**< of a chromatogram */
     std::vector<karta::Note> notes;
@@ -42,7 +43,10 @@ struct ChemStationSignal {
     /** False, with the reason in `failure`, for bytes that can't be read as such a file. */
     bool Open(const std::string& filePath, ByteCursor bytes, SpectrumTexts& texts, std::string& failure);
 
-    std::vector<double> MakeAxis() const;
+    double GetX(int index) const {
+        return isSpectra ? start + index * step
+                         : start + index * (end - start) / (numPoints > 1 ? numPoints - 1 : 1);
+    }
     /** Of plain spectra: how far it is from one record to the next. */
     std::uint64_t GetPlainRecordSize() const;
     bool HasAxisOf(const ChemStationSignal& other) const;

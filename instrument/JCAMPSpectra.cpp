@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 
 #include "base/Ascii.h"
 #include "base/NumberFormat.h"
@@ -23,6 +24,22 @@ constexpr double StepTolerance = 1e-3;
 
 // A line may begin so many steps beside its place before that is worth a note.
 constexpr double HeadTolerance = 1.0;
+
+/** What a table holds that can't be read, by the code of it. */
+struct Problem {
+    int code;
+    const char* text;
+};
+
+constexpr Problem Problems[] = {
+    {JCAMPFile::StatusIllegalCharacter, "an illegal character"},
+    {JCAMPFile::StatusInvalidCharacter, "an illegal character"},
+    {JCAMPFile::StatusRepeatedTwice, "a repetition of a repetition"},
+    {JCAMPFile::StatusAbscissaRepeated, "an abscissa that is repeated"},
+    {JCAMPFile::StatusFirstOrdinateDifference, "a first ordinate that is a difference"},
+    {JCAMPFile::StatusSizeUnknown, "repetitions beyond all proportion to the file"},
+    {JCAMPFile::StatusAssignments, "assignments, which can't be read"},
+    {JCAMPFile::StatusNoPages, "no values"}};
 
 std::string WithoutSpace(std::string_view text) {
     std::string result;
@@ -110,33 +127,9 @@ void JCAMPSpectra::AddNote(const char* code, std::uint64_t count, int line, cons
 }
 
 int JCAMPSpectra::Fail(int code, int line) {
-    switch (code) {
-        case JCAMPFile::StatusIllegalCharacter:
-        case JCAMPFile::StatusInvalidCharacter:
-            problem = "an illegal character";
-            break;
-        case JCAMPFile::StatusRepeatedTwice:
-            problem = "a repetition of a repetition";
-            break;
-        case JCAMPFile::StatusAbscissaRepeated:
-            problem = "an abscissa that is repeated";
-            break;
-        case JCAMPFile::StatusFirstOrdinateDifference:
-            problem = "a first ordinate that is a difference";
-            break;
-        case JCAMPFile::StatusSizeUnknown:
-            problem = "repetitions beyond all proportion to the file";
-            break;
-        case JCAMPFile::StatusAssignments:
-            problem = "assignments, which can't be read";
-            break;
-        case JCAMPFile::StatusNoPages:
-            problem = "no values";
-            break;
-        default:
-            problem = "a form of data that isn't known";
-            break;
-    }
+    const auto* const found = std::find_if(std::begin(Problems), std::end(Problems),
+                                           [code](const Problem& known) { return known.code == code; });
+    problem = found == std::end(Problems) ? "a form of data that isn't known" : found->text;
     problem += " (line " + std::to_string(line) + ")";
     return code;
 }

@@ -89,10 +89,13 @@ void SpectrumTable::WriteNames(CellOutput& output) const {
         output.Text(++col, 1, name);
     }
     if (groups.size() == 1) {
+        std::string name;
         for (const double x : ColumnsOf(groups.front())) {
             ++col;
             if (hasAxisRow) {
-                output.Text(col, 1, "t " + FormatG(x));
+                name = "t ";
+                AppendG(name, x);
+                output.TerminatedText(col, 1, name);
             } else {
                 output.Number(col, 1, x);
             }
