@@ -200,14 +200,18 @@ void ClassicTables::AddAttributes() {
         values = std::max(values, attribute.type == ClassicType::Char ? 1 : attribute.count);
     };
     std::for_each(header.attributes.begin(), header.attributes.end(), measure);
+    Table table;
     for (const ClassicVariable& variable : header.variables) {
-        rows += variable.attributes.size() + (ShapeOf(variable).lengths.empty() ? 1 : 0);
+        rows += variable.attributes.size();
         std::for_each(variable.attributes.begin(), variable.attributes.end(), measure);
+        if (ShapeOf(variable).lengths.empty()) {
+            ++rows;
+            table.part.members.push_back(NameOf(variable.name));
+        }
     }
     if (rows == 0 && !tables.empty()) {
         return;
     }
-    Table table;
     table.kind = Table::Attributes;
     table.part.name = AttributesName;
     table.part.rows = static_cast<int>(std::min(rows, MostRows)) + NameRows;
@@ -229,7 +233,8 @@ void ClassicTables::NameTables() {
                 table.part.name = "peaks";
             }
             for (const std::size_t place : table.variables) {
-                table.part.detail += (table.part.detail.empty() ? "" : ", ") + NameOf(VariableAt(place).name);
+                table.part.members.push_back(NameOf(VariableAt(place).name));
+                table.part.detail += (table.part.detail.empty() ? "" : ", ") + table.part.members.back();
             }
         }
         if (table.part.rows == NameRows) {
@@ -271,17 +276,6 @@ void ClassicTables::NoteWhatIsCut() const {
                            karta::CountOf(file.CountForeignTexts(), "text is", "texts are") +
                                " not UTF-8 and read as Windows-1252"});
     }
-}
-
-std::optional<std::size_t> ClassicTables::FindVariable(std::string_view name) const {
-    for (std::size_t i = 0; i < tables.size(); ++i) {
-        for (const std::size_t place : tables[i].variables) {
-            if (VariableAt(place).name == name) {
-                return i;
-            }
-        }
-    }
-    return std::nullopt;
 }
 
 void ClassicTables::Read(const Table& table, CellOutput& output, int firstRow) const {
@@ -495,6 +489,14 @@ ClassicTables::Scans ClassicTables::FindScans() const {
     scans.counts = numbers("point_count");
     scans.times = numbers("scan_acquisition_time");
     scans.numbers = numbers("actual_scan_number");
+    if (scans.counts.empty()) {
+        // Where the file doesn't tell them, a scan's points end where the next one's begin.
+        for (std::size_t i = 0; i < scans.starts.size(); ++i) {
+            const double end =
+                i + 1 < scans.starts.size() ? scans.starts[i + 1] : static_cast<double>(scans.points);
+            scans.counts.push_back(end - scans.starts[i]);
+        }
+    }
     scans.counts.resize(scans.starts.size(), 0.0);
     return scans;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -42,8 +41,6 @@ public:
 
     /** In the order of the file, the attributes last; but first what a convention is about. */
     const std::vector<Table>& GetTables() const { return tables; }
-    /** The place of the table that holds a variable; nothing when there is none. */
-    std::optional<std::size_t> FindVariable(std::string_view name) const;
 
     /** Writes a table, its first row being `firstRow`; its size is that of its part. */
     void Read(const Table& table, CellOutput& output, int firstRow) const;

@@ -8,6 +8,7 @@
 #include "base/DateText.h"
 #include "base/NumberParser.h"
 #include "container/MatFile.h"
+#include "container/MatNumber.h"
 
 namespace {
 
@@ -20,6 +21,9 @@ constexpr std::string_view LittleEndian = "IM";
 constexpr std::string_view BigEndian = "MI";
 
 constexpr std::uint64_t TagSize = 8;
+
+// Octave counts the bytes of a short text of several rows twice, where it packs them into their tag.
+constexpr std::uint64_t CountedTwice = 4;
 
 // No deflated stream grows to more than this.
 constexpr std::uint64_t MostInflation = 1032;
@@ -83,19 +87,27 @@ bool Mat5Arrays::FindElements() {
     header.Seek(SubsystemOffset);
     const std::uint64_t subsystem = swap ? header.ReadBig<std::uint64_t>() : header.ReadU64();
     std::uint64_t at = HeaderSize;
+    bool mayBeMiscounted = false;
     while (bytes.size() - at >= TagSize) {
         ByteCursor cursor(bytes);
         cursor.Seek(at);
         const std::uint32_t type = swap ? cursor.ReadBigU32() : cursor.ReadU32();
         const std::uint32_t size = swap ? cursor.ReadBigU32() : cursor.ReadU32();
+        if (type != MatMatrix && type != MatCompressed && mayBeMiscounted) {
+            at -= CountedTwice;
+            mayBeMiscounted = false;
+            continue;
+        }
         if (type == 0 && size == 0) {
             // Padding.
             at += TagSize;
             continue;
         }
+        mayBeMiscounted = false;
         const std::uint64_t there = std::min<std::uint64_t>(size, cursor.GetRemaining());
         if (type == MatCompressed || type == MatMatrix) {
             const bool isCompressed = type == MatCompressed;
+            mayBeMiscounted = !isCompressed && size % TagSize == CountedTwice;
             const auto whole = bytes.subspan(static_cast<std::size_t>(isCompressed ? at + TagSize : at));
             if (at != subsystem) {
                 elements.push_back(
@@ -159,7 +171,18 @@ bool Mat5Arrays::ReadElementHead(MatArray& array) {
     if (array.isLogical && array.type == MatArray::UInt8 && IsSparseAfterAll(array)) {
         array.type = MatArray::Sparse;
     }
+    if (array.type == MatArray::Characters && BytesLeft(array) == TagSize + CountedTwice &&
+        PeekWord() >> 16 != 0) {
+        array.end -= CountedTwice;
+    }
     return true;
+}
+
+// The next four bytes, as the first word of a tag: its upper half is 0 unless the data are packed into it.
+std::uint32_t Mat5Arrays::PeekWord() {
+    std::uint8_t word[sizeof(std::uint32_t)] = {};
+    stream->Peek(word, sizeof word);
+    return DecodeMatNumber<std::uint32_t>(word, swap);
 }
 
 // Octave calls its sparse truth values full ones. These would be one element of a byte each; where there are
@@ -170,10 +193,8 @@ bool Mat5Arrays::IsSparseAfterAll(const MatArray& array) {
     if (bytesLeft == TagSize + padded(array.Count()) || bytesLeft <= 2 * TagSize) {
         return false;
     }
-    MatTag tag;
-    const bool isIndex = Reader().ReadTag(tag) && tag.type == MatInt32;
-    StreamAt(array);
-    return isIndex;
+    const std::uint32_t word = PeekWord();
+    return (word >> 16 == 0 ? word : word & 0xffff) == MatInt32;
 }
 
 int Mat5Arrays::List(std::vector<MatArray>& arrays) {

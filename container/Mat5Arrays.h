@@ -44,6 +44,7 @@ private:
     void CountEntries(MatArray& array);
     bool ReadElementHead(MatArray& array);
     bool IsSparseAfterAll(const MatArray& array);
+    std::uint32_t PeekWord();
     MatElementStream& StreamAt(const MatArray& array);
     MatElementStream& OpenElement(std::size_t number);
     Matlab5Reader Reader() { return {*stream, swap, Matlab5Reader::Rules::AsWritten}; }

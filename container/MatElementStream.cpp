@@ -13,8 +13,27 @@ constexpr std::size_t ChunkSize = 65536;
 MatElementStream::~MatElementStream() = default;
 
 std::size_t MatElementStream::Read(std::uint8_t* target, std::size_t size) {
-    const std::size_t count = Fill(target, size);
+    const std::size_t before = aheadCount == 0 ? 0 : TakeAhead(target, size);
+    const std::size_t count = before + (before < size ? Fill(target + before, size - before) : 0);
     position += count;
+    return count;
+}
+
+std::size_t MatElementStream::Peek(std::uint8_t* target, std::size_t size) {
+    if (aheadCount < size) {
+        aheadCount += Fill(ahead.data() + aheadCount, size - aheadCount);
+    }
+    const std::size_t count = std::min(size, aheadCount);
+    std::copy_n(ahead.begin(), count, target);
+    return count;
+}
+
+std::size_t MatElementStream::TakeAhead(std::uint8_t* target, std::size_t size) {
+    const std::size_t count = std::min(size, aheadCount);
+    std::copy_n(ahead.begin(), count, target);
+    std::copy(ahead.begin() + static_cast<std::ptrdiff_t>(count),
+              ahead.begin() + static_cast<std::ptrdiff_t>(aheadCount), ahead.begin());
+    aheadCount -= count;
     return count;
 }
 
@@ -42,13 +61,17 @@ void MatElementStream::Align(std::uint64_t multiple) {
 }
 
 bool MatElementStream::Skip(std::uint64_t size) {
-    const std::uint64_t count = Drop(size);
+    std::uint8_t dropped[sizeof ahead];
+    const std::uint64_t before =
+        TakeAhead(dropped, static_cast<std::size_t>(std::min<std::uint64_t>(size, sizeof dropped)));
+    const std::uint64_t count = before + (before < size ? Drop(size - before) : 0);
     position += count;
     return count == size;
 }
 
 void MatElementStream::Rewind() {
     position = start;
+    aheadCount = 0;
     Restart();
 }
 

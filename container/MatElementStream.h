@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -20,6 +21,8 @@ public:
 
     /** Up to `size` bytes; fewer only where the element ends or can't be inflated. */
     std::size_t Read(std::uint8_t* target, std::size_t size);
+    /** The next bytes, at most eight, without going on; fewer where the element ends. */
+    std::size_t Peek(std::uint8_t* target, std::size_t size);
     /** All `size` bytes, kept in `bytes`, which grows as they arrive; false when fewer came. */
     bool ReadAll(std::vector<std::uint8_t>& bytes, std::uint64_t size);
     /** Moves forward to the next multiple; the end may come first. */
@@ -42,8 +45,12 @@ protected:
     virtual void Restart() = 0;
 
 private:
+    std::size_t TakeAhead(std::uint8_t* target, std::size_t size);
+
     std::uint64_t start;
     std::uint64_t position;
+    std::array<std::uint8_t, 8> ahead{};  // filled but not yet read
+    std::size_t aheadCount = 0;
 };
 
 /** An element as it lies in the file. */

@@ -27,8 +27,9 @@ constexpr int Level5Version = 5;
 constexpr std::string_view Hdf5Signature("\x89HDF\r\n\x1a\n", 8);
 constexpr std::size_t Hdf5Offsets[] = {0, 512, 1024, 2048};
 
-// Octave's own text form has the same extension.
+// Octave's own forms have the same extension.
 constexpr std::string_view OctaveText = "# Created by Octave";
+constexpr std::string_view OctaveBinary = "Octave-1-";
 
 std::string_view TextOf(std::span<const std::uint8_t> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -38,6 +39,14 @@ bool IsHdf5(std::span<const std::uint8_t> bytes) {
     return std::any_of(std::begin(Hdf5Offsets), std::end(Hdf5Offsets), [&](std::size_t offset) {
         return bytes.size() > offset && TextOf(bytes.subspan(offset)).starts_with(Hdf5Signature);
     });
+}
+
+// Numbers in text have the same extension too, where MATLAB's or Octave's save wrote them with -ascii.
+bool IsPlainText(std::span<const std::uint8_t> bytes) {
+    constexpr std::size_t Enough = 512;
+    return std::all_of(bytes.begin(),
+                       bytes.begin() + static_cast<std::ptrdiff_t>(std::min(bytes.size(), Enough)),
+                       [](std::uint8_t byte) { return byte >= 0x20 || IsSpace(static_cast<char>(byte)); });
 }
 
 // The version number between the first two blanks of a text; 0 where there is none.
@@ -207,13 +216,18 @@ int MatFile::OpenComplete(const char* fileName, const NvImportOpenOptions* optio
                       "save(..., '-v7'), in Octave with save -7, and read that file";
         return StatusVersion;
     }
-    if (TextOf(bytes).starts_with(OctaveText)) {
-        failureText =
-            name + " is a text file of Octave; save the variables again with save -7 and read that file";
+    const bool isOctaveText = TextOf(bytes).starts_with(OctaveText);
+    if (isOctaveText || TextOf(bytes).starts_with(OctaveBinary)) {
+        failureText = name + " is a " + (isOctaveText ? "text" : "binary") +
+                      " file of Octave; save the variables again with save -7 and read that file";
         return StatusNoMatFile;
     }
     const int version = VersionOf(bytes.first(LevelTestSize));
     isLevel5 = version == Level5Version || Mat5Arrays::IsLevel5(bytes);
+    if (!isLevel5 && IsPlainText(bytes)) {
+        failureText = name + " is no MAT-file but plain text; it is read with --format text";
+        return StatusNoMatFile;
+    }
     if (version > Level5Version && !isLevel5) {
         return StatusVersion;
     }

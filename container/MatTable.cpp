@@ -57,7 +57,7 @@ private:
 }  // namespace
 
 std::optional<MatTable::Extent> MatTable::Measure(const MatArray& array) {
-    if (array.IsEmpty() || !array.problem.empty()) {
+    if (array.IsEmpty() || !array.problem.empty() || (array.HasFields() && array.fields.empty())) {
         return Extent();
     }
     std::uint64_t rows = array.Rows();

@@ -200,7 +200,7 @@ std::string MatWorkspace::DetailOf(std::size_t place) const {
     if (!array.problem.empty()) {
         return detail + ", " + array.problem;
     }
-    if (array.IsEmpty()) {
+    if (array.IsEmpty() || (array.HasFields() && array.fields.empty())) {
         return detail + ", empty";
     }
     if (ownData == place) {

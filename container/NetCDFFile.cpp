@@ -41,13 +41,12 @@ std::string UnknownTemplateText(ENetCDFTemplate fileTemplate) {
 // The table of a chromatogram's points holds nothing that the reader's doesn't, unless there are further
 // variables; of MVACDF the data's own matrix doesn't, if its missing values aside.
 bool IsPartOfReader(const ClassicFile& file, const ClassicTables::Table& table,
-                    ENetCDFTemplate fileTemplate) {
-    const bool isTrace = fileTemplate == TemplateAia;
+                    const std::vector<std::string>& readersVariables) {
     return std::all_of(table.variables.begin(), table.variables.end(),
                        [&](std::size_t place) {
                            const std::string_view name = file.GetHeader().variables[place].name;
-                           return isTrace ? name == "ordinate_values" || name == "raw_data_retention"
-                                          : name == "observation" || name == "spectral_data_values";
+                           return std::find(readersVariables.begin(), readersVariables.end(), name) !=
+                                  readersVariables.end();
                        }) &&
            !table.variables.empty();
 }
@@ -259,6 +258,8 @@ void NetCDFFile::AddReaderPart() {
     content.part.cols = std::max(reader->GetNumCols(), 0);
     content.part.detail =
         isTrace ? file->GetText(file->FindAttribute("detector_unit")) : "a row an observation";
+    content.part.members = isTrace ? std::vector<std::string>{"ordinate_values", "raw_data_retention"}
+                                   : std::vector<std::string>{"observation", "spectral_data_values"};
     // Its own variables count, not that the axis stands beside them.
     content.numbers = std::numeric_limits<std::uint64_t>::max();
     contents.push_back(std::move(content));
@@ -267,7 +268,7 @@ void NetCDFFile::AddReaderPart() {
 void NetCDFFile::ListContents() {
     AddReaderPart();
     for (const ClassicTables::Table& table : tables->GetTables()) {
-        if (reader == nullptr || !IsPartOfReader(*file, table, fileTemplate)) {
+        if (reader == nullptr || !IsPartOfReader(*file, table, contents.front().part.members)) {
             contents.push_back({table.part, &table, table.numbers});
         }
     }
@@ -305,12 +306,6 @@ bool NetCDFFile::ChooseParts(const NvImportOpenOptions* options) {
     }
     if (auto found = FindParts(GetParts(), *wanted)) {
         chosen = std::move(*found);
-    } else if (const auto table = tables->FindVariable(*wanted)) {
-        // A variable stands for the table that it is in.
-        const auto* const its = &tables->GetTables()[*table];
-        const auto content = std::find_if(contents.begin(), contents.end(),
-                                          [its](const Content& item) { return item.table == its; });
-        chosen = {content == contents.end() ? 0 : static_cast<std::size_t>(content - contents.begin())};
     } else {
         FailAs(StatusUnknownTemplate, "The file has no part \"" + *wanted + "\".");
         return false;

@@ -19,6 +19,11 @@ std::optional<std::size_t> FindPart(const Parts& parts, std::string_view wanted)
         found = std::find_if(parts.begin(), parts.end(),
                              [&](const auto& part) { return EqualIgnoringCase(part.name, name); });
     }
+    if (found == parts.end()) {
+        found = std::find_if(parts.begin(), parts.end(), [&](const auto& part) {
+            return std::find(part.members.begin(), part.members.end(), name) != part.members.end();
+        });
+    }
     if (found != parts.end()) {
         return static_cast<std::size_t>(found - parts.begin());
     }

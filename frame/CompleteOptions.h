@@ -54,8 +54,9 @@ private:
 };
 
 /**
- * The places, from 0, of the parts that `wanted` names: first as one name, exactly and then in any case; then
- * "all"; then as a place from 1; then as a comma-separated list of these. Nothing where it names no part.
+ * The places, from 0, of the parts that `wanted` names: first as one name, exactly, then in any case, then as
+ * that of a member; then "all"; then as a place from 1; then as a comma-separated list of these. Nothing
+ * where it names no part.
  */
 KARTA_EXPORT std::optional<std::vector<std::size_t>> FindParts(const std::vector<FileContents::Part>& parts,
                                                                std::string_view wanted);

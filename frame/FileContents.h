@@ -23,6 +23,8 @@ public:
         int rows = -1;
         bool hidden = false;
         std::string detail; /**< type, unit and the like, for the user */
+        /** Names of what is in it, which stand for it where no part has them: variables, say. */
+        std::vector<std::string> members = {};
     };
     /** A fact about the file: {"spacing", "1.928 cm-1"}, or as a number with its unit. */
     struct Fact {

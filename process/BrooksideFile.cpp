@@ -394,7 +394,10 @@ void BrooksideFile::ReadTransition(LogRead& log) {
         CheckChamber(log);
         AddWafer(log);
         const BrooksideFields& fields = log.transition.GetFields();
-        const char* const dataFile = log.phases.KeepText(fields.GetText(BrooksideTransition::FieldDataFile));
+        // Without folders one data file has one name, however the log's lines spell it.
+        const std::string_view namedFile = fields.GetText(BrooksideTransition::FieldDataFile);
+        const char* const dataFile =
+            log.phases.KeepText(IsComplete() ? NvGetFileName(namedFile) : std::string(namedFile));
         const char* const wafer = log.phases.KeepText(fields.GetText(BrooksideTransition::FieldWafer));
         for (int phase = 1; phase <= log.transition.GetNumberOfPhases(); ++phase) {
             AddPhase(log, phase, dataFile, wafer);
@@ -447,7 +450,7 @@ void BrooksideFile::NoteWhatIsLeftOut(const LogRead& log, const BrooksideHeader&
         static_cast<std::uint64_t>(skipped.questionMark) + static_cast<std::uint64_t>(skipped.empty);
     note("wafers-without-id", skippedWafers,
          karta::CountOf(skippedWafers, "line") + " of the transition file " +
-             (skippedWafers == 1 ? "tells" : "tell") + " no wafer and have no rows");
+             (skippedWafers == 1 ? "tells no wafer and has" : "tell no wafer and have") + " no rows");
     note("phases-without-data", log.countWithoutData,
          karta::CountOf(log.countWithoutData, "phase") +
              " without data: " + ListBrooksideNames(log.phasesWithoutData, log.countWithoutData));

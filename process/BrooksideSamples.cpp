@@ -328,7 +328,9 @@ void BrooksideSamples::ReadCompletely(std::span<const PhaseEntry> entries, std::
     }
     if (sample.CountTexts() > 0) {
         AddNote("text-samples", sample.CountTexts(), {},
-                karta::CountOf(sample.CountTexts(), "sample is", "samples are") + " no number and stay text");
+                karta::CountOf(sample.CountTexts(), "sample is no number and stays",
+                               "samples are no numbers and stay") +
+                    " text");
     }
     if (shortLines > 0) {
         AddNote("short-lines", shortLines, {},

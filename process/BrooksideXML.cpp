@@ -576,7 +576,9 @@ int BrooksideXML::ReadCompletely(ReadSpreadSheetData& sink) {
     }
     if (sample.CountTexts() > 0) {
         Note("text-samples", sample.CountTexts(), {},
-             karta::CountOf(sample.CountTexts(), "sample is", "samples are") + " no number and stay text");
+             karta::CountOf(sample.CountTexts(), "sample is no number and stays",
+                            "samples are no numbers and stay") +
+                 " text");
     }
     NoteLinesOfNoPhase();
     return status;

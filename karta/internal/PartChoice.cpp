@@ -31,6 +31,11 @@ const FileContents::Part* FindByName(const Parts& parts, std::string_view wanted
             return WithoutCase(part.name) == sought;
         });
     }
+    if (found == parts.end()) {
+        found = std::find_if(parts.begin(), parts.end(), [&](const auto& part) {
+            return std::find(part.members.begin(), part.members.end(), wanted) != part.members.end();
+        });
+    }
     return found == parts.end() ? nullptr : &*found;
 }
 

@@ -86,6 +86,36 @@ Array5 SparseOf(std::vector<std::int32_t> dimensions, const std::vector<std::int
 
 }  // namespace
 
+TEST_F(MatCompleteTest, ShortTextWhoseBytesOctaveCountsTwiceHidesNothingBehindIt) {
+    // Octave counts the four bytes twice that it packs into a text's tag.
+    Array5 text{.flags = CharClass, .dimensions = {2, 2}, .name = "t"};
+    text.content = std::string("\x10\0\x04\0acbd", 8);
+    const auto miscounted = [](const Array5& array) {
+        std::string bytes = array.Bytes();
+        bytes[4] = static_cast<char>(bytes[4] + 4);
+        return bytes;
+    };
+    Array5 cell{.flags = CellClass, .dimensions = {1, 2}, .name = "c"};
+    cell.content = miscounted(text) + Numbers("", {1, 1}, {7}).Bytes();
+    Read read(File5(miscounted(text) + cell.Bytes() + Numbers("x", {1, 2}, {1, 2}).Bytes()),
+              {{"Part", "all"}});
+    EXPECT_EQ(read.status, 0) << read.error;
+    EXPECT_EQ(read.Cells(), "ab |cd |2x2 char 7|ab |cd |1 2");
+    EXPECT_EQ(read.NoteTexts(), "");
+}
+
+TEST_F(MatCompleteTest, StructureWithoutFieldsIsEmpty) {
+    const Read read(File5(Structure("S", {1, 1}, {}, {}).Bytes() + Numbers("x", {1, 1}, {1}).Bytes()));
+    EXPECT_EQ(read.PartLines(), "S: 0 x 0, struct 1x1, empty\nx: 1 x 1, double 1x1\n");
+}
+
+TEST_F(MatCompleteTest, OtherFormsOfTheSameExtensionAreRefusedByName) {
+    EXPECT_EQ(Read(folder.Write("bin.mat", std::string("Octave-1-L\0\x01\0\0\0x\0\0\0\0\0\0\0", 24))).error,
+              "bin.mat is a binary file of Octave; save the variables again with save -7 and read that file");
+    EXPECT_EQ(Read(folder.Write("ascii.mat", " 9.69823858e-01 1.33209494e-01\n 1.0e+00 2.0e+00\n")).error,
+              "ascii.mat is no MAT-file but plain text; it is read with --format text");
+}
+
 TEST_F(MatCompleteTest, EveryVariableIsAPartAndTheOneWithMostNumbersIsTheTable) {
     const Read read(File5(
         Numbers("few", {1, 2}, {1, 2}).Bytes() + Text("long", {1, 9}, u"many text").Bytes() +

@@ -54,6 +54,7 @@ TEST_F(NetCDFCompleteTest, VariablesOfOneDimensionStandTogether) {
               "attributes: 5 x 3, what has no dimension, and all attributes\n");
     EXPECT_EQ(lat.Cells(), "lat height name|50.5 10 Bonn|51  Ulm");
     EXPECT_EQ(Complete(path, {{"Part", "height"}}).Cells(), lat.Cells()) << "by a variable's name";
+    EXPECT_EQ(Complete(path, {{"Part", "level"}}).Cells(), Complete(path, {{"Part", "attributes"}}).Cells());
 }
 
 TEST_F(NetCDFCompleteTest, MatrixHasItsCoordinatesAsNamesAndIsTheDefault) {
@@ -155,6 +156,18 @@ TEST_F(NetCDFCompleteTest, MassSpectraAreScansAndPoints) {
               "scan_acquisition_time total_intensity scan_index point_count|0.5 5 0 1|1 6 1 2");
     EXPECT_EQ(Complete(path, {{"Part", "2"}}).Cells(),
               "scan time mass intensity|1 0.5 40 7|2 1 41 8|2 1 42 9");
+}
+
+TEST_F(NetCDFCompleteTest, PointsOfAScanWithoutACountEndWhereTheNextOnesBegin) {
+    NetCDFBuilder file;
+    file.Dimension("scan_number", 3)
+        .Dimension("point_number", 3)
+        .Attribute("ms_template_revision", Chars("1.0"))
+        .Variable("scan_index", {"scan_number"}, Ints({0, 1, 1}))
+        .Variable("mass_values", {"point_number"}, Floats({40, 41, 42}))
+        .Variable("intensity_values", {"point_number"}, Floats({7, 8, 9}));
+    EXPECT_EQ(Complete(Write(file), {{"Part", "spectra"}}).Cells(),
+              "scan time mass intensity|1  40 7|3  41 8|3  42 9");
 }
 
 TEST_F(NetCDFCompleteTest, ObservationsAreNumbersOfTheirTypes) {

@@ -54,6 +54,16 @@ TEST(PartChoice, NameGoesBeforePlaceAndBeforeAList) {
     EXPECT_EQ(TextOf("ALL"), "all");
 }
 
+TEST(PartChoice, MemberStandsForItsPartWhereNoPartIsNamedSo) {
+    Parts parts = {Sheet("lat", 1), Sheet("lon", 2)};
+    parts[0].members = {"lat", "height", "lon", "2"};
+    EXPECT_EQ(PartChoice(parts, "height", "--part").GetText(), "lat");
+    EXPECT_EQ(PartChoice(parts, "lon", "--part").GetText(), "lon");
+    EXPECT_EQ(PartChoice(parts, "2", "--part").GetText(), "lat") << "a name goes before a place";
+    EXPECT_EQ(PartChoice(parts, "height,lon", "--part").GetText(), "lat,lon");
+    EXPECT_THROW(PartChoice(parts, "HEIGHT", "--part"), Failure);
+}
+
 TEST(PartChoice, WhatNamesNoPartIsRefused) {
     for (const char* wanted : {"", "nope", "0", "5", "1,5", "1,", "1,,2", "-1"}) {
         try {

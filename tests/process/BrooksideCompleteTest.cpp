@@ -86,6 +86,15 @@ TEST_F(BrooksideCompleteTest, EntriesThatShareLinesEachGetThem) {
     EXPECT_EQ(read->context->shape.nameRow, 1);
 }
 
+TEST_F(BrooksideCompleteTest, DataFileIsOneHoweverTheLogSpellsIt) {
+    folder.Write("lot1.dat", NumberedData(4));
+    const auto read = ReadLog({{"W01", {{1, 1}}, "c:\\data\\LOT1.dat"}, {"W02", {{2, 4}}}});
+    ASSERT_EQ(read->status, 0);
+    EXPECT_EQ(read->Row(2), "W01|1|0.5|1");
+    EXPECT_EQ(read->Row(5), "W02|1|2|4");
+    EXPECT_FALSE(read->HasNote("lines-of-no-phase")) << "no line is left over by either spelling";
+}
+
 TEST_F(BrooksideCompleteTest, OutOfOrderPhasesKeepTheirTimes) {
     folder.Write("lot1.dat", NumberedData(4));
     const auto read = ReadLog({{"W01", {{3, 4}, {1, 2}}}});
