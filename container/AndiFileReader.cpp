@@ -439,6 +439,24 @@ int AndiFileReader::ReadClassically(ReadSpreadSheetData& sink) {
     return status;
 }
 
+// What the complete reading has beside the trace, or of it.
+void AndiFileReader::NoteWhatIsLeftOut(const NetCDF& file, const AndiFileInfo& info) {
+    const int peaks = CountPeaks(file);
+    if (peaks > 0) {
+        const auto count = static_cast<std::uint64_t>(peaks);
+        AddNote({"left-out-peaks", count, info.path,
+                 karta::CountOf(count, "peak is", "peaks are") +
+                     " not in this table; the complete reading has them"});
+    }
+    for (const char* attribute : {"scale_factor", "add_offset"}) {
+        if (file.HasAttribute(info.ordinateVariable, attribute)) {
+            AddNote({"packed-values", static_cast<std::uint64_t>(info.points), info.path,
+                     std::string("the values stand as they are stored, without the file's ") + attribute +
+                         "; the complete reading applies it"});
+        }
+    }
+}
+
 // ---- The complete reading ----
 
 int AndiFileReader::ExtractCompletely(const char* path) {
@@ -669,6 +687,7 @@ int AndiFileReader::ReadFiles(ReadSpreadSheetData& sink, int firstRow, int wante
         }
         sink.Set(1, row, row - 1);
         sink.Set(2, row, NameOf(info).c_str());
+        NoteWhatIsLeftOut(file, info);
         wanted = sink.NextRowToRead(row);
     }
     return StatusOk;

@@ -136,6 +136,7 @@ private:
     void ReadNames(ReadSpreadSheetData& sink);
     void ReadTimes(ReadSpreadSheetData& sink);
     int ReadFiles(ReadSpreadSheetData& sink, int firstRow, int wanted);
+    void NoteWhatIsLeftOut(const NetCDF& file, const AndiFileInfo& info);
     int ReadNetCDFFile(const NetCDF& file, int variable, ReadSpreadSheetData& sink, int firstColumn, int row,
                        int start, int count);
 

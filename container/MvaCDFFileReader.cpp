@@ -341,6 +341,12 @@ int MvaCDFFileReader::ReadClassically(ReadSpreadSheetData& sink) {
     if (fileNames.empty()) {
         return StatusNoMvaFile;
     }
+    if (elementType == ElementFloat || elementType == ElementDouble) {
+        AddNote({"rounded-values",
+                 0,
+                 {},
+                 "the values are texts of six digits; the complete reading has them whole"});
+    }
     const NetCDF file(fileNames.front().c_str());
     status = ReadNames(file, sink);
     status = ReadData(file, sink);

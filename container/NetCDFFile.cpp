@@ -63,7 +63,11 @@ std::string ToIsoTime(const std::string& text) {
     }
     const auto part = [&text](std::size_t at, std::size_t length) { return text.substr(at, length); };
     std::string zone = text.substr(DateAndTime);
-    if (zone.size() == 5 && (zone[0] == '+' || zone[0] == '-') && AreDigits(zone.substr(1))) {
+    // Some files leave out a zone's first zero.
+    const bool isZone = (zone.size() == 5 || zone.size() == 4) && (zone[0] == '+' || zone[0] == '-') &&
+                        AreDigits(std::string_view(zone).substr(1));
+    if (isZone) {
+        zone.insert(1, zone.size() == 4 ? "0" : "");
         zone.insert(3, ":");
     } else if (!zone.empty()) {
         return text;

@@ -503,6 +503,7 @@ void BrooksideFile::ReadLog(ReadSpreadSheetData& sink) {
     BrooksideSamples samples(*fileSet, log.chambers, *GetContext(), warningText);
     samples.Read(log.phases.GetEntries(), lastRow, sink);
     FinishTable(sink, log, samples);
+    NoteWhatIsLeftOut(log, samples.GetHeader());
 }
 
 void BrooksideFile::ReadLogCompletely(LogRead& log, ReadSpreadSheetData& sink) {

@@ -1,6 +1,7 @@
 #include "process/BrooksideModel.h"
 
 #include <cstring>
+#include <limits>
 #include <map>
 #include <string_view>
 #include <tuple>
@@ -117,8 +118,9 @@ private:
             model.apstat = true;
         }
         phase.number = Text(interval, "Number");
-        phase.from = GetIntAttribute(interval, "FromRow");
-        phase.to = GetIntAttribute(interval, "ToRow");
+        // Rows that can't be told are none.
+        phase.from = Value(interval, "FromRow", GetIntAttribute, std::numeric_limits<int>::max());
+        phase.to = Value(interval, "ToRow", GetIntAttribute, 0);
         phase.duration = Float(interval, "Duration");
         phase.startTime = Text(interval, "StartTime");
         const xercesc::DOMNode* node = FindNode(interval->getFirstChild(), "sumdata");
@@ -135,8 +137,7 @@ private:
             parameter.value = Float(node, "Value");
             parameter.lowerLimit = Float(node, "ValueLowerLimit");
             parameter.upperLimit = Float(node, "ValueUpperLimit");
-            parameter.useCurrentValue =
-                IsThere(node, "UseCurrentValueFlag") && GetBoolAttribute(node, "UseCurrentValueFlag");
+            parameter.useCurrentValue = Value(node, "UseCurrentValueFlag", GetBoolAttribute, false);
         }
         return phase;
     }
@@ -147,6 +148,9 @@ private:
             const std::string name = Text(node, "Name");
             const auto found = texts.find(node);
             const bool isComplete = reading == karta::Reading::Complete;
+            if (model.rawData.contains(FNClass(name).GetNameAndExt()) && model.replacedRawData++ == 0) {
+                model.firstReplacedRawData = name;
+            }
             if (found == texts.end() && isComplete) {
                 model.rawData[FNClass(name).GetNameAndExt()] = {};
                 continue;
@@ -173,10 +177,32 @@ private:
         if (reading == karta::Reading::Classic || (node != nullptr && FindAttribute(node, name, value))) {
             return true;
         }
+        CountMissing(name);
+        return false;
+    }
+
+    void CountMissing(const char* name) {
         if (model.missingAttributes++ == 0) {
             model.firstMissingAttribute = name;
         }
-        return false;
+    }
+
+    // By the classic rule an attribute of another kind than it must be ends the read; by the complete one it
+    // costs itself.
+    template <class Read, class Result>
+    Result Value(const xercesc::DOMNode* node, const char* name, Read read, Result otherwise) {
+        if (!IsThere(node, name)) {
+            return otherwise;
+        }
+        try {
+            return read(node, name);
+        } catch (const Exception&) {
+            if (reading == karta::Reading::Classic) {
+                throw;
+            }
+            CountMissing(name);
+            return otherwise;
+        }
     }
 
     std::string Text(const xercesc::DOMNode* node, const char* name) {
@@ -184,7 +210,7 @@ private:
     }
 
     float Float(const xercesc::DOMNode* node, const char* name) {
-        return IsThere(node, name) ? GetFloatAttribute(node, name) : 0.0F;
+        return Value(node, name, GetFloatAttribute, 0.0F);
     }
 
     BrooksideModel& model;

@@ -84,9 +84,11 @@ struct BrooksideModel {
     std::array<std::string, AttributeCount> attributes;
     /** An interval's name begins neither with "f_" nor with "b_". */
     bool apstat = false;
-    /** Attributes that the format asks for and the document lacks, by the complete reading, and the first. */
-    int missingAttributes = 0;
+    // What the complete reading passes over, for notes.
+    int missingAttributes = 0; /**< that the format asks for, not there or of another kind */
     std::string firstMissingAttribute;
+    int replacedRawData = 0; /**< raw texts of which a later one has the name */
+    std::string firstReplacedRawData;
 };
 
 /** What is to be parsed: a file, or a text in memory with a name for messages. */

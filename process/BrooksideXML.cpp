@@ -185,8 +185,16 @@ int BrooksideXML::Parse(const BrooksideDocument& document) {
     if (model.missingAttributes > 0) {
         const auto count = static_cast<std::uint64_t>(model.missingAttributes);
         Note("missing-attributes", count, model.firstMissingAttribute,
-             karta::CountOf(count, "attribute") + " of the format aren't in the document, the first is " +
+             karta::CountOf(count, "attribute") +
+                 " of the format aren't in the document or of another kind, the first is " +
                  model.firstMissingAttribute);
+    }
+    if (model.replacedRawData > 0) {
+        const auto count = static_cast<std::uint64_t>(model.replacedRawData);
+        Note("replaced-raw-data", count, model.firstReplacedRawData,
+             karta::CountOf(count, "raw text has", "raw texts have") +
+                 " the name of a later one and can't be told from it, the first is " +
+                 model.firstReplacedRawData);
     }
     return status;
 }
@@ -581,7 +589,33 @@ int BrooksideXML::ReadCompletely(ReadSpreadSheetData& sink) {
                  " text");
     }
     NoteLinesOfNoPhase();
+    NoteWhatPhasesHave();
     return status;
+}
+
+// What intervals say beside their rows, and rows that they name and no line has.
+void BrooksideXML::NoteWhatPhasesHave() {
+    std::uint64_t statistics = 0;
+    std::uint64_t parameters = 0;
+    std::uint64_t beyond = 0;
+    for (const WaferRecord& wafer : model.wafers) {
+        const Section* section = FindSection(wafer);
+        for (const PhaseRecord& phase : wafer.phases) {
+            statistics += phase.sumData.size();
+            parameters += phase.recipeParameters.size();
+            const bool hasLines = section != nullptr && !section->lines.empty();
+            beyond += hasLines && CountRows(phase) > 0 && phase.to > section->lines.back().rowNumber ? 1 : 0;
+        }
+    }
+    if (statistics + parameters > 0) {
+        Note("phase-values", statistics + parameters, {},
+             karta::CountOf(statistics, "statistic") + " and " +
+                 karta::CountOf(parameters, "recipe parameter") + " of the phases are not in this table");
+    }
+    if (beyond > 0) {
+        Note("rows-not-there", beyond, {},
+             karta::CountOf(beyond, "phase names", "phases name") + " rows beyond the end of the raw text");
+    }
 }
 
 void BrooksideXML::ReadPhaseCompletely(Section& section, const WaferRecord& wafer, const PhaseRecord& phase,
@@ -674,7 +708,8 @@ std::vector<FileContents::Fact> BrooksideXML::ListFacts() {
     }
     facts.emplace_back("wafers", static_cast<double>(model.wafers.size()), "");
     facts.emplace_back("phases", static_cast<double>(phases), "");
-    facts.emplace_back("samples", CountTableRows() - NameRow, "");
+    facts.emplace_back(
+        "samples", (IsComplete() && EstablishSize() == StatusOk ? numRows : CountTableRows()) - NameRow, "");
     facts.emplace_back("raw texts", static_cast<double>(model.rawData.size()), "");
     facts.emplace_back("variables",
                        ListBrooksideNames({variables.begin(), variables.end()}, variables.size()));

@@ -139,6 +139,7 @@ private:
     void ReadPhaseCompletely(Section& section, const WaferRecord& wafer, const PhaseRecord& phase, int& row,
                              CellOutput& output, SampleRow& sample);
     void NoteLinesOfNoPhase();
+    void NoteWhatPhasesHave();
     void TellShape();
     void Note(const char* code, std::uint64_t count, std::string place, std::string text);
 

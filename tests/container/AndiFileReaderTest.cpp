@@ -464,6 +464,37 @@ TEST_F(AndiFileReaderTest, DamagedFilesEndInAStatus) {
     ExpectSettledEndsOfCut(Format, "a.cdf", ChromatogramWithPeaks().File());
 }
 
+TEST_F(AndiFileReaderTest, ClassicReadingTellsOfPeaksAndPackedValues) {
+    const auto notesOf = [this](const NetCDFBuilder& file) {
+        auto context = std::make_shared<karta::ReadContext>();
+        AndiFileReader reader;
+        reader.SetContext(context);
+        EXPECT_EQ(reader.Open(true, Write("run.cdf", file).c_str(), nullptr), 0);
+        TableData table;
+        EXPECT_EQ(reader.Read(&table), 0);
+        std::string codes;
+        for (const karta::Note& note : context->notes.GetAll()) {
+            codes += note.code + " " + std::to_string(note.count) + ";";
+        }
+        return codes;
+    };
+    EXPECT_EQ(notesOf(Chromatogram()), "");
+    EXPECT_EQ(notesOf(ChromatogramWithPeaks()), "left-out-peaks 2;");
+    NetCDFBuilder packed;
+    packed.Dimension("point_number", 2);
+    for (const char* name :
+         {"netcdf_revision", "aia_template_revision", "dataset_completeness", "sample_name"}) {
+        packed.Attribute(name, Chars("x"));
+    }
+    packed.Variable("actual_run_time_length", {}, Floats({1}))
+        .Variable("actual_sampling_interval", {}, Floats({1}))
+        .Variable("actual_delay_time", {}, Floats({0}))
+        .Variable("ordinate_values", {"point_number"}, Shorts({1, 2}))
+        .Attribute("uniform_sampling_flag", Chars("Y"))
+        .Attribute("scale_factor", Floats({0.5F}));
+    EXPECT_EQ(notesOf(packed), "packed-values 2;");
+}
+
 TEST_F(AndiFileReaderTest, RealFilesAreAsTheIndependentReaderFoundThem) {
     SKIP_WITHOUT_SHARED_DATA();
     int read = 0;

@@ -183,3 +183,18 @@ TEST_F(BrooksideCompleteTest, XMLShortLinesCDATAAndNoMarkAreAccepted) {
     EXPECT_TRUE(read->HasNote("background-phases"));
     EXPECT_TRUE(read->HasNote("missing-attributes"));
 }
+
+TEST_F(BrooksideCompleteTest, XMLAttributesOfAnotherKindCostThemselves) {
+    const std::string odd =
+        "<Interval name='f_b' number='2' fromRow='two' toRow='2' duration=''>"
+        "<SumData name='A_P' statName='MAX' value='7'/>"
+        "<RecipeParameter name='p' value='high' valueLowerLimit='' valueUpperLimit='1' "
+        "useCurrentValueFlag='?'/></Interval>";
+    const auto read = ReadXML(Interval("f_a", "1", 1, 9) + odd, "Time\tRow\tA_P\n0\t1\t10\n0.5\t2\t11\n");
+    ASSERT_EQ(read->status, 0);
+    ASSERT_EQ(read->table.GetNumberOfRows(), 3) << "an interval without a first row has none";
+    EXPECT_EQ(read->Row(3), "W01|1|0.5|11");
+    EXPECT_TRUE(read->HasNote("missing-attributes"));
+    EXPECT_TRUE(read->HasNote("phase-values")) << "a statistic and a recipe parameter";
+    EXPECT_TRUE(read->HasNote("rows-not-there")) << "rows 3 to 9";
+}
