@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/Suggestion.h"
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "host/NvFile.h"
@@ -246,9 +247,15 @@ int FindNamedFormat(const FormatCatalogue& formats, const ReadWishes& wishes) {
     }
     const int format = formats.FindFormat(wishes.format);
     if (format == 0) {
+        std::vector<std::string> names;
+        for (int i = 1; i <= formats.SizeInfos(); ++i) {
+            names.emplace_back(formats.GetInfo(i)->formatName);
+        }
+        const std::string meant = FindSuggestion(wishes.format, names);
         throw Error({.code = ErrorCode::UnknownFormat,
                      .format = wishes.format,
-                     .text = "there is no format '" + wishes.format + "'"});
+                     .text = "there is no format '" + wishes.format + "'" +
+                             (meant.empty() ? "" : " (did you mean '" + meant + "'?)")});
     }
     return format;
 }

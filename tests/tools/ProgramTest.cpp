@@ -514,6 +514,10 @@ TEST_F(ProgramTest, AMistypedOptionIsGuessed) {
     EXPECT_EQ(Run("show --qqqqqq a.txt").err,
               "karta-import: there is no option --qqqqqq; karta-import show --help lists them\n");
     EXPECT_EQ(Run("show --colums 2 a.txt").status, 2);
+    EXPECT_EQ(
+        Run("show --format 'CVS File' a.txt").err,
+        "karta-import: there is no format 'CVS File' (did you mean 'CSV File'?); karta-import formats lists "
+        "them\n");
 }
 
 TEST_F(ProgramTest, HintsStandInPlaceOfRiddles) {
