@@ -43,7 +43,7 @@ public:
     void ColumnRun(int col, int firstRow, std::span<const float> values);
     void ColumnRun(int col, int firstRow, std::span<const double> values);
 
-    /** The characters in the file of the cell set last, where its value would be written with others. */
+    /** The characters in the file of a cell that is set, where its value would be written with others. */
     void Source(int col, int row, std::string_view source) {
         if (wide != nullptr) {
             wide->SetSource(col, row, source);
@@ -54,6 +54,9 @@ public:
     void EndRow(int row);
     /** Whether the cells of earlier rows may be set again. */
     bool KeepsRows() const { return wide == nullptr || wide->KeepsRows(); }
+
+    /** Whether long runs down a column are taken faster than runs along a row. */
+    bool PrefersColumns() const { return wide != nullptr && wide->KeepsRows() && wide->PrefersColumns(); }
 
     /** Whether types and runs arrive. */
     bool IsWide() const { return wide != nullptr; }

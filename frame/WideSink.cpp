@@ -6,4 +6,8 @@ bool WideSink::KeepsRows() const {
     return true;
 }
 
+bool WideSink::PrefersColumns() const {
+    return false;
+}
+
 void WideSink::EndRow(int /*row*/) {}

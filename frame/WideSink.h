@@ -37,8 +37,8 @@ public:
     virtual void SetColumnRun(int col, int firstRow, std::span<const double> values) = 0;
 
     /**
-     * The characters that the cell set last had in its file, where its value would be written with others:
-     * "1.50", "+5", "NA" for a missing one. For sinks that write texts; others may forget them.
+     * The characters that a cell, which is set already, had in its file, where its value would be written
+     * with others: "1.50", "+5", "NA" for a missing one. For sinks that write texts; others may forget them.
      */
     virtual void SetSource(int col, int row, std::string_view source);
 
@@ -50,4 +50,7 @@ public:
      * holds for all.
      */
     virtual bool KeepsRows() const;
+    /** Whether long runs down a column are taken faster than runs along a row; only for one that keeps rows.
+     */
+    virtual bool PrefersColumns() const;
 };

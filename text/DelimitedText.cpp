@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
+#include <span>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include "base/Ascii.h"
@@ -30,6 +33,26 @@ class TooManyRows : public karta::BudgetExceeded {
 public:
     TooManyRows() : karta::BudgetExceeded("the text has more rows than can be counted") {}
 };
+
+// What is read at once by a thread; the first pieces are small, for who wants the first rows only.
+constexpr std::size_t FirstPiece = std::size_t{1} << 15;
+constexpr std::size_t LargestPiece = std::size_t{1} << 18;
+// Pieces below this aren't worth looking for, for a while.
+constexpr std::size_t LeastPiece = std::size_t{1} << 14;
+constexpr std::size_t BetweenTries = std::size_t{1} << 17;
+// A piece keeps a number for each line and column.
+constexpr std::size_t MostPieceColumns = 10'000;
+// Where threads cost more than they bring, and how many bring the most.
+constexpr std::size_t LeastForThreads = std::size_t{1} << 21;
+constexpr unsigned int MostThreads = 8;
+
+unsigned int GetThreadCount(std::size_t bytes) {
+    return bytes < LeastForThreads ? 1 : std::clamp(std::thread::hardware_concurrency(), 1U, MostThreads);
+}
+
+bool IsPartOfNumbers(char delimiter) {
+    return IsDigit(delimiter) || delimiter == '.' || delimiter == '-' || delimiter == '+';
+}
 
 // "1 text, 2-5 number": columns of one type together.
 std::string ListTypes(const std::vector<ColumnType>& types) {
@@ -148,6 +171,8 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
         ExamineHead();
     }
     size = {};
+    nextQuote = 0;
+    context.shape = head.GetShape(types);
     textsBehind = unclosed = contradictions = zones = {};
     letGo = 0;
     ReadRecords(output);
@@ -159,54 +184,292 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
     AddNotes();
 }
 
+// Records one by one where they have to be, and in pieces on all cores where lines are records.
 void DelimitedText::ReadRecords(CellOutput& output) {
     RecordScanner scanner = MakeScanner();
-    while (true) {
-        if (size.rows == std::numeric_limits<int>::max()) {
-            throw TooManyRows();
+    std::optional<PieceReaders> readers;
+    std::size_t oneByOneUntil = 0;
+    bool hasMore = true;
+    while (hasMore) {
+        if (scanner.GetEnd() >= oneByOneUntil && MayPart(scanner)) {
+            if (!readers) {
+                readers.emplace(GetLineRules(), GetThreadCount(text.size()));
+            }
+            const std::size_t begin = scanner.GetEnd();
+            ReadPieces(*readers, scanner, output);
+            const std::size_t done = scanner.GetEnd() - begin;
+            // Where quotes stand in many lines, looking for lines without them would be in vain.
+            oneByOneUntil = done < LeastPiece ? scanner.GetEnd() + BetweenTries : 0;
         }
-        if (const auto line = scanner.NextLine()) {
-            BeginRecord(scanner);
-            EndRecord(scanner, output, PutLine(scanner, *line, output));
-        } else if (scanner.Next()) {
-            BeginRecord(scanner);
-            NoteFaults(scanner);
-            EndRecord(scanner, output, PutRecord(scanner, output));
-        } else {
-            break;
-        }
+        hasMore = ReadRecord(scanner, output);
     }
 }
 
-void DelimitedText::BeginRecord(const RecordScanner& scanner) {
-    if (isStreaming || size.rows % RowsBetweenLooks == 0) {
+bool DelimitedText::ReadRecord(RecordScanner& scanner, CellOutput& output) {
+    if (const auto line = scanner.NextLine()) {
+        BeginRecord(scanner.GetStart());
+        EndRecord(output, PutLine(*line, output));
+    } else if (scanner.Next()) {
+        BeginRecord(scanner.GetStart());
+        NoteFaults(scanner);
+        EndRecord(output, PutRecord(scanner, output));
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// Whether lines are read in pieces: below the heads, where one byte parts the fields that no number has.
+bool DelimitedText::MayPart(const RecordScanner& scanner) const {
+    if (dialect.delimiter.size() != 1 || dialect.mergeRuns || scanner.GetEnd() >= text.size() ||
+        head.usualWidth == 0 || head.usualWidth > MostPieceColumns) {
+        return false;
+    }
+    const int lastHead = std::max({head.nameRow, head.unitRow, head.firstDataRow - 1});
+    return size.rows >= lastHead && !IsPartOfNumbers(dialect.delimiter.front()) &&
+           dialect.delimiter.front() != '#';
+}
+
+LineRules DelimitedText::GetLineRules() const {
+    LineRules rules{dialect, types, options.dateOrder, !source.NeedsConversion(), text.data() + text.size()};
+    rules.types.resize(head.usualWidth);
+    return rules;
+}
+
+// Whole lines without a quote from here on, about so many bytes; none where a quote is in the first one.
+std::string_view DelimitedText::CutPiece(std::size_t place, std::size_t pieceSize) {
+    const std::size_t end = text.size() - place > pieceSize ? place + pieceSize : text.size();
+    if (nextQuote < place) {
+        nextQuote = place;
+    }
+    if (nextQuote < end && text[nextQuote] != dialect.quote) {
+        nextQuote = std::min(text.substr(0, end).find(dialect.quote, nextQuote), end);
+    }
+    const std::size_t limit = std::min(nextQuote, end);
+    if (limit == text.size()) {
+        return text.substr(place);
+    }
+    const std::size_t feed = limit == place ? std::string_view::npos : text.rfind('\n', limit - 1);
+    return feed == std::string_view::npos || feed < place ? std::string_view()
+                                                          : text.substr(place, feed + 1 - place);
+}
+
+// As far as lines without quotes go from where the scanner is, which then stands behind them.
+void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, CellOutput& output) {
+    std::size_t place = scanner.GetEnd();
+    std::size_t pieceSize = FirstPiece;
+    bool hasMore = true;
+    while (hasMore || !readers.IsEmpty()) {
+        while (hasMore && !readers.IsFull()) {
+            const std::string_view lines = CutPiece(place, pieceSize);
+            hasMore = !lines.empty();
+            if (hasMore) {
+                readers.Give(lines);
+                place += lines.size();
+                pieceSize = std::min(2 * pieceSize, LargestPiece);
+            }
+        }
+        if (!readers.IsEmpty()) {
+            PutPiece(readers.Take(), scanner, output);
+        }
+    }
+    scanner.Seek(place);
+}
+
+void DelimitedText::PutPiece(const LinePiece& piece, RecordScanner& scanner, CellOutput& output) {
+    const auto start = static_cast<std::size_t>(piece.GetLines().data() - text.data());
+    TellProgress(start);
+    if (isStreaming) {
+        LetGoBefore(start);
+    }
+    if (!piece.IsParted()) {
+        for (scanner.Seek(start); scanner.GetEnd() < start + piece.GetLines().size();) {
+            ReadRecord(scanner, output);
+        }
+        return;
+    }
+    othersPut.assign(piece.GetColumns().size(), 0);
+    if (types.size() < piece.GetColumns().size()) {
+        types.resize(piece.GetColumns().size());
+    }
+    size.cols = std::max(size.cols, piece.GetRowCount() > piece.GetOddLines().size()
+                                        ? static_cast<int>(piece.GetColumns().size())
+                                        : 0);
+    isHead = isRemark = false;
+    votes.clear();
+    std::uint32_t row = 0;
+    for (const LinePiece::OddLine& odd : piece.GetOddLines()) {
+        PutRows(piece, row, odd.row, output);
+        BeginRecord(static_cast<std::size_t>(odd.line.data() - text.data()));
+        EndRecord(output, PutLine(odd.line, output));
+        isHead = isRemark = false;
+        votes.clear();
+        row = odd.row + 1;
+    }
+    PutRows(piece, row, piece.GetRowCount(), output);
+}
+
+// Rows of a piece, from one to before the other, which then are the last ones of the table.
+void DelimitedText::PutRows(const LinePiece& piece, std::uint32_t first, std::uint32_t last,
+                            CellOutput& output) {
+    if (last - first > static_cast<std::uint32_t>(std::numeric_limits<int>::max() - size.rows)) {
+        throw TooManyRows();
+    }
+    if (output.PrefersColumns()) {
+        for (std::size_t col = 0; col < piece.GetColumns().size(); ++col) {
+            PutColumn(piece, col, first, last, output);
+        }
+        size.rows += static_cast<int>(last - first);
+    } else {
+        for (std::uint32_t row = first; row < last; ++row) {
+            ++size.rows;
+            PutRow(piece, row, output);
+            if (isStreaming) {
+                context.ThrowIfStopped();
+                output.EndRow(size.rows);
+            }
+        }
+    }
+    Contradict();
+}
+
+void DelimitedText::PutColumn(const LinePiece& piece, std::size_t col, std::uint32_t first,
+                              std::uint32_t last, CellOutput& output) {
+    const LinePiece::Column& column = piece.GetColumns()[col];
+    const int place = static_cast<int>(col) + 1;
+    const auto rowOf = [&](std::uint32_t row) { return size.rows + 1 + static_cast<int>(row - first); };
+    const bool hasNumbers = types[col].kind == ColumnType::Number;
+    std::uint32_t begin = first;
+    const auto putRun = [&](std::uint32_t end) {
+        if (hasNumbers && end > begin) {
+            output.ColumnRun(place, rowOf(begin), std::span(column.numbers).subspan(begin, end - begin));
+        }
+    };
+    const std::size_t firstOther = othersPut[col];
+    std::size_t at = firstOther;
+    for (; at < column.others.size() && column.others[at].row < last; ++at) {
+        const LinePiece::Other& other = column.others[at];
+        if (other.kind != LinePiece::Other::Source) {
+            putRun(other.row);
+            PutOther(piece, other, output, place, rowOf(other.row));
+            begin = other.row + 1;
+        }
+    }
+    putRun(last);
+    for (std::size_t i = firstOther; i < at && hasNumbers; ++i) {
+        if (column.others[i].kind == LinePiece::Other::Source) {
+            output.Source(place, rowOf(column.others[i].row), column.others[i].text);
+        }
+    }
+    othersPut[col] = at;
+}
+
+void DelimitedText::PutRow(const LinePiece& piece, std::uint32_t row, CellOutput& output) {
+    const std::vector<LinePiece::Column>& columns = piece.GetColumns();
+    rowNumbers.clear();
+    sourcesOfRow.clear();
+    const auto putRun = [&](std::size_t end) {
+        if (!rowNumbers.empty()) {
+            output.RowRun(static_cast<int>(end - rowNumbers.size()) + 1, size.rows, rowNumbers);
+            rowNumbers.clear();
+        }
+    };
+    for (std::size_t col = 0; col < columns.size(); ++col) {
+        const LinePiece::Column& column = columns[col];
+        std::size_t& at = othersPut[col];
+        if (at == column.others.size() || column.others[at].row != row) {
+            rowNumbers.push_back(column.numbers[row]);
+            continue;
+        }
+        const LinePiece::Other& other = column.others[at++];
+        if (other.kind == LinePiece::Other::Source) {
+            rowNumbers.push_back(column.numbers[row]);
+            sourcesOfRow.push_back({static_cast<int>(col) + 1, other.text});
+        } else {
+            putRun(col);
+            PutOther(piece, other, output, static_cast<int>(col) + 1, size.rows);
+        }
+    }
+    putRun(columns.size());
+    for (const auto& [col, text] : sourcesOfRow) {
+        output.Source(col, size.rows, text);
+    }
+}
+
+void DelimitedText::PutOther(const LinePiece& piece, const LinePiece::Other& other, CellOutput& output,
+                             int col, int row) {
+    switch (other.kind) {
+        case LinePiece::Other::Missing:
+            output.Missing(col, row);
+            break;
+        case LinePiece::Other::Text:
+            PutText(other.text, output, col, row);
+            break;
+        case LinePiece::Other::Value:
+        case LinePiece::Other::Unlooked:
+            recordStart = static_cast<std::size_t>(other.text.data() - text.data());
+            if (other.kind == LinePiece::Other::Value) {
+                PutLooked(piece.GetForm(other), other.text, output, col, row);
+            } else {
+                PutValue(source.ToUtf8(other.text, utf8), output, col, row);
+            }
+            break;
+        case LinePiece::Other::Source:
+            break;
+    }
+}
+
+void DelimitedText::TellProgress(std::size_t place) const {
+    context.ThrowIfStopped();
+    if (context.progress) {
+        context.progress(static_cast<double>(place) / static_cast<double>(text.size()));
+    }
+}
+
+// A text that streams is behind the reading up to here.
+void DelimitedText::LetGoBefore(std::size_t place) {
+    if (place >= letGo + BytesToLetGo) {
+        letGo = place;
+        source.LetGo(letGo);
+    }
+}
+
+void DelimitedText::BeginRecord(std::size_t start) {
+    if (size.rows == std::numeric_limits<int>::max()) {
+        throw TooManyRows();
+    }
+    if (size.rows % RowsBetweenLooks == 0) {
+        TellProgress(start);
+    } else if (isStreaming) {
         context.ThrowIfStopped();
     }
-    if (size.rows % RowsBetweenLooks == 0 && context.progress) {
-        context.progress(static_cast<double>(scanner.GetStart()) / static_cast<double>(text.size()));
-    }
     ++size.rows;
-    isRemark = text[scanner.GetStart()] == '#';
+    recordStart = start;
+    isRemark = text[start] == '#';
     isHead = head.IsHead(size.rows);
     votes.clear();
 }
 
-void DelimitedText::EndRecord(const RecordScanner& scanner, CellOutput& output, int width) {
+void DelimitedText::EndRecord(CellOutput& output, int width) {
     size.cols = std::max(size.cols, width);
-    if (!votes.empty() && head.Votes(size.rows, static_cast<std::size_t>(width), isRemark)) {
-        contradictions.first = contradictions.count == 0 ? scanner.GetStart() : contradictions.first;
-        contradictions.count += votes.size();
-        for (const Vote& vote : votes) {
-            evidence.Vote(static_cast<std::size_t>(vote.col) - 1, vote.bits);
-        }
+    if (head.Votes(size.rows, static_cast<std::size_t>(width), isRemark)) {
+        Contradict();
     }
     if (isStreaming) {
         output.EndRow(size.rows);
-        if (scanner.GetStart() >= letGo + BytesToLetGo) {
-            letGo = scanner.GetStart();
-            source.LetGo(letGo);
-        }
+        LetGoBefore(recordStart);
     }
+}
+
+// What the votes at hand say against the types.
+void DelimitedText::Contradict() {
+    for (const Vote& vote : votes) {
+        contradictions.first =
+            contradictions.count == 0 ? vote.start : std::min(contradictions.first, vote.start);
+        ++contradictions.count;
+        evidence.Vote(static_cast<std::size_t>(vote.col) - 1, vote.bits);
+    }
+    votes.clear();
 }
 
 int DelimitedText::PutRecord(const RecordScanner& scanner, CellOutput& output) {
@@ -222,13 +485,11 @@ int DelimitedText::PutRecord(const RecordScanner& scanner, CellOutput& output) {
 }
 
 // A record without quotes: divided, looked at and handed out in one pass.
-int DelimitedText::PutLine(const RecordScanner& scanner, std::string_view line, CellOutput& output) {
+int DelimitedText::PutLine(std::string_view line, CellOutput& output) {
     const char delimiter = dialect.delimiter.front();
     const char* at = line.data();
     const char* const end = at + line.size();
-    const bool isPartOfNumbers =
-        IsDigit(delimiter) || delimiter == '.' || delimiter == '-' || delimiter == '+';
-    const bool mayHoldNumbers = !isHead && !isRemark && !isPartOfNumbers;
+    const bool mayHoldNumbers = !isHead && !isRemark && !IsPartOfNumbers(delimiter);
     for (int col = 1;; ++col) {
         if (types.size() < static_cast<std::size_t>(col)) {
             types.resize(static_cast<std::size_t>(col));
@@ -237,10 +498,12 @@ int DelimitedText::PutLine(const RecordScanner& scanner, std::string_view line, 
         if (!(kind == ColumnType::Number && mayHoldNumbers && PutPlainNumber(at, end, output, col))) {
             const char* const fieldEnd = FindByte(at, end, delimiter);
             const std::string_view value(at, static_cast<std::size_t>(fieldEnd - at));
-            if (kind == ColumnType::Text && !value.empty()) {
+            if (value.empty()) {
+                output.Missing(col, size.rows);
+            } else if (kind == ColumnType::Text) {
                 PutText(value, output, col, size.rows);
             } else {
-                PutField(scanner, {value, {}, false, false}, output, col, size.rows);
+                PutValue(source.ToUtf8(value, utf8), output, col, size.rows);
             }
             at = fieldEnd;
         }
@@ -255,7 +518,7 @@ int DelimitedText::PutLine(const RecordScanner& scanner, std::string_view line, 
 // A field of a column of numbers that is one, as most are. False, without a step, for any other.
 bool DelimitedText::PutPlainNumber(const char*& at, const char* end, CellOutput& output, int col) {
     const ColumnType& type = types[static_cast<std::size_t>(col) - 1];
-    const PlainNumber plain({at, static_cast<std::size_t>(end - at)});
+    const PlainNumber plain({at, static_cast<std::size_t>(end - at)}, text.data() + text.size());
     const char* const behind = plain.GetEnd();
     if (!plain.IsThere() || (behind != end && *behind != dialect.delimiter.front())) {
         return false;
@@ -280,31 +543,38 @@ void DelimitedText::PutText(std::string_view value, CellOutput& output, int col,
 // One cell. A field without a character is missing, unless quotes say that it is the empty text.
 void DelimitedText::PutField(const RecordScanner& scanner, const TextField& field, CellOutput& output,
                              int col, int row) {
-    const ColumnType& type = types[static_cast<std::size_t>(col) - 1];
-    if (field.text.empty() && field.behind.empty()) {
-        if (field.isQuoted) {
-            output.Text(col, row, {});
-        } else {
-            output.Missing(col, row);
-        }
-        return;
+    if (!field.text.empty() || !field.behind.empty()) {
+        PutValue(source.ToUtf8(scanner.GetText(field, storage), utf8), output, col, row);
+    } else if (field.isQuoted) {
+        output.Text(col, row, {});
+    } else {
+        output.Missing(col, row);
     }
-    const std::string_view value = source.ToUtf8(scanner.GetText(field, storage), utf8);
+}
+
+// A cell's characters, in UTF-8.
+void DelimitedText::PutValue(std::string_view value, CellOutput& output, int col, int row) {
     const bool isAxis =
         isHead && row == head.nameRow && head.firstAxisColumn > 0 && col >= head.firstAxisColumn;
-    if (type.kind == ColumnType::Text || isRemark || (isHead && !isAxis)) {
+    if (types[static_cast<std::size_t>(col) - 1].kind == ColumnType::Text || isRemark ||
+        (isHead && !isAxis)) {
         output.Text(col, row, value);
-        return;
+    } else {
+        PutLooked(GetFieldForm(value, options.dateOrder), value, output, col, row);
     }
-    const FieldForm form = GetFieldForm(value, options.dateOrder);
-    if ((form.bits & ~type.accepted) != 0) {
-        votes.push_back({col, form.bits});
+}
+
+void DelimitedText::PutLooked(const FieldForm& form, std::string_view value, CellOutput& output, int col,
+                              int row) {
+    if ((form.bits & ~types[static_cast<std::size_t>(col) - 1].accepted) != 0) {
+        votes.push_back({col, form.bits, recordStart});
         output.Text(col, row, value);
         return;
     }
     PutForm(form, value, output, col, row);
     if ((form.bits & FieldForm::WithZone) != 0) {
-        zones.first = zones.count++ == 0 ? scanner.GetStart() : zones.first;
+        zones.first = zones.count == 0 ? recordStart : std::min(zones.first, recordStart);
+        ++zones.count;
     }
 }
 
@@ -384,7 +654,8 @@ void DelimitedText::ConvertColumns(const std::vector<std::size_t>& columns, Cell
             context.ThrowIfStopped();
         }
         const auto fields = scanner.GetFields();
-        isRemark = text[scanner.GetStart()] == '#';
+        recordStart = scanner.GetStart();
+        isRemark = text[recordStart] == '#';
         isHead = head.IsHead(row);
         votes.clear();
         for (const std::size_t col : columns) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/ReadContext.h"
@@ -11,6 +12,8 @@
 #include "frame/FileContents.h"
 #include "text/ColumnTypes.h"
 #include "text/DelimitedOptions.h"
+#include "text/LinePiece.h"
+#include "text/PieceReaders.h"
 #include "text/RecordScanner.h"
 #include "text/TextDialect.h"
 #include "text/TextHead.h"
@@ -49,12 +52,29 @@ private:
     RecordScanner MakeScanner() const;
 
     void ReadRecords(CellOutput& output);
-    void BeginRecord(const RecordScanner& scanner);
-    void EndRecord(const RecordScanner& scanner, CellOutput& output, int width);
+    bool ReadRecord(RecordScanner& scanner, CellOutput& output);
+    bool MayPart(const RecordScanner& scanner) const;
+    LineRules GetLineRules() const;
+    std::string_view CutPiece(std::size_t place, std::size_t size);
+    void ReadPieces(PieceReaders& readers, RecordScanner& scanner, CellOutput& output);
+    void PutPiece(const LinePiece& piece, RecordScanner& scanner, CellOutput& output);
+    void PutRows(const LinePiece& piece, std::uint32_t first, std::uint32_t last, CellOutput& output);
+    void PutOther(const LinePiece& piece, const LinePiece::Other& other, CellOutput& output, int col,
+                  int row);
+    void PutColumn(const LinePiece& piece, std::size_t col, std::uint32_t first, std::uint32_t last,
+                   CellOutput& output);
+    void PutRow(const LinePiece& piece, std::uint32_t row, CellOutput& output);
+    void TellProgress(std::size_t place) const;
+    void LetGoBefore(std::size_t place);
+    void BeginRecord(std::size_t start);
+    void EndRecord(CellOutput& output, int width);
+    void Contradict();
     int PutRecord(const RecordScanner& scanner, CellOutput& output);
-    int PutLine(const RecordScanner& scanner, std::string_view line, CellOutput& output);
+    int PutLine(std::string_view line, CellOutput& output);
     bool PutPlainNumber(const char*& at, const char* end, CellOutput& output, int col);
     void PutField(const RecordScanner& scanner, const TextField& field, CellOutput& output, int col, int row);
+    void PutValue(std::string_view value, CellOutput& output, int col, int row);
+    void PutLooked(const FieldForm& form, std::string_view value, CellOutput& output, int col, int row);
     void PutText(std::string_view value, CellOutput& output, int col, int row);
     void PutForm(const FieldForm& form, std::string_view text, CellOutput& output, int col, int row);
     void PutNumber(const FieldForm& form, std::string_view text, CellOutput& output, int col, int row);
@@ -77,15 +97,23 @@ private:
     Size size;
 
     // Of the record at hand.
+    std::size_t recordStart = 0;
     bool isHead = false;
     bool isRemark = false;
     struct Vote {
         int col;
         std::uint32_t bits;
+        std::size_t start;  // of the record or field
     };
     std::vector<Vote> votes;  // of fields that aren't of their columns' types
     bool isStreaming = false;
     std::size_t letGo = 0;  // of a text that streams: what is behind the reading
+    // Of the pieces: the next quote, as far as it was looked for; how far the columns' others were handed
+    // out.
+    std::size_t nextQuote = 0;
+    std::vector<std::size_t> othersPut;
+    std::vector<double> rowNumbers;
+    std::vector<std::pair<int, std::string_view>> sourcesOfRow;
     std::string storage;
     std::string utf8;
 

@@ -50,6 +50,9 @@ public:
      */
     std::optional<std::string_view> NextLine();
 
+    /** Goes on from here, behind where it was: the beginning of a record. */
+    void Seek(std::size_t place) { next = place; }
+
     /** Of the record that Next took. */
     std::span<const TextField> GetFields() const { return fields; }
     /** Where the record began, and where the next one does. */

@@ -6,8 +6,8 @@
 struct TextDialect {
     std::string delimiter; /**< of any length; empty: a record is one field */
     char quote = '"';
-    char escape = '\0';     /**< takes the meaning off the character behind it, in quotes; NUL: none */
-    bool mergeRuns = false; /**< a run of delimiters counts as one, and none as one at a record's ends */
+    char escape = '\0';      /**< takes the meaning off the character behind it, in quotes; NUL: none */
+    bool mergeRuns = false;  /**< a run of delimiters counts as one, and none as one at a record's ends */
     bool skipsBlank = false; /**< one blank behind a delimiter belongs to it */
 
     bool operator==(const TextDialect& other) const = default;

@@ -387,3 +387,144 @@ TEST_F(DelimitedTextTest, BrokenQuotesCostNoMoreThanTheirBytes) {
         EXPECT_EQ(read->status, 0) << line;
     }
 }
+
+namespace {
+
+/** A table that takes runs down its columns, as tables in columns do. */
+class ColumnTable : public TableData {
+public:
+    bool PrefersColumns() const override { return true; }
+    void SetColumnRun(int col, int firstRow, std::span<const double> values) override {
+        longestRun = std::max(longestRun, values.size());
+        TableData::SetColumnRun(col, firstRow, values);
+    }
+    std::size_t longestRun = 0;
+};
+
+/** Rows of all kinds, enough of them for several threads: the parameter tells how odd they are. */
+std::string MakeManyRows(int rows, int oddEvery) {
+    std::string text = "id\tx\tname\twhen\tcode\n";
+    for (int i = 1; i <= rows; ++i) {
+        const std::string number = std::to_string(i);
+        text += number + "\t" + std::to_string(i % 97) + "." + std::to_string(100 + i % 900) + "\tname " +
+                (i % 3 == 0 ? "" : number) + "\t2024-01-" + std::to_string(10 + i % 19) + "\t" +
+                (i % 7 == 0    ? "NA"
+                 : i % 11 == 0 ? ""
+                               : "+" + number) +
+                "\n";
+        if (i % oddEvery == 0) {
+            switch (i / oddEvery % 6) {
+                case 0:
+                    text += "# remark\n";
+                    break;
+                case 1:
+                    text += "1\t2\n";
+                    break;
+                case 2:
+                    text += "1\t2\t\"a\tb\nc\"\t2024-01-01\t5\n";
+                    break;
+                case 3:
+                    text += "\n";
+                    break;
+                case 4:
+                    text += "1\t2.5\tx\t2024-01-01\t5\r6\t7\ty\t2024-01-02\t8\r\n";
+                    break;
+                default:
+                    text += "1\t2\t3\t2024-02-02\t5\t6\n";
+                    break;
+            }
+        }
+    }
+    return text;
+}
+
+}  // namespace
+
+// The same cells come of lines read one by one, in pieces on several threads, along rows and down columns.
+TEST_F(DelimitedTextTest, PiecesHaveTheCellsOfTheirLines) {
+    for (const int oddEvery : {7, 1000, 30'011, 10'000'000}) {
+        const std::string many = MakeManyRows(90'000, oddEvery);
+        ASSERT_GT(many.size(), std::size_t{3} << 20);
+        // Two bytes that part the fields are never read in pieces.
+        std::string slow;
+        for (const char c : many) {
+            slow.append(c == '\t' ? 2 : 1, c);
+        }
+        const auto inRows = Read(many, TestOptions({{"Delimiter", "\t"}}));
+        const auto oneByOne = Read(slow, TestOptions({{"Delimiter", "\t\t"}}));
+        EXPECT_EQ(inRows->FactOf("types"), oneByOne->FactOf("types"));
+
+        const std::unique_ptr<SpreadsheetFile> reader(NewReader("Text File"));
+        auto context = std::make_shared<karta::ReadContext>();
+        context->reading = karta::Reading::Complete;
+        dynamic_cast<FormatReader&>(*reader).SetContext(context);
+        ASSERT_EQ(reader->Open(true, folder.Write("table.txt", many).c_str(), nullptr), 0);
+        ColumnTable inColumns;
+        ASSERT_EQ(reader->Read(&inColumns), 0);
+
+        ASSERT_EQ(inRows->table.GetNumberOfRows(), oneByOne->table.GetNumberOfRows());
+        ASSERT_EQ(inColumns.GetNumberOfRows(), oneByOne->table.GetNumberOfRows());
+        ASSERT_EQ(inColumns.GetNumberOfColumns(), oneByOne->table.GetNumberOfColumns());
+        int differences = 0;
+        for (int row = 1; row <= oneByOne->table.GetNumberOfRows(); ++row) {
+            for (int col = 1; col <= oneByOne->table.GetNumberOfColumns(); ++col) {
+                const std::string wanted = oneByOne->At(col, row);
+                const auto kind = oneByOne->table.GetKind(col, row);
+                // A quoted field of the other text has a doubled delimiter in it.
+                const bool isOther = wanted.find("\t\t") != std::string::npos;
+                differences +=
+                    !isOther &&
+                            (inRows->At(col, row) != wanted || inColumns.GetString(col, row) != wanted ||
+                             inRows->table.GetKind(col, row) != kind || inColumns.GetKind(col, row) != kind)
+                        ? 1
+                        : 0;
+            }
+        }
+        EXPECT_EQ(differences, 0) << oddEvery;
+        if (oddEvery > 1'000'000) {
+            EXPECT_GT(inColumns.longestRun, 3000U);
+        }
+    }
+}
+
+TEST_F(DelimitedTextTest, ContradictionsInPiecesAreCountedAndPlaced) {
+    const std::string bytes = "a;b\n" + Repeat("1.5;2024-01-01T10:00:00Z\n", 150'000) + "word;x\n" +
+                              Repeat("2.5;2024-01-01T10:00:00Z\n", 10) + "other;\n";
+    const std::unique_ptr<SpreadsheetFile> reader(NewReader("Text File"));
+    auto context = std::make_shared<karta::ReadContext>();
+    context->reading = karta::Reading::Complete;
+    dynamic_cast<FormatReader&>(*reader).SetContext(context);
+    ASSERT_EQ(reader->Open(true, folder.Write("table.txt", bytes).c_str(), nullptr), 0);
+    StreamingTable table;
+    ASSERT_EQ(reader->Read(&table), 0);
+    EXPECT_EQ(table.rowsEnded, 150'013);
+    ASSERT_EQ(context->notes.GetAll().size(), 2U);
+    EXPECT_EQ(context->notes.GetAll()[0].code, "late-texts");
+    EXPECT_EQ(context->notes.GetAll()[0].count, 3U);
+    EXPECT_EQ(context->notes.GetAll()[0].place, "line 150002");
+    EXPECT_EQ(context->notes.GetAll()[1].code, "time-zones");
+    EXPECT_EQ(context->notes.GetAll()[1].count, 150'010U);
+    EXPECT_EQ(context->notes.GetAll()[1].place, "line 2");
+}
+
+// All lengths of digits, at all places of a line, as the C library reads them.
+TEST_F(DelimitedTextTest, PlainNumbersOfAllLengths) {
+    std::string text = "x,y\n";
+    std::vector<std::string> numbers;
+    for (int whole = 1; whole <= 17; ++whole) {
+        for (int fraction = 0; fraction <= 17; ++fraction) {
+            const std::string digits = "73910284655192837";
+            numbers.push_back(
+                (whole % 3 == 0 ? "-" : "") + digits.substr(0, static_cast<std::size_t>(whole)) +
+                (fraction == 0 ? ".5" : "." + digits.substr(0, static_cast<std::size_t>(fraction))));
+            text += numbers.back() + "," + numbers.back() + "\n";
+        }
+    }
+    const auto read = Read(text);
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        const int row = static_cast<int>(i) + 2;
+        EXPECT_EQ(read->table.GetFloatValue(1, row), std::strtod(numbers[i].c_str(), nullptr)) << numbers[i];
+        EXPECT_EQ(read->table.GetFloatValue(2, row), std::strtod(numbers[i].c_str(), nullptr)) << numbers[i];
+        EXPECT_EQ(read->At(1, row), numbers[i]);
+    }
+}

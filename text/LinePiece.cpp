@@ -1,0 +1,121 @@
+#include "text/LinePiece.h"
+
+#include <cstring>
+
+#include "base/ByteScan.h"
+#include "text/PlainNumber.h"
+#include "text/TextEncoding.h"
+
+void LinePiece::Clear(std::string_view lines, const LineRules& rules) {
+    text = lines;
+    rows = 0;
+    isParted = true;
+    forms.clear();
+    oddLines.clear();
+    columns.resize(rules.types.size());
+    const std::size_t count = CountByte(lines.data(), lines.data() + lines.size(), '\n') + 1;
+    for (std::size_t col = 0; col < columns.size(); ++col) {
+        columns[col].others.clear();
+        if (rules.types[col].kind == ColumnType::Number && columns[col].numbers.size() < count) {
+            columns[col].numbers.resize(count);
+        }
+    }
+}
+
+void LinePiece::Read(std::string_view lines, const LineRules& rules) {
+    Clear(lines, rules);
+    const char* at = lines.data();
+    const char* const end = at + lines.size();
+    while (at != end) {
+        const auto* const feed =
+            static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at)));
+        const char* const behind = feed == nullptr ? end : feed + 1;
+        const char* lineEnd = feed == nullptr ? end : feed;
+        if (lineEnd != at && lineEnd[-1] == '\r') {
+            --lineEnd;
+        }
+        if (std::memchr(at, '\r', static_cast<std::size_t>(lineEnd - at)) != nullptr) {
+            isParted = false;
+            return;
+        }
+        if (at == lineEnd || *at == '#' || !ReadLine(at, lineEnd, rules)) {
+            oddLines.push_back({rows, {at, static_cast<std::size_t>(lineEnd - at)}});
+        }
+        ++rows;
+        at = behind;
+    }
+}
+
+// False, with nothing of it kept, for a line that has another number of fields.
+bool LinePiece::ReadLine(const char* at, const char* end, const LineRules& rules) {
+    const char delimiter = rules.dialect.delimiter.front();
+    const std::size_t width = columns.size();
+    for (std::size_t col = 0;; ++col) {
+        if (col == width) {
+            DropRow();
+            return false;
+        }
+        const ColumnType::Kind kind = rules.types[col].kind;
+        const char* behind = kind == ColumnType::Number ? ReadNumber(at, end, rules, col) : nullptr;
+        if (behind == nullptr) {
+            behind = FindByte(at, end, delimiter);
+            const std::string_view value(at, static_cast<std::size_t>(behind - at));
+            if (value.empty()) {
+                AddOther(col, Other::Missing, value);
+            } else if (kind == ColumnType::Text) {
+                AddOther(col, Other::Text, value);
+            } else {
+                AddValue(col, value, rules);
+            }
+        }
+        if (behind == end) {
+            if (col + 1 != width) {
+                DropRow();
+            }
+            return col + 1 == width;
+        }
+        at = behind + 1;
+        at += rules.dialect.skipsBlank && at != end && *at == ' ' ? 1 : 0;
+    }
+}
+
+// A field of a column of numbers that is one, as most are: what is behind it, else null.
+const char* LinePiece::ReadNumber(const char* at, const char* end, const LineRules& rules, std::size_t col) {
+    const ColumnType& type = rules.types[col];
+    const PlainNumber plain({at, static_cast<std::size_t>(end - at)}, rules.textEnd);
+    const char* const behind = plain.GetEnd();
+    if (!plain.IsThere() || (behind != end && *behind != rules.dialect.delimiter.front())) {
+        return nullptr;
+    }
+    const FieldForm form = plain.GetForm();
+    if (!form.hasNumber || (form.bits & ~type.accepted) != 0 ||
+        (type.decimalMark != '.' && form.bits != FieldForm::Integer)) {
+        return nullptr;
+    }
+    columns[col].numbers[rows] = form.number;
+    if (!form.isCanonical) {
+        AddOther(col, Other::Source, {at, static_cast<std::size_t>(behind - at)});
+    }
+    return behind;
+}
+
+void LinePiece::AddOther(std::size_t col, Other::Kind kind, std::string_view value, std::uint32_t form) {
+    columns[col].others.push_back({rows, form, kind, value});
+}
+
+void LinePiece::AddValue(std::size_t col, std::string_view value, const LineRules& rules) {
+    if (!rules.isUtf8 && (HasHighBytes(value) || value.find('\0') != std::string_view::npos)) {
+        AddOther(col, Other::Unlooked, value);
+        return;
+    }
+    AddOther(col, Other::Value, value, static_cast<std::uint32_t>(forms.size()));
+    forms.push_back(GetFieldForm(value, rules.dateOrder));
+}
+
+void LinePiece::DropRow() {
+    for (Column& column : columns) {
+        if (!column.others.empty() && column.others.back().row == rows) {
+            column.others.pop_back();
+        }
+    }
+}

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "text/ColumnTypes.h"
+#include "text/DelimitedOptions.h"
+#include "text/FieldForm.h"
+#include "text/TextDialect.h"
+
+/** What the lines of a text are read by; the same for all pieces of it. */
+struct LineRules {
+    TextDialect dialect;           /**< of one byte, whose runs don't count as one */
+    std::vector<ColumnType> types; /**< of the columns of most lines */
+    DateOrder dateOrder = DateOrder::None;
+    bool isUtf8 = false;           /**< all bytes are known to be */
+    const char* textEnd = nullptr; /**< behind the whole text */
+};
+
+/**
+ * Some lines of delimited text without quotes, divided and converted, in columns: the part of reading that
+ * needs nothing but the lines, so that any thread can do it. Lines of another width than most have, and
+ * remarks, are only found.
+ */
+class LinePiece {
+public:
+    /** A cell that isn't just a number, or a number that would be written with other characters. */
+    struct Other {
+        enum Kind : std::uint8_t {
+            Text,
+            Missing,
+            Value,    /**< has a form */
+            Unlooked, /**< its bytes may have to be converted first */
+            Source    /**< the number's characters */
+        };
+        std::uint32_t row;   // from 0
+        std::uint32_t form;  // its place among the forms
+        Kind kind;
+        std::string_view text;
+    };
+    struct Column {
+        std::vector<double> numbers;  // one a row where the column is numbers; 0 at others
+        std::vector<Other> others;    // by rows
+    };
+    /** A line that isn't in the columns. */
+    struct OddLine {
+        std::uint32_t row;
+        std::string_view line;
+    };
+
+    /** Whole lines, each with its line feed but for the text's last one. */
+    void Read(std::string_view lines, const LineRules& rules);
+
+    std::string_view GetLines() const { return text; }
+    /** False where carriage returns part lines as well: then nothing else here holds. */
+    bool IsParted() const { return isParted; }
+    std::uint32_t GetRowCount() const { return rows; }
+    const std::vector<Column>& GetColumns() const { return columns; }
+    const FieldForm& GetForm(const Other& other) const { return forms[other.form]; }
+    const std::vector<OddLine>& GetOddLines() const { return oddLines; }
+
+private:
+    void Clear(std::string_view lines, const LineRules& rules);
+    bool ReadLine(const char* at, const char* end, const LineRules& rules);
+    const char* ReadNumber(const char* at, const char* end, const LineRules& rules, std::size_t col);
+    void AddOther(std::size_t col, Other::Kind kind, std::string_view value, std::uint32_t form = 0);
+    void AddValue(std::size_t col, std::string_view value, const LineRules& rules);
+    void DropRow();
+
+    std::string_view text;
+    std::uint32_t rows = 0;
+    bool isParted = true;
+    std::vector<Column> columns;
+    std::vector<FieldForm> forms;
+    std::vector<OddLine> oddLines;
+};
