@@ -18,6 +18,7 @@ struct TableShape {
     int firstDataRow = 1;          /**< rows above are heads */
     std::vector<int> labelColumns; /**< names, dates and the like, in front of the numbers */
     int firstBlockColumn = 0;      /**< from here to the last column: like columns on one axis */
+    int lastBlockColumn = 0;       /**< where more columns stand behind those; 0: the last of the table */
     std::string axisQuantity;      /**< of the block's columns: "wavenumber", "time" */
     std::string axisUnit;          /**< "cm-1", "s" */
     std::string valueQuantity;     /**< "absorbance" */

@@ -58,6 +58,9 @@ public:
     /** Whether long runs down a column are taken faster than runs along a row. */
     bool PrefersColumns() const { return wide != nullptr && wide->KeepsRows() && wide->PrefersColumns(); }
 
+    /** Whether a row of texts is wanted that only repeat the axis, one a point. */
+    bool WantsPointNames() const { return wide == nullptr || wide->WantsPointNames(); }
+
     /** Whether types and runs arrive. */
     bool IsWide() const { return wide != nullptr; }
 

@@ -10,4 +10,8 @@ bool WideSink::PrefersColumns() const {
     return false;
 }
 
+bool WideSink::WantsPointNames() const {
+    return true;
+}
+
 void WideSink::EndRow(int /*row*/) {}

@@ -53,4 +53,9 @@ public:
     /** Whether long runs down a column are taken faster than runs along a row; only for one that keeps rows.
      */
     virtual bool PrefersColumns() const;
+    /**
+     * Whether a row of texts is wanted that only repeat the axis, one a point: "t 400.5". A sink that takes
+     * the axis says no.
+     */
+    virtual bool WantsPointNames() const;
 };

@@ -1,72 +1,499 @@
 #include "karta/internal/TableSink.h"
 
 #include <algorithm>
-#include <limits>
-#include <string>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <tuple>
 #include <utility>
-#include <vector>
 
 namespace karta {
 
-TableSink::TableSink(std::shared_ptr<ReadContext> readContext, std::optional<int> headerRow)
-    : context(std::move(readContext)), header(headerRow) {
-    cells.SetBudget(&context->budget);
+namespace {
+
+// Integers up to here are doubles without loss.
+constexpr std::int64_t LargestExactInteger = std::int64_t{1} << 53;
+
+std::uint64_t BitsOf(double value) {
+    return std::bit_cast<std::uint64_t>(value);
 }
+
+std::uint64_t BitsOf(float value) {
+    return std::bit_cast<std::uint32_t>(value);
+}
+
+std::uint64_t BitsOf(std::int64_t value) {
+    return static_cast<std::uint64_t>(value);
+}
+
+bool IsExactNumber(const Cell& cell) {
+    return cell.IsNumber() && (cell.kind != CellKind::Int64 || (cell.GetInteger() >= -LargestExactInteger &&
+                                                                cell.GetInteger() <= LargestExactInteger));
+}
+
+// "B" of the second column, as spreadsheets call it.
+std::string LettersOf(int col) {
+    std::string letters;
+    for (; col > 0; col = (col - 1) / 26) {
+        letters.insert(letters.begin(), static_cast<char>('A' + (col - 1) % 26));
+    }
+    return letters;
+}
+
+}  // namespace
+
+TableSink::TableSink(std::shared_ptr<ReadContext> readContext, std::optional<int> headerRow)
+    : context(std::move(readContext)), header(headerRow), store(&context->budget), block(store) {}
 
 TableSink::~TableSink() = default;
 
-Column TableSink::MakeColumn(int col, int firstRow, int rows) {
-    bool isNumeric = true;
-    bool isEmpty = true;
-    for (int row = firstRow; row < firstRow + rows; ++row) {
-        const TableData::Kind kind = cells.GetKind(col, row);
-        isEmpty = isEmpty && kind == TableData::Missing;
-        isNumeric = isNumeric && (kind == TableData::Missing || cells.IsFloat(col, row));
+// From the first cell on the columns of a block are known, or it is a grid until a run finds otherwise.
+void TableSink::LookAtShape() {
+    const TableShape& shape = context->shape;
+    if (shape.isKnown && shape.firstBlockColumn > 0) {
+        firstBlock = shape.firstBlockColumn;
+        lastBlock = shape.lastBlockColumn > 0 ? shape.lastBlockColumn : NoColumn;
+        firstBlockRow = std::max(shape.firstDataRow, 1);
+    } else {
+        firstBlock = NoColumn;
     }
-    if (isEmpty) {
-        ColumnBuffers buffers;
-        buffers.rows = rows;
-        return {"", "", std::move(buffers)};
-    }
-    if (!isNumeric) {
-        std::vector<std::string> texts;
-        for (int row = firstRow; row < firstRow + rows; ++row) {
-            texts.push_back(cells.GetString(col, row));
-        }
-        return Column::Of("", "", texts);
-    }
-    std::vector<double> values;
-    for (int row = firstRow; row < firstRow + rows; ++row) {
-        values.push_back(cells.GetKind(col, row) == TableData::Missing
-                             ? std::numeric_limits<double>::quiet_NaN()
-                             : cells.GetFloatValue(col, row));
-    }
-    return Column::Of("", "", std::span<const double>(values));
 }
 
-Block TableSink::MakeBlock(const TableShape& shape, int rows) {
-    BlockParts parts;
-    parts.rows = rows;
-    parts.points = std::max(0, cells.GetNumberOfColumns() - shape.firstBlockColumn + 1);
-    parts.stride = parts.points;
-    const auto count = static_cast<std::size_t>(parts.rows * parts.points);
-    auto values = std::make_shared<Buffer>(count * sizeof(double));
-    for (int row = 0; row < rows; ++row) {
-        for (int point = 0; point < parts.points; ++point) {
-            const int col = shape.firstBlockColumn + point;
-            values->As<double>()[row * parts.points + point] =
-                cells.IsFloat(col, row + shape.firstDataRow)
-                    ? cells.GetFloatValue(col, row + shape.firstDataRow)
-                    : std::numeric_limits<double>::quiet_NaN();
+// Whether the cell is one, and where it is put is known.
+bool TableSink::Take(int col, int row) {
+    if (col < 1 || row < 1) {
+        return false;
+    }
+    numCols = std::max(numCols, col);
+    numRows = std::max(numRows, row);
+    if (firstBlock == NotLooked) {
+        LookAtShape();
+    }
+    return true;
+}
+
+void TableSink::AddColumns(int count) {
+    const auto wanted = static_cast<std::size_t>(count);
+    if (wanted > columns.capacity()) {
+        const std::size_t room = std::max(wanted, 2 * columns.capacity());
+        store.Charge((room - columns.capacity()) * sizeof(CellVector));
+        columns.reserve(room);
+    }
+    columns.resize(wanted);
+}
+
+CellVector& TableSink::ColumnAt(int col) {
+    if (static_cast<std::size_t>(col) > columns.size()) {
+        AddColumns(col);
+    }
+    return columns[static_cast<std::size_t>(col) - 1];
+}
+
+void TableSink::Put(int col, int row, CellKind kind, std::uint64_t content) {
+    if (!Take(col, row)) {
+        return;
+    }
+    if (IsInBlock(col)) {
+        PutBlockCell(col, row, kind, content);
+    } else {
+        ColumnAt(col).Put(store, row - 1, kind, content);
+    }
+}
+
+// Above the numbers: a head. Among them: into the matrix once there is one, if that loses nothing.
+void TableSink::PutBlockCell(int col, int row, CellKind kind, std::uint64_t content) {
+    if (row < firstBlockRow) {
+        heads[row].Put(store, col - firstBlock, kind, content);
+        return;
+    }
+    const Cell cell{kind, content};
+    if (!block.HasBegun() || !IsExactNumber(cell)) {
+        ColumnAt(col).Put(store, row - 1, kind, content);
+        return;
+    }
+    if (static_cast<std::size_t>(col) <= columns.size()) {
+        columns[static_cast<std::size_t>(col) - 1].PutMissing(row - 1);
+    }
+    if (kind == CellKind::Float32) {
+        const float value = cell.GetFloat();
+        block.PutRow(row - firstBlockRow, col - firstBlock, std::span<const float>(&value, 1));
+    } else {
+        const double value = cell.ToDouble();
+        block.PutRow(row - firstBlockRow, col - firstBlock, std::span<const double>(&value, 1));
+    }
+}
+
+void TableSink::Set(int col, int row, std::int64_t value) {
+    Put(col, row, CellKind::Int64, BitsOf(value));
+}
+
+void TableSink::Set(int col, int row, double value) {
+    // The road of most cells: a column that is there, beside any block.
+    if (col < firstBlock && static_cast<std::size_t>(col) - 1 < columns.size() && row >= 1) {
+        numRows = std::max(numRows, row);
+        columns[static_cast<std::size_t>(col) - 1].PutDouble(store, row - 1, value);
+        numCols = std::max(numCols, col);
+        return;
+    }
+    Put(col, row, CellKind::Float64, BitsOf(value));
+}
+
+void TableSink::Set(int col, int row, float value) {
+    Put(col, row, CellKind::Float32, BitsOf(value));
+}
+
+void TableSink::Set(int col, int row, const char* text) {
+    if (*text == '\0') {
+        TableSink::SetMissing(col, row);
+    } else {
+        TableSink::SetText(col, row, text);
+    }
+}
+
+void TableSink::SetText(int col, int row, std::string_view text) {
+    if (!Take(col, row)) {
+        return;
+    }
+    if (!IsInBlock(col)) {
+        ColumnAt(col).PutText(store, row - 1, text);
+    } else if (row < firstBlockRow) {
+        heads[row].PutText(store, col - firstBlock, text);
+    } else {
+        ColumnAt(col).PutText(store, row - 1, text);
+    }
+}
+
+void TableSink::SetBool(int col, int row, bool value) {
+    Put(col, row, CellKind::Bool, value ? 1 : 0);
+}
+
+void TableSink::SetDate(int col, int row, std::int32_t days) {
+    Put(col, row, CellKind::Date, static_cast<std::uint32_t>(days));
+}
+
+void TableSink::SetTime(int col, int row, std::int64_t microseconds) {
+    Put(col, row, CellKind::Time, BitsOf(microseconds));
+}
+
+void TableSink::SetDateTime(int col, int row, std::int64_t microseconds) {
+    Put(col, row, CellKind::DateTime, BitsOf(microseconds));
+}
+
+void TableSink::SetDuration(int col, int row, std::int64_t microseconds) {
+    Put(col, row, CellKind::Duration, BitsOf(microseconds));
+}
+
+void TableSink::SetError(int col, int row, std::string_view /*text*/) {
+    if (col >= 1 && row >= 1 && errors++ == 0) {
+        firstError = LettersOf(col) + std::to_string(row);
+    }
+    TableSink::SetMissing(col, row);
+}
+
+void TableSink::SetMissing(int col, int row) {
+    if (!Take(col, row)) {
+        return;
+    }
+    if (IsInBlock(col) && row < firstBlockRow) {
+        heads[row].PutMissing(col - firstBlock);
+        return;
+    }
+    if (static_cast<std::size_t>(col) <= columns.size()) {
+        columns[static_cast<std::size_t>(col) - 1].PutMissing(row - 1);
+    }
+    if (IsInBlock(col) && block.HasBegun()) {
+        block.PutMissing(row - firstBlockRow, col - firstBlock);
+    }
+}
+
+void TableSink::SetSource(int col, int row, std::string_view source) {
+    if (col < 1 || row < 1) {
+        return;
+    }
+    if (IsInBlock(col) && row < firstBlockRow) {
+        heads[row].PutSource(store, col - firstBlock, source);
+    } else if (static_cast<std::size_t>(col) <= columns.size() && !(IsInBlock(col) && block.HasBegun())) {
+        columns[static_cast<std::size_t>(col) - 1].PutSource(store, row - 1, source);
+    }
+}
+
+// A run in the block's columns: the axis or another head, or numbers for the matrix, which begins with them.
+template <class Number>
+void TableSink::PutBlockRun(int col, int row, std::span<const Number> values, bool isAcross) {
+    if (isAcross && row < firstBlockRow) {
+        heads[row].PutRun(store, col - firstBlock, values);
+        return;
+    }
+    const int above = isAcross ? 0 : std::clamp(firstBlockRow - row, 0, static_cast<int>(values.size()));
+    for (int i = 0; i < above; ++i) {
+        heads[row + i].PutRun(store, col - firstBlock, values.subspan(static_cast<std::size_t>(i), 1));
+    }
+    values = values.subspan(static_cast<std::size_t>(above));
+    row += above;
+    if (values.empty()) {
+        return;
+    }
+    if (!block.HasBegun()) {
+        block.Begin(isAcross, sizeof(Number) == sizeof(float), numRows - firstBlockRow + 1,
+                    std::min(lastBlock, numCols) - firstBlock + 1);
+    }
+    const int overlapped = std::min(static_cast<int>(columns.size()),
+                                    isAcross ? col + static_cast<int>(values.size()) - 1 : col);
+    for (int place = col; place <= overlapped; ++place) {
+        CellVector& cells = columns[static_cast<std::size_t>(place) - 1];
+        for (std::size_t i = 0; !cells.IsEmpty() && i < (isAcross ? 1 : values.size()); ++i) {
+            cells.PutMissing(row - 1 + static_cast<int>(i));
         }
     }
-    parts.values = std::move(values);
-    if (shape.axisRow > 0) {
-        auto axis = std::make_shared<Buffer>(static_cast<std::size_t>(parts.points) * sizeof(double));
-        for (int point = 0; point < parts.points; ++point) {
-            axis->As<double>()[point] = cells.GetFloatValue(shape.firstBlockColumn + point, shape.axisRow);
+    if (isAcross) {
+        block.PutRow(row - firstBlockRow, col - firstBlock, values);
+    } else {
+        block.PutColumn(col - firstBlock, row - firstBlockRow, values);
+    }
+}
+
+template <class Number>
+void TableSink::PutRowRun(int firstCol, int row, std::span<const Number> values) {
+    const auto room = static_cast<std::size_t>(std::numeric_limits<int>::max() - std::max(firstCol, 1));
+    if (firstCol < 1 || values.empty() || values.size() > room ||
+        !Take(firstCol + static_cast<int>(values.size()) - 1, row)) {
+        return;
+    }
+    if (firstBlock == NoColumn) {
+        LookAtShape();
+    }
+    int col = firstCol;
+    const auto takeWhile = [&](int end) {
+        const auto count = static_cast<std::size_t>(std::max(end - col, 0));
+        const std::span<const Number> taken = values.first(std::min(values.size(), count));
+        values = values.subspan(taken.size());
+        return taken;
+    };
+    for (const Number value : takeWhile(firstBlock)) {
+        ColumnAt(col).Put(store, row - 1, KindOf<Number>, BitsOf(value));
+        ++col;
+    }
+    if (!values.empty() && IsInBlock(col)) {
+        const std::span<const Number> inBlock = takeWhile(lastBlock == NoColumn ? NoColumn : lastBlock + 1);
+        PutBlockRun(col, row, inBlock, true);
+        col += static_cast<int>(inBlock.size());
+    }
+    for (const Number value : values) {
+        ColumnAt(col).Put(store, row - 1, KindOf<Number>, BitsOf(value));
+        ++col;
+    }
+}
+
+template <class Number>
+void TableSink::PutColumnRun(int col, int firstRow, std::span<const Number> values) {
+    const auto room = static_cast<std::size_t>(std::numeric_limits<int>::max() - std::max(firstRow, 1));
+    if (firstRow < 1 || values.empty() || values.size() > room ||
+        !Take(col, firstRow + static_cast<int>(values.size()) - 1)) {
+        return;
+    }
+    if (firstBlock == NoColumn) {
+        LookAtShape();
+    }
+    if (IsInBlock(col)) {
+        PutBlockRun(col, firstRow, values, false);
+    } else {
+        ColumnAt(col).PutRun(store, firstRow - 1, values);
+    }
+}
+
+void TableSink::SetRowRun(int firstCol, int row, std::span<const float> values) {
+    PutRowRun(firstCol, row, values);
+}
+
+void TableSink::SetRowRun(int firstCol, int row, std::span<const double> values) {
+    PutRowRun(firstCol, row, values);
+}
+
+void TableSink::SetColumnRun(int col, int firstRow, std::span<const float> values) {
+    PutColumnRun(col, firstRow, values);
+}
+
+void TableSink::SetColumnRun(int col, int firstRow, std::span<const double> values) {
+    PutColumnRun(col, firstRow, values);
+}
+
+void TableSink::SetDataSize(int cols, int rows) {
+    const int newCols = std::max(cols, 0);
+    const int newRows = std::max(rows, 0);
+    if (newRows < numRows) {
+        for (CellVector& cells : columns) {
+            cells.Cut(newRows);
         }
-        parts.axis = std::move(axis);
+    }
+    if (static_cast<std::size_t>(newCols) < columns.size()) {
+        columns.resize(static_cast<std::size_t>(newCols));
+    }
+    numCols = newCols;
+    numRows = newRows;
+    store.expectedRows = newRows;
+}
+
+// The matrix and its heads as ordinary columns.
+void TableSink::DissolveBlock() {
+    if (firstBlock == NoColumn || firstBlock == NotLooked) {
+        return;
+    }
+    const int last = std::min(lastBlock, numCols);
+    for (auto& [row, cells] : heads) {
+        cells.ForEach(0, cells.GetEnd(), [&, at = row](int place, const Cell& cell) {
+            ColumnAt(firstBlock + place).Put(store, at - 1, cell.kind, cell.content);
+        });
+    }
+    heads.clear();
+    const int rows = numRows - firstBlockRow + 1;
+    for (int col = firstBlock; block.HasBegun() && col <= last; ++col) {
+        CellVector& cells = ColumnAt(col);
+        for (int row = 0; row < rows; ++row) {
+            const double value = block.Get(row, col - firstBlock);
+            const int place = row + firstBlockRow - 1;
+            if (std::isnan(value) || cells.Get(place).kind != CellKind::Missing) {
+                continue;
+            }
+            if (block.IsFloat32()) {
+                const auto single = static_cast<float>(value);
+                cells.PutRun(store, place, std::span<const float>(&single, 1));
+            } else {
+                cells.PutRun(store, place, std::span<const double>(&value, 1));
+            }
+        }
+    }
+    block.Clear();
+    firstBlock = NoColumn;
+}
+
+TableShape TableSink::SettleShape() {
+    TableShape shape = context->shape;
+    const bool hasBlock = shape.isKnown && shape.firstBlockColumn > 0;
+    if (!hasBlock || (firstBlock != shape.firstBlockColumn && firstBlock != NoColumn) ||
+        (firstBlock != NoColumn && firstBlockRow != std::max(shape.firstDataRow, 1))) {
+        DissolveBlock();
+    }
+    if (!shape.isKnown) {
+        return FindGridHead(columns, numRows, header);
+    }
+    shape.firstDataRow = std::max(shape.firstDataRow, 1);
+    if (header && !hasBlock && *header != shape.nameRow) {
+        shape.nameRow = *header;
+        shape.firstDataRow = std::max(shape.firstDataRow, *header + 1);
+    }
+    return shape;
+}
+
+// Whatever stands above the block, in one place, however early it came.
+void TableSink::GatherHeads(const TableShape& shape, int last) {
+    firstBlock = shape.firstBlockColumn;
+    lastBlock = last;
+    firstBlockRow = shape.firstDataRow;
+    for (int col = firstBlock; col <= std::min(last, static_cast<int>(columns.size())); ++col) {
+        CellVector& cells = columns[static_cast<std::size_t>(col) - 1];
+        cells.ForEach(0, firstBlockRow - 1, [&](int place, const Cell& cell) {
+            heads[place + 1].Put(store, col - firstBlock, cell.kind, cell.content);
+        });
+    }
+}
+
+// What came by cells beside the runs; false where that isn't all numbers.
+bool TableSink::BringCellsIn() {
+    const int last = std::min(lastBlock, static_cast<int>(columns.size()));
+    bool areNumbers = true;
+    for (int col = firstBlock; areNumbers && col <= last; ++col) {
+        columns[static_cast<std::size_t>(col) - 1].ForEach(
+            firstBlockRow - 1, numRows,
+            [&](int /*place*/, const Cell& cell) { areNumbers = areNumbers && IsExactNumber(cell); });
+    }
+    if (!areNumbers) {
+        return false;
+    }
+    for (int col = firstBlock; col <= last; ++col) {
+        CellVector cells = std::move(columns[static_cast<std::size_t>(col) - 1]);
+        columns[static_cast<std::size_t>(col) - 1] = CellVector();
+        cells.ForEach(firstBlockRow - 1, numRows, [&](int place, const Cell& cell) {
+            PutBlockCell(col, place + 1, cell.kind, cell.content);
+        });
+    }
+    return true;
+}
+
+// A block whose numbers all came by cells: column after column.
+bool TableSink::GatherBlock(int rows, int points) {
+    const int last = std::min(lastBlock, static_cast<int>(columns.size()));
+    KindCounts counts;
+    for (int col = firstBlock; col <= last; ++col) {
+        const KindCounts more =
+            CountKinds(columns[static_cast<std::size_t>(col) - 1], firstBlockRow - 1, numRows);
+        for (std::size_t kind = 0; kind < CellKinds; ++kind) {
+            counts.counts[kind] += more.counts[kind];
+        }
+    }
+    if (counts.GetNumbers() != counts.GetAll()) {
+        return false;
+    }
+    block.Begin(false, counts[CellKind::Float32] == counts.GetAll() && counts.GetAll() > 0, rows, points);
+    if (BringCellsIn()) {
+        return true;
+    }
+    block.Clear();
+    return false;
+}
+
+void TableSink::MakeAxis(const TableShape& shape, int points, BlockParts& parts) {
+    const auto row = heads.find(shape.axisRow);
+    if (shape.axisRow == 0 || row == heads.end()) {
+        return;
+    }
+    CellVector& cells = row->second;
+    const std::size_t size = static_cast<std::size_t>(points) * sizeof(double);
+    std::vector<CellVector::Stretch>& stretches = cells.GetStretches();
+    if (stretches.size() == 1 && stretches.front().kind == CellKind::Float64 &&
+        stretches.front().first == 0 && stretches.front().count == points && !stretches.front().hasMissing) {
+        stretches.front().values.Resize(size);
+        parts.axis = std::make_shared<Buffer>(std::move(stretches.front().values));
+        stretches.clear();
+        return;
+    }
+    store.Charge(size);
+    Buffer axis(size);
+    std::fill_n(axis.As<double>(), points, std::numeric_limits<double>::quiet_NaN());
+    bool hasNumber = false;
+    bool isText = false;
+    cells.ForEach(0, points, [&](int place, const Cell& cell) {
+        if (cell.IsNumber()) {
+            axis.As<double>()[place] = cell.ToDouble();
+            hasNumber = true;
+        } else {
+            isText = true;
+        }
+    });
+    // A row with other things in it stays one of names.
+    if (hasNumber && !isText) {
+        parts.axis = std::make_shared<Buffer>(std::move(axis));
+        cells = CellVector();
+    }
+}
+
+Block TableSink::MakeBlock(const TableShape& shape, int rows, int points) {
+    BlockParts parts;
+    parts.rows = rows;
+    parts.points = points;
+    parts.stride = block.Finish(rows, points);
+    parts.isRowMajor = block.IsRowMajor();
+    parts.isFloat32 = block.IsFloat32();
+    if (rows == 1 && !parts.isRowMajor && parts.stride == 1) {
+        // One row lies in either order.
+        parts.isRowMajor = true;
+        parts.stride = points;
+    }
+    parts.values = std::make_shared<Buffer>(block.TakeValues());
+    MakeAxis(shape, points, parts);
+    const auto names = heads.find(shape.nameRow);
+    if (shape.nameRow > 0 && names != heads.end() && !names->second.IsEmpty()) {
+        parts.names = ColumnMaker(store, context->notes).MakeText(names->second, 0, points, "");
+        names->second = CellVector();
     }
     parts.axisQuantity = shape.axisQuantity;
     parts.axisUnit = shape.axisUnit;
@@ -75,29 +502,98 @@ Block TableSink::MakeBlock(const TableShape& shape, int rows) {
     return Block(std::move(parts));
 }
 
+std::string TableSink::TakeHeadText(int col, int row) {
+    if (row < 1 || col < 1 || static_cast<std::size_t>(col) > columns.size()) {
+        return {};
+    }
+    CellVector& cells = columns[static_cast<std::size_t>(col) - 1];
+    return cells.GetText(row - 1);
+}
+
+void TableSink::KeepHeads(const TableShape& shape, TableParts& parts) {
+    const auto keep = [&](int col, int row, std::string text) {
+        if (!text.empty()) {
+            store.Charge(sizeof(HeadCell) + text.size());
+            parts.heads.push_back({row, col, std::move(text)});
+        }
+    };
+    const auto isKnown = [&](int row) { return row == shape.nameRow || row == shape.unitRow; };
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const int col = static_cast<int>(i) + 1;
+        columns[i].ForEach(0, shape.firstDataRow - 1, [&](int place, const Cell& /*cell*/) {
+            if (!isKnown(place + 1) && !IsInBlock(col)) {
+                keep(col, place + 1, columns[i].GetText(place));
+            }
+        });
+    }
+    for (const auto& [row, cells] : heads) {
+        cells.ForEach(0, cells.GetEnd(), [&, at = row, &row_cells = cells](int place, const Cell& /*cell*/) {
+            keep(firstBlock + place, at, row_cells.GetText(place));
+        });
+    }
+    std::sort(parts.heads.begin(), parts.heads.end(), [](const HeadCell& a, const HeadCell& b) {
+        return std::tie(a.row, a.column) < std::tie(b.row, b.column);
+    });
+}
+
+void TableSink::MakeColumns(const TableShape& shape, int rows, TableParts& parts) {
+    ColumnMaker maker(store, context->notes);
+    // Where the block came to nothing, its axis names the columns.
+    const int nameRow = shape.nameRow > 0 ? shape.nameRow : shape.axisRow;
+    // Names may come from other columns: all of them are looked up before a column is made of its cells.
+    std::vector<std::pair<std::string, std::string>> texts;
+    for (int col = 1; col <= numCols; ++col) {
+        if (!IsInBlock(col)) {
+            texts.emplace_back(TakeHeadText(col - shape.firstNamedColumn + 1, nameRow),
+                               TakeHeadText(col, shape.unitRow));
+        }
+    }
+    auto text = texts.begin();
+    CellVector nothing;
+    for (int col = 1; col <= numCols; ++col) {
+        if (IsInBlock(col)) {
+            parts.blockPlace = parts.columns.size();
+            col = lastBlock;
+            continue;
+        }
+        store.Charge(sizeof(Column));
+        const bool isThere = static_cast<std::size_t>(col) <= columns.size();
+        CellVector& cells = isThere ? columns[static_cast<std::size_t>(col) - 1] : nothing;
+        parts.columns.push_back(
+            maker.Make(cells, shape.firstDataRow - 1, rows, text->first, text->second, LettersOf(col)));
+        ++text;
+    }
+}
+
 Table TableSink::Finish() {
     TableParts parts;
-    parts.shape = context->shape;
-    if (header) {
-        parts.shape.nameRow = *header;
-        parts.shape.firstDataRow = std::max(parts.shape.firstDataRow, *header + 1);
+    TableShape shape = SettleShape();
+    const int rows = std::max(0, numRows - shape.firstDataRow + 1);
+    const int last = shape.lastBlockColumn > 0 ? std::min(shape.lastBlockColumn, numCols) : numCols;
+    const int points = shape.firstBlockColumn > 0 ? std::max(0, last - shape.firstBlockColumn + 1) : 0;
+    firstBlock = firstBlock == NotLooked ? NoColumn : firstBlock;
+    if (points > 0) {
+        GatherHeads(shape, last);
+        if (block.HasBegun() ? !BringCellsIn() : !GatherBlock(rows, points)) {
+            DissolveBlock();
+        }
+    } else {
+        DissolveBlock();
     }
-    const TableShape& shape = parts.shape;
-    const int rows = std::max(0, cells.GetNumberOfRows() - shape.firstDataRow + 1);
     parts.rows = rows;
-    const int lastColumn =
-        shape.firstBlockColumn > 0 ? shape.firstBlockColumn - 1 : cells.GetNumberOfColumns();
-    for (int col = 1; col <= lastColumn; ++col) {
-        const int nameColumn = col - shape.firstNamedColumn + 1;
-        parts.columns.push_back(
-            MakeColumn(col, shape.firstDataRow, rows)
-                .Renamed(shape.nameRow > 0 ? cells.GetString(nameColumn, shape.nameRow) : std::string(),
-                         shape.unitRow > 0 ? cells.GetString(col, shape.unitRow) : std::string()));
+    if (block.HasBegun()) {
+        parts.block = MakeBlock(shape, rows, points);
+    } else {
+        shape.firstBlockColumn = shape.lastBlockColumn = 0;
     }
-    if (shape.firstBlockColumn > 0) {
-        parts.block = MakeBlock(shape, rows);
-        parts.blockPlace = parts.columns.size();
+    KeepHeads(shape, parts);
+    MakeColumns(shape, rows, parts);
+    if (errors > 0) {
+        context->notes.Add({"errors-missing", errors, firstError,
+                            CountOf(errors, "cell") + " with an error " + (errors == 1 ? "is" : "are") +
+                                " missing in the columns (first: " + firstError + ")"});
     }
+    parts.shape = std::move(shape);
     parts.notes = context->notes.GetAll();
     return Table(std::move(parts));
 }

@@ -1,68 +1,71 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/ReadContext.h"
 #include "frame/WideSink.h"
 #include "karta/Table.h"
-#include "table/TableData.h"
+#include "karta/internal/BlockStore.h"
+#include "karta/internal/CellStore.h"
+#include "karta/internal/CellVector.h"
+#include "karta/internal/ColumnMaker.h"
+#include "karta/internal/GridHead.h"
 
 namespace karta {
 
 /**
- * The sink that makes a Table of what a reader pushes. One sink is for one read: Finish ends it. What it
- * keeps is charged to the budget of the read's context before it is taken.
+ * The sink that makes a Table of what a reader pushes: cells by columns, and the runs of a block, of which
+ * the reader's shape tells, as one matrix. One sink is for one read: Finish ends it. What it keeps is charged
+ * to the budget of the read's context before it is taken.
+ *
+ * A reader that tells its shape before its first run has each array copied once.
  */
 class TableSink final : public WideSink {
 public:
     /**
-     * The context is the reader's: its shape says what the rows and columns are. `header`: the row of the
-     * columns' names, from 1; 0: there is none; nothing: the reader's shape, else what the cells tell.
+     * The context is the reader's: its shape says what the rows and columns are, and it gets the notes.
+     * `header`: the row of the columns' names, from 1; 0: there is none; nothing: as the reader's shape has
+     * it, else as the cells tell.
      */
     explicit TableSink(std::shared_ptr<ReadContext> readContext, std::optional<int> headerRow = {});
+    TableSink(const TableSink&) = delete;
+    TableSink& operator=(const TableSink&) = delete;
     ~TableSink() override;
 
-    void Set(int col, int row, int value) override { cells.Set(col, row, value); }
-    void Set(int col, int row, std::int64_t value) override { cells.Set(col, row, value); }
-    void Set(int col, int row, double value) override { cells.Set(col, row, value); }
-    void Set(int col, int row, const char* text) override { cells.Set(col, row, text); }
-    void Set(int col, int row, float value) override { cells.Set(col, row, value); }
+    void Set(int col, int row, int value) override { Set(col, row, std::int64_t{value}); }
+    void Set(int col, int row, std::int64_t value) override;
+    void Set(int col, int row, double value) override;
+    /** The classic readers' empty text is a missing cell. */
+    void Set(int col, int row, const char* text) override;
+    void Set(int col, int row, float value) override;
 
-    void SetText(int col, int row, std::string_view text) override { cells.SetText(col, row, text); }
-    void SetBool(int col, int row, bool value) override { cells.SetBool(col, row, value); }
-    void SetDate(int col, int row, std::int32_t days) override { cells.SetDate(col, row, days); }
-    void SetTime(int col, int row, std::int64_t microseconds) override {
-        cells.SetTime(col, row, microseconds);
-    }
-    void SetDateTime(int col, int row, std::int64_t microseconds) override {
-        cells.SetDateTime(col, row, microseconds);
-    }
-    void SetDuration(int col, int row, std::int64_t microseconds) override {
-        cells.SetDuration(col, row, microseconds);
-    }
-    void SetError(int col, int row, std::string_view text) override { cells.SetError(col, row, text); }
-    void SetMissing(int col, int row) override { cells.SetMissing(col, row); }
-    void SetSource(int col, int row, std::string_view source) override { cells.SetSource(col, row, source); }
-    void SetRowRun(int firstCol, int row, std::span<const float> values) override {
-        cells.SetRowRun(firstCol, row, values);
-    }
-    void SetRowRun(int firstCol, int row, std::span<const double> values) override {
-        cells.SetRowRun(firstCol, row, values);
-    }
-    void SetColumnRun(int col, int firstRow, std::span<const float> values) override {
-        cells.SetColumnRun(col, firstRow, values);
-    }
-    void SetColumnRun(int col, int firstRow, std::span<const double> values) override {
-        cells.SetColumnRun(col, firstRow, values);
-    }
+    void SetText(int col, int row, std::string_view text) override;
+    void SetBool(int col, int row, bool value) override;
+    void SetDate(int col, int row, std::int32_t days) override;
+    void SetTime(int col, int row, std::int64_t microseconds) override;
+    void SetDateTime(int col, int row, std::int64_t microseconds) override;
+    void SetDuration(int col, int row, std::int64_t microseconds) override;
+    void SetError(int col, int row, std::string_view text) override;
+    void SetMissing(int col, int row) override;
+    void SetSource(int col, int row, std::string_view source) override;
+    void SetRowRun(int firstCol, int row, std::span<const float> values) override;
+    void SetRowRun(int firstCol, int row, std::span<const double> values) override;
+    void SetColumnRun(int col, int firstRow, std::span<const float> values) override;
+    void SetColumnRun(int col, int firstRow, std::span<const double> values) override;
+    /** The axis tells them. */
+    bool WantsPointNames() const override { return false; }
 
-    void SetDataSize(int cols, int rows) override { cells.SetDataSize(cols, rows); }
-    int GetNumberOfColumns() override { return cells.GetNumberOfColumns(); }
-    int GetNumberOfRows() override { return cells.GetNumberOfRows(); }
+    void SetDataSize(int cols, int rows) override;
+    int GetNumberOfColumns() override { return numCols; }
+    int GetNumberOfRows() override { return numRows; }
 
     /**
      * The table of what was pushed, with the context's notes and shape. Once, after the reader's Read; raises
@@ -71,12 +74,51 @@ public:
     Table Finish();
 
 private:
-    Column MakeColumn(int col, int firstRow, int rows);
-    Block MakeBlock(const TableShape& shape, int rows);
+    static constexpr int NoColumn = std::numeric_limits<int>::max();
+    static constexpr int NotLooked = 0;
+    template <class Number>
+    static constexpr CellKind KindOf =
+        sizeof(Number) == sizeof(float) ? CellKind::Float32 : CellKind::Float64;
+
+    bool Take(int col, int row);
+    CellVector& ColumnAt(int col);
+    void AddColumns(int count);
+    void Put(int col, int row, CellKind kind, std::uint64_t content);
+    void PutBlockCell(int col, int row, CellKind kind, std::uint64_t content);
+    template <class Number>
+    void PutRowRun(int firstCol, int row, std::span<const Number> values);
+    template <class Number>
+    void PutColumnRun(int col, int firstRow, std::span<const Number> values);
+    template <class Number>
+    void PutBlockRun(int col, int row, std::span<const Number> values, bool isAcross);
+    void LookAtShape();
+    bool IsInBlock(int col) const { return col >= firstBlock && col <= lastBlock && firstBlock != NotLooked; }
+
+    void DissolveBlock();
+    TableShape SettleShape();
+    void GatherHeads(const TableShape& shape, int last);
+    bool BringCellsIn();
+    bool GatherBlock(int rows, int points);
+    void MakeAxis(const TableShape& shape, int points, BlockParts& parts);
+    Block MakeBlock(const TableShape& shape, int rows, int points);
+    std::string TakeHeadText(int col, int row);
+    void MakeColumns(const TableShape& shape, int rows, TableParts& parts);
+    void KeepHeads(const TableShape& shape, TableParts& parts);
 
     std::shared_ptr<ReadContext> context;
     std::optional<int> header;
-    TableData cells;
+    CellStore store;
+    int numCols = 0;
+    int numRows = 0;
+    std::vector<CellVector> columns;
+    // The block's place, once the shape is known: its columns, and its first row.
+    int firstBlock = NotLooked;
+    int lastBlock = 0;
+    int firstBlockRow = 0;
+    BlockStore block;
+    std::map<int, CellVector> heads;  // rows above the block, in its columns; places from its first column
+    std::uint64_t errors = 0;
+    std::string firstError;
 };
 
 }  // namespace karta

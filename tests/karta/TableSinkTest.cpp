@@ -1,26 +1,635 @@
+// What the sink of tables makes of cells and runs: types, mixtures, heads, blocks, and what they may cost.
 #include "karta/internal/TableSink.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdint>
+#include <limits>
 #include <memory>
+#include <numeric>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/Budget.h"
+
+using karta::Block;
+using karta::Column;
+using karta::ColumnType;
+using karta::Table;
+using karta::TableSink;
 
 namespace {
 
+/** A sink and its context; the first row is of data unless a shape says otherwise. */
+struct Making {
+    explicit Making(std::optional<int> header = {}) : sink(context, header) {}
+
+    karta::TableShape& KnownShape() {
+        context->shape.isKnown = true;
+        return context->shape;
+    }
+    std::string NoteText() const {
+        std::string text;
+        for (const karta::Note& note : context->notes.GetAll()) {
+            text += note.code + ": " + note.text + "\n";
+        }
+        return text;
+    }
+
+    std::shared_ptr<karta::ReadContext> context = std::make_shared<karta::ReadContext>();
+    TableSink sink;
+};
+
+std::vector<std::string> TextsOf(const Column& column) {
+    std::vector<std::string> texts;
+    for (std::int64_t row = 0; row < column.GetRowCount(); ++row) {
+        texts.push_back(column.IsMissing(row) ? "<missing>" : column.ToText(row));
+    }
+    return texts;
+}
+
+using Texts = std::vector<std::string>;
+
 TEST(TableSinkTest, NamesColumnsByTheRowThatTheShapeTells) {
-    const auto context = std::make_shared<karta::ReadContext>();
-    karta::TableSink sink(context);
-    sink.SetText(1, 1, "sample");
-    sink.SetText(2, 1, "pH");
-    sink.SetText(1, 2, "a");
-    sink.Set(2, 2, 7.25);
-    context->shape.isKnown = true;
-    context->shape.nameRow = 1;
-    context->shape.firstDataRow = 2;
-    const karta::Table table = sink.Finish();
+    Making making;
+    making.sink.SetText(1, 1, "sample");
+    making.sink.SetText(2, 1, "pH");
+    making.sink.SetText(2, 2, "units");
+    making.sink.SetText(1, 3, "a");
+    making.sink.Set(2, 3, 7.25);
+    making.KnownShape().nameRow = 1;
+    making.KnownShape().unitRow = 2;
+    making.KnownShape().firstDataRow = 3;
+    const Table table = making.sink.Finish();
     ASSERT_EQ(table.GetRowCount(), 1);
     ASSERT_EQ(table.GetColumnCount(), 2U);
     EXPECT_EQ(table.GetColumn("sample").GetText(0), "a");
     EXPECT_EQ(table.GetColumn("pH").GetDoubles()[0], 7.25);
+    EXPECT_EQ(table.GetColumn("pH").GetUnit(), "units");
+    EXPECT_EQ(table.FindColumn("nothing"), nullptr);
+    EXPECT_THROW(table.GetColumn("nothing"), std::out_of_range);
+}
+
+TEST(TableSinkTest, KeepsTypes) {
+    Making making(0);
+    TableSink& sink = making.sink;
+    sink.Set(1, 1, 1.5);
+    sink.Set(2, 1, 1.5F);
+    sink.Set(3, 1, 7.0);
+    sink.SetBool(4, 1, true);
+    sink.SetDate(5, 1, 20000);
+    sink.SetTime(6, 1, 1'000'000);
+    sink.SetDateTime(7, 1, -1);
+    sink.SetDuration(8, 1, 90'000'000);
+    sink.SetText(9, 1, "x");
+    sink.SetMissing(10, 1);
+    sink.Set(11, 1, std::int64_t{9007199254740993});
+    const Table table = sink.Finish();
+    const std::vector<ColumnType> expected{ColumnType::Float64,   ColumnType::Float32,  ColumnType::Int64,
+                                           ColumnType::Bool,      ColumnType::Date32,   ColumnType::Time64,
+                                           ColumnType::Timestamp, ColumnType::Duration, ColumnType::Text,
+                                           ColumnType::Null,      ColumnType::Int64};
+    ASSERT_EQ(table.GetColumnCount(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(table.GetColumn(i).GetType(), expected[i]) << i;
+    }
+    EXPECT_EQ(table.GetColumn(10).GetIntegers()[0], 9007199254740993);
+    EXPECT_EQ(table.GetText(4, 0), "2024-10-04");
+    EXPECT_EQ(table.GetText(7, 0), "0:01:30");
+    EXPECT_EQ(table.GetColumn(9).GetNullCount(), 1);
+    EXPECT_EQ(making.NoteText(), "");
+}
+
+TEST(TableSinkTest, MakesWholeNumbersIntegersUnlessTheyAreAnArrayOrWrittenWithAPoint) {
+    Making making(0);
+    const std::vector<double> array{1, 2};
+    for (int row = 1; row <= 2; ++row) {
+        making.sink.Set(1, row, static_cast<double>(row));
+        making.sink.Set(2, row, static_cast<double>(row));
+        making.sink.SetSource(2, row, row == 1 ? "1.0" : "2");
+        making.sink.Set(4, row, row == 1 ? 1.0 : -0.0);
+    }
+    making.sink.SetColumnRun(3, 1, std::span<const double>(array));
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetColumn(0).GetType(), ColumnType::Int64);
+    EXPECT_EQ(table.GetColumn(0).GetIntegers()[1], 2);
+    for (const std::size_t floats : {1, 2, 3}) {
+        EXPECT_EQ(table.GetColumn(floats).GetType(), ColumnType::Float64) << floats;
+    }
+}
+
+TEST(TableSinkTest, MixesIntegersAndDoublesOnlyWithoutLoss) {
+    Making making(0);
+    TableSink& sink = making.sink;
+    sink.Set(1, 1, std::int64_t{5});
+    sink.Set(1, 2, 0.5);
+    sink.Set(2, 1, std::int64_t{9007199254740993});
+    sink.Set(2, 2, 0.5);
+    sink.Set(3, 1, std::int64_t{9007199254740993});
+    sink.Set(3, 2, 4.0);
+    sink.Set(4, 1, 1.5F);
+    sink.Set(4, 2, 0.1);
+    const Table table = sink.Finish();
+    EXPECT_EQ(table.GetColumn(0).GetType(), ColumnType::Float64);
+    EXPECT_EQ(table.GetColumn(1).GetType(), ColumnType::Text);
+    EXPECT_EQ(TextsOf(table.GetColumn(1)), (Texts{"9007199254740993", "0.5"}));
+    EXPECT_EQ(table.GetColumn(2).GetType(), ColumnType::Int64);
+    EXPECT_EQ(TextsOf(table.GetColumn(2)), (Texts{"9007199254740993", "4"}));
+    EXPECT_EQ(table.GetColumn(3).GetDoubles()[1], 0.1);
+    EXPECT_EQ(making.NoteText(), "mixed-column: column B holds 2 numbers and is text\n");
+}
+
+TEST(TableSinkTest, MakesDatesAmongDateTimesMidnights) {
+    Making making(0);
+    making.sink.SetDate(1, 1, 1);
+    making.sink.SetDateTime(1, 2, 5);
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetColumn(0).GetType(), ColumnType::Timestamp);
+    EXPECT_EQ(TextsOf(table.GetColumn(0)), (Texts{"1970-01-02T00:00:00", "1970-01-01T00:00:00.000005"}));
+}
+
+TEST(TableSinkTest, WritesOtherMixturesAsTheFileHasThem) {
+    Making making(0);
+    TableSink& sink = making.sink;
+    sink.Set(1, 1, 1.5);
+    sink.SetSource(1, 1, "1.50");
+    sink.Set(1, 2, 5.0);
+    sink.SetSource(1, 2, "+5");
+    sink.SetText(1, 3, "n.d.");
+    sink.SetBool(1, 4, true);
+    sink.SetDate(1, 6, 0);
+    sink.Set(1, 7, 0.25F);
+    const Table table = sink.Finish();
+    EXPECT_EQ(table.GetColumn(0).GetType(), ColumnType::Text);
+    EXPECT_EQ(TextsOf(table.GetColumn(0)),
+              (Texts{"1.50", "+5", "n.d.", "TRUE", "<missing>", "1970-01-01", "0.25"}));
+    EXPECT_EQ(making.NoteText(),
+              "mixed-column: column A holds 3 numbers, 1 truth value, 1 date and 1 text and is text\n");
+}
+
+TEST(TableSinkTest, LeavesErrorsMissingAndSaysSo) {
+    Making making(0);
+    making.sink.Set(2, 1, 1.5);
+    making.sink.SetError(2, 2, "#N/A");
+    making.sink.SetError(2, 3, "#N/A");
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetColumn(1).GetType(), ColumnType::Float64);
+    EXPECT_EQ(TextsOf(table.GetColumn(1)), (Texts{"1.5", "<missing>", "<missing>"}));
+    EXPECT_EQ(table.GetColumn(1).GetNullCount(), 2);
+    EXPECT_EQ(making.NoteText(),
+              "errors-missing: 2 cells with an error are missing in the columns (first: B2)\n");
+}
+
+TEST(TableSinkTest, KeepsTheEmptyTextInTextsOnly) {
+    Making making(0);
+    making.sink.SetText(1, 1, "");
+    making.sink.SetText(1, 2, "a");
+    making.sink.SetText(2, 1, "");
+    making.sink.Set(2, 2, 2.5);
+    making.sink.Set(3, 1, "");
+    making.sink.SetText(3, 2, "b");
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(TextsOf(table.GetColumn(0)), (Texts{"", "a"}));
+    EXPECT_EQ(table.GetColumn(1).GetType(), ColumnType::Float64);
+    EXPECT_TRUE(table.GetColumn(1).IsMissing(0));
+    EXPECT_EQ(TextsOf(table.GetColumn(2)), (Texts{"<missing>", "b"}));
+}
+
+TEST(TableSinkTest, TakesACellThatIsSetAgain) {
+    Making making(0);
+    for (int row = 1; row <= 100; ++row) {
+        making.sink.Set(1, row, row + 0.5);
+    }
+    for (int row = 1; row <= 100; ++row) {
+        making.sink.SetText(1, row, "t" + std::to_string(row));
+    }
+    making.sink.SetMissing(1, 50);
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetColumn(0).GetType(), ColumnType::Text);
+    EXPECT_EQ(table.GetColumn(0).GetText(99), "t100");
+    EXPECT_TRUE(table.GetColumn(0).IsMissing(49));
+    EXPECT_EQ(making.NoteText(), "");
+}
+
+// Every order of rows and every change of kinds gives what a plain list of cells would.
+TEST(TableSinkTest, KeepsEachCellWhateverTheOrder) {
+    unsigned int state = 7;
+    const auto next = [&state](int below) {
+        state = state * 1664525U + 1013904223U;
+        return static_cast<int>((state >> 8) % static_cast<unsigned int>(below));
+    };
+    for (int round = 0; round < 300; ++round) {
+        Making making(0);
+        const int rows = 1 + next(60);
+        const int kinds = 1 + next(4);
+        Texts expected(static_cast<std::size_t>(rows), "<missing>");
+        for (int step = 0; step < 2 * rows; ++step) {
+            const int row = next(3) == 0 ? 1 + next(rows) : 1 + step % rows;
+            std::string& cell = expected[static_cast<std::size_t>(row) - 1];
+            switch (next(5) == 0 ? 4 : next(kinds)) {
+                case 0:
+                    making.sink.Set(1, row, step + 0.5);
+                    cell = std::to_string(step) + ".5";
+                    break;
+                case 1:
+                    making.sink.SetText(1, row, "t" + std::to_string(step));
+                    cell = "t" + std::to_string(step);
+                    break;
+                case 2:
+                    making.sink.SetBool(1, row, true);
+                    cell = "TRUE";
+                    break;
+                case 3: {
+                    const float run[] = {0.25F};
+                    making.sink.SetColumnRun(1, row, std::span<const float>(run));
+                    cell = "0.25";
+                    break;
+                }
+                default:
+                    making.sink.SetMissing(1, row);
+                    cell = "<missing>";
+                    break;
+            }
+        }
+        making.sink.SetDataSize(1, rows);
+        ASSERT_EQ(TextsOf(making.sink.Finish().GetColumn(0)), expected) << round;
+    }
+}
+
+TEST(TableSinkTest, TakesRowsFromTheBottomUpInLinearTime) {
+    Making making(0);
+    constexpr int Rows = 300'000;
+    for (int row = Rows; row >= 1; --row) {
+        making.sink.Set(1, row, row + 0.5);
+    }
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetColumn(0).GetDoubles()[0], 1.5);
+    EXPECT_EQ(table.GetColumn(0).GetDoubles()[Rows - 1], Rows + 0.5);
+}
+
+TEST(TableSinkTest, ForgetsCellsBeyondASmallerSize) {
+    Making making(0);
+    for (int row = 1; row <= 4; ++row) {
+        making.sink.Set(1, row, row + 0.5);
+        making.sink.SetText(2, row, "x");
+    }
+    making.sink.SetDataSize(1, 2);
+    making.sink.SetDataSize(1, 3);
+    const Table table = making.sink.Finish();
+    ASSERT_EQ(table.GetColumnCount(), 1U);
+    EXPECT_EQ(TextsOf(table.GetColumn(0)), (Texts{"1.5", "2.5", "<missing>"}));
+}
+
+TEST(TableSinkTest, KeepsRepeatedTextsInADictionary) {
+    Making making(0);
+    for (int row = 1; row <= 1000; ++row) {
+        making.sink.SetText(1, row, row % 3 == 0 ? "fermentation" : "distillation");
+        making.sink.SetText(2, row, "text of row " + std::to_string(row));
+    }
+    making.sink.SetMissing(1, 5);
+    const Table table = making.sink.Finish();
+    const Column& repeated = table.GetColumn(0);
+    ASSERT_NE(repeated.GetBuffers().dictionary, nullptr);
+    EXPECT_EQ(repeated.GetBuffers().dictionary->GetRowCount(), 2);
+    EXPECT_EQ(repeated.GetText(0), "distillation");
+    EXPECT_EQ(repeated.GetText(2), "fermentation");
+    EXPECT_TRUE(repeated.IsMissing(4));
+    EXPECT_EQ(table.GetColumn(1).GetBuffers().dictionary, nullptr);
+    EXPECT_EQ(table.GetColumn(1).GetText(999), "text of row 1000");
+}
+
+TEST(TableSinkTest, FindsNamesAndUnitsOfAPlainGrid) {
+    Making making;
+    making.sink.SetText(1, 1, "Report of May");
+    making.sink.SetText(1, 3, "sample");
+    making.sink.SetText(2, 3, "pH");
+    making.sink.SetText(3, 3, "T");
+    making.sink.SetText(3, 4, "K");
+    making.sink.SetText(1, 4, "-");
+    for (int row = 5; row <= 9; ++row) {
+        making.sink.SetText(1, row, "s" + std::to_string(row));
+        making.sink.Set(2, row, 7.5);
+        making.sink.Set(3, row, 280.0 + row);
+    }
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetRowCount(), 5);
+    EXPECT_EQ(table.GetShape().nameRow, 3);
+    EXPECT_EQ(table.GetShape().unitRow, 4);
+    EXPECT_EQ(table.GetColumn(2).GetName(), "T");
+    EXPECT_EQ(table.GetColumn(2).GetUnit(), "K");
+    EXPECT_EQ(table.GetColumn(2).GetType(), ColumnType::Int64);
+    ASSERT_EQ(table.GetHeads().size(), 1U);
+    EXPECT_EQ(table.GetHeads()[0].text, "Report of May");
+    EXPECT_EQ(table.GetShape().labelColumns, std::vector<int>{1});
+}
+
+TEST(TableSinkTest, FindsNoNamesWhereNumbersStandAboveNumbers) {
+    Making making;
+    for (int row = 1; row <= 3; ++row) {
+        making.sink.SetText(1, row, "s");
+        making.sink.Set(2, row, row * 1.5);
+    }
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetRowCount(), 3);
+    EXPECT_EQ(table.GetShape().nameRow, 0);
+}
+
+TEST(TableSinkTest, TakesTheHeaderRowThatIsGiven) {
+    for (const int header : {0, 2}) {
+        Making making(header);
+        for (int row = 1; row <= 4; ++row) {
+            making.sink.SetText(1, row, "r" + std::to_string(row));
+            making.sink.SetText(2, row, "x" + std::to_string(row));
+        }
+        const Table table = making.sink.Finish();
+        EXPECT_EQ(table.GetRowCount(), header == 0 ? 4 : 2);
+        EXPECT_EQ(table.GetColumn(0).GetName(), header == 0 ? "" : "r2");
+    }
+}
+
+TEST(TableSinkTest, FindsTheAxisOfAGrid) {
+    Making making;
+    making.sink.SetText(1, 1, "sample");
+    for (int col = 2; col <= 11; ++col) {
+        making.sink.Set(col, 1, 400.0 + 2.0 * col);
+    }
+    for (int row = 2; row <= 4; ++row) {
+        making.sink.SetText(1, row, "s" + std::to_string(row));
+        for (int col = 2; col <= 11; ++col) {
+            making.sink.Set(col, row, row * 0.1 + col * col);
+        }
+    }
+    making.sink.SetMissing(5, 3);
+    const Table table = making.sink.Finish();
+    const Block* const block = table.GetBlock();
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(block->GetPointCount(), 10);
+    EXPECT_EQ(block->GetAxis()[0], 404.0);
+    EXPECT_EQ(block->GetPointName(1), "406");
+    EXPECT_EQ(block->GetNumber(2, 9), 4 * 0.1 + 121);
+    EXPECT_TRUE(std::isnan(block->GetNumber(1, 3)));
+    EXPECT_EQ(table.GetColumn("sample").GetText(2), "s4");
+}
+
+// A file of spectra as its reader pushes it.
+void PushSpectra(TableSink& sink, int spectra, int points) {
+    sink.SetDataSize(points + 1, spectra + 2);
+    sink.SetText(1, 1, "name");
+    std::vector<double> axis(static_cast<std::size_t>(points));
+    std::iota(axis.begin(), axis.end(), 1000.0);
+    sink.SetText(1, 2, "cm-1");
+    sink.SetRowRun(2, 2, std::span<const double>(axis));
+    std::vector<float> values(static_cast<std::size_t>(points));
+    for (int row = 0; row < spectra; ++row) {
+        std::iota(values.begin(), values.end(), static_cast<float>(row * 1000));
+        sink.SetText(1, row + 3, "s" + std::to_string(row));
+        sink.SetRowRun(2, row + 3, std::span<const float>(values));
+    }
+}
+
+void TellSpectra(karta::TableShape& shape) {
+    shape.isKnown = true;
+    shape.nameRow = 1;
+    shape.axisRow = 2;
+    shape.firstDataRow = 3;
+    shape.labelColumns = {1};
+    shape.firstBlockColumn = 2;
+    shape.axisQuantity = "wavenumber";
+    shape.axisUnit = "cm-1";
+    shape.valueUnit = "AU";
+}
+
+TEST(TableSinkTest, MakesRowRunsARowMajorBlock) {
+    // Whether the shape is told before the runs or after them makes no other difference than the order.
+    for (const bool isEarly : {true, false}) {
+        Making making;
+        if (isEarly) {
+            TellSpectra(making.context->shape);
+        }
+        PushSpectra(making.sink, 3, 5);
+        TellSpectra(making.context->shape);
+        const Table table = making.sink.Finish();
+        const Block* const block = table.GetBlock();
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(block->IsRowMajor(), isEarly);
+        EXPECT_TRUE(block->IsFloat32());
+        EXPECT_EQ(block->GetRowCount(), 3);
+        EXPECT_EQ(block->GetPointCount(), 5);
+        for (int row = 0; row < 3; ++row) {
+            for (int point = 0; point < 5; ++point) {
+                EXPECT_EQ(block->GetNumber(row, point), row * 1000 + point);
+            }
+        }
+        EXPECT_EQ(block->GetAxis()[4], 1004.0);
+        EXPECT_EQ(block->GetAxisQuantity(), "wavenumber");
+        EXPECT_EQ(block->GetValueUnit(), "AU");
+        EXPECT_EQ(table.GetColumn("name").GetText(1), "s1");
+        ASSERT_EQ(table.GetHeads().size(), 1U);
+        EXPECT_EQ(table.GetHeads()[0].text, "cm-1");
+        EXPECT_EQ(table.GetWidth(), 6);
+        EXPECT_EQ(table.GetText(3, 1), "1002");
+    }
+}
+
+TEST(TableSinkTest, MakesColumnRunsAColumnMajorBlock) {
+    Making making;
+    making.KnownShape().firstBlockColumn = 1;
+    making.sink.SetDataSize(3, 4);
+    for (int col = 1; col <= 3; ++col) {
+        const double top[] = {col + 0.1, col + 0.2, col + 0.3};
+        const double bottom[] = {col + 0.4};
+        making.sink.SetColumnRun(col, 1, std::span<const double>(top));
+        making.sink.SetColumnRun(col, 4, std::span<const double>(bottom));
+    }
+    const Table table = making.sink.Finish();
+    const Block* const block = table.GetBlock();
+    ASSERT_NE(block, nullptr);
+    EXPECT_FALSE(block->IsRowMajor());
+    EXPECT_EQ(block->GetPointStride(), 4);
+    EXPECT_EQ(block->GetNumber(3, 2), 3.4);
+    EXPECT_EQ(block->GetDoubles()[4], 2.1);
+    EXPECT_EQ(block->GetColumn(1).GetDoubles().data(), block->GetDoubles() + 4);
+}
+
+TEST(TableSinkTest, GrowsABlockBeyondWhatWasAnnounced) {
+    for (const bool inRows : {true, false}) {
+        Making making;
+        making.KnownShape().firstBlockColumn = 1;
+        making.sink.SetDataSize(1, 1);
+        for (int line = 1; line <= 9; ++line) {
+            const std::vector<double> run(static_cast<std::size_t>(line), line);
+            if (inRows) {
+                making.sink.SetRowRun(1, line, std::span<const double>(run));
+            } else {
+                making.sink.SetColumnRun(line, 1, std::span<const double>(run));
+            }
+        }
+        const Table table = making.sink.Finish();
+        const Block* const block = table.GetBlock();
+        ASSERT_NE(block, nullptr);
+        for (int line = 0; line < 9; ++line) {
+            for (int place = 0; place < 9; ++place) {
+                const double number = inRows ? block->GetNumber(line, place) : block->GetNumber(place, line);
+                EXPECT_TRUE(place <= line ? number == line + 1 : std::isnan(number)) << line << ' ' << place;
+            }
+        }
+    }
+}
+
+TEST(TableSinkTest, WidensABlockOfFloatsWhereADoubleComes) {
+    Making making;
+    making.KnownShape().firstBlockColumn = 1;
+    const float floats[] = {1.5F, 2.5F};
+    const double doubles[] = {0.1, 0.2};
+    making.sink.SetRowRun(1, 1, std::span<const float>(floats));
+    making.sink.SetRowRun(1, 2, std::span<const double>(doubles));
+    making.sink.SetRowRun(1, 3, std::span<const float>(floats));
+    const Table table = making.sink.Finish();
+    ASSERT_NE(table.GetBlock(), nullptr);
+    EXPECT_FALSE(table.GetBlock()->IsFloat32());
+    EXPECT_EQ(table.GetBlock()->GetNumber(1, 0), 0.1);
+    EXPECT_EQ(table.GetBlock()->GetNumber(2, 1), 2.5);
+}
+
+TEST(TableSinkTest, TakesCellsAmongTheRunsOfABlock) {
+    Making making;
+    making.KnownShape().firstBlockColumn = 1;
+    making.sink.SetDataSize(3, 2);
+    const double run[] = {1.5, 2.5};
+    making.sink.Set(1, 1, 9.5);
+    making.sink.SetRowRun(2, 1, std::span<const double>(run));
+    making.sink.SetRowRun(1, 2, std::span<const double>(run));
+    making.sink.SetMissing(2, 2);
+    making.sink.Set(3, 2, 4.0);
+    const Table table = making.sink.Finish();
+    const Block* const block = table.GetBlock();
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(block->GetNumber(0, 0), 9.5);
+    EXPECT_EQ(block->GetNumber(0, 2), 2.5);
+    EXPECT_TRUE(std::isnan(block->GetNumber(1, 1)));
+    EXPECT_EQ(block->GetNumber(1, 2), 4.0);
+}
+
+TEST(TableSinkTest, MakesColumnsOfABlockThatHoldsTexts) {
+    Making making;
+    TellSpectra(making.context->shape);
+    PushSpectra(making.sink, 3, 4);
+    making.sink.SetText(3, 4, "n.d.");
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetBlock(), nullptr);
+    ASSERT_EQ(table.GetColumnCount(), 5U);
+    EXPECT_EQ(TextsOf(table.GetColumn(2)), (Texts{"1", "n.d.", "2001"}));
+    EXPECT_EQ(table.GetColumn(3).GetType(), ColumnType::Float32);
+    EXPECT_EQ(TextsOf(table.GetColumn(4)), (Texts{"3", "1003", "2003"}));
+}
+
+TEST(TableSinkTest, KeepsColumnsBehindTheBlock) {
+    Making making;
+    making.KnownShape().firstBlockColumn = 2;
+    making.KnownShape().lastBlockColumn = 3;
+    making.KnownShape().nameRow = 1;
+    making.KnownShape().firstDataRow = 2;
+    making.sink.SetDataSize(4, 2);
+    making.sink.SetText(1, 1, "id");
+    making.sink.SetText(2, 1, "a");
+    making.sink.SetText(3, 1, "b");
+    making.sink.SetText(4, 1, "protein");
+    making.sink.SetText(1, 2, "x");
+    const float run[] = {1, 2, 11.5};
+    making.sink.SetRowRun(2, 2, std::span<const float>(run));
+    const Table table = making.sink.Finish();
+    ASSERT_NE(table.GetBlock(), nullptr);
+    EXPECT_EQ(table.GetBlock()->GetPointCount(), 2);
+    EXPECT_EQ(table.GetBlock()->GetPointName(1), "b");
+    EXPECT_EQ(table.GetBlockPlace(), 1U);
+    EXPECT_EQ(table.GetColumn("protein").GetFloats()[0], 11.5F);
+    EXPECT_EQ(table.GetText(3, 0), "11.5");
+    EXPECT_EQ(table.GetText(2, 0), "2");
+}
+
+TEST(TableSinkTest, KeepsAChromatogramAsOneRow) {
+    Making making;
+    TellSpectra(making.context->shape);
+    PushSpectra(making.sink, 1, 5'000'000);
+    const Table table = making.sink.Finish();
+    ASSERT_NE(table.GetBlock(), nullptr);
+    EXPECT_EQ(table.GetRowCount(), 1);
+    EXPECT_EQ(table.GetBlock()->GetFloatRow(0).size(), 5'000'000U);
+    EXPECT_EQ(table.GetBlock()->GetAxis()[4'999'999], 5'000'999.0);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(table.GetBlock()->GetFloats()) % 64, 0U);
+}
+
+TEST(TableSinkTest, TakesSlicesWithoutACopy) {
+    Making making;
+    TellSpectra(making.context->shape);
+    PushSpectra(making.sink, 4, 3);
+    const Table table = making.sink.Finish();
+    const Table slice = table.Slice(1, 2);
+    EXPECT_EQ(slice.GetRowCount(), 2);
+    EXPECT_EQ(slice.GetColumn("name").GetText(1), "s2");
+    EXPECT_EQ(slice.GetBlock()->GetNumber(1, 2), 2002);
+    EXPECT_EQ(slice.GetBlock()->GetFloats(), table.GetBlock()->GetFloats() + 3);
+    EXPECT_THROW(table.Slice(3, 2), std::out_of_range);
+}
+
+TEST(TableSinkTest, TakesNoMoreMemoryThanAFewFarCellsAreWorth) {
+    Making making(0);
+    making.context->budget.SetLimit(std::uint64_t{64} << 20);
+    for (int row = 1; row <= 100'000; ++row) {
+        making.sink.Set(1, row, row + 0.5);
+    }
+    // One row of a log is much wider than the others.
+    for (int col = 2; col <= 2000; ++col) {
+        making.sink.Set(col, 50'000, col + 0.5);
+    }
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetColumn(1999).GetNumber(49'999), 2000.5);
+    EXPECT_EQ(table.GetColumn(1999).GetNullCount(), 99'999);
+}
+
+TEST(TableSinkTest, EndsWhatWouldOutgrowTheBudget) {
+    const auto pushes = [](auto push) {
+        Making making;
+        making.context->budget.SetLimit(std::uint64_t{16} << 20);
+        making.KnownShape().firstBlockColumn = 2;
+        EXPECT_THROW(
+            {
+                push(making.sink);
+                making.sink.Finish();
+            },
+            karta::BudgetExceeded);
+    };
+    const double run[] = {1.0};
+    constexpr int Far = std::numeric_limits<int>::max() - 1;
+    pushes([&](TableSink& sink) {
+        sink.SetRowRun(2, Far, std::span<const double>(run));
+        sink.SetRowRun(Far, 1, std::span<const double>(run));
+    });
+    pushes([&](TableSink& sink) {
+        sink.SetColumnRun(Far, 1, std::span<const double>(run));
+        sink.SetColumnRun(2, Far, std::span<const double>(run));
+    });
+    pushes([](TableSink& sink) { sink.SetDataSize(Far, 1); });
+}
+
+TEST(TableSinkTest, IgnoresCellsOutsideOfAnyTable) {
+    Making making(0);
+    const double run[] = {1.0, 2.0};
+    making.sink.Set(0, 1, 1.0);
+    making.sink.Set(1, 0, 1.0);
+    making.sink.Set(-5, 1, 1.0F);
+    making.sink.SetText(1, -1, "x");
+    making.sink.SetRowRun(0, 1, std::span<const double>(run));
+    making.sink.SetRowRun(1, 0, std::span<const double>(run));
+    making.sink.SetColumnRun(1, -7, std::span<const double>(run));
+    making.sink.SetError(0, 0, "#N/A");
+    making.sink.SetSource(0, 1, "1");
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetRowCount(), 0);
+    EXPECT_EQ(table.GetWidth(), 0);
+    EXPECT_EQ(making.NoteText(), "");
 }
 
 }  // namespace

@@ -1,0 +1,468 @@
+#include "karta/internal/CellVector.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+
+#include "base/DateText.h"
+#include "base/NumberFormat.h"
+
+namespace karta {
+
+namespace {
+
+using Stretch = CellVector::Stretch;
+
+// A column that changes its kind more often is mixed.
+constexpr std::size_t MostStretches = 8;
+// Missing cells up to so many are kept as such; behind more of them a stretch begins anew.
+constexpr int WidestGap = 4096;
+constexpr int LeastRoom = 8;
+constexpr int MostExpectedRoom = 1024;
+// Decimals with so many digits are written again as they were.
+constexpr std::size_t ExactDigits = 15;
+
+std::size_t WidthOf(CellKind kind) {
+    switch (kind) {
+        case CellKind::Float32:
+        case CellKind::Date:
+            return sizeof(std::int32_t);
+        case CellKind::Bool:
+            return 1;
+        default:
+            return sizeof(std::uint64_t);
+    }
+}
+
+void SetBits(std::uint8_t* bits, int first, int count) {
+    for (; count > 0 && (first & 7) != 0; ++first, --count) {
+        SetBit(bits, first);
+    }
+    std::memset(bits + first / 8, 0xff, static_cast<std::size_t>(count / 8));
+    first += count / 8 * 8;
+    for (count %= 8; count > 0; ++first, --count) {
+        SetBit(bits, first);
+    }
+}
+
+// Room for so many cells, charged before it is taken.
+void Reserve(CellStore& store, Stretch& stretch, int count) {
+    if (count <= stretch.capacity) {
+        return;
+    }
+    const std::int64_t doubled = 2 * std::int64_t{stretch.capacity};
+    const auto room =
+        static_cast<int>(std::clamp<std::int64_t>(doubled, count, std::numeric_limits<int>::max()));
+    const std::size_t more = static_cast<std::size_t>(room) - static_cast<std::size_t>(stretch.capacity);
+    const std::size_t width = WidthOf(stretch.kind);
+    store.Charge(more * (width + (stretch.kind == CellKind::Mixed ? 1 : 0)) +
+                 (stretch.hasMissing ? more / 8 + 1 : 0));
+    stretch.values.Resize(static_cast<std::size_t>(room) * width);
+    if (stretch.kind == CellKind::Mixed) {
+        stretch.kinds.Resize(static_cast<std::size_t>(room));
+    }
+    if (stretch.hasMissing) {
+        stretch.bits.Resize(BytesOfBits(room));
+    }
+    stretch.capacity = room;
+}
+
+void NeedBits(CellStore* store, Stretch& stretch) {
+    if (stretch.hasMissing) {
+        return;
+    }
+    if (store != nullptr) {
+        store->Charge(BytesOfBits(stretch.capacity));
+    }
+    stretch.bits.Resize(BytesOfBits(stretch.capacity));
+    SetBits(stretch.bits.As<std::uint8_t>(), 0, stretch.count);
+    stretch.hasMissing = true;
+}
+
+// The next `count` cells, which there is room for, are missing.
+void AddMissing(CellStore& store, Stretch& stretch, int count) {
+    if (count > 0) {
+        if (stretch.kind != CellKind::Mixed) {
+            NeedBits(&store, stretch);
+        }
+        stretch.count += count;
+    }
+}
+
+void Write(Stretch& stretch, int place, CellKind kind, std::uint64_t content) {
+    const int at = place - stretch.first;
+    switch (WidthOf(stretch.kind)) {
+        case 1:
+            stretch.values.As<std::uint8_t>()[at] = static_cast<std::uint8_t>(content);
+            break;
+        case sizeof(std::uint32_t):
+            stretch.values.As<std::uint32_t>()[at] = static_cast<std::uint32_t>(content);
+            break;
+        default:
+            stretch.values.As<std::uint64_t>()[at] = content;
+            break;
+    }
+    if (stretch.kind == CellKind::Mixed) {
+        stretch.kinds.As<CellKind>()[at] = kind;
+    } else if (stretch.hasMissing) {
+        SetBit(stretch.bits.As<std::uint8_t>(), at);
+    }
+}
+
+// The same cells, each with its kind.
+void Mix(CellStore& store, Stretch& stretch) {
+    if (stretch.kind == CellKind::Mixed) {
+        return;
+    }
+    Stretch mixed;
+    mixed.first = stretch.first;
+    mixed.kind = CellKind::Mixed;
+    Reserve(store, mixed, std::max(stretch.count, 1));
+    mixed.count = stretch.count;
+    for (int place = stretch.first; place < stretch.GetEnd(); ++place) {
+        const Cell cell = stretch.Get(place);
+        Write(mixed, place, cell.kind, cell.content);
+    }
+    mixed.hasRuns = stretch.hasRuns;
+    stretch = std::move(mixed);
+}
+
+// How many digits stand behind the point of a plain decimal: "1.50" has 2; nothing for any other text.
+std::optional<std::uint8_t> CountDecimals(std::string_view text) {
+    const std::size_t start = !text.empty() && text.front() == '-' ? 1 : 0;
+    const std::size_t point = text.find('.');
+    if (point == std::string_view::npos || point == start || point + 1 == text.size() ||
+        text.size() - start - 1 > ExactDigits || (text[start] == '0' && point > start + 1)) {
+        return {};
+    }
+    for (std::size_t i = start; i < text.size(); ++i) {
+        if (i != point && (text[i] < '0' || text[i] > '9')) {
+            return {};
+        }
+    }
+    return static_cast<std::uint8_t>(text.size() - point - 1);
+}
+
+std::string FormatDecimals(double value, int decimals) {
+    char buffer[64];
+    const int length = std::snprintf(buffer, sizeof buffer, "%.*f", decimals, value);
+    std::string text(buffer, static_cast<std::size_t>(std::clamp(length, 0, 63)));
+    // The process's locale may have another mark.
+    if (decimals > 0 && static_cast<std::size_t>(decimals) < text.size()) {
+        text[text.size() - static_cast<std::size_t>(decimals) - 1] = '.';
+    }
+    return text;
+}
+
+}  // namespace
+
+double Cell::ToDouble() const {
+    switch (kind) {
+        case CellKind::Float32:
+            return GetFloat();
+        case CellKind::Float64:
+            return GetDouble();
+        default:
+            return static_cast<double>(GetInteger());
+    }
+}
+
+std::string Cell::ToText() const {
+    switch (kind) {
+        case CellKind::Text:
+            return std::string(GetText());
+        case CellKind::Int64:
+            return std::to_string(GetInteger());
+        case CellKind::Float32:
+            return FormatShortest(GetFloat());
+        case CellKind::Float64:
+            return FormatShortest(GetDouble());
+        case CellKind::Bool:
+            return content != 0 ? "TRUE" : "FALSE";
+        case CellKind::Date:
+            return FormatDate(static_cast<std::int32_t>(content));
+        case CellKind::Time:
+            return FormatTime(GetInteger());
+        case CellKind::DateTime:
+            return FormatDateTime(GetInteger());
+        case CellKind::Duration:
+            return FormatDuration(GetInteger());
+        case CellKind::Missing:
+        case CellKind::Mixed:
+            break;
+    }
+    return {};
+}
+
+Cell Stretch::Get(int place) const {
+    const int at = place - first;
+    if (kind == CellKind::Mixed) {
+        return {kinds.As<CellKind>()[at], values.As<std::uint64_t>()[at]};
+    }
+    if (!IsThere(place)) {
+        return {};
+    }
+    switch (WidthOf(kind)) {
+        case 1:
+            return {kind, values.As<std::uint8_t>()[at]};
+        case sizeof(std::uint32_t):
+            return {kind, values.As<std::uint32_t>()[at]};
+        default:
+            return {kind, values.As<std::uint64_t>()[at]};
+    }
+}
+
+const Stretch* CellVector::Find(int place) const {
+    // There are few, and the last one is asked for most.
+    for (auto stretch = stretches.rbegin(); stretch != stretches.rend(); ++stretch) {
+        if (place >= stretch->first) {
+            return place < stretch->GetEnd() ? &*stretch : nullptr;
+        }
+    }
+    return nullptr;
+}
+
+Stretch* CellVector::Find(int place) {
+    return const_cast<Stretch*>(std::as_const(*this).Find(place));
+}
+
+Stretch& CellVector::AddStretch(CellStore& store, int place, CellKind kind, int room) {
+    const auto at = std::find_if(stretches.begin(), stretches.end(),
+                                 [place](const Stretch& stretch) { return stretch.first > place; });
+    store.Charge(sizeof(Stretch));
+    Stretch& stretch = *stretches.emplace(at);
+    stretch.first = place;
+    stretch.kind = kind;
+    const int expected = std::clamp(store.expectedRows - place, LeastRoom, MostExpectedRoom);
+    Reserve(store, stretch, std::max(room, expected));
+    return stretch;
+}
+
+// All in one stretch of mixed cells, from this place or the first one to the last. It begins well in front of
+// them, so that cells that come from the bottom up don't move all others each time.
+void CellVector::Join(CellStore& store, int place) {
+    Stretch joined;
+    const int end = GetEnd();
+    const int first = stretches.front().first;
+    joined.first = place < first ? std::max(0, std::min(place, first - (end - first))) : first;
+    joined.kind = CellKind::Mixed;
+    Reserve(store, joined, end - joined.first);
+    joined.count = end - joined.first;
+    ForEach(0, end, [&](int at, const Cell& cell) { Write(joined, at, cell.kind, cell.content); });
+    stretches.clear();
+    stretches.push_back(std::move(joined));
+}
+
+void CellVector::Append(CellStore& store, int place, CellKind kind, std::uint64_t content) {
+    if (!stretches.empty()) {
+        Stretch& last = stretches.back();
+        const int gap = place - last.GetEnd();
+        const bool isSame =
+            (last.kind == kind || last.kind == CellKind::Mixed) && (gap <= WidestGap || gap <= last.count);
+        if (!isSame && stretches.size() < MostStretches) {
+            AddStretch(store, place, kind, 1);
+        } else {
+            if (last.kind != kind) {
+                Mix(store, last);
+            }
+            Reserve(store, last, gap + last.count + 1);
+            AddMissing(store, last, gap);
+        }
+    } else {
+        AddStretch(store, place, kind, 1);
+    }
+    Stretch& last = stretches.back();
+    ++last.count;
+    Write(last, place, kind, content);
+}
+
+// In front of a stretch, or between two.
+void CellVector::Insert(CellStore& store, int place, CellKind kind, std::uint64_t content) {
+    if (stretches.size() < MostStretches) {
+        Stretch& stretch = AddStretch(store, place, kind, 1);
+        stretch.count = 1;
+        Write(stretch, place, kind, content);
+        return;
+    }
+    Join(store, place);
+    Write(stretches.front(), place, kind, content);
+}
+
+void CellVector::Put(CellStore& store, int place, CellKind kind, std::uint64_t content) {
+    if (place == std::numeric_limits<int>::max()) {
+        throw std::length_error("a table has more rows than can be counted");
+    }
+    if (place >= GetEnd()) {
+        Append(store, place, kind, content);
+        return;
+    }
+    Stretch* const stretch = Find(place);
+    if (stretch == nullptr) {
+        Insert(store, place, kind, content);
+        return;
+    }
+    if (stretch->kind != kind) {
+        Mix(store, *stretch);
+    }
+    Write(*stretch, place, kind, content);
+}
+
+void CellVector::PutText(CellStore& store, int place, std::string_view text) {
+    if (!stretches.empty()) {
+        // Texts often repeat the one above.
+        const Stretch& last = stretches.back();
+        if (last.kind == CellKind::Text && place == last.GetEnd() && last.IsThere(place - 1)) {
+            const Cell above = last.Get(place - 1);
+            if (above.GetText() == text) {
+                Put(store, place, CellKind::Text, above.content);
+                return;
+            }
+        }
+    }
+    Put(store, place, CellKind::Text, store.AddText(text));
+}
+
+void CellVector::PutMissing(int place) {
+    Stretch* const stretch = place < GetEnd() ? Find(place) : nullptr;
+    if (stretch == nullptr) {
+        return;
+    }
+    if (stretch->kind == CellKind::Mixed) {
+        stretch->kinds.As<CellKind>()[place - stretch->first] = CellKind::Missing;
+        return;
+    }
+    NeedBits(nullptr, *stretch);
+    ClearBit(stretch->bits.As<std::uint8_t>(), place - stretch->first);
+}
+
+template <class Number>
+void CellVector::PutNumbers(CellStore& store, int place, CellKind kind, std::span<const Number> values) {
+    if (values.size() > static_cast<std::size_t>(std::numeric_limits<int>::max() - place)) {
+        throw std::length_error("a table has more rows than can be counted");
+    }
+    const int count = static_cast<int>(values.size());
+    Stretch* last = stretches.empty() ? nullptr : &stretches.back();
+    if (place < GetEnd() || (last != nullptr && last->kind != kind && stretches.size() >= MostStretches)) {
+        for (const Number value : values) {
+            Put(store, place++, kind,
+                std::bit_cast<std::conditional_t<sizeof(Number) == 4, std::uint32_t, std::uint64_t>>(value));
+        }
+        return;
+    }
+    if (last == nullptr || last->kind != kind || place != last->GetEnd()) {
+        last = &AddStretch(store, place, kind, count);
+    }
+    Reserve(store, *last, last->count + count);
+    std::memcpy(last->values.As<Number>() + last->count, values.data(), values.size_bytes());
+    if (last->hasMissing) {
+        SetBits(last->bits.As<std::uint8_t>(), last->count, count);
+    }
+    last->count += count;
+    last->hasRuns = true;
+}
+
+void CellVector::PutRun(CellStore& store, int place, std::span<const float> values) {
+    PutNumbers(store, place, CellKind::Float32, values);
+}
+
+void CellVector::PutRun(CellStore& store, int place, std::span<const double> values) {
+    PutNumbers(store, place, CellKind::Float64, values);
+}
+
+// Plain decimals take a byte a cell; of any other source the characters are kept.
+void CellVector::PutSource(CellStore& store, int place, std::string_view source) {
+    const Cell cell = Get(place);
+    if (cell.kind == CellKind::Text) {
+        return;
+    }
+    if (writing == nullptr) {
+        writing = std::make_unique<Writing>();
+    }
+    const auto decimals = cell.kind == CellKind::Float64 ? CountDecimals(source) : std::nullopt;
+    if (decimals) {
+        const std::size_t size = writing->decimals.GetSize();
+        if (static_cast<std::size_t>(place) >= size) {
+            const std::size_t room =
+                std::max({static_cast<std::size_t>(place) + 1, 2 * size, std::size_t{64}});
+            store.Charge(room - size);
+            writing->decimals.Resize(room);
+        }
+        writing->decimals.As<std::uint8_t>()[place] = static_cast<std::uint8_t>(*decimals + 1);
+        return;
+    }
+    store.Charge(sizeof(Sources::value_type));
+    const std::uint64_t word = store.AddText(source);
+    Sources& sources = writing->sources;
+    if (sources.empty() || sources.back().first < place) {
+        sources.emplace_back(place, word);
+        return;
+    }
+    const auto at = std::lower_bound(sources.begin(), sources.end(), place,
+                                     [](const auto& known, int wanted) { return known.first < wanted; });
+    if (at->first == place) {
+        at->second = word;
+    } else {
+        sources.insert(at, {place, word});
+    }
+}
+
+void CellVector::Cut(int end) {
+    while (!stretches.empty() && stretches.back().first >= end) {
+        stretches.pop_back();
+    }
+    if (!stretches.empty() && stretches.back().GetEnd() > end) {
+        Stretch& last = stretches.back();
+        for (int place = end; last.hasMissing && place < last.GetEnd(); ++place) {
+            ClearBit(last.bits.As<std::uint8_t>(), place - last.first);
+        }
+        for (int place = end; last.kind == CellKind::Mixed && place < last.GetEnd(); ++place) {
+            last.kinds.As<CellKind>()[place - last.first] = CellKind::Missing;
+        }
+        last.count = end - last.first;
+    }
+}
+
+Cell CellVector::Get(int place) const {
+    const Stretch* const stretch = Find(place);
+    return stretch == nullptr ? Cell() : stretch->Get(place);
+}
+
+std::string CellVector::GetText(int place) const {
+    const Cell cell = Get(place);
+    if (writing != nullptr && cell.kind != CellKind::Missing && cell.kind != CellKind::Text) {
+        const auto known = std::lower_bound(writing->sources.begin(), writing->sources.end(), place,
+                                            [](const auto& one, int wanted) { return one.first < wanted; });
+        if (known != writing->sources.end() && known->first == place) {
+            return std::string(CellStore::GetText(known->second));
+        }
+        const int decimals = static_cast<std::size_t>(place) < writing->decimals.GetSize()
+                                 ? writing->decimals.As<std::uint8_t>()[place]
+                                 : 0;
+        if (decimals > 0 && cell.kind == CellKind::Float64) {
+            return FormatDecimals(cell.GetDouble(), decimals - 1);
+        }
+    }
+    return cell.ToText();
+}
+
+bool CellVector::HasFractionSource(int first, int end) const {
+    if (writing == nullptr) {
+        return false;
+    }
+    const int known =
+        static_cast<int>(std::min<std::size_t>(writing->decimals.GetSize(), static_cast<std::size_t>(end)));
+    for (int place = first; place < known; ++place) {
+        if (writing->decimals.As<std::uint8_t>()[place] > 0) {
+            return true;
+        }
+    }
+    return std::any_of(writing->sources.begin(), writing->sources.end(), [&](const auto& source) {
+        return source.first >= first && source.first < end &&
+               CellStore::GetText(source.second).find_first_of(".,eEdD") != std::string_view::npos;
+    });
+}
+
+}  // namespace karta

@@ -1,0 +1,153 @@
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "karta/Buffer.h"
+#include "karta/internal/Bits.h"
+#include "karta/internal/CellStore.h"
+
+namespace karta {
+
+/** What a cell came as. */
+enum class CellKind : std::uint8_t {
+    Missing,
+    Text,
+    Int64,
+    Float32,
+    Float64,
+    Bool,
+    Date,
+    Time,
+    DateTime,
+    Duration,
+    Mixed /**< of a stretch only: each cell has a kind of its own */
+};
+constexpr std::size_t CellKinds = 10;
+
+/** A cell and its content: a number's bits, days, microseconds, 0 or 1, or the word of a text. */
+struct Cell {
+    CellKind kind = CellKind::Missing;
+    std::uint64_t content = 0;
+
+    float GetFloat() const { return std::bit_cast<float>(static_cast<std::uint32_t>(content)); }
+    double GetDouble() const { return std::bit_cast<double>(content); }
+    std::int64_t GetInteger() const { return static_cast<std::int64_t>(content); }
+    std::string_view GetText() const { return CellStore::GetText(content); }
+    bool IsNumber() const {
+        return kind == CellKind::Int64 || kind == CellKind::Float32 || kind == CellKind::Float64;
+    }
+    /** Of a number. */
+    double ToDouble() const;
+    /** As CSV has it. */
+    std::string ToText() const;
+};
+
+/**
+ * The cells of one column (or of a head's row) in the making. They lie in stretches of one kind, each with
+ * its values side by side as the Arrow layout has them, so that a column of one kind below its head is
+ * finished without a copy. A column that changes its kind all the time becomes one stretch of mixed cells.
+ *
+ * Places count from 0.
+ */
+class CellVector {
+public:
+    /** Cells of one kind one below the other. */
+    struct Stretch {
+        int first = 0;
+        int count = 0;
+        int capacity = 0;
+        CellKind kind = CellKind::Missing;
+        bool hasMissing = false; /**< then `bits` tell which are there */
+        bool hasRuns = false;    /**< some came as runs of an array */
+        Buffer values;
+        Buffer bits;
+        Buffer kinds; /**< of mixed cells */
+
+        int GetEnd() const { return first + count; }
+        bool IsThere(int place) const {
+            return !hasMissing || GetBit(bits.As<std::uint8_t>(), place - first);
+        }
+        Cell Get(int place) const;
+    };
+
+    int GetEnd() const { return stretches.empty() ? 0 : stretches.back().GetEnd(); }
+    bool IsEmpty() const { return stretches.empty(); }
+
+    /** Any kind but Missing and Mixed. */
+    void Put(CellStore& store, int place, CellKind kind, std::uint64_t content);
+    void PutDouble(CellStore& store, int place, double value) {
+        if (!stretches.empty()) {
+            Stretch& last = stretches.back();
+            // The road of nearly every number.
+            if (last.kind == CellKind::Float64 && place == last.GetEnd() && last.count < last.capacity &&
+                !last.hasMissing) {
+                last.values.As<double>()[last.count++] = value;
+                return;
+            }
+        }
+        Put(store, place, CellKind::Float64, std::bit_cast<std::uint64_t>(value));
+    }
+    void PutText(CellStore& store, int place, std::string_view text);
+    /** Whatever was there is gone. */
+    void PutMissing(int place);
+    void PutRun(CellStore& store, int place, std::span<const float> values);
+    void PutRun(CellStore& store, int place, std::span<const double> values);
+    /** The characters that a number, date or truth value had in its file. */
+    void PutSource(CellStore& store, int place, std::string_view source);
+    /** Cells from here on are gone. */
+    void Cut(int end);
+
+    Cell Get(int place) const;
+    /** As CSV has it: with the characters of the file, where they are known. */
+    std::string GetText(int place) const;
+    /** Whether a number among the places was written with a decimal mark or an exponent. */
+    bool HasFractionSource(int first, int end) const;
+
+    std::vector<Stretch>& GetStretches() { return stretches; }
+    const std::vector<Stretch>& GetStretches() const { return stretches; }
+
+    /** Gives each cell from `first` on, up to `end`, to `use(place, cell)`, but missing ones. */
+    template <class Use>
+    void ForEach(int first, int end, Use use) const {
+        for (const Stretch& stretch : stretches) {
+            const int last = stretch.GetEnd() < end ? stretch.GetEnd() : end;
+            for (int place = stretch.first > first ? stretch.first : first; place < last; ++place) {
+                const Cell cell = stretch.Get(place);
+                if (cell.kind != CellKind::Missing) {
+                    use(place, cell);
+                }
+            }
+        }
+    }
+
+private:
+    /** Sources that are no plain decimals. */
+    using Sources = std::vector<std::pair<int, std::uint64_t>>;
+    /** How the numbers of a column were written. */
+    struct Writing {
+        Buffer decimals;  // a byte a place: digits behind the point + 1; 0: none known
+        Sources sources;  // in the order of the places
+    };
+
+    Stretch* Find(int place);
+    const Stretch* Find(int place) const;
+    void Append(CellStore& store, int place, CellKind kind, std::uint64_t content);
+    void Insert(CellStore& store, int place, CellKind kind, std::uint64_t content);
+    Stretch& AddStretch(CellStore& store, int place, CellKind kind, int room);
+    template <class Number>
+    void PutNumbers(CellStore& store, int place, CellKind kind, std::span<const Number> values);
+    void Join(CellStore& store, int place);
+
+    std::vector<Stretch> stretches;    // in the order of their places
+    std::unique_ptr<Writing> writing;  // null where nothing is known
+};
+
+}  // namespace karta

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "base/TableShape.h"
+#include "karta/internal/CellVector.h"
+
+namespace karta {
+
+/**
+ * Which rows of a plain grid name its columns, their units and their axis, by the rules that hold for
+ * delimited text: names stand above columns of numbers and have none of them, or are whole numbers of one
+ * step; units are texts between names and numbers.
+ *
+ * `header`: the row of the names, from 1; 0: there is none; nothing: it is looked for. The places of the
+ * cells are the rows, from 0.
+ */
+TableShape FindGridHead(const std::vector<CellVector>& columns, int rows, std::optional<int> header);
+
+}  // namespace karta
