@@ -564,14 +564,15 @@ std::vector<double> AndiFileReader::ChooseTimes() {
 int AndiFileReader::ReadCompletely(ReadSpreadSheetData& sink) {
     const std::vector<double> times = ChooseTimes();
     sink.SetDataSize(static_cast<int>(times.size()) + IdColumns, GetNumRows());
+    TellShape();
     CellOutput output(sink);
     output.Text(1, 1, "Primary ID");
     output.Text(2, 1, "Name");
     int row = 1;
     if (includeX) {
         int column = FirstPointColumn;
-        for (const double time : times) {
-            output.Text(column++, 1, "t " + FormatShortest(static_cast<float>(time)));
+        for (auto time = times.begin(); time != times.end() && output.WantsPointNames(); ++time) {
+            output.Text(column++, 1, "t " + FormatShortest(static_cast<float>(*time)));
         }
         output.EndRow(row++);
         output.Integer(1, row, 1);
@@ -589,7 +590,6 @@ int AndiFileReader::ReadCompletely(ReadSpreadSheetData& sink) {
             output.EndRow(row);
         }
     }
-    TellShape();
     return status;
 }
 

@@ -359,10 +359,10 @@ int NetCDFFile::ReadCompletely(ReadSpreadSheetData& sink) {
                 sink.SetDataSize(GetNumCols(), rows);
                 isSizeTold = true;
             }
-            tables->Read(*content.table, output, firstRow);
-            if (firstRow == 1) {
+            if (chosen.size() == 1) {
                 tables->TellShape(*content.table);
             }
+            tables->Read(*content.table, output, firstRow);
         }
         firstRow += content.part.rows;
     }

@@ -263,6 +263,7 @@ int BrimroseFile::ReadObservations(ReadSpreadSheetData& sink) {
     if (numRows == 0) {
         return status;
     }
+    FillShape();
     CellOutput out(sink);
     std::vector<float> numbers;
     numbers.reserve(numPoints);
@@ -291,7 +292,6 @@ int BrimroseFile::ReadObservations(ReadSpreadSheetData& sink) {
     }
     AddNote({"sample-names", chosen.size(), "",
              "the samples' names are not in this table; karta-import info lists them"});
-    FillShape();
     return status;
 }
 

@@ -172,8 +172,9 @@ void ChemStationParts::SetHeads(CellOutput& out, const ChemStationSignal& signal
     for (int i = 0; i < HeadColumns; ++i) {
         out.Text(i + 1, firstRow, signal.isSpectra ? SpectraNames[i] : SignalNames[i]);
     }
+    const bool areNamed = out.WantsPointNames() || tables.size() > 1;
     std::string name;
-    for (int i = 0; i < signal.numPoints; ++i) {
+    for (int i = 0; areNamed && i < signal.numPoints; ++i) {
         name = "t ";
         AppendG(name, signal.GetX(i));
         out.TerminatedText(HeadColumns + 1 + i, firstRow, name);

@@ -208,6 +208,7 @@ void NsasSpectra::Read(ReadSpreadSheetData& sink, karta::ReadContext& context) c
         context.shape.firstDataRow = HeadRows + 1;
         context.shape.labelColumns = {1, 2, 3, 4};
         context.shape.firstBlockColumn = FirstWavelengthColumn;
+        context.shape.lastBlockColumn = numConstituents > 0 ? GetNumCols() - numConstituents : 0;
         context.shape.axisQuantity = "wavelength";
         context.shape.axisUnit = "nm";
     }
@@ -241,8 +242,10 @@ void NsasSpectra::SetHeads(CellOutput& out, const Table& table, int row) const {
     for (const char* name : Names) {
         out.Text(column++, row + 1, name);
     }
-    for (const float wavelength : wavelengths) {
-        out.Text(column++, row + 1, "w" + FormatG(static_cast<double>(wavelength)));
+    if (out.WantsPointNames() || tables.size() > 1) {
+        for (const float wavelength : wavelengths) {
+            out.Text(column++, row + 1, "w" + FormatG(static_cast<double>(wavelength)));
+        }
     }
     column = GetNumCols() - numConstituents;
     for (int i = 0; i < numConstituents; ++i) {

@@ -265,7 +265,7 @@ void OPUSParts::SetHeads(CellOutput& out, const Group& group, int firstRow) cons
     for (const char* name : Names) {
         out.Text(column++, firstRow, name);
     }
-    for (int i = 0; i < axis.numPoints; ++i) {
+    for (int i = 0; i < axis.numPoints && (out.WantsPointNames() || chosen.size() > 1); ++i) {
         out.Text(OPUSFirstValueColumn + i, firstRow, "Var_" + std::to_string(i + 1));
     }
     out.EndRow(firstRow);

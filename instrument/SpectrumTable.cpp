@@ -88,17 +88,14 @@ void SpectrumTable::WriteNames(CellOutput& output) const {
     for (const std::string& name : labelNames) {
         output.Text(++col, 1, name);
     }
-    if (groups.size() == 1) {
+    if (groups.size() == 1 && !hasAxisRow) {
+        output.RowRun(col + 1, 1, std::span<const double>(ColumnsOf(groups.front())));
+    } else if (groups.size() == 1 && output.WantsPointNames()) {
         std::string name;
         for (const double x : ColumnsOf(groups.front())) {
-            ++col;
-            if (hasAxisRow) {
-                name = "t ";
-                AppendG(name, x);
-                output.TerminatedText(col, 1, name);
-            } else {
-                output.Number(col, 1, x);
-            }
+            name = "t ";
+            AppendG(name, x);
+            output.TerminatedText(++col, 1, name);
         }
     }
     output.EndRow(1);

@@ -175,6 +175,8 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
     context.shape = head.GetShape(types);
     textsBehind = unclosed = contradictions = zones = {};
     letGo = 0;
+    // What the head tells; the types may turn out otherwise.
+    context.shape = head.GetShape(types);
     ReadRecords(output);
     if (!isStreaming) {
         ConvertAgain(output);
