@@ -80,6 +80,7 @@ public:
     int NextRowToRead(int row) override;
     void EndRow(int row) override;
     bool KeepsRows() const override { return sink.KeepsRows(); }
+    bool WantsPointNames() const override { return sink.WantsPointNames(); }
     void SetDataSize(int cols, int rows) override;
     int GetNumberOfColumns() override { return sink.GetNumberOfColumns(); }
     int GetNumberOfRows() override { return sink.GetNumberOfRows(); }
