@@ -61,7 +61,7 @@ TEST(PartChoice, MemberStandsForItsPartWhereNoPartIsNamedSo) {
     EXPECT_EQ(PartChoice(parts, "lon", "--part").GetText(), "lon");
     EXPECT_EQ(PartChoice(parts, "2", "--part").GetText(), "lat") << "a name goes before a place";
     EXPECT_EQ(PartChoice(parts, "height,lon", "--part").GetText(), "lat,lon");
-    EXPECT_THROW(PartChoice(parts, "HEIGHT", "--part"), Failure);
+    EXPECT_THROW(PartChoice(parts, "HEIGHT", "--part"), karta::Error);
 }
 
 TEST(PartChoice, WhatNamesNoPartIsRefused) {
