@@ -51,6 +51,9 @@ bool NvImportOpen(int index, const char* fileName, bool forRead, void** handle,
                   NvImportOpenOptions* options) {
     SpreadsheetFile* reader = SprFileFactory::GetSpreadsheetFile(index);
     *handle = reader;
+    if (reader == nullptr) {
+        return false;  // a factory that makes none
+    }
     if (auto* own = dynamic_cast<FormatReader*>(reader); own != nullptr && forRead) {
         // The flat interface has no words for limits: those that fit the files hold.
         own->SetContext(std::make_shared<karta::ReadContext>());
@@ -60,9 +63,10 @@ bool NvImportOpen(int index, const char* fileName, bool forRead, void** handle,
 }
 
 void NvImportClose(int /*index*/, void* handle) {
-    SpreadsheetFile* reader = Reader(handle);
-    reader->Close();
-    delete reader;
+    if (SpreadsheetFile* reader = Reader(handle)) {
+        reader->Close();
+        delete reader;
+    }
 }
 
 const char* NvImportGetLastError(int /*index*/, void* handle) {

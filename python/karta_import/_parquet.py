@@ -1,0 +1,206 @@
+"""Many files into a folder of Parquet files."""
+
+from __future__ import annotations
+
+import hashlib
+import json
+import os
+from collections.abc import Callable, Iterable
+from concurrent.futures import Future, ThreadPoolExecutor
+from pathlib import Path as FilePath
+from typing import TYPE_CHECKING, Any, NamedTuple
+
+from karta_import._errors import Error, make_error
+from karta_import._scan import Failure, expand_paths, scan
+from karta_import._table import Table
+
+if TYPE_CHECKING:
+    from karta_import._reading import Path
+
+STATE = "_karta_import.json"
+
+
+class Written(NamedTuple):
+    """What `to_parquet` has done."""
+
+    folder: str
+    files: list[str]  # the Parquet files, those of earlier runs too
+    rows: int  # written by this run
+    errors: list[Failure]
+
+
+class _State:
+    """What the folder's Parquet files are made of; kept in the folder, so that a later run can go on."""
+
+    def __init__(self, folder: FilePath, identity: str) -> None:
+        self._path = folder / STATE
+        if self._path.exists():
+            self._known = json.loads(self._path.read_text())
+            if self._known["identity"] != identity:
+                raise FileExistsError(
+                    f"{folder} holds the Parquet files of other sources or other options; name an empty folder"
+                )
+        elif any(folder.iterdir()):
+            raise FileExistsError(f"{folder} isn't empty and holds nothing of to_parquet")
+        else:
+            self._known = {"identity": identity, "axis": None}
+            self._write()
+
+    @property
+    def axis(self) -> list[float] | None:
+        """The axis of the first table; all others have it."""
+        axis: list[float] | None = self._known["axis"]
+        return axis
+
+    def keep_axis(self, table: Table) -> None:
+        if self.axis is None and table.x is not None:
+            self._known["axis"] = [float(x) for x in table.x]
+            self._write()
+
+    def _write(self) -> None:
+        _replace(self._path, lambda path: path.write_text(json.dumps(self._known)))
+
+
+def _identity(paths: list[str], options: dict[str, Any]) -> str:
+    """Tells whether an earlier run was over the same files with the same options."""
+    digest = hashlib.sha256(json.dumps(options, sort_keys=True, default=str).encode())
+    for path in paths:
+        try:
+            state = os.stat(path)
+            told = f"{path}\0{state.st_size}\0{state.st_mtime_ns}\n"
+        except OSError:
+            told = f"{path}\0\n"
+        digest.update(told.encode("utf-8", "surrogateescape"))
+    return digest.hexdigest()
+
+
+def _replace(path: FilePath, write: Callable[[FilePath], object]) -> None:
+    """The file is whole or isn't there, whenever this is stopped."""
+    unfinished = path.with_name(f".{path.name}.{os.getpid()}.part")
+    try:
+        write(unfinished)
+        os.replace(unfinished, path)
+    finally:
+        unfinished.unlink(missing_ok=True)
+
+
+class _Writer:
+    """Writes tables as Parquet, each while the next one is being read."""
+
+    def __init__(self, folder: FilePath, compression: str) -> None:
+        import pyarrow.parquet as pq
+
+        self._pq = pq
+        self._compression = compression
+        self._pool = ThreadPoolExecutor(1)
+        self._last: Future[None] | None = None
+        first = next(iter(sorted(folder.glob("part-*.parquet"))), None)
+        self._schema = None if first is None else pq.read_schema(first)
+        self.rows = 0
+
+    def write(self, table: Table, target: FilePath) -> None:
+        import pyarrow as pa
+
+        made = pa.table(table)
+        if self._schema is None:
+            self._schema = made.schema
+        elif made.schema != self._schema:
+            made = made.cast(self._schema)
+        self.finish()
+        self._last = self._pool.submit(self._write_one, made, target)
+        self.rows += len(table)
+
+    def _write_one(self, made: Any, target: FilePath) -> None:
+        _replace(target, lambda path: self._pq.write_table(made, path, compression=self._compression))
+
+    def finish(self) -> None:
+        """Waits for what is being written, and raises what it raised."""
+        if self._last is not None:
+            self._last.result()
+
+    def close(self) -> None:
+        self._pool.shutdown(wait=True)
+
+
+def _pending_parts(files: list[str], folder: FilePath, batch: int) -> list[tuple[FilePath, list[str]]]:
+    """The Parquet files that aren't there yet, each with its sources."""
+    parts = []
+    for place, first in enumerate(range(0, len(files), batch)):
+        target = folder / f"part-{place:06d}.parquet"
+        if not target.exists():
+            parts.append((target, files[first : first + batch]))
+    return parts
+
+
+def _does_not_fit(file: str) -> Error:
+    text = "its axis isn't that of the first files; a grid puts all spectra on one"
+    return make_error("does-not-fit", os.fsencode(file), "", "grid", text, "", {}, f"{file}: {text}")
+
+
+def _settle_axis(state: _State, files: list[str], batch: int, options: dict[str, Any]) -> None:
+    """The axis that all files have or fit to; looking at all of them is done once."""
+    if state.axis is None and options.get("grid") in ("common", "union"):
+        table = next(scan(files, batch=batch, **options), None)
+        if table is not None:
+            state.keep_axis(table)
+
+
+def to_parquet(
+    paths: Path | Iterable[Path],
+    out: Path,
+    *,
+    batch: int = 500,
+    compression: str = "zstd",
+    **scan_options: Any,
+) -> Written:
+    """Writes many files into the folder `out`, a Parquet file a batch: one row a spectrum, its values a list; or
+    the rows of each file, with a column `file`.
+
+    Stopped at any moment, it leaves whole files only; called again with the same arguments it goes on where it
+    was. All files have the columns of the first batch. Needs pyarrow (`pip install karta-import[parquet]`).
+
+    Args:
+        paths: as in `scan`.
+        out: the folder; made if it isn't there.
+        batch: how many source files one Parquet file has.
+        compression: of Parquet: "zstd", "snappy", "none" ...
+        scan_options: those of `scan`.
+
+    Raises:
+        FileExistsError: the folder holds something else.
+    """
+    files = expand_paths(paths)
+    folder = FilePath(os.fsdecode(out))
+    folder.mkdir(parents=True, exist_ok=True)
+    for left in folder.glob(".*.part"):
+        left.unlink(missing_ok=True)
+    state = _State(folder, _identity(files, scan_options | {"compression": compression, "batch": batch}))
+    _settle_axis(state, files, batch, scan_options)
+    writer = _Writer(folder, compression)
+    errors: list[Failure] = []
+    try:
+        for target, sources in _pending_parts(files, folder, batch):
+            errors += _write_part(target, sources, state, writer, scan_options)
+        writer.finish()
+    finally:
+        writer.close()
+    return Written(str(folder), sorted(str(p) for p in folder.glob("part-*.parquet")), writer.rows, errors)
+
+
+def _write_part(
+    target: FilePath, sources: list[str], state: _State, writer: _Writer, options: dict[str, Any]
+) -> list[Failure]:
+    if options.get("grid") is not None and state.axis is not None:
+        options = options | {"grid": state.axis}
+    tables = scan(sources, batch=len(sources), **options)
+    table = next(tables, None)
+    errors = tables.errors
+    if table is None:
+        return errors
+    state.keep_axis(table)
+    if table.x is not None and [float(x) for x in table.x] != state.axis:
+        if options.get("on_error", "raise") == "raise":
+            raise _does_not_fit(sources[0])
+        return errors + [Failure(file, _does_not_fit(file)) for file in sources]
+    writer.write(table, target)
+    return errors

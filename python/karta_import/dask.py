@@ -1,0 +1,34 @@
+"""Files as a data frame of Dask."""
+
+from __future__ import annotations
+
+from collections.abc import Iterable
+from typing import TYPE_CHECKING, Any
+
+from karta_import._scan import expand_paths, scan
+
+if TYPE_CHECKING:
+    import pandas as pd
+
+    from karta_import._reading import Path
+
+
+def _read_group(files: list[str], names: list[str] | None, options: dict[str, Any]) -> pd.DataFrame:
+    frame = next(scan(files, batch=len(files), workers=1, **options)).to_pandas()
+    return frame if names is None else frame.reindex(columns=names)
+
+
+def read(paths: Path | Iterable[Path], *, batch: int = 100, **options: Any) -> Any:
+    """A Dask data frame of many files, a partition every `batch` of them, made by `dask.dataframe.from_map`.
+
+    Names and types of the columns are those of the first file. `paths` and `options` are those of
+    `karta_import.scan`. Needs dask and pandas.
+    """
+    import dask.dataframe as dd
+
+    files = expand_paths(paths)
+    if not files:
+        raise ValueError("there is no file to read")
+    meta = _read_group(files[:1], None, options).iloc[:0]
+    groups = [files[first : first + batch] for first in range(0, len(files), batch)]
+    return dd.from_map(_read_group, groups, names=list(meta.columns), options=options, meta=meta)

@@ -1,0 +1,59 @@
+"""Spark with tasks in processes of their own; results equal to those of one process."""
+
+import os
+
+import pytest
+
+import karta_import
+
+pyspark = pytest.importorskip("pyspark")
+
+
+@pytest.fixture(scope="module")
+def session():
+    from pyspark.sql import SparkSession
+
+    made = (
+        SparkSession.builder.master("local-cluster[2,1,1024]")
+        .config("spark.executorEnv.PYTHONPATH", os.environ.get("PYTHONPATH", ""))
+        .config("spark.ui.enabled", "false")
+        .getOrCreate()
+    )
+    karta_import.spark.register(made)
+    yield made
+    made.stop()
+
+
+def test_ten_thousand_spectra_are_those_of_one_process(session, spectra):
+    folder = spectra(10_000)
+    frame = session.read.format("karta").option("grid", "first").load(str(folder))
+    rows = frame.orderBy("file").collect()
+    alone = [
+        (file, values.tolist())
+        for table in karta_import.scan(folder, grid="first")
+        for file, values in zip(table["file"].to_list(), table.values)
+    ]
+    values = next(name for name, kind in frame.dtypes if kind.startswith("array"))
+    assert [(row["file"], row[values]) for row in rows] == alone
+
+
+def test_bad_files_are_rows_of_the_error_column(session, spectra):
+    folder = spectra(20)
+    (folder / "s00007.spc").write_bytes(b"\x00\x4bnothing")
+    frame = session.read.format("karta").option("onError", "column").load(str(folder))
+    assert frame.count() == 20
+    (bad,) = frame.where("error is not null").collect()
+    assert bad["file"].endswith("s00007.spc")
+
+
+def test_bad_files_fail_where_nothing_else_is_said(session, spectra):
+    folder = spectra(20)
+    (folder / "s00007.spc").write_bytes(b"\x00\x4bnothing")
+    with pytest.raises(Exception, match="s00007"):
+        session.read.format("karta").load(str(folder)).collect()
+
+
+def test_files_are_split_evenly(session, spectra):
+    frame = session.read.format("karta").option("partitions", "3").load(str(spectra(10)))
+    counts = frame.rdd.mapPartitions(lambda rows: [sum(1 for _ in rows)]).collect()
+    assert sorted(counts) == [3, 3, 4]
