@@ -198,10 +198,13 @@ RegisterConvertBench::RegisterConvertBench(const std::string& name, const std::s
                                      ReadRequest request;
                                      request.files = {path};
                                      request.quiet = true;
+                                     ConvertRequest convert;
+                                     convert.output = BenchFolder() + "/converted.csv";
+                                     convert.target = "csv";
                                      double best = 1e30;
                                      for (auto _ : state) {
                                          const auto start = std::chrono::steady_clock::now();
-                                         RunConvert(request, {BenchFolder() + "/converted.csv", "csv"});
+                                         RunConvert(request, convert);
                                          best = std::min(best, SecondsSince(start));
                                      }
                                      const auto bytes = static_cast<double>(std::filesystem::file_size(path));

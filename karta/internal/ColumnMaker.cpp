@@ -7,9 +7,10 @@
 #include <limits>
 #include <memory>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
+
+#include "karta/internal/TextIndex.h"
 
 namespace karta {
 
@@ -378,8 +379,7 @@ ColumnBuffers ColumnMaker::MakeTexts(const CellVector& cells, int first, int row
 ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, int rows,
                                           std::int64_t plainSize) {
     const std::int64_t placesSize = std::int64_t{rows} * 4;
-    std::unordered_map<std::string_view, std::int32_t> known;
-    std::vector<std::string_view> distinct;
+    TextIndex index;
     std::int64_t size = placesSize + 8;
     const auto isLess = [&] { return 2 * size < plainSize; };
     if (!isLess()) {
@@ -399,14 +399,12 @@ ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, in
             return;
         }
         if (cell.content != above) {
-            const auto [entry, isNew] =
-                known.try_emplace(cell.GetText(), static_cast<std::int32_t>(distinct.size()));
-            if (isNew) {
-                distinct.push_back(entry->first);
-                size += static_cast<std::int64_t>(entry->first.size()) + 8;
+            const std::size_t known = index.GetTexts().size();
+            placeOfAbove = index.Find(cell.GetText());
+            if (index.GetTexts().size() > known) {
+                size += static_cast<std::int64_t>(cell.GetText().size()) + 8;
             }
             above = cell.content;
-            placeOfAbove = entry->second;
         }
         places->As<std::int32_t>()[place - first] = placeOfAbove;
         SetBit(validity.As<std::uint8_t>(), place - first);
@@ -416,6 +414,7 @@ ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, in
         return {};
     }
     store.Charge(static_cast<std::uint64_t>(size - placesSize));
+    const std::vector<std::string_view>& distinct = index.GetTexts();
     ColumnBuffers texts;
     texts.type = ColumnType::Text;
     texts.rows = static_cast<std::int64_t>(distinct.size());

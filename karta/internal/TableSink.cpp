@@ -502,12 +502,11 @@ Block TableSink::MakeBlock(const TableShape& shape, int rows, int points) {
     return Block(std::move(parts));
 }
 
-std::string TableSink::TakeHeadText(int col, int row) {
+std::string TableSink::GetHeadText(int col, int row) const {
     if (row < 1 || col < 1 || static_cast<std::size_t>(col) > columns.size()) {
         return {};
     }
-    CellVector& cells = columns[static_cast<std::size_t>(col) - 1];
-    return cells.GetText(row - 1);
+    return columns[static_cast<std::size_t>(col) - 1].GetText(row - 1);
 }
 
 void TableSink::KeepHeads(const TableShape& shape, TableParts& parts) {
@@ -543,17 +542,19 @@ void TableSink::MakeColumns(const TableShape& shape, int rows, TableParts& parts
     // Names may come from other columns: all of them are looked up before a column is made of its cells.
     std::vector<std::pair<std::string, std::string>> texts;
     for (int col = 1; col <= numCols; ++col) {
-        if (!IsInBlock(col)) {
-            texts.emplace_back(TakeHeadText(col - shape.firstNamedColumn + 1, nameRow),
-                               TakeHeadText(col, shape.unitRow));
+        if (IsInBlock(col)) {
+            col = std::min(lastBlock, numCols);
+            continue;
         }
+        texts.emplace_back(GetHeadText(col - shape.firstNamedColumn + 1, nameRow),
+                           GetHeadText(col, shape.unitRow));
     }
     auto text = texts.begin();
     CellVector nothing;
     for (int col = 1; col <= numCols; ++col) {
         if (IsInBlock(col)) {
             parts.blockPlace = parts.columns.size();
-            col = lastBlock;
+            col = std::min(lastBlock, numCols);
             continue;
         }
         store.Charge(sizeof(Column));

@@ -101,7 +101,7 @@ private:
     bool GatherBlock(int rows, int points);
     void MakeAxis(const TableShape& shape, int points, BlockParts& parts);
     Block MakeBlock(const TableShape& shape, int rows, int points);
-    std::string TakeHeadText(int col, int row);
+    std::string GetHeadText(int col, int row) const;
     void MakeColumns(const TableShape& shape, int rows, TableParts& parts);
     void KeepHeads(const TableShape& shape, TableParts& parts);
 

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace karta {
+
+/** Distinct texts and their places, in the order in which they came: one flat table, no allocation a text. */
+class TextIndex {
+public:
+    /** The place of a text, which stays the caller's; a new one gets the next. */
+    std::int32_t Find(std::string_view text);
+    const std::vector<std::string_view>& GetTexts() const { return texts; }
+
+private:
+    /** A text's place + 1, 0 for none, and a part of its hash. */
+    struct Slot {
+        std::int32_t place = 0;
+        std::uint32_t hash = 0;
+    };
+
+    void Grow();
+
+    std::vector<std::string_view> texts;
+    std::vector<Slot> slots;  // a power of two of them, at most half of them taken
+};
+
+}  // namespace karta
