@@ -159,7 +159,8 @@ int AndiFileReader::GetNumCols() {
         return -1;
     }
     if (IsComplete()) {
-        return static_cast<int>(ChooseTimes().size()) + IdColumns;
+        std::vector<double> storage;
+        return static_cast<int>(ChooseTimes(storage).size()) + IdColumns;
     }
     return GetNumCol(largest, delay, samplingInterval) + IdColumns;
 }
@@ -539,30 +540,31 @@ const AndiFileInfo* AndiFileReader::FindLongest() const {
     return longest;
 }
 
-// The times of the columns.
-std::vector<double> AndiFileReader::ChooseTimes() {
+// The times of the columns: a chosen part of them goes to the storage.
+const std::vector<double>& AndiFileReader::ChooseTimes(std::vector<double>& storage) {
+    storage.clear();
     const AndiFileInfo* longest = FindLongest();
     if (longest == nullptr) {
-        return {};
+        return storage;
     }
     if (includeAll) {
         return longest->times;
     }
-    std::vector<double> chosen;
     Reset();
     for (const double time : longest->times) {
         const auto given = static_cast<float>(time);
         float x = given;
         if (IsValid(x)) {
-            chosen.push_back(x == given ? time : static_cast<double>(x));
+            storage.push_back(x == given ? time : static_cast<double>(x));
         }
     }
-    return chosen;
+    return storage;
 }
 
 // As the classic table, with the times and values as the files have them.
 int AndiFileReader::ReadCompletely(ReadSpreadSheetData& sink) {
-    const std::vector<double> times = ChooseTimes();
+    std::vector<double> storage;
+    const std::vector<double>& times = ChooseTimes(storage);
     sink.SetDataSize(static_cast<int>(times.size()) + IdColumns, GetNumRows());
     TellShape();
     CellOutput output(sink);

@@ -123,7 +123,7 @@ private:
     int ReadClassically(ReadSpreadSheetData& sink);
     int ExtractCompletely(const char* path);
     bool FillTimes(const ClassicFile& file, AndiFileInfo& info);
-    std::vector<double> ChooseTimes();
+    const std::vector<double>& ChooseTimes(std::vector<double>& storage);
     const AndiFileInfo* FindLongest() const;
     int ReadCompletely(ReadSpreadSheetData& sink);
     void ReadTrace(const AndiFileInfo& info, CellOutput& output, int row);

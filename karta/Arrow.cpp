@@ -108,7 +108,8 @@ private:
         }
         const bool isList =
             form == BlockForm::List || (form == BlockForm::AsItLies && table.GetBlock()->IsRowMajor());
-        block = isList ? table.GetBlock()->ToRowMajor() : table.GetBlock()->ToColumnMajor();
+        block = std::make_unique<const Block>(isList ? table.GetBlock()->ToRowMajor()
+                                                     : table.GetBlock()->ToColumnMajor());
         if (isList) {
             AddList();
         } else {
@@ -121,7 +122,7 @@ private:
         AddPair(metadata, "axis", AxisText(block->GetAxis()));
         AddAxisMetadata(metadata);
         const std::string& quantity = block->GetValueQuantity();
-        fields.push_back({quantity.empty() ? "values" : quantity, std::move(metadata), {}, &*block});
+        fields.push_back({quantity.empty() ? "values" : quantity, std::move(metadata), {}, block.get()});
     }
 
     void AddPoints() {
@@ -173,7 +174,7 @@ private:
         }
     }
 
-    std::optional<Block> block;
+    std::unique_ptr<const Block> block;
     std::vector<Field> fields;
 };
 

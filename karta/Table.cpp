@@ -16,8 +16,9 @@ Table::Table(TableParts tableParts) : parts(std::make_shared<TableParts>(std::mo
                                         std::to_string(parts->rows));
         }
     }
-    if (parts->block && parts->block->GetRowCount() != parts->rows) {
-        throw std::invalid_argument("the block has " + std::to_string(parts->block->GetRowCount()) +
+    const Block* const block = GetBlock();
+    if (block != nullptr && block->GetRowCount() != parts->rows) {
+        throw std::invalid_argument("the block has " + std::to_string(block->GetRowCount()) +
                                     " rows in a table of " + std::to_string(parts->rows));
     }
     if (parts->blockPlace > parts->columns.size()) {
@@ -48,22 +49,24 @@ const Column* Table::FindColumn(std::string_view name) const {
 }
 
 const Block* Table::GetBlock() const {
-    return parts->block ? &*parts->block : nullptr;
+    const std::optional<Block>& block = parts->block;
+    return block ? &*block : nullptr;
 }
 
 std::int64_t Table::GetWidth() const {
     return static_cast<std::int64_t>(parts->columns.size()) +
-           (parts->block ? parts->block->GetPointCount() : 0);
+           (GetBlock() != nullptr ? GetBlock()->GetPointCount() : 0);
 }
 
 std::string Table::GetText(std::int64_t column, std::int64_t row) const {
     const auto place = static_cast<std::int64_t>(parts->blockPlace);
-    const std::int64_t points = parts->block ? parts->block->GetPointCount() : 0;
+    const Block* const block = GetBlock();
+    const std::int64_t points = block != nullptr ? block->GetPointCount() : 0;
     if (column < 0) {
         throw std::out_of_range("column " + std::to_string(column));
     }
     if (column >= place && column - place < points) {
-        return parts->block->ToText(row, column - place);
+        return block->ToText(row, column - place);
     }
     return GetColumn(static_cast<std::size_t>(column < place ? column : column - points)).ToText(row);
 }

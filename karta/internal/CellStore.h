@@ -33,6 +33,9 @@ public:
     std::uint64_t AddText(std::string_view text);
     static std::string_view GetText(std::uint64_t word) {
         const char* const entry = reinterpret_cast<const char*>(word);
+        if (entry == nullptr) {
+            return {};
+        }
         std::uint32_t length = 0;
         __builtin_memcpy(&length, entry, sizeof length);
         return {entry + sizeof length, length};

@@ -219,12 +219,10 @@ bool ColumnMaker::IsTakeable(const CellVector& cells, int first, int rows, CellK
 
 // The stretch's own memory; what stands in front of the first row stays there.
 ColumnBuffers ColumnMaker::Take(CellVector& cells, int first, int rows, CellKind kind, ColumnType type) {
-    Stretch* stretch = nullptr;
-    for (Stretch& candidate : cells.GetStretches()) {
-        if (candidate.kind == kind && candidate.first <= first && candidate.GetEnd() > first) {
-            stretch = &candidate;
-        }
-    }
+    const auto stretch =
+        std::find_if(cells.GetStretches().begin(), cells.GetStretches().end(), [&](const Stretch& candidate) {
+            return candidate.kind == kind && candidate.first <= first && candidate.GetEnd() > first;
+        });
     ColumnBuffers buffers;
     buffers.type = type;
     buffers.rows = rows;
