@@ -68,12 +68,10 @@ void ReadByReader(const ReadRequest& request, const ChosenFormat& chosen, Option
             table->SetBudget(&context->budget);
         }
     };
-    steps.end = [&](SpreadsheetFile&) {
-        if (options.Get() != nullptr) {
-            SaveOptions(request, *options.Get(), chosen.formats->IsOwn(chosen.format));
-        }
-    };
     ReadDirectly(PersonsWishes(request), chosen, options, control, sink, report, steps);
+    if (options.Get() != nullptr) {
+        SaveOptions(request, *options.Get(), chosen.formats->IsOwn(chosen.format));
+    }
 }
 
 void ShowVerbosely(const ReadRequest& request, const ChosenFormat& chosen) {

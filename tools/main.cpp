@@ -89,21 +89,16 @@ struct CommandLine {
 /** The options that a verb gets while this lives stand together in its help. */
 class OptionGroup {
 public:
-    OptionGroup(CLI::App* groupedVerb, std::string groupName)
-        : verb(groupedVerb), name(std::move(groupName)), first(verb->get_options().size()) {}
+    OptionGroup(CLI::App* groupedVerb, const char* name) : verb(groupedVerb) {
+        verb->option_defaults()->group(name);
+    }
     OptionGroup(const OptionGroup&) = delete;
     OptionGroup& operator=(const OptionGroup&) = delete;
-    ~OptionGroup() {
-        const std::vector<CLI::Option*> options = verb->get_options();
-        for (std::size_t i = first; i < options.size(); ++i) {
-            options[i]->group(name);
-        }
-    }
+    // So short a name needs no memory, which may have ended.
+    ~OptionGroup() { verb->option_defaults()->group("Options"); }
 
 private:
     CLI::App* verb;
-    std::string name;
-    std::size_t first;
 };
 
 void AddFiles(CLI::App* verb, CommandLine& line) {
