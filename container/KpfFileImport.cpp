@@ -1,7 +1,5 @@
 #include "container/KpfFileImport.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -12,7 +10,7 @@
 #include <utility>
 
 #include "archive/CompoundFile.h"
-#include "base/TemporaryFile.h"
+#include "base/TemporaryFolder.h"
 #include "frame/CellOutput.h"
 #include "frame/CompleteOptions.h"
 #include "frame/FormatRecogniser.h"
@@ -217,7 +215,7 @@ void KpfFileImport::TakeOver(KpfFileImport& other) {
     dataset = std::move(other.dataset);
     chosen = std::move(other.chosen);
     importSpec = std::exchange(other.importSpec, nullptr);
-    ownsTemporaryFile = std::exchange(other.ownsTemporaryFile, false);
+    converted = std::move(other.converted);
     other.sizeKnown = false;
 }
 
@@ -228,10 +226,8 @@ void KpfFileImport::Release() {
         return;
     }
     source->Close(CompoundFileStreamSource::CloseUnchanged, true);
-    if (std::exchange(ownsTemporaryFile, false)) {
-        unlink(source->GetFileName().c_str());
-    }
     source.reset();
+    converted.reset();
 }
 
 void KpfFileImport::Close() {
@@ -261,13 +257,12 @@ int KpfFileImport::Open(bool forRead, const char* path, NvImportOpenOptions* opt
     }
     Release();
     sizeKnown = false;
+    const auto wanted = IsComplete() ? CompleteOptions(options).GetText(CompleteOptions::Part) : std::nullopt;
     try {
-        status = OpenProject(path);
-        const auto wanted =
-            IsComplete() ? CompleteOptions(options).GetText(CompleteOptions::Part) : std::nullopt;
-        if (status == StatusOk) {
-            status = LoadProject(wanted);
-        }
+        status = WithinBudget(StatusNotRead, [&] {
+            const int opened = OpenProject(path);
+            return opened == StatusOk ? LoadProject(wanted) : opened;
+        });
     } catch (const ProjectCipher::NoMemory&) {
         status = StatusNoKeyMemory;
     }
@@ -276,6 +271,7 @@ int KpfFileImport::Open(bool forRead, const char* path, NvImportOpenOptions* opt
 
 int KpfFileImport::OpenProject(const std::string& path) {
     source = MakeSource(path);
+    source->SetContext(GetContext());
     if (source->Open(CompoundFileStreamSource::OpenForReading, false) != CompoundFileStreamSource::OpenOk) {
         return StatusDamaged;
     }
@@ -290,19 +286,20 @@ int KpfFileImport::OpenProject(const std::string& path) {
     return version.number > ProjectVersion::LastOld ? StatusOk : OpenOldProject(path, password);
 }
 
-// An old project is rewritten in the layout of today, to a temporary file that takes its place.
+// An old project is rewritten in the layout of today, to a temporary file that is read in its place.
 int KpfFileImport::OpenOldProject(const std::string& path, std::string& password) {
     source->Close(CompoundFileStreamSource::CloseUnchanged, true);
     source.reset();
-    const std::string target = MakeTemporaryFile(TemporaryPrefix);
     // The password has been asked for already.
     OldKpfReader reader(path, password, [](CompundFileBase& file, std::string& known) {
         return file.SetPassword(known.c_str());
     });
-    // Owned before it is written, so that it goes also when the conversion raises.
+    reader.SetContext(GetContext());
+    // A folder, since the library that writes makes files of its own beside the one that is asked for.
+    converted = std::make_unique<TemporaryFolder>(TemporaryPrefix);
+    const std::string target = converted->GetPath() + "/project.kpf";
     source = MakeSource(target);
-    ownsTemporaryFile = !target.empty();
-    if (!ownsTemporaryFile || !reader.ConvertKpf(target) ||
+    if (converted->GetPath().empty() || !reader.ConvertKpf(target) ||
         source->Open(CompoundFileStreamSource::OpenForReading, false) != CompoundFileStreamSource::OpenOk) {
         return StatusNotConverted;
     }
@@ -388,6 +385,10 @@ int KpfFileImport::EstablishSize() {
     if (dataset == nullptr) {
         return StatusSizeFailed;
     }
+    return WithinBudget(StatusNotRead, [this] { return MeasureParts(); });
+}
+
+int KpfFileImport::MeasureParts() {
     numCols = ColsOf(*dataset);
     numRows = RowsOf(*dataset);
     for (std::size_t i = 1; i < chosen.size(); ++i) {
@@ -409,7 +410,8 @@ int KpfFileImport::Read(ReadSpreadSheetData* sink) {
         return status;
     }
     sink->layoutDefault = true;
-    status = IsComplete() ? ReadComplete(*sink) : ReadClassic(*sink);
+    status =
+        WithinBudget(StatusNotRead, [&] { return IsComplete() ? ReadComplete(*sink) : ReadClassic(*sink); });
     if (importSpec != nullptr) {
         TellLayout(*importSpec);
         importSpec->honoured = true;
@@ -432,6 +434,9 @@ int KpfFileImport::ReadClassic(ReadSpreadSheetData& sink) const {
     const NCDataMatrix<float>& values = dataset->GetData(false, nullptr);
     for (int observation = 1; observation <= dataset->SizeObservations(); ++observation) {
         const int row = idRows + observation;
+        if (observation % RowsBetweenLooks == 0) {
+            GetContext()->ThrowIfStopped();
+        }
         for (int alias = 1; alias <= idColumns; ++alias) {
             sink.Set(alias, row,
                      observationAliases.GetAlias(alias, dataset->GetObservationInfo(observation)));
@@ -621,11 +626,11 @@ bool KpfFileImport::SelectPart(int number) {
         return false;
     }
     chosen = {number};
-    dataset = project->GetDataSet(project->GetDataSetId(number));
     sizeKnown = false;
-    if (dataset == nullptr) {
-        status = StatusNoDataSet;
-    }
+    status = WithinBudget(StatusNotRead, [&] {
+        dataset = project->GetDataSet(project->GetDataSetId(number));
+        return dataset == nullptr ? static_cast<int>(StatusNoDataSet) : status;
+    });
     return true;
 }
 

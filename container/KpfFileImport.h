@@ -16,6 +16,7 @@ class CompundFileBase;
 class ImportSpecBase;
 class NCDataSet;
 class NCProject;
+class TemporaryFolder;
 
 /**
  * One dataset out of a KARTA project, or in the complete reading several below each other. The project itself
@@ -73,6 +74,7 @@ private:
     int LoadProject(const std::optional<std::string>& wanted);
     void ConvertProject(NCProject& oldProject);
     int ChooseParts(const std::string& wanted);
+    int MeasureParts();
     int ReadClassic(ReadSpreadSheetData& sink) const;
     int ReadComplete(ReadSpreadSheetData& sink);
     void PutDataSet(CellOutput& output, const NCDataSet& part, int rowOffset) const;
@@ -88,7 +90,7 @@ private:
     std::shared_ptr<NCDataSet> dataset;
     std::vector<int> chosen;  // places of the datasets that are read, from 1; of these `dataset` is the first
     ImportSpecBase* importSpec = nullptr;
-    bool ownsTemporaryFile = false;
+    std::unique_ptr<TemporaryFolder> converted;  // holds what an old project was rewritten to
 };
 
 class KARTA_EXPORT KpfFileFactory : public SprFileFactory {

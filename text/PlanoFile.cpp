@@ -21,16 +21,17 @@ constexpr std::string_view WorksheetSuffix = ".dat";
 // How much of a file is searched for a NUL, the mark of a binary file, when a format is looked for.
 constexpr std::size_t TextTestSize = 0x3200000;
 
-constexpr std::size_t ChunkSize = 1024;
+constexpr std::size_t ChunkSize = 65536;
 
 bool HasSuffix(std::string_view name, std::string_view suffix) {
     return name.size() >= SuffixLength && EqualIgnoringCase(name.substr(name.size() - SuffixLength), suffix);
 }
 
 // False when the stream's bytes aren't all there; a failure of the output shows in the output.
-bool CopyStream(CompoundStream& source, std::ofstream& target) {
+bool CopyStream(CompoundStream& source, std::ofstream& target, const karta::ReadContext& context) {
     char chunk[ChunkSize];
     while (source.Tell() < source.GetSize() && target) {
+        context.ThrowIfStopped();
         const auto count =
             static_cast<std::size_t>(std::min<std::uint64_t>(ChunkSize, source.GetSize() - source.Tell()));
         if (!source.Read(chunk, count)) {
@@ -57,6 +58,7 @@ void PlanoFile::Close() {
 void PlanoFile::RemoveCopy() {
     if (tempFileUsed && !tempFileName.empty()) {
         std::remove(tempFileName.c_str());
+        unfinished.Release();
         tempFileName.clear();
     }
 }
@@ -100,6 +102,9 @@ int PlanoFile::CopyWorksheet(const char* fileName) {
     RemoveCopy();
     tempFileName = MakeTemporaryFile("tmp");
     tempFileUsed = true;
+    if (!tempFileName.empty()) {
+        unfinished.Hold(tempFileName.c_str());
+    }
     const CompoundFile project(fileName);
     if (!project.IsOpen()) {
         return StatusNotPlano;
@@ -114,7 +119,7 @@ int PlanoFile::CopyWorksheet(const char* fileName) {
     std::ofstream copy(tempFileName, std::ios_base::binary);
     const std::unique_ptr<CompoundStream> stream = project.OpenStream(*worksheet);
     // What can't be copied whole is refused, rather than half a table read without a word.
-    const bool isWhole = CopyStream(*stream, copy);
+    const bool isWhole = CopyStream(*stream, copy, *GetContext());
     copy.close();
     if (!copy) {
         return StatusStreamFailed;

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "base/UnfinishedFile.h"
 #include "text/TextFile.h"
 
 /**
@@ -38,6 +39,7 @@ public:
 protected:
     std::string tempFileName;
     bool tempFileUsed = false;
+    UnfinishedFile unfinished;  // holds tempFileName
 
 private:
     int CopyWorksheet(const char* fileName);

@@ -70,10 +70,13 @@ std::unique_ptr<UStreamBase> PureCompoundFileStreamSource::OpenRawStream(const s
 
 std::unique_ptr<UStreamBase> PureCompoundFileStreamSource::OpenStream(const std::string& name) const {
     auto stream = OpenRawStream(name);
-    if (stream == nullptr || !IsEncrypted() || name == ProjectVersion::GetVersionInfoStreamName()) {
-        return stream;
+    if (stream != nullptr && IsEncrypted() && name != ProjectVersion::GetVersionInfoStreamName()) {
+        stream = cipher == nullptr ? nullptr : cipher->Unseal(std::move(stream), name);
     }
-    return cipher == nullptr ? nullptr : cipher->Unseal(std::move(stream), name);
+    if (stream != nullptr) {
+        stream->SetContext(context);
+    }
+    return stream;
 }
 
 CompoundFileStreamSource::CompoundFileStreamSource(std::string path, std::string folderName)

@@ -2,9 +2,11 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "archive/CompoundFile.h"
 #include "base/Export.h"
+#include "base/ReadContext.h"
 #include "host/project/NvStreamSource.h"
 #include "host/project/ProjectCipher.h"
 
@@ -23,6 +25,9 @@ public:
 /** A compound file as a source of streams, for a look into what may be a project. */
 class PureCompoundFileStreamSource : public CompundFileBase, public NvStreamSource {
 public:
+    /** For whom the streams opened later are read; without one nothing of them is counted. */
+    void SetContext(std::shared_ptr<karta::ReadContext> readContext) { context = std::move(readContext); }
+
     /** True when the file is a compound file. It isn't written to, with `readOnly` or without. */
     bool Open(const std::string& path, bool readOnly);
 
@@ -40,6 +45,7 @@ protected:
     std::string fileName;
     CompoundFile file;
     std::unique_ptr<ProjectCipher> cipher;
+    std::shared_ptr<karta::ReadContext> context;
 };
 
 /**

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Export.h"
+#include "base/MemoryShare.h"
 #include "host/NCDataMatrix.h"
 #include "host/project/VarObsInfo.h"
 
@@ -20,7 +21,8 @@ struct DataSetContents {
     std::vector<int> variableIds;
     std::vector<std::shared_ptr<VariableInfo>> variables;
     std::vector<VarObsInfo> observations;
-    NCDataMatrix<float> values; /**< a row an observation */
+    NCDataMatrix<float> values;          /**< a row an observation */
+    std::shared_ptr<MemoryShare> memory; /**< that it is charged with; may be null */
 };
 
 /** One dataset of a project: a matrix whose rows are observations and whose columns are variables. */

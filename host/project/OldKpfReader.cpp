@@ -11,6 +11,7 @@ OldKpfReader::OldKpfReader(std::string projectPath, std::string& passwordText, P
 
 bool OldKpfReader::ConvertKpf(const std::string& target) {
     PureCompoundFileStreamSource source;
+    source.SetContext(context);
     if (!source.Open(path, true) || (source.IsEncrypted() && !askPassword(source, password))) {
         return false;
     }

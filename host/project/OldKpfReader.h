@@ -1,7 +1,11 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
+#include <utility>
+
+#include "base/ReadContext.h"
 
 class CompundFileBase;
 
@@ -14,6 +18,9 @@ public:
     /** `passwordText` receives the password of an encrypted project. It must outlive the reader. */
     OldKpfReader(std::string projectPath, std::string& passwordText, PasswordCallback callback);
 
+    /** For whom it is read; without one nothing of it is counted. */
+    void SetContext(std::shared_ptr<karta::ReadContext> readContext) { context = std::move(readContext); }
+
     /** Writes the project to `target`, sealed with its own password. False for what is no such project. */
     bool ConvertKpf(const std::string& target);
 
@@ -21,4 +28,5 @@ private:
     std::string path;
     std::string& password;
     PasswordCallback askPassword;
+    std::shared_ptr<karta::ReadContext> context;
 };

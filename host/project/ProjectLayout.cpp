@@ -55,6 +55,7 @@ bool ReadIds(UStreamBase& stream, std::vector<int>& ids) {
     if (!ReadCount(stream, sizeof(std::int32_t), count)) {
         return false;
     }
+    stream.Keep(std::uint64_t{count} * sizeof(int));
     ids.resize(count);
     for (int& id : ids) {
         id = stream.ReadNumber<std::int32_t>();
@@ -70,6 +71,7 @@ void PutAliases(std::string& bytes, const VarObsInfo& info, std::size_t count) {
 }
 
 bool ReadAliases(UStreamBase& stream, VarObsInfo& info, std::size_t count) {
+    stream.Keep(count * sizeof(std::string));
     info.aliases.resize(count);
     for (std::string& alias : info.aliases) {
         alias = stream.ReadText();
@@ -96,6 +98,7 @@ std::shared_ptr<VariableInfo> ReadVariable(UStreamBase& stream, std::size_t alia
     const int kind = stream.ReadNumber<std::uint8_t>();
     const auto marks = stream.ReadNumber<std::uint8_t>();
     std::shared_ptr<VariableInfo> variable;
+    stream.Keep(sizeof(DateTimeVariableInfo));
     if ((marks & MarkDateTime) != 0) {
         auto dateTime = std::make_shared<DateTimeVariableInfo>();
         dateTime->dateFormat = stream.ReadText();
@@ -119,6 +122,7 @@ bool MakeMatrix(UStreamBase& stream, std::size_t valueSize, DataSetContents& dat
     if (rows != 0 && cols > stream.GetRemaining() / valueSize / rows) {
         return false;
     }
+    stream.Keep(rows * (sizeof(std::vector<float>) + cols * sizeof(float)));
     dataSet.values.InsertRows(1, static_cast<int>(rows));
     dataSet.values.InsertColumns(1, static_cast<int>(cols));
     return true;
@@ -129,6 +133,7 @@ template <class Value>
 bool ReadByVariable(UStreamBase& stream, NCDataMatrix<float>& values) {
     std::vector<std::uint8_t> raw(static_cast<std::size_t>(values.GetNumberOfRows()) * sizeof(Value));
     for (int col = 1; col <= values.GetNumberOfColumns(); ++col) {
+        stream.Keep(0);
         if (!stream.Read(raw.data(), raw.size())) {
             return false;
         }
@@ -143,6 +148,7 @@ bool ReadByVariable(UStreamBase& stream, NCDataMatrix<float>& values) {
 bool ReadByObservation(UStreamBase& stream, NCDataMatrix<float>& values) {
     std::vector<std::uint8_t> raw(static_cast<std::size_t>(values.GetNumberOfColumns()) * sizeof(float));
     for (int row = 1; row <= values.GetNumberOfRows(); ++row) {
+        stream.Keep(0);
         if (!stream.Read(raw.data(), raw.size())) {
             return false;
         }
@@ -172,6 +178,7 @@ void PutByObservation(std::string& bytes, const NCDataMatrix<float>& values) {
 }
 
 bool ReadOldDataSet(UStreamBase& stream, DataSetContents& dataSet) {
+    dataSet.memory = stream.GetKept();
     dataSet.name = stream.ReadText();
     dataSet.observationIds = {1};
     dataSet.variableIds = {1};
@@ -180,6 +187,7 @@ bool ReadOldDataSet(UStreamBase& stream, DataSetContents& dataSet) {
         return false;
     }
     for (std::uint32_t i = 0; i < count && !stream.HasFailed(); ++i) {
+        stream.Keep(sizeof(VariableInfo) + sizeof(std::string));
         auto variable = std::make_shared<VariableInfo>();
         variable->aliases.push_back(stream.ReadText());
         dataSet.variables.push_back(variable);
@@ -188,6 +196,7 @@ bool ReadOldDataSet(UStreamBase& stream, DataSetContents& dataSet) {
         return false;
     }
     for (std::uint32_t i = 0; i < count && !stream.HasFailed(); ++i) {
+        stream.Keep(sizeof(VarObsInfo) + sizeof(std::string));
         VarObsInfo observation;
         observation.aliases.push_back(stream.ReadText());
         dataSet.observations.push_back(observation);
@@ -214,12 +223,14 @@ std::string WriteCatalogue(const ProjectCatalogue& catalogue) {
 }
 
 bool ReadCatalogue(UStreamBase& stream, ProjectCatalogue& catalogue) {
+    catalogue.memory = stream.GetKept();
     std::uint32_t count = 0;
     if (!ReadCount(stream, SmallestCatalogueEntry, count)) {
         return false;
     }
     for (std::uint32_t i = 0; i < count && !stream.HasFailed(); ++i) {
         ProjectCatalogue::Entry entry;
+        stream.Keep(sizeof entry);
         entry.id = stream.ReadNumber<std::int32_t>();
         entry.name = stream.ReadText();
         catalogue.dataSets.push_back(entry);
@@ -229,6 +240,7 @@ bool ReadCatalogue(UStreamBase& stream, ProjectCatalogue& catalogue) {
     }
     for (std::uint32_t i = 0; i < count && !stream.HasFailed(); ++i) {
         AliasTable table;
+        stream.Keep(sizeof table);
         table.kind = stream.ReadNumber<std::int32_t>();
         table.name = stream.ReadText();
         catalogue.aliasTables.push_back(table);
@@ -262,6 +274,7 @@ std::string WriteDataSet(const DataSetContents& dataSet, ValueOrder order) {
 }
 
 bool ReadDataSet(UStreamBase& stream, ValueOrder order, DataSetContents& dataSet) {
+    dataSet.memory = stream.GetKept();
     dataSet.flags = stream.ReadNumber<std::uint32_t>();
     std::uint32_t count = 0;
     if (!ReadIds(stream, dataSet.observationIds) || !ReadIds(stream, dataSet.variableIds) ||
@@ -280,6 +293,7 @@ bool ReadDataSet(UStreamBase& stream, ValueOrder order, DataSetContents& dataSet
     if (!ReadCount(stream, std::max<std::size_t>(smallest, 1), count)) {
         return false;
     }
+    stream.Keep(std::uint64_t{count} * sizeof(VarObsInfo));
     dataSet.observations.resize(count);
     for (VarObsInfo& observation : dataSet.observations) {
         if (!ReadAliases(stream, observation, dataSet.observationIds.size())) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,7 @@ struct ProjectCatalogue {
     };
     std::vector<Entry> dataSets;
     AliasTables aliasTables;
+    std::shared_ptr<MemoryShare> memory; /**< that it is charged with; may be null */
 };
 std::string WriteCatalogue(const ProjectCatalogue& catalogue);
 bool ReadCatalogue(UStreamBase& stream, ProjectCatalogue& catalogue);

@@ -2,14 +2,33 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "base/ByteCursor.h"
+#include "base/MemoryShare.h"
+#include "base/ReadContext.h"
 
 /** One stream of a project, read from front to back. Numbers are little-endian. */
 class UStreamBase {
 public:
     virtual ~UStreamBase() = default;
+
+    /** For whom it is read: a stop of the read ends it, and what is kept of it is charged. */
+    void SetContext(std::shared_ptr<karta::ReadContext> readContext) {
+        context = std::move(readContext);
+        kept = std::make_shared<MemoryShare>(context, "The project's datasets");
+    }
+    /** So many bytes more are about to be kept of it. Raises karta::BudgetExceeded and karta::Stopped. */
+    void Keep(std::uint64_t bytes) {
+        if (context != nullptr) {
+            context->ThrowIfStopped();
+            kept->Add(bytes);
+        }
+    }
+    /** The charge for what was kept, which ends with its last holder; null without a context. */
+    const std::shared_ptr<MemoryShare>& GetKept() const { return kept; }
 
     /** The next `size` bytes; false when fewer are left, and from then on. */
     virtual bool Read(void* buffer, std::size_t size) = 0;
@@ -31,6 +50,7 @@ public:
             failed = true;
             return text;
         }
+        Keep(length);
         text.resize(length);
         failed = !Read(text.data(), length);
         return text;
@@ -40,4 +60,8 @@ public:
 
 protected:
     bool failed = false;
+
+private:
+    std::shared_ptr<karta::ReadContext> context;
+    std::shared_ptr<MemoryShare> kept;
 };
