@@ -183,7 +183,7 @@ ZipFile::ZipFile(const char* path, std::shared_ptr<karta::ReadContext> readConte
         throw Exception("The file could not be opened.");
     }
     if (context != nullptr) {
-        context->budget.AddInput(bytes.size());
+        context->budget.AddInput(path);
     }
     archive = OpenArchive(bytes);
     if (archive == nullptr) {

@@ -1,6 +1,10 @@
 #include "base/Budget.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
+
+#include "base/Stopped.h"
 
 namespace karta {
 
@@ -17,6 +21,15 @@ std::uint64_t InProportion(std::uint64_t inputBytes) {
     return inputBytes > Budget::Unlimited / TimesInput ? Budget::Unlimited : inputBytes * TimesInput;
 }
 
+bool IsTooMuch(std::uint64_t used, std::uint64_t amount, std::uint64_t limit) {
+    return amount > limit || used > limit - amount;
+}
+
+[[noreturn]] void Refuse(std::uint64_t limit, const char* what, const char* unit) {
+    throw BudgetExceeded(std::string(what) + " would take more than the " + std::to_string(limit) + " " +
+                         unit + " that a file of this size may take; --limit allows more");
+}
+
 // Read by any thread of any read.
 std::atomic<std::uint64_t> inflateLimit = std::uint64_t{1} << 30;
 
@@ -28,6 +41,17 @@ std::uint64_t Budget::GetInflateLimit() {
 
 void Budget::SetInflateLimit(std::uint64_t bytes) {
     inflateLimit = bytes;
+}
+
+void Budget::AddInput(const char* path) {
+    struct stat info{};
+    if (stat(path, &info) != 0 || !S_ISREG(info.st_mode)) {
+        return;
+    }
+    const std::lock_guard lock(inputMutex);
+    if (inputs.emplace(info.st_dev, info.st_ino).second) {
+        inputBytes += static_cast<std::uint64_t>(info.st_size);
+    }
 }
 
 std::uint64_t Budget::GetMemoryLimit() const {
@@ -55,18 +79,27 @@ void Budget::ChargeOutput(std::uint64_t bytes, const char* what) {
     Charge(output, bytes, GetOutputLimit(), what, "bytes of output");
 }
 
+void Budget::ExpectOutput(std::uint64_t bytes, const char* what) {
+    if (IsTooMuch(output, bytes, GetOutputLimit())) {
+        wasExceeded = true;
+        Refuse(GetOutputLimit(), what, "bytes of output");
+    }
+}
+
 void Budget::ChargeWork(std::uint64_t steps, const char* what) {
     Charge(work, steps, GetWorkLimit(), what, "steps of work");
 }
 
 void Budget::Charge(std::atomic<std::uint64_t>& used, std::uint64_t amount, std::uint64_t limit,
                     const char* what, const char* unit) {
+    if (stop != nullptr && stop->stop_requested()) {
+        throw Stopped();
+    }
     const std::uint64_t before = used.fetch_add(amount);
-    if (amount > limit || before > limit - amount) {
+    if (IsTooMuch(before, amount, limit)) {
         used -= amount;
         wasExceeded = true;
-        throw BudgetExceeded(std::string(what) + " would take more than the " + std::to_string(limit) + " " +
-                             unit + " that a file of this size may take; --limit allows more");
+        Refuse(limit, what, unit);
     }
 }
 

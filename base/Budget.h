@@ -2,8 +2,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
+#include <set>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
+#include <utility>
 
 #include "base/Export.h"
 
@@ -23,6 +27,8 @@ public:
 class KARTA_EXPORT Budget {
 public:
     Budget() = default;
+    /** The token, which stays the caller's, ends the read where anything is charged after a stop. */
+    explicit Budget(const std::stop_token* readStop) : stop(readStop) {}
     Budget(const Budget&) = delete;
     Budget& operator=(const Budget&) = delete;
 
@@ -30,13 +36,15 @@ public:
     void SetLimit(std::uint64_t bytes) { fixedLimit = bytes; }
     static constexpr std::uint64_t Unlimited = ~std::uint64_t{0};
 
-    /** A file of the read was opened: every limit grows with its bytes. */
-    void AddInput(std::uint64_t bytes) { inputBytes += bytes; }
+    /** A file of the read is opened: every limit grows with its bytes, once, however often it is opened. */
+    void AddInput(const char* path);
 
-    /** `what` names it for people: "the table", "shared strings". Raises BudgetExceeded. */
+    /** `what` names it for people: "the table", "shared strings". Raises BudgetExceeded and Stopped. */
     void ChargeMemory(std::uint64_t bytes, const char* what);
     void ReleaseMemory(std::uint64_t bytes) { memory -= bytes; }
     void ChargeOutput(std::uint64_t bytes, const char* what);
+    /** Raises BudgetExceeded where so many bytes could not be written any more; charges nothing. */
+    void ExpectOutput(std::uint64_t bytes, const char* what);
     /** Bytes unpacked or scanned, cells, records. */
     void ChargeWork(std::uint64_t steps, const char* what);
 
@@ -56,6 +64,9 @@ private:
     void Charge(std::atomic<std::uint64_t>& used, std::uint64_t amount, std::uint64_t limit, const char* what,
                 const char* unit);
 
+    const std::stop_token* stop = nullptr;
+    std::mutex inputMutex;
+    std::set<std::pair<std::uint64_t, std::uint64_t>> inputs;  // device and file
     std::atomic<std::uint64_t> inputBytes = 0;
     std::atomic<std::uint64_t> memory = 0;
     std::atomic<std::uint64_t> output = 0;

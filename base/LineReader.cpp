@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/Stopped.h"
+
 namespace {
 constexpr std::size_t StartCapacity = 262144;
 }  // namespace
@@ -25,6 +27,9 @@ void LineReader::Seek(std::uint64_t offset) {
 // Moves the unfinished line to the front and reads on behind it. One byte stays free for the NUL behind
 // a last line.
 bool LineReader::Refill() {
+    if (stop.stop_requested()) {
+        throw karta::Stopped();
+    }
     if (nextLine > 0) {
         std::memmove(buffer.get(), buffer.get() + nextLine, filled - nextLine);
         filled -= nextLine;

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <stop_token>
+#include <utility>
 
 #include "base/FileHandle.h"
 
@@ -16,6 +18,9 @@ public:
     LineReader() = default;
     /** Check IsOpen afterwards. */
     explicit LineReader(const char* path);
+
+    /** From now on a stop that was asked for ends the reading: it raises karta::Stopped. */
+    void SetStop(std::stop_token readStop) { stop = std::move(readStop); }
 
     bool IsOpen() const { return file.IsOpen(); }
     void Close();
@@ -47,6 +52,7 @@ private:
     bool Refill();
 
     FileHandle file;
+    std::stop_token stop;
     std::unique_ptr<char[]> buffer;
     std::size_t capacity = 0;
     std::size_t filled = 0;    // bytes of the buffer that hold the file's

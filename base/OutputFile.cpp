@@ -22,6 +22,9 @@ constexpr mode_t NewFileMode = 0666;
 // What tells the growing file from the one that it becomes.
 constexpr std::size_t SuffixSize = 9;
 
+// How the budget's refusal calls it.
+constexpr const char* What = "The output";
+
 // So many names are tried before giving up; that a random one is taken is rare.
 constexpr int MostNames = 100;
 
@@ -89,6 +92,12 @@ void OutputFile::OpenBeside(const std::string& path) {
     }
 }
 
+void OutputFile::Expect(std::uint64_t bytes) const {
+    if (budget != nullptr) {
+        budget->ExpectOutput(bytes, What);
+    }
+}
+
 void OutputFile::Write(std::string_view bytes) {
     buffer.append(bytes);
     if (buffer.size() >= BufferSize) {
@@ -98,7 +107,7 @@ void OutputFile::Write(std::string_view bytes) {
 
 void OutputFile::Flush() {
     if (budget != nullptr) {
-        budget->ChargeOutput(buffer.size(), "The output");
+        budget->ChargeOutput(buffer.size(), What);
     }
     std::string_view rest = buffer;
     while (!rest.empty() && !failed) {

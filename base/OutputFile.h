@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -36,6 +37,12 @@ public:
      * file stays. The budget must outlive this object, or be taken away with null.
      */
     void SetBudget(karta::Budget* newBudget) { budget = newBudget; }
+
+    /**
+     * Raises karta::BudgetExceeded where so many more bytes would be beyond the budget: for who knows before
+     * the first of them how many they are.
+     */
+    void Expect(std::uint64_t bytes) const;
 
     void Write(std::string_view bytes);
     void Write(char byte) { Write(std::string_view(&byte, 1)); }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <stdexcept>
 #include <stop_token>
 #include <string>
 
@@ -9,15 +8,10 @@
 #include "base/Export.h"
 #include "base/Note.h"
 #include "base/Reading.h"
+#include "base/Stopped.h"
 #include "base/TableShape.h"
 
 namespace karta {
-
-/** A read was stopped by who asked for it. */
-class KARTA_EXPORT Stopped : public std::runtime_error {
-public:
-    Stopped() : std::runtime_error("stopped") {}
-};
 
 /**
  * What a read needs beside its file: how to read, what it may cost, whom to ask, and what it has to say. A
@@ -27,8 +21,9 @@ public:
  */
 struct KARTA_EXPORT ReadContext {
     Reading reading = Reading::Classic;
-    Budget budget;
     std::stop_token stop;
+    /** Charging it hears a stop too, so that whatever takes memory or work can be stopped. */
+    Budget budget{&stop};
 
     /** Gets the share that is done, 0 to 1, or below 0 where it isn't known; may be empty. */
     std::function<void(double share)> progress;

@@ -143,6 +143,7 @@ int MatFile::OpenForWriting(const char* fileName) {
     mode = ModeWriting;
     textFileName = NvGetFileName(fileName);
     output = std::make_unique<OutputFile>(fileName);
+    output->SetBudget(&GetContext()->budget);
     if (output->HasFailed()) {
         status = StatusOpenFailed;
     }
@@ -208,7 +209,7 @@ int MatFile::TakeLayout() {
 
 int MatFile::OpenComplete(const char* fileName, const NvImportOpenOptions* options) {
     const auto bytes = file.GetBytes();
-    GetContext()->budget.AddInput(bytes.size());
+    GetContext()->budget.AddInput(fileName);
     const std::string name = NvGetFileName(fileName);
     if (IsHdf5(bytes)) {
         failureText = name +

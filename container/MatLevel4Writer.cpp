@@ -54,6 +54,8 @@ void Matlab4Writer::WriteHeader(int type, int rows, int columns, std::string_vie
 }
 
 void Matlab4Writer::WriteData() {
+    output.Expect(sizeof(double) * static_cast<std::uint64_t>(blockRows) *
+                  static_cast<std::uint64_t>(blockColumns));
     WriteHeader(NumericType, blockRows, blockColumns, DataName);
     const auto missing = std::bit_cast<double>(MissingBits);
     for (int column = 0; column < blockColumns; ++column) {
@@ -81,14 +83,6 @@ std::string Matlab4Writer::TextOf(const IdLine& line, int index) {
     return source.IsString(column, row) ? source.GetString(column, row) : std::string();
 }
 
-std::size_t Matlab4Writer::GetLargestID(const std::vector<std::string>& texts) {
-    std::size_t largest = 0;
-    for (const std::string& text : texts) {
-        largest = std::max(largest, text.size());
-    }
-    return largest;
-}
-
 void Matlab4Writer::WriteIdNumbers(std::string_view name, const IdLine& line) {
     WriteHeader(NumericType, line.count, 1, name);
     for (int i = 0; i < line.count; ++i) {
@@ -101,10 +95,15 @@ void Matlab4Writer::WriteIdNumbers(std::string_view name, const IdLine& line) {
 void Matlab4Writer::WriteIdTexts(std::string_view name, const IdLine& line) {
     std::vector<std::string> texts;
     texts.reserve(static_cast<std::size_t>(line.count));
+    std::size_t length = 0;
     for (int i = 0; i < line.count; ++i) {
         texts.push_back(TextOf(line, i));
+        if (texts.back().size() > length) {
+            // Every text takes the longest one's room: that bounds what is gathered here too.
+            length = texts.back().size();
+            output.Expect(sizeof(double) * length * static_cast<std::uint64_t>(line.count));
+        }
     }
-    const std::size_t length = GetLargestID(texts);
     WriteHeader(TextType, line.count, static_cast<int>(length), name);
     for (std::size_t character = 0; character < length; ++character) {
         for (const std::string& text : texts) {

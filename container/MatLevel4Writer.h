@@ -44,7 +44,6 @@ private:
     void WriteIdNumbers(std::string_view name, const IdLine& line);
     void WriteIdTexts(std::string_view name, const IdLine& line);
     bool IDIsOnlyFloat(const IdLine& line);
-    static std::size_t GetLargestID(const std::vector<std::string>& texts);
     std::string TextOf(const IdLine& line, int index);
     void WriteHeader(int type, int rows, int columns, std::string_view name);
     void WriteDouble(double value);

@@ -332,6 +332,7 @@ int UnscramblerFile::ChoosePart(const NvImportOpenOptions* options) {
 int UnscramblerFile::OpenMatrices(const char* fileName) {
     lineNumber = 0;
     stream = LineReader(fileName);
+    stream.SetStop(GetContext()->stop);
     if (!stream.IsOpen()) {
         status = StatusStreamFailed;
         return status;

@@ -23,7 +23,7 @@ const std::shared_ptr<karta::ReadContext>& FormatReader::GetContext() const {
 
 void FormatReader::AddInputs(const char* fileNames) {
     for (const std::string& name : NvFile::GetFileNames(fileNames)) {
-        GetContext()->budget.AddInput(NvFile::GetSize(name.c_str()));
+        GetContext()->budget.AddInput(name.c_str());
     }
 }
 

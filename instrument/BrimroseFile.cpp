@@ -245,6 +245,7 @@ int BrimroseFile::Read(ReadSpreadSheetData* sink) {
         return status;
     }
     for (int row = 1; row <= numRows && status == StatusOk; ++row) {
+        GetContext()->ThrowIfStopped();
         if (row == 1) {
             MakeNameRow(sink, row, numCols, SampleNoColumn);
         } else {
@@ -314,6 +315,7 @@ std::vector<FileContents::Part> BrimroseFile::ListParts() {
         return parts;
     }
     while (static_cast<int>(parts.size()) < numObservations && ReadSubHeader() && ReadDataSection()) {
+        GetContext()->ThrowIfStopped();
         const int number = static_cast<int>(parts.size()) + 1;
         parts.push_back({"spectrum", IsComplete() ? texts.ToUtf8(sampleName) : sampleName, number,
                          static_cast<int>(numPoints), 1, false,

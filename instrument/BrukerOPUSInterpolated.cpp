@@ -38,7 +38,8 @@ void BrukerOPUSInterpolated::SetInterpolatedValues(const BrukerOPUSRecord& recor
     }
     const auto scaleFactor = static_cast<float>(record.scaleFactor);
     int column = OPUSFirstValueColumn;
-    for (const float value : InterPolateValues(grid, xs, ys, MaxSpacings * record.GetSpacing())) {
+    for (const float value :
+         InterPolateValues(grid, xs, ys, MaxSpacings * record.GetSpacing(), GetContext()->stop)) {
         if (value == MissingValue) {
             sink.Set(column, row, static_cast<double>(MissingValue));
         } else {

@@ -150,6 +150,7 @@ int ChemStationFile::CheckRecords(HPLCData& data) {
     std::uint64_t position = DataOffset(data);
     SpectrumRecord first;
     for (int i = 0; i < data.numRecords; ++i) {
+        GetContext()->ThrowIfStopped();
         SpectrumRecord record;
         if (!record.Read(stream, position) || !record.IsKnown() || record.fieldLength < 0) {
             return StatusNotChemStation;
@@ -338,6 +339,7 @@ int ChemStationFile::ReadSignal(ReadSpreadSheetData* sink, const HPLCData& data,
     int column = HeadColumns;
     SpectrumHeaderInfo info;
     while (ReadSpecInfo(info) && info.hasValues) {
+        GetContext()->ThrowIfStopped();
         for (int i = 0; i < info.length; ++i) {
             runningValue.TakeBig(stream);
             if (stream.HasFailed()) {
@@ -363,6 +365,7 @@ int ChemStationFile::ReadSpectra(ReadSpreadSheetData* sink, const HPLCData& data
     const std::string date = TidyChemStationDate(data.date);
     std::uint64_t position = DataOffset(data);
     for (int i = 0; i < data.numRecords; ++i) {
+        GetContext()->ThrowIfStopped();
         SpectrumRecord record;
         if (!record.Read(stream, position)) {
             status = StatusReadFailed;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/Stopped.h"
 #include "base/TolerantEqual.h"
 
 namespace {
@@ -123,14 +124,25 @@ void FillGaps(std::vector<Bracket>& brackets) {
 }  // namespace
 
 std::vector<float> InterPolateValues(const std::vector<float>& grid, const std::vector<float>& xs,
-                                     const std::vector<float>& ys, double tolerance) {
+                                     const std::vector<float>& ys, double tolerance,
+                                     const std::stop_token& stop) {
     if (xs.size() != ys.size() || xs.size() < 2 || grid.size() < 2) {
         return {};
     }
+    // Each step is one pass over the points, a few milliseconds for a million.
+    const auto throwIfStopped = [&stop] {
+        if (stop.stop_requested()) {
+            throw karta::Stopped();
+        }
+    };
+    throwIfStopped();
     const std::vector<Point> points = ValidPoints(xs, ys);
+    throwIfStopped();
     std::vector<Bracket> brackets = FindBrackets(grid, points);
+    throwIfStopped();
     ExtendEnds(brackets, static_cast<int>(points.size()));
     FillGaps(brackets);
+    throwIfStopped();
     std::vector<float> values(grid.size(), MissingValue);
     for (std::size_t i = 0; i < std::min(grid.size(), xs.size()); ++i) {
         const auto [lower, upper] = brackets[i];

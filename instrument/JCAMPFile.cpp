@@ -282,6 +282,7 @@ int JCAMPFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opt
         currentFileName = NvGetFileName(path);
         currentPath = path;
         JCAMPStream stream(path.c_str());
+        stream.SetStop(GetContext()->stop);
         status = stream.IsOpen() ? CheckFile(stream) : StatusCannotOpen;
         if (status != StatusOk) {
             return status;
@@ -624,6 +625,7 @@ int JCAMPFile::Read(ReadSpreadSheetData* sink) {
         if (!stream || openPath != blocks[i].path) {
             openPath = blocks[i].path;
             stream.emplace(blocks[i].path.c_str());
+            stream->SetStop(GetContext()->stop);
             series.AddFile(stream->GetSize());
         }
         status = ReadBlock(series, *stream, blocks[i]);

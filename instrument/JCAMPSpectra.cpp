@@ -17,6 +17,8 @@
 
 namespace {
 
+constexpr std::size_t ValuesBetweenLooks = 1024;
+
 constexpr double Missing = std::numeric_limits<double>::quiet_NaN();
 
 // A step that is declared twice may differ by its rounding.
@@ -436,6 +438,10 @@ int JCAMPSpectra::DecodeOrdinateLine(std::string_view line, const Notation& nota
         code = CodeOf(decoder.NextExact(value, rules));
     }
     while (code == JCAMPFile::StatusOk && value.count != 0) {
+        // All values may stand in one line.
+        if (ys.size() % ValuesBetweenLooks == 0) {
+            context.ThrowIfStopped();
+        }
         checkPending = value.count < 0;
         if (!value.missing && (value.count == 1 || value.count == -1)) {
             lastY = checkPending ? lastY + value.value : value.value;

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <limits>
 
+#include "base/Stopped.h"
+
 namespace {
 
 // A longer line arrives in pieces of this size, each of them a line.
@@ -62,6 +64,9 @@ bool JCAMPStream::FindLineEnd(std::size_t& length) const {
 }
 
 bool JCAMPStream::TakeLine(std::string_view& line) {
+    if (stop.stop_requested()) {
+        throw karta::Stopped();
+    }
     std::size_t length = 0;
     const bool isEnded = FindLineEnd(length);
     line = bytes.substr(position, length);

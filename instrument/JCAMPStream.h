@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <stop_token>
 #include <string_view>
+#include <utility>
 
 #include "base/MappedFile.h"
 
@@ -20,6 +22,9 @@ public:
 
     /** Check IsOpen afterwards. */
     explicit JCAMPStream(const char* path, Lines lineForm = Lines::Pieces);
+
+    /** From now on a stop that was asked for ends the reading: it raises karta::Stopped. */
+    void SetStop(std::stop_token readStop) { stop = std::move(readStop); }
 
     bool IsOpen() const { return file.IsOpen(); }
     bool HasFailed() const { return failed; }
@@ -52,6 +57,7 @@ public:
 
 private:
     MappedFile file;
+    std::stop_token stop;
     std::string_view bytes;
     bool FindLineEnd(std::size_t& length) const;
 

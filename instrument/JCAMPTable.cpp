@@ -184,7 +184,8 @@ int JCAMPTable::AddFile(const std::string& path) {
     if (!stream.IsOpen()) {
         return JCAMPFile::StatusCannotOpen;
     }
-    context.budget.AddInput(stream.GetSize());
+    stream.SetStop(context.stop);
+    context.budget.AddInput(path.c_str());
     const JCAMPDocument document(stream, texts);
     if (!document.IsJCAMP()) {
         return JCAMPFile::StatusNotJCAMP;

@@ -198,6 +198,9 @@ int NsasFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opti
         companion.extension = ".CN";
         cnStream = {MappedFile(companion.Merge().c_str())};
     }
+    if (cnStream.file.IsOpen()) {
+        GetContext()->budget.AddInput(companion.Merge().c_str());
+    }
     return IsComplete() ? OpenSpectra(options) : status;
 }
 
@@ -238,6 +241,7 @@ int NsasFile::EstablishSize() {
     int numSpectra = 0;
     Header header;
     while (ReadDaHeader(header) && !header.empty() && MeasureSpectrum(header)) {
+        GetContext()->ThrowIfStopped();
         ++numSpectra;
     }
     if (status != StatusOk) {
@@ -377,6 +381,7 @@ int NsasFile::Read(ReadSpreadSheetData* sink) {
     Header header;
     int row = 0;
     while (ReadDaHeader(header) && !header.empty() && ReadRow(sink, header, ++row)) {
+        GetContext()->ThrowIfStopped();
     }
     return status;
 }

@@ -107,7 +107,7 @@ void AddTextOrNumber(std::vector<FileContents::Fact>& facts, const char* name, s
 }  // namespace
 
 bool SPCTable::AddFile(const std::string& path, const MappedFile& file, SPCLayout layout) {
-    context.budget.AddInput(file.GetBytes().size());
+    context.budget.AddInput(path.c_str());
     SPCContents contents(file.GetBytes(), layout);
     if (!contents.HasHeader() || contents.GetSubFiles().empty()) {
         return false;

@@ -225,7 +225,7 @@ int BrooksideFile::Open(bool forRead, const char* name, NvImportOpenOptions* /*o
     fileSet.reset();
     sizeKnown = false;
     try {
-        fileSet = std::make_shared<BrooksideFileSet>(fileName, GetContext()->reading);
+        fileSet = std::make_shared<BrooksideFileSet>(fileName, GetContext());
     } catch (const Exception& exception) {
         FailAs(StatusNoFileSet, exception.what());
     }

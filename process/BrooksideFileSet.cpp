@@ -3,6 +3,7 @@
 #include <cstring>
 #include <filesystem>
 #include <new>
+#include <utility>
 
 #include "base/Exception.h"
 #include "base/FileHandle.h"
@@ -31,8 +32,8 @@ std::string NameTagOf(std::string_view kind) {
 
 }  // namespace
 
-BrooksideFileSet::BrooksideFileSet(const std::string& path, karta::Reading how)
-    : reading(how), ownName(path) {
+BrooksideFileSet::BrooksideFileSet(const std::string& path, std::shared_ptr<karta::ReadContext> readContext)
+    : context(std::move(readContext)), ownName(path) {
     FNClass parts(path);
     if (IsPackage(parts.extension)) {
         ReadPackage();
@@ -68,6 +69,7 @@ void BrooksideFileSet::ReadPackage() {
         throw Exception("The file '" + ownName + "' could not be opened.");
     }
     const auto size = static_cast<std::size_t>(file.GetSize());
+    context->budget.AddInput(ownName.c_str());
     try {
         ownedText = std::make_unique_for_overwrite<char[]>(size + 1);
     } catch (const std::bad_alloc&) {
@@ -187,5 +189,6 @@ BrooksideStream BrooksideFileSet::OpenText(const std::string& name) const {
             return {};
         }
     }
+    context->budget.AddInput(path.c_str());
     return BrooksideStream::OfFile(path, longestLine);
 }

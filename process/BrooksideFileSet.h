@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "base/LessIgnoringCase.h"
-#include "base/Reading.h"
+#include "base/ReadContext.h"
 #include "process/BrooksideStream.h"
 
 /**
@@ -26,10 +26,11 @@ public:
     enum PackageKind { PackageOfLog, PackageOfCenterFiles };
 
     /**
-     * The log at a path, by its extension; in the complete reading any text with a package's tags is one, and
+     * The log at a path, by its extension, as the context says it is to be read; each file opened raises the
+     * limits of its budget. In the complete reading any text with a package's tags is one, and
      * any other file a transition file. A transition file need not be there yet.
      */
-    BrooksideFileSet(const std::string& path, karta::Reading reading);
+    BrooksideFileSet(const std::string& path, std::shared_ptr<karta::ReadContext> context);
     /**
      * A package text in memory, ended by a NUL, that stays the caller's and must outlive the set. Of centre
      * files the first is known by `name`, the second (or the only one) by the empty name.
@@ -57,7 +58,7 @@ private:
     };
 
     bool IsOwnName(const std::string& name) const;
-    bool IsComplete() const { return reading == karta::Reading::Complete; }
+    bool IsComplete() const { return context != nullptr && context->reading == karta::Reading::Complete; }
     bool IsPackage(std::string_view extension) const;
     std::string PathOf(const std::string& name) const;
     std::string FindInFolder(const std::string& name) const;
@@ -67,7 +68,7 @@ private:
     bool FindBlock(std::string_view kind, std::size_t from, Block& block) const;
     bool FindContent(std::string_view tag, std::size_t from, Region& region) const;
 
-    karta::Reading reading = karta::Reading::Classic;
+    std::shared_ptr<karta::ReadContext> context;  // null for a text in memory
     bool isPlainFile = false;
     std::unique_ptr<char[]> ownedText;  // null for a plain file and for a text in memory
     std::string_view packageText;

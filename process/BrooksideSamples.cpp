@@ -20,6 +20,10 @@ namespace {
 constexpr int LinesBeforeCount = 4;
 constexpr float MissingMark = -999.0F;
 
+// A sample is found, parsed and put: as much work as so many bytes scanned.
+constexpr std::uint64_t StepsOfSample = 16;
+constexpr std::int64_t LinesBetweenLooks = 8192;
+
 // The entries of the first one's data file; they stand together.
 template <class Entry>
 std::span<Entry> TakeDataFile(std::span<Entry> entries) {
@@ -137,6 +141,9 @@ void BrooksideSamples::ReadDataFile(std::span<const PhaseEntry> entries, bool is
 void BrooksideSamples::ReadEntry(BrooksideStream& stream, const PhaseEntry& entry, std::int64_t& line,
                                  ReadSpreadSheetData& sink) {
     for (; line < entry.from && !stream.AtEnd(); ++line) {
+        if (line % LinesBetweenLooks == 0) {
+            context.ThrowIfStopped();
+        }
         stream.NextLine();
     }
     std::int64_t row = entry.firstRow;
@@ -355,11 +362,15 @@ void BrooksideSamples::ReadDataFileCompletely(std::span<const PhaseEntry> entrie
             line = mark.line;
         }
         for (; isThere && line < entry.from; ++line) {
+            if (line % LinesBetweenLooks == 0) {
+                context.ThrowIfStopped();
+            }
             stream.NextLine();
         }
         const int nextFrom = i + 1 < entries.size() ? entries[i + 1].from : entry.from;
         const auto rows = static_cast<std::uint64_t>(entry.CountRows());
-        context.budget.ChargeWork(rows * header.GetMap().size(), "the samples of a log");
+        context.budget.ChargeWork(rows * (header.GetMap().size() + 2) * StepsOfSample,
+                                  "the samples of a log");
         auto row = static_cast<int>(entry.firstRow);
         for (line = entry.from; line <= entry.to; ++line) {
             context.ThrowIfStopped();

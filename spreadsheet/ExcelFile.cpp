@@ -283,7 +283,7 @@ int ExcelFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opt
         return status;
     }
     if (IsComplete()) {
-        GetContext()->budget.AddInput(NvFile::GetSize(fileName));
+        GetContext()->budget.AddInput(fileName);
         ChooseEncoding(options);
     }
     if (LowByte(record.id) == BofLow) {

@@ -406,7 +406,7 @@ int LotusFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opt
     cursor = ByteCursor(stream.GetBytes());
     status = IsLotusFile();
     if (IsComplete()) {
-        GetContext()->budget.AddInput(stream.GetBytes().size());
+        GetContext()->budget.AddInput(fileName);
         ChooseEncoding(options);
     }
     return status;

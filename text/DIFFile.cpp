@@ -32,6 +32,9 @@ constexpr std::string_view Utf8Mark = "\xEF\xBB\xBF";
 constexpr std::int64_t MinRecordSize = 4;
 
 // Types of records.
+// Bytes of a cell that is written: "0,1", "V" and their line ends.
+constexpr std::uint64_t SmallestCell = 6;
+
 constexpr int TypeSpecial = -1;
 constexpr int TypeNumber = 0;
 constexpr int TypeText = 1;
@@ -127,6 +130,7 @@ int DIFFile::Open(bool forRead, const char* path, NvImportOpenOptions* options) 
         mode = ModeWriting;
         fileTitle = NvGetFileName(path);
         output = std::make_unique<OutputFile>(path);
+        output->SetBudget(&GetContext()->budget);
         if (output->HasFailed()) {
             status = StatusStreamFailed;
         }
@@ -151,7 +155,7 @@ int DIFFile::Open(bool forRead, const char* path, NvImportOpenOptions* options) 
         return status;
     }
     if (IsComplete()) {
-        GetContext()->budget.AddInput(NvFile::GetSize(path));
+        GetContext()->budget.AddInput(path);
         ChooseEncoding(options);
     }
     if (ReadHeader() == StatusOk) {
@@ -834,6 +838,10 @@ int DIFFile::WriteRows(WriteSpreadSheetData* source, Conversion convert) {
     }
     const int rows = source->GetNumberOfRows();
     const int cols = source->GetNumberOfColumns();
+    if (output != nullptr) {
+        output->Expect(std::uint64_t{SmallestCell} * static_cast<std::uint64_t>(std::max(rows, 0)) *
+                       static_cast<std::uint64_t>(std::max(cols, 0)));
+    }
     bool good = Put("TABLE\n0,1\n\"" + fileTitle + "\"\nVECTORS\n0," + std::to_string(cols) +
                     "\n\"\"\nTUPLES\n0," + std::to_string(rows) + "\n\"\"\nDATA\n0,0\n\"\"\n");
     std::string record;

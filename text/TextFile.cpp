@@ -58,6 +58,7 @@ int TextFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opti
     if (!forRead) {
         mode = ModeWriting;
         output = std::make_unique<OutputFile>(fileName);
+        output->SetBudget(&GetContext()->budget);
         if (output->HasFailed()) {
             status = StatusStreamFailed;
         }
@@ -75,6 +76,7 @@ int TextFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* opti
     mode = ModeReading;
     path = fileName;
     stream = LineReader(fileName);
+    stream.SetStop(GetContext()->stop);
     if (!stream.IsOpen()) {
         status = StatusStreamFailed;
         return status;

@@ -261,6 +261,7 @@ int ThermoSIEVEFile::EstablishSize() {
 // The lines, with the empty one behind a final line end; 0 when there are too many.
 int ThermoSIEVEFile::GetRows() const {
     LineReader reader(filePath.c_str());
+    reader.SetStop(GetContext()->stop);
     int count = 0;
     LineReader::Line line;
     while (reader.IsOpen() && !line.atEnd) {

@@ -12,11 +12,12 @@
 #include <system_error>
 #include <vector>
 
+#include "base/MemoryShare.h"
 #include "base/Note.h"
 #include "base/OutputFile.h"
 #include "base/PathNames.h"
-#include "base/TemporaryFile.h"
-#include "base/UnfinishedFile.h"
+#include "base/TemporaryFolder.h"
+#include "frame/FormatReader.h"
 #include "host/NvFile.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
@@ -29,6 +30,7 @@
 namespace {
 
 constexpr const char* StandardOutput = "-";
+constexpr const char* TemporaryPrefix = "karta-import-";
 
 // Its tables are of numbers; what else there is it keeps as names of rows and columns.
 constexpr const char* WriterOfNumbers = "Matlab File";
@@ -99,10 +101,15 @@ Target ChooseTarget(const FormatCatalogue& formats, const std::string& output, c
     return target;
 }
 
-// `output` is the name that the user knows the file by.
+// `output` is the name that the user knows the file by; `context` is the read's, whose budget holds for what
+// is written too.
 void WriteWithFormat(const FormatCatalogue& formats, int format, WriteSpreadSheetData& source,
-                     const std::string& path, const std::string& output) {
+                     std::shared_ptr<karta::ReadContext> context, const std::string& path,
+                     const std::string& output) {
     const auto writer = formats.MakeReader(format);
+    if (auto* own = dynamic_cast<FormatReader*>(writer.get())) {
+        own->SetContext(std::move(context));
+    }
     writer->Open(false, path.c_str(), nullptr);
     if (writer->GetStatus() != SpreadsheetFile::StatusOk ||
         writer->Write(&source) != SpreadsheetFile::StatusOk) {
@@ -143,24 +150,13 @@ void CopyToStandardOutput(const std::string& path) {
     Commit(file, StandardOutput);
 }
 
-/** A folder of its own in the system's temporary directory, gone with the object. */
-struct TemporaryFolder {
-    TemporaryFolder() {
-        if (path.empty()) {
-            throw Failure("no temporary folder can be made");
-        }
-        unfinished.Hold(path.c_str());
+// Where an output grows that is to go to standard output.
+std::string OutputIn(const TemporaryFolder& folder) {
+    if (folder.GetPath().empty()) {
+        throw Failure("no temporary folder can be made");
     }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-
-    const std::string path = MakeTemporaryFolder("karta-import-");
-    UnfinishedFile unfinished;
-};
+    return folder.GetPath() + "/" + StandardOutput;
+}
 
 void WriteForm(TableData& table, const std::vector<int>& rows, const FormRequest& form, karta::Budget* budget,
                const std::string& path) {
@@ -173,20 +169,23 @@ void WriteForm(TableData& table, const std::vector<int>& rows, const FormRequest
 }
 
 // Every cell of a table is written, the empty ones too. A few bytes can claim a table of billions, which no
-// one has a use for; who wants a part of it all the same says which rows.
+// one has a use for; who wants a part of it all the same says which rows, and who wants it whole what it may
+// take.
 void CheckExtent(const ReadRequest& request, int rows, int cols) {
-    if (!request.want.empty()) {
+    if (!request.want.empty() || request.limit) {
         return;
     }
     double bytes = 0.0;
     for (const std::string& file : request.files) {
         bytes += static_cast<double>(NvFile::GetSize(file.c_str()));
     }
-    const double cells = static_cast<double>(rows) * cols;
+    // Rows without a column are lines in what is written.
+    const double cells = static_cast<double>(rows) * std::max(cols, 1);
     if (cells > std::max(MostCellsOfSmallFile, MostCellsPerByte * bytes)) {
-        throw Failure(request.files.front() + ": the file claims a table of " + std::to_string(rows) +
-                      " rows and " + std::to_string(cols) +
-                      " columns, far more than it can hold; --want takes some of its rows");
+        throw Failure(
+            request.files.front() + ": the file claims a table of " + std::to_string(rows) + " rows and " +
+            std::to_string(cols) +
+            " columns, far more than it can hold; --want takes some of its rows, --limit allows more");
     }
 }
 
@@ -194,11 +193,11 @@ void WriteWithFormat(const FormatCatalogue& formats, int format, TableRead& read
                      const std::vector<int>& rows, const ConvertRequest& wanted, const std::string& path) {
     if (!EqualIgnoringCase(formats.GetInfo(format)->formatName, WriterOfNumbers)) {
         WantedRows source(*read.table, rows, wanted.safeCells);
-        WriteWithFormat(formats, format, source, path, wanted.output);
+        WriteWithFormat(formats, format, source, read.report.context, path, wanted.output);
         return;
     }
     NumericRows source(*read.table, rows, wanted.safeCells);
-    WriteWithFormat(formats, format, source, path, wanted.output);
+    WriteWithFormat(formats, format, source, read.report.context, path, wanted.output);
     if (const std::size_t count = source.CountUnwritable(); count > 0) {
         read.report.notes.push_back({"texts-among-numbers", count, "",
                                      karta::CountOf(count, "cell") +
@@ -217,9 +216,9 @@ void Write(const FormatCatalogue& formats, const Target& target, TableRead& read
             WriteTable(*read.table, rows, form, file);
             Commit(file, wanted.output);
         } else if (wanted.output == StandardOutput) {
-            const TemporaryFolder folder;
-            WriteForm(*read.table, rows, form, read.report.GetBudget(), folder.path + "/" + StandardOutput);
-            CopyToStandardOutput(folder.path + "/" + StandardOutput);
+            const TemporaryFolder folder(TemporaryPrefix);
+            WriteForm(*read.table, rows, form, read.report.GetBudget(), OutputIn(folder));
+            CopyToStandardOutput(OutputIn(folder));
         } else {
             WriteForm(*read.table, rows, form, read.report.GetBudget(), wanted.output);
         }
@@ -227,10 +226,9 @@ void Write(const FormatCatalogue& formats, const Target& target, TableRead& read
     }
     if (wanted.output == StandardOutput) {
         // A library's writer wants a file of its own, whose name some formats keep in the file.
-        const TemporaryFolder folder;
-        const std::string path = folder.path + "/" + StandardOutput;
-        WriteWithFormat(formats, target.format, read, rows, wanted, path);
-        CopyToStandardOutput(path);
+        const TemporaryFolder folder(TemporaryPrefix);
+        WriteWithFormat(formats, target.format, read, rows, wanted, OutputIn(folder));
+        CopyToStandardOutput(OutputIn(folder));
     } else {
         WriteWithFormat(formats, target.format, read, rows, wanted, wanted.output);
     }
@@ -315,6 +313,8 @@ private:
     void WriteSmall(StreamingSink& sink, OutputFile& file, const ReadReport& report) {
         TableData& table = sink.GetTable();
         table.SetDataSize(sink.GetNumberOfColumns(), sink.GetNumberOfRows());
+        MemoryShare memory(report.context, "The list of rows");
+        memory.Add(sizeof(int) * static_cast<std::uint64_t>(sink.GetNumberOfRows()));
         std::vector<int> rows(static_cast<std::size_t>(sink.GetNumberOfRows()));
         std::iota(rows.begin(), rows.end(), 1);
         file.SetBudget(report.GetBudget());

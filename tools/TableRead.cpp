@@ -8,6 +8,7 @@
 #include <new>
 #include <utility>
 
+#include "base/MemoryShare.h"
 #include "frame/ImportHelperBase.h"
 #include "host/Question.h"
 #include "karta/internal/FormatOptions.h"
@@ -99,8 +100,10 @@ void SpellNotes(std::vector<karta::Note>& notes) {
 std::vector<int> TableRead::Rows(const ReadRequest& request) const {
     const RowFilter filter(request.want);
     std::vector<int> rows;
+    MemoryShare memory(report.context, "The list of rows");
     for (int row = filter.NextRowToRead(0); row > 0 && row <= table->GetNumberOfRows();
          row = filter.NextRowToRead(row)) {
+        memory.Add(sizeof row);
         rows.push_back(row);
     }
     return rows;

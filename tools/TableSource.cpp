@@ -56,6 +56,8 @@ std::optional<double> NumericRows::NumberAt(int col, int row) const {
     const int tableRow = At(row);
     TableData& table = GetTable();
     switch (table.GetKind(col, tableRow)) {
+        case TableData::Missing:
+            return std::nullopt;
         case TableData::Bool:
             return static_cast<double>(table.GetInt64(col, tableRow));
         case TableData::Text: {
@@ -79,6 +81,10 @@ bool NumericRows::IsFloat(int col, int row) {
 }
 
 bool NumericRows::IsString(int col, int row) {
+    // Of a wide table most cells are empty.
+    if (IsMissing(col, row)) {
+        return false;
+    }
     return !IsFloat(col, row) && WantedRows::IsString(col, row);
 }
 

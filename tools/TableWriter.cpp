@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <iterator>
 #include <set>
 #include <string>
@@ -220,6 +221,9 @@ void WriteJsonLines(TableData& table, const std::vector<int>& rows, const FormRe
 
 void WriteTable(TableData& table, const std::vector<int>& rows, const FormRequest& request,
                 OutputFile& output) {
+    // Every cell, empty as it may be, has a separator behind it.
+    output.Expect(static_cast<std::uint64_t>(rows.size()) *
+                  static_cast<std::uint64_t>(table.GetNumberOfColumns()));
     if (request.form == TableForm::JsonLines) {
         WriteJsonLines(table, rows, request, output);
     } else {

@@ -23,6 +23,7 @@
 
 #include "base/Ascii.h"
 #include "base/Budget.h"
+#include "base/Stopped.h"
 #include "base/NumberFormat.h"
 #include "base/Suggestion.h"
 #include "host/NvFile.h"
@@ -688,6 +689,9 @@ int Run(int count, char** arguments) {
         return SayFailure(line, failure);
     } catch (const karta::Error& error) {
         return SayFailure(line, FailureOf(error));
+    } catch (const karta::Stopped&) {
+        // What is written is charged to the read, and stops with it.
+        return SayFailure(line, Interrupt::GetFailure());
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& exception) {

@@ -188,8 +188,10 @@ private:
             report.notes.push_back(note);
         }
         report.shape = context->shape;
-        // It refers to this read, which ends here.
+        // They refer to this read, which ends here: that it had enough rows stops nothing that is made of
+        // them.
         context->progress = nullptr;
+        context->stop = wishes.stop;
     }
 
     const ReadWishes& wishes;
@@ -299,6 +301,7 @@ std::unique_ptr<SpreadsheetFile> MakeReader(const FormatCatalogue& formats, int 
     }
     if (auto* own = dynamic_cast<FormatReader*>(reader.get())) {
         own->SetContext(context == nullptr ? MakeContext(wishes) : std::move(context));
+        own->AddInputs(wishes.Selection().c_str());
     }
     return reader;
 }
