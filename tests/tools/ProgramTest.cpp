@@ -66,7 +66,7 @@ TEST_F(ProgramTest, ConvertRefusesATableThatNoFileOfItsSizeCanHold) {
     EXPECT_EQ(outcome.err,
               "karta-import: wide.mat: the file claims a table of 2000000000 rows and 1 columns, far more "
               "than it can "
-              "hold; --want takes some of its rows\n");
+              "hold; --want takes some of its rows, --limit allows more\n");
     EXPECT_EQ(Run("convert --classic wide.mat --want 1 -o -").out, "0\n");
 }
 
