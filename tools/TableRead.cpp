@@ -6,6 +6,7 @@
 #include <iostream>
 #include <memory>
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "base/MemoryShare.h"
@@ -69,9 +70,18 @@ void ReadByReader(const ReadRequest& request, const ChosenFormat& chosen, Option
             table->SetBudget(&context->budget);
         }
     };
+    // Kept behind the read, so that what goes wrong then isn't taken for the file's fault; the record is the
+    // reader's.
+    std::optional<std::vector<std::uint8_t>> choices;
+    steps.end = [&](SpreadsheetFile&) {
+        if (const NvImportOpenOptions* record = options.Get()) {
+            choices.emplace(record->data, record->data + record->size);
+        }
+    };
     ReadDirectly(PersonsWishes(request), chosen, options, control, sink, report, steps);
-    if (options.Get() != nullptr) {
-        SaveOptions(request, *options.Get(), chosen.formats->IsOwn(chosen.format));
+    if (choices) {
+        SaveOptions(request, {static_cast<std::uint32_t>(choices->size()), choices->data()},
+                    chosen.formats->IsOwn(chosen.format));
     }
 }
 

@@ -23,8 +23,8 @@
 
 #include "base/Ascii.h"
 #include "base/Budget.h"
-#include "base/Stopped.h"
 #include "base/NumberFormat.h"
+#include "base/Stopped.h"
 #include "base/Suggestion.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
