@@ -2,8 +2,6 @@
 // and one that isn't there, with and without a Close between them.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cctype>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,6 +11,7 @@
 #include "tests/support/ReaderOutcome.h"
 #include "tests/support/Samples.h"
 #include "tests/support/TempFolder.h"
+#include "tests/support/TestName.h"
 
 namespace {
 
@@ -61,9 +60,7 @@ protected:
 };
 
 std::string NameOf(const testing::TestParamInfo<std::string>& info) {
-    std::string name = info.param;
-    std::replace_if(name.begin(), name.end(), [](char c) { return std::isalnum(c) == 0; }, '_');
-    return name;
+    return TestNameOf(info.param);
 }
 
 }  // namespace

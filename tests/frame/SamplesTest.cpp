@@ -3,6 +3,7 @@
 
 #include "tests/support/ReaderOutcome.h"
 #include "tests/support/Samples.h"
+#include "tests/support/TestName.h"
 
 namespace {
 
@@ -16,12 +17,7 @@ TEST_P(EverySample, IsReadInBothReadings) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Samples, EverySample, testing::ValuesIn(ReadableSamples()), [](const auto& tested) {
-    std::string name = tested.param.name;
-    for (char& letter : name) {
-        letter = std::isalnum(static_cast<unsigned char>(letter)) != 0 ? letter : '_';
-    }
-    return name;
-});
+INSTANTIATE_TEST_SUITE_P(Samples, EverySample, testing::ValuesIn(ReadableSamples()),
+                         [](const auto& tested) { return TestNameOf(tested.param.name); });
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "karta/Read.h"
 #include "tests/support/Samples.h"
+#include "tests/support/TestName.h"
 
 namespace {
 
@@ -35,9 +36,5 @@ TEST_P(StopTest, StopAskedForBeforehandEndsTheRead) {
 
 INSTANTIATE_TEST_SUITE_P(AllSamples, StopTest, testing::ValuesIn(ReadableSamples()),
                          [](const testing::TestParamInfo<Sample>& tested) {
-                             std::string name = tested.param.name;
-                             for (char& letter : name) {
-                                 letter = isalnum(static_cast<unsigned char>(letter)) != 0 ? letter : '_';
-                             }
-                             return name + "_" + std::to_string(tested.index);
+                             return TestNameOf(tested.param.name) + "_" + std::to_string(tested.index);
                          });

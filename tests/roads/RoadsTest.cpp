@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <filesystem>
 #include <sstream>
+#include <utility>
 
 #include "frame/ImportHelperBase.h"
 #include "frame/SprFileFactory.h"
@@ -17,6 +17,7 @@
 #include "tests/support/SameTables.h"
 #include "tests/support/ShellCommand.h"
 #include "tests/support/TempFolder.h"
+#include "tests/support/TestName.h"
 #include "tools/TraceSink.h"
 #include "tools/Utf8Text.h"
 
@@ -67,8 +68,7 @@ std::string NameOf(const Selection& selection) {
     for (const std::string& file : selection) {
         name += (name.empty() ? "" : "_and_") + file;
     }
-    std::replace_if(name.begin(), name.end(), [](char c) { return std::isalnum(c) == 0; }, '_');
-    return name;
+    return TestNameOf(std::move(name));
 }
 
 // Rows of fields, as RFC 4180 has them, with LF line ends.

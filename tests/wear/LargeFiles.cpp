@@ -1,11 +1,10 @@
 #include "tests/wear/LargeFiles.h"
 
-#include <algorithm>
-#include <cctype>
 #include <ostream>
 #include <stdexcept>
 
 #include "tests/support/ShellCommand.h"
+#include "tests/support/TestName.h"
 
 std::vector<LargeFile> AllLargeFiles() {
     return {{"large.txt", "Text File"},
@@ -51,9 +50,7 @@ std::string MakeLargeFile(const std::string& folder, const LargeFile& file) {
 }
 
 std::string NameOf(const LargeFile& file) {
-    std::string name = file.name;
-    std::replace_if(name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
-    return name;
+    return TestNameOf(file.name);
 }
 
 void PrintTo(const LargeFile& file, std::ostream* stream) {

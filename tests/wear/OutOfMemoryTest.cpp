@@ -6,8 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cctype>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -21,6 +19,7 @@
 #include "table/TableData.h"
 #include "tests/support/Samples.h"
 #include "tests/support/TableDigest.h"
+#include "tests/support/TestName.h"
 #include "tests/wear/FailingMemory.h"
 
 // What is known and can't be mended here:
@@ -222,9 +221,7 @@ protected:
 };
 
 std::string NameOf(const testing::TestParamInfo<Sample>& info) {
-    std::string name = info.param.name;
-    std::replace_if(name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
-    return name;
+    return TestNameOf(info.param.name);
 }
 
 }  // namespace
