@@ -8,6 +8,7 @@
 #include "base/Note.h"
 
 #include "host/NvString.h"
+#include "karta/internal/NumberRange.h"
 #include "tools/Commands.h"
 #include "tools/Failure.h"
 #include "tools/FileSummary.h"
@@ -161,14 +162,11 @@ std::vector<int> ColumnsOf(const std::string& list, int count) {
     std::istringstream stream(list);
     std::string item;
     while (std::getline(stream, item, ',')) {
-        const std::size_t dash = item.find('-');
-        int first = 0;
-        int last = 0;
-        const bool isGood = NvString::ToInt(item.substr(0, dash), first) &&
-                            NvString::ToInt(dash == std::string::npos ? item : item.substr(dash + 1), last);
-        if (!isGood || first < 1 || last < first) {
+        const auto range = karta::ParseRange(item);
+        if (!range) {
             throw Failure("--columns takes columns like 1-3,7, not '" + item + "'", ExitUsage);
         }
+        const auto [first, last] = *range;
         if (first > count) {
             throw Failure("--columns: there is no column " + std::to_string(first) + "; the table has " +
                           karta::CountOf(static_cast<std::uint64_t>(count), "column"));

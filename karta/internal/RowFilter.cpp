@@ -4,24 +4,20 @@
 #include <limits>
 #include <sstream>
 
-#include "host/NvString.h"
 #include "karta/Error.h"
+#include "karta/internal/NumberRange.h"
 
 RowFilter::RowFilter(const std::string& list) {
     std::istringstream stream(list);
     std::string item;
     while (std::getline(stream, item, ',')) {
-        const std::size_t dash = item.find('-');
-        int first = 0;
-        int last = 0;
-        const bool good = NvString::ToInt(item.substr(0, dash), first) &&
-                          NvString::ToInt(dash == std::string::npos ? item : item.substr(dash + 1), last);
-        if (!good || first < 1 || last < first) {
+        const auto range = karta::ParseRange(item);
+        if (!range) {
             throw karta::Error({.code = karta::ErrorCode::BadOption,
                                 .option = "rows",
                                 .text = "takes rows like 1,3-5, not '" + item + "'"});
         }
-        ranges.emplace_back(first, last);
+        ranges.push_back(*range);
     }
     std::sort(ranges.begin(), ranges.end());
 }
