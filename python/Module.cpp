@@ -104,14 +104,11 @@ void BindTable(nb::module_& module) {
         .def_prop_ro("missing_count", &Column::GetNullCount)
         .def("array", &ColumnArray)
         .def("missing", &MissingArray)
-        .def("is_missing", &Column::IsMissing)
         .def("is_numeric", &Column::IsNumeric)
         .def("truth", &Column::GetBool)
         .def("text", [](const Column& column, std::int64_t row) { return TextOf(column.GetText(row)); })
-        .def("for_people", [](const Column& column, std::int64_t row) { return TextOf(column.ToText(row)); })
         .def("capsules", &ColumnCapsules);
     nb::class_<Block>(module, "Block")
-        .def_prop_ro("rows", &Block::GetRowCount)
         .def_prop_ro("points", &Block::GetPointCount)
         .def_prop_ro("array", &BlockArray)
         .def_prop_ro("axis", &AxisArray)
@@ -120,8 +117,7 @@ void BindTable(nb::module_& module) {
         .def_prop_ro("value_quantity", [](const Block& block) { return TextOf(block.GetValueQuantity()); })
         .def_prop_ro("value_unit", [](const Block& block) { return TextOf(block.GetValueUnit()); })
         .def("point_name",
-             [](const Block& block, std::int64_t point) { return TextOf(block.GetPointName(point)); })
-        .def("column", &Block::GetColumn);
+             [](const Block& block, std::int64_t point) { return TextOf(block.GetPointName(point)); });
     nb::class_<Table>(module, "Table")
         .def_prop_ro("rows", &Table::GetRowCount)
         .def_prop_ro("width", &Table::GetWidth)
@@ -137,7 +133,6 @@ void BindTable(nb::module_& module) {
         .def_prop_ro("notes", [](const Table& table) { return ListOf(table.GetNotes()); })
         .def("text", [](const Table& table, std::int64_t column,
                         std::int64_t row) { return TextOf(table.GetText(column, row)); })
-        .def("slice", &Table::Slice)
         .def("schema_capsule", &SchemaCapsule)
         .def("array_capsules", &ArrayCapsules)
         .def("stream_capsule", &StreamCapsule);

@@ -18,22 +18,15 @@ def _shown_columns(width: int) -> list[int]:
     return [*range(MOST_COLUMNS - 2), -1, width - 1]  # -1 stands for those left out
 
 
-def _names(table: Table) -> list[str]:
-    block = table._table.block
-    names = [f"{c.name} ({c.unit})" if c.unit else c.name for c in table.columns]
-    if block is None:
-        return names
-    place = table._table.block_place
-    points = _shown_points(names, place, block.points, block)
-    return points
-
-
-def _shown_points(names: list[str], place: int, points: int, block: Any) -> list[str]:
-    made = names[:place]
-    wanted = set(_shown_columns(len(names) + points))
-    for point in range(points):
-        made.append(block.point_name(point) if place + point in wanted else "")
-    return made + names[place:]
+def _name_of(table: Table, place: int) -> str:
+    """Of a column by its place over all, the points of spectra among them."""
+    block, first = table._table.block, table._table.block_place
+    if block is not None and place >= first:
+        if place < first + block.points:
+            return block.point_name(place - first)
+        place -= block.points
+    column = table.columns[place]
+    return f"{column.name} ({column.unit})" if column.unit else column.name
 
 
 def _fact_text(value: Any) -> str:
@@ -50,8 +43,8 @@ def table_html(table: Table) -> str:
     """The head of the table, its facts and its notes."""
     rows, width = table.shape
     shown = _shown_columns(width)
-    names = _names(table)
-    lines = ["<div><table>", "<thead>", _row([escape(names[c]) if c >= 0 else "…" for c in shown], "th")]
+    names = [escape(_name_of(table, c)) if c >= 0 else "…" for c in shown]
+    lines = ["<div><table>", "<thead>", _row(names, "th")]
     lines += ["</thead>", "<tbody>"]
     for row in range(min(rows, MOST_ROWS)):
         cells = [escape(table._table.text(c, row)) if c >= 0 else "…" for c in shown]

@@ -34,7 +34,7 @@ def _draw_columns(table: Table, ax: Any, line_options: dict[str, Any]) -> None:
     columns = list(table.columns)
     times = [c for c in columns if c.type in ("timestamp[us]", "date32")]
     for column in columns:
-        if column.type in ("int64", "float32", "float64"):
+        if column.is_numeric:
             label = axis_label(column.name, column.unit)
             if times:
                 ax.plot(times[0].values, column.values, label=label, **line_options)

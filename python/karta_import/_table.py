@@ -6,7 +6,7 @@ from karta_import import _core
 
 TYPE_CHECKING = False  # as typing has it, which takes longer to import than all else here
 if TYPE_CHECKING:
-    from collections.abc import Iterator
+    from collections.abc import Callable, Iterator
     from typing import Any
 
     import numpy as np
@@ -38,6 +38,11 @@ class Column:
         return self._column.type
 
     @property
+    def is_numeric(self) -> bool:
+        """Whether the values are numbers: whole ones or of either precision."""
+        return self._column.is_numeric()
+
+    @property
     def missing_count(self) -> int:
         return self._column.missing_count
 
@@ -53,7 +58,7 @@ class Column:
 
     def to_list(self) -> list[Any]:
         """The values as Python's own, None where missing."""
-        return [None if self._column.is_missing(i) else _value_at(self._column, i) for i in range(len(self))]
+        return _python_values(self._column)
 
     def __len__(self) -> int:
         return self._column.rows
@@ -82,7 +87,7 @@ def _values_of(column: _core.Column) -> npt.NDArray[Any]:
 
     kind = column.type
     missing = column.missing()
-    if kind in ("float32", "float64", "int64"):
+    if column.is_numeric():
         values: npt.NDArray[Any] = column.array()
         if missing is None:
             return values
@@ -102,29 +107,43 @@ def _values_of(column: _core.Column) -> npt.NDArray[Any]:
     if kind == "bool" and missing is None:
         return np.fromiter((column.truth(i) for i in range(column.rows)), np.bool_, column.rows)
     objects = np.empty(column.rows, dtype=object)
-    for i in range(column.rows):
-        objects[i] = None if column.is_missing(i) else _value_at(column, i)
+    for i, value in enumerate(_python_values(column)):
+        objects[i] = value
     return objects
 
 
-def _value_at(column: _core.Column, row: int) -> Any:
+def _python_values(column: _core.Column) -> list[Any]:
+    """A column's values as Python's own, None where missing."""
+    rows = range(column.rows)
+    kind = column.type
+    values: list[Any]
+    if kind == "null":
+        return [None for _ in rows]
+    if kind == "text":
+        values = [column.text(i) for i in rows]
+    elif kind == "bool":
+        values = [column.truth(i) for i in rows]
+    else:
+        values = column.array().tolist()
+    missing = column.missing()
+    convert = _converter_of(kind)
+    if missing is None:
+        return [convert(value) for value in values]
+    return [None if gone else convert(value) for value, gone in zip(values, missing.tolist())]
+
+
+def _converter_of(kind: str) -> Callable[[Any], Any]:
+    """From a value as it lies in a column of this type to Python's own."""
     import datetime
 
-    kind = column.type
-    if kind == "text":
-        return column.text(row)
-    if kind == "bool":
-        return column.truth(row)
-    value = column.array()[row].item()
-    if kind == "date32":
-        return datetime.date(1970, 1, 1) + datetime.timedelta(days=value)
-    if kind == "timestamp[us]":
-        return datetime.datetime(1970, 1, 1) + datetime.timedelta(microseconds=value)
-    if kind == "duration[us]":
-        return datetime.timedelta(microseconds=value)
-    if kind == "time64[us]":
-        return (datetime.datetime.min + datetime.timedelta(microseconds=value)).time()
-    return value
+    day, epoch = datetime.date(1970, 1, 1), datetime.datetime(1970, 1, 1)
+    converters: dict[str, Callable[[Any], Any]] = {
+        "date32": lambda days: day + datetime.timedelta(days=days),
+        "timestamp[us]": lambda us: epoch + datetime.timedelta(microseconds=us),
+        "duration[us]": lambda us: datetime.timedelta(microseconds=us),
+        "time64[us]": lambda us: (datetime.datetime.min + datetime.timedelta(microseconds=us)).time(),
+    }
+    return converters.get(kind, lambda value: value)
 
 
 class Columns:
@@ -191,22 +210,26 @@ class Table:
     @property
     def x_quantity(self) -> str:
         """"wavenumber", "time"; empty where the file tells none."""
-        return "" if self._table.block is None else self._table.block.axis_quantity
+        return self._told("axis_quantity")
 
     @property
     def x_unit(self) -> str:
         """"cm-1", "s"; empty where the file tells none."""
-        return "" if self._table.block is None else self._table.block.axis_unit
+        return self._told("axis_unit")
 
     @property
     def y_quantity(self) -> str:
         """"absorbance"; empty where the file tells none."""
-        return "" if self._table.block is None else self._table.block.value_quantity
+        return self._told("value_quantity")
 
     @property
     def y_unit(self) -> str:
         """"AU"; empty where the file tells none."""
-        return "" if self._table.block is None else self._table.block.value_unit
+        return self._told("value_unit")
+
+    def _told(self, what: str) -> str:
+        text: str = getattr(self._table.block, what, "")
+        return text
 
     @property
     def values(self) -> npt.NDArray[Any]:
@@ -219,7 +242,7 @@ class Table:
             return array
         import numpy as np
 
-        numeric = [column.values for column in self.columns if column.type in ("int64", "float32", "float64")]
+        numeric = [column.values for column in self.columns if column.is_numeric]
         if not numeric:
             return np.empty((len(self), 0))
         return np.column_stack([values.astype(np.float64) for values in numeric])
