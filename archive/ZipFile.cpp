@@ -19,6 +19,9 @@
 
 namespace {
 
+// An unpacked byte is scanned and parsed too: it costs as much as so many that are only passed through.
+constexpr std::uint64_t StepsOfByte = 8;
+
 // Below this a second thread isn't worth its start.
 constexpr std::uint64_t LeastReadAhead = std::uint64_t{1} << 20;
 
@@ -66,7 +69,7 @@ protected:
     int_type underflow() override {
         if (context != nullptr) {
             context->ThrowIfStopped();
-            context->budget.ChargeWork(std::min<std::uint64_t>(bytesLeft, ReadAhead::BlockSize),
+            context->budget.ChargeWork(StepsOfByte * std::min<std::uint64_t>(bytesLeft, ReadAhead::BlockSize),
                                        "unpacked bytes");
         }
         const std::span<char> piece = Next();

@@ -21,7 +21,7 @@ constexpr int LinesBeforeCount = 4;
 constexpr float MissingMark = -999.0F;
 
 // A sample is found, parsed and put: as much work as so many bytes scanned.
-constexpr std::uint64_t StepsOfSample = 16;
+constexpr std::uint64_t StepsOfSample = 40;
 constexpr std::int64_t LinesBetweenLooks = 8192;
 
 // The entries of the first one's data file; they stand together.

@@ -145,8 +145,16 @@ std::vector<bool> ClassicXmlSheet::ListDateStyles(const BookStyles& styles) {
     return dateStyles;
 }
 
+// A list that is full moves to twice its room.
+template <class Element>
+void ClassicXmlSheet::ChargeGrowth(const std::vector<Element>& list) {
+    if (list.size() == list.capacity()) {
+        share.Add(std::max<std::size_t>(list.capacity(), 1) * sizeof(Element));
+    }
+}
+
 bool ClassicXmlSheet::StartRow(int number, int claimedColumns) {
-    share.Add(sizeof(Row));
+    ChargeGrowth(rows);
     rows.push_back({number, cells.size()});
     columns = std::max(columns, claimedColumns);
     return true;
@@ -156,7 +164,7 @@ bool ClassicXmlSheet::TakeCell(const SheetCell& cell) {
     Cell kept{};
     kept.column = cell.col;
     kept.kind = GetKind(cell);
-    share.Add(sizeof(Cell));
+    ChargeGrowth(cells);
     if (kept.kind == Number || kept.kind == Date) {
         share.Add(cell.text.size() + 1);
         kept.text = texts.Add(cell.text);

@@ -85,6 +85,8 @@ public:
 private:
     Kind GetKind(const SheetCell& cell) const;
     void CountLeftOut(const SheetCell& cell);
+    template <class Element>
+    void ChargeGrowth(const std::vector<Element>& list);
 
     const std::vector<bool>& isDateStyle;
     MemoryShare share;

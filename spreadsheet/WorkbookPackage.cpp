@@ -51,7 +51,7 @@ bool IsWorkbookType(std::string_view type) {
 
 WorkbookPackage::WorkbookPackage(const char* path, Names partNames,
                                  std::shared_ptr<karta::ReadContext> context)
-    : zip(path, std::move(context)), names(partNames) {
+    : readContext(context), zip(path, std::move(context)), names(partNames) {
     if (names == Names::AnyCase) {
         for (const ZipFile::Entry& entry : zip.GetEntries()) {
             foldedNames.try_emplace(Fold(entry.name), &entry);

@@ -38,6 +38,7 @@ public:
     /** Whether the part was there and well-formed to its end. */
     bool ParsePart(const std::string& name, XmlEvents& handler, XmlNames names) const;
     bool ParsePart(const std::string& name, NodeHandler& handler) const {
+        handler.SetContext(readContext);
         return ParsePart(name, handler, GetNames(handler.GetForm()));
     }
 
@@ -65,6 +66,7 @@ private:
     const ZipFile::Entry* FindEntry(const std::string& name) const;
 
     XmlPlatform platform;
+    std::shared_ptr<karta::ReadContext> readContext;
     ZipFile zip;
     Names names;
     std::unordered_map<std::string, const ZipFile::Entry*> foldedNames;

@@ -6,6 +6,9 @@
 
 namespace {
 
+// Shorter texts are cells as there are millions, and charged where they are kept.
+constexpr std::size_t LongText = 1 << 16;
+
 constexpr std::size_t LongestProperty = 4096;
 
 }  // namespace
@@ -65,9 +68,15 @@ void NodeHandler::EndElement() {
 }
 
 void NodeHandler::Characters(std::string_view chars) {
-    if (collecting) {
-        text += chars;
+    if (!collecting) {
+        return;
     }
+    const std::size_t size = text.size() + chars.size();
+    if (size > LongText && size > text.capacity() && share != nullptr) {
+        // It moves to twice its room.
+        share->Add(2 * size);
+    }
+    text += chars;
 }
 
 // What comes before the text doesn't matter.
@@ -77,6 +86,10 @@ void NodeHandler::Interrupt() {
 
 void NodeHandler::BeginText() {
     collecting = true;
+    if (text.capacity() > LongText && share != nullptr) {
+        share->Release();
+        text = {};
+    }
     text.clear();
 }
 

@@ -2,12 +2,15 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "archive/XmlEvents.h"
 #include "archive/XmlPlatform.h"
+#include "base/MemoryShare.h"
 
 // The XML parts of a workbook, as they stream by.
 
@@ -45,6 +48,11 @@ public:
     /** `nodeName` is a literal. */
     NodeHandler(XmlForm partForm, std::string_view nodeName) : form(partForm), wanted(nodeName) {}
 
+    /** Whose budget is charged with a long text while it is collected; nobody's without it. */
+    void SetContext(std::shared_ptr<karta::ReadContext> context) {
+        share = std::make_unique<MemoryShare>(std::move(context), "a text");
+    }
+
     /** Whether the node was there. */
     bool HasFoundNode() const { return found; }
     XmlForm GetForm() const { return form; }
@@ -80,6 +88,7 @@ private:
     int nodeDepth = 0;  // of the node while it is open, else 0
     bool collecting = false;
     std::string text;
+    std::unique_ptr<MemoryShare> share;
 };
 
 /** Hands over some attributes of each child of a node, in document order. */

@@ -197,6 +197,14 @@ void WriteWithFormat(const FormatCatalogue& formats, int format, TableRead& read
         return;
     }
     NumericRows source(*read.table, rows, wanted.safeCells);
+    if (int col = 0, row = 0; !source.GetDataOrigin(&col, &row)) {
+        // The writer says what it says of a table without numbers, and needn't look through its texts again.
+        TableData noTable;
+        const std::vector<int> noRows;
+        WantedRows nothing(noTable, noRows, false);
+        WriteWithFormat(formats, format, nothing, read.report.context, path, wanted.output);
+        return;
+    }
     WriteWithFormat(formats, format, source, read.report.context, path, wanted.output);
     if (const std::size_t count = source.CountUnwritable(); count > 0) {
         read.report.notes.push_back({"texts-among-numbers", count, "",

@@ -1,6 +1,7 @@
 #include "tools/TableSource.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "base/Ascii.h"
 #include "host/NvString.h"
@@ -10,7 +11,7 @@
 namespace {
 
 // "007" is a name; "0", "0.5" and "0e3" are numbers.
-bool HasLeadingZero(const std::string& text) {
+bool HasLeadingZero(std::string_view text) {
     const std::size_t first = text.find_first_not_of(" \t+-");
     return first != std::string::npos && text[first] == '0' && first + 1 < text.size() &&
            IsDigit(text[first + 1]);
@@ -61,7 +62,7 @@ std::optional<double> NumericRows::NumberAt(int col, int row) const {
         case TableData::Bool:
             return static_cast<double>(table.GetInt64(col, tableRow));
         case TableData::Text: {
-            const std::string text = table.GetText(col, tableRow);
+            const std::string_view text = table.GetText(col, tableRow);
             double value = 0.0;
             return !HasLeadingZero(text) && NvString::ToDouble(text, value) ? std::optional(value)
                                                                             : std::nullopt;

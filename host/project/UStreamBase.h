@@ -25,6 +25,7 @@ public:
         if (context != nullptr) {
             context->ThrowIfStopped();
             kept->Add(bytes);
+            context->budget.ChargeWork(StepsOfByte * bytes, "the project's datasets");
         }
     }
     /** The charge for what was kept, which ends with its last holder; null without a context. */
@@ -59,6 +60,9 @@ public:
     bool HasFailed() const { return failed; }
 
 protected:
+    // What is kept of four bytes, a value, becomes a cell: several entries may stand for one stream.
+    static constexpr std::uint64_t StepsOfByte = 8;
+
     bool failed = false;
 
 private:
