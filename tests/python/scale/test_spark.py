@@ -1,21 +1,25 @@
 """Spark with tasks in processes of their own; results equal to those of one process."""
 
 import os
+import sys
 
 import pytest
 
 import karta_import
 
 pyspark = pytest.importorskip("pyspark")
+# Where the package lies, as tasks find it, which run in folders of their own.
+PACKAGES = os.path.dirname(os.path.dirname(os.path.abspath(karta_import.__file__)))
 
 
 @pytest.fixture(scope="module")
 def session():
     from pyspark.sql import SparkSession
 
+    os.environ["PYSPARK_PYTHON"] = sys.executable  # else the tasks run in the system's, which lacks the packages
     made = (
         SparkSession.builder.master("local-cluster[2,1,1024]")
-        .config("spark.executorEnv.PYTHONPATH", os.environ.get("PYTHONPATH", ""))
+        .config("spark.executorEnv.PYTHONPATH", PACKAGES)
         .config("spark.ui.enabled", "false")
         .getOrCreate()
     )
