@@ -19,7 +19,7 @@ def run(name, folder):
     picture = folder / "picture.png"
     ran = subprocess.run(
         [sys.executable, SCRIPTS / name, "--plot", picture],
-        cwd=folder, env=os.environ | {"PYTHONPATH": PACKAGES}, capture_output=True, text=True,
+        cwd=folder, env=os.environ | {"PYTHONPATH": PACKAGES, "PYTHONDONTWRITEBYTECODE": "1"}, capture_output=True, text=True,
     )
     assert ran.returncode == 0, ran.stderr
     assert picture.read_bytes().startswith(b"\x89PNG")
