@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <ostream>
 
 #include "bench/ReadBench.h"
@@ -6,17 +7,19 @@
 namespace {
 
 constexpr unsigned int Points = 2000;
-constexpr unsigned int Observations = 12'300;  // 100 MB
+constexpr unsigned int Observations = 12'300;      // 100 MB
+constexpr unsigned int MostObservations = 0xffff;  // in one file
 constexpr float Start = 1100.0F;
 constexpr std::uint32_t SomeTime = 1'238'753'472;
 
 void Generate(std::ostream& stream) {
+    const unsigned int observations = std::min(Scaled(Observations), MostObservations);
     ByteBuilder header;
     header.U32(0x0D0C10FF).PadTo(29).Float(Start).Float(Start + Points).Float(1.0F).U16(Points);
-    header.PadTo(45).U16(Observations).PadTo(512);
+    header.PadTo(45).U16(observations).PadTo(512);
     stream << header.Bytes();
     unsigned int state = 12345;
-    for (unsigned int observation = 0; observation < Observations; ++observation) {
+    for (unsigned int observation = 0; observation < observations; ++observation) {
         ByteBuilder bytes;
         bytes.U32(SomeTime + observation).Field("wheat", 124);
         for (unsigned int point = 0; point < Points; ++point) {

@@ -16,11 +16,12 @@
 
 namespace {
 
-constexpr int Wafers = 500;
+constexpr int FullWafers = 500;
 constexpr int Phases = 8;
 constexpr int Variables = 200;
 constexpr int LinesPerPhase = 50;
-constexpr int Lines = Wafers * Phases * LinesPerPhase;
+const int Wafers = std::max(2, Scaled(FullWafers));
+const int Lines = Wafers * Phases * LinesPerPhase;
 constexpr double TargetOfFiles = 5.0;
 constexpr double TargetOfXML = 10.0;
 
@@ -85,7 +86,7 @@ void WriteDataFile(std::ostream& stream) {
 
 // Half of the log, which makes 100 MB.
 void WriteXML(std::ostream& stream) {
-    constexpr int XMLWafers = Wafers / 2;
+    const int XMLWafers = Wafers / 2;
     stream << "<FDCRequest messageSequenceIdentifier=\"1\"><APCSystemName id=\"Brookside.PSDA\"/><Logistics "
               "fdcModel=\"M\" recipeID=\"R\" controlJobID=\"C\" equipmentID=\"E\" toolType=\"T\" "
               "resourceID=\"A\"/>"
@@ -109,12 +110,15 @@ void WriteXML(std::ostream& stream) {
     stream << "</Trend><Response topicName=\"r\"/></FDCRequest>";
 }
 
-// The yardstick is the data file, which the transition file only points to.
-void ReadFiles(benchmark::State& state) {
-    const std::string data = BenchFolder() + "/brookside.dat";
-    const std::string log = BenchFolder() + "/brookside.trn";
+std::string DataPath() {
+    return BenchFolder() + "/brookside.dat";
+}
+
+// The log's path.
+std::string MakeFiles() {
+    std::string log = BenchFolder() + "/brookside.trn";
     if (!std::filesystem::exists(log)) {
-        std::ofstream dataStream(data, std::ios::binary);
+        std::ofstream dataStream(DataPath(), std::ios::binary);
         WriteDataFile(dataStream);
         std::ofstream logStream(log, std::ios::binary);
         WriteTransition(logStream, "brookside.dat");
@@ -122,6 +126,13 @@ void ReadFiles(benchmark::State& state) {
         logStream.close();
         FinishWriting();
     }
+    return log;
+}
+
+// The yardstick is the data file, which the transition file only points to.
+void ReadFiles(benchmark::State& state) {
+    const std::string data = DataPath();
+    const std::string log = MakeFiles();
     const auto read = [&log] {
         BrooksideFile reader;
         CountingSink sink;
@@ -154,6 +165,10 @@ void ReadFiles(benchmark::State& state) {
 const auto* const Files = benchmark::RegisterBenchmark("brookside_files/counting", ReadFiles)
                               ->MinTime(MinSeconds)
                               ->Unit(benchmark::kMillisecond);
+const bool AreInputs = [] {
+    RegisterInput({"brookside_files", "Brookside File", MakeFiles});
+    return true;
+}();
 const RegisterReadBench XML({"brookside_xml", "Brookside Ver. 2.6 XML File", "brookside.xml", WriteXML,
                              TargetOfXML, 0});
 

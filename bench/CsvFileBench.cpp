@@ -43,9 +43,10 @@ void GenerateRows(std::ostream& stream, int cols, std::size_t fileSize) {
 void GenerateWide(std::ostream& stream) {
     FieldSequence fields;
     std::string line;
+    const int columns = Scaled(1'000'000);
     for (int row = 0; row < 10; ++row) {
         line.clear();
-        for (int col = 0; col < 1'000'000; ++col) {
+        for (int col = 0; col < columns; ++col) {
             line += col == 0 ? "" : ",";
             fields.Append(line);
         }
@@ -54,7 +55,8 @@ void GenerateWide(std::ostream& stream) {
 }
 
 const RegisterReadBench Narrow({"csv_10_columns", "CSV File", "narrow.csv",
-                                [](std::ostream& stream) { GenerateRows(stream, 10, FileSize); }, 2.0, 4.0});
+                                [](std::ostream& stream) { GenerateRows(stream, 10, Scaled(FileSize)); }, 2.0,
+                                4.0});
 const RegisterReadBench Wide({"csv_1000000_columns", "CSV File", "wide.csv", GenerateWide, 2.0, 4.0});
 const RegisterReadBench Small({"csv_small", "CSV File", "small.csv",
                                [](std::ostream& stream) { GenerateRows(stream, 10, FileSizeForPeers); }, 0, 0,

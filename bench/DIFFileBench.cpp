@@ -28,7 +28,7 @@ void Generate(std::ostream& stream, int rows) {
 }
 
 void GenerateLarge(std::ostream& stream) {
-    Generate(stream, Rows);
+    Generate(stream, Scaled(Rows));
 }
 
 const RegisterReadBench Plain({"dif_10_columns", "DIF File", "table.dif", GenerateLarge, 8.0, 8.0});

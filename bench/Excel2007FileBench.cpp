@@ -190,11 +190,11 @@ void GenerateBinary(std::ostream& stream, std::uint32_t rows) {
 }
 
 void GenerateLargeXml(std::ostream& stream) {
-    GenerateXml(stream, Rows);
+    GenerateXml(stream, Scaled(Rows));
 }
 
 void GenerateLargeBinary(std::ostream& stream) {
-    GenerateBinary(stream, Rows);
+    GenerateBinary(stream, Scaled(Rows));
 }
 
 double SecondsOf(const std::function<void()>& work) {
@@ -230,7 +230,7 @@ void ReadWorkbook(const std::string& path) {
     Excel2007File reader;
     CountingSink sink;
     if (reader.Open(true, path.c_str(), nullptr) != 0 || reader.Read(&sink) != 0 ||
-        sink.cells != Rows * Columns) {
+        sink.cells != std::int64_t{Scaled(Rows)} * Columns) {
         throw std::runtime_error("the workbook could not be read");
     }
 }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <ostream>
 #include <string>
 
@@ -33,8 +34,9 @@ void GenerateWorkbook(std::ostream& stream, unsigned rows) {
     stream << CompoundBuilder().Stream("Workbook", book.Build()).Build();
 }
 
-const RegisterReadBench Numbers({"excel_65536_rows_40_columns", "Excel File", "numbers.xls",
-                                 [](std::ostream& stream) { GenerateWorkbook(stream, Rows); }, 5.0, 0});
+const RegisterReadBench Numbers(
+    {"excel_65536_rows_40_columns", "Excel File", "numbers.xls",
+     [](std::ostream& stream) { GenerateWorkbook(stream, std::min(Scaled(Rows), Rows)); }, 5.0, 0});
 const RegisterReadBench Small({"excel_small", "Excel File", "small.xls",
                                [](std::ostream& stream) { GenerateWorkbook(stream, RowsForPeers); }, 0, 0,
                                true});

@@ -72,7 +72,8 @@ std::string PlainLines(Bands& bands) {
     return text + "\r\n";
 }
 
-void GenerateBlocks(std::ostream& stream, std::string (*makeLines)(Bands&), std::size_t fileSize = FileSize) {
+void GenerateBlocks(std::ostream& stream, std::string (*makeLines)(Bands&),
+                    std::size_t fileSize = Scaled(FileSize)) {
     Bands bands;
     std::size_t written = 0;
     while (written < fileSize) {

@@ -13,20 +13,21 @@ constexpr int Variables = 1'000;
 constexpr double Target = 20.0;
 
 void GenerateProject(std::ostream& stream) {
+    const int observations = Scaled(Observations);
     std::vector<std::shared_ptr<VariableInfo>> variables;
     for (int i = 0; i < Variables; ++i) {
         variables.push_back(NamedVariable("v" + std::to_string(i)));
     }
     std::vector<std::string> names;
-    for (int i = 0; i < Observations; ++i) {
+    for (int i = 0; i < observations; ++i) {
         names.push_back("observation " + std::to_string(i));
     }
     ProjectContents project;
     project.aliasTables = {{"Primary ID", AliasTable::KindPlain}};
     DataSetContents dataSet = SmallDataSet(1, "Large", variables, names, {});
-    dataSet.values.InsertRows(1, Observations);
+    dataSet.values.InsertRows(1, observations);
     unsigned int state = 12345;
-    for (int row = 1; row <= Observations; ++row) {
+    for (int row = 1; row <= observations; ++row) {
         for (int col = 1; col <= Variables; ++col) {
             state = state * 1664525U + 1013904223U;
             dataSet.values(row, col) = static_cast<float>(state >> 12) / 1024.0F;

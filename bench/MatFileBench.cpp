@@ -23,8 +23,9 @@ namespace {
 
 // 100 MB of doubles.
 constexpr std::int32_t Rows = 5000;
-constexpr std::int32_t Columns = 2500;
-constexpr std::uint32_t DataSize = std::uint32_t{Rows} * Columns * sizeof(double);
+constexpr std::int32_t FullColumns = 2500;
+const std::int32_t Columns = Scaled(FullColumns);
+const std::uint32_t DataSize = std::uint32_t{Rows} * static_cast<std::uint32_t>(Columns) * sizeof(double);
 
 constexpr const char* CompressedName = "level5-compressed.mat";
 
@@ -73,7 +74,8 @@ void PutHeader5(std::ostream& stream) {
 }
 
 void PutArray5(std::ostream& stream) {
-    const std::uint32_t fields[] = {14, 56 + DataSize, 6, 8, 6, 0, 5, 8, Rows, Columns, 1, 8};
+    const std::uint32_t fields[] = {
+        14, 56 + DataSize, 6, 8, 6, 0, 5, 8, Rows, static_cast<std::uint32_t>(Columns), 1, 8};
     for (const std::uint32_t field : fields) {
         Put(stream, field);
     }

@@ -38,14 +38,15 @@ void GenerateChromatogram(std::ostream& stream, std::uint32_t points) {
 }
 
 void GenerateTable(std::ostream& stream) {
-    std::vector<double> values(static_cast<std::size_t>(Observations) * Variables);
+    const int observations = Scaled(Observations);
+    std::vector<double> values(static_cast<std::size_t>(observations) * Variables);
     unsigned int state = 12345;
     for (double& value : values) {
         state = state * 1664525U + 1013904223U;
         value = static_cast<double>(state >> 8) / 65536.0;
     }
     NetCDFBuilder file;
-    file.Dimension("sequence_no", Observations)
+    file.Dimension("sequence_no", static_cast<std::uint32_t>(observations))
         .Dimension("number_data_points", Variables)
         .Dimension("string_len", 16)
         .Attribute("mva_template_revision", Chars("1.0"))
@@ -58,7 +59,7 @@ const RegisterSelectionBench Chromatograms(
      [](std::ostream& stream, int) { GenerateChromatogram(stream, PointsOfFile); }, AndiTarget});
 const RegisterReadBench LargeChromatogram({"andi_large", "NetCDF Files", "large.cdf",
                                            [](std::ostream& stream) {
-                                               GenerateChromatogram(stream, PointsOfLargeFile);
+                                               GenerateChromatogram(stream, Scaled(PointsOfLargeFile));
                                            }});
 const RegisterReadBench Mva({"mva_1000_variables", "NetCDF Files", "table.nc", GenerateTable, MvaTarget, 0});
 

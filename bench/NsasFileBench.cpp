@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <ostream>
 
 #include "bench/ReadBench.h"
@@ -6,12 +7,13 @@
 namespace {
 
 constexpr int Points = 2000;
-constexpr int Spectra = 12'300;  // 100 MB
+constexpr int Spectra = 12'300;      // 100 MB
+constexpr int MostSpectra = 0x7fff;  // in one file
 constexpr int Start = 400;
 
 void Generate(std::ostream& stream) {
     unsigned int state = 12345;
-    for (int number = 1; number <= Spectra; ++number) {
+    for (int number = 1; number <= std::min(Scaled(Spectra), MostSpectra); ++number) {
         ByteBuilder bytes;
         bytes.I16(6500).I16(number).Field("S1        ", 10).I16(Points).I16(Start).I16(Start + Points);
         bytes.PadTo(64).I16(91).I16(4).I16(3).I16(10).I16(11).I16(12).PadTo(128);

@@ -17,7 +17,7 @@ void Generate(std::ostream& stream) {
     }
     worksheet += "\n";
     unsigned int state = 12345;
-    for (int run = 1; worksheet.size() < WorksheetSize; ++run) {
+    for (int run = 1; worksheet.size() < Scaled(WorksheetSize); ++run) {
         worksheet += "N" + std::to_string(run);
         for (int factor = 0; factor < Factors; ++factor) {
             state = state * 1664525U + 1013904223U;

@@ -25,7 +25,13 @@
 
 namespace {
 
+constexpr const char* ScaleVariable = "KARTA_BENCH_SCALE";
 constexpr int Md5sumRuns = 5;
+
+std::vector<BenchInput>& Inputs() {
+    static std::vector<BenchInput> inputs;
+    return inputs;
+}
 
 SpreadsheetFile* NewReader(const std::string& format) {
     for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
@@ -48,20 +54,6 @@ std::string FileOf(const ReadBench& bench) {
     return path;
 }
 
-void ReadFile(const ReadBench& bench, const std::string& path, ReadSpreadSheetData& sink,
-              karta::Reading reading) {
-    const std::unique_ptr<SpreadsheetFile> reader(NewReader(bench.format));
-    ChooseReading(*reader, path, reading);
-    reader->Open(true, path.c_str(), nullptr);
-    const int rows = reader->GetNumRows();
-    const int cols = reader->GetNumCols();
-    sink.SetDataSize(cols, rows);
-    if (reader->Read(&sink) != 0) {
-        throw std::runtime_error("the file of " + bench.name + " could not be read");
-    }
-    reader->Close();
-}
-
 double SecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
@@ -75,11 +67,11 @@ void Measure(benchmark::State& state, const ReadBench& bench, double target,
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
         Sink sink;
-        ReadFile(bench, path, sink, reading);
+        ReadInput(bench.format, path, sink, reading);
         best = std::min(best, SecondsSince(start));
     }
     CountingSink counter;
-    ReadFile(bench, path, counter, reading);
+    ReadInput(bench.format, path, counter, reading);
     const auto bytes = static_cast<double>(std::filesystem::file_size(path));
     state.SetLabel(BenchLabel(bench.format, bench.fileName));
     state.counters["s"] = best;
@@ -94,7 +86,7 @@ void Measure(benchmark::State& state, const ReadBench& bench, double target,
     }
     const double peak = PeakMemoryOf([&] {
         Sink sink;
-        ReadFile(bench, path, sink, reading);
+        ReadInput(bench.format, path, sink, reading);
     });
     state.counters["peak_MB"] = peak / 1e6;
     state.counters["file_MB"] = bytes / 1e6;
@@ -115,6 +107,20 @@ void RegisterYardstick(const ReadBench& bench) {
 
 }  // namespace
 
+void ReadInput(const std::string& format, const std::string& paths, ReadSpreadSheetData& sink,
+               karta::Reading reading) {
+    const std::unique_ptr<SpreadsheetFile> reader(NewReader(format));
+    ChooseReading(*reader, paths, reading);
+    reader->Open(true, paths.c_str(), nullptr);
+    const int rows = reader->GetNumRows();
+    const int cols = reader->GetNumCols();
+    sink.SetDataSize(cols, rows);
+    if (reader->Read(&sink) != 0) {
+        throw std::runtime_error("a " + format + " could not be read: " + paths.substr(0, paths.find('\n')));
+    }
+    reader->Close();
+}
+
 void ChooseReading(SpreadsheetFile& reader, const std::string& paths, karta::Reading reading) {
     auto* const formatReader = dynamic_cast<FormatReader*>(&reader);
     if (reading == karta::Reading::Classic || formatReader == nullptr) {
@@ -131,9 +137,31 @@ void FinishWriting() {
 }
 
 std::string BenchFolder() {
-    const std::string folder = "build/bench-data";
+    const char* const scale = std::getenv(ScaleVariable);
+    const std::string folder =
+        std::string("build/bench-data") + (scale == nullptr ? "" : "-") + (scale == nullptr ? "" : scale);
     std::filesystem::create_directories(folder);
     return folder;
+}
+
+double BenchScale() {
+    static const double scale = [] {
+        const char* const text = std::getenv(ScaleVariable);
+        const double value = text == nullptr ? 1.0 : std::atof(text);
+        if (!(value > 0)) {
+            throw std::runtime_error(std::string(ScaleVariable) + " is no size");
+        }
+        return value;
+    }();
+    return scale;
+}
+
+void RegisterInput(BenchInput input) {
+    Inputs().push_back(std::move(input));
+}
+
+const std::vector<BenchInput>& GetInputs() {
+    return Inputs();
 }
 
 std::string BenchLabel(const std::string& format, const std::string& fileName) {
@@ -169,6 +197,7 @@ double PeakMemoryOf(const std::function<void()>& work) {
 
 RegisterReadBench::RegisterReadBench(const ReadBench& bench) {
     if (!bench.isForPeers) {
+        RegisterInput({bench.name, bench.format, [bench] { return FileOf(bench); }});
         RegisterYardstick(bench);
         benchmark::RegisterBenchmark(
             (bench.name + "/counting").c_str(),
@@ -218,5 +247,3 @@ RegisterConvertBench::RegisterConvertBench(const std::string& name, const std::s
         ->MinTime(MinSeconds)
         ->Unit(benchmark::kMillisecond);
 }
-
-BENCHMARK_MAIN();

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 #include "base/Reading.h"
 
+class ReadSpreadSheetData;
 class SpreadsheetFile;
 
 /** One large generated file and how to read it. */
@@ -41,13 +44,41 @@ public:
                          double target);
 };
 
+/** A file, or a selection of files, and the format that reads it. */
+struct BenchInput {
+    std::string name;
+    std::string format;
+    std::function<std::string()> make; /**< makes what isn't there yet; the path, or paths in lines */
+};
+
+/** Has an input read by itself too: once in a process, as `karta-bench --help` tells. */
+void RegisterInput(BenchInput input);
+
+/** All of them, in no particular order. */
+const std::vector<BenchInput>& GetInputs();
+
+/** How large the generated files are: 1 unless the variable KARTA_BENCH_SCALE of the environment says
+ * otherwise. */
+double BenchScale();
+
+/** A number of rows, files or bytes that makes a file of the wanted size; at least 1. */
+template <class Number>
+Number Scaled(Number size) {
+    return std::max(Number{1}, static_cast<Number>(static_cast<double>(size) * BenchScale()));
+}
+
+/** Reads an input through the whole road, as it is read by itself or by `--through-driver`; the paths in
+ * lines. */
+void ReadInput(const std::string& format, const std::string& paths, ReadSpreadSheetData& sink,
+               karta::Reading reading);
+
 /** How long a benchmark reads at least, in seconds; its fastest read counts. */
 constexpr double MinSeconds = 2.0;
 
 /** Before the reader's Open; the classic reading is what a reader does by itself. */
 void ChooseReading(SpreadsheetFile& reader, const std::string& paths, karta::Reading reading);
 
-/** The folder of the generated files. */
+/** The folder of the generated files of this scale. */
 std::string BenchFolder();
 
 /** Waits until files that were just made are on the disk: writing them would slow down the reads. */

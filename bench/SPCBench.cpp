@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <ostream>
 #include <random>
 
@@ -8,7 +9,8 @@
 namespace {
 
 constexpr int NumPoints = 2000;
-constexpr int NumSubFiles = 12'500;  // 100 MB
+constexpr int NumSubFiles = 12'500;   // 100 MB
+constexpr int MostSubFiles = 0x7fff;  // numbered in two bytes here
 
 std::string RandomBytes(std::mt19937& random, int count) {
     ByteBuilder bytes;
@@ -33,8 +35,9 @@ SPCBuilder MakeHeader(int numPoints, int numSubFiles) {
 
 void GenerateMultiFile(std::ostream& stream, int exponent) {
     std::mt19937 random(1);
-    stream << MakeHeader(NumPoints, NumSubFiles).Build();
-    for (int i = 0; i < NumSubFiles; ++i) {
+    const int subFiles = std::min(Scaled(NumSubFiles), MostSubFiles);
+    stream << MakeHeader(NumPoints, subFiles).Build();
+    for (int i = 0; i < subFiles; ++i) {
         ByteBuilder head;
         head.U8(0).Put(static_cast<std::int8_t>(exponent)).I16(i).Float(static_cast<float>(i)).PadTo(32);
         stream << head.Bytes() << RandomBytes(random, NumPoints);

@@ -24,12 +24,17 @@ double SecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
+// A selection of one is none.
+int CountFiles(const SelectionBench& bench) {
+    return std::max(2, Scaled(bench.numFiles));
+}
+
 std::string FolderOf(const SelectionBench& bench) {
     const std::string folder = BenchFolder() + "/" + bench.name;
     if (!std::filesystem::exists(folder)) {
         const std::string unfinished = folder + ".part";
         std::filesystem::create_directories(unfinished);
-        for (int i = 0; i < bench.numFiles; ++i) {
+        for (int i = 0; i < CountFiles(bench); ++i) {
             std::ofstream file(unfinished + "/" + std::to_string(10000 + i) + bench.extension,
                                std::ios::binary);
             bench.generate(file, i);
@@ -42,7 +47,7 @@ std::string FolderOf(const SelectionBench& bench) {
 
 std::string SelectionOf(const SelectionBench& bench, const std::string& folder) {
     std::string selection;
-    for (int i = 0; i < bench.numFiles; ++i) {
+    for (int i = 0; i < CountFiles(bench); ++i) {
         selection += folder + "/" + std::to_string(10000 + i) + bench.extension + "\n";
     }
     return selection;
@@ -58,24 +63,6 @@ double SecondsOfYardstick(const std::string& folder) {
         best = std::min(best, SecondsSince(start));
     }
     return best;
-}
-
-void ReadSelection(const SelectionBench& bench, const std::string& selection, ReadSpreadSheetData& sink,
-                   karta::Reading reading) {
-    for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
-        if (bench.format != SprFileFactory::GetInfo(i)->formatName) {
-            continue;
-        }
-        const std::unique_ptr<SpreadsheetFile> reader(SprFileFactory::GetSpreadsheetFile(i));
-        ChooseReading(*reader, selection, reading);
-        reader->Open(true, selection.c_str(), nullptr);
-        const int rows = reader->GetNumRows();
-        sink.SetDataSize(reader->GetNumCols(), rows);
-        if (reader->Read(&sink) == 0) {
-            return;
-        }
-    }
-    throw std::runtime_error("the selection of " + bench.name + " could not be read");
 }
 
 double BytesOf(const std::string& folder) {
@@ -96,11 +83,11 @@ void Measure(benchmark::State& state, const SelectionBench& bench, double target
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
         Sink sink;
-        ReadSelection(bench, selection, sink, reading);
+        ReadInput(bench.format, selection, sink, reading);
         best = std::min(best, SecondsSince(start));
     }
     CountingSink counter;
-    ReadSelection(bench, selection, counter, reading);
+    ReadInput(bench.format, selection, counter, reading);
     const double bytes = BytesOf(folder);
     state.SetLabel(BenchLabel(bench.format, bench.name));
     state.counters["s"] = best;
@@ -108,14 +95,14 @@ void Measure(benchmark::State& state, const SelectionBench& bench, double target
     state.counters["MB/s"] = bytes / best / 1e6;
     state.counters["file_MB"] = bytes / 1e6;
     state.counters["cells/s"] = static_cast<double>(counter.cells) / best;
-    state.counters["files/s"] = bench.numFiles / best;
+    state.counters["files/s"] = CountFiles(bench) / best;
     state.counters["M"] = best / yardstick;
     if (target > 0) {
         state.counters["M_target"] = target;
     }
     state.counters["peak_MB"] = PeakMemoryOf([&] {
                                     Sink sink;
-                                    ReadSelection(bench, selection, sink, reading);
+                                    ReadInput(bench.format, selection, sink, reading);
                                 }) /
                                 1e6;
 }
@@ -123,6 +110,7 @@ void Measure(benchmark::State& state, const SelectionBench& bench, double target
 }  // namespace
 
 RegisterSelectionBench::RegisterSelectionBench(const SelectionBench& bench) {
+    RegisterInput({bench.name, bench.format, [bench] { return SelectionOf(bench, FolderOf(bench)); }});
     benchmark::RegisterBenchmark(
         (bench.name + "/counting").c_str(),
         [bench](benchmark::State& state) { Measure<CountingSink>(state, bench, bench.target); })

@@ -9,7 +9,7 @@ constexpr std::size_t FileSize = 100'000'000;
 constexpr std::size_t FileSizeForPeers = 5'000'000;
 
 // Numbers of the lengths that instruments write, from a fixed sequence.
-void GenerateTable(std::ostream& stream, int cols, std::size_t fileSize = FileSize) {
+void GenerateTable(std::ostream& stream, int cols, std::size_t fileSize = Scaled(FileSize)) {
     std::string line;
     std::size_t written = 0;
     unsigned int state = 12345;

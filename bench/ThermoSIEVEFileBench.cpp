@@ -18,7 +18,7 @@ void Generate(std::ostream& stream) {
     }
     stream << line << "\n";
     unsigned int state = 12345;
-    for (int frame = 1; frame <= Frames; ++frame) {
+    for (int frame = 1; frame <= Scaled(Frames); ++frame) {
         const std::string mass = std::to_string(300 + frame % 1200);
         line = std::to_string(frame) + "\t" + mass + ".500\t" + mass +
                ".520\t11.25\t12.75\t0.001\t0.75\t2.0\t0.1\t0.14\t2\tx";

@@ -11,10 +11,11 @@ constexpr int ValuesOfLine = 20;  // a line of values has at most 255 characters
 
 // 110 MB of numbers from a fixed sequence, with the names of both ways.
 void Generate(std::ostream& stream) {
-    stream << "%" << Rows << " " << Cols << " bench\n";
+    const int rows = Scaled(Rows);
+    stream << "%" << rows << " " << Cols << " bench\n";
     unsigned int state = 12345;
     std::string line;
-    for (int row = 0; row < Rows; ++row) {
+    for (int row = 0; row < rows; ++row) {
         line.clear();
         for (int col = 1; col <= Cols; ++col) {
             state = state * 1664525U + 1013904223U;
@@ -24,7 +25,7 @@ void Generate(std::ostream& stream) {
         stream << line;
     }
     stream << "#L";
-    for (int row = 1; row <= Rows; ++row) {
+    for (int row = 1; row <= rows; ++row) {
         stream << " sample" << row << (row % 10 == 0 ? "\n" : "");
     }
     stream << "#C";
