@@ -54,6 +54,8 @@ public:
     void EndRow(int row);
     /** Whether the cells of earlier rows may be set again. */
     bool KeepsRows() const { return wide == nullptr || wide->KeepsRows(); }
+    /** Whether the file is to be looked through before its first row, though rows aren't kept. */
+    bool WantsWholeEvidence() const { return wide != nullptr && wide->WantsWholeEvidence(); }
 
     /** Whether long runs down a column are taken faster than runs along a row. */
     bool PrefersColumns() const { return wide != nullptr && wide->KeepsRows() && wide->PrefersColumns(); }

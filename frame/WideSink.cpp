@@ -6,6 +6,10 @@ bool WideSink::KeepsRows() const {
     return true;
 }
 
+bool WideSink::WantsWholeEvidence() const {
+    return false;
+}
+
 bool WideSink::PrefersColumns() const {
     return false;
 }

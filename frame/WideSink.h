@@ -50,6 +50,11 @@ public:
      * holds for all.
      */
     virtual bool KeepsRows() const;
+    /**
+     * Of a sink that lets go of rows: whether what a reader guesses from the file's beginning must be what
+     * all of the file says, so that it looks through the file before the first row.
+     */
+    virtual bool WantsWholeEvidence() const;
     /** Whether long runs down a column are taken faster than runs along a row; only for one that keeps rows.
      */
     virtual bool PrefersColumns() const;

@@ -17,6 +17,7 @@
 #include "karta/internal/FormatOptions.h"
 #include "karta/internal/ScanSchema.h"
 #include "karta/internal/Selection.h"
+#include "karta/internal/UnitName.h"
 
 namespace karta {
 
@@ -109,7 +110,8 @@ public:
           options(std::move(scanOptions)),
           progress(std::exchange(options.read.progress, {})),
           onStop(options.read.stop, [this] { stop.request_stop(); }),
-          points(options.grid.GetPoints()) {
+          points(options.grid.GetPoints()),
+          start(options.columns) {
         if (options.grid.GetKind() == Grid::Array && (points.empty() || !IsAxis(points))) {
             throw Error({.code = ErrorCode::BadOption,
                          .option = "grid",
@@ -155,7 +157,7 @@ private:
         std::vector<Table> tables;
         std::vector<std::string> names;
         const bool isFirst = !schema.has_value();
-        ScanSchema building = isFirst ? ScanSchema() : *schema;
+        ScanSchema building = isFirst ? start : *schema;
         for (std::size_t taken = 0; place < files.size() && taken < options.batch && !pending; ++taken) {
             const std::string& file = files[place++];
             TakeFile(file, ahead->Take(), isFirst, building, tables, names);
@@ -195,8 +197,10 @@ private:
 
     void Begin() {
         CheckOptions();
-        if (options.grid.GetKind() == Grid::Common || options.grid.GetKind() == Grid::Union) {
-            LookAtAxes();
+        const bool wantsAxes =
+            options.grid.GetKind() == Grid::Common || options.grid.GetKind() == Grid::Union;
+        if (wantsAxes || (options.columns == ScanColumns::Union && files.size() > options.batch)) {
+            LookAtAll(wantsAxes);
         }
         ahead = StartReading();
         hasBegun = true;
@@ -235,23 +239,47 @@ private:
         }
     }
 
-    void LookAtAxes() {
+    // What the grid and the columns are made of. What can't be read is told when its turn comes.
+    void LookAtAll(bool wantsAxes) {
         AxisUnion all;
         AxisIntersection shared;
-        const auto axes = StartReading();
+        std::string unit;
+        const auto looking = StartReading();
         for (std::size_t i = 0; i < files.size(); ++i) {
-            const Outcome outcome = axes->Take();
-            const Table* table = std::get_if<Table>(&outcome);
-            if (table != nullptr && table->GetBlock() != nullptr && IsAxis(table->GetBlock()->GetAxis())) {
-                all.Add(table->GetBlock()->GetAxis());
-                shared.Add(table->GetBlock()->GetAxis());
+            const Outcome outcome = looking->Take();
+            const Table* const table = std::get_if<Table>(&outcome);
+            if (table == nullptr) {
+                continue;
             }
+            if (options.columns == ScanColumns::Union) {
+                LookAtColumns(*table);
+            }
+            const Block* const block = table->GetBlock();
+            if (block == nullptr || !IsAxis(block->GetAxis())) {
+                continue;
+            }
+            unit = unit.empty() ? UsualUnit(block->GetAxisUnit()) : unit;
+            if (block->GetAxisUnit().empty() || UsualUnit(block->GetAxisUnit()) == unit) {
+                all.Add(block->GetAxis());
+                shared.Add(block->GetAxis());
+            }
+        }
+        if (!wantsAxes) {
+            return;
         }
         points = options.grid.GetKind() == Grid::Union ? all.Take() : shared.Take();
         if (points.empty()) {
             throw Error({.code = ErrorCode::DoesNotFit,
                          .option = "grid",
                          .text = "the files have no points in common"});
+        }
+    }
+
+    void LookAtColumns(const Table& table) {
+        try {
+            start.WidenColumns(table);
+        } catch (const Misfit&) {
+            // Told when the file is read for its rows.
         }
     }
 
@@ -311,6 +339,7 @@ private:
     bool hasBegun = false;
     std::unique_ptr<ReadAhead> ahead;
     std::size_t place = 0;
+    ScanSchema start;  // of the first batch: what is known before
     std::optional<ScanSchema> schema;
     std::optional<Error> pending;
     std::vector<Error> errors;

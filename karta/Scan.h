@@ -44,9 +44,19 @@ enum class OnError {
     Collect /**< goes on, and keeps the error for Errors() */
 };
 
+/** Which columns the tables of a scan have beside their block. */
+enum class ScanColumns {
+    Same, /**< those of the first file; one with others doesn't fit */
+    /** Those of all files, in the order in which they turn up; missing in a file without them, and a text
+     * where the files have different types. More files than make one table are looked at before the first
+     * batch. */
+    Union
+};
+
 /** How several files are read. */
 struct ScanOptions {
     Grid grid = Grid::None;
+    ScanColumns columns = ScanColumns::Same;
     OnError onError = OnError::Raise;
     /** How many files make one table; below 1 counts as 1. */
     std::size_t batch = 500;
@@ -62,8 +72,8 @@ struct ScanOptions {
 
 /**
  * Reads many files, one after the other, into tables of one schema: a column `file`, then the columns of the
- * first batch. Whole files, in the order in which they were named, whatever the number of workers. Its
- * batches can be gone through once.
+ * first batch, or of all files. Whole files, in the order in which they were named, whatever the number of
+ * workers. Its batches can be gone through once.
  *
  *     karta::Scan scan(files, {.grid = karta::Grid::Union, .onError = karta::OnError::Collect});
  *     for (karta::Table& batch : scan) { ... }

@@ -14,6 +14,7 @@
 #include "host/NvString.h"
 #include "text/DialectRefiner.h"
 #include "text/DialectSniffer.h"
+#include "text/NothingKept.h"
 #include "text/PlainNumber.h"
 
 namespace {
@@ -167,14 +168,14 @@ DelimitedText::Size DelimitedText::Measure() {
 void DelimitedText::Read(ReadSpreadSheetData& sink) {
     CellOutput output(sink);
     isStreaming = !output.KeepsRows();
-    if (!isStreaming && source.ExamineWhole(context)) {
+    const bool wantsEvidence = output.WantsWholeEvidence();
+    if ((!isStreaming || wantsEvidence) && source.ExamineWhole(context)) {
         ExamineHead();
     }
-    size = {};
-    nextQuote = 0;
-    context.shape = head.GetShape(types);
-    textsBehind = unclosed = contradictions = zones = {};
-    letGo = 0;
+    if (isStreaming && wantsEvidence) {
+        SettleTypes();
+    }
+    BeginReading();
     // What the head tells; the types may turn out otherwise.
     context.shape = head.GetShape(types);
     ReadRecords(output);
@@ -184,6 +185,22 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
     sink.SetDataSize(size.cols, size.rows);
     context.shape = head.GetShape(types);
     AddNotes();
+}
+
+void DelimitedText::BeginReading() {
+    size = {};
+    nextQuote = 0;
+    textsBehind = unclosed = contradictions = zones = {};
+    letGo = 0;
+}
+
+// By a read of all records that nobody gets.
+void DelimitedText::SettleTypes() {
+    NothingKept nothing;
+    CellOutput output(nothing);
+    BeginReading();
+    ReadRecords(output);
+    types = ResolveTypes();
 }
 
 // Records one by one where they have to be, and in pieces on all cores where lines are records.
@@ -679,12 +696,18 @@ void DelimitedText::NoteFaults(const RecordScanner& scanner) {
     }
 }
 
-// "line 12" of the file.
+// "line 12" of the file, whose beginning may have been let go of.
 std::string DelimitedText::LineOf(std::size_t offset) const {
-    const std::string_view before = text.substr(0, offset);
-    auto lines = static_cast<std::uint64_t>(std::count(before.begin(), before.end(), '\n')) + 1;
-    for (std::size_t at = before.find('\r'); at != std::string_view::npos; at = before.find('\r', at + 1)) {
-        lines += at + 1 < before.size() && before[at + 1] == '\n' ? 0 : 1;
+    std::uint64_t lines = 1;
+    for (std::size_t place = 0; place < offset; place += std::min(BytesToLetGo, offset - place)) {
+        const std::string_view piece = text.substr(place, std::min(BytesToLetGo, offset - place));
+        lines += static_cast<std::uint64_t>(std::count(piece.begin(), piece.end(), '\n'));
+        for (std::size_t at = piece.find('\r'); at != std::string_view::npos; at = piece.find('\r', at + 1)) {
+            lines += place + at + 1 < offset && text[place + at + 1] == '\n' ? 0 : 1;
+        }
+        if (isStreaming) {
+            source.LetGo(place);
+        }
     }
     return "line " + std::to_string(lines + (hasDirective ? 1 : 0));
 }

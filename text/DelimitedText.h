@@ -51,6 +51,8 @@ private:
     std::vector<ColumnType> ResolveTypes() const;
     RecordScanner MakeScanner() const;
 
+    void BeginReading();
+    void SettleTypes();
     void ReadRecords(CellOutput& output);
     bool ReadRecord(RecordScanner& scanner, CellOutput& output);
     bool MayPart(const RecordScanner& scanner) const;

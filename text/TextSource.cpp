@@ -12,6 +12,9 @@ namespace {
 
 // How much of a file is looked at before it is clear that all of it is wanted.
 constexpr std::size_t BeginningSize = 1 << 20;
+// What is looked at before it may be let go of, and how large a text is kept in memory all the same.
+constexpr std::size_t PieceToExamine = std::size_t{1} << 20;
+constexpr std::size_t LargestKept = std::size_t{32} << 20;
 constexpr std::size_t BinaryWindow = 64 * 1024;
 // A text may hold this share of bytes that no text has, and this many of them whatever its size.
 constexpr std::size_t LeastTextShare = 10;
@@ -110,12 +113,34 @@ void TextSource::DropNuls(karta::ReadContext& context) {
     text = decoded;
 }
 
+// Line by line in large pieces, each let go of behind the look. `otherPiece` is the first one that isn't
+// UTF-8.
+ByteFacts TextSource::ExamineInPieces(std::string_view& otherPiece) const {
+    ByteFacts facts;
+    for (std::size_t place = 0; place < text.size();) {
+        const std::size_t feed = text.find('\n', std::min(place + PieceToExamine, text.size()));
+        const std::size_t end = feed == std::string_view::npos ? text.size() : feed + 1;
+        const ByteFacts piece = ExamineBytes(text.substr(place, end - place));
+        if (facts.areUtf8 && !piece.areUtf8) {
+            otherPiece = text.substr(place, end - place);
+        }
+        facts.areUtf8 = facts.areUtf8 && piece.areUtf8;
+        facts.holdNuls = facts.holdNuls || piece.holdNuls;
+        place = end;
+        if (text.size() > LargestKept) {
+            LetGo(place);
+        }
+    }
+    return facts;
+}
+
 bool TextSource::ExamineWhole(karta::ReadContext& context) {
     if (isExamined) {
         return false;
     }
     isExamined = true;
-    const ByteFacts facts = ExamineBytes(text);
+    std::string_view otherPiece;
+    const ByteFacts facts = ExamineInPieces(otherPiece);
     bool isOther = facts.holdNuls;
     if (facts.holdNuls) {
         DropNuls(context);
@@ -123,7 +148,7 @@ bool TextSource::ExamineWhole(karta::ReadContext& context) {
     if (encoding.kind == TextEncoding::Utf8) {
         isKnownUtf8 = facts.areUtf8;
         if (!isKnownUtf8 && !isNamed && encoding.markLength == 0) {
-            encoding = GuessEncoding(text, false);
+            encoding = GuessEncoding(otherPiece, false);
             isOther = true;
         }
     }

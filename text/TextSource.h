@@ -55,6 +55,7 @@ public:
 private:
     void RefuseForeign(const char* path) const;
     void TakeBytes(karta::ReadContext& context);
+    ByteFacts ExamineInPieces(std::string_view& otherPiece) const;
     void DropNuls(karta::ReadContext& context);
 
     MappedFile file;

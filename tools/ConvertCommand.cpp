@@ -242,27 +242,15 @@ void Write(const FormatCatalogue& formats, const Target& target, TableRead& read
     }
 }
 
-}  // namespace
-
-namespace {
-
-// A text looks the same whatever its column's type, so that rows can go out before all types are known.
+// Rows can go out before all is read: they are the same whatever comes behind them.
 bool CanStream(const ReadRequest& request, const Target& target, const std::string& output) {
-    const bool isText = target.form == TableForm::Csv || target.form == TableForm::Tsv;
-    return isText && request.IsComplete() && !request.throughDriver && request.want.empty() &&
+    return target.form && request.IsComplete() && !request.throughDriver && request.want.empty() &&
            !IsTerminal(output);
 }
 
-// The beginning was UTF-8 and something behind it isn't: then all of it was another encoding, as a reader
-// that looks at the whole file first finds.
-bool WasMisjudged(const ReadRequest& request, const ReadReport& report) {
-    return !request.encoding && std::any_of(report.notes.begin(), report.notes.end(),
-                                            [](const karta::Note& note) { return note.code == "not-utf-8"; });
-}
-
-// What is known of it only when all is read doesn't matter to a text.
-void ForgetTypes(ReadReport& report) {
-    std::erase_if(report.notes, [](const karta::Note& note) { return note.code == "late-texts"; });
+bool HasNote(const ReadReport& report, const char* code) {
+    return std::any_of(report.notes.begin(), report.notes.end(),
+                       [&](const karta::Note& note) { return note.code == code; });
 }
 
 // What has gone there can't be taken back.
@@ -272,24 +260,37 @@ bool IsDirect(const std::string& output) {
            (std::filesystem::exists(output, unknown) && !std::filesystem::is_regular_file(output, unknown));
 }
 
-/** Converts while reading, in the memory of a small table. */
+/**
+ * Converts while reading, in the memory of a small table. What the beginning of a file doesn't tell, the
+ * table's width, the types of columns, an encoding, may turn out on the way; then it is done again with what
+ * is known.
+ */
 class StreamingConversion {
 public:
     StreamingConversion(const ReadRequest& readRequest, const ConvertRequest& convertRequest,
                         TableForm tableForm)
-        : request(readRequest), wanted(convertRequest), form{tableForm, wanted.safeCells, false, nullptr} {}
+        : request(readRequest),
+          wanted(convertRequest),
+          form{tableForm, wanted.safeCells, wanted.objects, nullptr},
+          // Where nothing can be taken back, a table that isn't small is measured first.
+          mayWrite(!IsDirect(wanted.output)) {}
 
     /** False: it can't be done so, and nothing was written. */
     bool Run() {
-        // Where nothing can be taken back, a table that isn't small is measured first.
-        if (Try(!IsDirect(wanted.output), 0)) {
-            return true;
+        constexpr int MostTries = 4;
+        for (int i = 0; i < MostTries; ++i) {
+            const Outcome outcome = Try();
+            if (outcome != Outcome::IsToBeDoneAgain) {
+                return outcome == Outcome::IsDone;
+            }
         }
-        return canBeDone && Try(true, width);
+        return false;
     }
 
 private:
-    bool Try(bool writesAtOnce, int knownWidth) {
+    enum class Outcome { IsDone, IsToBeDoneAgain, CantBeDone };
+
+    Outcome Try() {
         ReadReport report;
         const std::unique_ptr<OutputFile> file = wanted.output == StandardOutput
                                                      ? std::make_unique<OutputFile>(STDOUT_FILENO)
@@ -299,41 +300,51 @@ private:
         }
         const ChosenFormat chosen = ChooseFormat(request);
         PersonsControl control(request);
-        StreamingSink sink(control.Get(), report, form, writesAtOnce ? file.get() : nullptr, knownWidth);
+        StreamingSink sink(control.Get(), report, form, mayWrite ? file.get() : nullptr, width,
+                           wantsEvidence);
         ReadSelection(request, chosen, control.Get(), sink, report);
         width = sink.GetNumberOfColumns();
         CheckExtent(request, sink.GetNumberOfRows(), width);
-        canBeDone = !sink.IsLate() && !WasMisjudged(request, report);
-        if (!canBeDone || !(sink.IsSmall() || sink.IsGood())) {
-            return false;
+        if (sink.IsLate()) {
+            return Outcome::CantBeDone;
         }
-        if (sink.IsSmall()) {
-            WriteSmall(sink, *file, report);
-        } else {
-            sink.Finish();
+        if (!wantsEvidence && WasMisjudged(report)) {
+            wantsEvidence = true;
+            return Outcome::IsToBeDoneAgain;
         }
+        if (!sink.IsSmall() && !sink.IsGood()) {
+            if (mayWrite && IsDirect(wanted.output)) {
+                throw Failure(request.files.front() + ": the file changed while it was read");
+            }
+            mayWrite = true;
+            return Outcome::IsToBeDoneAgain;
+        }
+        sink.Finish(*file);
         Commit(*file, wanted.output);
         ForgetTypes(report);
         ShowReport(request, report);
-        return true;
+        return Outcome::IsDone;
     }
 
-    void WriteSmall(StreamingSink& sink, OutputFile& file, const ReadReport& report) {
-        TableData& table = sink.GetTable();
-        table.SetDataSize(sink.GetNumberOfColumns(), sink.GetNumberOfRows());
-        MemoryShare memory(report.context, "The list of rows");
-        memory.Add(sizeof(int) * static_cast<std::uint64_t>(sink.GetNumberOfRows()));
-        std::vector<int> rows(static_cast<std::size_t>(sink.GetNumberOfRows()));
-        std::iota(rows.begin(), rows.end(), 1);
-        file.SetBudget(report.GetBudget());
-        WriteTable(table, rows, form, file);
+    // The beginning was UTF-8 and something behind it isn't: then all of it was another encoding. And a field
+    // of another type than its column's is a text like the others to CSV, but not where texts are marked as
+    // such.
+    bool WasMisjudged(const ReadReport& report) const {
+        return (!request.encoding && HasNote(report, "not-utf-8")) ||
+               (form.form == TableForm::JsonLines && HasNote(report, "late-texts"));
+    }
+
+    // Then it doesn't matter any more.
+    static void ForgetTypes(ReadReport& report) {
+        std::erase_if(report.notes, [](const karta::Note& note) { return note.code == "late-texts"; });
     }
 
     const ReadRequest& request;
     const ConvertRequest& wanted;
     const FormRequest form;
+    bool mayWrite;
+    bool wantsEvidence = false;
     int width = 0;
-    bool canBeDone = true;
 };
 
 }  // namespace

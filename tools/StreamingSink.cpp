@@ -4,6 +4,8 @@
 #include <numeric>
 #include <vector>
 
+#include "base/MemoryShare.h"
+
 namespace {
 
 // Enough that most tables are small, and little beside the program itself.
@@ -12,8 +14,13 @@ constexpr std::size_t MostHeldBytes = std::size_t{8} << 20;
 }  // namespace
 
 StreamingSink::StreamingSink(ReadControl& readControl, ReadReport& readReport, const FormRequest& formRequest,
-                             OutputFile* outputFile, int knownWidth)
-    : control(readControl), report(readReport), form(formRequest), target(outputFile), width(knownWidth) {}
+                             OutputFile* outputFile, int knownWidth, bool evidence)
+    : control(readControl),
+      report(readReport),
+      form(formRequest),
+      target(outputFile),
+      wantsEvidence(evidence),
+      width(knownWidth) {}
 
 void StreamingSink::Cover(int col, int row) {
     if (!hasBudget) {
@@ -50,9 +57,15 @@ void StreamingSink::LetGo(int row) {
     }
     if (Writes()) {
         held.SetDataSize(width, row - offset);
+        MemoryShare memory(report.context, "The list of rows");
+        memory.Add(sizeof(int) * static_cast<std::uint64_t>(row - offset));
         std::vector<int> rows(static_cast<std::size_t>(row - offset));
         std::iota(rows.begin(), rows.end(), 1);
-        WriteTable(held, rows, form, *target);
+        if (!writer) {
+            form.shape = report.context == nullptr ? nullptr : &report.context->shape;
+            writer.emplace(form, *target);
+        }
+        writer->Write(held, rows);
     }
     held.Clear();
     heldBudget.ReleaseMemory(heldBudget.GetMemory());
@@ -60,6 +73,11 @@ void StreamingSink::LetGo(int row) {
     offset = row;
 }
 
-void StreamingSink::Finish() {
+void StreamingSink::Finish(OutputFile& file) {
+    if (IsSmall()) {
+        target = &file;
+        target->SetBudget(report.GetBudget());
+        width = GetNumberOfColumns();
+    }
     LetGo(std::max(GetNumberOfRows(), offset));
 }

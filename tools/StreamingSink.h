@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -23,10 +24,11 @@ class StreamingSink : public SpreadsheetSink, public WideSink {
 public:
     /**
      * All stay the caller's. `report` is that of the read, whose budget is charged. `target` null: nothing is
-     * written of a table that isn't small. `width` 0: not known.
+     * written of a table that isn't small. `width` 0: not known. `evidence`: a reader looks through its file
+     * before the first row.
      */
     StreamingSink(ReadControl& readControl, ReadReport& readReport, const FormRequest& formRequest,
-                  OutputFile* target, int knownWidth);
+                  OutputFile* outputFile, int knownWidth, bool evidence);
 
     void Set(int col, int row, int value) override {
         Put(col, row, [&](int to) { held.Set(col, to, value); });
@@ -84,20 +86,20 @@ public:
     }
 
     bool KeepsRows() const override { return false; }
+    bool WantsWholeEvidence() const override { return wantsEvidence; }
     int NextRowToRead(int row) override { return control.NextRowToRead(row, GetNumberOfRows()); }
     void EndRow(int row) override;
     void SetDataSize(int cols, int rows) override;
 
     /** Whether all of the table is held still, and nothing is written yet. */
     bool IsSmall() const { return offset == 0; }
-    /** Of a small table: all of it. */
-    TableData& GetTable() { return held; }
-    /** Whether what went out is right so far, and Finish makes it whole. */
+    /** Of one that isn't small: whether what went out is right so far, and Finish makes it whole. */
     bool IsGood() { return Writes() && width == GetNumberOfColumns(); }
     /** Whether a row that was let go of was set again: the table can't be written while it is read. */
     bool IsLate() const { return isLate; }
-    /** Writes what is held of a table that isn't small. */
-    void Finish();
+    /** Writes what is held, of a small table all of it, to the target, which a small one need not have yet.
+     */
+    void Finish(OutputFile& file);
 
 private:
     template <class Step>
@@ -127,8 +129,10 @@ private:
 
     ReadControl& control;
     ReadReport& report;
-    const FormRequest& form;
+    FormRequest form;
     OutputFile* target;
+    std::optional<TableWriter> writer;  // once rows go out
+    bool wantsEvidence;
     // Of what is held alone, so that what is let go of is free again; the read's own limit holds for it.
     karta::Budget heldBudget;
     TableData held;

@@ -124,8 +124,47 @@ private:
     std::string line;
 };
 
-void WriteSeparated(TableData& table, const std::vector<int>& rows, const FormRequest& request,
-                    OutputFile& output) {
+std::string JsonCell(TableData& table, CellPrinter& printer, int col, int row, bool safeCells) {
+    const TableData::Kind kind = table.GetKind(col, row);
+    if (kind == TableData::Missing) {
+        return "null";
+    }
+    if (kind == TableData::Bool) {
+        return table.GetInt64(col, row) != 0 ? "true" : "false";
+    }
+    const std::string_view text = printer.Print(col, row);
+    if (!table.IsFloat(col, row)) {
+        return JsonQuote(safeCells ? SafeCell(std::string(text)) : text);
+    }
+    const double value = table.GetFloatValue(col, row);
+    if (std::isnan(value)) {
+        return "null";
+    }
+    return std::isinf(value) ? JsonQuote(text) : std::string(text);
+}
+
+// Every member has a name of its own: a column without one, or with one that is taken, is told by its number.
+std::vector<std::string> FindMembers(TableData& table, const TableHead& head) {
+    std::vector<std::string> members;
+    std::set<std::string> taken;
+    for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
+        const std::string number = std::to_string(col);
+        std::string name = head.NameOf(col);
+        if (name.empty()) {
+            name = "column " + number;
+        }
+        if (!taken.insert(name).second) {
+            name += " (column " + number + ")";
+            taken.insert(name);
+        }
+        members.push_back(JsonQuote(name) + ":");
+    }
+    return members;
+}
+
+}  // namespace
+
+void TableWriter::WriteSeparated(TableData& table, const std::vector<int>& rows) {
     CellPrinter printer(table);
     FieldWriter writer(request.form == TableForm::Tsv ? '\t' : ',', output);
     const int cols = table.GetNumberOfColumns();
@@ -146,70 +185,28 @@ void WriteSeparated(TableData& table, const std::vector<int>& rows, const FormRe
     }
 }
 
-std::string JsonCell(TableData& table, CellPrinter& printer, int col, int row, bool safeCells) {
-    const TableData::Kind kind = table.GetKind(col, row);
-    if (kind == TableData::Missing) {
-        return "null";
+void TableWriter::WriteJsonLines(TableData& table, const std::vector<int>& rows) {
+    int firstRow = 1;
+    if (request.objects && !hasBegun) {
+        const TableHead head(table, request.shape);
+        firstRow = head.GetFirstDataRow();
+        members = FindMembers(table, head);
     }
-    if (kind == TableData::Bool) {
-        return table.GetInt64(col, row) != 0 ? "true" : "false";
-    }
-    const std::string_view text = printer.Print(col, row);
-    if (!table.IsFloat(col, row)) {
-        return JsonQuote(safeCells ? SafeCell(std::string(text)) : text);
-    }
-    const double value = table.GetFloatValue(col, row);
-    if (std::isnan(value)) {
-        return "null";
-    }
-    return std::isinf(value) ? JsonQuote(text) : std::string(text);
-}
-
-/** The members' names of JSON objects, and the row below which they stand. */
-struct ColumnNames {
-    std::vector<std::string> quoted;  // with the colon
-    int firstDataRow = 1;
-};
-
-// Every member has a name of its own: a column without one, or with one that is taken, is told by its number.
-ColumnNames FindColumnNames(TableData& table, const karta::TableShape* shape) {
-    const TableHead head(table, shape);
-    ColumnNames names;
-    names.firstDataRow = head.GetFirstDataRow();
-    std::set<std::string> taken;
-    for (int col = 1; col <= table.GetNumberOfColumns(); ++col) {
-        const std::string number = std::to_string(col);
-        std::string name = head.NameOf(col);
-        if (name.empty()) {
-            name = "column " + number;
-        }
-        if (!taken.insert(name).second) {
-            name += " (column " + number + ")";
-            taken.insert(name);
-        }
-        names.quoted.push_back(JsonQuote(name) + ":");
-    }
-    return names;
-}
-
-void WriteJsonLines(TableData& table, const std::vector<int>& rows, const FormRequest& request,
-                    OutputFile& output) {
     CellPrinter printer(table);
-    const ColumnNames names = request.objects ? FindColumnNames(table, request.shape) : ColumnNames();
     const int cols = table.GetNumberOfColumns();
     for (const int row : rows) {
         if (output.HasFailed()) {
             return;
         }
         Interrupt::ThrowIfRequested();
-        if (row < names.firstDataRow) {
+        if (row < firstRow) {
             continue;
         }
         output.Write(request.objects ? '{' : '[');
         for (int col = 1; col <= cols; ++col) {
             output.Write(col > 1 ? "," : "");
             if (request.objects) {
-                output.Write(names.quoted[static_cast<std::size_t>(col) - 1]);
+                output.Write(members[static_cast<std::size_t>(col) - 1]);
             }
             output.Write(JsonCell(table, printer, col, row, request.safeCells));
         }
@@ -217,16 +214,19 @@ void WriteJsonLines(TableData& table, const std::vector<int>& rows, const FormRe
     }
 }
 
-}  // namespace
-
-void WriteTable(TableData& table, const std::vector<int>& rows, const FormRequest& request,
-                OutputFile& output) {
+void TableWriter::Write(TableData& table, const std::vector<int>& rows) {
     // Every cell, empty as it may be, has a separator behind it.
     output.Expect(static_cast<std::uint64_t>(rows.size()) *
                   static_cast<std::uint64_t>(table.GetNumberOfColumns()));
     if (request.form == TableForm::JsonLines) {
-        WriteJsonLines(table, rows, request, output);
+        WriteJsonLines(table, rows);
     } else {
-        WriteSeparated(table, rows, request, output);
+        WriteSeparated(table, rows);
     }
+    hasBegun = true;
+}
+
+void WriteTable(TableData& table, const std::vector<int>& rows, const FormRequest& request,
+                OutputFile& output) {
+    TableWriter(request, output).Write(table, rows);
 }

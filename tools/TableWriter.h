@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "base/OutputFile.h"
@@ -25,8 +26,32 @@ struct FormRequest {
 };
 
 /**
- * These rows of the table, all columns. Numbers in the shortest form that reads back the same. Nothing
- * more is written once the output has failed. Raises Failure once the user has interrupted.
+ * Writes a table, at once or piece by piece. Numbers in the shortest form that reads back the same. Nothing
+ * more is written once the output has failed.
  */
+class TableWriter {
+public:
+    /** What the request points to is needed until the first piece is written; the output stays the caller's.
+     */
+    TableWriter(const FormRequest& formRequest, OutputFile& outputFile)
+        : request(formRequest), output(outputFile) {}
+
+    /**
+     * These rows of the table, all columns. The first piece has the rows of names, if there are any, and all
+     * pieces have as many columns. Raises Failure once the user has interrupted.
+     */
+    void Write(TableData& table, const std::vector<int>& rows);
+
+private:
+    void WriteSeparated(TableData& table, const std::vector<int>& rows);
+    void WriteJsonLines(TableData& table, const std::vector<int>& rows);
+
+    FormRequest request;
+    OutputFile& output;
+    bool hasBegun = false;
+    std::vector<std::string> members;  // of JSON objects: their names, with the colon
+};
+
+/** A whole table. */
 void WriteTable(TableData& table, const std::vector<int>& rows, const FormRequest& request,
                 OutputFile& output);

@@ -1,12 +1,11 @@
 #include "karta/internal/ScanSchema.h"
 
 #include <algorithm>
-#include <optional>
-#include <utility>
 
 #include "base/Note.h"
 #include "base/NumberFormat.h"
 #include "karta/internal/TableRows.h"
+#include "karta/internal/UnitName.h"
 
 namespace karta {
 
@@ -26,96 +25,160 @@ std::string AxisOf(const Block& block) {
 }
 
 void CheckUnit(const std::string& what, const std::string& expected, const std::string& found) {
-    if (!expected.empty() && !found.empty() && expected != found) {
+    if (!expected.empty() && !found.empty() && UsualUnit(expected) != UsualUnit(found)) {
         throw Misfit{what + " is in " + found + " where the first file has " + expected};
     }
 }
 
-void CheckSameColumns(const Table& first, const Table& table) {
-    for (const Column& column : first.GetColumns()) {
-        if (table.FindColumn(column.GetName()) == nullptr) {
-            throw Misfit{"there is no column " + Quoted(column.GetName())};
-        }
+// Formats say what the numbers are by a quantity, a unit, or the one in the place of the other.
+void CheckOrdinate(const Block& expected, const Block& found) {
+    const std::string before = OrdinateOf(expected.GetValueQuantity(), expected.GetValueUnit());
+    const std::string now = OrdinateOf(found.GetValueQuantity(), found.GetValueUnit());
+    if (before.empty() || now.empty()) {
+        CheckUnit("the block", expected.GetValueUnit(), found.GetValueUnit());
+    } else if (before != now) {
+        throw Misfit{"it is " + now + " where the first file is " + before};
     }
-    for (const Column& column : table.GetColumns()) {
-        if (first.FindColumn(column.GetName()) == nullptr) {
-            throw Misfit{"the first file has no column " + Quoted(column.GetName())};
-        }
-    }
-    if (table.GetColumnCount() != first.GetColumnCount()) {
-        throw Misfit{"there are " + CountOf(table.GetColumnCount(), "column") + ", not " +
-                     std::to_string(first.GetColumnCount())};
-    }
+}
+
+// Its rows are all missing.
+Column EmptyColumn(std::int64_t rows) {
+    ColumnBuffers buffers;
+    buffers.rows = rows;
+    buffers.nullCount = rows;
+    return {"", "", std::move(buffers)};
 }
 
 }  // namespace
 
-// Files may have their columns in any order. Of equal names the place decides.
-const Column& ScanSchema::ColumnOf(const Table& table, std::size_t place) const {
-    const std::string& name = first.GetColumn(place).GetName();
-    const Column& same = table.GetColumn(place);
-    return same.GetName() == name ? same : table.GetColumn(name);
+ScanSchema::Places ScanSchema::PlacesOf(const Table& table) {
+    Places places;
+    std::map<std::string, int> counts;
+    for (std::size_t i = 0; i < table.GetColumnCount(); ++i) {
+        const std::string& name = table.GetColumn(i).GetName();
+        places.emplace(Key(name, counts[name]++), i);
+    }
+    return places;
+}
+
+void ScanSchema::CheckSameColumns(const Table& table, const Places& places) const {
+    const auto hint = [&](const std::string& text) {
+        return block && table.GetBlock() != nullptr ? text + "; a grid takes the columns of all files" : text;
+    };
+    for (const Entry& entry : entries) {
+        if (!places.contains(entry.key)) {
+            throw Misfit{hint("there is no column " + Quoted(entry.key.first))};
+        }
+    }
+    if (places.size() == entries.size()) {
+        return;
+    }
+    std::map<Key, bool> known;
+    for (const Entry& entry : entries) {
+        known[entry.key] = true;
+    }
+    for (const auto& [key, place] : places) {
+        if (!known.contains(key)) {
+            throw Misfit{hint("the first file has no column " + Quoted(key.first))};
+        }
+    }
 }
 
 void ScanSchema::CheckBlock(const Table& table) const {
-    const Block* expected = first.GetBlock();
-    const Block* found = table.GetBlock();
-    if ((expected == nullptr) != (found == nullptr)) {
-        throw Misfit{expected == nullptr ? "it holds a block of like columns, and the first file none"
-                                         : "it holds no block of like columns, as the first file does"};
+    const Block* const found = table.GetBlock();
+    if (block.has_value() != (found != nullptr)) {
+        throw Misfit{block ? "it holds no block of like columns, as the first file does"
+                           : "it holds a block of like columns, and the first file none"};
     }
-    if (expected == nullptr) {
+    if (!block) {
         return;
     }
-    CheckUnit("the axis", expected->GetAxisUnit(), found->GetAxisUnit());
-    CheckUnit("the block", expected->GetValueUnit(), found->GetValueUnit());
-    if (expected->GetPointCount() != found->GetPointCount()) {
-        throw Misfit{"it has " + AxisOf(*found) + ", not " + AxisOf(*expected) +
+    CheckUnit("the axis", block->GetAxisUnit(), found->GetAxisUnit());
+    CheckOrdinate(*block, *found);
+    if (block->GetPointCount() != found->GetPointCount()) {
+        throw Misfit{"it has " + AxisOf(*found) + ", not " + AxisOf(*block) +
                      "; a grid puts all on one axis"};
     }
-    const auto axis = expected->GetAxis();
+    const auto axis = block->GetAxis();
     const auto other = found->GetAxis();
     if (!std::equal(axis.begin(), axis.end(), other.begin(), other.end())) {
         throw Misfit{"it has another axis than the first file: " + AxisOf(*found) + ", not " +
-                     AxisOf(*expected) + "; a grid puts all on one"};
+                     AxisOf(*block) + "; a grid puts all on one"};
     }
 }
 
+// One that holds both. Where the columns are those of all files, texts hold what nothing else does.
+ColumnType ScanSchema::TypeFor(const Entry& entry, const Column& column) const {
+    CheckUnit("column " + Quoted(column.GetName()), entry.unit, column.GetUnit());
+    const std::optional<ColumnType> common = CommonType(entry.type, column.GetType());
+    if (!common && columns == ScanColumns::Same) {
+        throw Misfit{"column " + Quoted(column.GetName()) + " is " + GetTypeName(column.GetType()) +
+                     " where the others are " + GetTypeName(entry.type)};
+    }
+    return common.value_or(ColumnType::Text);
+}
+
+void ScanSchema::WidenColumns(const Table& table) {
+    const Places places = PlacesOf(table);
+    if (hasColumns && columns == ScanColumns::Same) {
+        CheckSameColumns(table, places);
+    }
+    std::vector<Entry> wider = entries;
+    std::size_t widerPlace = hasColumns ? blockPlace : table.GetBlockPlace();
+    std::map<Key, std::size_t> known;
+    for (std::size_t i = 0; i < wider.size(); ++i) {
+        known[wider[i].key] = i;
+        if (const auto place = places.find(wider[i].key); place != places.end()) {
+            wider[i].type = TypeFor(wider[i], table.GetColumn(place->second));
+        }
+    }
+    std::vector<const Key*> order(places.size());
+    for (const auto& [key, place] : places) {
+        order[place] = &key;
+    }
+    std::vector<Entry> front;
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        if (!known.contains(*order[i])) {
+            const Column& column = table.GetColumn(i);
+            // Labels of other files stand in front of the block as the first one's do.
+            const bool isInFront = hasColumns && table.GetBlock() != nullptr && i < table.GetBlockPlace();
+            (isInFront ? front : wider).push_back({*order[i], column.GetUnit(), column.GetType()});
+        }
+    }
+    wider.insert(wider.begin() + static_cast<std::ptrdiff_t>(widerPlace), front.begin(), front.end());
+    widerPlace += front.size();
+    entries = std::move(wider);
+    blockPlace = widerPlace;
+    hasColumns = true;
+}
+
 void ScanSchema::Widen(const Table& table) {
+    ScanSchema wider = *this;
     if (!isMade) {
-        first = table;
-        for (const Column& column : table.GetColumns()) {
-            types.push_back(column.GetType());
+        if (table.GetBlock() != nullptr) {
+            wider.block = *table.GetBlock();
         }
-        isFloat32 = table.GetBlock() == nullptr || table.GetBlock()->IsFloat32();
-        isMade = true;
-        return;
+        wider.isFloat32 = true;
+        wider.isMade = true;
     }
-    CheckSameColumns(first, table);
-    CheckBlock(table);
-    std::vector<ColumnType> wider = types;
-    for (std::size_t i = 0; i < types.size(); ++i) {
-        const Column& column = ColumnOf(table, i);
-        CheckUnit("column " + Quoted(column.GetName()), first.GetColumn(i).GetUnit(), column.GetUnit());
-        const std::optional<ColumnType> common = CommonType(types[i], column.GetType());
-        if (!common) {
-            throw Misfit{"column " + Quoted(column.GetName()) + " is " + GetTypeName(column.GetType()) +
-                         " where the others are " + GetTypeName(types[i])};
-        }
-        wider[i] = *common;
-    }
-    types = std::move(wider);
-    isFloat32 = isFloat32 && (table.GetBlock() == nullptr || table.GetBlock()->IsFloat32());
+    wider.WidenColumns(table);
+    wider.CheckBlock(table);
+    wider.isFloat32 = wider.isFloat32 && (table.GetBlock() == nullptr || table.GetBlock()->IsFloat32());
+    *this = std::move(wider);
 }
 
 void ScanSchema::Check(const Table& table) const {
     ScanSchema tried = *this;
     tried.Widen(table);
-    for (std::size_t i = 0; i < types.size(); ++i) {
-        if (tried.types[i] != types[i]) {
-            throw Misfit{"column " + Quoted(first.GetColumn(i).GetName()) + " is " +
-                         GetTypeName(ColumnOf(table, i).GetType()) + " where the first batch has " +
-                         GetTypeName(types[i])};
+    if (tried.entries.size() != entries.size()) {
+        throw Misfit{"it has columns that the first batch has not"};
+    }
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const Entry& fixed = entries[i];
+        if (fixed.type != tried.entries[i].type) {
+            const Column& column = table.GetColumn(PlacesOf(table).at(fixed.key));
+            throw Misfit{"column " + Quoted(fixed.key.first) + " is " + GetTypeName(column.GetType()) +
+                         " where the first batch has " + GetTypeName(fixed.type)};
         }
     }
     if (tried.isFloat32 != isFloat32) {
@@ -126,6 +189,7 @@ void ScanSchema::Check(const Table& table) const {
 Table ScanSchema::Join(const std::vector<Table>& tables, const std::vector<std::string>& names) const {
     TableParts parts;
     std::vector<std::string> files;
+    std::vector<Places> places;
     for (std::size_t i = 0; i < tables.size(); ++i) {
         parts.rows += tables[i].GetRowCount();
         files.insert(files.end(), static_cast<std::size_t>(tables[i].GetRowCount()), names[i]);
@@ -133,23 +197,25 @@ Table ScanSchema::Join(const std::vector<Table>& tables, const std::vector<std::
             note.text = names[i] + ": " + note.text;
             parts.notes.push_back(std::move(note));
         }
+        places.push_back(PlacesOf(tables[i]));
     }
     parts.columns.push_back(Column::Of("file", "", files));
-    for (std::size_t i = 0; i < types.size(); ++i) {
+    for (const Entry& entry : entries) {
         std::vector<Column> pieces;
-        for (const Table& table : tables) {
-            pieces.push_back(ColumnOf(table, i));
+        for (std::size_t i = 0; i < tables.size(); ++i) {
+            const auto place = places[i].find(entry.key);
+            pieces.push_back(place == places[i].end() ? EmptyColumn(tables[i].GetRowCount())
+                                                      : tables[i].GetColumn(place->second));
         }
-        parts.columns.push_back(JoinColumns(pieces, types[i])
-                                    .Renamed(first.GetColumn(i).GetName(), first.GetColumn(i).GetUnit()));
+        parts.columns.push_back(JoinColumns(pieces, entry.type).Renamed(entry.key.first, entry.unit));
     }
-    if (first.GetBlock() != nullptr) {
+    if (block) {
         std::vector<Block> blocks;
         for (const Table& table : tables) {
             blocks.push_back(*table.GetBlock());
         }
         parts.block = JoinBlocks(blocks, isFloat32);
-        parts.blockPlace = first.GetBlockPlace() + 1;
+        parts.blockPlace = blockPlace + 1;
     }
     return Table(std::move(parts));
 }

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <map>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "karta/Scan.h"
 #include "karta/Table.h"
 
 namespace karta {
@@ -13,11 +17,15 @@ struct Misfit {
 };
 
 /**
- * What the tables of a scan have in common: the columns of the first one, with types that hold what all
- * tables of the first batch hold, and the axis of its block. Fixed from then on.
+ * What the tables of a scan have in common: the columns of the first one, or of all, with types that hold
+ * what all tables of the first batch hold, and the axis of the first one's block. Fixed from then on.
  */
 class ScanSchema {
 public:
+    explicit ScanSchema(ScanColumns whichColumns = ScanColumns::Same) : columns(whichColumns) {}
+
+    /** Takes up the table's columns alone, before its block is on the grid. Raises Misfit. */
+    void WidenColumns(const Table& table);
     /**
      * Widens the schema to this table of the first batch; the first one makes it. Raises Misfit, and stays as
      * it was.
@@ -25,18 +33,31 @@ public:
     void Widen(const Table& table);
     /** Raises Misfit where a table of a later batch has other columns, types, axis or units. */
     void Check(const Table& table) const;
-    bool IsEmpty() const { return !isMade; }
 
     /** The tables' rows in one table behind a column `file`; `names` are the files' names. */
     Table Join(const std::vector<Table>& tables, const std::vector<std::string>& names) const;
 
 private:
-    void CheckBlock(const Table& table) const;
-    const Column& ColumnOf(const Table& table, std::size_t place) const;
+    /** A name, and how many columns of it stand before: a table may have several of one name. */
+    using Key = std::pair<std::string, int>;
+    using Places = std::map<Key, std::size_t>;
+    struct Entry {
+        Key key;
+        std::string unit;
+        ColumnType type;
+    };
 
+    static Places PlacesOf(const Table& table);
+    void CheckSameColumns(const Table& table, const Places& places) const;
+    void CheckBlock(const Table& table) const;
+    ColumnType TypeFor(const Entry& entry, const Column& column) const;
+
+    ScanColumns columns;
+    bool hasColumns = false;
     bool isMade = false;
-    Table first;
-    std::vector<ColumnType> types;
+    std::vector<Entry> entries;
+    std::size_t blockPlace = 0;
+    std::optional<Block> block;  // the first table's
     bool isFloat32 = true;
 };
 

@@ -10,6 +10,7 @@
 #include "karta/internal/AxisGrid.h"
 #include "karta/internal/ScanSchema.h"
 #include "karta/internal/TableRows.h"
+#include "karta/internal/UnitName.h"
 #include "tests/support/TempFolder.h"
 
 namespace {
@@ -195,6 +196,46 @@ TEST(Scan, OtherUnitsDontFit) {
     ASSERT_NE(scan.Next(), nullptr);
     ASSERT_EQ(scan.Errors().size(), 1U);
     EXPECT_EQ(scan.Errors()[0].GetCode(), ErrorCode::DoesNotFit);
+}
+
+TEST(Scan, TheSameUnitInAnotherSpellingFits) {
+    const TempFolder folder;
+    const std::vector<std::string> files = {folder.Write("1.jdx", Spectrum(100, 10, 6, "1/CM")),
+                                            folder.Write("2.jdx", Spectrum(100, 10, 6, "cm-1"))};
+    Scan scan(files);
+    Table* const table = scan.Next();
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->GetRowCount(), 2);
+    EXPECT_EQ(karta::UsualUnit("NANOMETERS"), "nm");
+    EXPECT_EQ(karta::UsualUnit("furlongs"), "furlongs");
+    EXPECT_EQ(karta::OrdinateOf("", "ABSORBANCE"), karta::OrdinateOf("absorbance", "AU"));
+    EXPECT_EQ(karta::OrdinateOf("absorbance", ""), karta::OrdinateOf("absorbance", "AU"));
+    EXPECT_NE(karta::OrdinateOf("transmission", ""), karta::OrdinateOf("absorbance", ""));
+    EXPECT_EQ(karta::OrdinateOf("absorbance", "mAU"), "") << "another scale";
+}
+
+TEST(Scan, ColumnsOfAllFilesAreMissingWhereAFileHasNone) {
+    const TempFolder folder;
+    const std::vector<std::string> files = {folder.Write("1.csv", "a,b\n1,x\n"),
+                                            folder.Write("2.csv", "b,c\ny,2025-01-02\n"),
+                                            folder.Write("3.csv", "a,a\ntext,7\n")};
+    for (const std::size_t batch : {std::size_t{10}, std::size_t{1}}) {
+        Scan scan(files, {.columns = karta::ScanColumns::Union, .batch = batch});
+        std::vector<std::string> rows;
+        for (Table& table : scan) {
+            ASSERT_EQ(table.GetColumnCount(), 5U);
+            EXPECT_EQ(table.GetColumn(1).GetType(), karta::ColumnType::Text) << "numbers and texts";
+            EXPECT_EQ(table.GetColumn(3).GetType(), karta::ColumnType::Date32);
+            for (std::int64_t row = 0; row < table.GetRowCount(); ++row) {
+                std::string text;
+                for (std::size_t column = 1; column < 5; ++column) {
+                    text += table.GetColumn(column).ToText(row) + "|";
+                }
+                rows.push_back(text);
+            }
+        }
+        EXPECT_EQ(rows, (std::vector<std::string>{"1|x|||", "|y|2025-01-02||", "text|||7|"})) << batch;
+    }
 }
 
 TEST(Scan, OptionIsForTheFormatsThatKnowIt) {

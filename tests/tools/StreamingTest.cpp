@@ -25,8 +25,8 @@ protected:
         ASSERT_EQ(made.status, 0) << made.err;
     }
 
-    // What the table would be as CSV if all of it were held.
-    void WriteHeld(const std::string& path) {
+    // What the table would be if all of it were held.
+    void WriteHeld(const std::string& path, TableForm form = TableForm::Csv, bool objects = false) {
         ReadRequest request;
         request.files = {path};
         request.reading = karta::Reading::Complete;
@@ -36,7 +36,8 @@ protected:
         ReadTable(request, read);
         ASSERT_TRUE(read.table->KeepsRows());
         OutputFile file(folder.Path("held.csv"));
-        WriteTable(*read.table, read.Rows(request), FormRequest{TableForm::Csv}, file);
+        WriteTable(*read.table, read.Rows(request), FormRequest{form, false, objects, &read.report.shape},
+                   file);
         ASSERT_TRUE(file.Commit());
     }
 
@@ -47,6 +48,13 @@ protected:
         WriteHeld(folder.Path(name));
         EXPECT_EQ(Shell("cmp streamed.csv held.csv && cmp piped.csv held.csv").status, 0);
         EXPECT_GT(std::filesystem::file_size(folder.Path("streamed.csv")), 1'000'000U);
+        for (const bool objects : {false, true}) {
+            const std::string lines = convert + (objects ? " --objects" : "") + " --to jsonl";
+            ASSERT_EQ(Shell(lines + " -o streamed.jsonl").status, 0);
+            ASSERT_EQ(Shell(lines + " -o - >piped.jsonl").status, 0);
+            WriteHeld(folder.Path(name), TableForm::JsonLines, objects);
+            EXPECT_EQ(Shell("cmp streamed.jsonl held.csv && cmp piped.jsonl held.csv").status, 0) << objects;
+        }
     }
 
     TempFolder folder;
@@ -67,6 +75,10 @@ TEST_F(StreamingTest, EverySampleIsTheSameOnBothWays) {
         if (streamed.status == 0) {
             WriteHeld(path);
             EXPECT_EQ(Shell("cmp streamed.csv held.csv").status, 0) << path;
+            ASSERT_EQ(Shell(ProgramPath() + " convert '" + path + "' --quiet --objects -o x.jsonl").status,
+                      0);
+            WriteHeld(path, TableForm::JsonLines, true);
+            EXPECT_EQ(Shell("cmp x.jsonl held.csv").status, 0) << path;
             ++compared;
         }
     }
@@ -115,18 +127,35 @@ TEST_F(StreamingTest, AFailureLeavesTheOlderFile) {
     EXPECT_EQ(Shell("cat out.csv").out, "older\n");
 }
 
+TEST_F(StreamingTest, WhatTurnsOutLateIsLookedForBeforeJsonLinesAreWritten) {
+    MakeRows("late.csv",
+             "f.write(b\"n,when,city,a\\n\")\n"
+             "for i in range(300000): f.write(b\"%d,2024-01-%02d,Bern,\\n\" % (i, 1 + i % 28))\n"
+             "f.write(b\"none,yesterday,Z\\xfcrich,2024-01-01\\n\")\n");
+    ExpectSameOnAllWays("late.csv");
+    EXPECT_EQ(Shell("sed -n '2p;$p' streamed.jsonl").out,
+              "{\"n\":\"1\",\"when\":\"2024-01-02\",\"city\":\"Bern\",\"a\":null}\n"
+              "{\"n\":\"none\",\"when\":\"yesterday\",\"city\":\"Z\u00fcrich\",\"a\":\"2024-01-01\"}\n");
+    const CommandOutcome told = Shell(ProgramPath() + " convert late.csv -o x.jsonl");
+    EXPECT_EQ(told.err.find("late"), told.err.find("late.csv")) << told.err;
+}
+
 TEST_F(StreamingTest, ALongTextTakesTheMemoryOfASmallOne) {
     if (!Sandbox::IsPossible()) {
         GTEST_SKIP() << "sanitizers and counters take memory of their own";
     }
+    // The last line is of another type and no UTF-8, so that all of it is looked at before JSON lines go out.
     MakeRows("long.csv",
              "block = b\"\".join(b\"%d,%d.25,text %d\\n\" % (i, i, i) for i in range(100000))\n"
-             "f.write(b\"a,b,c\\n\")\nfor i in range(60): f.write(block)\n");
-    const CommandOutcome outcome = Shell(
-        "python3 -c 'import resource, subprocess, sys\nsubprocess.run(sys.argv[1:], check=True)\n"
-        "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)' " +
-        ProgramPath() + " convert long.csv -o out.csv");
-    ASSERT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_LT(std::stol(outcome.out), 64 * 1024);
-    EXPECT_EQ(Shell("cmp long.csv out.csv").status, 0);
+             "f.write(b\"a,b,c\\n\")\nfor i in range(35): f.write(block)\nf.write(b\"n/a,1,\\xe9\\n\")\n");
+    for (const char* const name : {"out.csv", "out.jsonl"}) {
+        const CommandOutcome outcome = Shell(
+            "python3 -c 'import resource, subprocess, sys\nsubprocess.run(sys.argv[1:], check=True)\n"
+            "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)' " +
+            ProgramPath() + " convert --quiet long.csv -o " + name);
+        ASSERT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_LT(std::stol(outcome.out), 64 * 1024) << name;
+    }
+    EXPECT_EQ(Shell("iconv -f latin1 -t utf-8 long.csv | cmp - out.csv").status, 0);
+    EXPECT_EQ(Shell("wc -l <out.jsonl").out, "3500002\n");
 }
