@@ -115,7 +115,7 @@ TEST(TableSinkTest, MakesWholeNumbersIntegersUnlessTheyAreAnArrayOrWrittenWithAP
     const Table table = making.sink.Finish();
     EXPECT_EQ(table.GetColumn(0).GetType(), ColumnType::Int64);
     EXPECT_EQ(table.GetColumn(0).GetIntegers()[1], 2);
-    for (const std::size_t floats : {1, 2, 3}) {
+    for (const std::size_t floats : {std::size_t{1}, std::size_t{2}, std::size_t{3}}) {
         EXPECT_EQ(table.GetColumn(floats).GetType(), ColumnType::Float64) << floats;
     }
 }
