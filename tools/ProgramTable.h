@@ -7,7 +7,8 @@
 class ProgramTable : public TableData {
 public:
     /** `readControl` stays the caller's and must outlive the read. */
-    explicit ProgramTable(ReadControl& readControl) : control(readControl) {}
+    explicit ProgramTable(ReadControl& readControl)
+        : control(readControl), keepsRows(!readControl.WantsFirstRowsOnly()) {}
 
     void Set(int col, int row, int value) override { Keep(col, row, value); }
     void Set(int col, int row, std::int64_t value) override { Keep(col, row, value); }
@@ -31,7 +32,7 @@ public:
 
     int NextRowToRead(int row) override { return control.NextRowToRead(row, GetNumberOfRows()); }
     /** Where the first rows are enough, what they tell of the columns is too. */
-    bool KeepsRows() const override { return !control.WantsFirstRowsOnly(); }
+    bool KeepsRows() const override { return keepsRows; }
     void EndRow(int row) override { control.EndRow(row, GetNumberOfRows()); }
     void SetDataSize(int cols, int rows) override;
 
@@ -46,4 +47,5 @@ private:
     std::span<const Number> OfUse(int firstRow, std::span<const Number> values) const;
 
     ReadControl& control;
+    bool keepsRows;  // asked for after the read too, when its control is gone
 };
