@@ -130,6 +130,8 @@ int DLLFile::Open(bool forRead, const char* fileName, NvImportOpenOptions* optio
     if (status != StatusOk) {
         return status;
     }
+    // What is open still is the module's to free.
+    Close();
     if (!forRead && !canWrite) {
         status = StatusWrongMode;
     } else if (functions.open == nullptr) {

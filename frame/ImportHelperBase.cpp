@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <string_view>
-#include <utility>
 
 #include "base/CopyMessage.h"
 #include "frame/OptionsText.h"
@@ -87,6 +85,11 @@ private:
     bool isKept = false;
 };
 
+// A host that has no name yet names no file.
+const char* OrNoName(const char* fileNames) {
+    return fileNames == nullptr ? "" : fileNames;
+}
+
 /** Closes a reader after an exception; a second one goes nowhere. */
 void CloseQuietly(SpreadsheetFile* reader) {
     try {
@@ -97,24 +100,6 @@ void CloseQuietly(SpreadsheetFile* reader) {
         // What went wrong before is what the user is told.
     }
 }
-
-/** The progress bar of a read, for as long as this lives: it goes also when the read throws. */
-class ProgressBar {
-public:
-    explicit ProgressBar(std::function<void()> stopBar) : stop(std::move(stopBar)) {}
-    ProgressBar(const ProgressBar&) = delete;
-    ProgressBar& operator=(const ProgressBar&) = delete;
-    ~ProgressBar() {
-        try {
-            stop();
-        } catch (...) {
-            // A bar that can't be taken away doesn't undo the read.
-        }
-    }
-
-private:
-    std::function<void()> stop;
-};
 
 }  // namespace
 
@@ -198,7 +183,7 @@ bool ImportHelperBase::CheckFilesBeforeRead(const char* fileNames, int& formatCh
 
 bool ImportHelperBase::CheckFiles(const char* fileNames, int& formatChoice, ReadErrors& error,
                                   bool reportMany) {
-    const std::vector<std::string> names = NvFile::GetFileNames(fileNames);
+    const std::vector<std::string> names = NvFile::GetFileNames(OrNoName(fileNames));
     if (names.empty()) {
         error = ReadFileMissing;
         return false;
@@ -274,10 +259,13 @@ bool ImportHelperBase::ReadWith(SpreadsheetFile& reader, SpreadsheetData* data, 
     data->SetDataSize(cols, rows);
     ShowProgressBarWhileReading(data, cols, rows);
     int result = SpreadsheetFile::StatusOk;
-    {
-        const ProgressBar bar([&] { StopProgressBar(data); });
+    try {
         result = reader.Read(data);
+    } catch (...) {
+        StopProgressBar(data);
+        throw;
     }
+    StopProgressBar(data);
     if (result != SpreadsheetFile::StatusOk) {
         return FailWith(reader);
     }
@@ -299,7 +287,7 @@ bool ImportHelperBase::ReadSpreadsheetFile(const char* fileNames, int formatChoi
     try {
         ReadOptionsRecord record(options);
         reader.reset(loader->GetSpreadsheetFile(formatChoice));
-        reader->Open(true, fileNames, record.ForReader());
+        reader->Open(true, OrNoName(fileNames), record.ForReader());
         if (spec != nullptr) {
             reader->SetImportSpec(spec);
         }
@@ -335,6 +323,7 @@ int ImportHelperBase::FormatForWriting(const char* fileName, int formatChoice) c
 // itself.
 bool ImportHelperBase::WriteSpreadsheetFile(const char* fileName, int formatChoice, SpreadsheetData* data,
                                             NvImportOpenOptions* options) {
+    fileName = OrNoName(fileName);
     try {
         const int format = FormatForWriting(fileName, formatChoice);
         if (format == 0) {

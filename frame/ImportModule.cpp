@@ -3,7 +3,6 @@
 #include <dlfcn.h>
 #include <link.h>
 
-#include <new>
 #include <utility>
 
 namespace {
@@ -38,13 +37,12 @@ Function* OwnFunction(void* module, const char* name, Function* /*shape*/) {
 
 #define OWN_FUNCTION(module, name) OwnFunction(module, #name, &(name))
 
-/** Calls a function of a module; `fallback` where it throws. Memory that ran out is the host's affair. */
+/** Calls a function of a module; `fallback` where it throws, whatever it throws: a module may say anything.
+ */
 template <class Function, class Result>
 Result CallGuarded(Function function, Result fallback) {
     try {
         return function();
-    } catch (const std::bad_alloc&) {
-        throw;
     } catch (...) {
         return fallback;
     }

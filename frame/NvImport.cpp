@@ -31,10 +31,12 @@ int NvImportSizeFileFormatsSupported() {
 }
 
 const NvImportFileFormatInfo* NvImportGetFileFormatInfo(int index) {
+    SprFileFactory::CloseRegistry();
     return SprFileFactory::GetInfo(index);
 }
 
 char NvImportIsCorrectFileType(int index, const char* fileName) {
+    SprFileFactory::CloseRegistry();
     switch (SprFileFactory::IsMyKindOfFile(index, fileName)) {
         case KindYes:
             return 2;
@@ -49,6 +51,7 @@ char NvImportIsCorrectFileType(int index, const char* fileName) {
 
 bool NvImportOpen(int index, const char* fileName, bool forRead, void** handle,
                   NvImportOpenOptions* options) {
+    SprFileFactory::CloseRegistry();
     SpreadsheetFile* reader = SprFileFactory::GetSpreadsheetFile(index);
     *handle = reader;
     if (reader == nullptr) {
@@ -71,6 +74,9 @@ void NvImportClose(int /*index*/, void* handle) {
 
 const char* NvImportGetLastError(int /*index*/, void* handle) {
     thread_local char text[ErrorTextSize];
+    if (handle == nullptr) {
+        return "";  // of a factory that made none
+    }
     Reader(handle)->GetErrorMessage(text, ErrorTextSize);
     return text;
 }

@@ -74,7 +74,8 @@ void SpreadsheetOpenOptions::Read(StreamReader& reader) {
 }
 
 void SpreadsheetOpenOptions::CopyOpenOptions(NvImportOpenOptions* target, const NvImportOpenOptions* source) {
-    const std::uint32_t size = source->size;
+    // A record that claims bytes and has none comes from a plug-in made by halves.
+    const std::uint32_t size = source->data == nullptr ? 0 : source->size;
     std::uint8_t* bytes = nullptr;
     if (size != 0) {
         bytes = new std::uint8_t[size];

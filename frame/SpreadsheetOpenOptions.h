@@ -30,8 +30,9 @@ public:
     void Read(StreamReader& reader);
 
     /**
-     * Gives `target` a fresh copy of the source's bytes, null for a size of 0. What the target held is
-     * not freed: both may be the same record, whose bytes were a reader's and become the caller's.
+     * Gives `target` a fresh copy of the source's bytes, null for a size of 0 or where the source has
+     * none. What the target held is not freed: both may be the same record, whose bytes were a reader's and
+     * become the caller's.
      */
     static void CopyOpenOptions(NvImportOpenOptions* target, const NvImportOpenOptions* source);
     /** Frees the bytes and empties the record. */

@@ -114,33 +114,15 @@ bool RestrictCalls() {
         return false;
     }
     bool isWhole = true;
-    for (const int call : {SCMP_SYS(execve),
-                           SCMP_SYS(execveat),
-                           SCMP_SYS(socket),
-                           SCMP_SYS(socketpair),
-                           SCMP_SYS(connect),
-                           SCMP_SYS(bind),
-                           SCMP_SYS(listen),
-                           SCMP_SYS(accept),
-                           SCMP_SYS(accept4),
-                           SCMP_SYS(ptrace),
-                           SCMP_SYS(process_vm_readv),
-                           SCMP_SYS(process_vm_writev),
-                           SCMP_SYS(mount),
-                           SCMP_SYS(umount2),
-                           SCMP_SYS(pivot_root),
-                           SCMP_SYS(chroot),
-                           SCMP_SYS(bpf),
-                           SCMP_SYS(perf_event_open),
-                           SCMP_SYS(keyctl),
-                           SCMP_SYS(add_key),
-                           SCMP_SYS(request_key),
-                           SCMP_SYS(init_module),
-                           SCMP_SYS(finit_module),
-                           SCMP_SYS(kexec_load),
-                           SCMP_SYS(userfaultfd),
-                           SCMP_SYS(unshare),
-                           SCMP_SYS(setns)}) {
+    for (const int call :
+         {SCMP_SYS(execve), SCMP_SYS(execveat), SCMP_SYS(socket), SCMP_SYS(socketpair), SCMP_SYS(connect),
+          SCMP_SYS(bind), SCMP_SYS(listen), SCMP_SYS(accept), SCMP_SYS(accept4),
+          // A ring does without a call what the calls above are for.
+          SCMP_SYS(io_uring_setup), SCMP_SYS(io_uring_enter), SCMP_SYS(io_uring_register), SCMP_SYS(ptrace),
+          SCMP_SYS(process_vm_readv), SCMP_SYS(process_vm_writev), SCMP_SYS(mount), SCMP_SYS(umount2),
+          SCMP_SYS(pivot_root), SCMP_SYS(chroot), SCMP_SYS(bpf), SCMP_SYS(perf_event_open), SCMP_SYS(keyctl),
+          SCMP_SYS(add_key), SCMP_SYS(request_key), SCMP_SYS(init_module), SCMP_SYS(finit_module),
+          SCMP_SYS(kexec_load), SCMP_SYS(userfaultfd), SCMP_SYS(unshare), SCMP_SYS(setns)}) {
         isWhole = seccomp_rule_add(filter, SCMP_ACT_ERRNO(EPERM), call, 0) == 0 && isWhole;
     }
     isWhole = seccomp_load(filter) == 0 && isWhole;

@@ -20,6 +20,7 @@
 #include "tools/KeptOptions.h"
 #include "tools/PasswordQuestion.h"
 #include "tools/ProgramTable.h"
+#include "tools/TerminalText.h"
 
 namespace {
 
@@ -214,7 +215,8 @@ void ShowReport(const ReadRequest& request, const ReadReport& report) {
         std::cerr << "karta-import: " << file << ": warning: " << report.warning << '\n';
     }
     for (const karta::Note& note : report.notes) {
-        std::cerr << "karta-import: " << file << ": note: " << note.text << '\n';
+        // One line a note: a line feed in a sheet's name must not begin what looks like a message of ours.
+        std::cerr << "karta-import: " << file << ": note: " << VisibleText(note.text) << '\n';
     }
 }
 

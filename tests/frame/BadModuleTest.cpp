@@ -60,7 +60,7 @@ TEST_P(LeftOut, FormatWithoutAWholeRecordIsNotListed) {
 
 INSTANTIATE_TEST_SUITE_P(Modules, LeftOut,
                          testing::Values("NullInfo", "NullName", "NullFilter", "NullExtensions", "InitThrows",
-                                         "CountThrows", "InfoThrows"),
+                                         "InitRunsOut", "CountThrows", "CountRunsOut", "InfoThrows"),
                          [](const auto& info) { return std::string(info.param); });
 
 TEST_F(BadModuleRead, SpecOfAModuleWithoutOpenIsKeptFromIt) {
@@ -83,6 +83,12 @@ TEST_F(BadModuleRead, CloseThatThrowsFailsTheReadAndLeavesNoBytes) {
 TEST_F(BadModuleRead, ReadThatThrowsIsAFailure) {
     EXPECT_FALSE(Read("ReadThrows"));
     EXPECT_EQ(message, ExceptionText);
+}
+
+TEST_F(BadModuleRead, BytesThatAreClaimedAndMissingAreNone) {
+    EXPECT_TRUE(Read("ClaimsBytes"));
+    EXPECT_EQ(options.size, 0U);
+    EXPECT_EQ(options.data, nullptr);
 }
 
 TEST(FactoryModule, FactoryThatIsUnloadedLeavesNothingInTheRegistry) {

@@ -75,6 +75,10 @@ TEST(FlatInterface, ReadsAFile) {
     NvImportClose(index, handle);
 }
 
+TEST(FlatInterface, HandleOfAFactoryThatMadeNoneHasNoText) {
+    EXPECT_STREQ(NvImportGetLastError(1, nullptr), "");
+}
+
 TEST(FlatInterface, FailedOpenLeavesAHandleThatTellsWhy) {
     const int index = IndexOf("Text File");
     void* handle = nullptr;
@@ -279,6 +283,14 @@ TEST(SpreadsheetOpenOptions, CopyOfSizeZeroHasNoBytes) {
     SpreadsheetOpenOptions::CopyOpenOptions(&target, &source);
     EXPECT_EQ(target.size, 0U);
     EXPECT_EQ(target.data, nullptr);
+}
+
+TEST(SpreadsheetOpenOptions, RecordThatClaimsBytesAndHasNoneIsCopiedAsAnEmptyOne) {
+    const NvImportOpenOptions source{7, nullptr};
+    const SpreadsheetOpenOptions copy(&source);
+    const NvImportOpenOptions* record = copy;
+    EXPECT_EQ(record->size, 0U);
+    EXPECT_EQ(record->data, nullptr);
 }
 
 TEST(SpreadsheetOpenOptions, CopyOntoItselfGivesBytesOfItsOwn) {

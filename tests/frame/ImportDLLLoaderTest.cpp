@@ -176,6 +176,25 @@ TEST_F(ModuleTest, FormatThatCannotWriteIsStatus3) {
     EXPECT_EQ(file.Open(false, "x", nullptr), 3);
 }
 
+TEST_F(ModuleTest, OpeningAgainClosesWhatIsOpen) {
+    static int open;
+    open = 0;
+    DLLFile::Functions functions;
+    functions.open = [](int, const char*, bool, void** handle, NvImportOpenOptions*) {
+        *handle = &open;
+        return ++open > 0;
+    };
+    functions.close = [](int, void*) { --open; };
+    {
+        loader.Init(nullptr);
+        DLLFile file(functions, 1, *loader.GetInfo(1));
+        EXPECT_EQ(file.Open(true, "x", nullptr), 0);
+        EXPECT_EQ(file.Open(true, "x", nullptr), 0);
+        EXPECT_EQ(open, 1);
+    }
+    EXPECT_EQ(open, 0);
+}
+
 TEST_F(ModuleTest, FormatOfABuiltInNameReplacesIt) {
     Load("replacing");
     EXPECT_EQ(Find(loader, "Text File"), 0);

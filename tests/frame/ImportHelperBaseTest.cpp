@@ -103,6 +103,7 @@ public:
     int answer = 1;
     bool sorts = true;
     bool sortingThrows = false;
+    bool stoppingThrows = false;
     std::string said;
 
 protected:
@@ -121,7 +122,12 @@ protected:
     void ShowProgressBarWhileReading(SpreadsheetData*, int cols, int rows) override {
         said += "show " + std::to_string(cols) + " " + std::to_string(rows) + " ";
     }
-    void StopProgressBar(SpreadsheetData*) override { said += "stop "; }
+    void StopProgressBar(SpreadsheetData*) override {
+        said += "stop ";
+        if (stoppingThrows) {
+            throw std::runtime_error("no bar");
+        }
+    }
 };
 
 class DriverTest : public testing::Test {
@@ -462,6 +468,33 @@ TEST_F(DriverTest, ProgressBarGoesAlsoWhenTheReadThrows) {
     EXPECT_FALSE(
         host.ReadSpreadsheetFile(folder.Write("throw.act", "x").c_str(), 1, &table, nullptr, false, nullptr));
     EXPECT_NE(host.said.find("stop"), std::string::npos) << host.said;
+}
+
+TEST_F(DriverTest, ProgressBarThatThrowsFailsTheRead) {
+    host.stoppingThrows = true;
+    for (const char* name : {"good.act", "throw.act"}) {
+        EXPECT_FALSE(Read(name)) << name;
+        EXPECT_EQ(host.GetErrorMessage(), "Exception during file reading. Import will be aborted.") << name;
+    }
+}
+
+TEST_F(DriverTest, NoNameIsNoFile) {
+    int choice = 1;
+    ReadErrors error = ReadOk;
+    EXPECT_FALSE(host.CheckFilesBeforeRead(nullptr, choice, error, true));
+    EXPECT_EQ(error, ReadFileMissing);
+    EXPECT_FALSE(host.ReadSpreadsheetFile(nullptr, 1, &table, nullptr, false, nullptr));
+    ImportDLLLoader formats;
+    formats.Init(nullptr);
+    for (int i = 1; i <= formats.SizeInfos(); ++i) {
+        const std::string name = formats.GetInfo(i)->formatName;
+        if (name != "Acting File" && name != "Many File") {
+            EXPECT_FALSE(host.ReadSpreadsheetFile(nullptr, i, &table, nullptr, true, nullptr)) << name;
+        }
+    }
+    for (const char* writer : {"Text File", "DIF File", "DIF File(OEM)", "Matlab File"}) {
+        EXPECT_FALSE(host.WriteSpreadsheetFile(nullptr, WriterOf(writer), &table, nullptr)) << writer;
+    }
 }
 
 TEST_F(DriverTest, NoTableAtAllIsWrittenAsOneWithoutCells) {

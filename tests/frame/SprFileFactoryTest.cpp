@@ -115,6 +115,27 @@ TEST(SprFileFactory, NothingIsRegisteredAfterTheFirstFlatCall) {
     EXPECT_EQ(CountName("Test Name F"), 0);
 }
 
+// Each in a process of its own: whichever flat function is the first.
+class FirstFlatCall : public testing::TestWithParam<const char*> {};
+
+TEST_P(FirstFlatCall, ClosesTheRegistry) {
+    const std::string call = GetParam();
+    void* handle = nullptr;
+    if (call == "Info") {
+        NvImportGetFileFormatInfo(1);
+    } else if (call == "Test") {
+        NvImportIsCorrectFileType(1, "/none");
+    } else {
+        NvImportOpen(1, "/none", true, &handle, nullptr);
+        NvImportClose(1, handle);
+    }
+    const TestFactory late("Test Name G", "~Test G1", 1);
+    EXPECT_EQ(CountName("Test Name G"), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Functions, FirstFlatCall, testing::Values("Info", "Test", "Open"),
+                         [](const auto& info) { return std::string(info.param); });
+
 TEST(SpreadsheetFile, FreshObjectHasNoFailure) {
     NoFile file;
     char text[10] = "x";

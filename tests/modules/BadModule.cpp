@@ -1,6 +1,7 @@
 // A plug-in made by halves, or one that throws: what BREAKS names is broken. Its format takes files of the
 // extension .bad.
 #include <cstring>
+#include <new>
 #include <stdexcept>
 
 #include "frame/NvImport.h"
@@ -14,11 +15,14 @@ enum Break {
     NullExtensions,
     SpecWithoutOpen,
     InitThrows,
+    InitRunsOut,
     CountThrows,
+    CountRunsOut,
     InfoThrows,
     ReleaseThrows,
     CloseThrows,
-    ReadThrows
+    ReadThrows,
+    ClaimsBytes
 };
 
 bool Breaks(Break what) {
@@ -31,10 +35,18 @@ void ThrowIf(Break what) {
     }
 }
 
+// As by an allocation of what a module has miscounted.
+void RunOutIf(Break what) {
+    if (Breaks(what)) {
+        throw std::bad_alloc();
+    }
+}
+
 }  // namespace
 
 void NvImportInitPackage() {
     ThrowIf(InitThrows);
+    RunOutIf(InitRunsOut);
 }
 
 void NvImportReleasePackage() {
@@ -43,6 +55,7 @@ void NvImportReleasePackage() {
 
 int NvImportSizeFileFormatsSupported() {
     ThrowIf(CountThrows);
+    RunOutIf(CountRunsOut);
     return 1;
 }
 
@@ -73,7 +86,7 @@ bool NvImportOpen(int, const char*, bool, void** handle, NvImportOpenOptions* op
     *handle = bytes;
     if (options != nullptr && options->size == 0) {
         options->size = sizeof bytes;
-        options->data = bytes;
+        options->data = Breaks(ClaimsBytes) ? nullptr : bytes;
     }
     return true;
 }

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/spreadsheet/WorkbookParts.h"
 #include "tests/support/SharedData.h"
 #include "tests/support/ShellCommand.h"
 #include "tests/support/TempFolder.h"
@@ -773,6 +774,29 @@ TEST_F(ProgramTest, BadFilesAreNamedWithTheReason) {
     expect("show --classic --format 'Text File' empty.txt", "karta-import: empty.txt: ");
     expect("show 'a\nb'", "line feed");
     expect("show --format 'Text File' empty.txt empty.txt", "one at a time");
+}
+
+TEST_F(ProgramTest, NameInAFileForgesNoMessage) {
+    const std::string office = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+    const auto relation = [&](const std::string& number) {
+        return "<Relationship Id=\"r" + number + "\" Type=\"" + office +
+               "/worksheet\" Target=\"worksheets/sheet" + number + ".xml\"/>";
+    };
+    WorkbookParts book;
+    book.workbook = "<workbook xmlns:r=\"" + office +
+                    "\"><sheets><sheet name=\"x&#10;karta-import: forged\" sheetId=\"1\" r:id=\"r1\"/>"
+                    "<sheet name=\"y\" sheetId=\"2\" r:id=\"r2\"/></sheets></workbook>";
+    book.relationships = "<Relationships>" + relation("1") + relation("2") + "</Relationships>";
+    const std::string sheet =
+        "<worksheet><sheetData><row r=\"1\"><c r=\"A1\"><v>1</v></c></row></sheetData></worksheet>";
+    book.sheets = {sheet, sheet};
+    folder.Write("book.xlsx", book.Build("xml"));
+    for (const char* verb : {"show", "show --wide", "convert -o -"}) {
+        const Outcome outcome = Run(std::string(verb) + " book.xlsx");
+        EXPECT_EQ(outcome.status, 0) << verb;
+        EXPECT_TRUE(Contains(outcome.err, "note: the table is the sheet \"x\\nkarta-import: forged\""))
+            << outcome.err;
+    }
 }
 
 TEST_F(ProgramTest, NamesWithSpacesAndUtf8Work) {

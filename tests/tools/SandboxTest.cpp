@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -78,6 +79,10 @@ TEST_F(SandboxTest, OutputFolderIsWritten) {
 TEST_F(SandboxTest, NoSocketIsOpened) {
     EXPECT_EQ(InSandbox({}, [] { return socket(AF_INET, SOCK_STREAM, 0) < 0 ? errno : 0; }), EPERM);
     EXPECT_EQ(InSandbox({}, [] { return socket(AF_UNIX, SOCK_STREAM, 0) < 0 ? errno : 0; }), EPERM);
+}
+
+TEST_F(SandboxTest, NoRingStandsInForTheCalls) {
+    EXPECT_EQ(InSandbox({}, [] { return syscall(SYS_io_uring_setup, 1, nullptr) < 0 ? errno : 0; }), EPERM);
 }
 
 TEST_F(SandboxTest, NoProgramIsStarted) {
