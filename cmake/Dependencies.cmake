@@ -22,7 +22,8 @@ if(ISAL_LIBRARY AND ISAL_INCLUDE_DIR)
   target_compile_definitions(karta_dependencies INTERFACE KARTA_HAS_ISAL)
 endif()
 
-# Libraries that are loaded when a file needs them: their headers, and the names that the loader knows them by.
+# Libraries that are loaded when a file needs them: their headers, and the names that the loader knows them by. In a
+# wheel that is a module beside the one that loads it, which stands on the library (python/CMakeLists.txt).
 find_program(READELF readelf REQUIRED)
 function(karta_lazy_library name)
   find_library(${name}_FILE NAMES ${${name}_LIBRARIES} PATHS ${${name}_LIBRARY_DIRS} REQUIRED)
@@ -30,7 +31,11 @@ function(karta_lazy_library name)
   if(NOT dynamic MATCHES "SONAME[^[]*\\[([^]]*)\\]")
     message(FATAL_ERROR "${${name}_FILE} has no name for the loader")
   endif()
-  target_compile_definitions(karta_dependencies INTERFACE KARTA_${name}_LIBRARY="${CMAKE_MATCH_1}")
+  set(loaded "${CMAKE_MATCH_1}")
+  if(KARTA_WHEEL AND ${name} STREQUAL NETCDF)
+    set(loaded "$ORIGIN/_netcdf.so")
+  endif()
+  target_compile_definitions(karta_dependencies INTERFACE KARTA_${name}_LIBRARY="${loaded}")
   target_include_directories(karta_dependencies SYSTEM INTERFACE ${${name}_INCLUDE_DIRS})
 endfunction()
 karta_lazy_library(GSF)

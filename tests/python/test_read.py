@@ -17,6 +17,11 @@ def test_every_sample_is_read(path):
     assert len(table) == rows
 
 
+@pytest.mark.parametrize("path", READABLE, ids=lambda path: path.name)
+def test_every_sample_is_read_classically(path):
+    assert min(karta_import.read(path, reading="classic").shape) > 0
+
+
 def test_spectra_are_a_matrix_with_an_axis(samples):
     table = karta_import.read(samples / "kinetics.spc")
     assert table.values.shape == (12, 350)
