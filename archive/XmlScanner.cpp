@@ -352,10 +352,48 @@ XmlScanner::Step XmlScanner::ScanMarkup() {
             if (next[2] == '-' && next[3] == '-') {
                 return ScanComment();
             }
+            if (!hasRoot && !hasDocType) {
+                return ScanDocType();
+            }
             return open.empty() || std::string_view(next, 9) != "<![CDATA[" ? Step::Stuck : ScanCdata();
         default:
             return hasRoot && open.empty() ? Step::Stuck : ScanStartTag();
     }
+}
+
+// <!DOCTYPE name SYSTEM "file.dtd">, which declares nothing here, since nothing outside of the document is
+// opened.
+XmlScanner::Step XmlScanner::ScanDocType() {
+    constexpr std::string_view Begin = "<!DOCTYPE ";
+    constexpr std::string_view System = " SYSTEM \"";
+    const auto* const end =
+        static_cast<const char*>(std::memchr(next, '>', static_cast<std::size_t>(limit - next)));
+    if (end == nullptr) {
+        return Step::NeedsMore;
+    }
+    std::string_view text(next, static_cast<std::size_t>(end - next));
+    if (!text.starts_with(Begin)) {
+        return Step::Stuck;
+    }
+    const char* from = next + Begin.size();
+    Name name{};
+    if (ScanName(from, name) != Step::Done) {
+        return Step::Stuck;
+    }
+    text.remove_prefix(static_cast<std::size_t>(from - next));
+    if (!text.starts_with(System)) {
+        return Step::Stuck;
+    }
+    text.remove_prefix(System.size());
+    const std::size_t length = static_cast<std::size_t>(
+        std::find_if_not(text.begin(), text.end(), [](char c) { return Is(c, NameByte) || c == '/'; }) -
+        text.begin());
+    if (length == 0 || text.substr(length) != "\"") {
+        return Step::Stuck;
+    }
+    hasDocType = true;
+    next = end + 1;
+    return Step::Done;
 }
 
 // At most one colon, and a letter behind it.

@@ -12,7 +12,7 @@
 #include "archive/XmlPlatform.h"
 
 /**
- * A fast way through the documents that programs write: UTF-8, without a document type, names in ASCII. It
+ * A fast way through the documents that programs write: UTF-8, without declarations, names in ASCII. It
  * knows what is well-formed only as far as it goes and never decides that a document is not: where it meets
  * anything else than it knows, be it a fault or a rarity, it stops and says so, and a whole parser has to
  * decide. Everything that it handed out before is what that parser hands out too.
@@ -82,6 +82,7 @@ private:
     Step ScanMarkup();
     Step ScanStartTag();
     Step ScanEndTag();
+    Step ScanDocType();
     Step ScanComment();
     Step ScanInstruction();
     Step ScanCdata();
@@ -107,6 +108,7 @@ private:
     bool isAtEnd = false;   // of the stream
     bool isFailed = false;  // the stream
     bool hasRoot = false;   // one was begun
+    bool hasDocType = false;
 
     std::vector<char> buffer;
     const char* next = nullptr;   // what isn't scanned yet

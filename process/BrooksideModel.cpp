@@ -1,19 +1,15 @@
 #include "process/BrooksideModel.h"
 
-#include <cstring>
 #include <limits>
 #include <map>
 #include <string_view>
 #include <tuple>
 #include <utility>
 
-#include <xercesc/dom/DOMDocument.hpp>
-#include <xercesc/framework/MemBufInputSource.hpp>
-
 #include "base/Exception.h"
 #include "base/PathNames.h"
 #include "host/FNClass.h"
-#include "process/BrooksideDom.h"
+#include "process/BrooksideParse.h"
 
 namespace {
 
@@ -24,18 +20,16 @@ bool StartsWithIgnoringCase(std::string_view text, std::string_view start) {
 /** Builds the model from a parsed document. */
 class ModelBuilder {
 public:
-    ModelBuilder(BrooksideModel& result, std::map<const xercesc::DOMNode*, RawDataText>& rawTexts,
-                 karta::Reading how)
-        : model(result), texts(rawTexts), reading(how) {}
+    ModelBuilder(BrooksideModel& result, karta::Reading how) : model(result), reading(how) {}
 
-    void ReadDOM(const xercesc::DOMDocument* document) {
-        const xercesc::DOMNode* request = FindRequiredNode(document->getFirstChild(), "FDCRequest");
-        const xercesc::DOMNode* children = request->getFirstChild();
-        const xercesc::DOMNode* system = FindElement(children, "APCSystemName");
-        const xercesc::DOMNode* logistics = FindElement(children, "Logistics");
-        const xercesc::DOMNode* trend = FindRequiredNode(children, "Trend");
-        const xercesc::DOMNode* dataset = FindRequiredNode(trend->getFirstChild(), "dataset");
-        const xercesc::DOMNode* response = FindElement(children, "Response");
+    void ReadTree(BrooksideTree& document) {
+        BrooksideElement* const request = FindRequiredNode(document.GetRoot(), "FDCRequest");
+        BrooksideElement* const children = request->firstChild;
+        BrooksideElement* const system = FindElement(children, "APCSystemName");
+        BrooksideElement* const logistics = FindElement(children, "Logistics");
+        BrooksideElement* const trend = FindRequiredNode(children, "Trend");
+        BrooksideElement* const dataset = FindRequiredNode(trend->firstChild, "dataset");
+        BrooksideElement* const response = FindElement(children, "Response");
 
         auto& attributes = model.attributes;
         attributes[BrooksideModel::AttributeAPCSystem] = Text(system, "ID");
@@ -58,7 +52,7 @@ public:
 
 private:
     // Each before those of the same raw text and first row, as a lower bound puts it.
-    void ReadWafers(const xercesc::DOMNode* dataset) {
+    void ReadWafers(BrooksideElement* dataset) {
         struct Place {
             std::string rawData;
             int from;
@@ -67,7 +61,7 @@ private:
             }
         };
         std::multimap<Place, BrooksideModel::WaferRecord> sorted;
-        for (; dataset != nullptr; dataset = FindNode(dataset->getNextSibling(), "dataset")) {
+        for (; dataset != nullptr; dataset = FindNode(dataset->nextSibling, "dataset")) {
             BrooksideModel::WaferRecord wafer = ReadWafer(dataset);
             Place place{ToLowerCase(wafer.attributes[BrooksideModel::WaferRawData]),
                         wafer.phases.empty() ? 0 : wafer.phases.front().from};
@@ -79,7 +73,7 @@ private:
         }
     }
 
-    BrooksideModel::WaferRecord ReadWafer(const xercesc::DOMNode* dataset) {
+    BrooksideModel::WaferRecord ReadWafer(BrooksideElement* dataset) {
         BrooksideModel::WaferRecord wafer;
         wafer.waferID = Text(dataset, "WaferID");
         wafer.tableID = wafer.waferID;
@@ -98,8 +92,8 @@ private:
         attributes[BrooksideModel::WaferQualityCode] = Text(dataset, "QualityCode");
 
         std::multimap<int, BrooksideModel::PhaseRecord> sorted;
-        const xercesc::DOMNode* interval = FindNode(dataset->getFirstChild(), "Interval");
-        for (; interval != nullptr; interval = FindNode(interval->getNextSibling(), "Interval")) {
+        BrooksideElement* interval = FindNode(dataset->firstChild, "Interval");
+        for (; interval != nullptr; interval = FindNode(interval->nextSibling, "Interval")) {
             BrooksideModel::PhaseRecord phase = ReadPhase(interval);
             const auto next = sorted.lower_bound(phase.from);
             sorted.emplace_hint(next, phase.from, std::move(phase));
@@ -110,7 +104,7 @@ private:
         return wafer;
     }
 
-    BrooksideModel::PhaseRecord ReadPhase(const xercesc::DOMNode* interval) {
+    BrooksideModel::PhaseRecord ReadPhase(BrooksideElement* interval) {
         BrooksideModel::PhaseRecord phase;
         phase.name = Text(interval, "Name");
         phase.isBackground = StartsWithIgnoringCase(phase.name, "b_");
@@ -123,15 +117,15 @@ private:
         phase.to = Value(interval, "ToRow", GetIntAttribute, 0);
         phase.duration = Float(interval, "Duration");
         phase.startTime = Text(interval, "StartTime");
-        const xercesc::DOMNode* node = FindNode(interval->getFirstChild(), "sumdata");
-        for (; node != nullptr; node = FindNode(node->getNextSibling(), "sumdata")) {
+        BrooksideElement* node = FindNode(interval->firstChild, "sumdata");
+        for (; node != nullptr; node = FindNode(node->nextSibling, "sumdata")) {
             BrooksideModel::SumData& sum = phase.sumData.emplace_back();
             sum.name = Text(node, "Name");
             FindAttribute(node, "StatName", sum.statName);
             sum.value = Text(node, "Value");
         }
-        node = FindNode(interval->getFirstChild(), "RecipeParameter");
-        for (; node != nullptr; node = FindNode(node->getNextSibling(), "RecipeParameter")) {
+        node = FindNode(interval->firstChild, "RecipeParameter");
+        for (; node != nullptr; node = FindNode(node->nextSibling, "RecipeParameter")) {
             BrooksideModel::RecipeParameter& parameter = phase.recipeParameters.emplace_back();
             parameter.name = Text(node, "Name");
             parameter.value = Float(node, "Value");
@@ -143,36 +137,35 @@ private:
     }
 
     // Of two texts of one name the later counts.
-    void ReadRawData(const xercesc::DOMNode* node) {
-        for (; node != nullptr; node = FindNode(node->getNextSibling(), "RawData")) {
+    void ReadRawData(BrooksideElement* node) {
+        for (; node != nullptr; node = FindNode(node->nextSibling, "RawData")) {
             const std::string name = Text(node, "Name");
-            const auto found = texts.find(node);
             const bool isComplete = reading == karta::Reading::Complete;
             if (model.rawData.contains(FNClass(name).GetNameAndExt()) && model.replacedRawData++ == 0) {
                 model.firstReplacedRawData = name;
             }
-            if (found == texts.end() && isComplete) {
+            if (!node->hasText && isComplete) {
                 model.rawData[FNClass(name).GetNameAndExt()] = {};
                 continue;
             }
-            if (found == texts.end()) {
+            if (!node->hasText) {
                 throw Exception("Could not find RawData for file '" + name + "'");
             }
-            if (!found->second.hasMark && !isComplete) {
+            if (!node->raw.hasMark && !isComplete) {
                 throw Exception("The RawData section '" + name + "' does not contain the string '" +
-                                std::string(BrooksideDomParser::EndMark) + "'");
+                                std::string(RawDataText::EndMark) + "'");
             }
-            model.rawData[FNClass(name).GetNameAndExt()] = std::move(found->second.text);
+            model.rawData[FNClass(name).GetNameAndExt()] = std::move(node->raw.text);
         }
     }
 
     // An element that only the classic rule needs.
-    const xercesc::DOMNode* FindElement(const xercesc::DOMNode* start, const char* name) const {
+    BrooksideElement* FindElement(BrooksideElement* start, const char* name) const {
         return reading == karta::Reading::Complete ? FindNode(start, name) : FindRequiredNode(start, name);
     }
 
     // Whether an attribute can be asked for. By the classic rule it must be there, and asking finds out.
-    bool IsThere(const xercesc::DOMNode* node, const char* name) {
+    bool IsThere(BrooksideElement* node, const char* name) {
         std::string value;
         if (reading == karta::Reading::Classic || (node != nullptr && FindAttribute(node, name, value))) {
             return true;
@@ -190,7 +183,7 @@ private:
     // By the classic rule an attribute of another kind than it must be ends the read; by the complete one it
     // costs itself.
     template <class Read, class Result>
-    Result Value(const xercesc::DOMNode* node, const char* name, Read read, Result otherwise) {
+    Result Value(BrooksideElement* node, const char* name, Read read, Result otherwise) {
         if (!IsThere(node, name)) {
             return otherwise;
         }
@@ -205,35 +198,24 @@ private:
         }
     }
 
-    std::string Text(const xercesc::DOMNode* node, const char* name) {
+    std::string Text(BrooksideElement* node, const char* name) {
         return IsThere(node, name) ? GetTextAttribute(node, name) : std::string();
     }
 
-    float Float(const xercesc::DOMNode* node, const char* name) {
+    float Float(BrooksideElement* node, const char* name) {
         return Value(node, name, GetFloatAttribute, 0.0F);
     }
 
     BrooksideModel& model;
-    std::map<const xercesc::DOMNode*, RawDataText>& texts;
     karta::Reading reading;
 };
 
 }  // namespace
 
 BrooksideModel ReadBrooksideModel(const BrooksideDocument& document, karta::Reading reading) {
-    BrooksideDomParser parser(nullptr, reading == karta::Reading::Complete ? BrooksideDomParser::AllText
-                                                                           : BrooksideDomParser::FirstRun);
-    StrictErrorHandler errorHandler;
-    parser.setValidationScheme(xercesc::XercesDOMParser::Val_Never);
-    parser.setErrorHandler(&errorHandler);
-    parser.setLoadExternalDTD(false);
-    if (document.path != nullptr) {
-        ParseFile(parser, document.path);
-    } else {
-        parser.parse(xercesc::MemBufInputSource(reinterpret_cast<const XMLByte*>(document.text),
-                                                std::strlen(document.text), document.id));
-    }
+    BrooksideTree tree = ParseBrookside(
+        document, reading == karta::Reading::Complete ? RawTextExtent::AllText : RawTextExtent::FirstRun);
     BrooksideModel model;
-    ModelBuilder(model, parser.GetRawData(), reading).ReadDOM(parser.getDocument());
+    ModelBuilder(model, reading).ReadTree(tree);
     return model;
 }

@@ -8,6 +8,7 @@
 #include "base/Export.h"
 #include "base/LessIgnoringCase.h"
 #include "base/Reading.h"
+#include "process/BrooksideTree.h"
 
 /**
  * What an XML process log says: the document's attributes, its wafers with their phases, and the raw texts by
@@ -91,16 +92,9 @@ struct BrooksideModel {
     std::string firstReplacedRawData;
 };
 
-/** What is to be parsed: a file, or a text in memory with a name for messages. */
-struct BrooksideDocument {
-    const char* path = nullptr;  // null for a text
-    const char* text = "";
-    const char* id = "";
-};
-
 /**
- * Parses a document; the library must be running (XmlPlatform). Raises what the XML library raises, and
- * Exception where the document isn't such a log.
+ * Parses a document. Raises BrooksideParseFailure where it isn't XML, and Exception where it isn't such a
+ * log.
  *
  * By the classic rule every element and attribute of the format must be there, and a raw text is the first
  * run of text up to its end mark; the complete reading asks for the wafers, phases and raw texts only, and

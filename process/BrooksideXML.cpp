@@ -5,20 +5,15 @@
 #include <set>
 #include <string_view>
 
-#include <xercesc/dom/DOMException.hpp>
-#include <xercesc/sax/SAXException.hpp>
-#include <xercesc/util/XMLException.hpp>
-
 #include "base/BelievedCount.h"
 #include "base/CopyMessage.h"
 #include "base/Exception.h"
 #include "base/NumberParser.h"
 #include "base/PathNames.h"
-#include "base/Unicode.h"
 #include "frame/CellOutput.h"
 #include "frame/FormatRecogniser.h"
-#include "process/BrooksideDom.h"
-#include "process/BrooksideGrammar.h"
+#include "process/BrooksideLibraryParse.h"
+#include "process/BrooksideParseFailure.h"
 #include "process/BrooksideWarnings.h"
 #include "process/BufferReader.h"
 #include "process/SampleRow.h"
@@ -41,14 +36,6 @@ constexpr const char* PhaseName = "Interval (Phase)";
 // How a raw text's phase column is told apart from a field's number.
 constexpr int NoPhaseID = -1;
 constexpr int PhaseColumnMissing = 0;
-
-/** Knows the three texts of the grammar, wherever a document says that they lie, and nothing else. */
-class MyEntityResolver : public ClosedEntityResolver {
-public:
-    MyEntityResolver()
-        : ClosedEntityResolver(
-              {{"FDCRequest.dtd", FDCRequestGrammar}, {"FDC.dtd", FDCGrammar}, {"base.dtd", BaseGrammar}}) {}
-};
 
 // Reads up to the line that names the columns; false where there is none.
 bool FindColumnLine(BufferReader& reader) {
@@ -106,7 +93,7 @@ struct BrooksideXML::Section {
     }
 };
 
-BrooksideXML::BrooksideXML() : platform(std::make_unique<XmlPlatform>()) {}
+BrooksideXML::BrooksideXML() = default;
 
 BrooksideXML::~BrooksideXML() = default;
 
@@ -171,12 +158,14 @@ void BrooksideXML::Fail(int failure, const std::string& text) {
 int BrooksideXML::Parse(const BrooksideDocument& document) {
     try {
         model = ReadBrooksideModel(document, GetContext()->reading);
-    } catch (const xercesc::SAXException& exception) {
-        Fail(StatusSAXException, ToUtf8(exception.getMessage()));
-    } catch (const xercesc::XMLException& exception) {
-        Fail(StatusXMLException, ToUtf8(exception.getMessage()));
-    } catch (const xercesc::DOMException&) {
-        status = StatusDOMException;
+    } catch (const BrooksideParseFailure& failure) {
+        if (failure.GetKind() == BrooksideParseFailure::Tree) {
+            status = StatusDOMException;
+        } else {
+            Fail(failure.GetKind() == BrooksideParseFailure::Document ? StatusSAXException
+                                                                      : StatusXMLException,
+                 failure.what());
+        }
     } catch (const Exception& exception) {
         Fail(StatusException, exception.what());
     } catch (...) {
@@ -213,19 +202,7 @@ int BrooksideXML::EstablishSize() {
 }
 
 MyKindOfFile BrooksideXML::IsMyKindOfFile(const char* path) {
-    const XmlPlatform running;
-    try {
-        MyEntityResolver resolver;
-        BrooksideDomParser parser(&resolver);
-        StrictErrorHandler errorHandler;
-        parser.setValidationScheme(xercesc::XercesDOMParser::Val_Always);
-        parser.setValidationConstraintFatal(true);
-        parser.setErrorHandler(&errorHandler);
-        ParseFile(parser, path);
-    } catch (...) {
-        return KindNo;
-    }
-    return KindYes;
+    return IsValidBrooksideFile(path) ? KindYes : KindNo;
 }
 
 const BrooksideXML::WaferRecord& BrooksideXML::WaferAt(int wafer) const {

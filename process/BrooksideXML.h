@@ -16,7 +16,6 @@
 class BufferReader;
 class CellOutput;
 class SampleRow;
-class XmlPlatform;
 
 /**
  * The XML form of a Brookside process log (Ver. 2.6): one FDCRequest document with a DataSet a wafer, an
@@ -151,7 +150,6 @@ private:
     bool hasSections = false;
     std::map<std::string, std::unique_ptr<Section>, LessIgnoringCase> sections;
     std::uint64_t shortLines = 0;
-    std::unique_ptr<XmlPlatform> platform;
 };
 
 class KARTA_EXPORT BrooksideXMLFactory : public SprFileFactory {

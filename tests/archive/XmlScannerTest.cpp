@@ -57,6 +57,8 @@ const std::vector<std::string> Documents = {
     "<a:b xmlns:a=\"u\" xmlns=\"v\"><a:c a:d='1' e=\"&quot;&apos;\n\t\"/><c xmlns=\"w\" xmlns:a=\"x\"><a:q/>"
     "</c></a:b>",
     "<!-- a --><?p?><a>\r\r\n]]&gt; \xf0\x9f\x98\x80 ] ]] </a> \n<?q r?>",
+    "<?xml version=\"1.0\"?>\n<!-- c --><!DOCTYPE a SYSTEM \"../b/a.dtd\"> <?p?><a b='c'> x &amp; <c> "
+    "</c></a>",
     "<!DOCTYPE a [<!ENTITY e \"x\"><!ATTLIST a b CDATA \"d\">]><a>&e;</a>",
 };
 
@@ -171,6 +173,15 @@ TEST_F(XmlScannerTest, OtherDocumentsAreTheLibrarys) {
     ExpectSame(std::string("\xff\xfe<\0a\0/\0>\0", 10));
     ExpectSame(std::string("<a/>\0", 5));
     EXPECT_FALSE(IsKnown("<!DOCTYPE a><a/>"));
+    EXPECT_TRUE(IsKnown("<!DOCTYPE a SYSTEM \"a.dtd\"><a/>"));
+    for (const char* document :
+         {"<!DOCTYPE a SYSTEM \"a.dtd\"><!DOCTYPE a SYSTEM \"a.dtd\"><a/>",
+          "<!DOCTYPE a SYSTEM \"a.dtd\" []><a/>", "<!DOCTYPE a SYSTEM \"a.dtd\"><a>&e;</a>",
+          "<!DOCTYPE a SYSTEM 'a.dtd'><a/>", "<!DOCTYPE a SYSTEM \"\"><a/>", "<!DOCTYPE a SYSTEM \"a\"",
+          "<a><!DOCTYPE a SYSTEM \"a\"></a>", "<!DOCTYPE 1 SYSTEM \"a\"><a/>",
+          "<!DOCTYPE a PUBLIC \"a\" \"b\"><a/>", "<!DOCTYPE b:a SYSTEM \"a\"><a/>"}) {
+        ExpectSame(document);
+    }
     EXPECT_FALSE(IsKnown("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a/>"));
 }
 
