@@ -61,6 +61,29 @@ bool Is(char c, ByteClass kind) {
     return (Classes[static_cast<unsigned char>(c)] & kind) != 0;
 }
 
+// Over bytes of PlainText, eight at a time, and perhaps not over the last of them.
+const char* SkipPlainText(const char* from, const char* end) {
+    constexpr std::uint64_t Ones = 0x0101010101010101U;
+    constexpr std::uint64_t LowBits = 0x7f * Ones;
+    // The high bit of each byte below 0x80 that isn't this one.
+    const auto others = [](std::uint64_t word, char byte) {
+        return ((word ^ (Ones * static_cast<unsigned char>(byte))) & LowBits) + LowBits;
+    };
+    while (end - from >= 8) {
+        std::uint64_t word;
+        std::memcpy(&word, from, sizeof word);
+        const std::uint64_t isPrintable = (word & LowBits) + (0x80 - 0x20) * Ones;
+        const std::uint64_t isBlank = ~(others(word, '\t') & others(word, '\n'));
+        const std::uint64_t isPlain =
+            others(word, '<') & others(word, '&') & others(word, ']') & ~word & (isPrintable | isBlank);
+        if ((~isPlain & ~LowBits) != 0) {
+            return from;
+        }
+        from += 8;
+    }
+    return from;
+}
+
 const char* SkipSpace(const char* from) {
     while (Is(*from, Space)) {
         ++from;
@@ -241,6 +264,7 @@ XmlScanner::Step XmlScanner::ScanNext() {
 XmlScanner::Step XmlScanner::ScanText() {
     const char* from = next;
     while (true) {
+        from = SkipPlainText(from, limit);
         while (Is(*from, PlainText)) {
             ++from;
         }

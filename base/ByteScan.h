@@ -33,6 +33,30 @@ Char* FindByte(Char* begin, Char* end, char byte) {
     return begin;
 }
 
+/** The first byte in [begin, end) that is one of these, or `end`. */
+template <char... Bytes, class Char>
+Char* FindAnyByte(Char* begin, Char* end) {
+    constexpr std::uint64_t Ones = 0x0101010101010101U;
+    constexpr std::uint64_t HighBits = 0x8080808080808080U;
+    if constexpr (std::endian::native == std::endian::little) {
+        // As in FindByte: wrong bits stand only above a right one.
+        const auto zeros = [](std::uint64_t word) { return (word - Ones) & ~word & HighBits; };
+        while (end - begin >= 8) {
+            std::uint64_t word;
+            std::memcpy(&word, begin, sizeof word);
+            const std::uint64_t found = (zeros(word ^ (Ones * static_cast<unsigned char>(Bytes))) | ...);
+            if (found != 0) {
+                return begin + std::countr_zero(found) / 8;
+            }
+            begin += 8;
+        }
+    }
+    while (begin != end && ((*begin != Bytes) && ...)) {
+        ++begin;
+    }
+    return begin;
+}
+
 /** How many times `byte` stands in [begin, end). */
 inline std::size_t CountByte(const char* begin, const char* end, char byte) {
     std::size_t count = 0;

@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <system_error>
+
+#include "base/Ascii.h"
 
 namespace {
 
@@ -36,23 +39,43 @@ double OutOfRangeValue(std::string_view number) {
     return negative ? -magnitude : magnitude;
 }
 
-}  // namespace
-
-bool IsSpace(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-void SkipSpace(std::string_view& text) {
-    text.remove_prefix(CountSpace(text));
-}
-
-std::string_view TrimSpace(std::string_view text) {
-    SkipSpace(text);
-    while (!text.empty() && IsSpace(text.back())) {
-        text.remove_suffix(1);
+// Digits with at most a point, as most numbers are, and few enough that both they and the power of ten behind
+// the point are exact as doubles: their quotient then is the nearest number. Null where it isn't such a
+// number.
+const char* ParseShortDecimal(const char* begin, const char* end, double& value) {
+    constexpr std::ptrdiff_t ExactDigits = 15;
+    static constexpr double PowersOfTen[ExactDigits + 1] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                            1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    const char* at = begin;
+    const bool isNegative = at != end && *at == '-';
+    at += isNegative ? 1 : 0;
+    // With a point, and one digit more than are exact, so that it shows.
+    const char* const last = end - at > ExactDigits + 2 ? at + ExactDigits + 2 : end;
+    const char* const first = at;
+    std::uint64_t digits = 0;
+    for (; at != last && IsDigit(*at); ++at) {
+        digits = digits * 10 + static_cast<unsigned int>(*at - '0');
     }
-    return text;
+    std::ptrdiff_t count = at - first;
+    std::ptrdiff_t fraction = 0;
+    if (at != last && *at == '.') {
+        const char* const point = at++;
+        for (; at != last && IsDigit(*at); ++at) {
+            digits = digits * 10 + static_cast<unsigned int>(*at - '0');
+        }
+        fraction = at - point - 1;
+        count += fraction;
+    }
+    const bool hasExponent = at != end && (*at == 'e' || *at == 'E');
+    if (count == 0 || count > ExactDigits || hasExponent) {
+        return nullptr;
+    }
+    const double magnitude = static_cast<double>(digits) / PowersOfTen[fraction];
+    value = isNegative ? -magnitude : magnitude;
+    return at;
 }
+
+}  // namespace
 
 std::size_t ParseDouble(std::string_view text, double& value) {
     value = 0.0;
@@ -64,6 +87,9 @@ std::size_t ParseDouble(std::string_view text, double& value) {
         }
     }
     const char* end = text.data() + text.size();
+    if (const char* const behind = ParseShortDecimal(text.data() + start, end, value)) {
+        return static_cast<std::size_t>(behind - text.data());
+    }
     const auto [stop, error] = std::from_chars(text.data() + start, end, value);
     if (error == std::errc::invalid_argument) {
         value = 0.0;

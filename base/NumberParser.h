@@ -21,10 +21,22 @@ double ToLeadingDouble(std::string_view text);
 int ToLeadingInt(std::string_view text);
 
 /** White space as the C locale has it. */
-bool IsSpace(char c);
+inline bool IsSpace(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 /** Takes white space off the front. */
-void SkipSpace(std::string_view& text);
+inline void SkipSpace(std::string_view& text) {
+    while (!text.empty() && IsSpace(text.front())) {
+        text.remove_prefix(1);
+    }
+}
 
 /** The text without white space at both ends. */
-std::string_view TrimSpace(std::string_view text);
+inline std::string_view TrimSpace(std::string_view text) {
+    SkipSpace(text);
+    while (!text.empty() && IsSpace(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <istream>
 #include <optional>
 #include <string_view>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "archive/XmlScanner.h"
@@ -14,11 +17,15 @@
 namespace {
 
 constexpr std::size_t PieceSize = std::size_t{1} << 18;
+// A file may claim any size.
+constexpr std::size_t MostRoomAhead = std::size_t{1} << 30;
 
 /** Makes the tree of a document as it streams by. */
 class TreeBuilder : public XmlEvents {
 public:
-    explicit TreeBuilder(RawTextExtent rawTextExtent) : extent(rawTextExtent) {}
+    /** `documentSize` is what there is at most, or nothing where it isn't known. */
+    TreeBuilder(RawTextExtent rawTextExtent, std::size_t documentSize)
+        : extent(rawTextExtent), roomWanted(std::min(documentSize, MostRoomAhead)) {}
 
     void StartElement(const XmlElement& element) override {
         if (depthPassedOver > 0 || !BrooksideTree::IsAskedFor(element.name)) {
@@ -57,7 +64,11 @@ public:
 
     void Characters(std::string_view text) override {
         if (rawElement != nullptr && depthPassedOver == 1 && !runEnded) {
-            rawElement->hasText = true;
+            if (!rawElement->hasText) {
+                // The first one is nearly all of most documents; what isn't filled costs nothing.
+                rawElement->raw.text.reserve(std::exchange(roomWanted, 0));
+                rawElement->hasText = true;
+            }
             rawElement->raw.text.append(text);
         }
     }
@@ -85,6 +96,7 @@ private:
     }
 
     RawTextExtent extent;
+    std::size_t roomWanted;                  // for the next raw text
     BrooksideElement* rawElement = nullptr;  // that is open
     int depthPassedOver = 0;                 // of open elements, from one on whose inside isn't asked for
     bool runEnded = false;
@@ -98,9 +110,9 @@ public:
     }
 };
 
-std::optional<BrooksideTree> ScanDocument(std::streambuf& source, RawTextExtent extent) {
+std::optional<BrooksideTree> ScanDocument(std::streambuf& source, RawTextExtent extent, std::size_t size) {
     try {
-        TreeBuilder builder(extent);
+        TreeBuilder builder(extent, size);
         XmlScanner scanner(XmlNames::AsWritten, PieceSize);
         if (scanner.Scan(source, builder) == XmlScanner::Result::WellFormed) {
             return std::move(builder.tree);
@@ -118,11 +130,13 @@ BrooksideTree ParseBrookside(const BrooksideDocument& document, RawTextExtent ex
     if (document.path != nullptr) {
         FileStream file(document.path);
         if (file.good()) {
-            tree = ScanDocument(*file.rdbuf(), extent);
+            std::error_code error;
+            const std::uintmax_t size = std::filesystem::file_size(document.path, error);
+            tree = ScanDocument(*file.rdbuf(), extent, error ? 0 : static_cast<std::size_t>(size));
         }
     } else {
         TextBuffer text(document.text);
-        tree = ScanDocument(text, extent);
+        tree = ScanDocument(text, extent, 0);
     }
     return tree ? std::move(*tree) : ParseBrooksideByLibrary(document, extent);
 }

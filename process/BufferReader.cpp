@@ -1,7 +1,9 @@
 #include "process/BufferReader.h"
 
 #include <algorithm>
+#include <cstring>
 
+#include "base/ByteScan.h"
 #include "base/Exception.h"
 #include "base/NumberParser.h"
 #include "host/NvString.h"
@@ -22,6 +24,7 @@ void BufferReader::Init(std::string_view text, const std::string& name) {
     }
     sectionName = name;
     fields.clear();
+    isCopied = false;
     lineCount = 0;
 }
 
@@ -49,10 +52,17 @@ bool BufferReader::NextLine() {
         return false;
     }
     fields.clear();
-    TakeField();
-    while (cursor != end && *cursor == '\t') {
-        ++cursor;
+    isCopied = false;
+    lineStart = cursor;
+    const char* const stop = FindAnyByte<'\n', '\r', '"'>(cursor, end);
+    if (stop == end || *stop != '"') {
+        TakePlainFields(stop);
+    } else {
         TakeField();
+        while (cursor != end && *cursor == '\t') {
+            ++cursor;
+            TakeField();
+        }
     }
     while (cursor != end && IsLineEnd(*cursor)) {
         ++cursor;
@@ -61,13 +71,44 @@ bool BufferReader::NextLine() {
     return true;
 }
 
+// The fields of a line without quotes.
+void BufferReader::TakePlainFields(const char* lineEnd) {
+    while (true) {
+        while (cursor != lineEnd && *cursor == ' ') {
+            ++cursor;
+        }
+        const char* const tab = FindByte(cursor, lineEnd, '\t');
+        fields.emplace_back(cursor, static_cast<std::size_t>(tab - cursor));
+        cursor = tab;
+        if (tab == lineEnd) {
+            return;
+        }
+        ++cursor;
+    }
+}
+
+// Where a field is asked for ended by a NUL, the others mostly are, too.
+void BufferReader::CopyLine() {
+    const auto size = static_cast<std::size_t>(cursor - lineStart);
+    if (copy.size() < size + 1) {
+        copy.resize(size + 1);
+    }
+    std::memcpy(copy.data(), lineStart, size);
+    for (const std::string_view field : fields) {
+        copy[static_cast<std::size_t>(field.data() - lineStart) + field.size()] = '\0';
+    }
+    isCopied = true;
+}
+
 const char* BufferReader::GetField(int n) {
     if (n < 1 || n > CountFields()) {
         throw Exception(
             NvString::Format("Column %i not found on line %i in %s.", n, lineCount, sectionName.c_str()));
     }
-    copy = fields[static_cast<std::size_t>(n) - 1];
-    return copy.c_str();
+    if (!isCopied) {
+        CopyLine();
+    }
+    return copy.data() + (fields[static_cast<std::size_t>(n) - 1].data() - lineStart);
 }
 
 std::optional<std::string_view> BufferReader::FindField(int n) const {
@@ -83,6 +124,8 @@ bool BufferReader::NextRowNumber(int& number) {
         return false;
     }
     fields.clear();
+    isCopied = false;
+    lineStart = cursor;
     TakeField();
     number = 0;
     if (cursor != end && *cursor == '\t') {
@@ -90,7 +133,7 @@ bool BufferReader::NextRowNumber(int& number) {
         TakeField();
         number = ToLeadingInt(fields.back());
     }
-    cursor = std::find_if(cursor, end, IsLineEnd);
+    cursor = FindAnyByte<'\n', '\r'>(cursor, end);
     cursor = std::find_if_not(cursor, end, IsLineEnd);
     ++lineCount;
     return true;

@@ -21,7 +21,7 @@ public:
 
     int CountFields() const { return static_cast<int>(fields.size()); }
     /**
-     * Field n of the present line, from 1, ended by a NUL and valid until the next call. Raises Exception
+     * Field n of the present line, from 1, ended by a NUL and valid until the next line. Raises Exception
      * when the line has fewer.
      */
     const char* GetField(int n);
@@ -39,11 +39,15 @@ public:
 
 private:
     void TakeField();
+    void TakePlainFields(const char* lineEnd);
+    void CopyLine();
 
     const char* cursor = nullptr;
     const char* end = nullptr;
     std::string sectionName;
     std::vector<std::string_view> fields;
-    std::string copy;  // of the field asked for
+    const char* lineStart = nullptr;
+    std::vector<char> copy;  // of the line, each field ended by a NUL, once one was asked for so
+    bool isCopied = false;
     int lineCount = 0;
 };

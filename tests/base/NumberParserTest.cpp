@@ -2,9 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <charconv>
 #include <clocale>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <random>
+#include <string>
+#include <system_error>
 
 #include "base/NumberFormat.h"
 #include "host/NvString.h"
@@ -39,6 +45,31 @@ TEST(NumberParser, WholeTextIsOneNumber) {
     EXPECT_EQ(Number("+.5"), 0.5);
     EXPECT_EQ(Number("5."), 5.0);
     EXPECT_EQ(Number("1E+02"), 100.0);
+}
+
+// Short ones go a way of their own.
+TEST(NumberParser, TakesWhatTheStandardLibraryTakes) {
+    std::mt19937 random(1);
+    for (int i = 0; i < 200'000; ++i) {
+        static constexpr std::string_view Bytes = "0123456789012345678901234567890123456789..-eE+x ";
+        std::string text(random() % 24, ' ');
+        for (char& c : text) {
+            c = Bytes[random() % (i % 2 == 0 ? 41 : Bytes.size())];
+        }
+        text += i % 3 == 0 ? "." + std::to_string(random()) : "";
+        const std::string_view trimmed = TrimSpace(text);
+        if (trimmed.starts_with('+')) {
+            continue;
+        }
+        double expected = 0.0;
+        const auto [stop, error] = std::from_chars(trimmed.data(), trimmed.data() + trimmed.size(), expected);
+        if (error == std::errc::result_out_of_range) {
+            continue;
+        }
+        double value = 99.0;
+        ASSERT_EQ(ParseDouble(trimmed, value), static_cast<std::size_t>(stop - trimmed.data())) << trimmed;
+        ASSERT_EQ(std::bit_cast<std::uint64_t>(value), std::bit_cast<std::uint64_t>(expected)) << trimmed;
+    }
 }
 
 TEST(NumberParser, AnythingElseIsNone) {
