@@ -111,13 +111,6 @@ const char* BufferReader::GetField(int n) {
     return copy.data() + (fields[static_cast<std::size_t>(n) - 1].data() - lineStart);
 }
 
-std::optional<std::string_view> BufferReader::FindField(int n) const {
-    if (n < 1 || n > CountFields()) {
-        return std::nullopt;
-    }
-    return fields[static_cast<std::size_t>(n) - 1];
-}
-
 // Only as much of the line is parted into fields as the number needs.
 bool BufferReader::NextRowNumber(int& number) {
     if (cursor == end) {

@@ -26,7 +26,12 @@ public:
      */
     const char* GetField(int n);
     /** The same in place, as long as the text; nothing when the line has fewer. */
-    std::optional<std::string_view> FindField(int n) const;
+    std::optional<std::string_view> FindField(int n) const {
+        if (n < 1 || n > CountFields()) {
+            return std::nullopt;
+        }
+        return fields[static_cast<std::size_t>(n) - 1];
+    }
 
     /** Where the next line begins, and back to where one did. */
     const char* Tell() const { return cursor; }
