@@ -205,8 +205,10 @@ void WriteWithFormat(const FormatCatalogue& formats, int format, TableRead& read
         WriteWithFormat(formats, format, nothing, read.report.context, path, wanted.output);
         return;
     }
+    // Looked through before the file takes its place: who interrupts that keeps the older one.
+    const std::size_t count = source.CountUnwritable();
     WriteWithFormat(formats, format, source, read.report.context, path, wanted.output);
-    if (const std::size_t count = source.CountUnwritable(); count > 0) {
+    if (count > 0) {
         read.report.notes.push_back({"texts-among-numbers", count, "",
                                      karta::CountOf(count, "cell") +
                                          " of text or of dates among the numbers " +

@@ -172,6 +172,12 @@ void CheckFormatOptions(const FormatCatalogue& formats, int format, const karta:
     if (!formats.IsOwn(format)) {
         return;
     }
+    if (wishes.average && *wishes.average < 0) {
+        throw karta::Error(
+            {.code = karta::ErrorCode::BadOption,
+             .option = "average",
+             .text = "takes a number of points to merge, not " + std::to_string(*wishes.average)});
+    }
     const std::string name = formats.GetInfo(format)->formatName;
     for (const Option& option : AllOptions()) {
         const Names& knowing = wishes.IsComplete() ? option.complete : option.classic;

@@ -1,6 +1,7 @@
 #include "karta/internal/OptionsRecord.h"
 
 #include <algorithm>
+#include <cmath>
 #include <ios>
 #include <iterator>
 #include <limits>
@@ -174,7 +175,7 @@ void WriteConstraints(XMLSection& settings, const karta::ReadWishes& wishes) {
         float start = 0.0F;
         float end = 0.0F;
         if (colon == std::string::npos || !NvString::ToFloat(include.substr(0, colon), start) ||
-            !NvString::ToFloat(include.substr(colon + 1), end)) {
+            !NvString::ToFloat(include.substr(colon + 1), end) || std::isnan(start) || std::isnan(end)) {
             throw BadOption("include", "takes an interval A:B of X values, not '" + include + "'");
         }
         starts.push_back(std::min(start, end));

@@ -103,6 +103,15 @@ TEST_F(ProgramTest, WrongUsageIsStatus2) {
     }
 }
 
+TEST_F(ProgramTest, IntervalsAndMeansThatAreNoneAreWrongUsage) {
+    for (const char* option : {"--include nan:1", "--include 1:nan", "--include 1", "--average=-3"}) {
+        const Outcome outcome =
+            Run("show '" KARTA_SOURCE_DIR "/samples/kinetics.spc' " + std::string(option));
+        EXPECT_EQ(outcome.status, 2) << option;
+        EXPECT_TRUE(Contains(outcome.err, " takes a")) << outcome.err;
+    }
+}
+
 TEST_F(ProgramTest, FormatsAreListed) {
     const Outcome outcome = Run("formats");
     EXPECT_EQ(outcome.status, 0);
