@@ -7,7 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <iostream>
-#include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -22,6 +22,7 @@
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
 #include "tools/Progress.h"
+#include "tools/TableSource.h"
 
 namespace {
 
@@ -41,11 +42,50 @@ void SayFailures(const std::vector<std::string>& failures, std::size_t count) {
     }
 }
 
+/** Where a stack of tables goes; a terminal gets no control characters, though a file would. */
+class StackOutput {
+public:
+    explicit StackOutput(const std::string& outputName) : name(outputName) {
+        if (name != StandardOutput) {
+            file.emplace(name);
+        } else if (isatty(STDOUT_FILENO) == 0) {
+            file.emplace(STDOUT_FILENO);
+        }
+    }
+
+    void Write(std::string_view bytes) {
+        if (file) {
+            file->Write(bytes);
+        } else {
+            std::cout << bytes;
+        }
+    }
+
+    void Commit() {
+        // A reader of standard output that has gone away has had enough.
+        if (file && !file->Commit() && !(name == StandardOutput && file->GetError() == EPIPE)) {
+            throw Failure(name + ": could not be written: " + std::strerror(file->GetError()));
+        }
+    }
+
+private:
+    const std::string& name;
+    std::optional<OutputFile> file;
+};
+
 /** Rows of separated text. */
 class Separated {
 public:
-    Separated(char fieldSeparator, OutputFile& target) : separator(fieldSeparator), output(target) {}
+    Separated(char fieldSeparator, bool wantsSafeTexts, StackOutput& target)
+        : separator(fieldSeparator), makesSafe(wantsSafeTexts), output(target) {}
 
+    void AddText(std::string_view text) {
+        if (makesSafe) {
+            Add(SafeCell(std::string(text)));
+        } else {
+            Add(text);
+        }
+    }
     void Add(std::string_view field) {
         if (begun) {
             line += separator;
@@ -70,7 +110,8 @@ public:
 
 private:
     char separator;
-    OutputFile& output;
+    bool makesSafe;
+    StackOutput& output;
     std::string line;
     bool begun = false;
 };
@@ -95,8 +136,8 @@ void GoThrough(const karta::Table& table, const OfColumn& ofColumn, const OfPoin
 
 void WriteNames(const karta::Table& table, Separated& writer) {
     GoThrough(
-        table, [&](const karta::Column& column) { writer.Add(column.GetName()); },
-        [&](const karta::Block& block, std::int64_t point) { writer.Add(block.GetPointName(point)); });
+        table, [&](const karta::Column& column) { writer.AddText(column.GetName()); },
+        [&](const karta::Block& block, std::int64_t point) { writer.AddText(block.GetPointName(point)); });
     writer.EndRow();
 }
 
@@ -104,7 +145,14 @@ void WriteRows(const karta::Table& table, Separated& writer) {
     for (std::int64_t row = 0; row < table.GetRowCount(); ++row) {
         Interrupt::ThrowIfRequested();
         GoThrough(
-            table, [&](const karta::Column& column) { writer.Add(column.ToText(row)); },
+            table,
+            [&](const karta::Column& column) {
+                if (column.GetType() == karta::ColumnType::Text) {
+                    writer.AddText(column.ToText(row));
+                } else {
+                    writer.Add(column.ToText(row));
+                }
+            },
             [&](const karta::Block& block, std::int64_t point) { writer.Add(block.ToText(row, point)); });
         writer.EndRow();
     }
@@ -256,6 +304,9 @@ int ConvertEach(const ReadRequest& request, const ConvertRequest& wanted,
 int ConvertStacked(const ReadRequest& request, const ConvertRequest& wanted,
                    const std::vector<ListedFile>& files) {
     const char separator = SeparatorOf(wanted);
+    if (wanted.objects) {
+        throw Failure("--objects is for JSON lines (--to jsonl), which --stack doesn't write", ExitUsage);
+    }
     Progress progress(!request.quiet);
     karta::ScanOptions options;
     options.grid = InProgramsWords([&] { return GridOf(wanted.grid); });
@@ -267,12 +318,11 @@ int ConvertStacked(const ReadRequest& request, const ConvertRequest& wanted,
     for (const ListedFile& file : files) {
         paths.push_back(file.path);
     }
-    const auto output = wanted.output == StandardOutput ? std::make_unique<OutputFile>(STDOUT_FILENO)
-                                                        : std::make_unique<OutputFile>(wanted.output);
+    StackOutput output(wanted.output);
     std::vector<std::string> failures;
     InProgramsWords([&] {
         karta::Scan scan(std::move(paths), std::move(options));
-        Separated writer(separator, *output);
+        Separated writer(separator, wanted.safeCells, output);
         bool isFirst = true;
         for (const karta::Table& batch : scan) {
             if (isFirst) {
@@ -289,9 +339,7 @@ int ConvertStacked(const ReadRequest& request, const ConvertRequest& wanted,
             throw Failure("none of the files could be read");
         }
     });
-    if (!output->Commit() && !(wanted.output == StandardOutput && output->GetError() == EPIPE)) {
-        throw Failure(wanted.output + ": could not be written: " + std::strerror(output->GetError()));
-    }
+    output.Commit();
     SayFailures(failures, files.size());
     return failures.empty() ? ExitSuccess : ExitFailed;
 }

@@ -77,6 +77,27 @@ TEST_F(ManyFilesTest, StackedFilesAreOneTableThatNamesThem) {
               "file\tname\tvalue\ndata/a.csv\tx\t1\ndata/deep/b.csv\ty\t2\n");
 }
 
+TEST_F(ManyFilesTest, StackedTextsAreMadeSafe) {
+    folder.Write("data/a.csv", "name,value\n=1+1,-1\n@a,-2\n");
+    std::filesystem::remove(folder.Path("data/deep/b.csv"));
+    const CommandOutcome outcome = Run("data --stack --safe-cells -o -");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "file,name,value\ndata/a.csv,'=1+1,-1\ndata/a.csv,'@a,-2\n");
+    EXPECT_EQ(Run("data --stack --objects -o -").status, 2);
+}
+
+TEST_F(ManyFilesTest, StackOnATerminalHasNoControlCharacters) {
+    if (Shell("python3 -c 'import os; os.openpty()'").status != 0) {
+        GTEST_SKIP() << "no terminal can be had here";
+    }
+    folder.Write("data/a.csv", "name,value\n\x1b[31mred,1\n");
+    const CommandOutcome outcome =
+        Shell("timeout 60 python3 '" KARTA_SOURCE_DIR "/tests/tools/on-terminal' '' " + ProgramPath() +
+              " convert data --stack -o -");
+    EXPECT_EQ(outcome.out.find('\x1b'), std::string::npos) << outcome.out;
+    EXPECT_TRUE(Contains(outcome.out, "data/a.csv,\\x1b[31mred,1")) << outcome.out;
+}
+
 TEST_F(ManyFilesTest, ABadFileEndsItUnlessItIsSkipped) {
     folder.Write("data/bad.spc", "no spectrum");
     const CommandOutcome ended = Run("data --stack -o all.csv");
