@@ -6,6 +6,7 @@
 #include "base/Ascii.h"
 #include "karta/internal/BlockAdvice.h"
 #include "tools/Interrupt.h"
+#include "tools/TerminalText.h"
 
 namespace {
 
@@ -58,7 +59,8 @@ Failure FailureOf(const karta::Error& error) {
     if (error.GetCode() == ErrorCode::Stopped) {
         Interrupt::ThrowIfRequested();
     }
-    std::string text = error.GetFile().empty() ? std::string() : error.GetFile() + ": ";
+    // A name with a line feed must not begin what looks like a message of ours.
+    std::string text = error.GetFile().empty() ? std::string() : VisibleText(error.GetFile()) + ": ";
     if (!error.GetOption().empty()) {
         text += SpellOption(error.GetOption()) + (error.GetCode() == ErrorCode::BadOption ? " " : ": ");
     }

@@ -60,7 +60,7 @@ void WriteLine(const std::string& name, const std::string& value) {
 
 void WriteText(const ReadRequest& request, const Report& report) {
     for (const std::string& file : request.files) {
-        WriteLine("file", file);
+        WriteLine("file", request.NameOf(file));
     }
     WriteLine("format", report.format + " (" + report.reason + ")");
     if (report.failure) {
@@ -128,7 +128,7 @@ void WriteJson(const ReadRequest& request, const Report& report) {
     json.BeginObject();
     json.BeginArray("files");
     for (const std::string& file : request.files) {
-        json.Put(AsUtf8(file));
+        json.Put(AsUtf8(request.NameOf(file)));
     }
     json.EndArray();
     json.Put("format", report.format);

@@ -16,4 +16,10 @@ struct ReadRequest : karta::ReadWishes {
     bool quiet = false;
     bool verbose = false;
     std::optional<karta::Reading> givenReading;  // by --complete or --classic
+    std::string standardInput;                   // the file that it is kept in; empty where it isn't read
+
+    /** A file as people know it. */
+    std::string NameOf(const std::string& file) const {
+        return !standardInput.empty() && file == standardInput ? "standard input" : file;
+    }
 };

@@ -84,6 +84,7 @@ void StandardInput::Take(ReadRequest& request) {
         throw Failure(std::string(NameForPeople) + ": could not be kept: " + std::strerror(file.GetError()));
     }
     std::replace(request.files.begin(), request.files.end(), std::string(Mark), path);
+    request.standardInput = path;
 }
 
 std::string StandardInput::Named(std::string text) const {

@@ -88,8 +88,9 @@ void ReadByReader(const ReadRequest& request, const ChosenFormat& chosen, Option
 
 void ShowVerbosely(const ReadRequest& request, const ChosenFormat& chosen) {
     if (request.verbose) {
-        std::cerr << "karta-import: " << request.files.front() << ": read as " << chosen.GetName() << " ("
-                  << chosen.reason << "), " << (request.IsComplete() ? "completely" : "classically")
+        std::cerr << "karta-import: " << request.NameOf(request.files.front()) << ": read as "
+                  << chosen.GetName() << " (" << chosen.reason << "), "
+                  << (request.IsComplete() ? "completely" : "classically")
                   << (request.throughDriver ? ", through the driver" : "") << ", by "
                   << chosen.formats->GetModulePath(chosen.format) << '\n';
     }
@@ -210,7 +211,7 @@ void ShowReport(const ReadRequest& request, const ReadReport& report) {
         return;
     }
     std::cout.flush();
-    const std::string& file = request.files.front();
+    const std::string file = request.NameOf(request.files.front());
     if (!report.warning.empty()) {
         std::cerr << "karta-import: " << file << ": warning: " << report.warning << '\n';
     }

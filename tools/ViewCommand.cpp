@@ -132,6 +132,7 @@ public:
         if (shown == 0 && failure) {
             throw *failure;
         }
+        SayFailure();
         if (drawsSvg) {
             if (!svg) {
                 throw Failure("there is nothing to draw: no table has curves or columns of numbers");
@@ -147,7 +148,7 @@ private:
     static std::string SubtitleOf(const ReadRequest& request) {
         std::string names;
         for (const std::string& file : request.files) {
-            names += (names.empty() ? "" : ", ") + file;
+            names += (names.empty() ? "" : ", ") + request.NameOf(file);
         }
         return names;
     }
@@ -174,9 +175,16 @@ private:
         if (reason.GetStatus() != ExitFailed) {
             throw reason;
         }
-        failure = failure ? failure : reason;
         page.AddFailure(subject, reason.what());
-        std::cerr << "karta-import: " << reason.what() << '\n';
+        SayFailure();
+        failure = reason;
+    }
+
+    // The last one isn't said before it is known whether all have failed: then it is the program's own.
+    void SayFailure() const {
+        if (failure) {
+            std::cerr << "karta-import: " << failure->what() << '\n';
+        }
     }
 
     bool drawsSvg;

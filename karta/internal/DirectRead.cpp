@@ -208,10 +208,9 @@ private:
 void CheckNames(const std::vector<std::string>& files) {
     for (const std::string& file : files) {
         if (file.find('\n') != std::string::npos) {
-            throw Error({.code = ErrorCode::NotAFile,
-                         .text =
-                             "a file name with a line feed can't be imported: line feeds part the names of "
-                             "a selection. Rename the file."});
+            Refuse(ErrorCode::NotAFile, file,
+                   "a file name with a line feed can't be imported: line feeds part the names of "
+                   "a selection. Rename the file.");
         }
     }
 }

@@ -781,8 +781,17 @@ TEST_F(ProgramTest, BadFilesAreNamedWithTheReason) {
     expect("show --classic --format 'Text File' binary.txt",
            "karta-import: binary.txt: This file appears to be a binary file");
     expect("show --classic --format 'Text File' empty.txt", "karta-import: empty.txt: ");
-    expect("show 'a\nb'", "line feed");
+    expect("show 'a\nb'", "karta-import: a\\nb: a file name with a line feed");
     expect("show --format 'Text File' empty.txt empty.txt", "one at a time");
+}
+
+TEST_F(ProgramTest, StandardInputIsCalledSoWhereverItIsNamed) {
+    const Outcome shown = Shell("printf 'a\\377,1\\n' | " + ProgramPath() + " show --format csv --verbose -");
+    EXPECT_EQ(shown.status, 0);
+    EXPECT_TRUE(Contains(shown.err, "karta-import: standard input: read as CSV File")) << shown.err;
+    EXPECT_TRUE(Contains(shown.err, "karta-import: standard input: note: ")) << shown.err;
+    EXPECT_TRUE(Contains(Shell("echo a | " + ProgramPath() + " info -").out, "file        standard input\n"));
+    EXPECT_TRUE(Contains(Shell("echo a | " + ProgramPath() + " info --json -").out, "\"standard input\""));
 }
 
 TEST_F(ProgramTest, NameInAFileForgesNoMessage) {

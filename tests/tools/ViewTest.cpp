@@ -251,6 +251,15 @@ TEST_F(ViewTest, APictureWantsAPlaceAndSomethingToDraw) {
     EXPECT_FALSE(std::filesystem::exists(folder.Path("x.svg")));
 }
 
+TEST_F(ViewTest, WhyNothingCouldBeReadIsSaidOnce) {
+    folder.Write("bad.spc", "x");
+    for (const char* files : {"bad.spc", "bad.spc " KARTA_SOURCE_DIR "/samples/kinetics.spc"}) {
+        const CommandOutcome outcome = Run(std::string("view ") + files + " -o page.html");
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(CountOf(outcome.err, "bad.spc: "), 1U) << outcome.err;
+    }
+}
+
 TEST_F(ViewTest, AFileThatCantBeReadIsATabBesideTheOthers) {
     folder.Write("bad.spc", "no spectrum");
     const CommandOutcome outcome = Run("view " + Sample("wine.txt") + " bad.spc -o page.html");
