@@ -25,10 +25,11 @@ std::size_t ReadAll(std::size_t size, ReadSome readSome) {
 
 }  // namespace
 
-FileHandle::FileHandle(const char* path) : descriptor(open(path, O_RDONLY | O_CLOEXEC)) {
+// Without waiting: a pipe put in a companion's place has nobody who writes to it.
+FileHandle::FileHandle(const char* path) : descriptor(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
     struct stat info{};
-    // A directory opens on this platform, and only reading it fails.
-    if (descriptor >= 0 && (fstat(descriptor, &info) != 0 || S_ISDIR(info.st_mode))) {
+    // Directories, pipes and devices open on this platform; they can't be measured, and some never end.
+    if (descriptor >= 0 && (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode))) {
         Close();
     }
 }

@@ -5,8 +5,8 @@
 #include <string>
 
 /**
- * An open file, read byte-wise: the one place where this library opens files for reading. A directory
- * doesn't open. Not for pipes that must not be waited for: it blocks as read does.
+ * An open file, read byte-wise: the one place where this library opens files for reading. What isn't a
+ * regular file, a directory, a pipe or a device, doesn't open.
  */
 class FileHandle {
 public:

@@ -1,6 +1,7 @@
 #include "base/FileStream.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 
@@ -30,6 +31,13 @@ TEST(FileStreamTest, SeeksFromTheStartAndTellsTheSize) {
     EXPECT_EQ(stream.tellg(), 1);
     stream.seekg(-1, std::ios_base::beg);
     EXPECT_TRUE(stream.fail());
+}
+
+TEST(FileStreamTest, PipesAndDevicesDoNotOpen) {
+    const TempFolder folder;
+    ASSERT_EQ(mkfifo(folder.Path("pipe").c_str(), 0600), 0);
+    EXPECT_TRUE(FileStream(folder.Path("pipe").c_str()).fail());
+    EXPECT_TRUE(FileStream("/dev/zero").fail());
 }
 
 TEST(FileStreamTest, MissingFileAndDirectoryHaveFailedFromTheStart) {

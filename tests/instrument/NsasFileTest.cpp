@@ -1,6 +1,9 @@
 #include "instrument/NsasFile.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
 
 #include "tests/support/ByteBuilder.h"
 #include "tests/support/Damage.h"
@@ -110,6 +113,15 @@ TEST_F(NsasFileTest, SpectrumIsARowWithoutACompanion) {
     EXPECT_EQ(Trace(Spectrum().Bytes()),
               std::string("Format \"NSAS File\"\nOpen 0x0\nGetNumRows 3\nGetNumCols 7\nSetDataSize 7 3\n") +
                   Head + Wavelengths + FirstRow + "Read 0x0\nClose\n");
+}
+
+TEST_F(NsasFileTest, PipeOrDeviceInTheCompanionsPlaceIsNotWaitedFor) {
+    const std::string without = Trace(Spectrum().Bytes());
+    ASSERT_EQ(mkfifo(folder.Path("run.cn").c_str(), 0600), 0);
+    EXPECT_EQ(Trace(Spectrum().Bytes()), without);
+    std::filesystem::remove(folder.Path("run.cn"));
+    std::filesystem::create_symlink("/dev/zero", folder.Path("run.cn"));
+    EXPECT_EQ(Trace(Spectrum().Bytes()), without);
 }
 
 TEST_F(NsasFileTest, CompanionWithNamesAddsColumns) {
