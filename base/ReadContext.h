@@ -3,6 +3,7 @@
 #include <functional>
 #include <stop_token>
 #include <string>
+#include <thread>
 
 #include "base/Budget.h"
 #include "base/Export.h"
@@ -27,6 +28,8 @@ struct KARTA_EXPORT ReadContext {
 
     /** Gets the share that is done, 0 to 1, or below 0 where it isn't known; may be empty. */
     std::function<void(double share)> progress;
+    /** The thread that `progress` is for; none: whoever reads calls it, and nobody else does. */
+    std::thread::id progressThread;
     /** A yes-or-no question; empty: the process-wide handler. */
     std::function<bool(const std::string& text)> question;
     /** A message for the log, with its section and key; empty: the process-wide handler. */
@@ -35,10 +38,16 @@ struct KARTA_EXPORT ReadContext {
     Notes notes;
     TableShape shape;
 
-    /** Raises Stopped once a stop was asked for. Cheap enough for every record. */
+    /**
+     * Raises Stopped once a stop was asked for, and lets `progress` show that the read goes on. Cheap enough
+     * for every record, and for any thread of the read.
+     */
     void ThrowIfStopped() const {
         if (stop.stop_requested()) {
             throw Stopped();
+        }
+        if (progressThread == std::this_thread::get_id() && progress) {
+            progress(-1.0);
         }
     }
 };

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Budget.h"
+#include "base/ReadContext.h"
 #include "base/TableBlock.h"
 
 namespace karta {
@@ -16,17 +17,22 @@ namespace karta {
  */
 class CellStore {
 public:
-    /** The budget stays its owner's; null: nothing is counted. */
-    explicit CellStore(Budget* readBudget) : budget(readBudget) {}
+    /** The context stays its owner's. */
+    explicit CellStore(ReadContext& readContext) : context(readContext) {}
 
-    /** Before the memory is taken. Raises BudgetExceeded. */
-    void Charge(std::uint64_t bytes) {
-        if (budget != nullptr) {
-            budget->ChargeMemory(bytes, "The table");
+    /** Before the memory is taken. Raises BudgetExceeded and Stopped. */
+    void Charge(std::uint64_t bytes) { context.budget.ChargeMemory(bytes, "The table"); }
+    std::uint64_t GetLimit() const { return context.budget.GetMemoryLimit(); }
+
+    /** Does `step(from, to)` for all places from `first` to before `end`; a stop is heard on the way. */
+    template <class Step>
+    void InSteps(int first, int end, Step step) const {
+        while (first < end) {
+            context.ThrowIfStopped();
+            const int to = end - first > PlacesBetweenLooks ? first + PlacesBetweenLooks : end;
+            step(first, to);
+            first = to;
         }
-    }
-    std::uint64_t GetLimit() const {
-        return budget != nullptr ? budget->GetMemoryLimit() : Budget::Unlimited;
     }
 
     /** Keeps a text; the word stands for it. */
@@ -45,9 +51,11 @@ public:
     int expectedRows = 0;
 
 private:
+    static constexpr int PlacesBetweenLooks = 1 << 16;
+
     char* Take(std::size_t size);
 
-    Budget* budget;
+    ReadContext& context;
     std::vector<TableBlock<char>> blocks;
     char* next = nullptr;
     std::size_t remaining = 0;

@@ -72,28 +72,31 @@ std::string Describe(KindCounts counts) {
     return text;
 }
 
-bool AreDoublesWhole(const Stretch& stretch, int from, int end) {
+bool AreDoublesWhole(const CellStore& store, const Stretch& stretch, int first, int end) {
     const double* const values = stretch.values.As<double>();
-    for (int place = from; place < end; ++place) {
-        if (stretch.IsThere(place) && !IsWhole(values[place - stretch.first])) {
-            return false;
+    bool areWhole = true;
+    store.InSteps(first, end, [&](int from, int to) {
+        for (int place = from; areWhole && place < to; ++place) {
+            areWhole = !stretch.IsThere(place) || IsWhole(values[place - stretch.first]);
         }
-    }
-    return true;
+    });
+    return areWhole;
 }
 
 // Doubles that are whole, as 64-bit numbers where they lie.
-void TurnWhole(CellVector& cells, int first, int end) {
+void TurnWhole(const CellStore& store, CellVector& cells, int first, int end) {
     for (Stretch& stretch : cells.GetStretches()) {
         if (stretch.kind != CellKind::Float64 || stretch.first > first || stretch.GetEnd() <= first) {
             continue;
         }
-        for (int place = first; place < std::min(end, stretch.GetEnd()); ++place) {
-            const double value = stretch.values.As<double>()[place - stretch.first];
-            // What is missing may be anything.
-            stretch.values.As<std::int64_t>()[place - stretch.first] =
-                IsWhole(value) ? static_cast<std::int64_t>(value) : 0;
-        }
+        store.InSteps(first, std::min(end, stretch.GetEnd()), [&](int from, int to) {
+            for (int place = from; place < to; ++place) {
+                const double value = stretch.values.As<double>()[place - stretch.first];
+                // What is missing may be anything.
+                stretch.values.As<std::int64_t>()[place - stretch.first] =
+                    IsWhole(value) ? static_cast<std::int64_t>(value) : 0;
+            }
+        });
         stretch.kind = CellKind::Int64;
     }
 }
@@ -105,7 +108,7 @@ struct NumberFacts {
     bool hasRuns = false;  // an array of doubles stays one
 };
 
-NumberFacts Examine(const CellVector& cells, int first, int end) {
+NumberFacts Examine(const CellStore& store, const CellVector& cells, int first, int end) {
     NumberFacts facts;
     for (const Stretch& stretch : cells.GetStretches()) {
         const int from = std::max(first, stretch.first);
@@ -115,17 +118,19 @@ NumberFacts Examine(const CellVector& cells, int first, int end) {
         }
         facts.hasRuns = facts.hasRuns || stretch.hasRuns;
         if (stretch.kind == CellKind::Float64) {
-            facts.areWhole = facts.areWhole && AreDoublesWhole(stretch, from, to);
+            facts.areWhole = facts.areWhole && AreDoublesWhole(store, stretch, from, to);
             continue;
         }
-        for (int place = from; place < to; ++place) {
-            const Cell cell = stretch.Get(place);
-            if (cell.kind == CellKind::Int64) {
-                facts.areExact = facts.areExact && IsExact(cell.GetInteger());
-            } else if (cell.kind == CellKind::Float32 || cell.kind == CellKind::Float64) {
-                facts.areWhole = facts.areWhole && IsWhole(cell.ToDouble());
+        store.InSteps(from, to, [&](int begin, int stop) {
+            for (int place = begin; place < stop; ++place) {
+                const Cell cell = stretch.Get(place);
+                if (cell.kind == CellKind::Int64) {
+                    facts.areExact = facts.areExact && IsExact(cell.GetInteger());
+                } else if (cell.kind == CellKind::Float32 || cell.kind == CellKind::Float64) {
+                    facts.areWhole = facts.areWhole && IsWhole(cell.ToDouble());
+                }
             }
-        }
+        });
     }
     return facts;
 }
@@ -140,7 +145,7 @@ std::int64_t KindCounts::GetAll() const {
     return all;
 }
 
-KindCounts CountKinds(const CellVector& cells, int first, int end) {
+KindCounts CountKinds(const CellStore& store, const CellVector& cells, int first, int end) {
     KindCounts counts;
     for (const Stretch& stretch : cells.GetStretches()) {
         const int from = std::max(first, stretch.first);
@@ -155,15 +160,22 @@ KindCounts CountKinds(const CellVector& cells, int first, int end) {
                                                        : to - from;
             continue;
         }
-        for (int place = from; place < to; ++place) {
-            const Cell cell = stretch.Get(place);
-            if (cell.kind != CellKind::Missing) {
-                ++counts[cell.kind];
-                counts.emptyTexts += cell.kind == CellKind::Text && cell.GetText().empty() ? 1 : 0;
+        store.InSteps(from, to, [&](int begin, int stop) {
+            for (int place = begin; place < stop; ++place) {
+                const Cell cell = stretch.Get(place);
+                if (cell.kind != CellKind::Missing) {
+                    ++counts[cell.kind];
+                    counts.emptyTexts += cell.kind == CellKind::Text && cell.GetText().empty() ? 1 : 0;
+                }
             }
-        }
+        });
     }
     return counts;
+}
+
+template <class Use>
+void ColumnMaker::ForEach(const CellVector& cells, int first, int end, Use use) const {
+    store.InSteps(first, end, [&](int from, int to) { cells.ForEach(from, to, use); });
 }
 
 std::shared_ptr<Buffer> ColumnMaker::NewBuffer(std::size_t size) {
@@ -186,12 +198,12 @@ ColumnBuffers ColumnMaker::Gather(const CellVector& cells, int first, int rows, 
     buffers.type = type;
     buffers.rows = rows;
     const auto size = static_cast<std::size_t>(rows) * sizeof(Value);
-    const auto there = static_cast<std::uint64_t>(CountKinds(cells, first, first + rows).GetAll());
+    const auto there = static_cast<std::uint64_t>(CountKinds(store, cells, first, first + rows).GetAll());
     store.Charge(std::min<std::uint64_t>(size, there * PageSize) + BytesOfBits(rows));
     auto values = NewBuffer(size);
     Buffer validity(BytesOfBits(rows));
     std::int64_t count = 0;
-    cells.ForEach(first, first + rows, [&](int place, const Cell& cell) {
+    ForEach(cells, first, first + rows, [&](int place, const Cell& cell) {
         if (cell.kind == CellKind::Text) {
             return;
         }
@@ -261,13 +273,13 @@ ColumnBuffers ColumnMaker::Take(CellVector& cells, int first, int rows, CellKind
 ColumnBuffers ColumnMaker::MakeNumbers(CellVector& cells, int first, int rows, const KindCounts& counts,
                                        bool& isText) {
     const int end = first + rows;
-    const NumberFacts facts = Examine(cells, first, end);
+    const NumberFacts facts = Examine(store, cells, first, end);
     const bool areWhole = facts.areWhole && counts[CellKind::Float32] == 0 &&
                           (!facts.hasRuns || counts[CellKind::Int64] > 0) &&
                           (counts[CellKind::Float64] == 0 || !cells.HasFractionSource(first, end));
     if (areWhole) {
         if (counts[CellKind::Int64] == 0 && IsTakeable(cells, first, rows, CellKind::Float64)) {
-            TurnWhole(cells, first, first + rows);
+            TurnWhole(store, cells, first, first + rows);
             return Take(cells, first, rows, CellKind::Int64, ColumnType::Int64);
         }
         if (counts[CellKind::Float64] == 0 && IsTakeable(cells, first, rows, CellKind::Int64)) {
@@ -302,7 +314,7 @@ ColumnBuffers ColumnMaker::MakeBools(const CellVector& cells, int first, int row
     auto values = NewBuffer(BytesOfBits(rows));
     Buffer validity(BytesOfBits(rows));
     std::int64_t count = 0;
-    cells.ForEach(first, first + rows, [&](int place, const Cell& cell) {
+    ForEach(cells, first, first + rows, [&](int place, const Cell& cell) {
         if (cell.kind != CellKind::Bool) {
             return;
         }
@@ -330,7 +342,7 @@ ColumnBuffers ColumnMaker::MakeTexts(const CellVector& cells, int first, int row
     std::size_t bytes = 0;
     std::int64_t count = 0;
     bool areTexts = true;
-    cells.ForEach(first, first + rows, [&](int place, const Cell& cell) {
+    ForEach(cells, first, first + rows, [&](int place, const Cell& cell) {
         bytes += textOf(place, cell).size();
         areTexts = areTexts && cell.kind == CellKind::Text;
         ++count;
@@ -357,7 +369,7 @@ ColumnBuffers ColumnMaker::MakeTexts(const CellVector& cells, int first, int row
             offsets->As<std::int64_t>()[next - first + 1] = end;
         }
     };
-    cells.ForEach(first, first + rows, [&](int place, const Cell& cell) {
+    ForEach(cells, first, first + rows, [&](int place, const Cell& cell) {
         endUpTo(place);
         const std::string_view one = textOf(place, cell);
         if (!one.empty()) {
@@ -392,7 +404,7 @@ ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, in
     std::int64_t count = 0;
     std::uint64_t above = 0;
     std::int32_t placeOfAbove = 0;
-    cells.ForEach(first, first + rows, [&](int place, const Cell& cell) {
+    ForEach(cells, first, first + rows, [&](int place, const Cell& cell) {
         if (!isLess()) {
             return;
         }
@@ -438,16 +450,33 @@ Column ColumnMaker::MakeText(const CellVector& cells, int first, int rows, const
     return {name, "", MakeTexts(cells, first, rows)};
 }
 
+void ColumnMaker::NoteMixture(Note note) {
+    if (++mixtures <= MostToldMixtures) {
+        notes.Add(std::move(note));
+    } else if (firstUntold.empty()) {
+        firstUntold = note.place;
+    }
+}
+
+void ColumnMaker::NoteFurtherMixtures() {
+    if (mixtures > MostToldMixtures) {
+        const std::uint64_t more = mixtures - MostToldMixtures;
+        notes.Add({"mixed-columns", more, firstUntold,
+                   CountOf(more, "further column") + (more == 1 ? " holds" : " hold") +
+                       " values of several kinds (first: " + firstUntold + ")"});
+    }
+}
+
 Column ColumnMaker::Make(CellVector& cells, int first, int rows, const std::string& name,
                          const std::string& unit, const std::string& place) {
     const std::string label = name.empty() ? place : "'" + name + "'";
-    KindCounts counts = CountKinds(cells, first, first + rows);
+    KindCounts counts = CountKinds(store, cells, first, first + rows);
     if (counts.GetAll() > counts[CellKind::Text] && counts.emptyTexts == counts[CellKind::Text] &&
         counts.emptyTexts > 0) {
         // A formula's "" among numbers.
-        notes.Add({"empty-texts", static_cast<std::uint64_t>(counts.emptyTexts), place,
-                   CountOf(static_cast<std::uint64_t>(counts.emptyTexts), "empty text") + " of column " +
-                       label + (counts.emptyTexts == 1 ? " is missing in it" : " are missing in it")});
+        NoteMixture({"empty-texts", static_cast<std::uint64_t>(counts.emptyTexts), place,
+                     CountOf(static_cast<std::uint64_t>(counts.emptyTexts), "empty text") + " of column " +
+                         label + (counts.emptyTexts == 1 ? " is missing in it" : " are missing in it")});
         counts[CellKind::Text] = 0;
     }
     const std::int64_t all = counts.GetAll();
@@ -491,8 +520,8 @@ Column ColumnMaker::Make(CellVector& cells, int first, int rows, const std::stri
         buffers = MakeTexts(cells, first, rows);
     }
     if (isMixed) {
-        notes.Add({"mixed-column", static_cast<std::uint64_t>(all), place,
-                   "column " + label + " holds " + Describe(counts) + " and is text"});
+        NoteMixture({"mixed-column", static_cast<std::uint64_t>(all), place,
+                     "column " + label + " holds " + Describe(counts) + " and is text"});
     }
     // The cells are in the column now.
     cells = CellVector();

@@ -24,7 +24,8 @@ struct KindCounts {
     std::int64_t GetAll() const;
 };
 
-KindCounts CountKinds(const CellVector& cells, int first, int end);
+/** Of the places from `first` to before `end`. Raises Stopped. */
+KindCounts CountKinds(const CellStore& store, const CellVector& cells, int first, int end);
 
 /** Makes a finished column of the cells that were gathered; its rules are the table's rules of mixtures. */
 class ColumnMaker {
@@ -38,7 +39,9 @@ public:
      */
     Column Make(CellVector& cells, int first, int rows, const std::string& name, const std::string& unit,
                 const std::string& place);
-    /** The same, always a text. */
+    /** One note for all columns whose mixtures weren't told one by one; behind the last column. */
+    void NoteFurtherMixtures();
+    /** As Make, always a text. */
     Column MakeText(const CellVector& cells, int first, int rows, const std::string& name);
 
 private:
@@ -47,14 +50,23 @@ private:
     ColumnBuffers MakeDictionary(const CellVector& cells, int first, int rows, std::int64_t plainSize);
     ColumnBuffers MakeBools(const CellVector& cells, int first, int rows);
     ColumnBuffers Take(CellVector& cells, int first, int rows, CellKind kind, ColumnType type);
+    template <class Use>
+    void ForEach(const CellVector& cells, int first, int end, Use use) const;
     bool IsTakeable(const CellVector& cells, int first, int rows, CellKind kind) const;
     template <class Value, class Conversion>
     ColumnBuffers Gather(const CellVector& cells, int first, int rows, ColumnType type, Conversion convert);
     void MarkThere(ColumnBuffers& buffers, Buffer& validity, std::int64_t count);
     std::shared_ptr<Buffer> NewBuffer(std::size_t size);
 
+    void NoteMixture(Note note);
+
+    // So many columns are told of one by one.
+    static constexpr std::uint64_t MostToldMixtures = 100;
+
     CellStore& store;
     Notes& notes;
+    std::uint64_t mixtures = 0;
+    std::string firstUntold;
 };
 
 }  // namespace karta

@@ -72,7 +72,9 @@ public:
         if (const auto* own = dynamic_cast<FormatReader*>(reader.get())) {
             context = own->GetContext();
             context->stop = control.GetStopToken();
-            context->progress = [this](double share) { control.ShowShare(share); };
+            if (control.WantsShare()) {
+                context->progress = [this](double share) { control.ShowShare(share); };
+            }
             report.context = context;
         }
     }
@@ -190,7 +192,7 @@ private:
         report.shape = context->shape;
         // They refer to this read, which ends here: that it had enough rows stops nothing that is made of
         // them.
-        context->progress = nullptr;
+        context->progress = wishes.progress;
         context->stop = wishes.stop;
     }
 
@@ -309,6 +311,8 @@ std::shared_ptr<ReadContext> MakeContext(const ReadWishes& wishes) {
     auto context = std::make_shared<ReadContext>();
     context->reading = wishes.reading;
     context->stop = wishes.stop;
+    context->progress = wishes.progress;
+    context->progressThread = std::this_thread::get_id();
     context->question = wishes.question;
     if (wishes.limit) {
         context->budget.SetLimit(*wishes.limit);

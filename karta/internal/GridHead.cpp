@@ -49,8 +49,9 @@ bool IsWholeNumber(const Cell& cell) {
 
 class HeadFinder {
 public:
-    HeadFinder(const std::vector<CellVector>& grid, int rowCount, std::optional<int> headerRow)
-        : columns(grid), numRows(rowCount), header(headerRow) {}
+    HeadFinder(const CellStore& cellStore, const std::vector<CellVector>& grid, int rowCount,
+               std::optional<int> headerRow)
+        : store(cellStore), columns(grid), numRows(rowCount), header(headerRow) {}
 
     TableShape Find() {
         ReadRows();
@@ -84,10 +85,12 @@ private:
         for (int place = 0; place < last && rows.size() < wanted; ++place) {
             Row row{place, {}, 0};
             row.cells.reserve(columns.size());
-            for (const CellVector& column : columns) {
-                row.cells.push_back(column.Get(place));
-                row.filled += IsEmpty(row.cells.back()) ? 0 : 1;
-            }
+            store.InSteps(0, static_cast<int>(columns.size()), [&](int from, int to) {
+                for (int col = from; col < to; ++col) {
+                    row.cells.push_back(columns[static_cast<std::size_t>(col)].Get(place));
+                    row.filled += IsEmpty(row.cells.back()) ? 0 : 1;
+                }
+            });
             if (row.filled > 0) {
                 rows.push_back(std::move(row));
             }
@@ -128,7 +131,7 @@ private:
         std::vector<Below> kinds;
         kinds.reserve(columns.size());
         for (const CellVector& column : columns) {
-            const KindCounts counts = CountKinds(column, place, numRows);
+            const KindCounts counts = CountKinds(store, column, place, numRows);
             const std::int64_t texts = counts[CellKind::Text] - counts.emptyTexts;
             const std::int64_t all = counts.GetAll() - counts.emptyTexts;
             const std::int64_t dates = counts.GetDates() + counts[CellKind::Time];
@@ -265,6 +268,7 @@ private:
         }
     }
 
+    const CellStore& store;
     const std::vector<CellVector>& columns;
     int numRows;
     std::optional<int> header;
@@ -276,8 +280,9 @@ private:
 
 }  // namespace
 
-TableShape FindGridHead(const std::vector<CellVector>& columns, int rows, std::optional<int> header) {
-    return HeadFinder(columns, rows, header).Find();
+TableShape FindGridHead(const CellStore& store, const std::vector<CellVector>& columns, int rows,
+                        std::optional<int> header) {
+    return HeadFinder(store, columns, rows, header).Find();
 }
 
 }  // namespace karta

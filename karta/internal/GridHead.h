@@ -14,8 +14,9 @@ namespace karta {
  * step; units are texts between names and numbers.
  *
  * `header`: the row of the names, from 1; 0: there is none; nothing: it is looked for. The places of the
- * cells are the rows, from 0.
+ * cells are the rows, from 0. Raises Stopped.
  */
-TableShape FindGridHead(const std::vector<CellVector>& columns, int rows, std::optional<int> header);
+TableShape FindGridHead(const CellStore& store, const std::vector<CellVector>& columns, int rows,
+                        std::optional<int> header);
 
 }  // namespace karta

@@ -65,16 +65,16 @@ public:
         PutIf(row, [&] { sink.SetSource(col, row, source); });
     }
     void SetRowRun(int firstCol, int row, std::span<const float> values) override {
-        PutRunIf(row, [&] { sink.SetRowRun(firstCol, row, values); });
+        PutIf(row, [&] { sink.SetRowRun(firstCol, row, values); });
     }
     void SetRowRun(int firstCol, int row, std::span<const double> values) override {
-        PutRunIf(row, [&] { sink.SetRowRun(firstCol, row, values); });
+        PutIf(row, [&] { sink.SetRowRun(firstCol, row, values); });
     }
     void SetColumnRun(int col, int firstRow, std::span<const float> values) override {
-        PutRunIf(firstRow, [&] { sink.SetColumnRun(col, firstRow, values); });
+        PutIf(firstRow, [&] { sink.SetColumnRun(col, firstRow, values); });
     }
     void SetColumnRun(int col, int firstRow, std::span<const double> values) override {
-        PutRunIf(firstRow, [&] { sink.SetColumnRun(col, firstRow, values); });
+        PutIf(firstRow, [&] { sink.SetColumnRun(col, firstRow, values); });
     }
 
     int NextRowToRead(int row) override;
@@ -89,23 +89,13 @@ private:
     bool IsOfUse(int row) const {
         return !context.shape.isKnown || row - context.shape.firstDataRow < lastRow;
     }
-    // Once in so many cells it is looked whether the read is to stop.
-    static constexpr unsigned int CellsBetween = 1024;
 
     template <class Put>
     void PutIf(int row, const Put& put) {
-        if (++puts % CellsBetween == 0) {
-            control.Breathe();
-        }
         if (IsOfUse(row)) {
             put();
-        }
-    }
-    template <class Put>
-    void PutRunIf(int row, const Put& put) {
-        control.Breathe();
-        if (IsOfUse(row)) {
-            put();
+        } else {
+            context.ThrowIfStopped();
         }
     }
 
@@ -113,7 +103,6 @@ private:
     const ReadContext& context;
     ReadControl& control;
     std::int64_t lastRow;
-    unsigned int puts = 0;
 };
 
 }  // namespace karta

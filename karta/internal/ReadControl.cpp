@@ -48,13 +48,6 @@ void ReadControl::Resize(int rows) {
     }
 }
 
-void ReadControl::Breathe() {
-    if (IsStopped()) {
-        throw karta::Stopped();
-    }
-    ShowShare(-1.0);
-}
-
 void ReadControl::ShowShare(double share) {
     if (watch.onShare) {
         watch.onShare(share);

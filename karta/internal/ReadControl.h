@@ -37,9 +37,8 @@ public:
     /** The reader says how large the table is, perhaps on the way. Raises Stopped. */
     void Resize(int rows);
     bool WasResized() const { return wasResized; }
+    bool WantsShare() const { return static_cast<bool>(watch.onShare); }
     void ShowShare(double share);
-    /** For who only takes cells, now and then: shows that the read goes on. Raises Stopped. */
-    void Breathe();
 
     /** Whether a cell of this row can be of use. */
     bool IsOfUse(int row) const { return row <= lastOfUse; }

@@ -50,6 +50,7 @@ struct KARTA_EXPORT ReadWishes {
     std::optional<std::uint64_t> limit;  // bytes that a read may take; else in proportion to the file
     std::function<bool(const std::string& text)> question;  // empty: the process-wide handler
     std::stop_token stop;
+    std::function<void(double share)> progress;  // on the thread that reads; also where nobody knows how far
     karta::Reading reading = karta::Reading::Classic;
 
     bool IsComplete() const { return reading == karta::Reading::Complete; }

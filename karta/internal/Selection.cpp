@@ -54,6 +54,14 @@ public:
     Observer(const std::function<void(double)>& callback, const std::stop_token& token)
         : progress(callback), onStop(token, [this] { stop.request_stop(); }) {}
 
+    /** A read by these wishes is looked at in all of its stages. */
+    void LookAt(ReadWishes& wishes) {
+        wishes.stop = stop.get_token();
+        if (progress) {
+            wishes.progress = [this](double share) { Tell(share); };
+        }
+    }
+
     ReadWatch Watch() {
         ReadWatch watch{stop.get_token(), {}, {}};
         if (progress) {
@@ -165,7 +173,20 @@ ReadWishes Selection::MakePartWishes(const PartName& part) const {
 }
 
 Inspection Selection::Inspect() const {
-    const ReadWishes wishes = MakePartWishes(0);
+    ReadWishes wishes = MakePartWishes(0);
+    Observer observer(options.progress, options.stop);
+    observer.LookAt(wishes);
+    try {
+        Inspection found = InspectBy(wishes);
+        observer.Finish();
+        return found;
+    } catch (const Error&) {
+        observer.Rethrow();
+        throw;
+    }
+}
+
+Inspection Selection::InspectBy(const ReadWishes& wishes) const {
     Inspection found;
     found.format = format;
     found.shortName = chosen.formats->GetShortName(chosen.format);
@@ -193,8 +214,9 @@ Inspection Selection::Inspect() const {
 }
 
 Table Selection::Read(const PartName& part) const {
-    const ReadWishes wishes = MakePartWishes(part);
+    ReadWishes wishes = MakePartWishes(part);
     Observer observer(options.progress, options.stop);
+    observer.LookAt(wishes);
     ReadReport report;
     report.context = MakeContext(wishes);
     report.notes = NoteUnknownSettings(*chosen.formats, chosen.format, wishes);
@@ -203,7 +225,12 @@ Table Selection::Read(const PartName& part) const {
         return WithErrors(wishes, format, [&] {
             TableSink table(report.context, options.header);
             ReadControl control(RowFilter(), observer.Watch());
-            HeadRowsSink sink(table, *report.context, control, LastOf(options.rows));
+            HeadRowsSink firstRows(table, *report.context, control, LastOf(options.rows));
+            if (options.rows.empty()) {
+                table.Watch(control);
+            }
+            ReadSpreadSheetData& sink =
+                options.rows.empty() ? static_cast<ReadSpreadSheetData&>(table) : firstRows;
             OptionsRecord record = MakeOptions(*chosen.formats, chosen.format, wishes);
             ReadDirectly(wishes, chosen, record, control, sink, report,
                          {.begin = {}, .end = [&](SpreadsheetFile& reader) { facts = FactsOf(reader); }});

@@ -43,6 +43,7 @@ public:
 
 private:
     ReadWishes MakePartWishes(const PartName& part) const;
+    Inspection InspectBy(const ReadWishes& wishes) const;
     Table Select(const Table& table) const;
 
     std::vector<std::string> files;

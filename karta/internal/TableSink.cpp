@@ -43,7 +43,7 @@ std::string LettersOf(int col) {
 }  // namespace
 
 TableSink::TableSink(std::shared_ptr<ReadContext> readContext, std::optional<int> headerRow)
-    : context(std::move(readContext)), header(headerRow), store(&context->budget), block(store) {}
+    : context(std::move(readContext)), header(headerRow), store(*context), block(store) {}
 
 TableSink::~TableSink() = default;
 
@@ -59,8 +59,24 @@ void TableSink::LookAtShape() {
     }
 }
 
+void TableSink::Look() {
+    untilLook = CellsBetweenLooks;
+    context->ThrowIfStopped();
+}
+
+int TableSink::NextRowToRead(int row) {
+    return control == nullptr ? row + 1 : control->NextRowToRead(row, numRows);
+}
+
+void TableSink::EndRow(int row) {
+    if (control != nullptr) {
+        control->EndRow(row, numRows);
+    }
+}
+
 // Whether the cell is one, and where it is put is known.
 bool TableSink::Take(int col, int row) {
+    Count(1);
     if (col < 1 || row < 1) {
         return false;
     }
@@ -130,6 +146,7 @@ void TableSink::Set(int col, int row, std::int64_t value) {
 void TableSink::Set(int col, int row, double value) {
     // The road of most cells: a column that is there, beside any block.
     if (col < firstBlock && static_cast<std::size_t>(col) - 1 < columns.size() && row >= 1) {
+        Count(1);
         numRows = std::max(numRows, row);
         columns[static_cast<std::size_t>(col) - 1].PutDouble(store, row - 1, value);
         numCols = std::max(numCols, col);
@@ -259,6 +276,7 @@ void TableSink::PutRowRun(int firstCol, int row, std::span<const Number> values)
         !Take(firstCol + static_cast<int>(values.size()) - 1, row)) {
         return;
     }
+    Count(values.size());
     if (firstBlock == NoColumn) {
         LookAtShape();
     }
@@ -291,6 +309,7 @@ void TableSink::PutColumnRun(int col, int firstRow, std::span<const Number> valu
         !Take(col, firstRow + static_cast<int>(values.size()) - 1)) {
         return;
     }
+    Count(values.size());
     if (firstBlock == NoColumn) {
         LookAtShape();
     }
@@ -318,6 +337,9 @@ void TableSink::SetColumnRun(int col, int firstRow, std::span<const double> valu
 }
 
 void TableSink::SetDataSize(int cols, int rows) {
+    if (control != nullptr) {
+        control->Resize(rows);
+    }
     const int newCols = std::max(cols, 0);
     const int newRows = std::max(rows, 0);
     if (newRows < numRows) {
@@ -374,7 +396,7 @@ TableShape TableSink::SettleShape() {
         DissolveBlock();
     }
     if (!shape.isKnown) {
-        return FindGridHead(columns, numRows, header);
+        return FindGridHead(store, columns, numRows, header);
     }
     shape.firstDataRow = std::max(shape.firstDataRow, 1);
     if (header && !hasBlock && *header != shape.nameRow) {
@@ -425,7 +447,7 @@ bool TableSink::GatherBlock(int rows, int points) {
     KindCounts counts;
     for (int col = firstBlock; col <= last; ++col) {
         const KindCounts more =
-            CountKinds(columns[static_cast<std::size_t>(col) - 1], firstBlockRow - 1, numRows);
+            CountKinds(store, columns[static_cast<std::size_t>(col) - 1], firstBlockRow - 1, numRows);
         for (std::size_t kind = 0; kind < CellKinds; ++kind) {
             counts.counts[kind] += more.counts[kind];
         }
@@ -519,6 +541,7 @@ void TableSink::KeepHeads(const TableShape& shape, TableParts& parts) {
     const auto isKnown = [&](int row) { return row == shape.nameRow || row == shape.unitRow; };
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const int col = static_cast<int>(i) + 1;
+        Count(1);
         columns[i].ForEach(0, shape.firstDataRow - 1, [&](int place, const Cell& /*cell*/) {
             if (!isKnown(place + 1) && !IsInBlock(col)) {
                 keep(col, place + 1, columns[i].GetText(place));
@@ -542,6 +565,7 @@ void TableSink::MakeColumns(const TableShape& shape, int rows, TableParts& parts
     // Names may come from other columns: all of them are looked up before a column is made of its cells.
     std::vector<std::pair<std::string, std::string>> texts;
     for (int col = 1; col <= numCols; ++col) {
+        Count(1);
         if (IsInBlock(col)) {
             col = std::min(lastBlock, numCols);
             continue;
@@ -564,6 +588,7 @@ void TableSink::MakeColumns(const TableShape& shape, int rows, TableParts& parts
             maker.Make(cells, shape.firstDataRow - 1, rows, text->first, text->second, LettersOf(col)));
         ++text;
     }
+    maker.NoteFurtherMixtures();
 }
 
 Table TableSink::Finish() {

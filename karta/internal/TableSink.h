@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <map>
@@ -18,6 +19,7 @@
 #include "karta/internal/CellVector.h"
 #include "karta/internal/ColumnMaker.h"
 #include "karta/internal/GridHead.h"
+#include "karta/internal/ReadControl.h"
 
 namespace karta {
 
@@ -67,6 +69,11 @@ public:
     int GetNumberOfColumns() override { return numCols; }
     int GetNumberOfRows() override { return numRows; }
 
+    /** Before the first cell: who is told how far the rows are, and whom readers ask for the next one. */
+    void Watch(ReadControl& readControl) { control = &readControl; }
+    int NextRowToRead(int row) override;
+    void EndRow(int row) override;
+
     /**
      * The table of what was pushed, with the context's notes and shape. Once, after the reader's Read; raises
      * BudgetExceeded.
@@ -80,6 +87,16 @@ private:
     static constexpr CellKind KindOf =
         sizeof(Number) == sizeof(float) ? CellKind::Float32 : CellKind::Float64;
 
+    // Once in so many cells it is looked whether the read is to stop, whatever its reader does.
+    static constexpr std::size_t CellsBetweenLooks = 1024;
+
+    void Count(std::size_t cells) {
+        untilLook -= static_cast<std::ptrdiff_t>(cells);
+        if (untilLook <= 0) {
+            Look();
+        }
+    }
+    void Look();
     bool Take(int col, int row);
     CellVector& ColumnAt(int col);
     void AddColumns(int count);
@@ -107,6 +124,8 @@ private:
 
     std::shared_ptr<ReadContext> context;
     std::optional<int> header;
+    ReadControl* control = nullptr;
+    std::ptrdiff_t untilLook = CellsBetweenLooks;
     CellStore store;
     int numCols = 0;
     int numRows = 0;

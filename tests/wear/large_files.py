@@ -1,4 +1,5 @@
 """Honest files of every format, each large enough that its read can be met in its middle: a maker each."""
+import os
 import pathlib
 import random
 import struct
@@ -10,6 +11,9 @@ sys.path.insert(0, str(HERE))
 import worst_files as forms  # noqa: E402
 from compound_file import LARGE_SECTOR, compound_file  # noqa: E402
 from packing import zlib_stream  # noqa: E402
+
+# How many times as long as they are by themselves.
+TIMES = int(os.environ.get("KARTA_LARGE_TIMES", "1"))
 
 LARGE_FILES = {}  # makers by name, that give the bytes or write to the path that they are given
 
@@ -38,23 +42,23 @@ def table(separator, rows, columns=10):
 
 @large("large.txt")
 def text(_):
-    return table("\t", 300000)
+    return table("\t", 300000 * TIMES)
 
 
 @large("large.csv")
 def csv(_):
-    return table(",", 300000)
+    return table(",", 300000 * TIMES)
 
 
 @large("frames.txt")
 def sieve(_):
     more = ["UpperBound", "LowerBound", "FOM1", "Charge", "PRElement"] + ["Intensity_%d" % i for i in range(20)]
     head = "\t".join([forms.SIEVE_HEAD, *more]) + "\n"
-    return head + "".join("\t".join(str(i + k) for k in range(32)) + "\n" for i in range(60000))
+    return head + "".join("\t".join(str(i + k) for k in range(32)) + "\n" for i in range(60000 * TIMES))
 
 
 def dif(cells):
-    rows = 100000
+    rows = 100000 * TIMES
     head = f'TABLE\n0,1\n"T"\nVECTORS\n0,{cells}\n""\nTUPLES\n0,{rows}\n""\nDATA\n0,0\n""\n'
     return head + ("-1,0\nBOT\n" + '1,0\n"name"\n' + "0,12.5\nV\n" * (cells - 1)) * rows + "-1,0\nEOD\n"
 
@@ -71,12 +75,12 @@ def dif_oem(_):
 
 @large("matrix-4.mat")
 def mat4(_):
-    return forms.mat4(0, 400000, 10, b"A", struct.pack("<d", 1.5) * 4000000)
+    return forms.mat4(0, 400000 * TIMES, 10, b"A", struct.pack("<d", 1.5) * (4000000 * TIMES))
 
 
 @large("matrix-5.mat")
 def mat5(_):
-    count = 5000000
+    count = 5000000 * TIMES
     head = forms.matrix_head(6, count // 10, 10) + struct.pack("<II", 9, 8 * count)
     values = struct.pack("<1000d", *range(1000))
     packed = zlib_stream([struct.pack("<II", 14, len(head) + 8 * count) + head, (values, count // 1000)])
@@ -86,21 +90,23 @@ def mat5(_):
 @large("large.xlsx")
 def xlsx(path):
     rows = "".join(f'<row r="{r}">' + "".join(f'<c r="{c}{r}"><v>{r}.5</v></c>' for c in "ABCDEFGHIJ") + "</row>"
-                   for r in range(1, 100001))
+                   for r in range(1, min(100000 * TIMES, 1000000) + 1))
     forms.xlsx(path, [rows.encode()])
 
 
 @large("strings.xlsx")
 def xlsx_strings(path):
-    strings = "".join(f"<si><t>text number {i}</t></si>" for i in range(300000))
-    rows = "".join(f'<row r="{i + 1}"><c r="A{i + 1}" t="s"><v>{i}</v></c></row>' for i in range(300000))
+    count = min(300000 * TIMES, 1000000)
+    strings = "".join(f"<si><t>text number {i}</t></si>" for i in range(count))
+    rows = "".join(f'<row r="{i + 1}"><c r="A{i + 1}" t="s"><v>{i}</v></c></row>' for i in range(count))
     forms.xlsx(path, [rows.encode()], [f"<sst {forms.MAIN}>".encode(), strings.encode(), b"</sst>"])
 
 
 @large("large.xlsb")
 def xlsb(path):
+    rows = min(200000 * TIMES, 1000000)
     cells = b"".join(forms.biff12(5, struct.pack("<IId", c, 0, c + 0.5)) for c in range(10))
-    forms.xlsb(path, [b"".join(forms.row12(r) + cells for r in range(200000))], 200000, 10)
+    forms.xlsb(path, [b"".join(forms.row12(r) + cells for r in range(rows))], rows, 10)
 
 
 @large("large.xls")
@@ -126,12 +132,12 @@ def wk1(_):
 
 @large("large.spc")
 def spc(_):
-    return forms.spc_head(2000, 2000) + (forms.spc_sub() + struct.pack("<f", 1.25) * 2000) * 2000
+    return forms.spc_head(2000, 2000 * TIMES) + (forms.spc_sub() + struct.pack("<f", 1.25) * 2000) * (2000 * TIMES)
 
 
 @large("large.0")
 def opus(_):
-    points = 3000000
+    points = 3000000 * TIMES
     status = forms.opus_status(points)
     status += b"\0" * (-len(status) % 4)
     return forms.opus([(0x101F, 0, len(status)), (0x100F, len(status), 4 * points)], status + struct.pack("<f", 0.5) * points)
@@ -145,13 +151,13 @@ def opus_interpolated(path):
 @large("large.uv")
 def uv(_):
     values = struct.pack("<Hi", 0x8000, 7) + b"\1\0" * 500
-    records = [forms.uv_record(i, 4000, 14000, 20, values) for i in range(12000)]
+    records = [forms.uv_record(i, 4000, 14000, 20, values) for i in range(12000 * TIMES)]
     return bytes(forms.chemstation(b"31", len(records))) + b"".join(records)
 
 
 @large("large.ch")
 def ch(_):
-    runs = 40000
+    runs = 40000 * TIMES
     head = forms.chemstation(b"30", 0)
     struct.pack_into(">ii", head, 0x11A, 0, 100 * runs - 1)
     struct.pack_into(">hh", head, 0x212, 1, 1000)
@@ -161,7 +167,7 @@ def ch(_):
 
 @large("large.dx")
 def jcamp(_):
-    points = 4000000
+    points = 4000000 * TIMES
     head = forms.JCAMP_HEAD.format(first=1, last=points, points=points)
     return head + "".join(f"{i * 40 + 1} " + "12 " * 40 + "\n" for i in range(points // 40)) + "##END=\n"
 
@@ -169,25 +175,25 @@ def jcamp(_):
 @large("blocks.dx")
 def jcamp_blocks(_):
     body = "".join(f"{i * 40 + 1} " + "12 " * 40 + "\n" for i in range(10))
-    return forms.jcamp_link([forms.JCAMP_HEAD.format(first=1, last=400, points=400) + body] * 5000)
+    return forms.jcamp_link([forms.JCAMP_HEAD.format(first=1, last=400, points=400) + body] * (5000 * TIMES))
 
 
 @large("large.da")
 def nsas(_):
     values = struct.pack("<f", 1.5) * 1000
-    return b"".join(forms.nsas_record(i, 1000, 2000, 1000, values) for i in range(6000))
+    return b"".join(forms.nsas_record(i, 1000, 2000, 1000, values) for i in range(6000 * TIMES))
 
 
 @large("large.dat")
 def brimrose(_):
-    header = bytearray(forms.brimrose(1000, 6000, b""))
+    header = bytearray(forms.brimrose(1000, 6000 * TIMES, b""))
     struct.pack_into("<3f", header, 29, 1000.0, 1999.0, 1.0)
-    return bytes(header) + (struct.pack("<I", 1238753472) + b"s".ljust(124, b"\0") + struct.pack("<f", 1.5) * 1000) * 6000
+    return bytes(header) + (struct.pack("<I", 1238753472) + b"s".ljust(124, b"\0") + struct.pack("<f", 1.5) * 1000) * (6000 * TIMES)
 
 
 @large("table.nc")
 def netcdf(_):
-    count = 500000
+    count = 500000 * TIMES
     names = [b"v%d" % i for i in range(8)]
     return forms.netcdf([(b"n", count)], [(name, [0], 6, 8 * count, 8 * count * i) for i, name in enumerate(names)],
                         struct.pack(">d", 1.5) * (count * len(names)))
@@ -195,7 +201,7 @@ def netcdf(_):
 
 @large("multivariate.nc")
 def mva(_):
-    rows, columns, letters = 4000, 1000, 16
+    rows, columns, letters = 4000 * TIMES, 1000, 16
     size = 8 * rows * columns
     names = b"".join((b"sample %d" % i).ljust(letters, b"\0") for i in range(rows))
     descriptions = struct.pack(">iidd", 1, columns, 1000.0, 1000.0 + columns - 1)
@@ -211,7 +217,7 @@ def mva(_):
 
 @large("chromatogram.cdf")
 def andi(_):
-    points = 4000000
+    points = 4000000 * TIMES
     one = lambda name, at: (name, [], 5, 4, at)  # noqa: E731
     return forms.netcdf([(b"point_number", points)],
                         [one(b"actual_run_time_length", 0), one(b"actual_sampling_interval", 4), one(b"actual_delay_time", 8),
@@ -233,12 +239,12 @@ def dataset(observations, variables):
 
 @large("large.kpf")
 def kpf(_):
-    return forms.kpf([(1, b"D")], {"DataSet 1": dataset(100000, 20)}, sector=LARGE_SECTOR)
+    return forms.kpf([(1, b"D")], {"DataSet 1": dataset(100000 * TIMES, 20)}, sector=LARGE_SECTOR)
 
 
 @large("old.kpf")
 def old_kpf(_):
-    observations, variables = 100000, 20
+    observations, variables = 100000 * TIMES, 20
     stream = forms.listed([forms.text(b"D") + forms.listed([forms.text(b"v%d" % i) for i in range(variables)]) +
                            forms.listed([forms.text(b"o%d" % i) for i in range(observations)]) +
                            struct.pack("<d", 1.5) * (observations * variables)])
@@ -247,12 +253,12 @@ def old_kpf(_):
 
 @large("large.mip")
 def plano(_):
-    return compound_file({"Worksheet.dat": table("\t", 300000).encode()}, sector=LARGE_SECTOR)
+    return compound_file({"Worksheet.dat": table("\t", 300000 * TIMES).encode()}, sector=LARGE_SECTOR)
 
 
 @large("large.uns")
 def unscrambler(_):
-    rows = 300000
+    rows = 300000 * TIMES
     return f"%{rows} 10 Matrix\n" + "12.5 1 2 3 4 5 6 7 8 9\n" * rows + "#L " + "row " * rows + "\n#C " + "c " * 10 + "\n"
 
 
@@ -274,19 +280,19 @@ def wafers(data, rows, each=1000):
 
 @large("large.trn")
 def trn(path):
-    path.with_name("log.dat").write_text(log_data(400000), newline="")
-    return wafers("log.dat", 400000)
+    path.with_name("log.dat").write_text(log_data(400000 * TIMES), newline="")
+    return wafers("log.dat", 400000 * TIMES)
 
 
 @large("large.pkg")
 def pkg(path):
-    return (f"<trn_file_name>{path.stem}.trn</trn_file_name>\r\n<trn_file>\r\n{wafers('log.dat', 400000)}</trn_file>\r\n"
-            f"<data_file_name>log.dat</data_file_name>\r\n<data_file>\r\n{log_data(400000)}</data_file>\r\n")
+    return (f"<trn_file_name>{path.stem}.trn</trn_file_name>\r\n<trn_file>\r\n{wafers('log.dat', 400000 * TIMES)}</trn_file>\r\n"
+            f"<data_file_name>log.dat</data_file_name>\r\n<data_file>\r\n{log_data(400000 * TIMES)}</data_file>\r\n")
 
 
 @large("large.xml")
 def xml(_):
-    rows = 300000
+    rows = 300000 * TIMES
     samples = "".join(f"12:00:00\t{i + 1}\t{i % 97}.5\t800.25\t45\n" for i in range(rows))
     sets = "".join(f'<DataSet rawDataName="a.dat" startTime="2020-01-01 00:00:00" lotID="L" slotID="1" waferID="W{i}" '
                    'priorityClass="P" lineCode="7" jobClass="J" qualityCode="Q" routeID="R1" productID="P" operationNumber="1" '
