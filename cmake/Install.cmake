@@ -7,10 +7,11 @@ install(TARGETS karta-import EXPORT KartaImportTargets
 install(TARGETS karta-import-program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 # The installed program finds the library where the two were put, also under a prefix of one's own.
 file(RELATIVE_PATH KARTA_LIBRARY_FROM_BIN /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-# The build tree's program carries the same path: to change it while installing, CMake would pad the shorter one
-# with empty entries, and these mean the current folder.
-set_target_properties(karta-import-program PROPERTIES BUILD_WITH_INSTALL_RPATH ON
-                      INSTALL_RPATH "$ORIGIN/${KARTA_LIBRARY_FROM_BIN}:$ORIGIN")
+# The build tree's program and library carry the same path: to change it while installing, CMake would pad the shorter
+# one with empty entries, and these mean the current folder. Libraries under a prefix of one's own are found there.
+set_target_properties(karta-import-program karta-import PROPERTIES BUILD_WITH_INSTALL_RPATH ON
+                      INSTALL_RPATH_USE_LINK_PATH ON)
+set_target_properties(karta-import-program PROPERTIES INSTALL_RPATH "$ORIGIN/${KARTA_LIBRARY_FROM_BIN}:$ORIGIN")
 
 include(cmake/PublicHeaders.cmake)
 karta_public_headers(headers base archive host frame table text spreadsheet instrument process container)
