@@ -1,6 +1,8 @@
 // The one-call interface in many threads at once: what a read gives doesn't depend on its neighbours.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <vector>
@@ -8,6 +10,8 @@
 #include "karta/Detect.h"
 #include "karta/Read.h"
 #include "tests/support/Samples.h"
+#include "tests/support/TempFolder.h"
+#include "tests/support/ZipBuilder.h"
 
 namespace {
 
@@ -101,4 +105,88 @@ TEST(OneCallThreads, ScansOverAllSamplesAtOnce) {
     }
     EXPECT_EQ(errors[0], errors[1]);
     EXPECT_GT(errors[0], 0U) << "files of many kinds aren't one table";
+}
+
+// What is large is read on threads of its own: a text in pieces, a workbook's parts unpacked ahead.
+
+namespace {
+
+constexpr int ManyRows = 200'000;
+
+std::string LargeText() {
+    std::string text = "time;value\n";
+    for (int row = 1; row <= ManyRows; ++row) {
+        text += std::to_string(row) + ";" + std::to_string(row) + ".25\n";
+    }
+    return text;
+}
+
+std::string LargeWorkbook() {
+    std::string sheet =
+        R"(<worksheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><sheetData>)";
+    for (int row = 1; row <= ManyRows; ++row) {
+        const std::string name = std::to_string(row);
+        sheet += "<row r=\"" + name + "\"><c r=\"A" + name + "\"><v>" + name + "</v></c><c r=\"B" + name +
+                 "\"><v>" + name + ".25</v></c></row>";
+    }
+    sheet += "</sheetData></worksheet>";
+    return ZipBuilder()
+        .Add(
+            "_rels/.rels",
+            R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships"><Relationship Id="r1" )"
+            R"(Type="http://schemas.openxmlformats.org/officeDocument/2006/relationships/officeDocument" )"
+            R"(Target="xl/workbook.xml"/></Relationships>)")
+        .Add(
+            "xl/workbook.xml",
+            R"(<workbook xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main" )"
+            R"(xmlns:r="http://schemas.openxmlformats.org/officeDocument/2006/relationships"><sheets><sheet name="s" )"
+            R"(sheetId="1" r:id="r1"/></sheets></workbook>)")
+        .Add(
+            "xl/_rels/workbook.xml.rels",
+            R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships"><Relationship Id="r1" )"
+            R"(Type="http://schemas.openxmlformats.org/officeDocument/2006/relationships/worksheet" )"
+            R"(Target="worksheets/sheet1.xml"/></Relationships>)")
+        .AddDeflated("xl/worksheets/sheet1.xml", sheet)
+        .Build();
+}
+
+// The sum of the last column, which is the same whatever threads did; 0 for a read that was stopped.
+double SumOf(const std::string& path, std::stop_token stop = {}) {
+    try {
+        karta::ReadOptions options;
+        options.stop = std::move(stop);
+        const karta::Table table = karta::Read(path, options);
+        double sum = 0;
+        for (std::int64_t row = 0; row < table.GetRowCount(); ++row) {
+            sum += table.GetColumn(1).GetNumber(row);
+        }
+        return sum;
+    } catch (const karta::Error& error) {
+        EXPECT_EQ(error.GetCode(), karta::ErrorCode::Stopped) << error.what();
+        return 0;
+    }
+}
+
+}  // namespace
+
+TEST(OneCallThreads, LargeFilesAreReadByThreadsOfTheirOwnAndStoppedFromOthers) {
+    const TempFolder folder;
+    const std::string paths[] = {folder.Write("large.txt", LargeText()),
+                                 folder.Write("large.xlsx", LargeWorkbook())};
+    const double expected = 0.5 * ManyRows * (ManyRows + 1.0) + 0.25 * ManyRows;
+    for (const std::string& path : paths) {
+        std::stop_source source;
+        double sums[3] = {};
+        std::thread first([&] { sums[0] = SumOf(path); });
+        std::thread second([&] { sums[1] = SumOf(path); });
+        std::thread stopped([&] { sums[2] = SumOf(path, source.get_token()); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        source.request_stop();
+        first.join();
+        second.join();
+        stopped.join();
+        EXPECT_EQ(sums[0], expected) << path;
+        EXPECT_EQ(sums[1], expected) << path;
+        EXPECT_TRUE(sums[2] == 0 || sums[2] == expected) << path;
+    }
 }
