@@ -21,7 +21,8 @@ void SetFloat(NvImportReadCallbacks* table, int32_t row, int32_t col, float valu
 }
 
 void SetString(NvImportReadCallbacks* table, int32_t row, int32_t col, const char* text) {
-    Sink(table)->Set(col, row, text);
+    // A module without a text for a cell may have no pointer either.
+    Sink(table)->Set(col, row, text == nullptr ? "" : text);
 }
 
 void TakeSize(NvImportReadCallbacks* table) {

@@ -176,6 +176,25 @@ TEST_F(ModuleTest, FormatThatCannotWriteIsStatus3) {
     EXPECT_EQ(file.Open(false, "x", nullptr), 3);
 }
 
+TEST_F(ModuleTest, CellWithoutATextIsEmpty) {
+    DLLFile::Functions functions;
+    functions.open = [](int, const char*, bool, void** handle, NvImportOpenOptions*) {
+        static int something;
+        *handle = &something;
+        return true;
+    };
+    functions.read = [](int, void*, NvImportReadCallbacks* table) {
+        table->setString(table, 1, 1, nullptr);
+        return true;
+    };
+    loader.Init(nullptr);
+    DLLFile file(functions, 1, *loader.GetInfo(1));
+    ASSERT_EQ(file.Open(true, "x", nullptr), 0);
+    TableData table;
+    EXPECT_EQ(file.Read(&table), 0);
+    EXPECT_EQ(table.GetString(1, 1), "");
+}
+
 TEST_F(ModuleTest, OpeningAgainClosesWhatIsOpen) {
     static int open;
     open = 0;
