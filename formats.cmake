@@ -34,7 +34,7 @@ karta_format(instrument/NsasFile instrument/NsasHeader instrument/NsasSpectra CA
 karta_format(process/BrooksideFile process/BrooksideFileSet process/BrooksidePhases
              process/BrooksideSamples process/BrooksideStream process/BrooksideTransition process/BrooksideWarnings
              process/SAReadBrooksideData process/SampleRow CASES brookside)
-karta_format(process/BrooksideXML process/BrooksideGrammar process/BrooksideLibraryParse process/BrooksideModel
+karta_format(process/BrooksideXML process/BrooksideGrammar process/BrooksideModel
              process/BrooksideParse process/BrooksideTree
              process/BufferReader CASES brooksidexml)
 karta_format(container/MatFile container/Mat4Arrays container/Mat4Content container/Mat5Arrays container/Mat5Content

@@ -4,6 +4,12 @@
 #include <span>
 #include <string_view>
 
+/** How a handler gets the names of elements and attributes. */
+enum class XmlNames {
+    AsWritten,  /**< as qualified names only, prefixes and all */
+    ByNamespace /**< also as namespace and local name; a prefix that isn't declared is a fault */
+};
+
 /** An attribute as it stands in a tag, its value with all references and line ends resolved. */
 struct XmlAttribute {
     std::string_view name; /**< as written, prefix included */

@@ -12,6 +12,8 @@
 #include <xercesc/util/SecurityManager.hpp>
 #include <xercesc/util/XercesDefs.hpp>
 
+#include "archive/XmlEvents.h"
+
 // XML out of files that nobody vouches for, read with Xerces-C. Whatever a document says, nothing outside
 // it is ever opened: no DTD, no entity, no schema, no address. What a document's own DTD declares is held
 // within bounds, so that a small file can't grow into a large one.
@@ -96,12 +98,6 @@ public:
 private:
     ClosedEntityResolver resolver;
     XmlDeclarationBudget budget;
-};
-
-/** How a handler gets the names of elements and attributes. */
-enum class XmlNames {
-    AsWritten,  /**< as qualified names only, prefixes and all */
-    ByNamespace /**< also as namespace and local name; a prefix that isn't declared is a fault */
 };
 
 /**

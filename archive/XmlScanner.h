@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "archive/XmlEvents.h"
-#include "archive/XmlPlatform.h"
 
 /**
  * A fast way through the documents that programs write: UTF-8, without declarations, names in ASCII. It

@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "archive/XmlEvents.h"
-#include "archive/XmlPlatform.h"
 #include "archive/XmlScanner.h"
 
 /** Opens a document anew, from its beginning. */
@@ -20,7 +19,7 @@ enum class XmlParsers {
 /**
  * Streams a document to a handler: the same for all parsers, so that `parsers` is a question of time only.
  * False when it isn't well-formed, goes beyond the bounds of ParseXml, when a stream failed, or when the
- * handler ended it by XmlEnd; the handler has then seen the part before. Wants an XmlPlatform. The source is
+ * handler ended it by XmlEnd; the handler has then seen the part before. The source is
  * asked once, or twice where the library has to go on. `pieceSize` is the scanner's.
  */
 bool StreamXml(const XmlSource& source, XmlEvents& events, XmlNames names,

@@ -16,8 +16,33 @@
 #include "archive/ZipDirectory.h"
 #include "base/Budget.h"
 #include "base/Exception.h"
+#include "base/LazyLibrary.h"
 
 namespace {
+
+/** What is called of libzip, which brings several others along: loaded when the first archive is opened. */
+struct ZipLibrary {
+    LazyLibrary library{KARTA_LIBZIP_LIBRARY};
+    decltype(&::zip_discard) zip_discard = library.Find<decltype(::zip_discard)>("zip_discard");
+    decltype(&::zip_fclose) zip_fclose = library.Find<decltype(::zip_fclose)>("zip_fclose");
+    decltype(&::zip_fopen_index) zip_fopen_index =
+        library.Find<decltype(::zip_fopen_index)>("zip_fopen_index");
+    decltype(&::zip_fread) zip_fread = library.Find<decltype(::zip_fread)>("zip_fread");
+    decltype(&::zip_get_num_entries) zip_get_num_entries =
+        library.Find<decltype(::zip_get_num_entries)>("zip_get_num_entries");
+    decltype(&::zip_open_from_source) zip_open_from_source =
+        library.Find<decltype(::zip_open_from_source)>("zip_open_from_source");
+    decltype(&::zip_source_buffer_create) zip_source_buffer_create =
+        library.Find<decltype(::zip_source_buffer_create)>("zip_source_buffer_create");
+    decltype(&::zip_source_free) zip_source_free =
+        library.Find<decltype(::zip_source_free)>("zip_source_free");
+    decltype(&::zip_stat_index) zip_stat_index = library.Find<decltype(::zip_stat_index)>("zip_stat_index");
+};
+
+const ZipLibrary& Library() {
+    static const ZipLibrary library;
+    return library;
+}
 
 // An unpacked byte is scanned and parsed too: it costs as much as so many that are only passed through.
 constexpr std::uint64_t StepsOfByte = 8;
@@ -28,17 +53,18 @@ constexpr std::uint64_t LeastReadAhead = std::uint64_t{1} << 20;
 // Unpacks an entry by the library that reads the archive. A failure is an exception.
 class LibraryEntry {
 public:
-    LibraryEntry(zip* archive, std::uint64_t index) : entry(zip_fopen_index(archive, index, 0)) {}
+    LibraryEntry(zip* archive, std::uint64_t index) : entry(Library().zip_fopen_index(archive, index, 0)) {}
     LibraryEntry(const LibraryEntry&) = delete;
     LibraryEntry& operator=(const LibraryEntry&) = delete;
     ~LibraryEntry() {
         if (entry != nullptr) {
-            zip_fclose(entry);
+            Library().zip_fclose(entry);
         }
     }
 
     std::size_t Read(std::span<char> room) {
-        const zip_int64_t count = entry == nullptr ? -1 : zip_fread(entry, room.data(), room.size());
+        const zip_int64_t count =
+            entry == nullptr ? -1 : Library().zip_fread(entry, room.data(), room.size());
         if (count < 0) {
             throw std::ios_base::failure("the entry of the archive is damaged");
         }
@@ -166,13 +192,13 @@ zip* OpenArchive(std::span<const std::uint8_t> bytes) {
         // To the library that would be an archive without entries.
         return nullptr;
     }
-    zip_source* const source = zip_source_buffer_create(bytes.data(), bytes.size(), 0, nullptr);
+    zip_source* const source = Library().zip_source_buffer_create(bytes.data(), bytes.size(), 0, nullptr);
     if (source == nullptr) {
         return nullptr;
     }
-    zip* const archive = zip_open_from_source(source, ZIP_RDONLY, nullptr);
+    zip* const archive = Library().zip_open_from_source(source, ZIP_RDONLY, nullptr);
     if (archive == nullptr) {
-        zip_source_free(source);
+        Library().zip_source_free(source);
     }
     return archive;
 }
@@ -200,23 +226,23 @@ ZipFile::ZipFile(const char* path, std::shared_ptr<karta::ReadContext> readConte
                 : "The file is no zip archive, or a damaged one.");
     }
     if (HasOverlappingEntries(bytes)) {
-        zip_discard(archive);
+        Library().zip_discard(archive);
         throw Exception("The entries of the zip archive overlap.");
     }
     ListEntries(bytes);
 }
 
 ZipFile::~ZipFile() {
-    zip_discard(archive);
+    Library().zip_discard(archive);
 }
 
 void ZipFile::ListEntries(std::span<const std::uint8_t> bytes) {
-    const auto count = static_cast<std::uint64_t>(zip_get_num_entries(archive, 0));
+    const auto count = static_cast<std::uint64_t>(Library().zip_get_num_entries(archive, 0));
     const std::vector<std::span<const std::uint8_t>> packed = ListPackedBytes(bytes);
     entries.reserve(count);
     for (std::uint64_t index = 0; index < count; ++index) {
         zip_stat_t info;
-        if (zip_stat_index(archive, index, ZIP_FL_ENC_RAW, &info) != 0 || info.name == nullptr) {
+        if (Library().zip_stat_index(archive, index, ZIP_FL_ENC_RAW, &info) != 0 || info.name == nullptr) {
             continue;
         }
         Entry& entry = entries.emplace_back();

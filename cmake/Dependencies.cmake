@@ -3,15 +3,15 @@ find_package(PkgConfig REQUIRED)
 find_package(ZLIB REQUIRED)
 find_package(Boost 1.74 REQUIRED COMPONENTS iostreams)
 find_package(XercesC REQUIRED)
-pkg_check_modules(LIBZIP REQUIRED IMPORTED_TARGET libzip)
+pkg_check_modules(LIBZIP REQUIRED libzip)
 pkg_check_modules(GLIB REQUIRED IMPORTED_TARGET glib-2.0) # which libgsf stands on
 pkg_check_modules(GSF REQUIRED libgsf-1)
 pkg_check_modules(NETCDF REQUIRED netcdf)
 pkg_check_modules(SODIUM REQUIRED IMPORTED_TARGET libsodium)
 
 add_library(karta_dependencies INTERFACE)
-target_link_libraries(karta_dependencies INTERFACE ZLIB::ZLIB Boost::iostreams XercesC::XercesC
-                      PkgConfig::LIBZIP PkgConfig::SODIUM PkgConfig::GLIB
+target_link_libraries(karta_dependencies INTERFACE ZLIB::ZLIB Boost::iostreams
+                      PkgConfig::SODIUM PkgConfig::GLIB
                       ${CMAKE_DL_LIBS})
 
 # Unpacks three times as fast as zlib, where it is to be had; what it gives up on goes to zlib.
@@ -39,4 +39,5 @@ function(karta_lazy_library name)
   target_include_directories(karta_dependencies SYSTEM INTERFACE ${${name}_INCLUDE_DIRS})
 endfunction()
 karta_lazy_library(GSF)
+karta_lazy_library(LIBZIP)
 karta_lazy_library(NETCDF)

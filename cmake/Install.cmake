@@ -4,6 +4,7 @@ set(KARTA_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/karta-import)
 install(TARGETS karta-import EXPORT KartaImportTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         INCLUDES DESTINATION ${KARTA_INCLUDE_DIR})
+install(TARGETS karta-import-xml LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/${KARTA_MODULE_FOLDER})
 install(TARGETS karta-import-program RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 # The installed program finds the library where the two were put, also under a prefix of one's own.
 file(RELATIVE_PATH KARTA_LIBRARY_FROM_BIN /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})

@@ -28,7 +28,7 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Nothing links the libraries that are loaded when a file needs them: the packages that have them are named.
 set(lazy_packages "")
-foreach(library ${GSF_FILE} ${NETCDF_FILE})
+foreach(library ${GSF_FILE} ${LIBZIP_FILE} ${NETCDF_FILE})
   file(REAL_PATH ${library} library)
   execute_process(COMMAND dpkg-query --search ${library} OUTPUT_VARIABLE owner ERROR_QUIET)
   if(owner MATCHES "^([^:]*):")

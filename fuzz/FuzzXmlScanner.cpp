@@ -12,7 +12,6 @@
 #include "tests/support/XmlOutcome.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const XmlPlatform platform;
     if (size == 0) {
         return 0;
     }

@@ -274,7 +274,7 @@ BrooksideTree MakeTree(BrooksideDomParser& parser) {
 
 }  // namespace
 
-BrooksideTree ParseBrooksideByLibrary(const BrooksideDocument& document, RawTextExtent extent) {
+void karta_xml_parse_brookside(const BrooksideDocument& document, RawTextExtent extent, BrooksideTree& tree) {
     const XmlPlatform running;
     try {
         BrooksideDomParser parser(nullptr, extent);
@@ -283,7 +283,7 @@ BrooksideTree ParseBrooksideByLibrary(const BrooksideDocument& document, RawText
         parser.setErrorHandler(&errorHandler);
         parser.setLoadExternalDTD(false);
         ParseDocument(parser, document);
-        return MakeTree(parser);
+        tree = MakeTree(parser);
     } catch (const xercesc::SAXException& exception) {
         throw BrooksideParseFailure(BrooksideParseFailure::Document, ToUtf8(exception.getMessage()));
     } catch (const xercesc::XMLException& exception) {
@@ -293,7 +293,7 @@ BrooksideTree ParseBrooksideByLibrary(const BrooksideDocument& document, RawText
     }
 }
 
-bool IsValidBrooksideFile(const char* path) {
+bool karta_xml_is_valid_brookside(const char* path) {
     const XmlPlatform running;
     try {
         // The three texts of the grammar, wherever a document says that they lie, and nothing else.

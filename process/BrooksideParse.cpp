@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "archive/XmlModule.h"
 #include "archive/XmlScanner.h"
 #include "base/FileStream.h"
 #include "process/BrooksideLibraryParse.h"
@@ -138,5 +139,9 @@ BrooksideTree ParseBrookside(const BrooksideDocument& document, RawTextExtent ex
         TextBuffer text(document.text);
         tree = ScanDocument(text, extent, 0);
     }
-    return tree ? std::move(*tree) : ParseBrooksideByLibrary(document, extent);
+    if (!tree) {
+        XmlModule::Find("karta_xml_parse_brookside", karta_xml_parse_brookside)(document, extent,
+                                                                                tree.emplace());
+    }
+    return std::move(*tree);
 }

@@ -5,6 +5,7 @@
 #include <set>
 #include <string_view>
 
+#include "archive/XmlModule.h"
 #include "base/BelievedCount.h"
 #include "base/CopyMessage.h"
 #include "base/Exception.h"
@@ -202,7 +203,8 @@ int BrooksideXML::EstablishSize() {
 }
 
 MyKindOfFile BrooksideXML::IsMyKindOfFile(const char* path) {
-    return IsValidBrooksideFile(path) ? KindYes : KindNo;
+    const auto isValid = XmlModule::Find("karta_xml_is_valid_brookside", karta_xml_is_valid_brookside);
+    return isValid(path) ? KindYes : KindNo;
 }
 
 const BrooksideXML::WaferRecord& BrooksideXML::WaferAt(int wafer) const {

@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "archive/XmlPlatform.h"
+#include "archive/XmlEvents.h"
 #include "archive/ZipFile.h"
 #include "base/ReadContext.h"
 #include "spreadsheet/WorkbookPart.h"
@@ -65,7 +65,6 @@ private:
     std::vector<ContentType> ReadContentTypes() const;
     const ZipFile::Entry* FindEntry(const std::string& name) const;
 
-    XmlPlatform platform;
     std::shared_ptr<karta::ReadContext> readContext;
     ZipFile zip;
     Names names;

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "archive/XmlEvents.h"
-#include "archive/XmlPlatform.h"
 #include "base/MemoryShare.h"
 
 // The XML parts of a workbook, as they stream by.

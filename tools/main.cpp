@@ -1,4 +1,5 @@
 // The command line: which verb, with which options. The verbs themselves are in sources of their own.
+#include <dlfcn.h>
 #include <poll.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -26,6 +27,7 @@
 #include "base/NumberFormat.h"
 #include "base/Stopped.h"
 #include "base/Suggestion.h"
+#include "frame/SprFileFactory.h"
 #include "host/NvFile.h"
 #include "host/NvString.h"
 #include "tools/Commands.h"
@@ -323,8 +325,12 @@ void EnterSandbox(const CommandLine& line) {
         AddFoldersOf(folder + "/", folders.readable);
     }
     AddFoldersOf(request.optionsFile, folders.readable);
-    // Modules beside the program are looked for there.
+    // Modules beside the program are looked for there, and one of the library's own beside the library.
     AddFoldersOf("/proc/self/exe", folders.readable);
+    Dl_info library{};
+    if (dladdr(reinterpret_cast<const void*>(&SprFileFactory::SizeInfos), &library) != 0) {
+        AddFoldersOf(library.dli_fname, folders.readable);
+    }
     AddFoldersOf(line.convert.output, folders.writable);
     AddFoldersOf(line.view.output, folders.writable);
     AddFoldersOf(request.saveOptionsFile, folders.writable);

@@ -34,8 +34,6 @@ protected:
         EXPECT_TRUE(IsKnown(document)) << document;
         return XmlOutcome(document, XmlNames::AsWritten, XmlParsers::Both);
     }
-
-    XmlPlatform platform;
 };
 
 std::string Repeat(std::string_view text, int count) {

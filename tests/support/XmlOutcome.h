@@ -7,8 +7,7 @@
 
 /**
  * What a handler gets of a document, one event a line, and whether it was taken for well-formed. Pieces of a
- * text are joined; text that no tag follows any more doesn't count. Wants an XmlPlatform. `pieceSize` is
- * the scanner's.
+ * text are joined; text that no tag follows any more doesn't count. `pieceSize` is the scanner's.
  */
 std::string XmlOutcome(std::string_view document, XmlNames names, XmlParsers parsers,
                        std::size_t pieceSize = XmlScanner::PieceSize);

@@ -147,6 +147,8 @@ Outcome ImportWithFailure(const std::string& path, long failAt, bool allLater) {
     const std::string text = InChild([&] {
         LazyLibrary netCDF(KARTA_NETCDF_LIBRARY);
         netCDF.Find<int()>("nc_initialize")();
+        LazyLibrary zip(KARTA_LIBZIP_LIBRARY);
+        zip.Find<void()>("zip_discard");
         ImportHelperBase driver(nullptr, nullptr);
         long count = 0;
         long ignored = 0;
