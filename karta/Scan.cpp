@@ -1,20 +1,16 @@
 #include "karta/Scan.h"
 
 #include <algorithm>
-#include <condition_variable>
-#include <deque>
 #include <functional>
-#include <map>
-#include <mutex>
 #include <optional>
 #include <stop_token>
 #include <string>
-#include <thread>
 #include <utility>
 #include <variant>
 
 #include "karta/internal/AxisGrid.h"
 #include "karta/internal/FormatOptions.h"
+#include "karta/internal/OrderedWork.h"
 #include "karta/internal/ScanSchema.h"
 #include "karta/internal/Selection.h"
 #include "karta/internal/UnitName.h"
@@ -23,75 +19,9 @@ namespace karta {
 
 namespace {
 
-using Outcome = std::variant<Table, Error>;
-
-/**
- * Reads files in several threads and hands them out in their order. No more are read ahead than the workers
- * can be kept busy with.
- */
-class ReadAhead {
-public:
-    ReadAhead(const std::vector<std::string>& paths, unsigned count,
-              std::function<Outcome(const std::string&)> job)
-        : files(paths), read(std::move(job)), window(std::size_t{count} * FilesAhead) {
-        for (unsigned i = 0; i < count; ++i) {
-            threads.emplace_back([this] { Work(); });
-        }
-    }
-    ReadAhead(const ReadAhead&) = delete;
-    ReadAhead& operator=(const ReadAhead&) = delete;
-    ~ReadAhead() {
-        {
-            const std::lock_guard lock(mutex);
-            isOver = true;
-        }
-        changed.notify_all();
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-    }
-
-    /** Of the next file; to be asked for as often as there are files. */
-    Outcome Take() {
-        std::unique_lock lock(mutex);
-        changed.wait(lock, [this] { return done.contains(taken); });
-        Outcome outcome = std::move(done.at(taken));
-        done.erase(taken++);
-        lock.unlock();
-        changed.notify_all();
-        return outcome;
-    }
-
-private:
-    static constexpr std::size_t FilesAhead = 4;
-
-    void Work() {
-        for (;;) {
-            std::unique_lock lock(mutex);
-            changed.wait(lock, [this] { return isOver || next == files.size() || next < taken + window; });
-            if (isOver || next == files.size()) {
-                return;
-            }
-            const std::size_t file = next++;
-            lock.unlock();
-            Outcome outcome = read(files[file]);
-            lock.lock();
-            done.emplace(file, std::move(outcome));
-            lock.unlock();
-            changed.notify_all();
-        }
-    }
-
-    const std::vector<std::string>& files;
-    std::function<Outcome(const std::string&)> read;
-    std::size_t window;
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::map<std::size_t, Outcome> done;
-    std::size_t next = 0;
-    std::size_t taken = 0;
-    bool isOver = false;
-    std::vector<std::thread> threads;
+/** What became of a file. Of this source alone, so that the threads' work with it isn't exported either. */
+struct Outcome : std::variant<Table, Error> {
+    using variant::variant;
 };
 
 Error WithFile(const std::string& file, ErrorCode code, const std::string& text) {
@@ -173,12 +103,6 @@ private:
         return true;
     }
 
-    unsigned WorkerCount() const {
-        const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
-        const unsigned wanted = options.workers == 0 ? cores : options.workers;
-        return static_cast<unsigned>(std::min<std::size_t>(wanted, std::max<std::size_t>(files.size(), 1)));
-    }
-
     Outcome ReadFile(const std::string& file) const {
         try {
             return Selection({file}, options.read, formats, UnknownOptions::AreDropped)
@@ -190,9 +114,10 @@ private:
         }
     }
 
-    std::unique_ptr<ReadAhead> StartReading() const {
-        return std::make_unique<ReadAhead>(files, WorkerCount(),
-                                           [this](const std::string& file) { return ReadFile(file); });
+    std::unique_ptr<OrderedWork<Outcome>> StartReading() const {
+        return std::make_unique<OrderedWork<Outcome>>(
+            files.size(), ChooseThreadCount(options.workers, files.size()),
+            [this](std::size_t file) { return ReadFile(files[file]); });
     }
 
     void Begin() {
@@ -337,7 +262,7 @@ private:
     std::vector<double> points;
     std::shared_ptr<FormatCatalogue> formats;
     bool hasBegun = false;
-    std::unique_ptr<ReadAhead> ahead;
+    std::unique_ptr<OrderedWork<Outcome>> ahead;
     std::size_t place = 0;
     ScanSchema start;  // of the first batch: what is known before
     std::optional<ScanSchema> schema;

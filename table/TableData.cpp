@@ -480,6 +480,10 @@ std::string TableData::GetString(int col, int row) {
     if (const char* source = GetSource(col, row)) {
         return source;
     }
+    return GetValueText(col, row);
+}
+
+std::string TableData::GetValueText(int col, int row) {
     switch (GetKind(col, row)) {
         case Text:
         case Error:

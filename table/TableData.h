@@ -71,6 +71,8 @@ public:
     /** The characters of the file where they are known; else numbers in the shortest form that reads back
      * the same, dates by ISO 8601, truth values as TRUE and FALSE. */
     std::string GetString(int col, int row) override;
+    /** The same of the value, whatever characters the file had. */
+    std::string GetValueText(int col, int row);
     /**
      * The numeric block begins behind the last column and row of leading identifiers, where a row or
      * column of identifiers has no number in it; false when the table holds no number at all.

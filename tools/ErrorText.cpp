@@ -21,9 +21,12 @@ std::string AdviceOn(const karta::Error& error) {
             if (error.GetOption() == "matrix") {
                 return "karta-import info lists what the file holds";
             }
-            return error.GetAdvice().starts_with("its parts are ") || error.GetAdvice().empty()
-                       ? "karta-import info lists them"
-                       : error.GetAdvice();
+            // All of them stand in the list of info; the one that was meant is told at once.
+            if (const std::size_t list = error.GetAdvice().find("its parts are ");
+                list != std::string::npos) {
+                return error.GetAdvice().substr(0, list) + "karta-import info lists them";
+            }
+            return error.GetAdvice().empty() ? "karta-import info lists them" : error.GetAdvice();
         case ErrorCode::LimitExceeded:
             return error.GetAdvice().empty() ? std::string() : "--limit allows more";
         default:
@@ -69,6 +72,9 @@ Failure FailureOf(const karta::Error& error) {
     if (advice.starts_with(ChooseSomeBlocks)) {
         text += ": choose blocks with --blocks";
         advice.erase(0, std::string_view(ChooseSomeBlocks).size() + 2);
+    }
+    if (!advice.empty() && text.ends_with('.')) {
+        text.pop_back();
     }
     return Failure(advice.empty() ? text : text + "; " + advice,
                    IsWrongUsage(error.GetCode()) ? ExitUsage : ExitFailed);

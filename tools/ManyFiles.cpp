@@ -1,32 +1,34 @@
 #include "tools/ManyFiles.h"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
+#include <new>
+#include <numeric>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string>
-#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "base/Note.h"
-#include "base/OutputFile.h"
-#include "base/PathNames.h"
+#include "base/Stopped.h"
 #include "host/NvString.h"
 #include "karta/Scan.h"
+#include "karta/internal/OrderedWork.h"
+#include "tools/ConversionOutput.h"
+#include "tools/ConversionTarget.h"
 #include "tools/ErrorText.h"
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
 #include "tools/Progress.h"
-#include "tools/TableSource.h"
+#include "tools/StackedTable.h"
+#include "tools/TableRead.h"
+#include "tools/TableWriter.h"
 
 namespace {
 
-constexpr const char* StandardOutput = "-";
 // A grid of more points was meant otherwise.
 constexpr double MostGridPoints = 1e6;
 
@@ -39,122 +41,6 @@ void SayFailures(const std::vector<std::string>& failures, std::size_t count) {
               << " could not be read:\n";
     for (const std::string& text : failures) {
         std::cerr << "karta-import: " << text << '\n';
-    }
-}
-
-/** Where a stack of tables goes; a terminal gets no control characters, though a file would. */
-class StackOutput {
-public:
-    explicit StackOutput(const std::string& outputName) : name(outputName) {
-        if (name != StandardOutput) {
-            file.emplace(name);
-        } else if (isatty(STDOUT_FILENO) == 0) {
-            file.emplace(STDOUT_FILENO);
-        }
-    }
-
-    void Write(std::string_view bytes) {
-        if (file) {
-            file->Write(bytes);
-        } else {
-            std::cout << bytes;
-        }
-    }
-
-    void Commit() {
-        // A reader of standard output that has gone away has had enough.
-        if (file && !file->Commit() && !(name == StandardOutput && file->GetError() == EPIPE)) {
-            throw Failure(name + ": could not be written: " + std::strerror(file->GetError()));
-        }
-    }
-
-private:
-    const std::string& name;
-    std::optional<OutputFile> file;
-};
-
-/** Rows of separated text. */
-class Separated {
-public:
-    Separated(char fieldSeparator, bool wantsSafeTexts, StackOutput& target)
-        : separator(fieldSeparator), makesSafe(wantsSafeTexts), output(target) {}
-
-    void AddText(std::string_view text) {
-        if (makesSafe) {
-            Add(SafeCell(std::string(text)));
-        } else {
-            Add(text);
-        }
-    }
-    void Add(std::string_view field) {
-        if (begun) {
-            line += separator;
-        }
-        begun = true;
-        if (field.find_first_of(std::string{separator, '"', '\n', '\r'}) == std::string_view::npos) {
-            line += field;
-            return;
-        }
-        line += '"';
-        for (const char c : field) {
-            line.append(c == '"' ? 2 : 1, c);
-        }
-        line += '"';
-    }
-    void EndRow() {
-        line += '\n';
-        output.Write(line);
-        line.clear();
-        begun = false;
-    }
-
-private:
-    char separator;
-    bool makesSafe;
-    StackOutput& output;
-    std::string line;
-    bool begun = false;
-};
-
-/** Goes over the columns of a table in the file's order, the block's points among them. */
-template <class OfColumn, class OfPoint>
-void GoThrough(const karta::Table& table, const OfColumn& ofColumn, const OfPoint& ofPoint) {
-    const std::size_t blockPlace =
-        table.GetBlock() == nullptr ? table.GetColumnCount() : table.GetBlockPlace();
-    for (std::size_t i = 0; i < blockPlace; ++i) {
-        ofColumn(table.GetColumn(i));
-    }
-    if (const karta::Block* block = table.GetBlock()) {
-        for (std::int64_t point = 0; point < block->GetPointCount(); ++point) {
-            ofPoint(*block, point);
-        }
-    }
-    for (std::size_t i = blockPlace; i < table.GetColumnCount(); ++i) {
-        ofColumn(table.GetColumn(i));
-    }
-}
-
-void WriteNames(const karta::Table& table, Separated& writer) {
-    GoThrough(
-        table, [&](const karta::Column& column) { writer.AddText(column.GetName()); },
-        [&](const karta::Block& block, std::int64_t point) { writer.AddText(block.GetPointName(point)); });
-    writer.EndRow();
-}
-
-void WriteRows(const karta::Table& table, Separated& writer) {
-    for (std::int64_t row = 0; row < table.GetRowCount(); ++row) {
-        Interrupt::ThrowIfRequested();
-        GoThrough(
-            table,
-            [&](const karta::Column& column) {
-                if (column.GetType() == karta::ColumnType::Text) {
-                    writer.AddText(column.ToText(row));
-                } else {
-                    writer.Add(column.ToText(row));
-                }
-            },
-            [&](const karta::Block& block, std::int64_t point) { writer.Add(block.ToText(row, point)); });
-        writer.EndRow();
     }
 }
 
@@ -196,69 +82,95 @@ karta::Grid GridOf(const std::string& text) {
     return PointsOf(text);
 }
 
-karta::Interval IntervalOf(const std::string& text) {
-    const std::size_t colon = text.find(':');
-    karta::Interval interval;
-    if (colon == std::string::npos || !NvString::ToDouble(text.substr(0, colon), interval.from) ||
-        !NvString::ToDouble(text.substr(colon + 1), interval.to)) {
-        throw Failure("--include takes an interval like 1100:1800, not '" + text + "'", ExitUsage);
-    }
-    return interval;
-}
-
-// What else there is to choose is of one file and its parts.
-void CheckChoices(const ReadRequest& request) {
-    if (request.throughDriver || !request.want.empty() || !request.optionsFile.empty() ||
-        !request.saveOptionsFile.empty() || !request.settings.empty() || !request.sheets.empty() ||
-        !request.blocks.empty() || !request.matrix.empty() || request.noXRow) {
-        throw Failure(
-            "--stack goes with --part, --include, --average, and the dialect of a text, not with other "
-            "choices of what is read",
-            ExitUsage);
-    }
-}
-
+// What Scan asks of each file.
 karta::ReadOptions OptionsOf(const ReadRequest& request) {
-    CheckChoices(request);
-    karta::ReadOptions options;
-    options.format = request.format;
-    options.part = request.part.empty() ? karta::PartName(0) : karta::PartName(request.part);
-    options.delimiter = request.delimiter;
-    options.mergeDelimiters = request.mergeDelimiters;
-    options.encoding = request.encoding;
-    options.header = request.header;
-    options.decimal = request.decimal;
-    options.textColumns = request.textColumns;
-    options.types = !request.noTypes;
-    options.dateOrder = request.dateOrder;
-    options.rowNames = request.rowNames;
-    options.columnNames = request.columnNames;
-    options.sideBySide = request.sideBySide;
-    options.average = request.average;
-    options.password = request.password;
-    options.budget = request.limit;
-    options.reading = request.reading;
-    options.stop = Interrupt::GetStopToken();
-    for (const std::string& text : request.includes) {
-        options.include.push_back(IntervalOf(text));
+    if (!request.optionsFile.empty() || !request.saveOptionsFile.empty()) {
+        throw Failure("--stack can't go with --options or --save-options, which are of one file", ExitUsage);
     }
+    karta::ReadOptions options = karta::MakeReadOptions(request);
+    options.stop = Interrupt::GetStopToken();
     if (!request.plugins.empty()) {
         options.plugins = {request.plugins};
     }
     return options;
 }
 
-char SeparatorOf(const ConvertRequest& wanted) {
-    const std::string name =
-        ToLowerCase(wanted.target.empty() ? NvGetFileExtension(wanted.output) : wanted.target);
-    if (name == "tsv") {
-        return '\t';
-    }
-    if (name != "csv" && !(wanted.target.empty() && wanted.output == StandardOutput)) {
-        throw Failure("--stack writes csv or tsv, not '" + name + "'", ExitUsage);
-    }
-    return ',';
+// With what lets the others be read all the same.
+Failure WithAdvice(const Failure& failure, std::size_t count) {
+    return failure.GetStatus() != ExitFailed || count < 2
+               ? failure
+               : Failure(std::string(failure.what()) + "; --skip-bad goes on without it",
+                         failure.GetStatus());
 }
+
+/** Writes batches of stacked files: row by row, or all at the end where a format wants them together. */
+class StackWriter {
+public:
+    StackWriter(const FormatCatalogue& catalogue, const ConvertRequest& request)
+        : formats(catalogue), wanted(request), target(ConversionTarget::Choose(formats, wanted)) {
+        if (target.form) {
+            output.emplace(wanted.output);
+            writer.emplace(FormRequest{*target.form, wanted.safeCells, wanted.objects, nullptr},
+                           output->GetFile());
+        }
+    }
+
+    bool IsEmpty() const { return isEmpty; }
+
+    void Add(const karta::Table& batch) {
+        int firstRow = grid.GetNumberOfRows() + 1;
+        if (isEmpty) {
+            StackedTable::PutNames(batch, grid, firstRow++);
+        }
+        StackedTable::PutRows(batch, grid, firstRow);
+        if (writer) {
+            writer->Write(grid, AllRows());
+            grid.Clear();
+        }
+        isEmpty = false;
+    }
+
+    void Finish(bool isQuiet) {
+        if (output) {
+            output->Commit();
+            return;
+        }
+        const std::size_t count =
+            WriteWithFormat(formats, target.format, {grid, AllRows(), 1, nullptr}, wanted);
+        if (count > 0 && !isQuiet) {
+            std::cerr << "karta-import: " << wanted.output << ": note: " << TellUnwritable(count) << '\n';
+        }
+    }
+
+private:
+    const std::vector<int>& AllRows() {
+        rows.resize(static_cast<std::size_t>(grid.GetNumberOfRows()));
+        std::iota(rows.begin(), rows.end(), 1);
+        return rows;
+    }
+
+    const FormatCatalogue& formats;
+    const ConvertRequest& wanted;
+    ConversionTarget target;
+    std::optional<ConversionOutput> output;
+    std::optional<TableWriter> writer;
+    TableData grid;
+    std::vector<int> rows;
+    bool isEmpty = true;
+};
+
+/** What became of one of the files that are converted by themselves. */
+struct EachOutcome {
+    std::string messages;
+    std::optional<Failure> failure;
+};
+
+/** A file and where its table goes. */
+struct EachJob {
+    std::string path;
+    std::string output;
+    bool isTaken = false;  // another file's table goes there too
+};
 
 std::string FolderFor(const std::string& output) {
     std::error_code error;
@@ -269,77 +181,123 @@ std::string FolderFor(const std::string& output) {
     return output;
 }
 
+std::vector<EachJob> JobsOf(const std::vector<ListedFile>& files, const ConvertRequest& wanted) {
+    const std::filesystem::path folder = FolderFor(wanted.output);
+    const std::string form = wanted.target.empty() ? "csv" : wanted.target;
+    std::vector<EachJob> jobs;
+    std::set<std::string> taken;
+    for (const ListedFile& file : files) {
+        const std::string output = (folder / (file.relative + "." + form)).string();
+        jobs.push_back({file.path, output, !taken.insert(output).second});
+    }
+    return jobs;
+}
+
+void ConvertOne(const ReadRequest& request, const ConvertRequest& wanted, const EachJob& job) {
+    if (job.isTaken) {
+        throw Failure(job.path + ": another file of this name goes to " + job.output);
+    }
+    ConvertRequest one = wanted;
+    one.output = job.output;
+    ReadRequest read = request;
+    read.files = {job.path};
+    std::error_code error;
+    std::filesystem::create_directories(std::filesystem::path(one.output).parent_path(), error);
+    RunConvert(read, one);
+}
+
+// In a thread of its own: whatever goes wrong is told by the one who asked for it.
+EachOutcome TryOne(const ReadRequest& request, const ConvertRequest& wanted, const EachJob& job) {
+    EachOutcome outcome;
+    std::ostringstream messages;
+    try {
+        Interrupt::ThrowIfRequested();
+        ReadRequest read = request;
+        read.messages = &messages;
+        ConvertOne(read, wanted, job);
+    } catch (const Failure& failure) {
+        outcome.failure = failure;
+    } catch (const std::bad_alloc&) {
+        outcome.failure = Failure(job.path + ": " + NotEnoughMemory);
+    } catch (const karta::Stopped&) {
+        outcome.failure = Interrupt::GetFailure();
+    } catch (const karta::Error& error) {
+        outcome.failure = FailureOf(error);
+    } catch (const std::exception& exception) {
+        outcome.failure = Failure(job.path + ": " + exception.what());
+    }
+    outcome.messages = messages.str();
+    return outcome;
+}
+
 }  // namespace
 
 int ConvertEach(const ReadRequest& request, const ConvertRequest& wanted,
                 const std::vector<ListedFile>& files) {
-    const std::filesystem::path folder = FolderFor(wanted.output);
-    const std::string form = wanted.target.empty() ? "csv" : wanted.target;
-    std::set<std::string> taken;
+    const std::vector<EachJob> jobs = JobsOf(files, wanted);
+    ReadRequest read = request;
+    read.drawsProgress = false;
+    Progress progress(!request.quiet);
     std::vector<std::string> failures;
-    for (const ListedFile& file : files) {
-        Interrupt::ThrowIfRequested();
-        ConvertRequest one = wanted;
-        one.output = (folder / (file.relative + "." + form)).string();
-        ReadRequest read = request;
-        read.files = {file.path};
-        try {
-            if (!taken.insert(one.output).second) {
-                throw Failure(file.path + ": another file of this name goes to " + one.output);
-            }
-            std::error_code error;
-            std::filesystem::create_directories(std::filesystem::path(one.output).parent_path(), error);
-            RunConvert(read, one);
-        } catch (const Failure& failure) {
-            if (!wanted.skipBad || failure.GetStatus() != ExitFailed) {
-                throw;
-            }
-            failures.emplace_back(failure.what());
+    karta::OrderedWork<EachOutcome> work(jobs.size(), karta::ChooseThreadCount(wanted.workers, jobs.size()),
+                                         [&](std::size_t i) { return TryOne(read, wanted, jobs[i]); });
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        const EachOutcome outcome = work.Take();
+        if (!outcome.messages.empty()) {
+            progress.Wipe();
+            std::cerr << outcome.messages;
         }
+        if (outcome.failure) {
+            if (!wanted.skipBad || outcome.failure->GetStatus() != ExitFailed) {
+                throw WithAdvice(*outcome.failure, jobs.size());
+            }
+            failures.emplace_back(outcome.failure->what());
+        }
+        progress.ShowFiles(i + 1, jobs.size());
     }
+    progress.Wipe();
     SayFailures(failures, files.size());
     return failures.empty() ? ExitSuccess : ExitFailed;
 }
 
 int ConvertStacked(const ReadRequest& request, const ConvertRequest& wanted,
                    const std::vector<ListedFile>& files) {
-    const char separator = SeparatorOf(wanted);
-    if (wanted.objects) {
-        throw Failure("--objects is for JSON lines (--to jsonl), which --stack doesn't write", ExitUsage);
-    }
+    const auto formats = LoadFormats(request);
     Progress progress(!request.quiet);
     karta::ScanOptions options;
-    options.grid = InProgramsWords([&] { return GridOf(wanted.grid); });
+    options.grid = GridOf(wanted.grid);
+    // On one axis spectra of any format go together, whatever else their files tell.
+    options.columns = wanted.grid.empty() ? karta::ScanColumns::Same : karta::ScanColumns::Union;
     options.onError = wanted.skipBad ? karta::OnError::Collect : karta::OnError::Raise;
     options.workers = wanted.workers;
-    options.read = OptionsOf(request);
-    options.read.progress = [&](double share) { progress.ShowShare(share); };
+    options.read = InProgramsWords([&] { return OptionsOf(request); });
+    options.read.progress = [&](double share) {
+        progress.ShowFiles(static_cast<std::size_t>(std::lround(share * static_cast<double>(files.size()))),
+                           files.size());
+    };
     std::vector<std::string> paths;
     for (const ListedFile& file : files) {
         paths.push_back(file.path);
     }
-    StackOutput output(wanted.output);
+    StackWriter writer(*formats, wanted);
     std::vector<std::string> failures;
-    InProgramsWords([&] {
+    try {
         karta::Scan scan(std::move(paths), std::move(options));
-        Separated writer(separator, wanted.safeCells, output);
-        bool isFirst = true;
         for (const karta::Table& batch : scan) {
-            if (isFirst) {
-                WriteNames(batch, writer);
-            }
-            isFirst = false;
-            WriteRows(batch, writer);
+            writer.Add(batch);
         }
         for (const karta::Error& error : scan.Errors()) {
             failures.emplace_back(FailureOf(error).what());
         }
-        if (isFirst) {
-            SayFailures(failures, files.size());
-            throw Failure("none of the files could be read");
-        }
-    });
-    output.Commit();
+    } catch (const karta::Error& error) {
+        throw WithAdvice(FailureOf(error), files.size());
+    }
+    progress.Wipe();
+    if (writer.IsEmpty()) {
+        SayFailures(failures, files.size());
+        throw Failure("none of the files could be read");
+    }
+    writer.Finish(request.quiet);
     SayFailures(failures, files.size());
     return failures.empty() ? ExitSuccess : ExitFailed;
 }

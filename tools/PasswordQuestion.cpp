@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <iostream>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -47,12 +48,15 @@ private:
     bool changed = false;
 };
 
-// How often it was asked for during one opening.
-int questions = 0;
+// One person is asked by one reader after the other.
+std::mutex oneAtATime;
+
+// How often it was asked for during one opening, in the thread of the reader.
+thread_local int questions = 0;
 
 // What was typed last for which file: right, unless it is asked for once more.
-std::optional<std::string> lastAnswer;
-std::string lastFile;
+thread_local std::optional<std::string> lastAnswer;
+thread_local std::string lastFile;
 
 // False at the end of the input.
 bool AskPassword(const std::string& fileName, std::string& text) {
@@ -70,6 +74,7 @@ bool AskPassword(const std::string& fileName, std::string& text) {
 }  // namespace
 
 std::optional<std::string> AskForPassword(const std::string& fileName, int attempt) {
+    const std::scoped_lock lock(oneAtATime);
     if (attempt == 0) {
         questions = 0;
         if (lastAnswer && lastFile == fileName) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <optional>
 #include <string>
 
@@ -16,6 +17,8 @@ struct ReadRequest : karta::ReadWishes {
     bool quiet = false;
     bool verbose = false;
     std::optional<karta::Reading> givenReading;  // by --complete or --classic
+    bool drawsProgress = true;                   // false: who reads many files draws that of all of them
+    std::ostream* messages = nullptr;            // for notes and warnings; null: standard error
     std::string standardInput;                   // the file that it is kept in; empty where it isn't read
 
     /** A file as people know it. */

@@ -5,6 +5,7 @@
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <optional>
 #include <utility>
@@ -86,13 +87,17 @@ void ReadByReader(const ReadRequest& request, const ChosenFormat& chosen, Option
     }
 }
 
+std::ostream& MessagesOf(const ReadRequest& request) {
+    return request.messages == nullptr ? std::cerr : *request.messages;
+}
+
 void ShowVerbosely(const ReadRequest& request, const ChosenFormat& chosen) {
     if (request.verbose) {
-        std::cerr << "karta-import: " << request.NameOf(request.files.front()) << ": read as "
-                  << chosen.GetName() << " (" << chosen.reason << "), "
-                  << (request.IsComplete() ? "completely" : "classically")
-                  << (request.throughDriver ? ", through the driver" : "") << ", by "
-                  << chosen.formats->GetModulePath(chosen.format) << '\n';
+        MessagesOf(request) << "karta-import: " << request.NameOf(request.files.front()) << ": read as "
+                            << chosen.GetName() << " (" << chosen.reason << "), "
+                            << (request.IsComplete() ? "completely" : "classically")
+                            << (request.throughDriver ? ", through the driver" : "") << ", by "
+                            << chosen.formats->GetModulePath(chosen.format) << '\n';
     }
 }
 
@@ -211,13 +216,14 @@ void ShowReport(const ReadRequest& request, const ReadReport& report) {
         return;
     }
     std::cout.flush();
+    std::ostream& messages = MessagesOf(request);
     const std::string file = request.NameOf(request.files.front());
     if (!report.warning.empty()) {
-        std::cerr << "karta-import: " << file << ": warning: " << report.warning << '\n';
+        messages << "karta-import: " << file << ": warning: " << report.warning << '\n';
     }
     for (const karta::Note& note : report.notes) {
         // One line a note: a line feed in a sheet's name must not begin what looks like a message of ours.
-        std::cerr << "karta-import: " << file << ": note: " << VisibleText(note.text) << '\n';
+        messages << "karta-import: " << file << ": note: " << VisibleText(note.text) << '\n';
     }
 }
 
@@ -227,6 +233,8 @@ void AnswerQuestions(const ReadRequest& request) {
         Question::SetHandler([yes](const std::string&) { return yes; });
     } else if (isatty(STDIN_FILENO) != 0) {
         Question::SetHandler([](const std::string& text) {
+            static std::mutex oneAtATime;
+            const std::scoped_lock lock(oneAtATime);
             std::cerr << text << " [Y/n] " << std::flush;
             std::string answer;
             std::getline(std::cin, answer);
@@ -236,7 +244,7 @@ void AnswerQuestions(const ReadRequest& request) {
 }
 
 PersonsControl::PersonsControl(const ReadRequest& request, int rowsOfHead)
-    : progress(!request.quiet),
+    : progress(!request.quiet && request.drawsProgress),
       control(InProgramsWords([&] { return RowFilter(request.want); }),
               {Interrupt::GetStopToken(), [this](int row, int rows) { progress.Show(row, rows); },
                [this](double share) { progress.ShowShare(share); }},

@@ -55,6 +55,9 @@ bool WantedRows::GetDataOrigin(int* firstDataCol, int* firstDataRow) {
 
 std::optional<double> NumericRows::NumberAt(int col, int row) const {
     const int tableRow = At(row);
+    if (tableRow <= heads) {
+        return std::nullopt;
+    }
     TableData& table = GetTable();
     switch (table.GetKind(col, tableRow)) {
         case TableData::Missing:

@@ -41,7 +41,9 @@ private:
  */
 class NumericRows : public WantedRows {
 public:
-    using WantedRows::WantedRows;
+    /** `headRows`: so many rows of the table name columns, whatever their texts look like. */
+    NumericRows(TableData& source, const std::vector<int>& wanted, bool safeCells, int headRows = 0)
+        : WantedRows(source, wanted, safeCells), heads(headRows) {}
 
     double GetFloatValue(int col, int row) override;
     bool GetDataOrigin(int* firstDataCol, int* firstDataRow) override;
@@ -54,6 +56,7 @@ public:
 private:
     std::optional<double> NumberAt(int col, int row) const;
 
+    int heads;
     std::optional<std::pair<int, int>> origin;  // column and row; (0, 0): no number at all
 };
 

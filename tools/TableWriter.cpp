@@ -50,7 +50,7 @@ public:
             case TableData::Missing:
                 return {};
             default:
-                storage = table.GetString(col, row);
+                storage = table.GetValueText(col, row);
                 return storage;
         }
     }

@@ -365,20 +365,34 @@ void SayCost(std::chrono::steady_clock::time_point begin) {
               << FormatG(static_cast<double>(usage.ru_maxrss) / 1024.0, 3) << " MB of memory\n";
 }
 
+// What an earlier run has put into the folder for the tables is none of the files, though it lies among them.
+void LeaveOut(const std::string& folder, std::vector<ListedFile>& files) {
+    std::error_code unknown;
+    const std::filesystem::path output = std::filesystem::weakly_canonical(folder, unknown);
+    std::erase_if(files, [&](const ListedFile& file) {
+        const auto inside = std::filesystem::weakly_canonical(file.path, unknown).lexically_relative(output);
+        return !inside.empty() && *inside.begin() != "..";
+    });
+    if (files.empty()) {
+        throw Failure(folder + ": all files that are named lie in the folder for their tables", ExitUsage);
+    }
+}
+
 // The files of folders and patterns. The folder for their tables is made while folders can be made.
 std::vector<ListedFile> ListMany(CommandLine& line) {
     CheckOutputIsNamed(line);
     std::vector<ListedFile> files = ListFiles(line.request.files);
+    if (line.convert.each) {
+        std::error_code error;
+        std::filesystem::create_directories(line.convert.output, error);
+        LeaveOut(line.convert.output, files);
+        line.convert.output += line.convert.output.ends_with('/') ? "" : "/";
+    }
     std::set<std::string> folders;
     for (const ListedFile& file : files) {
         folders.insert(FolderOf(file.path));
     }
     line.foldersOfMany.assign(folders.begin(), folders.end());
-    if (line.convert.each) {
-        std::error_code error;
-        std::filesystem::create_directories(line.convert.output, error);
-        line.convert.output += line.convert.output.ends_with('/') ? "" : "/";
-    }
     return files;
 }
 
@@ -514,7 +528,9 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
         ->type_name("GRID");
     convert->add_flag("--skip-bad", line.convert.skipBad,
                       "go on behind a file that can't be read, and say so at the end");
-    convert->add_option("-j,--jobs", line.convert.workers, "with --stack: how many files are read at once")
+    convert
+        ->add_option("-j,--jobs", line.convert.workers,
+                     "how many files are read at once (as many as there are cores)")
         ->type_name("N");
     AddReading(convert, line);
     convert->footer(
@@ -594,6 +610,10 @@ std::string HintOnVerb(const CLI::App& app, const std::string& word) {
         return "'" + word + "' is a file and no verb; to look at it: karta-import show " + word;
     }
     const std::string meant = FindSuggestion(word, VerbsOf(app));
+    if (meant.empty() && word.find_first_of("./") != std::string::npos) {
+        return "there is no file '" + word +
+               "', and no verb of this name; karta-import --help lists the verbs";
+    }
     return "there is no verb '" + word + "'; " + (meant.empty() ? "" : "did you mean " + meant + "? ") +
            "karta-import --help lists them";
 }

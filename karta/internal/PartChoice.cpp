@@ -7,6 +7,7 @@
 
 #include "base/Note.h"
 #include "base/PathNames.h"
+#include "base/Suggestion.h"
 #include "base/Unicode.h"
 #include "host/NvString.h"
 #include "karta/Error.h"
@@ -40,9 +41,14 @@ const FileContents::Part* FindByName(const Parts& parts, std::string_view wanted
 }
 
 // What could have been meant; a file may hold thousands.
-std::string Offered(const Parts& parts) {
+std::string Offered(const Parts& parts, std::string_view wanted) {
     constexpr std::size_t MostNames = 5;
-    std::string text;
+    std::vector<std::string> names;
+    for (const FileContents::Part& part : parts) {
+        names.push_back(AsUtf8(part.name));
+    }
+    const std::string meant = FindSuggestion(wanted, names);
+    std::string text = meant.empty() ? "" : "did you mean '" + meant + "'? ";
     for (std::size_t i = 0; i < std::min(parts.size(), MostNames); ++i) {
         text +=
             (i == 0 ? "its parts are " : ", ") + std::to_string(i + 1) + " '" + AsUtf8(parts[i].name) + "'";
@@ -92,7 +98,7 @@ PartChoice::PartChoice(const Parts& parts, const std::string& wanted, const char
                                 .option = option,
                                 .text = "there is no '" + std::string(item) + "' in the file, which has " +
                                         karta::CountOf(parts.size(), "part"),
-                                .advice = Offered(parts)});
+                                .advice = Offered(parts, item)});
         }
     }
 }

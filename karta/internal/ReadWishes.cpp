@@ -1,6 +1,7 @@
 #include "karta/internal/ReadWishes.h"
 
 #include "base/NumberFormat.h"
+#include "host/NvString.h"
 #include "karta/Error.h"
 
 namespace karta {
@@ -19,6 +20,26 @@ std::string PartOf(const PartName& part) {
                              std::to_string(place)});
     }
     return place == 0 ? std::string() : std::to_string(place);
+}
+
+Interval IntervalOf(const std::string& text) {
+    const std::size_t colon = text.find(':');
+    Interval interval;
+    if (colon == std::string::npos || !NvString::ToDouble(text.substr(0, colon), interval.from) ||
+        !NvString::ToDouble(text.substr(colon + 1), interval.to)) {
+        throw Error({.code = ErrorCode::BadOption,
+                     .option = "include",
+                     .text = "takes an interval like 1100:1800, not '" + text + "'"});
+    }
+    return interval;
+}
+
+void RefuseWish(bool isWished, const char* option) {
+    if (isWished) {
+        throw Error({.code = ErrorCode::BadOption,
+                     .option = option,
+                     .text = "is of one file by itself and can't be asked of many as one table"});
+    }
 }
 
 }  // namespace
@@ -61,6 +82,47 @@ ReadWishes MakeWishes(const std::vector<std::string>& files, const ReadOptions& 
     wishes.stop = options.stop;
     wishes.reading = options.reading;
     return wishes;
+}
+
+ReadOptions MakeReadOptions(const ReadWishes& wishes) {
+    RefuseWish(!wishes.sheets.empty(), "sheets");
+    RefuseWish(!wishes.blocks.empty(), "blocks");
+    RefuseWish(!wishes.matrix.empty(), "matrix");
+    RefuseWish(!wishes.want.empty(), "rows");
+    RefuseWish(wishes.noXRow, "xRow");
+    RefuseWish(wishes.keptOptions.has_value(), "options");
+    RefuseWish(wishes.throughDriver, "throughDriver");
+    ReadOptions options;
+    options.format = wishes.format;
+    options.delimiter = wishes.delimiter;
+    options.mergeDelimiters = wishes.mergeDelimiters;
+    options.sideBySide = wishes.sideBySide;
+    if (!wishes.part.empty()) {
+        options.part = wishes.part;
+    }
+    for (const std::string& text : wishes.includes) {
+        options.include.push_back(IntervalOf(text));
+    }
+    options.average = wishes.average;
+    options.encoding = wishes.encoding;
+    options.decimal = wishes.decimal;
+    options.header = wishes.header;
+    options.textColumns = wishes.textColumns;
+    options.types = !wishes.noTypes;
+    options.dateOrder = wishes.dateOrder;
+    options.rowNames = wishes.rowNames;
+    options.columnNames = wishes.columnNames;
+    for (const std::string& text : wishes.settings) {
+        const std::size_t equals = text.find('=');
+        options.settings[text.substr(0, equals)] =
+            equals == std::string::npos ? std::string() : text.substr(equals + 1);
+    }
+    options.password = wishes.password;
+    options.budget = wishes.limit;
+    options.question = wishes.question;
+    options.stop = wishes.stop;
+    options.reading = wishes.reading;
+    return options;
 }
 
 }  // namespace karta

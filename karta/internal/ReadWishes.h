@@ -60,6 +60,12 @@ struct KARTA_EXPORT ReadWishes {
 };
 
 /** What ReadOptions ask of these files. Raises Error for what can't be meant. */
-ReadWishes MakeWishes(const std::vector<std::string>& files, const ReadOptions& options);
+KARTA_EXPORT ReadWishes MakeWishes(const std::vector<std::string>& files, const ReadOptions& options);
+
+/**
+ * The same back: what the wishes ask of any file. Raises Error (BadOption) for a wish that ReadOptions have
+ * no word for (sheets, blocks, matrix, noXRow, want, a record, the driver), and for an interval that is none.
+ */
+KARTA_EXPORT ReadOptions MakeReadOptions(const ReadWishes& wishes);
 
 }  // namespace karta

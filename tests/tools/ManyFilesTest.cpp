@@ -1,6 +1,7 @@
 // Folders and patterns: every file by itself, or all as one table.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 
@@ -136,10 +137,86 @@ TEST_F(ManyFilesTest, SpectraArePutOnAGrid) {
     EXPECT_EQ(Run("spectra --stack --grid 1:1e9:0.001 -o -").status, 2);
 }
 
+TEST_F(ManyFilesTest, SpectraOfSeveralFormatsBecomeOneMatrix) {
+    std::filesystem::create_directory(folder.Path("spectra"));
+    folder.Write("spectra/1.jdx", Spectrum(1100, 10, 45));
+    const std::string samples = KARTA_SOURCE_DIR "/samples/";
+    Shell("cp " + samples + "kinetics.spc " + samples + "flour.da " + samples + "flour.dat spectra/");
+    const std::string grid = "spectra --stack --quiet --grid 1100:1500:200 -o ";
+    const CommandOutcome csv = Run(grid + "-");
+    ASSERT_EQ(csv.status, 0) << csv.err;
+    EXPECT_EQ(std::count(csv.out.begin(), csv.out.end(), '\n'), 1 + 1 + 6 + 6 + 12);
+    EXPECT_TRUE(csv.out.starts_with("file,Primary ID,Name,Date,")) << csv.out;
+    EXPECT_TRUE(Contains(csv.out, ",1100,1300,1500\n")) << csv.out;
+    // The label that only one file has is missing in the others.
+    EXPECT_TRUE(Contains(csv.out, ",SampleName,")) << csv.out;
+    EXPECT_TRUE(Contains(csv.out, "spectra/1.jdx,2,s,")) << csv.out;
+
+    const CommandOutcome lines = Run(grid + "- --to jsonl --objects");
+    ASSERT_EQ(lines.status, 0) << lines.err;
+    EXPECT_TRUE(lines.out.starts_with("{\"file\":\"spectra/1.jdx\",\"Primary ID\":2,\"Name\":\"s\","))
+        << lines.out;
+    EXPECT_TRUE(Contains(lines.out, "\"1100\":11000,\"1300\":13000,\"1500\":15000}\n")) << lines.out;
+
+    ASSERT_EQ(Run(grid + "all.mat").status, 0);
+    const CommandOutcome matrix = Shell(ProgramPath() + " info all.mat");
+    EXPECT_TRUE(Contains(matrix.out, "25 rows")) << matrix.out;
+    EXPECT_TRUE(Contains(Shell(ProgramPath() + " convert --quiet all.mat -o -").out, ",15000\n"));
+}
+
+TEST_F(ManyFilesTest, WithoutAGridOtherLabelsAreToldWithWhatToDo) {
+    const std::string samples = KARTA_SOURCE_DIR "/samples/";
+    const CommandOutcome outcome = Run(samples + "flour.da " + samples + "flour.dat --stack -o -");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(Contains(outcome.err, "a grid takes the columns of all files")) << outcome.err;
+    EXPECT_TRUE(Contains(outcome.err, "--skip-bad goes on without it")) << outcome.err;
+}
+
+TEST_F(ManyFilesTest, MessagesStandInTheOrderOfTheFilesHoweverManyAreReadAtOnce) {
+    std::filesystem::create_directory(folder.Path("many"));
+    std::string expected;
+    for (int i = 10; i < 40; ++i) {
+        const std::string name = "many/" + std::to_string(i) + (i % 7 == 0 ? ".spc" : ".csv");
+        // Files of very different sizes, so that later ones are done before earlier ones.
+        std::string text = "name,value\n\xe9,1\n";
+        for (int row = 0; row < (i % 3 == 0 ? 20000 : 1); ++row) {
+            text += "x,1\n";
+        }
+        folder.Write(name, i % 7 == 0 ? "no spectrum" : text);
+        if (i % 7 != 0) {
+            expected +=
+                "karta-import: " + name +
+                ": note: the text isn't UTF-8 and was read as Windows-1252; --encoding names another\n";
+        }
+    }
+    std::string first;
+    for (const char* const jobs : {"1", "2", "8"}) {
+        const CommandOutcome outcome =
+            Run(std::string("many --each --skip-bad -o out") + jobs + " -j " + jobs);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_TRUE(outcome.err.starts_with(expected)) << outcome.err;
+        EXPECT_TRUE(Contains(outcome.err, "4 of 30 files could not be read:\nkarta-import: many/14.spc"))
+            << outcome.err;
+        first = first.empty() ? outcome.err : first;
+        EXPECT_EQ(outcome.err, first);
+        EXPECT_EQ(Shell(std::string("diff -r out1 out") + jobs).status, 0);
+    }
+    EXPECT_EQ(Shell("ls out8 | wc -l").out, "26\n");
+}
+
+TEST_F(ManyFilesTest, AnEarlierRunsTablesAreNotConvertedAgain) {
+    ASSERT_EQ(Run(". --each -o ./tables").status, 0);
+    const std::string before = Shell("find tables -type f | sort").out;
+    ASSERT_EQ(Run(". --each -o ./tables").status, 0);
+    EXPECT_EQ(Shell("find tables -type f | sort").out, before);
+    EXPECT_EQ(Run("tables --each -o tables").status, 2);
+}
+
 TEST_F(ManyFilesTest, WhatIsForManyFilesIsRefusedOfOne) {
     EXPECT_EQ(Run("data/a.csv --grid first -o -").status, 2);
     EXPECT_EQ(Run("data/a.csv --skip-bad -o -").status, 2);
     EXPECT_EQ(Run("data --stack --want 1 -o -").status, 2);
-    EXPECT_EQ(Run("data --stack -o all.mat").status, 2);
+    EXPECT_EQ(Run("data --stack -o all.parquet").status, 2);
+    EXPECT_EQ(Run("data --stack --no-x-row -o all.csv").status, 2);
     EXPECT_EQ(Run("data --each --stack -o all.csv").status, 2);
 }

@@ -330,6 +330,21 @@ TEST_F(ProgramOnTerminalTest, ProgressIsDrawnOnATerminalAndWipedOut) {
         Contains(RunOnTerminal("", "info --quiet a.txt", "ON_TERMINAL_PAUSE=1 ").out, "reading row"));
 }
 
+TEST_F(ProgramOnTerminalTest, ProgressOverFilesTellsTheTimeLeft) {
+    std::string table;
+    for (int row = 0; row < 20000; ++row) {
+        table += "some\ttext\tof\ta\trow\tthat\tis\tlong\n";
+    }
+    for (int i = 10; i < 90; ++i) {
+        folder.Write("t" + std::to_string(i) + ".txt", table);
+    }
+    const Outcome outcome = RunOnTerminal("", "convert 't*.txt' --each -o out", "ON_TERMINAL_PAUSE=2 ");
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_TRUE(Contains(outcome.out, " of 80 files, ")) << outcome.out;
+    EXPECT_TRUE(Contains(outcome.out, " left\x1b[K")) << outcome.out;
+    EXPECT_TRUE(outcome.out.ends_with("\r\x1b[K")) << outcome.out;
+}
+
 TEST_F(ProgramTest, InfoListsThePartsAsJson) {
     const std::string out = Run("info --json '" KARTA_SOURCE_DIR "/samples/excel2007.xlsx'").out;
     EXPECT_TRUE(Contains(out,
@@ -537,6 +552,15 @@ TEST_F(ProgramTest, HintsStandInPlaceOfRiddles) {
               "usage)\n");
     EXPECT_EQ(Run("shwo a.txt").err,
               "karta-import: there is no verb 'shwo'; did you mean show? karta-import --help lists them\n");
+    EXPECT_EQ(
+        Run("table.xlsx").err,
+        "karta-import: there is no file 'table.xlsx', and no verb of this name; karta-import --help lists "
+        "the verbs\n");
+    EXPECT_TRUE(
+        Contains(Run("convert '" KARTA_SOURCE_DIR "/samples/excel2007.xlsx' --sheets Sumary -o -").err,
+                 "there is no 'Sumary' in the file, which has 2 parts; did you mean 'Summary'? "
+                 "karta-import info lists them\n"));
+    EXPECT_TRUE(Contains(Run("convert a.txt -o a.parquet").err, "Parquet is written from Python"));
     EXPECT_TRUE(
         Contains(Run("convert a.txt b.csv").err, "did you mean: karta-import convert a.txt -o b.csv\n"));
     for (const char* arguments : {"show --rows -1 a.txt", "shwo a.txt", "convert a.txt b.csv"}) {
@@ -677,6 +701,27 @@ TEST_F(ProgramTest, JsonLinesAsObjects) {
     EXPECT_EQ(Run("convert --classic --objects a.txt --to jsonl --want 3 -o -").out,
               "{\"name\":\"second\",\"x\":\"d\",\"x (column 3)\":\"e\",\"column 4\":\"f\"}\n");
     EXPECT_EQ(Run("convert --objects a.txt -o -").status, 2);
+}
+
+TEST_F(ProgramTest, DatesInJsonLinesAreIsoWhateverTheFileWrote) {
+    folder.Write("a.csv", "day,at\n13/02/2025,2025-03-01 07:05:00\n14/02/2025,2025-03-02 07:05:00\n");
+    EXPECT_EQ(Run("convert a.csv --date-order DMY --to jsonl --objects -o -").out,
+              "{\"day\":\"2025-02-13\",\"at\":\"2025-03-01T07:05:00\"}\n"
+              "{\"day\":\"2025-02-14\",\"at\":\"2025-03-02T07:05:00\"}\n");
+    EXPECT_EQ(Run("convert a.csv -o -").out, Shell("cat a.csv").out);
+}
+
+TEST_F(ProgramTest, WhatIsNoNumberInANetCdfFileIsNullInJsonLines) {
+    const Outcome made = Shell(
+        "python3 -c 'import struct\n"
+        "data = bytearray(open(\"" KARTA_SOURCE_DIR
+        "/samples/chromatogram.cdf\", \"rb\").read())\n"
+        "at = data.index(struct.pack(\">fff\", 0.4, 0.402, 0.404))\n"
+        "data[at + 4:at + 8] = struct.pack(\">f\", float(\"nan\"))\n"
+        "open(\"a.cdf\", \"wb\").write(data)'");
+    ASSERT_EQ(made.status, 0) << made.err;
+    EXPECT_NE(Run("convert a.cdf --quiet --to jsonl -o -").out.find(",0.4,null,0.404,"), std::string::npos);
+    EXPECT_NE(Run("convert a.cdf --quiet -o -").out.find(",0.4,nan,0.404,"), std::string::npos);
 }
 
 TEST_F(ProgramTest, LimitIsASize) {

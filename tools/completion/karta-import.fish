@@ -141,7 +141,7 @@ complete -c karta-import -n '__fish_seen_subcommand_from convert' -l each -d 'ev
 complete -c karta-import -n '__fish_seen_subcommand_from convert' -l stack -d 'all files as one table, with a column that names them'
 complete -c karta-import -n '__fish_seen_subcommand_from convert' -l grid -x -a 'first common union' -d 'the axis of stacked spectra: first, common, union or A:B:STEP'
 complete -c karta-import -n '__fish_seen_subcommand_from convert' -l skip-bad -d 'go on behind a file that can\'t be read, and say so at the end'
-complete -c karta-import -n '__fish_seen_subcommand_from convert' -s j -l jobs -x -d 'with --stack: how many files are read at once'
+complete -c karta-import -n '__fish_seen_subcommand_from convert' -s j -l jobs -x -d 'how many files are read at once (as many as there are cores)'
 complete -c karta-import -n '__fish_seen_subcommand_from convert' -s h -l help -d 'this text'
 complete -c karta-import -n '__fish_seen_subcommand_from convert' -l version -d 'Display program version information and exit'
 complete -c karta-import -n '__fish_seen_subcommand_from convert' -l format -x -d 'the format by its name or short name; no detection'

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace karta {
+
+/**
+ * Does jobs in several threads and hands out their results in the order of the jobs. No more are done ahead
+ * than the threads can be kept busy with. A job must not raise anything.
+ */
+template <class Result>
+class OrderedWork {
+public:
+    OrderedWork(std::size_t jobCount, unsigned threadCount, std::function<Result(std::size_t)> work)
+        : jobs(jobCount), job(std::move(work)), window(std::size_t{threadCount} * JobsAhead) {
+        for (unsigned i = 0; i < threadCount; ++i) {
+            threads.emplace_back([this] { Work(); });
+        }
+    }
+    OrderedWork(const OrderedWork&) = delete;
+    OrderedWork& operator=(const OrderedWork&) = delete;
+    /** Waits for the jobs that have begun; no other one begins. */
+    ~OrderedWork() {
+        {
+            const std::lock_guard lock(mutex);
+            isOver = true;
+        }
+        changed.notify_all();
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+
+    /** Of the next job; to be asked for as often as there are jobs. */
+    Result Take() {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [this] { return done.contains(taken); });
+        Result result = std::move(done.at(taken));
+        done.erase(taken++);
+        lock.unlock();
+        changed.notify_all();
+        return result;
+    }
+
+private:
+    static constexpr std::size_t JobsAhead = 4;
+
+    void Work() {
+        for (;;) {
+            std::unique_lock lock(mutex);
+            changed.wait(lock, [this] { return isOver || next == jobs || next < taken + window; });
+            if (isOver || next == jobs) {
+                return;
+            }
+            const std::size_t number = next++;
+            lock.unlock();
+            Result result = job(number);
+            lock.lock();
+            done.emplace(number, std::move(result));
+            lock.unlock();
+            changed.notify_all();
+        }
+    }
+
+    std::size_t jobs;
+    std::function<Result(std::size_t)> job;
+    std::size_t window;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::map<std::size_t, Result> done;
+    std::size_t next = 0;
+    std::size_t taken = 0;
+    bool isOver = false;
+    std::vector<std::thread> threads;
+};
+
+/** How many threads do so many jobs: as many as are wanted, 0 for one a core, and none without a job. */
+inline unsigned ChooseThreadCount(unsigned wanted, std::size_t jobs) {
+    const unsigned cores = std::thread::hardware_concurrency();
+    const std::size_t most = jobs == 0 ? 1 : jobs;
+    const unsigned count = wanted != 0 ? wanted : cores == 0 ? 1 : cores;
+    return count < most ? count : static_cast<unsigned>(most);
+}
+
+}  // namespace karta
