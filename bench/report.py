@@ -204,14 +204,14 @@ def machine():
             f"{context.get('PRETTY_NAME', platform.system())}, g++ {compiler}, load of the last 15 minutes {load:.1f}.")
 
 
-def record(text):
+def record(text, begin=BEGIN, end=END):
     with open(readme, encoding="utf-8") as stream:
         page = stream.read()
-    pattern = re.escape(BEGIN) + ".*" + re.escape(END)
+    pattern = re.escape(begin) + ".*" + re.escape(end)
     if not re.search(pattern, page, flags=re.DOTALL):
         sys.exit("bench/README.md has no marker lines")
     with open(readme, "w", encoding="utf-8") as stream:
-        stream.write(re.sub(pattern, lambda match: f"{BEGIN}\n\n{text}\n\n{END}", page, flags=re.DOTALL))
+        stream.write(re.sub(pattern, lambda match: f"{begin}\n\n{text}\n\n{end}", page, flags=re.DOTALL))
 
 
 def main():

@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstring>
-#include <iterator>
 #include <map>
+#include <vector>
 
 #include "base/PathNames.h"
 
@@ -31,8 +32,22 @@ Registry& TheRegistry() {
 // Set once, by any thread that calls a flat function.
 std::atomic<bool> isRegistryClosed = false;
 
+// The registry's entries in its order, so that the look-ups by index of every read don't walk the map.
+std::vector<const Entry*>& TheOrder() {
+    static std::vector<const Entry*> order;
+    return order;
+}
+
+void KeepOrder() {
+    std::vector<const Entry*>& order = TheOrder();
+    order.clear();
+    for (const auto& item : TheRegistry()) {
+        order.push_back(&item.second);
+    }
+}
+
 const Entry& EntryAt(int index) {
-    return std::next(TheRegistry().begin(), std::max(index, 1) - 1)->second;
+    return *TheOrder()[static_cast<std::size_t>(std::max(index, 1) - 1)];
 }
 
 }  // namespace
@@ -57,10 +72,12 @@ SprFileFactory::SprFileFactory(const char* formatName, const char* readFilter, c
                                          extensions, canWrite,   canRead,     canReadMany,
                                          sinkFlag,   hostFlag,   {0, 0, 0}};
     registry.emplace(readFilter, Entry{info, this});
+    KeepOrder();
 }
 
 SprFileFactory::~SprFileFactory() {
     std::erase_if(TheRegistry(), [this](const auto& item) { return item.second.factory == this; });
+    KeepOrder();
 }
 
 void SprFileFactory::CloseRegistry() {

@@ -43,7 +43,8 @@ std::vector<std::string> ModulesIn(const std::string& folder) {
 }  // namespace
 
 void FormatCatalogue::InitFrom(const std::vector<std::string>& pluginFolders) {
-    ExtractFileTypes(OwnModule());
+    static const std::string ownModule = OwnModule();
+    ExtractFileTypes(ownModule);
     for (const std::string& folder : pluginFolders) {
         for (const std::string& path : ModulesIn(folder)) {
             ExtractFileTypes(path);
