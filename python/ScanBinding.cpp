@@ -3,13 +3,16 @@
 #include <nanobind/stl/string.h>
 #include <nanobind/stl/vector.h>
 
+#include <chrono>
+#include <future>
 #include <new>
+#include <stop_token>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "karta/Scan.h"
 #include "python/Failures.h"
-#include "python/Gil.h"
 #include "python/Paths.h"
 
 namespace nb = nanobind;
@@ -32,28 +35,61 @@ OnError OnErrorOf(const std::string& name) {
     return name == "skip" ? OnError::Skip : name == "collect" ? OnError::Collect : OnError::Raise;
 }
 
-Scan MakeScan(const std::vector<nb::bytes>& names, const ReadOptions& options, std::size_t batch,
-              const std::string& grid, std::vector<double> axis, const std::string& onError,
-              unsigned workers) {
-    ScanOptions wanted{.grid = GridOf(grid, std::move(axis)),
-                       .onError = OnErrorOf(onError),
-                       .batch = batch,
-                       .workers = workers,
-                       .read = options};
-    wanted.read.progress = ProgressOf(nb::none());
-    return Scan(PathsOf(names), std::move(wanted));
-}
+/** A scan, and what ends its reads. */
+class StoppableScan {
+public:
+    StoppableScan(std::vector<std::string> paths, ScanOptions options)
+        : scan(std::move(paths), WithStop(std::move(options))) {}
 
-nb::object NextTable(Scan& scan) {
-    Table* table = nullptr;
-    {
+    const std::vector<Error>& Errors() const { return scan.Errors(); }
+
+    /**
+     * For a thread with the interpreter's lock. Signals are heard by Python's main thread alone, which may be
+     * this one: it looks for them while another one waits for the files.
+     */
+    Table* Next() {
         const nb::gil_scoped_release unlocked;
-        table = scan.Next();
+        std::future<Table*> next = std::async(std::launch::async, [this] { return scan.Next(); });
+        while (next.wait_for(SignalInterval) != std::future_status::ready) {
+            const nb::gil_scoped_acquire lock;
+            if (PyErr_CheckSignals() != 0) {
+                const nb::python_error interrupted;
+                stop.request_stop();
+                const nb::gil_scoped_release waiting;
+                next.wait();
+                throw interrupted;
+            }
+        }
+        return next.get();
     }
-    return table == nullptr ? nb::object(nb::none()) : nb::cast(Table(*table));
+
+private:
+    static constexpr std::chrono::milliseconds SignalInterval{20};
+
+    ScanOptions WithStop(ScanOptions options) {
+        options.read.stop = stop.get_token();
+        return options;
+    }
+
+    std::stop_source stop;
+    Scan scan;
+};
+
+ScanOptions MakeOptions(const ReadOptions& options, std::size_t batch, const std::string& grid,
+                        std::vector<double> axis, const std::string& onError, unsigned workers) {
+    return {.grid = GridOf(grid, std::move(axis)),
+            .onError = OnErrorOf(onError),
+            .batch = batch,
+            .workers = workers,
+            .read = options};
 }
 
-nb::list ErrorsOf(const Scan& scan) {
+nb::object NextTable(StoppableScan& scan) {
+    Table* const table = scan.Next();
+    return table == nullptr ? nb::object(nb::none()) : nb::cast(Table(std::move(*table)));
+}
+
+nb::list ErrorsOf(const StoppableScan& scan) {
     nb::list made;
     for (const Error& error : scan.Errors()) {
         made.append(ExceptionOf(error));
@@ -64,12 +100,13 @@ nb::list ErrorsOf(const Scan& scan) {
 }  // namespace
 
 void BindScan(nb::module_& module) {
-    nb::class_<Scan>(module, "Scan")
+    nb::class_<StoppableScan>(module, "Scan")
         .def("__init__",
-             [](Scan* place, const std::vector<nb::bytes>& names, const ReadOptions& options,
+             [](StoppableScan* place, const std::vector<nb::bytes>& names, const ReadOptions& options,
                 std::size_t batch, const std::string& grid, std::vector<double> axis,
                 const std::string& onError, unsigned workers) {
-                 new (place) Scan(MakeScan(names, options, batch, grid, std::move(axis), onError, workers));
+                 new (place) StoppableScan(
+                     PathsOf(names), MakeOptions(options, batch, grid, std::move(axis), onError, workers));
              })
         .def("next", &NextTable)
         .def("errors", &ErrorsOf);

@@ -57,6 +57,7 @@ def write_chemstation(path):
     from make_chemstation import Header
 
     header = Header("31")
+    header.number(">i", 0x108, 2)  # behind the header's first half, where alone the peer looks
     header.text(0xDA, "DAD1")
     header.number(">i", 0x116, SPECTRA)
     header.number(">d", 0x13E, 0.01)
@@ -69,7 +70,7 @@ def write_chemstation(path):
             running = value
         data += struct.pack("<BBhihhhhh", ord("C"), 0, 18 + 4 + len(packed), number * 4000, 3800, 3800 + 20 * (POINTS - 1), 20, 0, 4)
         data += b"\0\0\0\0" + packed
-    path.write_bytes(bytes(header.bytes) + bytes(data))
+    path.write_bytes(bytes(header.bytes[:0x200]) + bytes(data))
 
 
 def write_mat(path):

@@ -24,6 +24,7 @@ class Column:
 
     @property
     def name(self) -> str:
+        """As the file has it, without its unit where that stands apart."""
         return self._column.name
 
     @property
@@ -44,6 +45,7 @@ class Column:
 
     @property
     def missing_count(self) -> int:
+        """How many rows have no value."""
         return self._column.missing_count
 
     @property
@@ -176,6 +178,7 @@ class Columns:
 
     @property
     def names(self) -> list[str]:
+        """In their order; a name may come twice."""
         return [column.name for column in self]
 
     def __repr__(self) -> str:
@@ -263,7 +266,7 @@ class Table:
         return self._table.rows, self._table.width
 
     def to_numpy(self) -> npt.NDArray[Any]:
-        """The same as `values`."""
+        """The same as `values`, shape (rows, points)."""
         return self.values
 
     def to_pandas(self) -> pd.DataFrame:

@@ -14,14 +14,20 @@ if TYPE_CHECKING:
 
 
 def _read_group(files: list[str], names: list[str] | None, options: dict[str, Any]) -> pd.DataFrame:
-    frame = next(scan(files, batch=len(files), workers=1, **options)).to_pandas()
+    table = next(scan(files, batch=len(files), workers=1, **options), None)
+    if table is None:  # none of them could be read, and that is to be passed over
+        import pandas as pd
+
+        return pd.DataFrame(columns=names)
+    frame = table.to_pandas()
     return frame if names is None else frame.reindex(columns=names)
 
 
 def read(paths: Path | Iterable[Path], *, batch: int = 100, **options: Any) -> Any:
     """A Dask data frame of many files, a partition every `batch` of them, made by `dask.dataframe.from_map`.
 
-    Names and types of the columns are those of the first file. `paths` and `options` are those of
+    Names and types of the columns are those of the first file; a bad one fails the task, or is passed over with
+    on_error="skip". `paths` and `options` are those of
     `karta_import.scan`. Needs dask and pandas.
     """
     import dask.dataframe as dd

@@ -45,6 +45,26 @@ def test_a_block_lies_once(samples):
     assert table[field].chunk(0).values.buffers()[1].address == ours
 
 
+def test_a_block_lies_once_in_polars(samples):
+    pl = pytest.importorskip("polars")
+    spectra = karta_import.read(samples / "kinetics.spc")
+    frame = pl.DataFrame(spectra)
+    name = next(column for column in frame.columns if isinstance(frame[column].dtype, pl.Array))
+    assert address(frame[name].to_numpy(allow_copy=False)) == address(spectra.values)
+
+
+def test_a_block_in_columns_lies_once(samples):
+    pa = pytest.importorskip("pyarrow")
+    matrix = karta_import.read(samples / "wheat.mat")
+    assert matrix.values.flags.f_contiguous
+    table = pa.table(matrix)
+    last = matrix.values.shape[1]
+    handed = table.columns[-last:]
+    for point in range(last):
+        column = handed[point].chunk(0).to_numpy(zero_copy_only=True)
+        assert address(column) == address(matrix.values[:, point])
+
+
 def test_a_block_as_columns_or_as_lists(samples):
     pa = pytest.importorskip("pyarrow")
     wide = pa.table(karta_import.read(samples / "kinetics.spc", wide=True))

@@ -1,4 +1,6 @@
 import os
+import subprocess
+import sys
 
 import numpy
 import pytest
@@ -94,3 +96,18 @@ def test_the_first_axis_holds_for_all(two_axes):
     (table,) = karta_import.scan(two_axes, grid="first")
     assert (table.x[0], table.x[-1], table.x.size) == (1000, 2000, 11)
     assert numpy.isnan(table.values[1][:5]).all()
+
+
+def test_memory_is_that_of_a_batch(spectra):
+    folder = spectra(600, points=20_000)  # 48 MB of values, 1.6 MB a batch
+    code = (
+        "import resource, sys, karta_import, numpy\n"
+        "peak = lambda: resource.getrusage(resource.RUSAGE_SELF).ru_maxrss / 1024\n"
+        "tables = karta_import.scan(sys.argv[1], batch=20, workers=2)\n"
+        "next(tables).values.sum(); first = peak()\n"
+        "print(sum(len(table) for table in tables), peak() - first)"
+    )
+    ran = subprocess.run([sys.executable, "-c", code, folder], check=True, capture_output=True, text=True)
+    rows, grown = ran.stdout.split()
+    assert rows == "580"
+    assert float(grown) < 16

@@ -12,3 +12,12 @@ def test_a_folder_is_the_same_as_in_one_process(spectra):
     whole = next(karta_import.scan(folder, batch=1000)).to_pandas()
     computed = frame.compute().reset_index(drop=True)
     assert computed.astype(str).equals(whole.astype(str))
+
+
+def test_bad_files_fail_or_are_passed_over(spectra):
+    folder = spectra(6)
+    for bad in ("s00002.spc", "s00003.spc"):
+        (folder / bad).write_bytes(b"\x00\x4bnothing")
+    with pytest.raises(karta_import.Error, match="s00002"):
+        karta_import.dask.read(folder, batch=2).compute()
+    assert len(karta_import.dask.read(folder, batch=2, on_error="skip").compute()) == 4

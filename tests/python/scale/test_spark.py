@@ -61,3 +61,16 @@ def test_files_are_split_evenly(session, spectra):
     frame = session.read.format("karta").option("partitions", "3").load(str(spectra(10)))
     counts = frame.rdd.mapPartitions(lambda rows: [sum(1 for _ in rows)]).collect()
     assert sorted(counts) == [3, 3, 4]
+
+
+def test_bad_files_are_skipped(session, spectra):
+    folder = spectra(12)
+    (folder / "s00005.spc").write_bytes(b"\x00\x4bnothing")
+    assert session.read.format("karta").option("onError", "skip").load(str(folder)).count() == 11
+
+
+def test_a_given_schema_chooses_the_columns(session, spectra):
+    frame = session.read.format("karta").schema("file string, absorbance array<float>, weight double").load(str(spectra(5)))
+    rows = frame.orderBy("file").collect()
+    assert [row["absorbance"][0] for row in rows] == [0, 1, 2, 3, 4]
+    assert all(row["weight"] is None for row in rows)
