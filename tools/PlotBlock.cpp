@@ -8,6 +8,7 @@
 #include "base/Ascii.h"
 #include "base/PathNames.h"
 #include "host/NvString.h"
+#include "karta/internal/UnitName.h"
 #include "tools/PlotNumber.h"
 #include "tools/Utf8Text.h"
 
@@ -86,8 +87,13 @@ PlotBlock::PlotBlock(TableData& blockTable, const karta::TableShape& shape)
     FindRows();
     FindNames(shape);
     FindCoordinate(shape);
-    valueName = shape.valueQuantity.empty() ? "value" : AsUtf8(shape.valueQuantity);
-    if (!shape.valueUnit.empty() && shape.valueUnit != shape.valueQuantity) {
+    // Some formats tell the quantity in the place of the unit.
+    const std::string ordinate =
+        shape.valueQuantity.empty() ? karta::OrdinateOf("", shape.valueUnit) : std::string();
+    valueName = !shape.valueQuantity.empty() ? AsUtf8(shape.valueQuantity)
+                : ordinate.empty()           ? "value"
+                                             : ordinate;
+    if (ordinate.empty() && !shape.valueUnit.empty() && shape.valueUnit != shape.valueQuantity) {
         valueName += " (" + AsUtf8(shape.valueUnit) + ")";
     }
 }

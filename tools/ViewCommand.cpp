@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/Note.h"
 #include "base/OutputFile.h"
 #include "base/PathNames.h"
 #include "base/TemporaryFile.h"
@@ -15,6 +16,7 @@
 #include "tools/Failure.h"
 #include "tools/FileSummary.h"
 #include "tools/PageOpener.h"
+#include "tools/SpectraOverlay.h"
 #include "tools/TableRead.h"
 #include "tools/ViewPage.h"
 #include "tools/ViewSvg.h"
@@ -72,15 +74,36 @@ bool AreOneSelection(const ReadRequest& request) {
     }
 }
 
-// One selection where the format can, as everywhere; else each file by itself.
-std::vector<ReadRequest> Selections(const ReadRequest& request) {
+// What is chosen inside of a file has no meaning for several of them.
+bool CanOverlay(const ReadRequest& request) {
+    return !ChoosesPart(request) && request.want.empty() && !request.noXRow && !request.throughDriver &&
+           request.optionsFile.empty();
+}
+
+/** Files that make one table or several tabs. */
+struct Selection {
+    ReadRequest request;
+    bool isOverlay = false;  // spectra of several files, over each other
+};
+
+// One selection where the format can, as everywhere; else spectra over each other where they go together, and
+// each other file by itself.
+std::vector<Selection> Selections(const ReadRequest& request) {
     if (request.files.size() == 1 || AreOneSelection(request)) {
-        return {request};
+        return {{request}};
     }
-    std::vector<ReadRequest> selections;
-    for (const std::string& file : request.files) {
-        selections.push_back(request);
-        selections.back().files = {file};
+    std::vector<std::vector<std::string>> groups;
+    if (CanOverlay(request)) {
+        groups = SpectraOverlay::Group(request);
+    } else {
+        for (const std::string& file : request.files) {
+            groups.push_back({file});
+        }
+    }
+    std::vector<Selection> selections;
+    for (std::vector<std::string>& files : groups) {
+        selections.push_back({request, files.size() > 1});
+        selections.back().request.files = std::move(files);
     }
     return selections;
 }
@@ -123,7 +146,23 @@ public:
         for (const auto& [request, title] : TablesOf(source, isAlone)) {
             ViewSubject subject = source.subject;
             subject.title = title;
-            AddTable(request, subject);
+            AddTable(subject, [&wanted = request](TableRead& read) { ReadTable(wanted, read); });
+        }
+    }
+
+    void AddOverlay(const ReadRequest& selection) {
+        ViewSubject subject{TitleOf(selection),
+                            selection.files.front(),
+                            "of each file its own",
+                            "spectra of several files on one axis",
+                            {}};
+        std::vector<std::string> others;
+        AddTable(subject,
+                 [&](TableRead& read) { SpectraOverlay::Read(selection, selection.files, read, others); });
+        for (const std::string& file : others) {
+            ReadRequest one = selection;
+            one.files = {file};
+            Add(one, false);
         }
     }
 
@@ -153,13 +192,14 @@ private:
         return names;
     }
 
-    void AddTable(const ReadRequest& request, const ViewSubject& subject) {
+    template <class Step>
+    void AddTable(const ViewSubject& subject, const Step& readInto) {
         if (svg) {
             return;
         }
         try {
             TableRead read;
-            ReadTable(request, read);
+            readInto(read);
             ++shown;
             if (drawsSvg) {
                 svg = DrawSvg(read, subject.title, ViewPage::IsRaman(subject));
@@ -214,10 +254,20 @@ std::string TemporaryPage(const ReadRequest& request) {
 }  // namespace
 
 int RunView(const ReadRequest& request, const ViewRequest& wanted, PageOpener* opener) {
-    const std::vector<ReadRequest> selections = Selections(request);
+    std::vector<Selection> selections = Selections(request);
+    const std::size_t left = selections.size() - std::min(selections.size(), MostTabs);
+    selections.erase(selections.end() - static_cast<std::ptrdiff_t>(left), selections.end());
     Viewer viewer(request, wanted.svg);
-    for (const ReadRequest& selection : selections) {
-        viewer.Add(selection, selections.size() == 1);
+    for (const Selection& selection : selections) {
+        if (selection.isOverlay) {
+            viewer.AddOverlay(selection.request);
+        } else {
+            viewer.Add(selection.request, selections.size() == 1);
+        }
+    }
+    if (left > 0 && !request.quiet) {
+        std::cerr << "karta-import: note: " << karta::CountOf(left, "more file")
+                  << " that are no spectra on a common axis are not shown\n";
     }
     const std::string text = viewer.Finish();
     if (wanted.output == "-") {

@@ -396,6 +396,15 @@ std::vector<ListedFile> ListMany(CommandLine& line) {
     return files;
 }
 
+// Folders and patterns stand for the files in them.
+void ListForView(ReadRequest& request) {
+    std::vector<std::string> files;
+    for (const ListedFile& file : ListFiles(request.files)) {
+        files.push_back(file.path);
+    }
+    request.files = std::move(files);
+}
+
 int DoVerb(CLI::App& app, CommandLine& line) {
     const bool isTrace = app.got_subcommand("trace");
     line.request.reading =
@@ -411,6 +420,9 @@ int DoVerb(CLI::App& app, CommandLine& line) {
         if (line.view.output.empty()) {
             opener.emplace();
         }
+    }
+    if (app.got_subcommand("view")) {
+        ListForView(line.request);
     }
     std::vector<ListedFile> many;
     if (line.convert.each || line.convert.stack) {

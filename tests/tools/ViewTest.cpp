@@ -260,6 +260,30 @@ TEST_F(ViewTest, WhyNothingCouldBeReadIsSaidOnce) {
     }
 }
 
+TEST_F(ViewTest, SpectraOfSeveralFormatsAreDrawnOverEachOther) {
+    std::filesystem::create_directory(folder.Path("data"));
+    for (const char* const name : {"flour.da", "flour.dat", "kinetics.spc", "ethanol.jdx", "wine.txt"}) {
+        RunInShell(folder.Path("data"), "cp " + Sample(name) + " .");
+    }
+    const CommandOutcome outcome = Run("view data -o page.html");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    const std::string page = RunInShell(folder.Path(""), "cat page.html").out;
+    // Kinds of ordinates that files don't tell go together; other axes and plain tables are tabs of their
+    // own.
+    EXPECT_TRUE(Contains(page, "\"title\": \"flour.da and 2 more\"")) << page.substr(0, 2000);
+    EXPECT_TRUE(Contains(page, "\"title\": \"ethanol.jdx\""));
+    EXPECT_TRUE(Contains(page, "kinetics.spc: kinetics_12"));
+    EXPECT_TRUE(Contains(page, "\"title\": \"wine.txt\""));
+    EXPECT_TRUE(Contains(page, "flour.dat: 3"));
+    const CommandOutcome picture = Run("view data/flour.da data/flour.dat --svg -o -");
+    std::size_t curves = 0;
+    for (std::size_t at = picture.out.find("<path"); at != std::string::npos;
+         at = picture.out.find("<path", at + 1)) {
+        ++curves;
+    }
+    EXPECT_EQ(curves, 12U);
+}
+
 TEST_F(ViewTest, AFileThatCantBeReadIsATabBesideTheOthers) {
     folder.Write("bad.spc", "no spectrum");
     const CommandOutcome outcome = Run("view " + Sample("wine.txt") + " bad.spc -o page.html");
