@@ -47,9 +47,9 @@ enum class OnError {
 /** Which columns the tables of a scan have beside their block. */
 enum class ScanColumns {
     Same, /**< those of the first file; one with others doesn't fit */
-    /** Those of all files, in the order in which they turn up; missing in a file without them, and a text
-     * where the files have different types. More files than make one table are looked at before the first
-     * batch. */
+    /** Those of all files, in the order in which they turn up, in front of the block; missing in a file
+     * without them, and a text where the files have different types. More files than make one table are
+     * looked at before the first batch. */
     Union
 };
 

@@ -124,7 +124,6 @@ void ScanSchema::WidenColumns(const Table& table) {
         CheckSameColumns(table, places);
     }
     std::vector<Entry> wider = entries;
-    std::size_t widerPlace = hasColumns ? blockPlace : table.GetBlockPlace();
     std::map<Key, std::size_t> known;
     for (std::size_t i = 0; i < wider.size(); ++i) {
         known[wider[i].key] = i;
@@ -136,19 +135,16 @@ void ScanSchema::WidenColumns(const Table& table) {
     for (const auto& [key, place] : places) {
         order[place] = &key;
     }
-    std::vector<Entry> front;
     for (std::size_t i = 0; i < order.size(); ++i) {
         if (!known.contains(*order[i])) {
-            const Column& column = table.GetColumn(i);
-            // Labels of other files stand in front of the block as the first one's do.
-            const bool isInFront = hasColumns && table.GetBlock() != nullptr && i < table.GetBlockPlace();
-            (isInFront ? front : wider).push_back({*order[i], column.GetUnit(), column.GetType()});
+            wider.push_back({*order[i], table.GetColumn(i).GetUnit(), table.GetColumn(i).GetType()});
         }
     }
-    wider.insert(wider.begin() + static_cast<std::ptrdiff_t>(widerPlace), front.begin(), front.end());
-    widerPlace += front.size();
     entries = std::move(wider);
-    blockPlace = widerPlace;
+    // Of the columns of all files all stand in front, so that the spectra are the end of each row.
+    blockPlace = columns == ScanColumns::Union ? entries.size()
+                 : hasColumns                  ? blockPlace
+                                               : table.GetBlockPlace();
     hasColumns = true;
 }
 
