@@ -5,20 +5,12 @@
 #include <cmath>
 #include <cstdint>
 #include <iterator>
+#include <limits>
 
 namespace {
 
 // Longer than any double with up to 64 digits and its exponent.
 constexpr std::size_t BufferSize = 128;
-
-template <class Float>
-std::string Shortest(Float value) {
-    if (std::isnan(value)) {
-        return "nan";
-    }
-    char buffer[BufferSize];
-    return {buffer, std::to_chars(buffer, std::end(buffer), value).ptr};
-}
 
 constexpr int SixDigits = 6;
 constexpr double PowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
@@ -99,6 +91,39 @@ char* PrintSixDigits(double value, char* text) {
     return StoreLowBytes(before | point | (places - before) << 8U, text) + size + 1;
 }
 
+// The shortest text of a number with a few places behind the point, as most measured ones are: with at most
+// fifteen digits no two texts mean one number, so that one that means this number is the only one. Returns
+// the text's end, or null for a value that takes the exact way, as all do that may be shorter with an
+// exponent.
+char* PrintFewPlaces(double value, char* text) {
+    constexpr double Scale = 1e6;
+    constexpr std::uint64_t Places = 1'000'000;
+    const double magnitude = std::fabs(value);
+    if (!(magnitude >= 1e-3 && magnitude < 1e9)) {
+        return nullptr;
+    }
+    const auto digits = static_cast<std::uint64_t>(magnitude * Scale + 0.5);
+    auto fraction = static_cast<std::uint32_t>(digits % Places);
+    if (static_cast<double>(digits) / Scale != magnitude || fraction == 0) {
+        return nullptr;
+    }
+    if (value < 0.0) {
+        *text++ = '-';
+    }
+    text = std::to_chars(text, text + std::numeric_limits<std::uint32_t>::digits10 + 1,
+                         static_cast<std::uint32_t>(digits / Places))
+               .ptr;
+    *text++ = '.';
+    int places = SixDigits;
+    for (; fraction % 10 == 0; fraction /= 10) {
+        --places;
+    }
+    for (int i = places - 1; i >= 0; --i, fraction /= 10) {
+        text[i] = static_cast<char>('0' + fraction % 10);
+    }
+    return text + places;
+}
+
 }  // namespace
 
 std::string FormatG(double value, int precision) {
@@ -126,9 +151,24 @@ void AppendG(std::string& text, double value) {
 }
 
 std::string FormatShortest(float value) {
-    return Shortest(value);
+    if (std::isnan(value)) {
+        return "nan";
+    }
+    char buffer[ShortestNumberSize];
+    return {buffer, std::to_chars(buffer, std::end(buffer), value).ptr};
 }
 
 std::string FormatShortest(double value) {
-    return Shortest(value);
+    char buffer[ShortestNumberSize];
+    return {buffer, PrintShortest(value, buffer)};
+}
+
+char* PrintShortest(double value, char* text) {
+    if (char* const end = PrintFewPlaces(value, text)) {
+        return end;
+    }
+    if (std::isnan(value)) {
+        return std::copy_n("nan", 3, text);
+    }
+    return std::to_chars(text, text + ShortestNumberSize, value).ptr;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "base/Export.h"
@@ -15,3 +16,9 @@ void AppendG(std::string& text, double value);
 /** The shortest text that reads back to the same number; "nan", "inf" and "-inf". */
 KARTA_EXPORT std::string FormatShortest(float value);
 KARTA_EXPORT std::string FormatShortest(double value);
+
+/** The room that PrintShortest wants. */
+constexpr std::size_t ShortestNumberSize = 40;
+
+/** The same to a place of at least that room; returns the text's end, behind which no NUL is put. */
+KARTA_EXPORT char* PrintShortest(double value, char* text);

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/NumberFormat.h"
 #include "tools/Interrupt.h"
 #include "tools/Json.h"
 #include "tools/TableHead.h"
@@ -17,9 +18,6 @@
 
 namespace {
 
-// Longer than any number in its shortest form.
-constexpr std::size_t NumberSize = 40;
-
 // A row may have millions of fields.
 constexpr std::size_t PieceSize = 65536;
 
@@ -27,12 +25,6 @@ constexpr std::size_t PieceSize = 65536;
 class CellPrinter {
 public:
     explicit CellPrinter(TableData& source) : table(source) {}
-
-    /** The characters that the cell had in its file, or those of its value. */
-    std::string_view PrintSource(int col, int row) {
-        const char* const source = table.GetSource(col, row);
-        return source == nullptr ? Print(col, row) : source;
-    }
 
     /** The cell's text in UTF-8, valid until the next call. */
     std::string_view Print(int col, int row) {
@@ -44,9 +36,9 @@ public:
             case TableData::Int64:
                 return PrintNumber(table.GetInt64(col, row));
             case TableData::Float:
-                return PrintFloating(table.GetFloat(col, row));
+                return PrintFloat(table.GetFloat(col, row));
             case TableData::Double:
-                return PrintFloating(table.GetFloatValue(col, row));
+                return {number, PrintShortest(table.GetFloatValue(col, row), number)};
             case TableData::Missing:
                 return {};
             default:
@@ -61,14 +53,11 @@ private:
         return {number, std::to_chars(number, std::end(number), value).ptr};
     }
     // The sign of a NaN means nothing.
-    template <class Number>
-    std::string_view PrintFloating(Number value) {
-        return std::isnan(value) ? "nan" : PrintNumber(value);
-    }
+    std::string_view PrintFloat(float value) { return std::isnan(value) ? "nan" : PrintNumber(value); }
 
     TableData& table;
     std::string storage;
-    char number[NumberSize];
+    char number[ShortestNumberSize];
 };
 
 /** Gathers text, so that the file is asked to write once a row, or a part of a wide one, and not once a byte.
@@ -79,6 +68,18 @@ public:
         for (const char c : {fieldSeparator, '"', '\n', '\r'}) {
             mustBeQuoted[static_cast<unsigned char>(c)] = true;
         }
+    }
+
+    /** A field that has nothing to be quoted in it, as numbers have. */
+    void AddPlain(std::string_view field) {
+        if (line.size() >= PieceSize) {
+            Flush();
+        }
+        if (begun) {
+            line += separator;
+        }
+        begun = true;
+        line += field;
     }
 
     void Add(std::string_view field) {
@@ -124,23 +125,30 @@ private:
     std::string line;
 };
 
-std::string JsonCell(TableData& table, CellPrinter& printer, int col, int row, bool safeCells) {
+void AppendJsonCell(std::string& line, TableData& table, CellPrinter& printer, int col, int row,
+                    bool safeCells) {
     const TableData::Kind kind = table.GetKind(col, row);
     if (kind == TableData::Missing) {
-        return "null";
+        line += "null";
+        return;
     }
     if (kind == TableData::Bool) {
-        return table.GetInt64(col, row) != 0 ? "true" : "false";
+        line += table.GetInt64(col, row) != 0 ? "true" : "false";
+        return;
     }
     const std::string_view text = printer.Print(col, row);
     if (!table.IsFloat(col, row)) {
-        return JsonQuote(safeCells ? SafeCell(std::string(text)) : text);
+        line += JsonQuote(safeCells ? SafeCell(std::string(text)) : text);
+        return;
     }
     const double value = table.GetFloatValue(col, row);
     if (std::isnan(value)) {
-        return "null";
+        line += "null";
+    } else if (std::isinf(value)) {
+        line += JsonQuote(text);
+    } else {
+        line += text;
     }
-    return std::isinf(value) ? JsonQuote(text) : std::string(text);
 }
 
 // Every member has a name of its own: a column without one, or with one that is taken, is told by its number.
@@ -174,7 +182,12 @@ void TableWriter::WriteSeparated(TableData& table, const std::vector<int>& rows)
         }
         Interrupt::ThrowIfRequested();
         for (int col = 1; col <= cols; ++col) {
-            const std::string_view text = printer.PrintSource(col, row);
+            const char* const source = table.GetSource(col, row);
+            if (source == nullptr && table.IsFloat(col, row)) {
+                writer.AddPlain(printer.Print(col, row));
+                continue;
+            }
+            const std::string_view text = source == nullptr ? printer.Print(col, row) : source;
             if (request.safeCells && table.IsString(col, row)) {
                 writer.Add(SafeCell(std::string(text)));
             } else {
@@ -193,6 +206,7 @@ void TableWriter::WriteJsonLines(TableData& table, const std::vector<int>& rows)
         members = FindMembers(table, head);
     }
     CellPrinter printer(table);
+    std::string line;
     const int cols = table.GetNumberOfColumns();
     for (const int row : rows) {
         if (output.HasFailed()) {
@@ -202,15 +216,22 @@ void TableWriter::WriteJsonLines(TableData& table, const std::vector<int>& rows)
         if (row < firstRow) {
             continue;
         }
-        output.Write(request.objects ? '{' : '[');
+        line = request.objects ? '{' : '[';
         for (int col = 1; col <= cols; ++col) {
-            output.Write(col > 1 ? "," : "");
-            if (request.objects) {
-                output.Write(members[static_cast<std::size_t>(col) - 1]);
+            if (line.size() >= PieceSize) {
+                output.Write(line);
+                line.clear();
             }
-            output.Write(JsonCell(table, printer, col, row, request.safeCells));
+            if (col > 1) {
+                line += ',';
+            }
+            if (request.objects) {
+                line += members[static_cast<std::size_t>(col) - 1];
+            }
+            AppendJsonCell(line, table, printer, col, row, request.safeCells);
         }
-        output.Write(request.objects ? "}\n" : "]\n");
+        line += request.objects ? "}\n" : "]\n";
+        output.Write(line);
     }
 }
 

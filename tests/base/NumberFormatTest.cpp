@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 #include <random>
 #include <string>
 
@@ -24,6 +26,28 @@ void ExpectAsPrinted(double value) {
 }
 
 }  // namespace
+
+// Those with few places go a way of their own.
+TEST(NumberFormatTest, ShortestIsThatOfTheStandardLibrary) {
+    std::mt19937_64 random(20261122);
+    const auto expectSame = [](double value) {
+        char expected[64];
+        const std::string library(expected, std::to_chars(expected, std::end(expected), value).ptr);
+        ASSERT_EQ(FormatShortest(value), std::isnan(value) ? "nan" : library);
+    };
+    for (int i = 0; i < 1000000 && !testing::Test::HasFatalFailure(); ++i) {
+        const double power = std::pow(10.0, static_cast<double>(random() % 10));
+        const auto number = static_cast<double>(random() % 10'000'000'000'000'000U >> random() % 50);
+        expectSame(number / power);
+        expectSame(-number / power);
+        expectSame(std::nextafter(number / power, 0.0));
+        expectSame(std::bit_cast<double>(random()));
+    }
+    for (const double value :
+         {0.0, -0.0, 0.001, 0.0009999, 0.00123, 0.1, 1e5, 1e9, 999999999.9999995, 1e15, 1e-300}) {
+        expectSame(value);
+    }
+}
 
 TEST(NumberFormatTest, MillionRandomDoublesAreAsPrinted) {
     std::mt19937_64 random(20261121);
