@@ -77,5 +77,6 @@ Failure FailureOf(const karta::Error& error) {
         text.pop_back();
     }
     return Failure(advice.empty() ? text : text + "; " + advice,
-                   IsWrongUsage(error.GetCode()) ? ExitUsage : ExitFailed);
+                   IsWrongUsage(error.GetCode()) ? ExitUsage : ExitFailed)
+        .With(error.GetDetails());
 }

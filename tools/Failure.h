@@ -1,7 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
+
+#include "karta/Error.h"
 
 /** Exit statuses of the program. */
 enum ExitStatus {
@@ -23,6 +26,15 @@ public:
 
     ExitStatus GetStatus() const { return exitStatus; }
 
+    /** What the library said, where the failure is one of a read. */
+    const std::optional<karta::Error::Details>& GetDetails() const { return details; }
+    Failure With(const std::optional<karta::Error::Details>& known) const {
+        Failure failure = *this;
+        failure.details = known;
+        return failure;
+    }
+
 private:
     ExitStatus exitStatus;
+    std::optional<karta::Error::Details> details;
 };

@@ -13,6 +13,27 @@ bool IsPlain(char c) {
     return c >= 0x20 && c < 0x7f && c != '"' && c != '\\';
 }
 
+void PutNumber(JsonWriter& json, const char* key, const std::optional<std::uint64_t>& number) {
+    if (number) {
+        json.Put(key, static_cast<long long>(*number));
+    }
+}
+
+// Nothing where nothing of it is known.
+void PutPlace(JsonWriter& json, const karta::Place& place) {
+    if (!place.line && !place.record && !place.byte && place.cell.empty()) {
+        return;
+    }
+    json.BeginObject("place");
+    PutNumber(json, "line", place.line);
+    PutNumber(json, "record", place.record);
+    PutNumber(json, "byte", place.byte);
+    if (!place.cell.empty()) {
+        json.Put("cell", AsUtf8(place.cell));
+    }
+    json.EndObject();
+}
+
 }  // namespace
 
 std::string JsonQuote(std::string_view text) {
@@ -108,5 +129,15 @@ void PutError(JsonWriter& json, const Failure& failure) {
     json.BeginObject("error");
     json.Put("message", AsUtf8(failure.what()));
     json.Put("status", static_cast<long long>(failure.GetStatus()));
+    if (const auto& details = failure.GetDetails()) {
+        json.Put("code", karta::NameOf(details->code));
+        if (!details->file.empty()) {
+            json.Put("file", AsUtf8(details->file));
+        }
+        if (!details->format.empty()) {
+            json.Put("format", AsUtf8(details->format));
+        }
+        PutPlace(json, details->place);
+    }
     json.EndObject();
 }

@@ -40,5 +40,5 @@ private:
     std::vector<bool> hasMembers;  // for each open bracket, whether a comma is due
 };
 
-/** The member "error" of an object: why a verb failed, and the program's exit status. */
+/** The member "error" of an object: why a verb failed, the program's exit status, and where it went wrong. */
 void PutError(JsonWriter& json, const Failure& failure);

@@ -99,8 +99,8 @@ karta::ReadOptions OptionsOf(const ReadRequest& request) {
 Failure WithAdvice(const Failure& failure, std::size_t count) {
     return failure.GetStatus() != ExitFailed || count < 2
                ? failure
-               : Failure(std::string(failure.what()) + "; --skip-bad goes on without it",
-                         failure.GetStatus());
+               : Failure(std::string(failure.what()) + "; --skip-bad goes on without it", failure.GetStatus())
+                     .With(failure.GetDetails());
 }
 
 /** Writes batches of stacked files: row by row, or all at the end where a format wants them together. */

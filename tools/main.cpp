@@ -528,6 +528,7 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
         ->add_option("--to", line.convert.target,
                      "csv, tsv, jsonl or a format that writes; else by OUT's extension")
         ->type_name("NAME");
+    convert->add_flag("--json", line.json, "a failure as one JSON object, on standard output");
     convert->add_flag("--objects", line.convert.objects, "JSON lines as objects, with the columns' names");
     convert->add_flag("--safe-cells", line.convert.safeCells,
                       "an apostrophe before cells that a spreadsheet would take for formulas");
@@ -577,7 +578,8 @@ int CheckOutput(int result) {
 int SayFailure(const CommandLine& line, const Failure& reason) {
     // Whatever a reader makes of being stopped, the signal is why it failed.
     const Failure failure = Interrupt::IsRequested() ? Interrupt::GetFailure() : reason;
-    const Failure named(line.input.Named(failure.what()), failure.GetStatus());
+    const Failure named =
+        Failure(line.input.Named(failure.what()), failure.GetStatus()).With(failure.GetDetails());
     std::cerr << "karta-import: " << named.what() << '\n';
     if (line.json) {
         JsonWriter json(std::cout);

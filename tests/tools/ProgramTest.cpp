@@ -657,13 +657,13 @@ TEST_F(ProgramTest, BlocksThatDoNotGoTogetherAreListedWithAChoice) {
 }
 
 TEST_F(ProgramTest, FailureIsAnObjectWithJson) {
-    for (const char* verb : {"info", "detect"}) {
+    for (const char* verb : {"info", "detect", "convert -o out.csv"}) {
         const Outcome outcome = Run(std::string(verb) + " --json none.txt");
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(
-            outcome.out,
-            "{\n  \"error\": {\n    \"message\": \"none.txt: No such file or directory\",\n    \"status\": "
-            "1\n  }\n}\n");
+        EXPECT_EQ(outcome.out,
+                  "{\n  \"error\": {\n    \"message\": \"none.txt: No such file or directory\",\n    "
+                  "\"status\": 1,\n"
+                  "    \"code\": \"not-found\",\n    \"file\": \"none.txt\"\n  }\n}\n");
         EXPECT_EQ(outcome.err, "karta-import: none.txt: No such file or directory\n");
     }
 }

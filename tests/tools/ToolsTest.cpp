@@ -9,6 +9,7 @@
 #include "karta/internal/RowFilter.h"
 #include "table/TableData.h"
 #include "tests/support/TempFolder.h"
+#include "tools/ErrorText.h"
 #include "tools/Json.h"
 #include "tools/TableWriter.h"
 #include "tools/TraceSink.h"
@@ -127,4 +128,23 @@ TEST(Json, WritesOneDocument) {
               "{\n  \"a\": \"x\\\"\\n\\u0001\",\n  \"b\": [\n    \"c\",\n    \"d\"\n  ],\n  \"e\": 5,\n  "
               "\"f\": true,\n"
               "  \"g\": {}\n}\n");
+}
+
+TEST(Json, ErrorsTellCodeFileAndPlace) {
+    karta::Error::Details details;
+    details.code = karta::ErrorCode::BadFile;
+    details.file = "a.csv";
+    details.format = "CSV File";
+    details.text = "a quote is never closed";
+    details.place.line = 7;
+    details.place.cell = "B7";
+    std::ostringstream stream;
+    JsonWriter json(stream);
+    json.BeginObject();
+    PutError(json, FailureOf(karta::Error(details)));
+    json.EndObject();
+    EXPECT_EQ(stream.str(),
+              "{\n  \"error\": {\n    \"message\": \"a.csv: a quote is never closed\",\n    \"status\": 1,\n"
+              "    \"code\": \"bad-file\",\n    \"file\": \"a.csv\",\n    \"format\": \"CSV File\",\n"
+              "    \"place\": {\n      \"line\": 7,\n      \"cell\": \"B7\"\n    }\n  }\n}\n");
 }

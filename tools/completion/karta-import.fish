@@ -135,6 +135,7 @@ complete -c karta-import -n '__fish_seen_subcommand_from view' -l quiet -d 'no p
 complete -c karta-import -n '__fish_seen_subcommand_from view' -l verbose -d 'more about what is done and why'
 complete -c karta-import -n '__fish_seen_subcommand_from convert' -s o -l output -r -d 'the file to write; - is standard output'
 complete -c karta-import -n '__fish_seen_subcommand_from convert' -l to -x -a 'csv tsv jsonl txt dif mat' -d 'csv, tsv, jsonl or a format that writes; else by OUT\'s extension'
+complete -c karta-import -n '__fish_seen_subcommand_from convert' -l json -d 'a failure as one JSON object, on standard output'
 complete -c karta-import -n '__fish_seen_subcommand_from convert' -l objects -d 'JSON lines as objects, with the columns\' names'
 complete -c karta-import -n '__fish_seen_subcommand_from convert' -l safe-cells -d 'an apostrophe before cells that a spreadsheet would take for formulas'
 complete -c karta-import -n '__fish_seen_subcommand_from convert' -l each -d 'every file by itself, to the folder OUT'
