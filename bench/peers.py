@@ -36,6 +36,46 @@ def pandas_csv(separator=","):
     return lambda path: pandas.read_csv(path, sep=separator, header=None).size
 
 
+def polars_csv(separator=","):
+    import polars
+
+    return lambda path: count_of_frame(polars.read_csv(path, separator=separator, has_header=False,
+                                                       infer_schema_length=1000))
+
+
+def pyarrow_csv(separator=","):
+    import pyarrow.csv
+
+    def read(path):
+        names = pyarrow.csv.ReadOptions(autogenerate_column_names=True)
+        table = pyarrow.csv.read_csv(path, names, pyarrow.csv.ParseOptions(delimiter=separator))
+        return table.num_rows * table.num_columns
+
+    return read
+
+
+def duckdb_csv(separator=","):
+    import duckdb
+
+    def read(path):
+        table = duckdb.read_csv(path, sep=separator, header=False).to_arrow_table()
+        return table.num_rows * table.num_columns
+
+    return read
+
+
+def polars_xlsx():
+    import fastexcel  # what polars reads workbooks with
+    import polars
+
+    assert fastexcel
+    return lambda path: count_of_frame(polars.read_excel(path, has_header=False))
+
+
+def count_of_frame(frame):
+    return frame.height * frame.width
+
+
 def pandas_xlsx():
     import openpyxl  # what pandas reads workbooks with
     import pandas
@@ -163,6 +203,13 @@ PACKAGES = {
     "pandas csv": ("pandas", pandas_csv),
     "pandas text": ("pandas", lambda: pandas_csv("\t")),
     "pandas xlsx": ("pandas", pandas_xlsx),
+    "polars csv": ("polars", polars_csv),
+    "polars text": ("polars", lambda: polars_csv("\t")),
+    "polars workbook": ("polars", polars_xlsx),
+    "pyarrow csv": ("pyarrow", pyarrow_csv),
+    "pyarrow text": ("pyarrow", lambda: pyarrow_csv("\t")),
+    "duckdb csv": ("duckdb", duckdb_csv),
+    "duckdb text": ("duckdb", lambda: duckdb_csv("\t")),
     "openpyxl": ("openpyxl", rows_of_openpyxl),
     "pyxlsb": ("pyxlsb", rows_of_pyxlsb),
     "python-calamine": ("python-calamine", rows_of_calamine),
