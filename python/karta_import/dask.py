@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import os
 from collections.abc import Iterable
 from typing import TYPE_CHECKING, Any
 
@@ -32,7 +33,7 @@ def read(paths: Path | Iterable[Path], *, batch: int = 100, **options: Any) -> A
     """
     import dask.dataframe as dd
 
-    files = expand_paths(paths)
+    files = [os.path.abspath(file) for file in expand_paths(paths)]  # workers may run in folders of their own
     if not files:
         raise ValueError("there is no file to read")
     meta = _read_group(files[:1], None, options).iloc[:0]

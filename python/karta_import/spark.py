@@ -16,6 +16,7 @@ Needs pyspark 4 and pyarrow.
 from __future__ import annotations
 
 import json
+import os
 from collections.abc import Iterator
 from typing import TYPE_CHECKING, Any
 
@@ -58,7 +59,8 @@ def _option(options: dict[str, str], wanted: str, default: str) -> str:
 
 def _paths(options: dict[str, str]) -> list[str]:
     several = _option(options, "paths", "")
-    return expand_paths(json.loads(several) if several else _option(options, "path", ""))
+    files = expand_paths(json.loads(several) if several else _option(options, "path", ""))
+    return [os.path.abspath(file) for file in files]  # tasks run in folders of their own
 
 
 class _Files(InputPartition):

@@ -1,6 +1,8 @@
 """Spark with tasks in processes of their own; results equal to those of one process."""
 
 import os
+import pathlib
+import re
 import sys
 
 import pytest
@@ -74,3 +76,13 @@ def test_a_given_schema_chooses_the_columns(session, spectra):
     rows = frame.orderBy("file").collect()
     assert [row["absorbance"][0] for row in rows] == [0, 1, 2, 3, 4]
     assert all(row["weight"] is None for row in rows)
+
+
+def test_the_example_of_the_page_runs(session, spectra):
+    pytest.importorskip("dask.dataframe")
+    page = pathlib.Path(__file__).resolve().parents[3] / "docs" / "using-from-python.md"
+    code = re.search(r"^```py\n(.*?)^```", page.read_text(), re.S | re.M).group(1)
+    code = code.replace('"spectra/"', repr(str(spectra(5))))  # Spark stays in the folder that it was begun in
+    names = {"karta_import": karta_import, "session": session}
+    exec(compile(code, str(page), "exec"), names)
+    assert (names["rows"].count(), names["bad"].count(), len(names["frame"])) == (5, 0, 5)
