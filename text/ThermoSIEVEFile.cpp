@@ -297,17 +297,25 @@ int ThermoSIEVEFile::ReadTurned(ReadSpreadSheetData& sink) {
     const std::vector<int> sources = FindAllSources(complete->GetHead().names, table.GetNumberOfColumns());
     sink.SetDataSize(lines, static_cast<int>(sources.size()));
     CellOutput output(sink);
-    for (int row = 1; row <= static_cast<int>(sources.size()); ++row) {
-        GetContext()->ThrowIfStopped();
-        const int from = sources[static_cast<std::size_t>(row) - 1];
-        const bool isMz = from == FromMz;
+    const int rows = static_cast<int>(sources.size());
+    // A line's cells lie side by side: several rows at once take a walk down all lines each time.
+    constexpr int RowsAtOnce = 16;
+    for (int first = 1; first <= rows; first += RowsAtOnce) {
+        const int last = std::min(rows, first + RowsAtOnce - 1);
         for (int line = 1; line <= lines; ++line) {
-            if (from > FromNothing) {
-                table.CopyCell(from, line, output, line, row);
-            } else if (from != FromNothing) {
-                PutMeanOf(table, line, sources[isMz ? RowMzStart : RowTimeStart],
-                          sources[isMz ? RowMzStop : RowTimeStop], isMz ? "AverageMZ" : "AverageRT", output,
-                          row);
+            if (line % 1024 == 1) {
+                GetContext()->ThrowIfStopped();
+            }
+            for (int row = first; row <= last; ++row) {
+                const int from = sources[static_cast<std::size_t>(row) - 1];
+                const bool isMz = from == FromMz;
+                if (from > FromNothing) {
+                    table.CopyCell(from, line, output, line, row);
+                } else if (from != FromNothing) {
+                    PutMeanOf(table, line, sources[isMz ? RowMzStart : RowTimeStart],
+                              sources[isMz ? RowMzStop : RowTimeStop], isMz ? "AverageMZ" : "AverageRT",
+                              output, row);
+                }
             }
         }
     }
