@@ -350,7 +350,8 @@ int AndiFileReader::CheckFiles() {
     retentionUnit = first->retentionUnit;
     rangeEnd = first->runLength + first->delay;
     for (const AndiFileInfo& file : files) {
-        if (!file.selected) {
+        // In the complete reading a file is always like itself.
+        if (!file.selected || (IsComplete() && &file == first)) {
             continue;
         }
         const int difference = CompareWithFirst(file, *first);

@@ -114,6 +114,10 @@ void PutDateTime(CellOutput& output, int col, int row, const DateTimeVariableInf
     }
 }
 
+bool IsPlain(const VariableInfo& variable) {
+    return dynamic_cast<const DateTimeVariableInfo*>(&variable) == nullptr && !variable.IsYesNo();
+}
+
 void PutValue(CellOutput& output, int col, int row, const VariableInfo& variable, float value) {
     const auto* const dateTime = dynamic_cast<const DateTimeVariableInfo*>(&variable);
     if (VariableInfo::IsMissing(value)) {
@@ -486,6 +490,12 @@ void KpfFileImport::PutDataSet(CellOutput& output, const NCDataSet& part, int ro
         }
     }
     const NCDataMatrix<float>& values = part.GetData(false, nullptr);
+    // What isn't a date nor a truth value goes out in runs.
+    std::vector<bool> arePlain;
+    for (int variable = 1; variable <= part.SizeVariables(); ++variable) {
+        arePlain.push_back(IsPlain(part.GetVariableInfo(variable)));
+    }
+    std::vector<float> run;
     for (int observation = 1; observation <= part.SizeObservations(); ++observation) {
         const int row = rowOffset + idRows + observation;
         if (observation % RowsBetweenLooks == 0) {
@@ -494,10 +504,22 @@ void KpfFileImport::PutDataSet(CellOutput& output, const NCDataSet& part, int ro
         for (int alias = 1; alias <= idColumns; ++alias) {
             output.Text(alias, row, observationAliases.GetAlias(alias, part.GetObservationInfo(observation)));
         }
+        const auto putRun = [&](int end) {
+            if (!run.empty()) {
+                output.RowRun(idColumns + end - static_cast<int>(run.size()), row, run);
+                run.clear();
+            }
+        };
         for (int variable = 1; variable <= part.SizeVariables(); ++variable) {
-            PutValue(output, idColumns + variable, row, part.GetVariableInfo(variable),
-                     values(observation, variable));
+            const float value = values(observation, variable);
+            if (arePlain[static_cast<std::size_t>(variable) - 1] && !VariableInfo::IsMissing(value)) {
+                run.push_back(value);
+                continue;
+            }
+            putRun(variable);
+            PutValue(output, idColumns + variable, row, part.GetVariableInfo(variable), value);
         }
+        putRun(part.SizeVariables() + 1);
         output.EndRow(row);
     }
 }

@@ -9,3 +9,7 @@ std::vector<FileContents::Fact> MatContent::ListFacts() {
 std::string MatContent::GetFailure() const {
     return {};
 }
+
+std::string MatContent::GetFailurePlace() const {
+    return {};
+}

@@ -36,4 +36,6 @@ public:
 
     /** More than the status can tell of a failure; may be empty. */
     virtual std::string GetFailure() const;
+    /** Where it is, as a note has it; may be empty. */
+    virtual std::string GetFailurePlace() const;
 };

@@ -94,6 +94,7 @@ bool MatFile::GetTableSize(int& rows, int& columns) {
     // Without a current matrix there is no size, but nothing has failed.
     if (failure != StatusOk && failure != StatusNoMatFile) {
         failureText = content->GetFailure();
+        failurePlace = content->GetFailurePlace();
         status = failure;
     }
     return failure == StatusOk;
@@ -245,6 +246,7 @@ int MatFile::OpenComplete(const char* fileName, const NvImportOpenOptions* optio
         content = std::make_unique<MatWorkspace>(std::move(arrays), options, *GetContext());
         const int failure = content->Open();
         failureText = content->GetFailure();
+        failurePlace = content->GetFailurePlace();
         return failure;
     });
 }
@@ -269,6 +271,7 @@ int MatFile::Read(ReadSpreadSheetData* sink) {
     status = WithinBudget(FailureOfLevel(), [&] { return content->Read(sink, GetChoice()); });
     if (failureText.empty()) {
         failureText = content->GetFailure();
+        failurePlace = content->GetFailurePlace();
     }
     return status;
 }

@@ -29,6 +29,12 @@ public:
     /** Ends what Open began; a context that was given stays for its owner to look at. */
     void Close() override;
 
+    /**
+     * Where the read failed, as a note has it: "line 12", "byte 18204", "part xl/workbook.xml", "B7"; empty
+     * where nobody knows. Known once the error message has been asked for.
+     */
+    const std::string& GetFailurePlace() const { return failurePlace; }
+
 protected:
     /** One status of a format and its text. */
     struct StatusText {
@@ -63,6 +69,7 @@ protected:
 
     /** Told by GetErrorMessage in place of the status's own text while it isn't empty. */
     std::string failureText;
+    std::string failurePlace;
 
 private:
     mutable std::shared_ptr<karta::ReadContext> context;  // null until one of its own is needed

@@ -310,6 +310,8 @@ int JCAMPFile::OpenComplete(const std::vector<std::string>& paths, const NvImpor
             const int code = complete->Choose(wanted);
             if (code != StatusOk && code != StatusNothingSelected) {
                 failureText = complete->DescribeProblems();
+                const int line = complete->FindProblemLine();
+                failurePlace = line > 0 ? "line " + std::to_string(line) : "";
             }
             return code;
         } catch (const std::ios_base::failure&) {
@@ -718,8 +720,19 @@ std::string JCAMPFile::DescribeStatus() const {
     return (found->prefix == Prefix::None ? "" : before) + std::string(found->text);
 }
 
+// Whether a failure has to do with the line that was read last.
+bool JCAMPFile::TellsLine() const {
+    return status == StatusIllegalFactor || status == StatusIllegalCharacter ||
+           std::any_of(std::begin(StatusTexts), std::end(StatusTexts), [this](const PrefixedText& entry) {
+               return entry.status == status && entry.prefix == Prefix::Line;
+           });
+}
+
 void JCAMPFile::GetErrorMessage(char* buffer, unsigned int size) {
     const std::string text = DescribeStatus();
+    if (complete == nullptr && TellsLine()) {
+        failurePlace = "line " + std::to_string(progress.lineNumber);
+    }
     const StatusText own{status, text};
     CopyStatusText({&own, text.empty() ? std::size_t{0} : std::size_t{1}}, buffer, size);
     // After these two no message names a file any more.

@@ -164,6 +164,7 @@ private:
 
     Prefixes MakePrefixes() const;
     std::string DescribeStatus() const;
+    bool TellsLine() const;
 
     int currentBlock = -1;  // the block being looked at: messages name its file
     int depth = -1;

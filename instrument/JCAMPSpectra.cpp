@@ -133,6 +133,7 @@ int JCAMPSpectra::Fail(int code, int line) {
                                            [code](const Problem& known) { return known.code == code; });
     problem = found == std::end(Problems) ? "a form of data that isn't known" : found->text;
     problem += " (line " + std::to_string(line) + ")";
+    problemLine = line;
     return code;
 }
 

@@ -59,6 +59,8 @@ public:
     int Decode(const JCAMPDataTable& table, std::vector<JCAMPSpectrum>& spectra);
     /** Why the last table can't be read. */
     const std::string& GetProblem() const { return problem; }
+    /** The line that it stands in; 0 for none. */
+    int GetProblemLine() const { return problemLine; }
     /** What isn't as the tables' labels say. */
     const std::vector<karta::Note>& GetNotes() const { return notes; }
 
@@ -111,6 +113,7 @@ private:
     std::string blockName;
     std::int64_t repetitionsLeft;
     std::string problem;
+    int problemLine = 0;
     std::vector<karta::Note> notes;
 };
 

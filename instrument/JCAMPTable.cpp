@@ -215,12 +215,12 @@ void JCAMPTable::AddBlock(const std::string& file, const JCAMPBlock& content, JC
     blocks.push_back({file, content});
     const JCAMPBlock& block = blocks.back().content;
     if (block.isBinary) {
-        AddProblem(index, "binary data, which can't be read", JCAMPFile::StatusBinaryData);
+        AddProblem(index, "binary data, which can't be read", block.line, JCAMPFile::StatusBinaryData);
         return;
     }
     if (block.tables.empty()) {
         const bool isStructure = !block.Find("JCAMPCS").empty();
-        AddProblem(index, isStructure ? "a structure, which is no spectrum" : "no data",
+        AddProblem(index, isStructure ? "a structure, which is no spectrum" : "no data", block.line,
                    JCAMPFile::StatusNoPages);
         return;
     }
@@ -230,7 +230,7 @@ void JCAMPTable::AddBlock(const std::string& file, const JCAMPBlock& content, JC
         context.ThrowIfStopped();
         const int code = decoder.Decode(data, spectra);
         if (code != JCAMPFile::StatusOk) {
-            AddProblem(index, decoder.GetProblem(), code);
+            AddProblem(index, decoder.GetProblem(), decoder.GetProblemLine(), code);
         }
     }
     for (const karta::Note& note : decoder.GetNotes()) {
@@ -247,11 +247,12 @@ void JCAMPTable::AddNote(karta::Note note) {
     }
 }
 
-void JCAMPTable::AddProblem(std::size_t block, const std::string& problem, int code) {
+void JCAMPTable::AddProblem(std::size_t block, const std::string& problem, int line, int code) {
     Part& part = parts.emplace_back();
     part.block = block;
     part.name = NameOf(blocks[block]);
     part.problem = problem;
+    part.line = line;
     part.code = code;
     AddNote({"unreadable-block", 1, part.name, part.name + " holds " + problem});
 }
@@ -353,6 +354,12 @@ std::string JCAMPTable::DescribeProblems() const {
         }
     }
     return text.empty() ? text : "No block of the file can be read: " + text;
+}
+
+int JCAMPTable::FindProblemLine() const {
+    const auto first =
+        std::find_if(parts.begin(), parts.end(), [](const Part& part) { return part.line > 0; });
+    return first == parts.end() ? 0 : first->line;
 }
 
 void JCAMPTable::FindLabelColumns(const std::vector<std::size_t>& chosen) {

@@ -37,6 +37,8 @@ public:
     int CountRows() const { return table.CountRows(); }
     int CountColumns() const { return table.CountColumns(); }
     std::vector<FileContents::Part> ListParts() const;
+    /** The line of the first of them; 0 for none. */
+    int FindProblemLine() const;
     std::vector<FileContents::Fact> ListFacts() const;
     void Read(ReadSpreadSheetData& sink);
 
@@ -49,13 +51,14 @@ private:
         std::size_t block;
         std::string name;
         std::string problem; /**< why it can't be read; empty otherwise */
+        int line = 0;        /**< of the problem, in its file; 0 for none */
         int code = 0;
         std::vector<JCAMPSpectrum> spectra; /**< on one axis */
     };
 
     void AddBlock(const std::string& file, const JCAMPBlock& content, class JCAMPStream& stream);
     void AddSpectra(std::size_t block, std::vector<JCAMPSpectrum> spectra);
-    void AddProblem(std::size_t block, const std::string& problem, int code);
+    void AddProblem(std::size_t block, const std::string& problem, int line, int code);
     std::vector<std::size_t> ChooseParts(const std::optional<std::vector<std::size_t>>& wanted) const;
     void AddToTable(const Part& part);
     void AddPeaks(const std::vector<const Part*>& peaks);

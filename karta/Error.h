@@ -38,6 +38,7 @@ struct Place {
     std::optional<std::uint64_t> record = {};
     std::optional<std::uint64_t> byte = {};
     std::string cell = {}; /**< "B7" */
+    std::string part = {}; /**< of a file of parts, by the name that it has there: "xl/workbook.xml" */
 };
 
 /**

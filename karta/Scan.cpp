@@ -1,7 +1,10 @@
 #include "karta/Scan.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <functional>
+#include <map>
+#include <numeric>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -23,6 +26,29 @@ namespace {
 struct Outcome : std::variant<Table, Error> {
     using variant::variant;
 };
+
+// What a scan that looks at all files first keeps of the tables that it then hands out.
+constexpr std::uint64_t MostKeptBytes = std::uint64_t{1} << 30;
+
+std::uint64_t SizeOf(const SharedBuffer& buffer) {
+    return buffer == nullptr ? 0 : buffer->GetSize();
+}
+
+std::uint64_t SizeOf(const Table& table) {
+    constexpr std::uint64_t SizeOfHead = 256;
+    std::uint64_t size = SizeOfHead * (1 + table.GetParts().heads.size());
+    for (const Column& column : table.GetColumns()) {
+        const ColumnBuffers& buffers = column.GetBuffers();
+        size += SizeOfHead + SizeOf(buffers.values) + SizeOf(buffers.text) + SizeOf(buffers.validity);
+        if (buffers.dictionary != nullptr) {
+            size += SizeOf(buffers.dictionary->GetBuffers().text);
+        }
+    }
+    if (const Block* block = table.GetBlock()) {
+        size += SizeOf(block->GetParts().values) + SizeOf(block->GetParts().axis);
+    }
+    return size;
+}
 
 Error WithFile(const std::string& file, ErrorCode code, const std::string& text) {
     return Error({.code = code, .file = file, .text = text});
@@ -90,7 +116,7 @@ private:
         ScanSchema building = isFirst ? start : *schema;
         for (std::size_t taken = 0; place < files.size() && taken < options.batch && !pending; ++taken) {
             const std::string& file = files[place++];
-            TakeFile(file, ahead->Take(), isFirst, building, tables, names);
+            TakeFile(file, TakeOutcome(place - 1), isFirst, building, tables, names);
             if (progress) {
                 progress(static_cast<double>(place) / static_cast<double>(files.size()));
             }
@@ -114,10 +140,20 @@ private:
         }
     }
 
-    std::unique_ptr<OrderedWork<Outcome>> StartReading() const {
+    std::unique_ptr<OrderedWork<Outcome>> StartReading(const std::vector<std::size_t>& places) const {
         return std::make_unique<OrderedWork<Outcome>>(
-            files.size(), ChooseThreadCount(options.workers, files.size()),
-            [this](std::size_t file) { return ReadFile(files[file]); });
+            places.size(), ChooseThreadCount(options.workers, places.size()),
+            [this, &places](std::size_t job) { return ReadFile(files[places[job]]); });
+    }
+
+    Outcome TakeOutcome(std::size_t file) {
+        const auto known = kept.find(file);
+        if (known == kept.end()) {
+            return ahead->Take();
+        }
+        Outcome outcome = std::move(known->second);
+        kept.erase(known);
+        return outcome;
     }
 
     void Begin() {
@@ -127,7 +163,12 @@ private:
         if (wantsAxes || (options.columns == ScanColumns::Union && files.size() > options.batch)) {
             LookAtAll(wantsAxes);
         }
-        ahead = StartReading();
+        for (std::size_t file = 0; file < files.size(); ++file) {
+            if (!kept.contains(file)) {
+                filesToRead.push_back(file);
+            }
+        }
+        ahead = StartReading(filesToRead);
         hasBegun = true;
     }
 
@@ -164,29 +205,40 @@ private:
         }
     }
 
-    // What the grid and the columns are made of. What can't be read is told when its turn comes.
+    // What the grid and the columns are made of. What can't be read is told when its turn comes. The tables
+    // are kept for it as far as there is room: what is beyond is read again.
     void LookAtAll(bool wantsAxes) {
         AxisUnion all;
         AxisIntersection shared;
         std::string unit;
-        const auto looking = StartReading();
-        for (std::size_t i = 0; i < files.size(); ++i) {
-            const Outcome outcome = looking->Take();
-            const Table* const table = std::get_if<Table>(&outcome);
-            if (table == nullptr) {
-                continue;
-            }
+        const auto look = [&](const Table& table) {
             if (options.columns == ScanColumns::Union) {
-                LookAtColumns(*table);
+                LookAtColumns(table);
             }
-            const Block* const block = table->GetBlock();
+            const Block* const block = table.GetBlock();
             if (block == nullptr || !IsAxis(block->GetAxis())) {
-                continue;
+                return;
             }
             unit = unit.empty() ? UsualUnit(block->GetAxisUnit()) : unit;
             if (block->GetAxisUnit().empty() || UsualUnit(block->GetAxisUnit()) == unit) {
                 all.Add(block->GetAxis());
                 shared.Add(block->GetAxis());
+            }
+        };
+        std::vector<std::size_t> places(files.size());
+        std::iota(places.begin(), places.end(), std::size_t{0});
+        const auto looking = StartReading(places);
+        std::uint64_t keptBytes = 0;
+        for (std::size_t file = 0; file < files.size(); ++file) {
+            Outcome outcome = looking->Take();
+            const Table* const table = std::get_if<Table>(&outcome);
+            if (table != nullptr) {
+                look(*table);
+            }
+            const std::uint64_t size = table == nullptr ? 0 : SizeOf(*table);
+            if (size <= MostKeptBytes - keptBytes) {
+                keptBytes += size;
+                kept.emplace(file, std::move(outcome));
             }
         }
         if (!wantsAxes) {
@@ -262,6 +314,8 @@ private:
     std::vector<double> points;
     std::shared_ptr<FormatCatalogue> formats;
     bool hasBegun = false;
+    std::map<std::size_t, Outcome> kept;   // what was read already, by the files' places
+    std::vector<std::size_t> filesToRead;  // the others
     std::unique_ptr<OrderedWork<Outcome>> ahead;
     std::size_t place = 0;
     ScanSchema start;  // of the first batch: what is known before

@@ -17,7 +17,8 @@ namespace karta {
  * The axis that the spectra of several files are put on. None leaves them as they are, and files on another
  * axis than the first don't fit. First takes the axis of the first file that can be read; Common the stretch
  * that all axes share, at the first one's points; Union all points of all axes. Common and Union look at all
- * files before the first batch. Values between a spectrum's points are interpolated linearly; beyond its ends
+ * files before the first batch, and keep what they read as far as memory allows: the files beyond are read
+ * twice. Values between a spectrum's points are interpolated linearly; beyond its ends
  * there is none: missing.
  */
 class KARTA_EXPORT Grid {

@@ -25,6 +25,9 @@ nb::dict DictionaryOf(const Place& where) {
     if (!where.cell.empty()) {
         place["cell"] = TextOf(where.cell);
     }
+    if (!where.part.empty()) {
+        place["part"] = TextOf(where.part);
+    }
     return place;
 }
 

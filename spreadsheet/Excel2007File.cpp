@@ -267,6 +267,7 @@ void Excel2007File::OpenComplete(const char* path) {
     if (!book->ReadSheetList(listed)) {
         status = StatusCorrupt;
         failureText = "The workbook's list of sheets can't be read: " + workbookPart + " is damaged.";
+        failurePlace = "part " + workbookPart;
         return;
     }
     std::vector<WorkbookSheet> list;
@@ -595,6 +596,7 @@ int Excel2007File::ReadComplete(ReadSpreadSheetData* sink) {
         if (!book->ReadSheet(sheet.part, cells)) {
             if (isOnly) {
                 failureText = "The " + DescribeFailure(sheet) + ".";
+                failurePlace = "part " + sheet.part;
                 status = StatusCorrupt;
                 return status;
             }

@@ -178,6 +178,7 @@ int CsvFile::GetSelectedDelimiter(char* firstLine, file_iterator begin, file_ite
             "line " + std::to_string(CountByte(text.data(), text.data() + taken, '\n') + 1);
         AddNote({"refused-byte", 1, place,
                  "the classic reading ended at " + place + "; the complete reading takes all of the file"});
+        failurePlace = place;
         status = StatusReadFailed;
         return status;
     }

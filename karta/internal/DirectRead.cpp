@@ -2,7 +2,9 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <exception>
 #include <new>
@@ -11,6 +13,7 @@
 #include <utility>
 
 #include "base/Suggestion.h"
+#include "base/Unicode.h"
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
 #include "host/NvFile.h"
@@ -56,6 +59,30 @@ ErrorCode CodeOf(int reason) {
         default:
             return ErrorCode::NotReadable;
     }
+}
+
+// Of a place as readers and notes have it: "line 12".
+Place PlaceOf(std::string_view text) {
+    Place place;
+    const std::size_t blank = std::min(text.find(' '), text.size());
+    const std::string_view word = text.substr(0, blank);
+    const std::string_view rest = text.substr(std::min(blank + 1, text.size()));
+    std::uint64_t number = 0;
+    const bool isNumber =
+        std::from_chars(rest.data(), rest.data() + rest.size(), number).ptr == rest.data() + rest.size() &&
+        !rest.empty();
+    if (word == "line" && isNumber) {
+        place.line = number;
+    } else if (word == "record" && isNumber) {
+        place.record = number;
+    } else if (word == "byte" && isNumber) {
+        place.byte = number;
+    } else if (word == "part") {
+        place.part = AsUtf8(std::string(rest));
+    } else {
+        place.cell = AsUtf8(std::string(text));
+    }
+    return place;
 }
 
 /** One read by a reader that is called directly, as the driver does it, but without the flat interface. */
@@ -329,6 +356,9 @@ void RaiseReadersError(SpreadsheetFile& reader, const ReadWishes& wishes, const 
         details.code = ErrorCode::NeedsPassword;
     } else if (own != nullptr && own->GetContext()->budget.WasExceeded()) {
         SetLimitText(details, details.text);
+    }
+    if (own != nullptr) {
+        details.place = PlaceOf(own->GetFailurePlace());
     }
     throw Error(details);
 }

@@ -12,6 +12,7 @@
 #include "karta/Detect.h"
 #include "karta/Formats.h"
 #include "tests/support/TempFolder.h"
+#include "tests/support/ZipBuilder.h"
 
 namespace {
 
@@ -308,4 +309,73 @@ TEST(ReadOptions, RecordKeepsTheChoices) {
     EXPECT_EQ(ErrorOf([] { ReadOptions::FromRecord("nonsense"); }).GetCode(), ErrorCode::BadOption);
     EXPECT_EQ(ErrorOf([] { (void)ReadOptions{.part = 1, .reading = Reading::Classic}.ToRecord(); }).GetCode(),
               ErrorCode::BadOption);
+}
+
+TEST(Read, ErrorTellsTheLineOfAJcampFile) {
+    const TempFolder folder;
+    const std::string path =
+        folder.Write("bad.dx",
+                     "##TITLE=a\n##JCAMP-DX=4.24\n##DATA TYPE=INFRARED SPECTRUM\n##NPOINTS=0\n"
+                     "##XYDATA=(X++(Y..Y))\n1 2 3\n##END=\n");
+    const Error error = ErrorOfRead(path, {.format = "jcamp", .reading = Reading::Classic});
+    EXPECT_EQ(error.GetCode(), ErrorCode::BadFile);
+    EXPECT_EQ(error.GetPlace().line, 4U) << error.what();
+}
+
+TEST(Read, ErrorTellsTheLineOfUnreadableJcampData) {
+    const TempFolder folder;
+    const std::string path =
+        folder.Write("bad.dx", "##TITLE=a\n##JCAMP-DX=4.24\n##DATA TYPE=INFRARED SPECTRUM\n##END=\n");
+    const Error error = ErrorOfRead(path, {.format = "jcamp"});
+    EXPECT_EQ(error.GetPlace().line, 1U) << error.what();
+}
+
+TEST(Read, ErrorTellsTheLineOfACsvFile) {
+    const TempFolder folder;
+    const std::string path = folder.Write("bad.csv", std::string("a,b\n1,2\n3,\x01\n"));
+    const Error error = ErrorOfRead(path, {.format = "csv", .reading = Reading::Classic});
+    EXPECT_EQ(error.GetPlace().line, 3U) << error.what();
+}
+
+TEST(Read, ErrorTellsThePartOfAWorkbook) {
+    const TempFolder folder;
+    const std::string office = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+    const std::string main = "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
+    const auto relation = [&](const std::string& type, const std::string& target) {
+        return "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
+               "<Relationship Id=\"r\" Type=\"" +
+               office + "/" + type + "\" Target=\"" + target + "\"/></Relationships>";
+    };
+    ZipBuilder zip;
+    zip.Add("[Content_Types].xml",
+            "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\"/>");
+    zip.Add("_rels/.rels", relation("officeDocument", "xl/workbook.xml"));
+    zip.Add("xl/workbook.xml",
+            "<workbook " + main + " xmlns:r=\"" + office +
+                "\"><sheets><sheet name=\"A\" sheetId=\"1\" r:id=\"r\"/></sheets></workbook>");
+    zip.Add("xl/_rels/workbook.xml.rels", relation("worksheet", "worksheets/sheet1.xml"));
+    zip.Add("xl/worksheets/sheet1.xml",
+            "<worksheet " + main + "><sheetData><row r=\"1\"><c r=\"A1\"><v>1</v></c>");
+    const std::string path = folder.Write("bad.xlsx", zip.Build());
+    const Error error = ErrorOfRead(path, {.format = "xlsx"});
+    EXPECT_EQ(error.GetPlace().part, "xl/worksheets/sheet1.xml") << error.what();
+}
+
+TEST(Read, ErrorTellsTheRecordOfAMatFile) {
+    const TempFolder folder;
+    // Two doubles are promised, one is there.
+    std::string bytes(20, '\0');
+    bytes[4] = 2;
+    bytes[8] = 1;
+    bytes[16] = 2;
+    const std::string path =
+        folder.Write("bad.mat", bytes + "A" + std::string(1, '\0') + std::string(8, '\0'));
+    const Error error = ErrorOfRead(path, {.format = "mat"});
+    EXPECT_EQ(error.GetPlace().record, 1U) << error.what();
+}
+
+TEST(Read, ErrorWithoutAPlaceHasNone) {
+    const Error error = ErrorOfRead(SamplePath("wine.txt"), {.format = "spc"});
+    EXPECT_FALSE(error.GetPlace().line || error.GetPlace().record || error.GetPlace().byte);
+    EXPECT_EQ(error.GetPlace().cell + error.GetPlace().part, "");
 }

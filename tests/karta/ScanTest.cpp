@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
 #include <memory>
 
 #include "karta/Read.h"
@@ -306,5 +307,26 @@ TEST(TableRows, JoinsColumnsOfAllTypes) {
                 << column << " " << row;
             EXPECT_EQ(joined.GetColumn(column).IsMissing(row), piece.GetColumn(column).IsMissing(row % 2));
         }
+    }
+}
+
+TEST(Scan, LookingAtAllFilesFirstReadsEachOnce) {
+    for (const karta::Grid::Kind kind : {karta::Grid::Union, karta::Grid::Common}) {
+        const TempFolder folder;
+        std::vector<std::string> files;
+        for (int i = 0; i < 5; ++i) {
+            files.push_back(folder.Write(std::to_string(i) + ".dx", Spectrum(1000 + i, 1, 20)));
+        }
+        Scan scan(files, {.grid = kind, .batch = 1, .workers = 2});
+        ASSERT_NE(scan.Next(), nullptr);
+        // All of them have been read: they may be gone.
+        for (const std::string& file : files) {
+            std::filesystem::remove(file);
+        }
+        int more = 0;
+        while (scan.Next() != nullptr) {
+            ++more;
+        }
+        EXPECT_EQ(more, 4);
     }
 }
