@@ -153,7 +153,7 @@ int RunConvert(const ReadRequest& request, const ConvertRequest& wanted) {
     const auto formats = LoadFormats(request);
     const ConversionTarget target = ConversionTarget::Choose(*formats, wanted);
     try {
-        if (CanStream(request, target, wanted.output) &&
+        if (target.form && CanStream(request, target, wanted.output) &&
             StreamingConversion(request, wanted, *target.form).Run()) {
             return ExitSuccess;
         }

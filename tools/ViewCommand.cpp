@@ -121,9 +121,10 @@ std::vector<std::pair<ReadRequest, std::string>> TablesOf(const Source& source, 
         if (IsTable(part)) {
             ReadRequest request = source.request;
             request.part = std::to_string(i + 1);
-            std::string title = part.name.empty() ? part.kind + " " + std::to_string(i + 1) : part.name;
+            std::string title = file.empty() ? "" : file + ": ";
+            title += part.name.empty() ? part.kind + " " + std::to_string(i + 1) : part.name;
             title += part.hidden ? " (hidden)" : "";
-            tables.emplace_back(std::move(request), file.empty() ? title : file + ": " + title);
+            tables.emplace_back(std::move(request), std::move(title));
         }
     }
     return tables;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "frame/CompleteOptions.h"
 #include "karta/Error.h"
@@ -39,6 +40,8 @@ Names Joined(Names names, const std::vector<Names>& others) {
     return names;
 }
 
+// A table of its own length.
+// NOLINTNEXTLINE(readability-function-size)
 const std::vector<Option>& AllOptions() {
     using Wishes = karta::ReadWishes;
     static const std::vector<Option> options = {
@@ -252,9 +255,10 @@ std::vector<karta::Note> NoteUnknownSettings(const FormatCatalogue& formats, int
     for (const std::string& setting : wishes.settings) {
         const std::string key = setting.substr(0, setting.find('='));
         if (!Has(known, key)) {
-            notes.push_back({"unknown-setting", 1, key,
-                             "settings: " + name + " doesn't know the key '" + key + "'" +
-                                 (known.empty() ? ", nor any other" : "; it knows " + Listed(known))});
+            std::string text = "settings: " + name;
+            text.append(" doesn't know the key '").append(key).append("'");
+            text += known.empty() ? ", nor any other" : "; it knows " + Listed(known);
+            notes.push_back({"unknown-setting", 1, key, std::move(text)});
         }
     }
     return notes;
