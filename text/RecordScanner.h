@@ -13,7 +13,8 @@
 
 /** A field of a record, as views of the text. */
 struct TextField {
-    std::string_view text;   /**< without the quotes around it, and as it stands between them */
+    /** Without the quotes around it, and as it stands between them; a place in the record, empty or not. */
+    std::string_view text;
     std::string_view behind; /**< what stands between a closing quote and the delimiter */
     bool isQuoted = false;
     bool isEscaped = false; /**< doubled quotes or escapes are in it */

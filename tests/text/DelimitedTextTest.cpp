@@ -119,6 +119,13 @@ TEST_F(DelimitedTextTest, EveryRecordIsARow) {
     EXPECT_EQ(All("sep=;\na;b,c\n1;2\n"), "a|b,c/1|2");
 }
 
+// What behind the last blank isn't there is an empty field at the text's end all the same.
+TEST_F(DelimitedTextTest, BlankAtTheEndOfAFileWithoutALineEnd) {
+    EXPECT_EQ(All("hello "), "hello ");
+    EXPECT_EQ(All("hello you \nhello you "), "hello you /hello you ");
+    EXPECT_EQ(All(std::string("\0\0\b\x81 \0", 6)).substr(0, 1), "\b");
+}
+
 TEST_F(DelimitedTextTest, EmptyFileIsAnEmptyTableWithANote) {
     const auto read = Read("");
     EXPECT_EQ(read->status, 0);
