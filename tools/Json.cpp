@@ -21,7 +21,7 @@ void PutNumber(JsonWriter& json, const char* key, const std::optional<std::uint6
 
 // Nothing where nothing of it is known.
 void PutPlace(JsonWriter& json, const karta::Place& place) {
-    if (!place.line && !place.record && !place.byte && place.cell.empty()) {
+    if (!place.line && !place.record && !place.byte && place.cell.empty() && place.part.empty()) {
         return;
     }
     json.BeginObject("place");
@@ -30,6 +30,9 @@ void PutPlace(JsonWriter& json, const karta::Place& place) {
     PutNumber(json, "byte", place.byte);
     if (!place.cell.empty()) {
         json.Put("cell", AsUtf8(place.cell));
+    }
+    if (!place.part.empty()) {
+        json.Put("part", AsUtf8(place.part));
     }
     json.EndObject();
 }
