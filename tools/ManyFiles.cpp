@@ -87,12 +87,7 @@ karta::ReadOptions OptionsOf(const ReadRequest& request) {
     if (!request.optionsFile.empty() || !request.saveOptionsFile.empty()) {
         throw Failure("--stack can't go with --options or --save-options, which are of one file", ExitUsage);
     }
-    karta::ReadOptions options = karta::MakeReadOptions(request);
-    options.stop = Interrupt::GetStopToken();
-    if (!request.plugins.empty()) {
-        options.plugins = {request.plugins};
-    }
-    return options;
+    return ReadOptionsOf(request);
 }
 
 // With what lets the others be read all the same.
@@ -270,7 +265,7 @@ int ConvertStacked(const ReadRequest& request, const ConvertRequest& wanted,
     options.columns = wanted.grid.empty() ? karta::ScanColumns::Same : karta::ScanColumns::Union;
     options.onError = wanted.skipBad ? karta::OnError::Collect : karta::OnError::Raise;
     options.workers = wanted.workers;
-    options.read = InProgramsWords([&] { return OptionsOf(request); });
+    options.read = OptionsOf(request);
     options.read.progress = [&](double share) {
         progress.ShowFiles(static_cast<std::size_t>(std::lround(share * static_cast<double>(files.size()))),
                            files.size());

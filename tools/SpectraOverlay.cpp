@@ -21,15 +21,6 @@ constexpr int NameRow = 1;
 constexpr int AxisRow = 2;
 constexpr int FirstDataRow = 3;
 
-karta::ReadOptions OptionsOf(const ReadRequest& request) {
-    karta::ReadOptions options = InProgramsWords([&] { return karta::MakeReadOptions(request); });
-    options.stop = Interrupt::GetStopToken();
-    if (!request.plugins.empty()) {
-        options.plugins = {request.plugins};
-    }
-    return options;
-}
-
 /** What the spectra of a file are drawn over, and what they are of, where it tells. */
 struct Kind {
     bool hasSpectra = false;
@@ -118,7 +109,7 @@ karta::TableShape ShapeOf(const karta::Table& table) {
 }  // namespace
 
 std::vector<std::vector<std::string>> SpectraOverlay::Group(const ReadRequest& request) {
-    const karta::ReadOptions options = OptionsOf(request);
+    const karta::ReadOptions options = ReadOptionsOf(request);
     karta::OrderedWork<Kind> work(request.files.size(), karta::ChooseThreadCount(0, request.files.size()),
                                   [&](std::size_t file) { return KindOf(request.files[file], options); });
     std::vector<std::vector<std::string>> groups;
@@ -147,7 +138,7 @@ void SpectraOverlay::Read(const ReadRequest& request, const std::vector<std::str
         options.columns = karta::ScanColumns::Union;
         options.onError = karta::OnError::Collect;
         options.batch = files.size();
-        options.read = OptionsOf(request);
+        options.read = ReadOptionsOf(request);
         karta::Scan scan(files, std::move(options));
         const karta::Table* const stacked = scan.Next();
         if (stacked == nullptr) {

@@ -126,6 +126,15 @@ std::vector<int> TableRead::Rows(const ReadRequest& request) const {
     return rows;
 }
 
+karta::ReadOptions ReadOptionsOf(const ReadRequest& request) {
+    karta::ReadOptions options = InProgramsWords([&] { return karta::MakeReadOptions(request); });
+    options.stop = Interrupt::GetStopToken();
+    if (!request.plugins.empty()) {
+        options.plugins = {request.plugins};
+    }
+    return options;
+}
+
 void CheckRoad(const ReadRequest& request) {
     if (!request.throughDriver) {
         return;

@@ -23,6 +23,10 @@ using karta::MessageOf;
 using karta::ReadReport;
 using karta::Unopened;
 
+/** What the library's own calls are asked for, with the program's plug-ins and its stop. Raises Failure for a
+ * choice that is of one file by itself. */
+karta::ReadOptions ReadOptionsOf(const ReadRequest& request);
+
 /** Refuses what only a reader that is called directly can be told, where the driver is to read. */
 void CheckRoad(const ReadRequest& request);
 

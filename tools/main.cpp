@@ -68,7 +68,8 @@ A FILE without a verb is shown; - is standard input.
 
 Examples:
     karta-import spectrum.spc
-    karta-import view spectrum.spc
+    karta-import view spectra/
+    karta-import convert spectra/ --stack --grid common -o matrix.csv
     karta-import convert book.xlsx --part Results -o results.csv
     karta-import show --format text --delimiter ";" table.data
 
@@ -519,6 +520,7 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
         "Examples:\n"
         "  karta-import view spectrum.spc\n"
         "  karta-import view run1.ch run2.ch -o both.html\n"
+        "  karta-import view 'spectra/**/*.spc'\n"
         "  karta-import view --svg spectrum.spc -o spectrum.svg");
 
     CLI::App* convert = app.add_subcommand("convert", "the table as CSV, TSV, JSON lines, text, DIF or MAT");
