@@ -276,8 +276,10 @@ private:
         variable.isCut = true;
         if (!variable.shape.empty()) {
             // As many of the first dimension as are there whole.
-            const std::uint64_t rest = variable.piece / variable.shape.front();
-            const std::uint64_t size = Multiply(rest, SizeOfType(variable.type));
+            std::uint64_t size = SizeOfType(variable.type);
+            for (std::size_t i = 1; i < variable.shape.size(); ++i) {
+                size = Multiply(size, variable.shape[i]);
+            }
             variable.shape.front() = std::min(
                 variable.shape.front(), CountFrom(variable.begin, size, std::max<std::uint64_t>(size, 1)));
         }

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "tests/container/NetCDFBuilder.h"
+#include "tests/support/ByteBuilder.h"
 
 namespace {
 
@@ -159,4 +162,38 @@ TEST(ClassicHeaderTest, RecordDimensionStandsFirst) {
     NetCDFBuilder file;
     file.Dimension("x", 2).Dimension("r", 0).Variable("v", {"x", "r"}, Floats({}));
     EXPECT_FALSE(IsSound(file.File()));
+}
+
+// The number of values of a shape may not fit any integer; what is left of it must.
+TEST(ClassicHeaderTest, ShapesBeyondAnyNumberAreCutToTheFile) {
+    const auto large = [](ByteBuilder& file, std::uint64_t value) { file.PutBig(value); };
+    ByteBuilder file;
+    file.Text("CDF\x05");
+    large(file, 0);
+    file.PutBig(std::uint32_t{10});
+    large(file, 2);
+    for (const auto& [name, length] :
+         {std::pair{'a', std::uint64_t{0x0f00000000000000}}, std::pair{'b', std::uint64_t{0x1000002}}}) {
+        large(file, 1);
+        file.Field(std::string(1, name), 4);
+        large(file, length);
+    }
+    file.Zeros(12).PutBig(std::uint32_t{11});
+    large(file, 1);
+    large(file, 1);
+    file.Field("v", 4);
+    for (const std::uint64_t field : {2, 0, 1}) {
+        large(file, field);
+    }
+    file.Zeros(12).PutBig(std::uint32_t{3});
+    large(file, 4);
+    large(file, 200);
+    file.PadTo(300);
+    const std::string bytes = file.Bytes();
+    const auto header =
+        ReadClassicHeader({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+    ASSERT_TRUE(header);
+    ASSERT_EQ(header->variables.size(), 1U);
+    EXPECT_TRUE(header->variables[0].isCut);
+    EXPECT_EQ(header->variables[0].shape, (std::vector<std::uint64_t>{0, 0x1000002}));
 }
