@@ -182,7 +182,7 @@ TEST(ClassicHeaderTest, ShapesBeyondAnyNumberAreCutToTheFile) {
     large(file, 1);
     large(file, 1);
     file.Field("v", 4);
-    for (const std::uint64_t field : {2, 0, 1}) {
+    for (const unsigned int field : {2U, 0U, 1U}) {
         large(file, field);
     }
     file.Zeros(12).PutBig(std::uint32_t{3});
