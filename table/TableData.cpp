@@ -26,7 +26,7 @@ constexpr std::uint64_t SourceBit = std::uint64_t{1} << 63;
 // What lies in the arena in front of a source: eight bytes and their NUL.
 constexpr std::size_t ContentSize = sizeof(std::uint64_t) + 1;
 // Room for rows is set aside up to this many; beyond it grows as they come, since a file's count may lie.
-constexpr int MaxReservedRows = 1 << 22;
+constexpr int MaxReservedRows = 1 << 20;
 // A row filled out of turn gets its full width at once while the whole table stays below this.
 constexpr std::int64_t DenseCells = 1 << 22;
 
