@@ -92,8 +92,8 @@ void Budget::ChargeWork(std::uint64_t steps, const char* what) {
 
 void Budget::Charge(std::atomic<std::uint64_t>& used, std::uint64_t amount, std::uint64_t limit,
                     const char* what, const char* unit) {
-    if (stop != nullptr && stop->stop_requested()) {
-        throw Stopped();
+    if (stop != nullptr) {
+        ThrowIfStopped(*stop);
     }
     const std::uint64_t before = used.fetch_add(amount);
     if (IsTooMuch(before, amount, limit)) {

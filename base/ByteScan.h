@@ -8,50 +8,25 @@
 // Looking for bytes in text that is mostly short: eight at a time and without a call, which for cells of
 // ten characters is faster than the C library's functions.
 
-/** The first `byte` in [begin, end), or `end`. */
-template <class Char>  // char, or const char
-Char* FindByte(Char* begin, Char* end, char byte) {
-    constexpr std::uint64_t Ones = 0x0101010101010101U;
-    constexpr std::uint64_t HighBits = 0x8080808080808080U;
-    const std::uint64_t pattern = Ones * static_cast<unsigned char>(byte);
-    if constexpr (std::endian::native == std::endian::little) {
-        while (end - begin >= 8) {
-            std::uint64_t word;
-            std::memcpy(&word, begin, sizeof word);
-            word ^= pattern;
-            // The lowest high bit that is set here stands over the first byte that became zero.
-            const std::uint64_t zeros = (word - Ones) & ~word & HighBits;
-            if (zeros != 0) {
-                return begin + std::countr_zero(zeros) / 8;
-            }
-            begin += 8;
-        }
-    }
-    while (begin != end && *begin != byte) {
-        ++begin;
-    }
-    return begin;
-}
-
 /** The first byte in [begin, end) that is one of these, or `end`. */
-template <char... Bytes, class Char>
-Char* FindAnyByte(Char* begin, Char* end) {
+template <class Char, class... Byte>  // char, or const char
+Char* FindByte(Char* begin, Char* end, Byte... bytes) {
     constexpr std::uint64_t Ones = 0x0101010101010101U;
     constexpr std::uint64_t HighBits = 0x8080808080808080U;
     if constexpr (std::endian::native == std::endian::little) {
-        // As in FindByte: wrong bits stand only above a right one.
+        // The lowest high bit that is set here stands over the first byte that is zero.
         const auto zeros = [](std::uint64_t word) { return (word - Ones) & ~word & HighBits; };
         while (end - begin >= 8) {
             std::uint64_t word;
             std::memcpy(&word, begin, sizeof word);
-            const std::uint64_t found = (zeros(word ^ (Ones * static_cast<unsigned char>(Bytes))) | ...);
+            const std::uint64_t found = (zeros(word ^ (Ones * static_cast<unsigned char>(bytes))) | ...);
             if (found != 0) {
                 return begin + std::countr_zero(found) / 8;
             }
             begin += 8;
         }
     }
-    while (begin != end && ((*begin != Bytes) && ...)) {
+    while (begin != end && ((*begin != bytes) && ...)) {
         ++begin;
     }
     return begin;

@@ -27,9 +27,7 @@ void LineReader::Seek(std::uint64_t offset) {
 // Moves the unfinished line to the front and reads on behind it. One byte stays free for the NUL behind
 // a last line.
 bool LineReader::Refill() {
-    if (stop.stop_requested()) {
-        throw karta::Stopped();
-    }
+    karta::ThrowIfStopped(stop);
     if (nextLine > 0) {
         std::memmove(buffer.get(), buffer.get() + nextLine, filled - nextLine);
         filled -= nextLine;

@@ -7,13 +7,14 @@
 #include <iterator>
 #include <limits>
 
+#include "base/ExactPowers.h"
+
 namespace {
 
 // Longer than any double with up to 64 digits and its exponent.
 constexpr std::size_t BufferSize = 128;
 
 constexpr int SixDigits = 6;
-constexpr double PowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
 constexpr double LeastFixed = 1e-4;
 constexpr double GreatestFixed = 1e6;
 // Scaling to six digits may be off by 1e-10: only a value that close to the middle between two of them can
@@ -25,7 +26,7 @@ int ExponentOf(double magnitude) {
     int exponent = -4;
     if (magnitude >= 1.0) {
         exponent = 0;
-        while (exponent < 5 && magnitude >= PowersOfTen[exponent + 1]) {
+        while (exponent < 5 && magnitude >= PowersOfTen[static_cast<std::size_t>(exponent) + 1]) {
             ++exponent;
         }
         return exponent;
@@ -53,7 +54,7 @@ char* PrintSixDigits(double value, char* text) {
         return nullptr;
     }
     const int exponent = ExponentOf(magnitude);
-    const double scaled = magnitude * PowersOfTen[SixDigits - 1 - exponent];
+    const double scaled = magnitude * PowersOfTen[static_cast<std::size_t>(SixDigits - 1 - exponent)];
     auto digits = static_cast<std::uint32_t>(scaled);
     const double fraction = scaled - digits;
     if (std::fabs(fraction - 0.5) < DoubtfulDistance) {

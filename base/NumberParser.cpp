@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "base/Ascii.h"
+#include "base/ExactPowers.h"
 
 namespace {
 
@@ -40,12 +41,6 @@ double OutOfRangeValue(std::string_view number) {
     const double magnitude = small ? 0.0 : std::numeric_limits<double>::infinity();
     return negative ? -magnitude : magnitude;
 }
-
-// Powers of ten that are exact as doubles, as whole numbers of so many digits are: a quotient of the two is
-// rounded correctly.
-constexpr std::ptrdiff_t ExactDigits = 15;
-constexpr double PowersOfTen[ExactDigits + 1] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 
 // The two to eight bytes of a text as a number whose lowest byte is the first, zeros behind them.
 std::uint64_t LoadShort(const char* from, std::size_t size) {
@@ -105,7 +100,7 @@ const char* ParseShortDecimal(const char* begin, const char* end, double& value)
         }
     }
     // With a point, and one digit more than are exact, so that it shows.
-    const char* const last = end - at > ExactDigits + 2 ? at + ExactDigits + 2 : end;
+    const char* const last = end - at > MostExactDigits + 2 ? at + MostExactDigits + 2 : end;
     const char* const first = at;
     std::uint64_t digits = 0;
     for (; at != last && IsDigit(*at); ++at) {
@@ -122,10 +117,10 @@ const char* ParseShortDecimal(const char* begin, const char* end, double& value)
         count += fraction;
     }
     const bool hasExponent = at != end && (*at == 'e' || *at == 'E');
-    if (count == 0 || count > ExactDigits || hasExponent) {
+    if (count == 0 || count > MostExactDigits || hasExponent) {
         return nullptr;
     }
-    const double magnitude = static_cast<double>(digits) / PowersOfTen[fraction];
+    const double magnitude = static_cast<double>(digits) / PowersOfTen[static_cast<std::size_t>(fraction)];
     value = isNegative ? -magnitude : magnitude;
     return at;
 }

@@ -43,9 +43,7 @@ struct KARTA_EXPORT ReadContext {
      * for every record, and for any thread of the read.
      */
     void ThrowIfStopped() const {
-        if (stop.stop_requested()) {
-            throw Stopped();
-        }
+        karta::ThrowIfStopped(stop);
         if (progressThread == std::this_thread::get_id() && progress) {
             progress(-1.0);
         }

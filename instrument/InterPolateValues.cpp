@@ -130,19 +130,14 @@ std::vector<float> InterPolateValues(const std::vector<float>& grid, const std::
         return {};
     }
     // Each step is one pass over the points, a few milliseconds for a million.
-    const auto throwIfStopped = [&stop] {
-        if (stop.stop_requested()) {
-            throw karta::Stopped();
-        }
-    };
-    throwIfStopped();
+    karta::ThrowIfStopped(stop);
     const std::vector<Point> points = ValidPoints(xs, ys);
-    throwIfStopped();
+    karta::ThrowIfStopped(stop);
     std::vector<Bracket> brackets = FindBrackets(grid, points);
-    throwIfStopped();
+    karta::ThrowIfStopped(stop);
     ExtendEnds(brackets, static_cast<int>(points.size()));
     FillGaps(brackets);
-    throwIfStopped();
+    karta::ThrowIfStopped(stop);
     std::vector<float> values(grid.size(), MissingValue);
     for (std::size_t i = 0; i < std::min(grid.size(), xs.size()); ++i) {
         const auto [lower, upper] = brackets[i];

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 #include "base/Ascii.h"
+#include "base/ExactPowers.h"
 #include "instrument/JCAMPCharacters.h"
 
 /**
@@ -66,14 +66,6 @@ public:
     unsigned int GetMarks() const { return marks; }
 
 private:
-    // A whole number of so many digits is a double without loss, and so is so high a power of ten: one
-    // operation then rounds their quotient as it should be.
-    static constexpr int MostExactDigits = 15;
-    static constexpr int MostExactPower = 22;
-    static constexpr std::array<double, MostExactPower + 1> PowersOfTen = {
-        1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-        1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
     bool TakeShort(Value& next, const Rules& rules);
     Result NextOfAnyKind(Value& next, const Rules& rules);
     Result BeginValue(Value& next, const Rules& rules, JCAMPCharacter& first);

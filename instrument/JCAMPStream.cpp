@@ -64,9 +64,7 @@ bool JCAMPStream::FindLineEnd(std::size_t& length) const {
 }
 
 bool JCAMPStream::TakeLine(std::string_view& line) {
-    if (stop.stop_requested()) {
-        throw karta::Stopped();
-    }
+    karta::ThrowIfStopped(stop);
     std::size_t length = 0;
     const bool isEnded = FindLineEnd(length);
     line = bytes.substr(position, length);

@@ -54,7 +54,7 @@ bool BufferReader::NextLine() {
     fields.clear();
     isCopied = false;
     lineStart = cursor;
-    const char* const stop = FindAnyByte<'\n', '\r', '"'>(cursor, end);
+    const char* const stop = FindByte(cursor, end, '\n', '\r', '"');
     if (stop == end || *stop != '"') {
         TakePlainFields(stop);
     } else {
@@ -126,7 +126,7 @@ bool BufferReader::NextRowNumber(int& number) {
         TakeField();
         number = ToLeadingInt(fields.back());
     }
-    cursor = FindAnyByte<'\n', '\r'>(cursor, end);
+    cursor = FindByte(cursor, end, '\n', '\r');
     cursor = std::find_if_not(cursor, end, IsLineEnd);
     ++lineCount;
     return true;

@@ -72,24 +72,12 @@ public:
 
     /** A field that has nothing to be quoted in it, as numbers have. */
     void AddPlain(std::string_view field) {
-        if (line.size() >= PieceSize) {
-            Flush();
-        }
-        if (begun) {
-            line += separator;
-        }
-        begun = true;
+        BeginField();
         line += field;
     }
 
     void Add(std::string_view field) {
-        if (line.size() >= PieceSize) {
-            Flush();
-        }
-        if (begun) {
-            line += separator;
-        }
-        begun = true;
+        BeginField();
         if (std::any_of(field.begin(), field.end(),
                         [this](char c) { return mustBeQuoted[static_cast<unsigned char>(c)]; })) {
             AddQuoted(field);
@@ -105,6 +93,16 @@ public:
     }
 
 private:
+    void BeginField() {
+        if (line.size() >= PieceSize) {
+            Flush();
+        }
+        if (begun) {
+            line += separator;
+        }
+        begun = true;
+    }
+
     void AddQuoted(std::string_view field) {
         line += '"';
         for (const char c : field) {

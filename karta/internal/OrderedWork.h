@@ -81,7 +81,8 @@ private:
     std::vector<std::thread> threads;
 };
 
-/** How many threads do so many jobs: as many as are wanted, 0 for one a core, and none without a job. */
+/** How many threads do so many jobs: as many as are wanted, 0 for one a core; one at least, and no more
+ * than jobs. */
 inline unsigned ChooseThreadCount(unsigned wanted, std::size_t jobs) {
     const unsigned cores = std::thread::hardware_concurrency();
     const std::size_t most = jobs == 0 ? 1 : jobs;

@@ -61,6 +61,14 @@ ScanSchema::Places ScanSchema::PlacesOf(const Table& table) {
     return places;
 }
 
+std::set<ScanSchema::Key> ScanSchema::KnownKeys() const {
+    std::set<Key> keys;
+    for (const Entry& entry : entries) {
+        keys.insert(entry.key);
+    }
+    return keys;
+}
+
 void ScanSchema::CheckSameColumns(const Table& table, const Places& places) const {
     const auto hint = [&](const std::string& text) {
         return block && table.GetBlock() != nullptr ? text + "; a grid takes the columns of all files" : text;
@@ -73,10 +81,7 @@ void ScanSchema::CheckSameColumns(const Table& table, const Places& places) cons
     if (places.size() == entries.size()) {
         return;
     }
-    std::map<Key, bool> known;
-    for (const Entry& entry : entries) {
-        known[entry.key] = true;
-    }
+    const std::set<Key> known = KnownKeys();
     for (const auto& [key, place] : places) {
         if (!known.contains(key)) {
             throw Misfit{hint("the first file has no column " + Quoted(key.first))};
@@ -124,11 +129,10 @@ void ScanSchema::WidenColumns(const Table& table) {
         CheckSameColumns(table, places);
     }
     std::vector<Entry> wider = entries;
-    std::map<Key, std::size_t> known;
-    for (std::size_t i = 0; i < wider.size(); ++i) {
-        known[wider[i].key] = i;
-        if (const auto place = places.find(wider[i].key); place != places.end()) {
-            wider[i].type = TypeFor(wider[i], table.GetColumn(place->second));
+    const std::set<Key> known = KnownKeys();
+    for (Entry& entry : wider) {
+        if (const auto place = places.find(entry.key); place != places.end()) {
+            entry.type = TypeFor(entry, table.GetColumn(place->second));
         }
     }
     std::vector<const Key*> order(places.size());

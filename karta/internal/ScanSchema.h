@@ -2,6 +2,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -48,6 +49,7 @@ private:
     };
 
     static Places PlacesOf(const Table& table);
+    std::set<Key> KnownKeys() const;
     void CheckSameColumns(const Table& table, const Places& places) const;
     void CheckBlock(const Table& table) const;
     ColumnType TypeFor(const Entry& entry, const Column& column) const;
