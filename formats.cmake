@@ -42,7 +42,7 @@ karta_format(container/MatFile container/Mat4Arrays container/Mat4Content contai
              container/MatLevel4 container/MatLevel4Writer container/MatLevel5 container/MatNumbers
              container/MatSheetLayout container/MatTable container/MatText container/MatWorkspace CASES mat)
 karta_format(container/NetCDFFile container/NetCDF container/ClassicHeader container/ClassicFile
-             container/ClassicTables container/ClassicValues container/AndiFileReader
+             container/ClassicTables container/ClassicValues container/AndiFileReader container/AndiTimes
              container/MvaCDFFileReader CASES netcdf andi mvacdf)
 karta_format(container/UnscramblerFile CASES unscrambler)
 karta_format(container/KpfFileImport)

@@ -135,11 +135,6 @@ double FromFloat(double value) {
     return ToLeadingDouble(FormatShortest(static_cast<float>(value)));
 }
 
-// Files of one method differ in the last digits of their floats at most.
-bool SameTime(double left, double right) {
-    return left == right || std::fabs(left - right) <= 1e-6 * std::max(std::fabs(left), std::fabs(right));
-}
-
 std::string NameOf(const AndiFileInfo& file) {
     const std::string title = NvGetFileTitle(file.path);
     return file.sampleName.empty() ? title : title + ": " + file.sampleName;
@@ -159,8 +154,8 @@ int AndiFileReader::GetNumCols() {
         return -1;
     }
     if (IsComplete()) {
-        std::vector<double> storage;
-        return static_cast<int>(ChooseTimes(storage).size()) + IdColumns;
+        AndiTimes storage;
+        return static_cast<int>(ChooseTimes(storage).GetCount()) + IdColumns;
     }
     return GetNumCol(largest, delay, samplingInterval) + IdColumns;
 }
@@ -365,9 +360,7 @@ int AndiFileReader::CheckFiles() {
 }
 
 int AndiFileReader::CompareWithFirst(const AndiFileInfo& file, const AndiFileInfo& first) const {
-    const std::size_t shared = std::min(file.times.size(), first.times.size());
-    if (!std::equal(file.times.begin(), file.times.begin() + static_cast<std::ptrdiff_t>(shared),
-                    first.times.begin(), SameTime)) {
+    if (!file.times.AreLike(first.times)) {
         return StatusIntervalDiffers;
     }
     if (!TolerantEqual(file.samplingInterval, first.samplingInterval)) {
@@ -480,7 +473,6 @@ int AndiFileReader::ExtractCompletely(const char* path) {
     info.points = static_cast<int>(ordinates->shape.front());
     detectorUnit = file.GetText(file.FindAttribute(DetectorUnitAttribute));
     detectorName = file.GetText(file.FindAttribute(DetectorNameAttribute));
-    GetContext()->budget.ChargeMemory(ordinates->shape.front() * sizeof(double), "the times");
     if (!FillTimes(file, info)) {
         AddNote({"no-times", 1, info.path,
                  "the file tells neither times nor a sampling interval: its points are numbered"});
@@ -518,16 +510,18 @@ bool AndiFileReader::FillTimes(const ClassicFile& file, AndiFileInfo& info) {
     info.delay = std::isfinite(start) ? static_cast<float>(start) : 0.0F;
     info.samplingInterval = hasStep ? static_cast<float>(step) : 0.0F;
     info.runLength = std::isfinite(run) ? static_cast<float>(run) : 0.0F;
-    info.times = numbers(RetentionVariable);
-    if (info.times.size() >= count && count > 0) {
-        info.times.resize(count);
-        return true;
+    if (const ClassicVariable* told = file.FindVariable(RetentionVariable);
+        told != nullptr && count > 0 && ClassicFile::CountValues(*told) >= count) {
+        GetContext()->budget.ChargeMemory(ClassicFile::CountValues(*told) * sizeof(double), "the times");
+        std::vector<double> times = numbers(RetentionVariable);
+        if (times.size() >= count) {
+            times.resize(count);
+            info.times = AndiTimes(std::move(times));
+            return true;
+        }
     }
-    info.times.resize(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const double x = static_cast<double>(i);
-        info.times[i] = hasStep ? (std::isfinite(start) ? start : 0.0) + x * step : x + 1;
-    }
+    info.times =
+        hasStep ? AndiTimes(count, std::isfinite(start) ? start : 0.0, step) : AndiTimes(count, 1.0, 1.0);
     return hasStep || count <= 1;
 }
 
@@ -542,8 +536,7 @@ const AndiFileInfo* AndiFileReader::FindLongest() const {
 }
 
 // The times of the columns: a chosen part of them goes to the storage.
-const std::vector<double>& AndiFileReader::ChooseTimes(std::vector<double>& storage) {
-    storage.clear();
+const AndiTimes& AndiFileReader::ChooseTimes(AndiTimes& storage) {
     const AndiFileInfo* longest = FindLongest();
     if (longest == nullptr) {
         return storage;
@@ -552,36 +545,40 @@ const std::vector<double>& AndiFileReader::ChooseTimes(std::vector<double>& stor
         return longest->times;
     }
     Reset();
-    for (const double time : longest->times) {
+    std::vector<double> chosen;
+    for (std::size_t i = 0; i < longest->times.GetCount(); ++i) {
+        const double time = longest->times.At(i);
         const auto given = static_cast<float>(time);
         float x = given;
         if (IsValid(x)) {
-            storage.push_back(x == given ? time : static_cast<double>(x));
+            chosen.push_back(x == given ? time : static_cast<double>(x));
         }
     }
+    storage = AndiTimes(std::move(chosen));
     return storage;
 }
 
 // As the classic table, with the times and values as the files have them.
 int AndiFileReader::ReadCompletely(ReadSpreadSheetData& sink) {
-    std::vector<double> storage;
-    const std::vector<double>& times = ChooseTimes(storage);
-    sink.SetDataSize(static_cast<int>(times.size()) + IdColumns, GetNumRows());
+    AndiTimes storage;
+    const AndiTimes& times = ChooseTimes(storage);
+    sink.SetDataSize(static_cast<int>(times.GetCount()) + IdColumns, GetNumRows());
     TellShape();
     CellOutput output(sink);
     output.Text(1, 1, "Primary ID");
     output.Text(2, 1, "Name");
     int row = 1;
     if (includeX) {
-        int column = FirstPointColumn;
-        for (auto time = times.begin(); time != times.end() && output.WantsPointNames(); ++time) {
-            output.Text(column++, 1, "t " + FormatShortest(static_cast<float>(*time)));
+        const bool areNamed = output.WantsPointNames();
+        for (std::size_t i = 0; areNamed && i < times.GetCount(); ++i) {
+            output.Text(FirstPointColumn + static_cast<int>(i), 1,
+                        "t " + FormatShortest(static_cast<float>(times.At(i))));
         }
         output.EndRow(row++);
         output.Integer(1, row, 1);
         output.Text(2, row, "Retention Time(" + retentionUnit + ")");
     }
-    output.RowRun(FirstPointColumn, row, times);
+    times.SetRow(output, FirstPointColumn, row);
     output.EndRow(row);
     for (const AndiFileInfo& info : files) {
         GetContext()->ThrowIfStopped();
@@ -600,21 +597,21 @@ void AndiFileReader::ReadTrace(const AndiFileInfo& info, CellOutput& output, int
     const std::shared_ptr<const ClassicFile> opened = classicFiles.Open(info.path);
     const ClassicFile& file = *opened;
     const ClassicVariable* ordinates = file.IsOpen() ? file.FindVariable(OrdinateVariable) : nullptr;
-    if (ordinates == nullptr || ClassicFile::CountValues(*ordinates) < info.times.size()) {
+    if (ordinates == nullptr || ClassicFile::CountValues(*ordinates) < info.times.GetCount()) {
         // The file has changed since it was opened.
         status = StatusAttributesFailed;
         return;
     }
     const ClassicValues values(file, *ordinates);
     if (includeAll) {
-        values.SetRow(output, FirstPointColumn, row, 0, info.times.size());
+        values.SetRow(output, FirstPointColumn, row, 0, info.times.GetCount());
         return;
     }
     std::vector<float> chosen;
     Reset();
     const std::vector<double> numbers = values.GetNumbers();
-    for (std::size_t i = 0; i < info.times.size(); ++i) {
-        auto time = static_cast<float>(info.times[i]);
+    for (std::size_t i = 0; i < info.times.GetCount(); ++i) {
+        auto time = static_cast<float>(info.times.At(i));
         auto value = static_cast<float>(numbers[i]);
         if (IsValid(time, value)) {
             chosen.push_back(value);
@@ -743,9 +740,11 @@ std::vector<FileContents::Part> AndiFileReader::ListParts() {
 
 std::vector<FileContents::Fact> AndiFileReader::ListFacts() {
     const AndiFileInfo* longest = FindLongest();
-    const bool hasTimes = longest != nullptr && !longest->times.empty();
-    const double firstTime = hasTimes ? longest->times.front() : delay;
-    const double lastTime = hasTimes ? longest->times.back() : points == 0 ? delay : TimeOf(points - 1);
+    const bool hasTimes = longest != nullptr && longest->times.GetCount() > 0;
+    const double firstTime = hasTimes ? longest->times.At(0) : delay;
+    const double lastTime = hasTimes      ? longest->times.At(longest->times.GetCount() - 1)
+                            : points == 0 ? delay
+                                          : TimeOf(points - 1);
     return {{"convention", "ANDI chromatography (AIA)"},
             {"chromatograms", static_cast<double>(files.size()), ""},
             {"points", static_cast<double>(points), ""},

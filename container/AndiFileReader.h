@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Export.h"
+#include "container/AndiTimes.h"
 #include "container/LentFile.h"
 #include "frame/FileContents.h"
 #include "frame/FormatReader.h"
@@ -27,7 +28,7 @@ struct AndiFileInfo {
     float delay = 0.0F;
     bool isUniform = true; /**< always: others are refused */
     bool selected = true;
-    std::vector<double> times; /**< of each point, in the complete reading */
+    AndiTimes times; /**< in the complete reading */
 };
 
 /**
@@ -123,7 +124,7 @@ private:
     int ReadClassically(ReadSpreadSheetData& sink);
     int ExtractCompletely(const char* path);
     bool FillTimes(const ClassicFile& file, AndiFileInfo& info);
-    const std::vector<double>& ChooseTimes(std::vector<double>& storage);
+    const AndiTimes& ChooseTimes(AndiTimes& storage);
     const AndiFileInfo* FindLongest() const;
     int ReadCompletely(ReadSpreadSheetData& sink);
     void ReadTrace(const AndiFileInfo& info, CellOutput& output, int row);

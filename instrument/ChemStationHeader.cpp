@@ -1,7 +1,10 @@
 #include "instrument/ChemStationHeader.h"
 
+#include <array>
+#include <bit>
 #include <charconv>
 #include <chrono>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 
@@ -51,6 +54,9 @@ bool TakeMonth(std::string_view& text, int& month) {
     }
     return false;
 }
+
+// The marker of a big-endian file, in the machine's own order.
+constexpr std::uint16_t BigMarkerAsItLies = std::endian::native == std::endian::little ? 0x0080 : 0x8000;
 
 struct Day {
     int year = 0;
@@ -230,6 +236,40 @@ ChemStationRunningValue::Taken ChemStationRunningValue::TakeBig(std::span<const 
 ChemStationRunningValue::Taken ChemStationRunningValue::TakeLittle(std::span<const std::uint8_t> bytes,
                                                                    double scale, std::span<double> values) {
     return Take<false>(bytes, scale, values);
+}
+
+// Differences between two markers are passed over in blocks, in which there is none in nearly all cases.
+ChemStationRunningValue::Taken ChemStationRunningValue::CountBig(std::span<const std::uint8_t> bytes,
+                                                                 std::size_t steps) {
+    constexpr std::size_t BlockSteps = 16;
+    constexpr std::size_t AbsoluteSize = 4;
+    Taken found;
+    while (found.values < steps) {
+        const std::span<const std::uint8_t> rest = bytes.subspan(found.bytes);
+        if (steps - found.values >= BlockSteps && rest.size() >= BlockSteps * sizeof(std::int16_t)) {
+            std::array<std::uint16_t, BlockSteps> words;
+            std::memcpy(words.data(), rest.data(), sizeof words);
+            bool hasMarker = false;
+            for (const std::uint16_t word : words) {
+                hasMarker |= word == BigMarkerAsItLies;
+            }
+            if (!hasMarker) {
+                found.values += BlockSteps;
+                found.bytes += sizeof words;
+                continue;
+            }
+        }
+        ByteCursor step(rest);
+        if (step.ReadBigI16() == ChemStationAbsoluteMarker) {
+            step.Skip(AbsoluteSize);
+        }
+        if (step.HasFailed()) {
+            break;
+        }
+        ++found.values;
+        found.bytes += step.Tell();
+    }
+    return found;
 }
 
 bool SpectrumRecord::Read(ByteCursor& stream, std::uint64_t recordPosition) {

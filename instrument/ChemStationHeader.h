@@ -98,6 +98,8 @@ struct ChemStationRunningValue {
     /** Takes the steps of `bytes` into `values`, each times `scale`. */
     Taken TakeBig(std::span<const std::uint8_t> bytes, double scale, std::span<double> values);
     Taken TakeLittle(std::span<const std::uint8_t> bytes, double scale, std::span<double> values);
+    /** What taking so many steps of `bytes` would take, of big-endian ones. */
+    static Taken CountBig(std::span<const std::uint8_t> bytes, std::size_t steps);
 
 private:
     template <bool IsBigEndian>

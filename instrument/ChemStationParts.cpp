@@ -17,6 +17,8 @@ namespace {
 constexpr int HeadRows = 2;
 constexpr int HeadColumns = 4;
 constexpr int ShownDigits = 9;
+// Values and axes on their way to a sink stay in the cache.
+constexpr std::size_t PieceSize = 4096;
 
 const char* UnitOf(const ChemStationSignal& signal) {
     return signal.isSpectra ? "nm" : "s";
@@ -159,7 +161,7 @@ void ChemStationParts::Read(ReadSpreadSheetData& sink, karta::ReadContext& conte
             if (signal.isSpectra) {
                 SetSpectra(out, signal, ordinal, row, context);
             } else {
-                SetChromatogram(out, signal, ordinal++, row++);
+                SetChromatogram(out, signal, ordinal++, row++, context);
             }
         }
     }
@@ -186,9 +188,8 @@ void ChemStationParts::SetHeads(CellOutput& out, const ChemStationSignal& signal
     out.EndRow(firstRow + 1);
 }
 
-// In stretches: an axis can be as long as its chromatogram.
 void ChemStationParts::SetAxis(CellOutput& out, const ChemStationSignal& signal, int row) const {
-    std::array<double, 4096> xs;
+    std::array<double, PieceSize> xs;
     for (int first = 0; first < signal.numPoints;) {
         const int count = std::min(signal.numPoints - first, static_cast<int>(xs.size()));
         for (int i = 0; i < count; ++i) {
@@ -200,13 +201,21 @@ void ChemStationParts::SetAxis(CellOutput& out, const ChemStationSignal& signal,
     }
 }
 
-void ChemStationParts::SetChromatogram(CellOutput& out, const ChemStationSignal& signal, int ordinal,
-                                       int row) const {
+void ChemStationParts::SetChromatogram(CellOutput& out, const ChemStationSignal& signal, int ordinal, int row,
+                                       const karta::ReadContext& context) const {
     out.Integer(1, row, ordinal);
     out.Text(2, row, NvGetFileName(signal.path));
     DateCell(signal.date).Set(out, 3, row);
     out.Text(4, row, signal.sample + (signal.unit.empty() ? "" : " [" + signal.unit + "]"));
-    out.RowRun(HeadColumns + 1, row, signal.values);
+    const MappedFile file(signal.path.c_str());
+    ChemStationTrace trace(signal, ByteCursor(file.GetBytes()));
+    std::array<double, PieceSize> values;
+    int column = HeadColumns + 1;
+    for (std::size_t count = trace.Next(values); count > 0; count = trace.Next(values)) {
+        context.ThrowIfStopped();
+        out.RowRun(column, row, std::span<const double>(values).first(count));
+        column += static_cast<int>(count);
+    }
     out.EndRow(row);
 }
 

@@ -42,7 +42,8 @@ private:
     int CountDataRows(const Table& table) const;
     void SetHeads(CellOutput& out, const ChemStationSignal& signal, int firstRow) const;
     void SetAxis(CellOutput& out, const ChemStationSignal& signal, int row) const;
-    void SetChromatogram(CellOutput& out, const ChemStationSignal& signal, int ordinal, int row) const;
+    void SetChromatogram(CellOutput& out, const ChemStationSignal& signal, int ordinal, int row,
+                         const karta::ReadContext& context) const;
     void SetSpectra(CellOutput& out, const ChemStationSignal& signal, int& ordinal, int& row,
                     karta::ReadContext& context) const;
     void SetShape(karta::TableShape& shape) const;

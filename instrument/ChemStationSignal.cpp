@@ -26,9 +26,10 @@ constexpr std::uint64_t DoublesOffset = 0x1800;
 
 // Behind this mark of second differences stand 6 bytes that replace the value.
 constexpr std::int16_t ReplacementMark = 0x7fff;
+constexpr std::uint64_t ReplacementSize = 6;
 constexpr double HighUnit = 4294967296.0;
 
-enum class Encoding { None, Runs, SecondDifferences, Doubles, Spectra };
+using Encoding = ChemStationSignal::Encoding;
 
 Encoding EncodingOf(int version) {
     switch (version) {
@@ -188,7 +189,7 @@ bool ChemStationSignal::Open(const std::string& filePath, ByteCursor bytes, Spec
         return true;
     }
     OpenChromatogram(stream, layout, texts);
-    if (values.empty()) {
+    if (numPoints == 0) {
         failure = path + " is a ChemStation file without a value.";
         return false;
     }
@@ -197,81 +198,72 @@ bool ChemStationSignal::Open(const std::string& filePath, ByteCursor bytes, Spec
 
 void ChemStationSignal::OpenChromatogram(ByteCursor stream, const ChemStationLayout& layout,
                                          SpectrumTexts& texts) {
-    const Encoding encoding = EncodingOf(version);
+    const Encoding encoding = GetEncoding();
     unit = ReadField(stream, layout, layout.unit, texts);
     scale = ReadBigDouble(stream, layout.scale);
-    const double offset = ReadBigDouble(stream, layout.offset);
+    offset = ReadBigDouble(stream, layout.offset);
     start = ReadTime(stream, Field::Start, encoding != Encoding::Runs);
     end = ReadTime(stream, Field::End, encoding != Encoding::Runs);
     stream.Seek(firstRecord);
     if (encoding == Encoding::Runs) {
-        DecodeRuns(stream);
+        CountRuns(stream);
     } else if (encoding == Encoding::SecondDifferences) {
-        DecodeSecondDifferences(stream);
+        CountSecondDifferences(stream);
     } else {
-        DecodeDoubles(stream);
+        CountDoubles(stream);
     }
-    for (double& value : values) {
-        value = value * scale + offset;
-    }
-    numPoints = static_cast<int>(values.size());
+}
+
+ChemStationSignal::Encoding ChemStationSignal::GetEncoding() const {
+    return EncodingOf(version);
+}
+
+// No value takes less than two bytes, so that a file of any sense has fewer than can be counted.
+void ChemStationSignal::CountPoints(std::uint64_t points) {
+    numPoints = static_cast<int>(std::min<std::uint64_t>(points, std::numeric_limits<int>::max()));
 }
 
 // Runs of differences up to a head without any; a file without the last head has been cut.
-void ChemStationSignal::DecodeRuns(ByteCursor stream) {
-    ChemStationRunningValue running;
+void ChemStationSignal::CountRuns(ByteCursor stream) {
     SpectrumHeaderInfo info;
-    // No value takes less than a difference.
-    values.resize(stream.GetRemaining() / sizeof(std::int16_t));
     std::size_t count = 0;
     bool isCut = false;
     while (!isCut && info.Read(stream) && info.hasValues) {
         const auto length = static_cast<std::size_t>(info.length);
-        const std::span<double> room = std::span(values).subspan(count);
-        const auto taken = running.TakeBig(Rest(stream), 1.0, room.first(std::min(length, room.size())));
-        stream.Skip(taken.bytes);
-        count += taken.values;
-        isCut = taken.values < length;
+        const auto found = ChemStationRunningValue::CountBig(Rest(stream), length);
+        stream.Skip(found.bytes);
+        count += found.values;
+        isCut = found.values < length;
     }
-    values.resize(count);
+    CountPoints(count);
     if (isCut || stream.HasFailed()) {
-        AddNote("cut-values", 1,
-                "the file was cut off: it ends behind " + karta::CountOf(values.size(), "value"));
+        AddNote("cut-values", 1, "the file was cut off: it ends behind " + karta::CountOf(count, "value"));
     }
 }
 
-void ChemStationSignal::DecodeSecondDifferences(ByteCursor stream) {
+void ChemStationSignal::CountSecondDifferences(ByteCursor stream) {
     constexpr int VersionWithEndWord = 181;
-    double value = 0;
-    double slope = 0;
+    std::uint64_t count = 0;
     std::int16_t last = 1;
     while (stream.Has(sizeof last)) {
         last = stream.ReadBigI16();
-        if (last == ReplacementMark) {
-            const std::int16_t high = stream.ReadBigI16();
-            value = high * HighUnit + stream.ReadBigU32();
-            slope = 0;
-            if (stream.HasFailed()) {
-                break;
-            }
-        } else {
-            slope += last;
-            value += slope;
+        if (last == ReplacementMark && !stream.Skip(ReplacementSize)) {
+            break;
         }
-        values.push_back(value);
+        ++count;
     }
     if (stream.HasFailed() || !stream.AtEnd()) {
         AddNote("cut-values", 1, "the file was cut off within its last value");
-    } else if (version == VersionWithEndWord && last == 0 && !values.empty()) {
+    } else if (version == VersionWithEndWord && last == 0 && count > 0) {
         // A word of its own ends the values.
-        values.pop_back();
+        --count;
     }
+    CountPoints(count);
 }
 
-void ChemStationSignal::DecodeDoubles(ByteCursor stream) {
-    values.resize(stream.GetRemaining() / sizeof(double));
-    stream.ReadRun<double>(values);
-    if (!stream.AtEnd()) {
+void ChemStationSignal::CountDoubles(ByteCursor stream) {
+    CountPoints(stream.GetRemaining() / sizeof(double));
+    if (stream.GetRemaining() % sizeof(double) != 0) {
         AddNote("cut-values", 1, "the file was cut off within its last value");
     }
 }
@@ -392,6 +384,72 @@ std::vector<Fact> ChemStationSignal::ListFacts(ByteCursor bytes, SpectrumTexts& 
     facts.Add("file type", ReadField(stream, layout, layout.fileType, texts));
     facts.AddNumber("version", version);
     return facts.Take();
+}
+
+// Chromatograms
+
+ChemStationTrace::ChemStationTrace(const ChemStationSignal& opened, ByteCursor bytes)
+    : signal(opened), stream(bytes), left(static_cast<std::size_t>(opened.numPoints)) {
+    stream.Seek(opened.firstRecord);
+}
+
+std::size_t ChemStationTrace::Next(std::span<double> values) {
+    const std::span<double> room = values.first(std::min(values.size(), left));
+    const Encoding encoding = signal.GetEncoding();
+    const std::size_t count = encoding == Encoding::Runs                ? NextOfRuns(room)
+                              : encoding == Encoding::SecondDifferences ? NextOfSecondDifferences(room)
+                                                                        : NextOfDoubles(room);
+    for (double& number : room.first(count)) {
+        number = number * signal.scale + signal.offset;
+    }
+    left = count < room.size() ? 0 : left - count;
+    return count;
+}
+
+std::size_t ChemStationTrace::NextOfRuns(std::span<double> values) {
+    SpectrumHeaderInfo info;
+    std::size_t count = 0;
+    while (count < values.size()) {
+        if (leftOfRun == 0) {
+            if (!info.Read(stream) || !info.hasValues) {
+                break;
+            }
+            leftOfRun = static_cast<std::size_t>(info.length);
+            continue;
+        }
+        const std::size_t wanted = std::min(leftOfRun, values.size() - count);
+        const auto taken = running.TakeBig(Rest(stream), 1.0, values.subspan(count, wanted));
+        stream.Skip(taken.bytes);
+        count += taken.values;
+        leftOfRun -= taken.values;
+        if (taken.values < wanted) {
+            break;
+        }
+    }
+    return count;
+}
+
+std::size_t ChemStationTrace::NextOfSecondDifferences(std::span<double> values) {
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const std::int16_t step = stream.ReadBigI16();
+        if (step == ReplacementMark) {
+            const std::int16_t high = stream.ReadBigI16();
+            value = high * HighUnit + stream.ReadBigU32();
+            slope = 0;
+        } else {
+            slope += step;
+            value += slope;
+        }
+        if (stream.HasFailed()) {
+            return i;
+        }
+        values[i] = value;
+    }
+    return values.size();
+}
+
+std::size_t ChemStationTrace::NextOfDoubles(std::span<double> values) {
+    return stream.ReadRun<double>(values) ? values.size() : 0;
 }
 
 // Spectra

@@ -8,6 +8,8 @@
 #include <new>
 #include <utility>
 
+#include "karta/internal/BlockPool.h"
+
 namespace karta {
 
 namespace {
@@ -16,14 +18,19 @@ namespace {
 // and grow without a copy.
 constexpr std::size_t SmallestMapped = std::size_t{1} << 18;
 constexpr std::size_t PageSize = 4096;
-// From here on large pages save most of the faults.
+// From here on large pages save most of the faults. Only a block of whole ones begins where one does.
 constexpr std::size_t SmallestHuge = std::size_t{1} << 23;
+constexpr std::size_t HugePageSize = std::size_t{1} << 21;
 
 std::size_t RoundUp(std::size_t size, std::size_t unit) {
     if (size > ~std::size_t{0} - unit) {
         throw std::bad_alloc();
     }
     return (size + unit - 1) / unit * unit;
+}
+
+std::size_t RoundToPages(std::size_t size) {
+    return RoundUp(size, size >= SmallestHuge ? HugePageSize : PageSize);
 }
 
 void WishForHugePages(void* data, std::size_t size) {
@@ -69,39 +76,55 @@ Buffer::~Buffer() {
 
 void Buffer::Free() {
     if (mapped != 0) {
-        munmap(data, mapped);
+        BlockPool::GetShared().Give({data, mapped});
     } else {
         std::free(data);
     }
 }
 
+// What was beyond the size may hold anything, what is mapped anew are zeros.
 void Buffer::Resize(std::size_t newSize) {
+    const std::size_t end = std::min(newSize, mapped);
+    if (end > size && newSize >= SmallestMapped) {
+        std::memset(As<char>() + size, 0, end - size);
+    }
+    Move(newSize, true);
+}
+
+void Buffer::ResizeUnset(std::size_t newSize) {
+    Move(newSize, false);
+}
+
+void Buffer::Remap(std::size_t whole) {
+    void* const moved = mremap(data, mapped, whole, MREMAP_MAYMOVE);
+    if (moved == MAP_FAILED) {
+        throw std::bad_alloc();
+    }
+    if (whole > mapped) {
+        WishForHugePages(moved, whole);
+    }
+    data = moved;
+    mapped = whole;
+}
+
+void Buffer::Move(std::size_t newSize, bool areZeros) {
     if (newSize == size) {
         return;
     }
     if (mapped != 0 && newSize >= SmallestMapped) {
-        const std::size_t whole = RoundUp(newSize, PageSize);
-        if (newSize < size) {
-            // What grows again is to be zeros.
-            std::memset(As<char>() + newSize, 0, std::min(size, whole) - newSize);
+        const std::size_t whole = RoundToPages(newSize);
+        if (whole > mapped || newSize < size) {
+            Remap(whole);
         }
-        void* const moved = whole == mapped ? data : mremap(data, mapped, whole, MREMAP_MAYMOVE);
-        if (moved == MAP_FAILED) {
-            throw std::bad_alloc();
-        }
-        if (whole > mapped) {
-            WishForHugePages(moved, whole);
-        }
-        data = moved;
-        mapped = whole;
         size = newSize;
         return;
     }
     Buffer other;
     if (newSize >= SmallestMapped) {
-        const std::size_t whole = RoundUp(newSize, PageSize);
-        other.data = Map(whole);
-        other.mapped = whole;
+        const std::size_t whole = RoundToPages(newSize);
+        const BlockPool::Block block = areZeros ? BlockPool::Block() : BlockPool::GetShared().Take(whole);
+        other.data = block.data == nullptr ? Map(whole) : block.data;
+        other.mapped = block.data == nullptr ? whole : block.size;
     } else if (newSize > 0) {
         const std::size_t whole = RoundUp(newSize, Alignment);
         other.data = std::aligned_alloc(Alignment, whole);

@@ -9,7 +9,8 @@ namespace karta {
 
 /**
  * Bytes of a table's column, aligned to 64 and filled with zeros from the start. Memory that nobody writes
- * to costs next to nothing: a large buffer is handed out by the system page by page.
+ * to costs next to nothing: a large buffer is handed out by the system page by page. A large buffer whose
+ * owner fills all of it anyway may get the memory of one that is gone.
  */
 class KARTA_EXPORT Buffer {
 public:
@@ -41,9 +42,13 @@ public:
 
     /** Keeps what is there; what is new are zeros. Large buffers are moved without a copy. */
     void Resize(std::size_t newSize);
+    /** Keeps what is there; what is new holds anything. */
+    void ResizeUnset(std::size_t newSize);
 
 private:
     void Free();
+    void Remap(std::size_t whole);
+    void Move(std::size_t newSize, bool areZeros);
 
     void* data = nullptr;
     std::size_t size = 0;

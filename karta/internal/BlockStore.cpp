@@ -49,7 +49,7 @@ void BlockStore::NeedElements(std::int64_t count) {
             room = announced <= store.GetLimit() ? announced : std::min(announced, room);
         }
     }
-    values.Resize(static_cast<std::size_t>(room));
+    values.ResizeUnset(static_cast<std::size_t>(room));
 }
 
 void BlockStore::FillTo(std::int64_t count) {

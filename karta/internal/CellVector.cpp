@@ -60,7 +60,7 @@ void Reserve(CellStore& store, Stretch& stretch, int count) {
     const std::size_t width = WidthOf(stretch.kind);
     store.Charge(more * (width + (stretch.kind == CellKind::Mixed ? 1 : 0)) +
                  (stretch.hasMissing ? more / 8 + 1 : 0));
-    stretch.values.Resize(static_cast<std::size_t>(room) * width);
+    stretch.values.ResizeUnset(static_cast<std::size_t>(room) * width);
     if (stretch.kind == CellKind::Mixed) {
         stretch.kinds.Resize(static_cast<std::size_t>(room));
     }
@@ -88,6 +88,9 @@ void AddMissing(CellStore& store, Stretch& stretch, int count) {
         if (stretch.kind != CellKind::Mixed) {
             NeedBits(&store, stretch);
         }
+        const std::size_t width = WidthOf(stretch.kind);
+        std::memset(stretch.values.As<char>() + static_cast<std::size_t>(stretch.count) * width, 0,
+                    static_cast<std::size_t>(count) * width);
         stretch.count += count;
     }
 }

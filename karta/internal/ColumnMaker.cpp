@@ -256,7 +256,11 @@ ColumnBuffers ColumnMaker::Take(CellVector& cells, int first, int rows, CellKind
             ClearBit(stretch->bits.As<std::uint8_t>(), place);
         }
     }
-    // What there was room for beyond is given back.
+    // What there was room for beyond is given back; rows without a value are zeros.
+    const std::size_t filled = static_cast<std::size_t>(stretch->count) * width;
+    if (filled < static_cast<std::size_t>(end) * width) {
+        stretch->values.ResizeUnset(filled);
+    }
     stretch->values.Resize(static_cast<std::size_t>(end) * width);
     buffers.values = std::make_shared<Buffer>(std::move(stretch->values));
     if (stretch->hasMissing) {
