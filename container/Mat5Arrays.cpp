@@ -103,7 +103,6 @@ bool Mat5Arrays::FindElements() {
             at += TagSize;
             continue;
         }
-        mayBeMiscounted = false;
         const std::uint64_t there = std::min<std::uint64_t>(size, cursor.GetRemaining());
         if (type == MatCompressed || type == MatMatrix) {
             const bool isCompressed = type == MatCompressed;
