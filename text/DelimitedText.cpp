@@ -51,10 +51,6 @@ unsigned int GetThreadCount(std::size_t bytes) {
     return bytes < LeastForThreads ? 1 : std::clamp(std::thread::hardware_concurrency(), 1U, MostThreads);
 }
 
-bool IsPartOfNumbers(char delimiter) {
-    return IsDigit(delimiter) || delimiter == '.' || delimiter == '-' || delimiter == '+';
-}
-
 // "1 text, 2-5 number": columns of one type together.
 std::string ListTypes(const std::vector<ColumnType>& types) {
     std::string list;
@@ -168,6 +164,7 @@ DelimitedText::Size DelimitedText::Measure() {
 void DelimitedText::Read(ReadSpreadSheetData& sink) {
     CellOutput output(sink);
     isStreaming = !output.KeepsRows();
+    cellRuns = nullptr;
     const bool wantsEvidence = output.WantsWholeEvidence();
     if ((!isStreaming || wantsEvidence) && source.ExamineWhole(context)) {
         ExamineHead();
@@ -178,6 +175,10 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
     BeginReading();
     // What the head tells; the types may turn out otherwise.
     context.shape = head.GetShape(types);
+    cellRuns = isStreaming ? nullptr : dynamic_cast<CellRunSink*>(&sink);
+    if (cellRuns != nullptr && !cellRuns->PrefersCellRuns()) {
+        cellRuns = nullptr;
+    }
     ReadRecords(output);
     if (!isStreaming) {
         ConvertAgain(output);
@@ -334,7 +335,7 @@ void DelimitedText::PutRows(const LinePiece& piece, std::uint32_t first, std::ui
     if (last - first > static_cast<std::uint32_t>(std::numeric_limits<int>::max() - size.rows)) {
         throw TooManyRows();
     }
-    if (output.PrefersColumns()) {
+    if (cellRuns != nullptr || output.PrefersColumns()) {
         for (std::size_t col = 0; col < piece.GetColumns().size(); ++col) {
             PutColumn(piece, col, first, last, output);
         }
@@ -361,7 +362,12 @@ void DelimitedText::PutColumn(const LinePiece& piece, std::size_t col, std::uint
     std::uint32_t begin = first;
     const auto putRun = [&](std::uint32_t end) {
         if (hasNumbers && end > begin) {
-            output.ColumnRun(place, rowOf(begin), std::span(column.numbers).subspan(begin, end - begin));
+            const std::span<const double> run = std::span(column.numbers).subspan(begin, end - begin);
+            if (cellRuns != nullptr) {
+                cellRuns->SetCellRun(place, rowOf(begin), run);
+            } else {
+                output.ColumnRun(place, rowOf(begin), run);
+            }
         }
     };
     const std::size_t firstOther = othersPut[col];

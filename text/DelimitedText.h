@@ -9,6 +9,7 @@
 
 #include "base/ReadContext.h"
 #include "frame/CellOutput.h"
+#include "frame/CellRunSink.h"
 #include "frame/FileContents.h"
 #include "text/ColumnTypes.h"
 #include "text/DelimitedOptions.h"
@@ -109,6 +110,7 @@ private:
     };
     std::vector<Vote> votes;  // of fields that aren't of their columns' types
     bool isStreaming = false;
+    CellRunSink* cellRuns = nullptr;  // the sink, where it wants them
     std::size_t letGo = 0;  // of a text that streams: what is behind the reading
     // Of the pieces: the next quote, as far as it was looked for; how far the columns' others were handed
     // out.

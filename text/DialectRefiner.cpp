@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,13 +29,21 @@ struct Records {
     std::size_t faults = 0;
 };
 
+RecordScanner::End EndOf(bool isCut) {
+    return isCut ? RecordScanner::End::Cut : RecordScanner::End::File;
+}
+
+bool HoldsSomething(std::span<const TextField> fields) {
+    return fields.size() > 1 || (fields.size() == 1 && !fields.front().text.empty());
+}
+
 Records Scan(std::string_view text, const TextDialect& dialect, bool isCut) {
     Records records;
-    RecordScanner scanner(text, dialect, 0, isCut ? RecordScanner::End::Cut : RecordScanner::End::File);
+    RecordScanner scanner(text, dialect, 0, EndOf(isCut));
     while (records.all.size() < MostRecords && scanner.Next()) {
         const auto fields = scanner.GetFields();
         records.faults += scanner.GetTextsBehindQuotes() + scanner.GetUnclosedQuotes();
-        if (fields.size() > 1 || (fields.size() == 1 && !fields.front().text.empty())) {
+        if (HoldsSomething(fields)) {
             records.all.emplace_back(fields.begin(), fields.end());
         }
     }
@@ -66,17 +75,22 @@ bool FollowsBlank(const TextField& field, bool isLast) {
     return field.text.front() == ' ' && !field.text.starts_with("  ");
 }
 
-bool HasBlankBehindEach(const Records& records) {
+// Mostly told by the first record.
+bool HasBlankBehindEach(std::string_view text, const TextDialect& dialect, bool isCut) {
+    std::size_t records = 0;
     std::size_t delimiters = 0;
-    for (const auto& record : records.all) {
-        for (std::size_t i = 1; i < record.size(); ++i) {
-            if (!FollowsBlank(record[i], i + 1 == record.size())) {
+    RecordScanner scanner(text, dialect, 0, EndOf(isCut));
+    while (records < MostRecords && scanner.Next()) {
+        const auto fields = scanner.GetFields();
+        for (std::size_t i = 1; i < fields.size(); ++i) {
+            if (!FollowsBlank(fields[i], i + 1 == fields.size())) {
                 return false;
             }
             ++delimiters;
         }
+        records += HoldsSomething(fields) ? 1 : 0;
     }
-    return records.all.size() > 1 && delimiters > 1;
+    return records > 1 && delimiters > 1;
 }
 
 // Whether each second field is empty, from the second on: `a::b::c` at one colon.
@@ -134,6 +148,9 @@ bool AreWords(const Records& records) {
 
 TextDialect FindRare(std::string_view text, bool isCut) {
     for (const char delimiter : RareDelimiters) {
+        if (text.find(delimiter) == std::string_view::npos) {
+            continue;
+        }
         const TextDialect dialect{std::string(1, delimiter)};
         const Records records = Scan(text, dialect, isCut);
         std::size_t width = 0;
@@ -142,6 +159,9 @@ TextDialect FindRare(std::string_view text, bool isCut) {
         if (records.all.size() > 1 && share >= RareShare && width >= (isControl ? 2 : LeastRareFields)) {
             return dialect;
         }
+    }
+    if (text.find(' ') == std::string_view::npos) {
+        return {};
     }
     for (const bool mergesRuns : {true, false}) {
         const TextDialect dialect{" ", '"', '\0', mergesRuns};
@@ -165,7 +185,7 @@ TextDialect RefineDialect(TextDialect guessed, std::string_view text, bool isCut
         }
     }
     if (guessed.delimiter == "," || guessed.delimiter == ";" || guessed.delimiter == "|") {
-        guessed.skipsBlank = HasBlankBehindEach(Scan(text, guessed, isCut));
+        guessed.skipsBlank = HasBlankBehindEach(text, guessed, isCut);
     }
     return guessed;
 }

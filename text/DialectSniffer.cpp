@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <charconv>
 #include <compare>
+#include <deque>
 #include <iterator>
 #include <map>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -35,10 +37,33 @@ constexpr double RaggedShare = 0.7;
 constexpr double WeakFactor = 0.5;
 constexpr double SinglesShare = 0.9;
 
-using Record = std::vector<std::string>;
+using Record = std::span<const std::string_view>;
+
+/** The records that hold something, their cells one behind the other. */
+class Records {
+public:
+    std::size_t GetSize() const { return ends.size(); }
+    Record operator[](std::size_t i) const {
+        const std::size_t begin = i == 0 ? 0 : ends[i - 1];
+        return Record(cells).subspan(begin, ends[i] - begin);
+    }
+    const std::vector<std::string_view>& GetCells() const { return cells; }
+
+    /** To the record that is being added. */
+    void AddCell(std::string_view cell) { cells.push_back(cell); }
+    /** The same of a text that is no part of the file's. */
+    void AddMadeCell(std::string_view cell) { cells.push_back(made.emplace_back(cell)); }
+    /** Ends the record; one of blanks is none. */
+    void EndRecord();
+
+private:
+    std::vector<std::string_view> cells;
+    std::vector<std::size_t> ends;
+    std::deque<std::string> made;
+};
 
 struct Scan {
-    std::vector<Record> records;
+    Records records;
     std::size_t faults = 0;
     std::size_t quoted = 0;
 };
@@ -85,8 +110,13 @@ TextDialect MakeDialect(std::string delimiter, char quote, char escape) {
     return {std::move(delimiter), quote, escape, runs};
 }
 
-bool HoldsSomething(const Record& record) {
-    return record.size() > 1 || (record.size() == 1 && !IsBlank(record.front()));
+void Records::EndRecord() {
+    const std::size_t begin = ends.empty() ? 0 : ends.back();
+    if (cells.size() > begin + 1 || (cells.size() == begin + 1 && !IsBlank(cells.back()))) {
+        ends.push_back(cells.size());
+    } else {
+        cells.resize(begin);
+    }
 }
 
 Scan ScanRecords(std::string_view text, const TextDialect& dialect, bool isCut) {
@@ -94,24 +124,25 @@ Scan ScanRecords(std::string_view text, const TextDialect& dialect, bool isCut) 
     RecordScanner scanner(text, dialect, 0, isCut ? RecordScanner::End::Cut : RecordScanner::End::File);
     std::string storage;
     for (std::size_t count = 0; count < MostRecords && scanner.Next(); ++count) {
-        Record record;
         for (const TextField& field : scanner.GetFields()) {
-            record.emplace_back(scanner.GetText(field, storage));
+            if (field.isEscaped || !field.behind.empty()) {
+                scan.records.AddMadeCell(scanner.GetText(field, storage));
+            } else {
+                scan.records.AddCell(field.text);
+            }
             scan.quoted += field.isQuoted ? 1 : 0;
         }
         scan.faults += scanner.GetTextsBehindQuotes() + scanner.GetUnclosedQuotes();
-        if (HoldsSomething(record)) {
-            scan.records.push_back(std::move(record));
-        }
+        scan.records.EndRecord();
     }
     return scan;
 }
 
 // The most frequent number of fields above one, the larger of equals; 0 where no record is divided.
-std::size_t GetUsualWidth(const std::vector<Record>& records) {
+std::size_t GetUsualWidth(const Records& records) {
     std::map<std::size_t, std::size_t> counts;
-    for (const Record& record : records) {
-        counts[record.size()] += record.size() > 1 ? 1 : 0;
+    for (std::size_t i = 0; i < records.GetSize(); ++i) {
+        counts[records[i].size()] += records[i].size() > 1 ? 1 : 0;
     }
     std::size_t width = 0;
     std::size_t most = 0;
@@ -125,16 +156,19 @@ std::size_t GetUsualWidth(const std::vector<Record>& records) {
 }
 
 // Whether a colon parts times, or texts with a remark in front, rather than fields.
-bool IsColonOfTexts(const std::vector<Record>& records, std::size_t width, double values) {
+bool IsColonOfTexts(const Records& records, std::size_t width, double values) {
     std::size_t withTimes = 0;
-    for (const Record& record : records) {
-        std::string line;
-        for (const std::string& field : record) {
-            line += (line.empty() && &field == &record.front() ? "" : ":") + field;
+    std::string line;
+    for (std::size_t i = 0; i < records.GetSize(); ++i) {
+        const Record record = records[i];
+        line.clear();
+        for (const std::string_view& field : record) {
+            line += line.empty() && &field == &record.front() ? "" : ":";
+            line += field;
         }
         withTimes += HoldsTime(line) ? 1 : 0;
     }
-    return (width < 3 && values < ValuesAtColon) || 2 * withTimes >= records.size();
+    return (width < 3 && values < ValuesAtColon) || 2 * withTimes >= records.GetSize();
 }
 
 struct CellCounts {
@@ -144,20 +178,18 @@ struct CellCounts {
     std::size_t singles = 0;
 };
 
-CellCounts CountCells(const std::vector<Record>& records) {
+CellCounts CountCells(const Records& records) {
     CellCounts counts;
-    for (const Record& record : records) {
-        for (const std::string& field : record) {
-            const std::string_view cell = TrimUnicodeSpace(field);
-            if (cell.empty()) {
-                continue;
-            }
-            ++counts.cells;
-            counts.values += IsLikeValue(cell) ? 1 : 0;
-            const bool opens = cell.front() == '\'';
-            counts.openedBySingles += opens ? 1 : 0;
-            counts.singles += opens && cell.size() > 1 && cell.back() == '\'' ? 1 : 0;
+    for (const std::string_view field : records.GetCells()) {
+        const std::string_view cell = TrimUnicodeSpace(field);
+        if (cell.empty()) {
+            continue;
         }
+        ++counts.cells;
+        counts.values += IsLikeValue(cell) ? 1 : 0;
+        const bool opens = cell.front() == '\'';
+        counts.openedBySingles += opens ? 1 : 0;
+        counts.singles += opens && cell.size() > 1 && cell.back() == '\'' ? 1 : 0;
     }
     return counts;
 }
@@ -168,30 +200,40 @@ double ShareOf(std::size_t part, std::size_t whole) {
 
 // How well the text is a table under a dialect; nothing where it is none.
 std::optional<Score> ScoreOf(std::string_view text, const TextDialect& dialect, bool isCut) {
+    if (text.find(dialect.delimiter) == std::string_view::npos) {
+        return std::nullopt;
+    }
     const Scan scan = ScanRecords(text, dialect, isCut);
     const std::size_t width = GetUsualWidth(scan.records);
     if (width == 0) {
         return std::nullopt;
     }
-    const auto& records = scan.records;
-    const auto fits = [width](const Record& record) { return record.size() == width; };
-    const auto fitting = static_cast<std::size_t>(std::count_if(records.begin(), records.end(), fits));
-    const auto first = std::find_if(records.begin(), records.end(), fits);
-    const auto last = std::find_if(records.rbegin(), records.rend(), fits).base();
+    const Records& records = scan.records;
+    const std::size_t size = records.GetSize();
+    std::size_t fitting = 0;
+    std::size_t first = size;
+    std::size_t last = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        if (records[i].size() == width) {
+            ++fitting;
+            first = std::min(first, i);
+            last = i + 1;
+        }
+    }
     const auto stretch = static_cast<double>(last - first);
     const CellCounts counts = CountCells(records);
     const double values = ShareOf(counts.values, counts.cells);
 
     const bool isWeak = IsWeak(dialect);
-    if (stretch < LeastCover * static_cast<double>(records.size()) ||
+    if (stretch < LeastCover * static_cast<double>(size) ||
         static_cast<double>(fitting) < (isWeak ? WeakShare : StrongShare) * stretch ||
         (dialect.delimiter == " " && values < ValuesAtBlanks) ||
         (dialect.delimiter == ":" && IsColonOfTexts(records, width, values))) {
         return std::nullopt;
     }
-    const std::size_t faults = scan.faults + records.size() - fitting;
-    const double share = ShareOf(fitting, records.size()) *
-                         std::max(0.0, 1.0 - ShareOf(faults, records.size())) * (isWeak ? WeakFactor : 1.0);
+    const std::size_t faults = scan.faults + size - fitting;
+    const double share =
+        ShareOf(fitting, size) * std::max(0.0, 1.0 - ShareOf(faults, size)) * (isWeak ? WeakFactor : 1.0);
     const bool hasSingles =
         counts.singles > 1 &&
         static_cast<double>(counts.singles) >= SinglesShare * static_cast<double>(counts.openedBySingles);
@@ -271,11 +313,13 @@ std::optional<TextDialect> FindTable(std::string_view text, bool isCut) {
 std::optional<TextDialect> FindDivider(std::string_view text, bool isCut) {
     for (const char delimiter : StrongDelimiters) {
         TextDialect dialect = MakeDialect(std::string(1, delimiter), '"', '\0');
-        const auto records = ScanRecords(text, dialect, isCut).records;
-        const auto divided = std::count_if(records.begin(), records.end(),
-                                           [](const Record& record) { return record.size() > 1; });
-        if (!records.empty() &&
-            static_cast<double>(divided) >= RaggedShare * static_cast<double>(records.size())) {
+        const Scan scan = ScanRecords(text, dialect, isCut);
+        const std::size_t size = scan.records.GetSize();
+        std::size_t divided = 0;
+        for (std::size_t i = 0; i < size; ++i) {
+            divided += scan.records[i].size() > 1 ? 1 : 0;
+        }
+        if (size > 0 && static_cast<double>(divided) >= RaggedShare * static_cast<double>(size)) {
             return dialect;
         }
     }

@@ -13,6 +13,11 @@
 #include "base/NumberParser.h"
 #include "text/FieldForm.h"
 
+/** Whether a delimiter could be a part of one: then what ends where a number does may be its end or not. */
+inline bool IsPartOfNumbers(char delimiter) {
+    return IsDigit(delimiter) || delimiter == '.' || delimiter == '-' || delimiter == '+';
+}
+
 /**
  * A number that is digits with at most a point, as most are, at the front of a text. All of it in the header:
  * it runs once a cell.
@@ -27,9 +32,12 @@ public:
     /** Behind it. */
     const char* GetEnd() const { return end; }
     FieldForm GetForm() const;
+    /** Of the form, without the work that the number is. */
+    std::uint32_t GetBits() const { return hasPoint ? GetPointBits() : GetWholeForm().bits; }
 
 private:
     FieldForm GetWholeForm() const;
+    std::uint32_t GetPointBits() const;
     FieldForm GetPointForm() const;
     const char* TakeDigits(const char* at, const char* last, const char* readable);
 
@@ -136,10 +144,14 @@ inline FieldForm PlainNumber::GetWholeForm() const {
     return form;
 }
 
-inline FieldForm PlainNumber::GetPointForm() const {
+inline std::uint32_t PlainNumber::GetPointBits() const {
     const bool mayPartGroups = fraction == GroupSize && whole >= 1 && whole <= GroupSize && *first != '0';
+    return mayPartGroups ? FieldForm::PointOrGroup : FieldForm::Point;
+}
+
+inline FieldForm PlainNumber::GetPointForm() const {
     FieldForm form;
-    form.bits = mayPartGroups ? FieldForm::PointOrGroup : FieldForm::Point;
+    form.bits = GetPointBits();
     form.hasNumber = true;
     if (whole + fraction > ExactDigits) {
         form.number = ToLeadingDouble({start, static_cast<std::size_t>(end - start)});

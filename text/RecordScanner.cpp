@@ -4,6 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "base/ByteScan.h"
+
 namespace {
 
 // How far the end of a quoted field is looked for: a quote that was meant as a character costs no more.
@@ -29,8 +31,10 @@ RecordScanner::RecordScanner(std::string_view scannedText, const TextDialect& pa
       dialect(parts),
       width(usualWidth),
       isCut(behindText == End::Cut),
+      partsLines(parts.delimiter.find_first_of(std::string("\r\n") + parts.quote) == std::string::npos),
       end(scannedText.data() + scannedText.size()),
       nextQuote(scannedText.data()),
+      nextFeed(scannedText.data()),
       nextReturn(scannedText.data()) {
     classes['\n'] = classes['\r'] = LineEnd;
     if (!dialect.delimiter.empty()) {
@@ -42,6 +46,12 @@ bool RecordScanner::Next() {
     start = next;
     if (start >= text.size()) {
         return false;
+    }
+    if (partsLines) {
+        if (const auto line = TakePlainLine()) {
+            DivideLine(*line);
+            return true;
+        }
     }
     if (!ScanRecord(QuoteRule::Closes)) {
         next = text.size();
@@ -66,31 +76,78 @@ const char* RecordScanner::FindBefore(const char* known, const char* from, const
     return place;
 }
 
+// The line end behind `begin`, or the text's; looked for piece by piece as well, since a text may have ends
+// of one kind only.
+const char* RecordScanner::FindNextLineEnd(const char* begin) {
+    for (const char* until = begin; until != end;) {
+        until += std::min(end - until, PieceSize);
+        nextFeed = FindBefore(nextFeed, begin, until, '\n');
+        const char* const limit = std::min(nextFeed, until);
+        nextReturn = FindBefore(nextReturn, begin, limit, '\r');
+        if (nextReturn < limit) {
+            return nextReturn;
+        }
+        if (nextFeed < until) {
+            return nextFeed;
+        }
+    }
+    return end;
+}
+
 std::optional<std::string_view> RecordScanner::NextLine() {
+    return next >= text.size() || dialect.mergeRuns || dialect.delimiter.size() != 1 ? std::nullopt
+                                                                                     : TakePlainLine();
+}
+
+// The next record as its line, where there is no quote in it and the end of the text doesn't cut it.
+std::optional<std::string_view> RecordScanner::TakePlainLine() {
     const char* const begin = text.data() + next;
-    if (next >= text.size() || dialect.mergeRuns || dialect.delimiter.size() != 1) {
+    const char* const lineEnd = FindNextLineEnd(begin);
+    if (lineEnd == end && isCut) {
         return std::nullopt;
-    }
-    const char* lineEnd =
-        static_cast<const char*>(std::memchr(begin, '\n', static_cast<std::size_t>(end - begin)));
-    if (lineEnd == nullptr && isCut) {
-        return std::nullopt;
-    }
-    const char* behind = lineEnd == nullptr ? end : lineEnd + 1;
-    lineEnd = lineEnd == nullptr ? end : lineEnd;
-    nextReturn = FindBefore(nextReturn, begin, lineEnd, '\r');
-    if (nextReturn < lineEnd) {
-        behind = nextReturn + 1 == lineEnd && lineEnd != end ? behind : nextReturn + 1;
-        lineEnd = nextReturn;
     }
     nextQuote = FindBefore(nextQuote, begin, lineEnd, dialect.quote);
     if (nextQuote < lineEnd) {
         return std::nullopt;
     }
+    const char* behind = lineEnd;
+    if (lineEnd != end) {
+        behind += *lineEnd == '\r' && lineEnd + 1 != end && lineEnd[1] == '\n' ? 2 : 1;
+    }
     start = next;
     next = static_cast<std::size_t>(behind - text.data());
     textsBehind = unclosed = 0;
     return std::string_view(begin, static_cast<std::size_t>(lineEnd - begin));
+}
+
+// The fields of a line without a quote.
+void RecordScanner::DivideLine(std::string_view line) {
+    fields.clear();
+    const char* from = line.data();
+    const char* const lineEnd = from + line.size();
+    const std::size_t length = dialect.delimiter.size();
+    while (true) {
+        if (dialect.mergeRuns) {
+            from = SkipDelimiters(from, lineEnd);
+            if (from == lineEnd) {
+                return;
+            }
+        }
+        const char* fieldEnd = lineEnd;
+        if (length == 1) {
+            fieldEnd = FindByte(from, lineEnd, dialect.delimiter.front());
+        } else if (length > 1) {
+            const std::size_t place =
+                std::string_view(from, static_cast<std::size_t>(lineEnd - from)).find(dialect.delimiter);
+            fieldEnd = place == std::string_view::npos ? lineEnd : from + place;
+        }
+        fields.push_back({{from, static_cast<std::size_t>(fieldEnd - from)}, {}, false, false});
+        if (fieldEnd == lineEnd) {
+            return;
+        }
+        from = fieldEnd + length;
+        from += dialect.skipsBlank && !dialect.mergeRuns && from != lineEnd && *from == ' ' ? 1 : 0;
+    }
 }
 
 void RecordScanner::TryOtherReadings() {
@@ -160,7 +217,7 @@ bool RecordScanner::ScanRecord(QuoteRule rule) {
                 return false;
             }
             if (dialect.mergeRuns) {
-                at = SkipDelimiters(at);
+                at = SkipDelimiters(at, end);
             }
             begin = at;
             at = FindFieldEnd(begin);
@@ -173,7 +230,7 @@ bool RecordScanner::ScanRecord(QuoteRule rule) {
             break;
         }
         if (dialect.mergeRuns) {
-            at = SkipDelimiters(at);
+            at = SkipDelimiters(at, end);
             hasMore = at != end && !IsLineEnd(*at);
         } else {
             at += dialect.delimiter.size();
@@ -332,8 +389,8 @@ const char* RecordScanner::SkipBlanksBehindQuote(const char* from) const {
     return dialect.delimiter.starts_with(' ') ? from : SkipBlanks(from);
 }
 
-const char* RecordScanner::SkipDelimiters(const char* from) const {
-    while (from != end && IsDelimiterAt(from)) {
+const char* RecordScanner::SkipDelimiters(const char* from, const char* until) const {
+    while (from != until && IsDelimiterAt(from)) {
         from += dialect.delimiter.size();
     }
     return from;

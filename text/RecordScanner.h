@@ -51,6 +51,9 @@ public:
      */
     std::optional<std::string_view> NextLine();
 
+    /** Whether Next divides what NextLine takes at each delimiter. */
+    bool PartsLines() const { return partsLines; }
+
     /** Goes on from here, behind where it was: the beginning of a record. */
     void Seek(std::size_t place) { next = place; }
 
@@ -72,6 +75,9 @@ private:
 
     bool ScanRecord(QuoteRule rule);
     const char* FindBefore(const char* known, const char* from, const char* until, char byte) const;
+    const char* FindNextLineEnd(const char* begin);
+    std::optional<std::string_view> TakePlainLine();
+    void DivideLine(std::string_view line);
     void TryOtherReadings();
     bool SwallowsRecords() const;
     bool ScanQuoted(const char* open, QuoteRule rule);
@@ -83,19 +89,21 @@ private:
     bool IsDelimiterAt(const char* place) const;
     const char* SkipBlanks(const char* from) const;
     const char* SkipBlanksBehindQuote(const char* from) const;
-    const char* SkipDelimiters(const char* from) const;
+    const char* SkipDelimiters(const char* from, const char* until) const;
     bool ClosesField(const char* behindQuote) const;
 
     std::string_view text;
     const TextDialect dialect;
     std::size_t width;
     bool isCut;
+    bool partsLines;  // the delimiter has neither a line end nor a quote in it
     std::array<ByteClass, 256> classes{};
     const char* end;
     const char* at = nullptr;  // while a record is scanned
 
-    // The next quote and carriage return, as far as they were looked for.
+    // The next quote, line feed and carriage return, as far as they were looked for.
     const char* nextQuote;
+    const char* nextFeed;
     const char* nextReturn;
 
     std::vector<TextField> fields;

@@ -111,7 +111,7 @@ TextEncoding GuessEncoding(std::string_view bytes, bool isCut) {
     const std::string_view head = bytes.substr(0, NulWindow);
     std::size_t atEven = 0;
     std::size_t atOdd = 0;
-    for (std::size_t i = 0; i < head.size(); ++i) {
+    for (std::size_t i = head.find('\0'); i < head.size(); ++i) {
         (i % 2 == 0 ? atEven : atOdd) += head[i] == '\0' ? 1 : 0;
     }
     if (atOdd >= NulsOfOneSide * atEven && atOdd * LeastNulShare > head.size()) {

@@ -2,8 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <map>
+#include <optional>
+#include <span>
 #include <utility>
+
+#include "base/ByteScan.h"
+#include "text/PlainNumber.h"
 
 namespace {
 
@@ -18,32 +24,29 @@ constexpr double StepTolerance = 1e-6;
 // How many rows of remarks stand below the units, and how long a preamble of the table's width is.
 constexpr int MostRemarkRows = 2;
 constexpr std::size_t MostPreamble = 32;
+// Heads are mostly among so many records.
+constexpr std::size_t RecordsOneByOne = 2 * MostPreamble;
 
 /** A record of the head, by the forms of its fields. */
 struct Record {
     int row;
     bool isRemark;
     std::size_t start;  // in the text
-    std::vector<FieldForm> forms;
+    std::size_t firstForm;
+    std::span<const std::uint32_t> forms;  // the bits of each
 };
 
-bool IsNumber(const FieldForm& form) {
-    return (form.bits & Form::Numbers) != 0 && (form.bits & ~Form::Numbers) == 0;
+bool IsNumber(std::uint32_t form) {
+    return (form & Form::Numbers) != 0 && (form & ~Form::Numbers) == 0;
 }
 
-bool IsDated(const FieldForm& form) {
-    return (form.bits & (Form::Date | Form::Time | Form::DateTime)) != 0;
+bool IsDated(std::uint32_t form) {
+    return (form & (Form::Date | Form::Time | Form::DateTime)) != 0;
 }
 
 bool AreTexts(const Record& record) {
-    return std::all_of(record.forms.begin(), record.forms.end(), [](const FieldForm& form) {
-        return form.bits == Form::Nothing || (form.bits & Form::Text) != 0;
-    });
-}
-
-bool IsBlank(const Record& record) {
     return std::all_of(record.forms.begin(), record.forms.end(),
-                       [](const FieldForm& form) { return form.bits == Form::Nothing; });
+                       [](std::uint32_t form) { return form == Form::Nothing || (form & Form::Text) != 0; });
 }
 
 /** Finds the heads among the records. */
@@ -73,6 +76,11 @@ private:
     bool AreNames(const Record& record, const std::vector<ColumnType>& below);
     bool FindAxis(const Record& record, const std::vector<ColumnType>& below);
     bool IsUnits(const Record& record, const std::vector<ColumnType>& below) const;
+    void AddForms(std::string_view line);
+    void AddForms(const RecordScanner& scanner);
+    std::vector<FieldForm> GetFieldForms(const Record& record);
+    std::vector<std::uint32_t> GetForms(std::size_t begin, std::size_t behind) const;
+    void VoteFrom(std::size_t index, ColumnTypes& columns) const;
     std::vector<ColumnType> GetTypesFrom(std::size_t index) const;
     const Record* NextFitting(std::size_t index) const;
     bool Fits(const Record& record) const { return record.forms.size() == head.usualWidth; }
@@ -83,39 +91,139 @@ private:
     const DelimitedOptions& options;
     ColumnTypes& types;
     std::vector<Record> records;  // without blank ones
+    std::vector<std::uint32_t> forms;
+    std::string storage;
+    std::size_t restFrom = 0;
+    std::vector<std::uint32_t> rest;  // what the columns hold from there on
     TextHead head;
     std::size_t first = 0;  // the first record of the table, as an index
 };
 
 void HeadFinder::FindUsualWidth() {
     std::map<std::size_t, std::size_t> counts;
+    auto known = counts.end();
+    const auto count = [&](std::size_t width) {
+        if (known == counts.end() || known->first != width) {
+            known = counts.try_emplace(width, 0).first;
+        }
+        ++known->second;
+    };
     RecordScanner scanner(text, dialect, 0, end);
-    while (scanner.Next()) {
-        const auto fields = scanner.GetFields();
-        const bool isEmpty = fields.empty() || (fields.size() == 1 && fields[0].text.empty());
-        counts[fields.size()] += isEmpty ? 0 : 1;
+    for (bool hasMore = true; hasMore;) {
+        if (const auto line = scanner.NextLine()) {
+            if (!line->empty()) {
+                count(1 + CountByte(line->data(), line->data() + line->size(), dialect.delimiter.front()));
+            }
+        } else if (scanner.Next()) {
+            const auto fields = scanner.GetFields();
+            if (!fields.empty() && !(fields.size() == 1 && fields[0].text.empty())) {
+                count(fields.size());
+            }
+        } else {
+            hasMore = false;
+        }
     }
     std::size_t most = 0;
-    for (const auto& [width, count] : counts) {
+    for (const auto& [width, found] : counts) {
         // One field is what prose and remarks have: any division goes before it.
-        if (count > 0 && (count >= most || head.usualWidth == 1)) {
+        if (found >= most || head.usualWidth == 1) {
             head.usualWidth = width;
-            most = count;
+            most = found;
         }
     }
 }
 
 void HeadFinder::ReadRecords() {
     RecordScanner scanner(text, dialect, head.usualWidth, end);
-    std::string storage;
-    for (int row = 1; scanner.Next(); ++row) {
-        Record record{row, text[scanner.GetStart()] == '#', scanner.GetStart(), {}};
-        for (const TextField& field : scanner.GetFields()) {
-            record.forms.push_back(GetFieldForm(scanner.GetText(field, storage), options.dateOrder));
+    for (int row = 1;; ++row) {
+        const std::size_t firstForm = forms.size();
+        const auto line = scanner.PartsLines() ? scanner.NextLine() : std::nullopt;
+        if (line) {
+            AddForms(*line);
+        } else if (scanner.Next()) {
+            AddForms(scanner);
+        } else {
+            break;
         }
-        if (!IsBlank(record)) {
-            records.push_back(std::move(record));
+        if (std::all_of(forms.begin() + static_cast<std::ptrdiff_t>(firstForm), forms.end(),
+                        [](std::uint32_t form) { return form == Form::Nothing; })) {
+            forms.resize(firstForm);
+        } else {
+            records.push_back({row, text[scanner.GetStart()] == '#', scanner.GetStart(), firstForm, {}});
         }
+    }
+    std::size_t behind = forms.size();
+    for (auto record = records.rbegin(); record != records.rend(); ++record) {
+        record->forms = std::span(forms).subspan(record->firstForm, behind - record->firstForm);
+        behind = record->firstForm;
+    }
+    // Of what is below the first records the forms together are asked for again and again.
+    restFrom = std::min(records.size(), RecordsOneByOne);
+    rest = GetForms(restFrom, records.size());
+}
+
+// Of a record without quotes, divided and looked at in one pass.
+void HeadFinder::AddForms(std::string_view line) {
+    const char delimiter = dialect.delimiter.front();
+    const bool mayHoldNumbers = !IsPartOfNumbers(delimiter);
+    const char* at = line.data();
+    const char* const lineEnd = at + line.size();
+    const char* const readable = text.data() + text.size();
+    while (true) {
+        const PlainNumber plain({at, static_cast<std::size_t>(lineEnd - at)}, readable);
+        const char* behind = plain.GetEnd();
+        if (mayHoldNumbers && plain.IsThere() && (behind == lineEnd || *behind == delimiter)) {
+            forms.push_back(plain.GetBits());
+        } else {
+            behind = FindByte(at, lineEnd, delimiter);
+            const std::string_view field(at, static_cast<std::size_t>(behind - at));
+            forms.push_back(GetFieldForm(field, options.dateOrder).bits);
+        }
+        if (behind == lineEnd) {
+            return;
+        }
+        at = behind + 1;
+        at += dialect.skipsBlank && at != lineEnd && *at == ' ' ? 1 : 0;
+    }
+}
+
+void HeadFinder::AddForms(const RecordScanner& scanner) {
+    for (const TextField& field : scanner.GetFields()) {
+        forms.push_back(GetFieldForm(scanner.GetText(field, storage), options.dateOrder).bits);
+    }
+}
+
+// With the numbers, which few records are asked for.
+std::vector<FieldForm> HeadFinder::GetFieldForms(const Record& record) {
+    std::vector<FieldForm> fieldForms;
+    RecordScanner scanner(text.substr(record.start), dialect, head.usualWidth);
+    scanner.Next();
+    for (const TextField& field : scanner.GetFields()) {
+        fieldForms.push_back(GetFieldForm(scanner.GetText(field, storage), options.dateOrder));
+    }
+    fieldForms.resize(record.forms.size());
+    return fieldForms;
+}
+
+// What the fields of each column hold together, of the records from one to before the other.
+std::vector<std::uint32_t> HeadFinder::GetForms(std::size_t begin, std::size_t behind) const {
+    std::vector<std::uint32_t> together(head.usualWidth);
+    for (std::size_t i = begin; i < behind; ++i) {
+        if (Fits(records[i]) && !records[i].isRemark) {
+            for (std::size_t col = 0; col < head.usualWidth; ++col) {
+                together[col] |= records[i].forms[col];
+            }
+        }
+    }
+    return together;
+}
+
+// Lets the records from `index` on vote.
+void HeadFinder::VoteFrom(std::size_t index, ColumnTypes& columns) const {
+    const bool hasRest = index <= restFrom;
+    const std::vector<std::uint32_t> together = GetForms(index, hasRest ? restFrom : records.size());
+    for (std::size_t col = 0; col < together.size(); ++col) {
+        columns.Vote(col, together[col] | (hasRest ? rest[col] : 0U));
     }
 }
 
@@ -146,13 +254,7 @@ void HeadFinder::FindFirst() {
 // The types that the records from `index` on would have by themselves.
 std::vector<ColumnType> HeadFinder::GetTypesFrom(std::size_t index) const {
     ColumnTypes below = types;
-    for (std::size_t i = index; i < records.size(); ++i) {
-        if (Fits(records[i]) && !records[i].isRemark) {
-            for (std::size_t col = 0; col < head.usualWidth; ++col) {
-                below.Vote(col, records[i].forms[col].bits);
-            }
-        }
-    }
+    VoteFrom(index, below);
     return below.Resolve(head.usualWidth);
 }
 
@@ -164,26 +266,26 @@ const Record* HeadFinder::NextFitting(std::size_t index) const {
 
 // Whether the numbers at a record's end rise by one step, as years and wavelengths do.
 bool HeadFinder::FindAxis(const Record& record, const std::vector<ColumnType>& below) {
-    std::size_t begin = record.forms.size();
-    while (begin > 0 && IsNumber(record.forms[begin - 1]) && record.forms[begin - 1].hasNumber) {
+    const std::vector<FieldForm> forms = GetFieldForms(record);
+    std::size_t begin = forms.size();
+    while (begin > 0 && IsNumber(forms[begin - 1].bits) && forms[begin - 1].hasNumber) {
         --begin;
     }
-    const std::size_t count = record.forms.size() - begin;
+    const std::size_t count = forms.size() - begin;
     const bool isWhole =
-        std::all_of(record.forms.begin() + static_cast<std::ptrdiff_t>(begin), record.forms.end(),
+        std::all_of(forms.begin() + static_cast<std::ptrdiff_t>(begin), forms.end(),
                     [](const FieldForm& form) { return form.number == std::floor(form.number); });
     if (count < (!isWhole ? LeastFineSteps : begin == 0 ? LeastStepsAlone : LeastSteps)) {
         return false;
     }
-    const auto stepAt = [&](const Record& in, std::size_t col) {
-        return in.forms[col + 1].number - in.forms[col].number;
+    const auto stepAt = [&](const std::vector<FieldForm>& in, std::size_t col) {
+        return in[col + 1].number - in[col].number;
     };
-    const auto rises = [&](const Record& in) {
-        const double step = stepAt(in, begin);
+    const auto rises = [&](const std::vector<FieldForm>& in) {
+        const double step = in.size() == forms.size() ? stepAt(in, begin) : 0.0;
         bool all = step != 0.0;
-        for (std::size_t col = begin; all && col + 1 < in.forms.size(); ++col) {
-            all =
-                std::fabs(stepAt(in, col) - step) <= StepTolerance * std::fabs(in.forms[begin].number + step);
+        for (std::size_t col = begin; all && col + 1 < in.size(); ++col) {
+            all = std::fabs(stepAt(in, col) - step) <= StepTolerance * std::fabs(in[begin].number + step);
         }
         return all;
     };
@@ -195,10 +297,9 @@ bool HeadFinder::FindAxis(const Record& record, const std::vector<ColumnType>& b
     const Record* next = NextFitting(static_cast<std::size_t>(&record - records.data()));
     bool hasNames = false;
     for (std::size_t col = 0; col < begin; ++col) {
-        hasNames =
-            hasNames || ((record.forms[col].bits & Form::Text) != 0 && below[col].kind == ColumnType::Number);
+        hasNames = hasNames || ((forms[col].bits & Form::Text) != 0 && below[col].kind == ColumnType::Number);
     }
-    if (!isAboveNumbers || !rises(record) || next == nullptr || (rises(*next) && !hasNames)) {
+    if (!isAboveNumbers || !rises(forms) || next == nullptr || (rises(GetFieldForms(*next)) && !hasNames)) {
         return false;
     }
     head.firstAxisColumn = static_cast<int>(begin) + 1;
@@ -212,26 +313,26 @@ bool HeadFinder::AreNames(const Record& record, const std::vector<ColumnType>& b
     bool hasTexts = false;
     bool hasTextsAboveNumbersOnly = true;
     for (std::size_t col = 0; col < record.forms.size(); ++col) {
-        const FieldForm& form = record.forms[col];
+        const std::uint32_t form = record.forms[col];
         const ColumnType::Kind kind = below[col].kind;
         const bool isNumber = IsNumber(form) && kind == ColumnType::Number;
         const bool isDate = IsDated(form) && kind >= ColumnType::Date;
-        if ((form.bits & Form::Bool) != 0 && kind == ColumnType::Bool) {
+        if ((form & Form::Bool) != 0 && kind == ColumnType::Bool) {
             return false;
         }
         if (isNumber || isDate) {
             hasNumbersAbove = true;
-            areWhole = areWhole && (isDate || (form.bits & ~(Form::Integer | Form::WideInteger)) == 0);
-        } else if (form.bits != Form::Nothing) {
+            areWhole = areWhole && (isDate || (form & ~(Form::Integer | Form::WideInteger)) == 0);
+        } else if (form != Form::Nothing) {
             hasTexts = true;
             hasTextsAboveNumbersOnly =
-                hasTextsAboveNumbersOnly && (form.bits & Form::Text) != 0 && kind == ColumnType::Number;
+                hasTextsAboveNumbersOnly && (form & Form::Text) != 0 && kind == ColumnType::Number;
         }
     }
     if (!hasNumbersAbove) {
         // Values above texts are data as well.
         return std::any_of(record.forms.begin(), record.forms.end(),
-                           [](const FieldForm& form) { return (form.bits & Form::Text) != 0; });
+                           [](std::uint32_t form) { return (form & Form::Text) != 0; });
     }
     if (FindAxis(record, below)) {
         return true;
@@ -324,18 +425,18 @@ void HeadFinder::FindNames() {
 // Texts above numbers, some of them perhaps empty.
 bool HeadFinder::IsUnits(const Record& record, const std::vector<ColumnType>& below) const {
     std::size_t filled = 0;
-    for (const FieldForm& form : record.forms) {
-        if (form.bits != Form::Nothing && (form.bits & (Form::Text | Form::Missing)) == 0) {
+    for (const std::uint32_t form : record.forms) {
+        if (form != Form::Nothing && (form & (Form::Text | Form::Missing)) == 0) {
             return false;
         }
-        filled += form.bits != Form::Nothing ? 1 : 0;
+        filled += form != Form::Nothing ? 1 : 0;
     }
     const bool areNumbersBelow = std::any_of(
         below.begin(), below.end(), [](const ColumnType& type) { return type.kind == ColumnType::Number; });
     bool isAboveNumber = false;
     for (std::size_t col = 0; col < record.forms.size(); ++col) {
-        isAboveNumber = isAboveNumber ||
-                        ((record.forms[col].bits & Form::Text) != 0 && below[col].kind == ColumnType::Number);
+        isAboveNumber =
+            isAboveNumber || ((record.forms[col] & Form::Text) != 0 && below[col].kind == ColumnType::Number);
     }
     return areNumbersBelow && isAboveNumber && 2 * filled >= record.forms.size();
 }
@@ -366,8 +467,8 @@ void HeadFinder::SkipPreamble() {
     };
     const auto areTexts = [this](const Record& record) {
         return Fits(record) && !record.isRemark && AreTexts(record) &&
-               2 * std::count_if(record.forms.begin(), record.forms.end(), [](const FieldForm& form) {
-                   return form.bits != Form::Nothing;
+               2 * std::count_if(record.forms.begin(), record.forms.end(), [](std::uint32_t form) {
+                   return form != Form::Nothing;
                }) > static_cast<std::ptrdiff_t>(head.usualWidth);
     };
     if (first >= records.size() || AreTexts(records[first])) {
@@ -381,16 +482,15 @@ void HeadFinder::SkipPreamble() {
             continue;
         }
         const std::vector<ColumnType> below = GetTypesFrom(i + 1);
-        const bool areOthersAbove =
-            std::all_of(records.begin() + static_cast<std::ptrdiff_t>(first),
-                        records.begin() + static_cast<std::ptrdiff_t>(i), [&](const Record& record) {
-                            bool isOther = !Fits(record) || record.isRemark;
-                            for (std::size_t col = 0; !isOther && col < record.forms.size(); ++col) {
-                                isOther = below[col].kind == ColumnType::Number &&
-                                          (record.forms[col].bits & Form::Text) != 0;
-                            }
-                            return isOther;
-                        });
+        const bool areOthersAbove = std::all_of(
+            records.begin() + static_cast<std::ptrdiff_t>(first),
+            records.begin() + static_cast<std::ptrdiff_t>(i), [&](const Record& record) {
+                bool isOther = !Fits(record) || record.isRemark;
+                for (std::size_t col = 0; !isOther && col < record.forms.size(); ++col) {
+                    isOther = below[col].kind == ColumnType::Number && (record.forms[col] & Form::Text) != 0;
+                }
+                return isOther;
+            });
         if (areOthersAbove && countNumbers(below) > numbers) {
             first = i;
             return;
@@ -411,13 +511,9 @@ TextHead HeadFinder::Find() {
     FindUnits();
     head.firstDataRow =
         first < records.size() ? records[first].row : std::max(head.nameRow, head.unitRow) + 1;
-    for (const Record& record : records) {
-        if (head.Votes(record.row, record.forms.size(), record.isRemark)) {
-            for (std::size_t col = 0; col < record.forms.size(); ++col) {
-                types.Vote(col, record.forms[col].bits);
-            }
-        }
-    }
+    const auto firstToVote = std::lower_bound(records.begin(), records.end(), head.firstDataRow,
+                                              [](const Record& record, int row) { return record.row < row; });
+    VoteFrom(static_cast<std::size_t>(firstToVote - records.begin()), types);
     return head;
 }
 

@@ -167,8 +167,9 @@ std::string TextSource::GetBeginning(std::size_t characters, bool& isCut) const 
     if (encoding.kind == TextEncoding::Windows1252) {
         AppendWindows1252(converted, beginning);
     } else {
-        std::size_t end = 0;
-        for (std::size_t count = 0; count < characters && end < text.size(); ++count) {
+        // What is ASCII has a byte a character.
+        std::size_t end = HasHighBytes(beginning) ? 0 : beginning.size();
+        for (std::size_t count = end; count < characters && end < text.size(); ++count) {
             end += std::max<std::size_t>(GetUtf8Length(text.substr(end)), 1);
         }
         beginning = text.substr(0, end);

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "base/Ascii.h"
+#include "text/PlainNumber.h"
 
 namespace {
 
@@ -209,6 +210,11 @@ std::string_view TrimUnicodeSpace(std::string_view text) {
 }
 
 bool IsLikeValue(std::string_view text) {
+    // The road of most.
+    const PlainNumber plain(text);
+    if (plain.IsThere() && plain.GetEnd() == text.data() + text.size()) {
+        return true;
+    }
     text = TrimUnicodeSpace(text);
     return IsNumber(text) || IsDate(text) || IsTime(text);
 }

@@ -95,6 +95,11 @@ void AddMissing(CellStore& store, Stretch& stretch, int count) {
     }
 }
 
+// Whether a cell behind a gap of so many places belongs to the stretch.
+bool GoesOn(const Stretch& stretch, int gap) {
+    return gap <= WidestGap || gap <= stretch.count;
+}
+
 void Write(Stretch& stretch, int place, CellKind kind, std::uint64_t content) {
     const int at = place - stretch.first;
     switch (WidthOf(stretch.kind)) {
@@ -263,8 +268,7 @@ void CellVector::Append(CellStore& store, int place, CellKind kind, std::uint64_
     if (!stretches.empty()) {
         Stretch& last = stretches.back();
         const int gap = place - last.GetEnd();
-        const bool isSame =
-            (last.kind == kind || last.kind == CellKind::Mixed) && (gap <= WidestGap || gap <= last.count);
+        const bool isSame = (last.kind == kind || last.kind == CellKind::Mixed) && GoesOn(last, gap);
         if (!isSame && stretches.size() < MostStretches) {
             AddStretch(store, place, kind, 1);
         } else {
@@ -373,6 +377,28 @@ void CellVector::PutRun(CellStore& store, int place, std::span<const float> valu
 
 void CellVector::PutRun(CellStore& store, int place, std::span<const double> values) {
     PutNumbers(store, place, CellKind::Float64, values);
+}
+
+void CellVector::PutDoubles(CellStore& store, int place, std::span<const double> values) {
+    while (!values.empty()) {
+        Stretch* const last = stretches.empty() ? nullptr : &stretches.back();
+        const int gap = last == nullptr ? 0 : place - last->GetEnd();
+        const auto room = static_cast<std::size_t>(std::numeric_limits<int>::max() - place);
+        if (last != nullptr && last->kind == CellKind::Float64 && gap >= 0 && GoesOn(*last, gap) &&
+            values.size() <= room) {
+            const int count = static_cast<int>(values.size());
+            Reserve(store, *last, last->count + gap + count);
+            AddMissing(store, *last, gap);
+            std::memcpy(last->values.As<double>() + last->count, values.data(), values.size_bytes());
+            if (last->hasMissing) {
+                SetBits(last->bits.As<std::uint8_t>(), last->count, count);
+            }
+            last->count += count;
+            return;
+        }
+        PutDouble(store, place++, values.front());
+        values = values.subspan(1);
+    }
 }
 
 // Plain decimals take a byte a cell; of any other source the characters are kept.

@@ -100,6 +100,8 @@ public:
     void PutMissing(int place);
     void PutRun(CellStore& store, int place, std::span<const float> values);
     void PutRun(CellStore& store, int place, std::span<const double> values);
+    /** Numbers that are cells by themselves, as by PutDouble. */
+    void PutDoubles(CellStore& store, int place, std::span<const double> values);
     /** The characters that a number, date or truth value had in its file. */
     void PutSource(CellStore& store, int place, std::string_view source);
     /** Cells from here on are gone. */

@@ -320,6 +320,22 @@ void TableSink::PutColumnRun(int col, int firstRow, std::span<const Number> valu
     }
 }
 
+void TableSink::SetCellRun(int col, int firstRow, std::span<const double> values) {
+    const auto room = static_cast<std::size_t>(std::numeric_limits<int>::max() - std::max(firstRow, 1));
+    if (firstRow < 1 || values.empty() || values.size() > room ||
+        !Take(col, firstRow + static_cast<int>(values.size()) - 1)) {
+        return;
+    }
+    Count(values.size());
+    if (!IsInBlock(col)) {
+        ColumnAt(col).PutDoubles(store, firstRow - 1, values);
+        return;
+    }
+    for (const double value : values) {
+        Put(col, firstRow++, CellKind::Float64, BitsOf(value));
+    }
+}
+
 void TableSink::SetRowRun(int firstCol, int row, std::span<const float> values) {
     PutRowRun(firstCol, row, values);
 }

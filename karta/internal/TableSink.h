@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/ReadContext.h"
+#include "frame/CellRunSink.h"
 #include "frame/WideSink.h"
 #include "karta/Table.h"
 #include "karta/internal/BlockStore.h"
@@ -30,7 +31,7 @@ namespace karta {
  *
  * A reader that tells its shape before its first run has each array copied once.
  */
-class TableSink final : public WideSink {
+class TableSink final : public WideSink, public CellRunSink {
 public:
     /**
      * The context is the reader's: its shape says what the rows and columns are, and it gets the notes.
@@ -62,6 +63,11 @@ public:
     void SetRowRun(int firstCol, int row, std::span<const double> values) override;
     void SetColumnRun(int col, int firstRow, std::span<const float> values) override;
     void SetColumnRun(int col, int firstRow, std::span<const double> values) override;
+    void SetCellRun(int col, int firstRow, std::span<const double> values) override;
+    /** Where they make no matrix. */
+    bool PrefersCellRuns() const override {
+        return !context->shape.isKnown || context->shape.firstBlockColumn == 0;
+    }
     /** The axis tells them. */
     bool WantsPointNames() const override { return false; }
 
