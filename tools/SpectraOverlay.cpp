@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/PathNames.h"
+#include "karta/Detect.h"
 #include "karta/Read.h"
 #include "karta/Scan.h"
 #include "karta/internal/OrderedWork.h"
@@ -25,12 +26,25 @@ constexpr int FirstDataRow = 3;
 struct Kind {
     bool hasSpectra = false;
     std::string unit;
-    std::string ordinate;
+    std::string valueQuantity;
+    std::string valueUnit;
+    std::string format;
+    std::vector<karta::Fact> facts;
 
-    // A file that doesn't tell what its numbers are goes with any.
+    std::string GetOrdinate() const { return karta::OrdinateOf(valueQuantity, valueUnit); }
+    bool TellsValue() const { return !valueQuantity.empty() || !valueUnit.empty(); }
+
+    // As a scan has it: a file that doesn't tell what its numbers are goes with any.
     bool GoesWith(const Kind& other) const {
-        return hasSpectra && other.hasSpectra && unit == other.unit &&
-               (ordinate.empty() || other.ordinate.empty() || ordinate == other.ordinate);
+        return hasSpectra && other.hasSpectra && unit == other.unit && HasOrdinateOf(other);
+    }
+
+private:
+    bool HasOrdinateOf(const Kind& other) const {
+        if (GetOrdinate().empty() || other.GetOrdinate().empty()) {
+            return valueUnit.empty() || other.valueUnit.empty() || valueUnit == other.valueUnit;
+        }
+        return GetOrdinate() == other.GetOrdinate();
     }
 };
 
@@ -41,12 +55,37 @@ Kind KindOf(const std::string& file, const karta::ReadOptions& options) {
         if (block == nullptr || block->GetAxis().empty()) {
             return {};
         }
-        return {true, karta::UsualUnit(block->GetAxisUnit()),
-                karta::OrdinateOf(block->GetValueQuantity(), block->GetValueUnit())};
+        return {true,
+                karta::UsualUnit(block->GetAxisUnit()),
+                block->GetValueQuantity(),
+                karta::UsualUnit(block->GetValueUnit()),
+                options.format.empty() ? karta::Detect(file).format : options.format,
+                table.GetFacts()};
     } catch (const std::exception&) {
         // Told when its own turn comes.
         return {};
     }
+}
+
+// What both are, for the files that are looked at next.
+void Join(Kind& group, const Kind& kind) {
+    if (!group.TellsValue()) {
+        group.valueQuantity = kind.valueQuantity;
+        group.valueUnit = kind.valueUnit;
+    } else if (kind.TellsValue()) {
+        // "ADC1" in mAU and "DAD1" in mAU: the name of one isn't that of the other.
+        const bool isSame = group.valueQuantity == kind.valueQuantity;
+        group.valueQuantity = isSame ? group.valueQuantity : group.GetOrdinate();
+        group.valueUnit = group.valueUnit == kind.valueUnit ? group.valueUnit : "";
+    }
+    if ((", " + group.format + ", ").find(", " + kind.format + ", ") == std::string::npos) {
+        group.format += ", " + kind.format;
+    }
+    std::erase_if(group.facts, [&](const karta::Fact& fact) {
+        return std::none_of(kind.facts.begin(), kind.facts.end(), [&](const karta::Fact& other) {
+            return fact.name == other.name && fact.text == other.text;
+        });
+    });
 }
 
 // The first text of the row that tells what it is; the row's number in the file where there is none.
@@ -101,18 +140,16 @@ karta::TableShape ShapeOf(const karta::Table& table) {
     }
     shape.axisQuantity = block.GetAxisQuantity();
     shape.axisUnit = karta::UsualUnit(block.GetAxisUnit());
-    shape.valueQuantity = block.GetValueQuantity();
-    shape.valueUnit = block.GetValueUnit();
     return shape;
 }
 
 }  // namespace
 
-std::vector<std::vector<std::string>> SpectraOverlay::Group(const ReadRequest& request) {
+std::vector<SpectraGroup> SpectraOverlay::Group(const ReadRequest& request) {
     const karta::ReadOptions options = ReadOptionsOf(request);
     karta::OrderedWork<Kind> work(request.files.size(), karta::ChooseThreadCount(0, request.files.size()),
                                   [&](std::size_t file) { return KindOf(request.files[file], options); });
-    std::vector<std::vector<std::string>> groups;
+    std::vector<SpectraGroup> groups;
     std::vector<Kind> kinds;
     for (const std::string& file : request.files) {
         const Kind kind = work.Take();
@@ -121,28 +158,36 @@ std::vector<std::vector<std::string>> SpectraOverlay::Group(const ReadRequest& r
             std::find_if(kinds.begin(), kinds.end(), [&](const Kind& other) { return kind.GoesWith(other); });
         if (place == kinds.end()) {
             kinds.push_back(kind);
-            groups.push_back({file});
+            groups.push_back({{file}, {}, {}, {}, {}});
         } else {
-            place->ordinate = place->ordinate.empty() ? kind.ordinate : place->ordinate;
-            groups[static_cast<std::size_t>(place - kinds.begin())].push_back(file);
+            Join(*place, kind);
+            groups[static_cast<std::size_t>(place - kinds.begin())].files.push_back(file);
+        }
+    }
+    for (std::size_t i = 0; i < groups.size(); ++i) {
+        groups[i].valueQuantity = kinds[i].valueQuantity;
+        groups[i].valueUnit = kinds[i].valueUnit;
+        groups[i].format = kinds[i].format;
+        for (const karta::Fact& fact : kinds[i].facts) {
+            groups[i].facts.emplace_back(fact.name, fact.text);
         }
     }
     return groups;
 }
 
-void SpectraOverlay::Read(const ReadRequest& request, const std::vector<std::string>& files, TableRead& read,
+void SpectraOverlay::Read(const ReadRequest& request, const SpectraGroup& group, TableRead& read,
                           std::vector<std::string>& others) {
     InProgramsWords([&] {
         karta::ScanOptions options;
         options.grid = karta::Grid::Union;
         options.columns = karta::ScanColumns::Union;
         options.onError = karta::OnError::Collect;
-        options.batch = files.size();
+        options.batch = group.files.size();
         options.read = ReadOptionsOf(request);
-        karta::Scan scan(files, std::move(options));
+        karta::Scan scan(group.files, std::move(options));
         const karta::Table* const stacked = scan.Next();
         if (stacked == nullptr) {
-            throw Failure(files.front() + ": the spectra can't be put on one axis");
+            throw Failure(group.files.front() + ": the spectra can't be put on one axis");
         }
         for (const karta::Error& error : scan.Errors()) {
             others.push_back(error.GetFile());
@@ -154,6 +199,8 @@ void SpectraOverlay::Read(const ReadRequest& request, const std::vector<std::str
         read.table->SetRowRun(static_cast<int>(table.GetBlockPlace()) + 1, AxisRow, axis);
         StackedTable::PutRows(table, *read.table, FirstDataRow);
         read.report.shape = ShapeOf(table);
+        read.report.shape.valueQuantity = group.valueQuantity;
+        read.report.shape.valueUnit = group.valueUnit;
         read.report.notes = table.GetNotes();
     });
 }

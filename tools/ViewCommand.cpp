@@ -83,29 +83,42 @@ bool CanOverlay(const ReadRequest& request) {
 /** Files that make one table or several tabs. */
 struct Selection {
     ReadRequest request;
-    bool isOverlay = false;  // spectra of several files, over each other
+    SpectraGroup group;  // of several files: spectra over each other
+
+    bool IsOverlay() const { return group.files.size() > 1; }
 };
 
-// One selection where the format can, as everywhere; else spectra over each other where they go together, and
-// each other file by itself.
-std::vector<Selection> Selections(const ReadRequest& request) {
-    if (request.files.size() == 1 || AreOneSelection(request)) {
-        return {{request}};
-    }
-    std::vector<std::vector<std::string>> groups;
+// Spectra over each other where they go together, and each other file by itself.
+std::vector<Selection> PartSelection(const ReadRequest& request) {
+    std::vector<SpectraGroup> groups;
     if (CanOverlay(request)) {
         groups = SpectraOverlay::Group(request);
     } else {
         for (const std::string& file : request.files) {
-            groups.push_back({file});
+            groups.push_back({{file}, {}, {}, {}, {}});
         }
     }
     std::vector<Selection> selections;
-    for (std::vector<std::string>& files : groups) {
-        selections.push_back({request, files.size() > 1});
-        selections.back().request.files = std::move(files);
+    for (SpectraGroup& group : groups) {
+        selections.push_back({request, std::move(group)});
+        selections.back().request.files = selections.back().group.files;
     }
     return selections;
+}
+
+// One selection where the format can, as everywhere.
+std::vector<Selection> Selections(const ReadRequest& request) {
+    if (request.files.size() == 1 || AreOneSelection(request)) {
+        return {{request, {}}};
+    }
+    return PartSelection(request);
+}
+
+// Whether the table of a selection has no row of some of its files.
+bool LeavesFilesOut(const karta::ReadReport& report) {
+    return std::any_of(report.notes.begin(), report.notes.end(), [](const karta::Note& note) {
+        return note.code == "other-parts" || note.code == "other-files";
+    });
 }
 
 // A request for each table of a source, with the title of its tab.
@@ -134,34 +147,53 @@ std::vector<std::pair<ReadRequest, std::string>> TablesOf(const Source& source, 
 class Viewer {
 public:
     Viewer(const ReadRequest& wanted, bool isPicture)
-        : drawsSvg(isPicture), page(TitleOf(wanted), SubtitleOf(wanted)) {}
+        : drawsSvg(isPicture), page(TitleOf(wanted), NamesOf(wanted)) {}
 
-    void Add(const ReadRequest& selection, bool isAlone) {
+    /** False where nothing was added, since the table would leave out files that can be drawn as well. */
+    bool Add(const ReadRequest& selection, bool isAlone) {
         Source source;
         try {
             source = Examine(selection);
         } catch (const Failure& failure) {
             AddFailure({TitleOf(selection), selection.files.front(), "none", "see above", {}}, failure);
-            return;
+            return true;
         }
-        for (const auto& [request, title] : TablesOf(source, isAlone)) {
+        const auto tables = TablesOf(source, isAlone);
+        const bool mayPart = tables.size() == 1 && selection.files.size() > 1 && CanOverlay(selection);
+        for (const auto& [request, title] : tables) {
             ViewSubject subject = source.subject;
             subject.title = title;
-            AddTable(subject, [&wanted = request](TableRead& read) { ReadTable(wanted, read); });
+            const bool isAdded = AddTable(subject, [&wanted = request, mayPart](TableRead& read) {
+                ReadRequest quiet = wanted;
+                quiet.quiet = wanted.quiet || mayPart;
+                ReadTable(quiet, read);
+                if (mayPart && LeavesFilesOut(read.report)) {
+                    return false;
+                }
+                if (mayPart) {
+                    ShowReport(wanted, read.report);
+                }
+                return true;
+            });
+            if (!isAdded) {
+                return false;
+            }
         }
+        return true;
     }
 
-    void AddOverlay(const ReadRequest& selection) {
-        ViewSubject subject{TitleOf(selection),
-                            selection.files.front(),
-                            "of each file its own",
-                            "spectra of several files on one axis",
-                            {}};
+    void AddOverlay(const Selection& selection) {
+        const ReadRequest& request = selection.request;
+        ViewSubject subject{TitleOf(request), karta::CountOf(request.files.size(), "file"),
+                            selection.group.format, "spectra of several files on one axis",
+                            selection.group.facts};
         std::vector<std::string> others;
-        AddTable(subject,
-                 [&](TableRead& read) { SpectraOverlay::Read(selection, selection.files, read, others); });
+        AddTable(subject, [&](TableRead& read) {
+            SpectraOverlay::Read(request, selection.group, read, others);
+            return true;
+        });
         for (const std::string& file : others) {
-            ReadRequest one = selection;
+            ReadRequest one = request;
             one.files = {file};
             Add(one, false);
         }
@@ -185,22 +217,25 @@ public:
     bool HasFailures() const { return failure.has_value(); }
 
 private:
-    static std::string SubtitleOf(const ReadRequest& request) {
-        std::string names;
+    static std::vector<std::string> NamesOf(const ReadRequest& request) {
+        std::vector<std::string> names;
         for (const std::string& file : request.files) {
-            names += (names.empty() ? "" : ", ") + request.NameOf(file);
+            names.push_back(request.NameOf(file));
         }
         return names;
     }
 
+    // False where the step has read what isn't wanted.
     template <class Step>
-    void AddTable(const ViewSubject& subject, const Step& readInto) {
+    bool AddTable(const ViewSubject& subject, const Step& readInto) {
         if (svg) {
-            return;
+            return true;
         }
         try {
             TableRead read;
-            readInto(read);
+            if (!readInto(read)) {
+                return false;
+            }
             ++shown;
             if (drawsSvg) {
                 svg = DrawSvg(read, subject.title, ViewPage::IsRaman(subject));
@@ -210,6 +245,7 @@ private:
         } catch (const Failure& reason) {
             AddFailure(subject, reason);
         }
+        return true;
     }
 
     void AddFailure(const ViewSubject& subject, const Failure& reason) {
@@ -255,15 +291,19 @@ std::string TemporaryPage(const ReadRequest& request) {
 }  // namespace
 
 int RunView(const ReadRequest& request, const ViewRequest& wanted, PageOpener* opener) {
+    Viewer viewer(request, wanted.svg);
     std::vector<Selection> selections = Selections(request);
+    if (selections.size() == 1 && !selections.front().IsOverlay()) {
+        // What is one table and shows all files needs no further look at them.
+        selections = viewer.Add(request, true) ? std::vector<Selection>() : PartSelection(request);
+    }
     const std::size_t left = selections.size() - std::min(selections.size(), MostTabs);
     selections.erase(selections.end() - static_cast<std::ptrdiff_t>(left), selections.end());
-    Viewer viewer(request, wanted.svg);
     for (const Selection& selection : selections) {
-        if (selection.isOverlay) {
-            viewer.AddOverlay(selection.request);
+        if (selection.IsOverlay()) {
+            viewer.AddOverlay(selection);
         } else {
-            viewer.Add(selection.request, selections.size() == 1);
+            viewer.Add(selection.request, false);
         }
     }
     if (left > 0 && !request.quiet) {

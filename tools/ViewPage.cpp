@@ -55,6 +55,20 @@ std::string Base64Of(const std::vector<Number>& values) {
     return Base64Of(std::span<const Number>(values));
 }
 
+// Whether floats tell the numbers apart: not those of a narrow range far from zero.
+bool AreFloatsEnough(const std::vector<double>& values) {
+    constexpr double LeastShare = 1e-3;
+    double least = HUGE_VAL;
+    double greatest = -HUGE_VAL;
+    for (const double value : values) {
+        least = std::fmin(least, value);
+        greatest = std::fmax(greatest, value);
+    }
+    const double size = std::max(std::fabs(least), std::fabs(greatest));
+    constexpr double ExactIntegers = 1 << 24;
+    return !(greatest >= least) || (size <= ExactIntegers && greatest - least >= LeastShare * size);
+}
+
 /** The part of the page's data that draws one table. */
 class PlotWriter {
 public:
@@ -180,13 +194,16 @@ private:
         for (int row = columns.GetFirstRow(); row <= columns.GetLastRow(); ++row) {
             values.push_back(columns.GetValue(index, row));
         }
-        if (!column.isTime) {
+        const bool hasRoom = 2 * columns.GetColumns().size() * columns.CountRows() <= MostNumbers;
+        const bool isDouble = !column.isTime && hasRoom && !AreFloatsEnough(values);
+        if (!column.isTime && !isDouble) {
             WriteCurve(column.name, std::vector<float>(values.begin(), values.end()), stretches);
             return;
         }
         json.BeginObject();
         json.Put("name", column.name);
-        json.Put("time", true);
+        json.Put("time", column.isTime);
+        json.Put("isDouble", isDouble);
         json.Put("low", Base64Of(stretches.TakeMiddles(values)));
         json.EndObject();
     }
@@ -269,13 +286,47 @@ std::string DigestOf(std::string_view text) {
     return "'sha256-" + Base64Of(std::span<const unsigned char>(digest)) + "'";
 }
 
+// More names would fill the page before its plot.
+constexpr std::size_t MostNamesInSubtitle = 3;
+
+// The folder that all of them lie in; empty where there is none.
+std::string CommonFolder(const std::vector<std::string>& files) {
+    std::string common = files.front().substr(0, files.front().rfind('/') + 1);
+    for (const std::string& file : files) {
+        while (!file.starts_with(common)) {
+            common.pop_back();
+            common.erase(common.rfind('/') + 1);
+        }
+    }
+    return common;
+}
+
+std::string SubtitleOf(const std::vector<std::string>& files) {
+    if (files.size() > MostNamesInSubtitle) {
+        const std::string folder = CommonFolder(files);
+        return karta::CountOf(files.size(), "file") + (folder.empty() ? "" : " of " + folder);
+    }
+    std::string names;
+    for (const std::string& file : files) {
+        names += (names.empty() ? "" : ", ") + file;
+    }
+    return names;
+}
+
 }  // namespace
 
-ViewPage::ViewPage(const std::string& title, const std::string& subtitle) {
+ViewPage::ViewPage(const std::string& title, const std::vector<std::string>& files) {
     json.BeginObject();
     json.Put("generator", "karta-import " KARTA_VERSION);
     json.Put("title", AsUtf8(title));
-    json.Put("subtitle", AsUtf8(subtitle));
+    json.Put("subtitle", AsUtf8(SubtitleOf(files)));
+    json.BeginArray("files");
+    for (const std::string& file : files) {
+        if (files.size() > MostNamesInSubtitle) {
+            json.Put(AsUtf8(file));
+        }
+    }
+    json.EndArray();
     json.BeginArray("tables");
 }
 

@@ -24,8 +24,8 @@ struct ViewSubject {
  */
 class ViewPage {
 public:
-    /** Both are for people: what the page is about, and a line below. */
-    ViewPage(const std::string& title, const std::string& subtitle);
+    /** Both are for people: what the page is about, and the files, as they were named. */
+    ViewPage(const std::string& title, const std::vector<std::string>& files);
 
     /** Nothing of the table is needed afterwards. */
     void Add(const ViewSubject& subject, TableRead& read);

@@ -265,6 +265,12 @@ private:
                Dashes[index / Colours.size() % Dashes.size()] + "\"";
     }
 
+    static bool Falls(const Curve& curve, std::size_t i) {
+        const std::size_t before = i - std::min<std::size_t>(i, 1);
+        const std::size_t behind = std::min(i + 1, curve.x.size() - 1);
+        return curve.low[before] + curve.high[before] > curve.low[behind] + curve.high[behind];
+    }
+
     // A gap where a number is missing.
     void WriteCurve(const Curve& curve, const std::string& style) {
         std::string path;
@@ -280,9 +286,11 @@ private:
                 isPenDown = false;
                 continue;
             }
-            put(curve.x[i], curve.low[i]);
+            // The end that the curve comes from first: a steep one would go to and fro otherwise.
+            const bool falls = Falls(curve, i);
+            put(curve.x[i], falls ? curve.high[i] : curve.low[i]);
             if (curve.high[i] != curve.low[i]) {
-                put(curve.x[i], curve.high[i]);
+                put(curve.x[i], falls ? curve.low[i] : curve.high[i]);
             }
         }
         svg +=

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cstring>
 #include <exception>
+#include <map>
 #include <new>
 #include <optional>
 #include <string_view>
@@ -271,17 +272,34 @@ void CheckFiles(const std::vector<std::string>& files) {
     }
 }
 
+// The name that was meant: a format's own, that without the word "File", or its short one.
+std::string SuggestFormat(const FormatCatalogue& formats, const std::string& wanted) {
+    std::vector<std::string> spellings;
+    std::map<std::string, std::string> names;
+    const auto add = [&](const std::string& spelling, const std::string& name) {
+        if (names.emplace(spelling, name).second) {
+            spellings.push_back(spelling);
+        }
+    };
+    for (int i = 1; i <= formats.SizeInfos(); ++i) {
+        const std::string name = formats.GetInfo(i)->formatName;
+        add(name, name);
+        add(name.substr(0, name.rfind(" File")), name);
+        if (const FormatRecogniser* const recogniser = formats.GetRecogniser(i)) {
+            add(recogniser->GetShortName(), recogniser->GetShortName());
+        }
+    }
+    const std::string meant = FindSuggestion(wanted, spellings);
+    return meant.empty() ? meant : names[meant];
+}
+
 int FindNamedFormat(const FormatCatalogue& formats, const ReadWishes& wishes) {
     if (wishes.format.empty()) {
         return 0;
     }
     const int format = formats.FindFormat(wishes.format);
     if (format == 0) {
-        std::vector<std::string> names;
-        for (int i = 1; i <= formats.SizeInfos(); ++i) {
-            names.emplace_back(formats.GetInfo(i)->formatName);
-        }
-        const std::string meant = FindSuggestion(wishes.format, names);
+        const std::string meant = SuggestFormat(formats, wishes.format);
         throw Error({.code = ErrorCode::UnknownFormat,
                      .format = wishes.format,
                      .text = "there is no format '" + wishes.format + "'" +

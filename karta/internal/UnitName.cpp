@@ -39,7 +39,8 @@ constexpr Spelling Units[] = {{"1/cm", "cm-1"},
                               {"min", "min"},
                               {"minutes", "min"},
                               {"hz", "Hz"},
-                              {"hertz", "Hz"}};
+                              {"hertz", "Hz"},
+                              {"mau", "mAU"}};
 
 constexpr Spelling Ordinates[] = {{"absorbance", "absorbance"},
                                   {"absorbance units", "absorbance"},

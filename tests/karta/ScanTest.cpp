@@ -208,6 +208,7 @@ TEST(Scan, TheSameUnitInAnotherSpellingFits) {
     ASSERT_NE(table, nullptr);
     EXPECT_EQ(table->GetRowCount(), 2);
     EXPECT_EQ(karta::UsualUnit("NANOMETERS"), "nm");
+    EXPECT_EQ(karta::UsualUnit("mAu"), karta::UsualUnit("mAU")) << "of two detectors of one instrument";
     EXPECT_EQ(karta::UsualUnit("furlongs"), "furlongs");
     EXPECT_EQ(karta::OrdinateOf("", "ABSORBANCE"), karta::OrdinateOf("absorbance", "AU"));
     EXPECT_EQ(karta::OrdinateOf("absorbance", ""), karta::OrdinateOf("absorbance", "AU"));

@@ -543,6 +543,9 @@ TEST_F(ProgramTest, AMistypedOptionIsGuessed) {
         Run("show --format 'CVS File' a.txt").err,
         "karta-import: there is no format 'CVS File' (did you mean 'CSV File'?); karta-import formats lists "
         "them\n");
+    // Short names too, and names without the word that most of them end in.
+    EXPECT_TRUE(Contains(Run("show --format xlxs a.txt").err, "did you mean 'xlsx'?"));
+    EXPECT_TRUE(Contains(Run("show --format GalaticSPC a.txt").err, "did you mean 'GalacticSPC File'?"));
 }
 
 TEST_F(ProgramTest, HintsStandInPlaceOfRiddles) {

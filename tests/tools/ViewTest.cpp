@@ -4,6 +4,7 @@
 #include <cmath>
 #include <filesystem>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -282,6 +283,57 @@ TEST_F(ViewTest, SpectraOfSeveralFormatsAreDrawnOverEachOther) {
         ++curves;
     }
     EXPECT_EQ(curves, 12U);
+}
+
+TEST_F(ViewTest, FilesThatTheOneTableLeavesOutAreDrawnToo) {
+    // One table of the format holds the first of them alone, since their axes differ.
+    const CommandOutcome picture =
+        Run("view " + Sample("soil-1.0") + " " + Sample("soil-2.0") + " --svg -o -");
+    ASSERT_EQ(picture.status, 0) << picture.err;
+    EXPECT_EQ(CountOf(picture.out, "<path "), 2U);
+    EXPECT_TRUE(Contains(picture.out, ">soil-2.0</text>"));
+    EXPECT_FALSE(Contains(picture.err, "--part")) << picture.err;
+}
+
+TEST_F(ViewTest, AnOverlayTellsWhatItsFilesHaveInCommon) {
+    const std::string page = Run("view " + Sample("flour.da") + " " + Sample("kinetics.spc") + " -o -").out;
+    // The first file doesn't tell what its numbers are.
+    EXPECT_TRUE(Contains(page, "\"value\": \"absorbance (AU)\""));
+    EXPECT_TRUE(Contains(page, "NSAS File, GalacticSPC File"));
+    EXPECT_FALSE(Contains(page, "\"near infrared\"")) << "a fact of one of them";
+}
+
+TEST_F(ViewTest, NamesOfManyFilesStandInAListOfTheirOwn) {
+    std::filesystem::create_directories(folder.Path("data/more"));
+    std::string all;
+    for (const char* const name : {"data/a.csv", "data/b.csv", "data/c.csv", "data/more/d.csv"}) {
+        folder.Write(name, "x,y\n1,2\n2,5\n");
+        all += std::string(" ") + name;
+    }
+    const std::string page = Run("view" + all + " -o -").out;
+    EXPECT_TRUE(Contains(page, "\"subtitle\": \"4 files of data/\""));
+    EXPECT_TRUE(Contains(page, "\"data/more/d.csv\""));
+    EXPECT_TRUE(
+        Contains(Run("view data/a.csv data/b.csv -o -").out, "\"subtitle\": \"data/a.csv, data/b.csv\""));
+}
+
+TEST_F(ViewTest, ASteepCurveOfReducedPointsDoesNotGoToAndFro) {
+    std::string text = "x,y\n";
+    for (int i = 0; i < 6000; ++i) {
+        text += std::to_string(i) + "," + std::to_string(6000 - i) + "\n";
+    }
+    folder.Write("falling.csv", text);
+    const std::string svg = Run("view falling.csv --svg -o -").out;
+    const std::size_t begin = svg.find("<path d=\"M") + std::string("<path d=\"M").size();
+    std::istringstream path(svg.substr(begin, svg.find('"', begin) - begin));
+    double last = 0.0;
+    std::size_t points = 0;
+    for (std::string point; std::getline(path, point, 'L'); ++points) {
+        const double y = std::stod(point.substr(point.find(' ')));
+        ASSERT_GE(y, last) << "downwards, as y of a picture grows";
+        last = y;
+    }
+    EXPECT_GT(points, 1000U);
 }
 
 TEST_F(ViewTest, AFileThatCantBeReadIsATabBesideTheOthers) {

@@ -58,17 +58,21 @@ const strokeOf = (index, count) => {
 
 const styleOf = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
 
-const formatNumber = (value) => {
+// As many digits as a float has; of a double those that no arithmetic has blurred.
+const FLOAT_DIGITS = 7;
+const DOUBLE_DIGITS = 12;
+const formatNumber = (value, digits = FLOAT_DIGITS) => {
   if (value === null || value === undefined || Number.isNaN(value)) {
     return 'missing';
   }
-  return String(Number(value.toPrecision(7)));
+  return String(Number(value.toPrecision(digits)));
 };
+const digitsOf = (values) => values instanceof Float64Array ? DOUBLE_DIGITS : FLOAT_DIGITS;
 const formatTime = (value) => {
   const text = new Date(value).toISOString();
   return text.replace('T', ' ').replace(/(:00)?\.000Z$/, '').replace(/Z$/, '').replace(/ 00:00$/, '');
 };
-const formatOn = (axis, value) => axis.time && Number.isFinite(value) ? formatTime(value) : formatNumber(value);
+const formatOn = (axis, value) => axis.time && Number.isFinite(value) ? formatTime(value) : formatNumber(value, DOUBLE_DIGITS);
 const nameWithUnit = (axis) => axis.unit ? `${axis.name} (${axis.unit})` : axis.name;
 const counted = (count, noun) => `${count.toLocaleString('en')} ${noun}${count === 1 ? '' : 's'}`;
 
@@ -85,6 +89,8 @@ const drawnRows = (x, curves, from, to, pixels) => {
     const lows = [x[begin]];
     const highs = [x[end]];
     let differ = begin !== end;
+    const before = Math.max(begin === end ? begin - 1 : begin, 0);
+    const behind = Math.min(begin === end ? end + 1 : end, x.length - 1);
     for (const curve of curves) {
       if (curve.isHidden) {
         lows.push(null);
@@ -97,9 +103,15 @@ const drawnRows = (x, curves, from, to, pixels) => {
         if (curve.low[i] < low) low = curve.low[i];
         if (curve.high[i] > high) high = curve.high[i];
       }
-      const missing = low === Infinity;
-      lows.push(missing ? null : low);
-      highs.push(missing ? null : high);
+      if (low === Infinity) {
+        lows.push(null);
+        highs.push(null);
+        continue;
+      }
+      // The end that the curve comes from is drawn first: a steep one would go to and fro otherwise.
+      const falls = curve.low[before] + curve.high[before] > curve.low[behind] + curve.high[behind];
+      lows.push(falls ? high : low);
+      highs.push(falls ? low : high);
       differ = differ || low !== high;
     }
     rows.push(lows);
@@ -109,10 +121,12 @@ const drawnRows = (x, curves, from, to, pixels) => {
   if (count <= 2 * pixels) {
     for (let i = first; i <= last; ++i) put(i, i);
   } else {
-    for (let pixel = 0; pixel < pixels; ++pixel) {
-      const begin = first + Math.floor(count * pixel / pixels);
-      const end = first + Math.floor(count * (pixel + 1) / pixels) - 1;
-      if (end >= begin) put(begin, end);
+    // By place and not by number: where points are few, each is drawn.
+    const width = (x[last] - x[first]) / pixels;
+    for (let pixel = 1, begin = first; begin <= last; ++pixel) {
+      const end = pixel < pixels ? Math.min(lowerBound(x, x[first] + width * pixel), last + 1) : last + 1;
+      if (end > begin) put(begin, end - 1);
+      begin = end;
     }
   }
   if (last < x.length - 1) put(x.length - 1, x.length - 1);
@@ -136,6 +150,12 @@ const turned = (x) => {
   return result;
 };
 const fromBehind = (values) => values.slice().reverse();
+
+const TIME_LABEL_WIDTH = 74;
+const LETTER_WIDTH = 7.5;
+// As much as the longest label takes.
+const widthOfLabels = (axis, from, to) => axis.time ? TIME_LABEL_WIDTH
+  : Math.max(...[from, to].map((x) => formatNumber(Math.round(x * 10) / 10, DOUBLE_DIGITS).length), 4) * LETTER_WIDTH + 14;
 
 class Plot {
   // options: axis, value, curves [{name, low, high}], bands {x, values} or null, points (no lines)
@@ -169,7 +189,8 @@ class Plot {
   // The file's number behind a drawn one: columns may be drawn on scales of their own.
   number(index, drawn) {
     const scale = this.curves[index].scale;
-    return formatNumber(scale && drawn !== null ? scale.least + drawn * scale.span : drawn);
+    return formatNumber(scale && drawn !== null ? scale.least + drawn * scale.span : drawn,
+      digitsOf(this.curves[index].low));
   }
 
   shown(x) { return this.reversed ? -x : x; }
@@ -183,6 +204,7 @@ class Plot {
     this.extent = [from - pad, to + pad];
     const pixels = this.pixels();
     this.sampled = this.extent;
+    const labelWidth = widthOfLabels(this.axis, from, to);
     if (this.graph) this.graph.destroy();
     this.graph = new Dygraph(this.place, this.rows(this.extent, pixels), {
       labels: ['x', ...this.curves.map((_, i) => `c${i}`)],
@@ -205,17 +227,18 @@ class Plot {
       axisLineColor: styleOf('--line'),
       xRangePad: 0,
       yRangePad: 10,
-      rightGap: 12,
+      // Half of the last label of the axis: it would be moved away from its line otherwise.
+      rightGap: labelWidth / 2 + 1,
       axes: {
         x: {
           axisLabelFormatter: (x, granularity, get) => this.axis.time && !this.reversed
             ? Dygraph.dateAxisLabelFormatter(new Date(Number(x)), granularity, get) : this.formatX(Number(x)),
           valueFormatter: (x) => this.formatX(x),
-          pixelsPerLabel: 70,
-          axisLabelWidth: 74,
+          pixelsPerLabel: labelWidth,
+          axisLabelWidth: labelWidth,
           ticker: this.axis.time && !this.reversed ? Dygraph.dateTicker : Dygraph.numericLinearTicks,
         },
-        y: {axisLabelFormatter: (y) => formatNumber(y), axisLabelWidth: this.small ? 52 : 62},
+        y: {axisLabelFormatter: (y) => formatNumber(y, DOUBLE_DIGITS), axisLabelWidth: this.small ? 52 : 62},
       },
       underlayCallback: (context, area, graph) => this.drawBands(context, area, graph),
       drawCallback: (graph) => this.drawn(graph),
@@ -225,7 +248,7 @@ class Plot {
     this.tell();
   }
 
-  pixels() { return Math.max(Math.round((this.place.clientWidth || 800) - 70), 200); }
+  pixels() { return Math.max(Math.round((this.place.clientWidth || 800) - 100), 200); }
 
   rows([from, to], pixels) {
     this.oriented.forEach((curve, i) => { curve.isHidden = !this.visible[i]; });
@@ -545,10 +568,12 @@ const spread = (values, from, to) => {
   return result;
 };
 
-const curvesOf = (block) => block.curves.map((curve) => {
-  const low = floats(curve.low);
-  return {name: curve.name, low, high: curve.high ? floats(curve.high) : low};
-});
+const curveOf = (curve) => {
+  const numbers = curve.isDouble || curve.time ? doubles : floats;
+  const low = numbers(curve.low);
+  return {name: curve.name, low, high: curve.high ? numbers(curve.high) : low};
+};
+const curvesOf = (block) => block.curves.map(curveOf);
 
 const blockView = (table, more) => {
   const block = table.block;
@@ -583,10 +608,7 @@ const FIRST_COLUMNS = 6;
 
 const columnsView = (table) => {
   const source = table.plotColumns;
-  const columns = source.columns.map((column) => {
-    const low = column.time ? doubles(column.low) : floats(column.low);
-    return {name: column.name, time: column.time, low, high: column.high ? floats(column.high) : low};
-  });
+  const columns = source.columns.map((column) => ({...curveOf(column), time: column.time}));
   const place = make('div');
   let view = null;
   const choice = make('select', {ariaLabel: 'Horizontal axis'});
@@ -602,7 +624,7 @@ const columnsView = (table) => {
     for (let i = 1; i < order.length; ++i) sorted = sorted && order[i] > order[i - 1];
     const axis = {name: at < 0 ? 'row' : columns[at].name, unit: '', time: at >= 0 && columns[at].time, reversed: false,
       x: Float64Array.from(order, (i) => keys[i])};
-    const taken = (values) => Float32Array.from(order, (i) => values[i]);
+    const taken = (values) => values.constructor.from(order, (i) => values[i]);
     const curves = [];
     columns.forEach((column, i) => {
       if (i === at || column.time) return;
@@ -626,7 +648,7 @@ const columnsView = (table) => {
       view = null;
       return;
     }
-    view = plotView({axis, value: ownScales ? 'share of each range' : 'value', curves, points: !sorted, hints,
+    view = plotView({axis, value: ownScales ? 'share of each range' : curves.length === 1 ? curves[0].name : 'value', curves, points: !sorted, hints,
       label: `Plot: ${counted(curves.length, 'column')} over ${axis.name}`}, [label, scales]);
     place.replaceChildren(view.element);
     if (place.isConnected && place.clientWidth > 0) view.start();
@@ -657,9 +679,11 @@ const differInScale = (columns) => {
 
 // ---- A map: spectra in the order of their time -------------------------------------------------------------
 
-const MARGIN = {left: 66, right: 14, top: 8, bottom: 26};
+const MARGIN = {left: 66, right: 84, top: 8, bottom: 26};
+const BAR = {gap: 12, width: 12};
 
 const ticks = (from, to, count) => {
+  if (!(to > from)) return [from];
   const step = 10 ** Math.floor(Math.log10((to - from) / count));
   const factor = [1, 2, 5, 10].find((f) => (to - from) / (step * f) <= count) || 10;
   const found = [];
@@ -771,12 +795,15 @@ class MapView {
     return {x: MARGIN.left, y: MARGIN.top, w: this.width - MARGIN.left - MARGIN.right, h: this.height - MARGIN.top - MARGIN.bottom};
   }
 
-  colour(value) {
+  // What the darkest colour stands for.
+  floor() { return this.log ? this.range[1] / 1e4 : this.range[0]; }
+
+  // Where a value stands between the darkest and the brightest colour.
+  shareOf(value) {
     const [least, greatest] = this.range;
-    if (!Number.isFinite(value)) return null;
-    if (!this.log) return colourOfShare(greatest > least ? (value - least) / (greatest - least) : 0);
-    const floor = greatest / 1e4;
-    return colourOfShare(value <= floor ? 0 : Math.log(value / floor) / Math.log(greatest / floor));
+    if (!this.log) return greatest > least ? (value - least) / (greatest - least) : 0;
+    const floor = this.floor();
+    return value <= floor ? 0 : Math.log(value / floor) / Math.log(greatest / floor);
   }
 
   paint() {
@@ -798,19 +825,14 @@ class MapView {
       rows[i] = nearest(across, view.left + (view.right - view.left) * (i + 0.5) / picture.width);
     }
     const colours = Array.from({length: 256}, (_, i) => colourOfShare(i / 255));
-    const [least, greatest] = this.range;
-    const floor = greatest / 1e4;
-    const shareOf = (value) => {
-      if (!this.log) return greatest > least ? (value - least) / (greatest - least) : 0;
-      return value <= floor ? 0 : Math.log(value / floor) / Math.log(greatest / floor);
-    };
+    const greatest = this.range[1];
     for (let j = 0; j < picture.height; ++j) {
       const col = nearest(upwards, view.top + (view.bottom - view.top) * (j + 0.5) / picture.height);
       for (let i = 0; i < picture.width; ++i) {
         const value = this.value(rows[i], col);
         const at = 4 * (j * picture.width + i);
         if (Number.isFinite(value)) {
-          const [r, g, b] = colours[Math.round(Math.min(Math.max(shareOf(value), 0), 1) * 255)];
+          const [r, g, b] = colours[Math.round(Math.min(Math.max(this.shareOf(value), 0), 1) * 255)];
           picture.data[at] = r;
           picture.data[at + 1] = g;
           picture.data[at + 2] = b;
@@ -821,7 +843,7 @@ class MapView {
     context.putImageData(picture, Math.round(area.x * ratio), Math.round(area.y * ratio));
     this.image = context.getImageData(0, 0, this.canvas.width, this.canvas.height);
     this.paintAxes(context, view, area);
-    this.scale.textContent = `Dark is ${formatNumber(this.log ? floor : least)}, bright is ${formatNumber(greatest)}` +
+    this.scale.textContent = `Dark is ${formatNumber(this.floor())}, bright is ${formatNumber(greatest)}` +
       `${this.log ? ', in equal ratios' : ''} (${this.table.block.value}).`;
     this.canvas.dataset.left = view.left;
     this.canvas.dataset.right = view.right;
@@ -841,7 +863,7 @@ class MapView {
     context.strokeRect(area.x - 0.5, area.y - 0.5, area.w + 1, area.h + 1);
     context.textAlign = 'center';
     context.textBaseline = 'top';
-    for (const at of ticks(view.left, view.right, Math.max(Math.floor(area.w / 90), 2))) {
+    for (const at of ticks(view.left, view.right, Math.max(Math.floor(area.w / widthOfLabels(this.yAxis, view.left, view.right)), 2))) {
       const x = area.x + area.w * (at - view.left) / (view.right - view.left);
       context.fillText(formatOn(this.yAxis, at), x, area.y + area.h + 7);
       context.fillRect(x, area.y + area.h, 1, 5);
@@ -853,6 +875,7 @@ class MapView {
       context.fillText(formatOn(this.xAxis, at), area.x - 9, y);
       context.fillRect(area.x - 5, y, 5, 1);
     }
+    this.paintBar(context, area);
     const [x, y] = this.placeOf(this.cursor.row, this.cursor.col);
     context.save();
     context.beginPath();
@@ -873,6 +896,25 @@ class MapView {
     if (this.box) {
       context.strokeStyle = '#ffffff';
       context.strokeRect(this.box.x, this.box.y, this.box.w, this.box.h);
+    }
+  }
+
+  // Which colour is which value.
+  paintBar(context, area) {
+    const x = area.x + area.w + BAR.gap;
+    const [, greatest] = this.range;
+    const least = this.floor();
+    for (let i = 0; i < area.h; ++i) {
+      context.fillStyle = `rgb(${colourOfShare(1 - i / area.h)})`;
+      context.fillRect(x, area.y + i, BAR.width, 1.5);
+    }
+    context.fillStyle = styleOf('--text');
+    context.textAlign = 'left';
+    const marks = this.log ? [greatest, greatest / 10, greatest / 100, greatest / 1000, least] : ticks(least, greatest, 6);
+    for (const value of marks) {
+      const y = area.y + area.h * (1 - this.shareOf(value));
+      context.fillRect(x + BAR.width, y, 4, 1);
+      context.fillText(formatNumber(value, this.log ? 3 : DOUBLE_DIGITS), x + BAR.width + 7, y, MARGIN.right - BAR.gap - BAR.width - 8);
     }
   }
 
@@ -1075,6 +1117,10 @@ const start = () => {
   document.title = `${data.title} – karta-import`;
   document.getElementById('title').textContent = data.title;
   document.getElementById('subtitle').textContent = data.subtitle;
+  if (data.files.length > 0) {
+    document.querySelector('header').append(make('details', {className: 'files'}, make('summary', {textContent: 'All files'}),
+      make('ul', {}, ...data.files.map((text) => make('li', {textContent: text})))));
+  }
   document.getElementById('maker').textContent = `Made by ${data.generator}. Plots by dygraphs (MIT licence).`;
   const tabs = document.getElementById('tabs');
   const panels = document.getElementById('panels');
