@@ -11,6 +11,7 @@
 
 #include "base/Ascii.h"
 #include "base/ExactPowers.h"
+#include "base/ShortNumber.h"
 
 namespace {
 
@@ -59,33 +60,6 @@ std::uint64_t LoadShort(const char* from, std::size_t size) {
     return front | (static_cast<std::uint64_t>(back) << (8 * (size - 2)));
 }
 
-// A whole text of two to eight characters that is digits with at most a point, without a branch for each of
-// them.
-bool ParseWord(const char* from, std::size_t size, double& value) {
-    constexpr std::uint64_t Ones = 0x0101010101010101U;
-    constexpr std::uint64_t HighBits = 0x8080808080808080U;
-    const std::uint64_t word = LoadShort(from, size);
-    // The lowest high bit stands over the first point.
-    const std::uint64_t differences = word ^ (Ones * static_cast<unsigned char>('.'));
-    const std::uint64_t points = (differences - Ones) & ~differences & HighBits;
-    const bool hasPoint = points != 0;
-    const auto whole = hasPoint ? static_cast<std::size_t>(std::countr_zero(points)) / 8 : size;
-    const std::size_t count = size - (hasPoint ? 1 : 0);
-    const std::uint64_t below = whole == 8 ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * whole)) - 1;
-    std::uint64_t digits = hasPoint ? (word & below) | ((word >> 8U) & ~below) : word;
-    // To the upper end, so that what isn't there counts as leading zeros.
-    digits = (digits ^ (0x30 * Ones)) << (8 * (8 - count));
-    if ((((digits + 0x76 * Ones) | digits) & HighBits) != 0) {
-        return false;
-    }
-    digits = (digits * 10) + (digits >> 8U);
-    digits = (((digits & 0x000000ff000000ffU) * 0x000f424000000064U) +
-              (((digits >> 16U) & 0x000000ff000000ffU) * 0x0000271000000001U)) >>
-             32U;
-    value = static_cast<double>(digits) / PowersOfTen[count - whole];
-    return true;
-}
-
 // Digits with at most a point, as most numbers are, and few enough that both they and the power of ten behind
 // the point are exact as doubles: their quotient then is the nearest number. Null where it isn't such a
 // number.
@@ -94,7 +68,9 @@ const char* ParseShortDecimal(const char* begin, const char* end, double& value)
     const bool isNegative = at != end && *at == '-';
     at += isNegative ? 1 : 0;
     if constexpr (std::endian::native == std::endian::little) {
-        if (end - at >= 2 && end - at <= 8 && ParseWord(at, static_cast<std::size_t>(end - at), value)) {
+        if (end - at >= 2 && end - at <= 8 &&
+            ParseWord(LoadShort(at, static_cast<std::size_t>(end - at)), static_cast<std::size_t>(end - at),
+                      value)) {
             value = isNegative ? -value : value;
             return end;
         }

@@ -6,6 +6,7 @@
 
 #include "base/Ascii.h"
 #include "base/ExactPowers.h"
+#include "base/ShortNumber.h"
 #include "instrument/JCAMPCharacters.h"
 
 /**
@@ -67,6 +68,7 @@ public:
 
 private:
     bool TakeShort(Value& next, const Rules& rules);
+    static const char* TakeDigits(const char* at, const char* end, std::uint64_t& whole);
     Result NextOfAnyKind(Value& next, const Rules& rules);
     Result BeginValue(Value& next, const Rules& rules, JCAMPCharacter& first);
     Result EndRepeated(Value& next, const JCAMPCharacter& first);
@@ -85,6 +87,17 @@ private:
     const char* end;
     unsigned int marks = 0;
 };
+
+// Digits behind those of `whole`; what stands behind them.
+inline const char* JCAMPDecoder::TakeDigits(const char* at, const char* end, std::uint64_t& whole) {
+    if (const char* const behind = TakeShortDigits(at, end, whole)) {
+        return behind;
+    }
+    while (at != end && IsDigit(*at)) {
+        whole = whole * 10 + static_cast<std::uint64_t>(*at++ - '0');
+    }
+    return at;
+}
 
 /**
  * What nearly all values are: few digits, perhaps a point, letters in front and perhaps a repetition behind.
@@ -110,9 +123,7 @@ inline bool JCAMPDecoder::TakeShort(Value& next, const Rules& rules) {
     const char* const begin = at++;
     std::uint64_t whole = first.digit;
     unsigned int seen = first.marks;
-    while (at != end && IsDigit(*at)) {
-        whole = whole * 10 + static_cast<std::uint64_t>(*at++ - '0');
-    }
+    at = TakeDigits(at, end, whole);
     if (first.kind == JCAMPCharacter::Sign && at == begin + 1) {
         return false;
     }
@@ -120,9 +131,7 @@ inline bool JCAMPDecoder::TakeShort(Value& next, const Rules& rules) {
     if (at != end && *at == '.') {
         const char* const fraction = ++at;
         seen |= JCAMPCharacter::PointMark;
-        while (at != end && IsDigit(*at)) {
-            whole = whole * 10 + static_cast<std::uint64_t>(*at++ - '0');
-        }
+        at = TakeDigits(at, end, whole);
         scale = at - fraction;
     }
     if (at - begin > MostExactDigits) {

@@ -326,7 +326,7 @@ JCAMPSpectra::Decoded JCAMPSpectra::DecodeTable(const JCAMPDataTable& table, con
         return decoded.code == JCAMPFile::StatusOk && !decoded.columns.empty() &&
                decoded.columns.front().size() == static_cast<std::size_t>(std::max(x.points, 0));
     };
-    Decoded likeliest = DecodeAs(table, form, {.commaSeparates = true, .plainExponents = true});
+    Decoded likeliest = DecodeAs(table, form, x, {.commaSeparates = true, .plainExponents = true});
     const bool mayBeOtherwise =
         (likeliest.marks & (JCAMPCharacter::CommaMark | JCAMPCharacter::ExponentMark)) != 0;
     const bool isContradicted = (likeliest.marks & JCAMPCharacter::PackedMark) != 0 &&
@@ -336,13 +336,13 @@ JCAMPSpectra::Decoded JCAMPSpectra::DecodeTable(const JCAMPDataTable& table, con
     }
     const std::vector<Notation> notations = FindNotations(table);
     if (!notations.front().plainExponents) {
-        likeliest = DecodeAs(table, form, notations.front());
+        likeliest = DecodeAs(table, form, x, notations.front());
     }
     if (notations.size() == 1 || fits(likeliest)) {
         return likeliest;
     }
     for (std::size_t i = 1; i < notations.size(); ++i) {
-        Decoded other = DecodeAs(table, form, notations[i]);
+        Decoded other = DecodeAs(table, form, x, notations[i]);
         if (fits(other)) {
             return other;
         }
@@ -351,13 +351,17 @@ JCAMPSpectra::Decoded JCAMPSpectra::DecodeTable(const JCAMPDataTable& table, con
 }
 
 JCAMPSpectra::Decoded JCAMPSpectra::DecodeAs(const JCAMPDataTable& table, const Form& form,
-                                             const Notation& notation) {
+                                             const JCAMPVariable& x, const Notation& notation) {
     Decoded decoded;
     decoded.columns.resize(form.isTuples ? form.symbols.size() : 1);
     stream.Seek(table.position);
     if (form.isTuples) {
         DecodeTuples(table, notation, decoded);
     } else {
+        // As many as the table promises, but for repetitions each of a character.
+        const std::uint64_t held = stream.GetSize() - std::min(table.position, stream.GetSize());
+        decoded.columns.front().reserve(
+            static_cast<std::size_t>(std::min(static_cast<std::uint64_t>(std::max(x.points, 0)), held)));
         DecodeOrdinates(table, notation, decoded);
     }
     return decoded;

@@ -94,7 +94,8 @@ private:
     JCAMPVariable MakeTupleVariable(const std::string& symbol, const JCAMPDataTable& table) const;
     std::vector<Notation> FindNotations(const JCAMPDataTable& table);
     Decoded DecodeTable(const JCAMPDataTable& table, const Form& form, const JCAMPVariable& x);
-    Decoded DecodeAs(const JCAMPDataTable& table, const Form& form, const Notation& notation);
+    Decoded DecodeAs(const JCAMPDataTable& table, const Form& form, const JCAMPVariable& x,
+                     const Notation& notation);
     void DecodeOrdinates(const JCAMPDataTable& table, const Notation& notation, Decoded& decoded);
     void DecodeTuples(const JCAMPDataTable& table, const Notation& notation, Decoded& decoded);
     int DecodeOrdinateLine(std::string_view line, const Notation& notation, Decoded& decoded, double& lastY,

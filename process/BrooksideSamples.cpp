@@ -180,7 +180,12 @@ void BrooksideSamples::SetSample(std::string_view text, const PhaseEntry& entry,
     const int tableRow = static_cast<int>(row);
     TabWalk fields(text);
     std::string_view field;
+    double value = 0.0;
     for (const auto& [number, col] : header.GetMap()) {
+        if (fields.TakeNumber(number, value)) {
+            SetClassicNumber(col, tableRow, static_cast<float>(value), entry.outOfOrder, sink);
+            continue;
+        }
         if (!fields.MoveTo(number, field)) {
             throw BrooksideFailure{BrooksideFile::StatusForeignFile, {}};
         }
@@ -199,6 +204,11 @@ void BrooksideSamples::SetClassicCell(int col, int row, std::string_view field, 
             BrooksideFile::StatusNotANumber,
             "File " + fileName + ": Found '" + std::string(field) + "' when expecting a number."};
     }
+    SetClassicNumber(col, row, number, timesAreLost, sink);
+}
+
+void BrooksideSamples::SetClassicNumber(int col, int row, float number, bool timesAreLost,
+                                        ReadSpreadSheetData& sink) {
     if (number == MissingMark || (timesAreLost && col == BrooksideHeader::ColumnTime)) {
         sink.Set(col, row, "");
     } else {
@@ -403,8 +413,13 @@ void BrooksideSamples::SetCompleteSample(std::string_view text, int row, SampleR
     TabWalk fields(text);
     std::string_view field;
     bool isShort = false;
+    double value = 0.0;
     sample.Begin(row);
     for (const auto& [number, col] : header.GetMap()) {
+        if (fields.TakeNumber(number, value)) {
+            sample.PutNumber(col, value);
+            continue;
+        }
         isShort = isShort || !fields.MoveTo(number, field);
         if (isShort) {
             sample.PutMissing(col);

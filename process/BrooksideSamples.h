@@ -103,6 +103,8 @@ private:
                    ReadSpreadSheetData& sink) const;
     void SetClassicCell(int col, int row, std::string_view field, bool timesAreLost,
                         ReadSpreadSheetData& sink) const;
+    static void SetClassicNumber(int col, int row, float number, bool timesAreLost,
+                                 ReadSpreadSheetData& sink);
     void SetWithoutData(std::span<const PhaseEntry> entries, ReadSpreadSheetData& sink);
     void GrowByRow(ReadSpreadSheetData& sink, int row) const;
     void CheckRow(std::int64_t row) const;

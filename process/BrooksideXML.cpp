@@ -18,6 +18,7 @@
 #include "process/BrooksideWarnings.h"
 #include "process/BufferReader.h"
 #include "process/SampleRow.h"
+#include "process/TabWalk.h"
 
 namespace {
 
@@ -597,6 +598,35 @@ void BrooksideXML::NoteWhatPhasesHave() {
     }
 }
 
+// False for a line of too few fields.
+bool BrooksideXML::PutLine(const Section& section, SampleRow& sample) {
+    bool isWhole = true;
+    for (const auto& [field, col] : section.columnMap) {
+        const auto text = section.reader.FindField(field);
+        isWhole = isWhole && text;
+        sample.Put(col, text.value_or(""));
+    }
+    return isWhole;
+}
+
+// The same in one walk along the line, whose fields the map names in their order.
+bool BrooksideXML::PutPlainLine(std::string_view line, const ColumnMap& columnMap, SampleRow& sample) {
+    TabWalk fields(line);
+    std::string_view text;
+    double value = 0.0;
+    bool isWhole = true;
+    for (const auto& [field, col] : columnMap) {
+        if (fields.TakeNumber(field, value)) {
+            sample.PutNumber(col, value);
+            continue;
+        }
+        isWhole = isWhole && fields.MoveTo(field, text);
+        text = isWhole ? text.substr(std::min(text.find_first_not_of(' '), text.size())) : "";
+        sample.Put(col, text);
+    }
+    return isWhole;
+}
+
 void BrooksideXML::ReadPhaseCompletely(Section& section, const WaferRecord& wafer, const PhaseRecord& phase,
                                        int& row, CellOutput& output, SampleRow& sample) {
     const auto [first, last] = section.Find(phase);
@@ -604,20 +634,21 @@ void BrooksideXML::ReadPhaseCompletely(Section& section, const WaferRecord& wafe
     for (std::size_t i = first; i < last; ++i) {
         GetContext()->ThrowIfStopped();
         reader.Seek(section.lines[i].start);
-        reader.NextLine();
         output.Text(ColumnWafer, row, wafer.tableID);
         sample.Begin(row);
+        const bool hasPhaseField =
+            section.phaseColumn != NoPhaseID && section.phaseColumn != PhaseColumnMissing;
+        const auto plain = hasPhaseField ? std::nullopt : reader.TakePlainLine();
+        if (!plain) {
+            reader.NextLine();
+        }
         if (section.phaseColumn == NoPhaseID) {
             sample.Put(ColumnPhase, phase.number);
         } else if (section.phaseColumn != PhaseColumnMissing) {
             sample.Put(ColumnPhase, reader.FindField(section.phaseColumn).value_or(""));
         }
-        bool isShort = false;
-        for (const auto& [field, col] : section.columnMap) {
-            const auto text = reader.FindField(field);
-            isShort = isShort || !text;
-            sample.Put(col, text.value_or(""));
-        }
+        const bool isShort =
+            plain ? !PutPlainLine(*plain, section.columnMap, sample) : !PutLine(section, sample);
         sample.End();
         shortLines += isShort ? 1 : 0;
         output.EndRow(row);

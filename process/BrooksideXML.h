@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -135,6 +136,8 @@ private:
     Section* FindSection(const WaferRecord& wafer);
     void PlanRows();
     int ReadCompletely(ReadSpreadSheetData& sink);
+    static bool PutLine(const Section& section, SampleRow& sample);
+    static bool PutPlainLine(std::string_view line, const ColumnMap& columnMap, SampleRow& sample);
     void ReadPhaseCompletely(Section& section, const WaferRecord& wafer, const PhaseRecord& phase, int& row,
                              CellOutput& output, SampleRow& sample);
     void NoteLinesOfNoPhase();

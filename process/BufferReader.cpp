@@ -25,7 +25,32 @@ void BufferReader::Init(std::string_view text, const std::string& name) {
     sectionName = name;
     fields.clear();
     isCopied = false;
+    isPlain = text.find('"') == std::string_view::npos && text.find('\r') == std::string_view::npos;
     lineCount = 0;
+}
+
+// The line's end or its first quote.
+const char* BufferReader::FindLineEnd() const {
+    if (!isPlain) {
+        return FindByte(cursor, end, '\n', '\r', '"');
+    }
+    const auto* const feed =
+        static_cast<const char*>(std::memchr(cursor, '\n', static_cast<std::size_t>(end - cursor)));
+    return feed == nullptr ? end : feed;
+}
+
+std::optional<std::string_view> BufferReader::TakePlainLine() {
+    if (!isPlain || cursor == end) {
+        return std::nullopt;
+    }
+    fields.clear();
+    isCopied = false;
+    lineStart = cursor;
+    cursor = FindLineEnd();
+    const std::string_view line(lineStart, static_cast<std::size_t>(cursor - lineStart));
+    cursor = std::find_if_not(cursor, end, IsLineEnd);
+    ++lineCount;
+    return line;
 }
 
 // Up to the tab or the line end behind the field. What stands behind a closing quote is dropped.
@@ -54,7 +79,7 @@ bool BufferReader::NextLine() {
     fields.clear();
     isCopied = false;
     lineStart = cursor;
-    const char* const stop = FindByte(cursor, end, '\n', '\r', '"');
+    const char* const stop = FindLineEnd();
     if (stop == end || *stop != '"') {
         TakePlainFields(stop);
     } else {
@@ -126,7 +151,7 @@ bool BufferReader::NextRowNumber(int& number) {
         TakeField();
         number = ToLeadingInt(fields.back());
     }
-    cursor = FindByte(cursor, end, '\n', '\r');
+    cursor = isPlain ? FindLineEnd() : FindByte(cursor, end, '\n', '\r');
     cursor = std::find_if_not(cursor, end, IsLineEnd);
     ++lineCount;
     return true;

@@ -41,8 +41,14 @@ public:
      * none; false at the end of the text.
      */
     bool NextRowNumber(int& number);
+    /**
+     * The next line as it stands, where no field of the text is quoted; else, and at the end, nothing is
+     * taken. Its fields are parted by tabs, and a field's leading blanks don't belong to it.
+     */
+    std::optional<std::string_view> TakePlainLine();
 
 private:
+    const char* FindLineEnd() const;
     void TakeField();
     void TakePlainFields(const char* lineEnd);
     void CopyLine();
@@ -54,5 +60,6 @@ private:
     const char* lineStart = nullptr;
     std::vector<char> copy;  // of the line, each field ended by a NUL, once one was asked for so
     bool isCopied = false;
+    bool isPlain = false;  // no quote in the text, and line feeds alone end its lines
     int lineCount = 0;
 };

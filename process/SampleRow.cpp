@@ -13,14 +13,8 @@ void SampleRow::Put(int col, std::string_view field) {
         Flush();
         output.Text(col, row, field);
         ++texts;
-    } else if (missingMark && value == *missingMark) {
-        PutMissing(col);
     } else {
-        if (firstCol + static_cast<int>(run.size()) != col) {
-            Flush();
-            firstCol = col;
-        }
-        run.push_back(value);
+        PutNumber(col, value);
     }
 }
 

@@ -19,6 +19,17 @@ public:
 
     void Begin(int tableRow) { row = tableRow; }
     void Put(int col, std::string_view field);
+    void PutNumber(int col, double value) {
+        if (missingMark && value == *missingMark) {
+            PutMissing(col);
+            return;
+        }
+        if (firstCol + static_cast<int>(run.size()) != col) {
+            Flush();
+            firstCol = col;
+        }
+        run.push_back(value);
+    }
     void PutMissing(int col);
     /** The row's cells are all out; the row is final where the rows come in their order. */
     void End() { Flush(); }

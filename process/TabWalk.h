@@ -3,6 +3,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/ShortNumber.h"
+
 /** The fields of a line one after the other, parted by single tabs; an empty line has none. */
 class TabWalk {
 public:
@@ -38,6 +40,20 @@ public:
                 return false;
             }
         }
+        return true;
+    }
+
+    /** The next field, where it has this number and is a short plain one itself; else takes nothing. */
+    bool TakeNumber(int number, double& value) {
+        if (taken + 1 != number) {
+            return false;
+        }
+        const char* const tab = TakeShortNumber(rest, end, '\t', value);
+        if (tab == nullptr) {
+            return false;
+        }
+        rest = tab + 1;
+        ++taken;
         return true;
     }
 

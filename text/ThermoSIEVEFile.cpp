@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -156,7 +155,7 @@ public:
             const int end = std::min(first + RowsAtOnce, rows);
             Gather(first, end);
             for (int k = first; k < end; ++k) {
-                PutRow(k, texts[k - first].c_str());
+                PutRow(k, texts[k - first].c_str(), lengths[k - first].data());
             }
         }
     }
@@ -166,21 +165,24 @@ private:
 
     // Copies the texts of the rows from `first` to before `end`, each text with its NUL.
     void Gather(int first, int end) {
-        for (std::string& text : texts) {
-            text.clear();
+        for (int k = 0; k < RowsAtOnce; ++k) {
+            texts[k].clear();
+            lengths[k].clear();
         }
         for (int line = 0; line < lines; ++line) {
             for (int k = first; k < end; ++k) {
                 if (SourceOf(k) > FromNothing) {
-                    const char* const text = table.GetText(line, SourceOf(k) - 1);
-                    texts[k - first].append(text, std::strlen(text) + 1);
+                    const std::string_view text = table.GetText(line, SourceOf(k) - 1);
+                    texts[k - first].append(text.data(), text.size() + 1);
+                    lengths[k - first].push_back(text.size());
                 }
             }
         }
     }
 
-    // One row of the result, counted from 0; `text` is its first text where it has texts.
-    void PutRow(int k, const char* text) {
+    // One row of the result, counted from 0; `text` is its first text where it has texts, and `length` that
+    // text's.
+    void PutRow(int k, const char* text, const std::size_t* length) {
         int wanted = sink->NextRowToRead(0);
         for (int line = 1; line <= lines && wanted >= line; ++line) {
             const bool put = line == wanted;
@@ -191,7 +193,7 @@ private:
                 if (put) {
                     sink->Set(line, k + 1, text);
                 }
-                text += std::strlen(text) + 1;
+                text += *length++ + 1;
             } else if (put && SourceOf(k) == FromMz) {
                 PutMean(k, line, "AverageMZ", SourceOf(RowMzStart), SourceOf(RowMzStop));
             } else if (put && SourceOf(k) == FromTime) {
@@ -215,6 +217,7 @@ private:
     std::vector<int> sources;
     ReadSpreadSheetData* sink;
     std::string texts[RowsAtOnce];
+    std::vector<std::size_t> lengths[RowsAtOnce];  // of the texts, without their NULs
 };
 
 }  // namespace
@@ -303,9 +306,7 @@ int ThermoSIEVEFile::ReadTurned(ReadSpreadSheetData& sink) {
     for (int first = 1; first <= rows; first += RowsAtOnce) {
         const int last = std::min(rows, first + RowsAtOnce - 1);
         for (int line = 1; line <= lines; ++line) {
-            if (line % 1024 == 1) {
-                GetContext()->ThrowIfStopped();
-            }
+            GetContext()->ThrowIfStopped();
             for (int row = first; row <= last; ++row) {
                 const int from = sources[static_cast<std::size_t>(row) - 1];
                 const bool isMz = from == FromMz;
@@ -344,13 +345,15 @@ int ThermoSIEVEFile::Read(ReadSpreadSheetData* sink) {
     if (rows == 0 || cols == 0) {
         return StatusOk;
     }
-    ThermoMirroredReadSpreadSheetData table(rows, cols);
+    const std::size_t size = NvFile::GetSize(filePath.c_str());
+    // A NUL stands for each delimiter, and one ends each line.
+    ThermoMirroredReadSpreadSheetData table(rows, cols, size + static_cast<std::size_t>(rows));
     if (TextFile::Read(&table, cols, rows, 1, 1) != StatusOk) {
         return status;
     }
     std::vector<int> sources = FindSources(table, cols);
     const auto resultRows = static_cast<int>(sources.size());
-    const auto bytes = static_cast<std::int64_t>(NvFile::GetSize(filePath.c_str()));
+    const auto bytes = static_cast<std::int64_t>(size);
     const bool tooManyCells =
         static_cast<std::int64_t>(resultRows) * rows > std::max(bytes * MaxCellsPerByte, AlwaysAllowedCells);
     // A report has a column for each row of the result: the two means stand for columns that are dropped.
@@ -367,7 +370,7 @@ int ThermoSIEVEFile::Read(ReadSpreadSheetData* sink) {
                      " that no row of the report's table takes were left out; "
                      "the complete reading has them below"});
     }
-    if (*table.GetText(rows - 1, 0) != '\0') {
+    if (!table.GetText(rows - 1, 0).empty()) {
         AddNote({"dropped-line", 1, "line " + std::to_string(rows),
                  "the last line has no line end and was left out; the complete reading keeps it"});
     }

@@ -22,6 +22,8 @@ constexpr std::size_t MostStretches = 8;
 constexpr int WidestGap = 4096;
 constexpr int LeastRoom = 8;
 constexpr int MostExpectedRoom = 1024;
+// Of what a read may take, the room for a run's announced cells takes so small a part at most.
+constexpr std::uint64_t LeastPartOfLimit = 4;
 // Decimals with so many digits are written again as they were.
 constexpr std::size_t ExactDigits = 15;
 
@@ -346,7 +348,8 @@ void CellVector::PutMissing(int place) {
 }
 
 template <class Number>
-void CellVector::PutNumbers(CellStore& store, int place, CellKind kind, std::span<const Number> values) {
+void CellVector::PutNumbers(CellStore& store, int place, CellKind kind, std::span<const Number> values,
+                            int expectedEnd) {
     if (values.size() > static_cast<std::size_t>(std::numeric_limits<int>::max() - place)) {
         throw std::length_error("a table has more rows than can be counted");
     }
@@ -360,7 +363,10 @@ void CellVector::PutNumbers(CellStore& store, int place, CellKind kind, std::spa
         return;
     }
     if (last == nullptr || last->kind != kind || place != last->GetEnd()) {
-        last = &AddStretch(store, place, kind, count);
+        const std::int64_t expected = std::int64_t{expectedEnd} - place;
+        const bool isWorth = expected > count && static_cast<std::uint64_t>(expected) * sizeof(Number) <=
+                                                     store.GetLimit() / LeastPartOfLimit;
+        last = &AddStretch(store, place, kind, isWorth ? static_cast<int>(expected) : count);
     }
     Reserve(store, *last, last->count + count);
     std::memcpy(last->values.As<Number>() + last->count, values.data(), values.size_bytes());
@@ -371,12 +377,12 @@ void CellVector::PutNumbers(CellStore& store, int place, CellKind kind, std::spa
     last->hasRuns = true;
 }
 
-void CellVector::PutRun(CellStore& store, int place, std::span<const float> values) {
-    PutNumbers(store, place, CellKind::Float32, values);
+void CellVector::PutRun(CellStore& store, int place, std::span<const float> values, int expectedEnd) {
+    PutNumbers(store, place, CellKind::Float32, values, expectedEnd);
 }
 
-void CellVector::PutRun(CellStore& store, int place, std::span<const double> values) {
-    PutNumbers(store, place, CellKind::Float64, values);
+void CellVector::PutRun(CellStore& store, int place, std::span<const double> values, int expectedEnd) {
+    PutNumbers(store, place, CellKind::Float64, values, expectedEnd);
 }
 
 void CellVector::PutDoubles(CellStore& store, int place, std::span<const double> values) {

@@ -98,8 +98,9 @@ public:
     void PutText(CellStore& store, int place, std::string_view text);
     /** Whatever was there is gone. */
     void PutMissing(int place);
-    void PutRun(CellStore& store, int place, std::span<const float> values);
-    void PutRun(CellStore& store, int place, std::span<const double> values);
+    /** `expectedEnd`: where the cells that have been announced end, a hint for the room to take. */
+    void PutRun(CellStore& store, int place, std::span<const float> values, int expectedEnd = 0);
+    void PutRun(CellStore& store, int place, std::span<const double> values, int expectedEnd = 0);
     /** Numbers that are cells by themselves, as by PutDouble. */
     void PutDoubles(CellStore& store, int place, std::span<const double> values);
     /** The characters that a number, date or truth value had in its file. */
@@ -145,7 +146,8 @@ private:
     void Insert(CellStore& store, int place, CellKind kind, std::uint64_t content);
     Stretch& AddStretch(CellStore& store, int place, CellKind kind, int room);
     template <class Number>
-    void PutNumbers(CellStore& store, int place, CellKind kind, std::span<const Number> values);
+    void PutNumbers(CellStore& store, int place, CellKind kind, std::span<const Number> values,
+                    int expectedEnd);
     void Join(CellStore& store, int place);
 
     std::vector<Stretch> stretches;    // in the order of their places

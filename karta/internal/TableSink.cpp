@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 namespace karta {
@@ -238,7 +239,7 @@ void TableSink::SetSource(int col, int row, std::string_view source) {
 template <class Number>
 void TableSink::PutBlockRun(int col, int row, std::span<const Number> values, bool isAcross) {
     if (isAcross && row < firstBlockRow) {
-        heads[row].PutRun(store, col - firstBlock, values);
+        heads[row].PutRun(store, col - firstBlock, values, std::min(lastBlock, numCols) - firstBlock + 1);
         return;
     }
     const int above = isAcross ? 0 : std::clamp(firstBlockRow - row, 0, static_cast<int>(values.size()));
@@ -287,19 +288,23 @@ void TableSink::PutRowRun(int firstCol, int row, std::span<const Number> values)
         values = values.subspan(taken.size());
         return taken;
     };
-    for (const Number value : takeWhile(firstBlock)) {
-        ColumnAt(col).Put(store, row - 1, KindOf<Number>, BitsOf(value));
-        ++col;
-    }
+    const auto putCells = [&](std::span<const Number> cells) {
+        for (const Number value : cells) {
+            if constexpr (std::is_same_v<Number, double>) {
+                ColumnAt(col).PutDouble(store, row - 1, value);
+            } else {
+                ColumnAt(col).Put(store, row - 1, KindOf<Number>, BitsOf(value));
+            }
+            ++col;
+        }
+    };
+    putCells(takeWhile(firstBlock));
     if (!values.empty() && IsInBlock(col)) {
         const std::span<const Number> inBlock = takeWhile(lastBlock == NoColumn ? NoColumn : lastBlock + 1);
         PutBlockRun(col, row, inBlock, true);
         col += static_cast<int>(inBlock.size());
     }
-    for (const Number value : values) {
-        ColumnAt(col).Put(store, row - 1, KindOf<Number>, BitsOf(value));
-        ++col;
-    }
+    putCells(values);
 }
 
 template <class Number>

@@ -310,15 +310,32 @@ TEST_F(ThermoSIEVEFileTest, CollectingSinkKeepsTextsInsideItsSizeOnly) {
     table.Set(1, 0, "out");
     table.Set(1, 1, 5.0F);
     table.SetDataSize(9, 9);
-    EXPECT_STREQ(table.GetText(1, 2), "in");
-    EXPECT_STREQ(table.GetText(0, 0), "");
-    EXPECT_STREQ(table.GetText(1, 3), "");
-    EXPECT_STREQ(table.GetText(2, 2), "");
-    EXPECT_STREQ(table.GetText(-1, -1), "");
+    EXPECT_EQ(table.GetText(1, 2), "in");
+    EXPECT_EQ(table.GetText(0, 0), "");
+    EXPECT_EQ(table.GetText(1, 3), "");
+    EXPECT_EQ(table.GetText(2, 2), "");
+    EXPECT_EQ(table.GetText(-1, -1), "");
     EXPECT_EQ(table.GetNumberOfRows(), 2);
+    // In any order, beside what came line by line.
+    ThermoMirroredReadSpreadSheetData mixed(4, 3);
+    mixed.Set(1, 2, "a");
+    mixed.Set(2, 2, "");
+    mixed.Set(3, 2, "c");
+    mixed.Set(2, 1, "early");
+    mixed.Set(1, 4, "d");
+    mixed.Set(3, 4, "far");
+    mixed.Set(2, 4, "e");
+    EXPECT_EQ(mixed.GetText(1, 0), "a");
+    EXPECT_EQ(mixed.GetText(1, 1), "");
+    EXPECT_EQ(mixed.GetText(1, 2), "c");
+    EXPECT_EQ(mixed.GetText(0, 1), "early");
+    EXPECT_EQ(mixed.GetText(3, 0), "d");
+    EXPECT_EQ(mixed.GetText(3, 1), "e");
+    EXPECT_EQ(mixed.GetText(3, 2), "far");
+    EXPECT_EQ(mixed.GetText(2, 0), "");
     ThermoMirroredReadSpreadSheetData nothing(0, 3);
     nothing.Set(1, 1, "out");
-    EXPECT_STREQ(nothing.GetText(0, 0), "");
+    EXPECT_EQ(nothing.GetText(0, 0), "");
 }
 
 TEST_F(ThermoSIEVEFileTest, DamagedFileEndsInAStatus) {
