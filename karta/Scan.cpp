@@ -6,11 +6,13 @@
 #include <map>
 #include <numeric>
 #include <optional>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <utility>
 #include <variant>
 
+#include "base/NumberFormat.h"
 #include "karta/internal/AxisGrid.h"
 #include "karta/internal/FormatOptions.h"
 #include "karta/internal/OrderedWork.h"
@@ -29,6 +31,17 @@ struct Outcome : std::variant<Table, Error> {
 
 // What a scan that looks at all files first keeps of the tables that it then hands out.
 constexpr std::uint64_t MostKeptBytes = std::uint64_t{1} << 30;
+
+// Of axes, which rise or fall throughout.
+bool Overlap(std::span<const double> left, std::span<const double> right) {
+    const auto [leftLow, leftHigh] = std::minmax(left.front(), left.back());
+    const auto [rightLow, rightHigh] = std::minmax(right.front(), right.back());
+    return leftLow <= rightHigh && rightLow <= leftHigh;
+}
+
+std::string RangeOf(std::span<const double> axis) {
+    return "goes from " + FormatShortest(axis.front()) + " to " + FormatShortest(axis.back());
+}
 
 std::uint64_t SizeOf(const SharedBuffer& buffer) {
     return buffer == nullptr ? 0 : buffer->GetSize();
@@ -274,6 +287,11 @@ private:
             points.assign(block.GetAxis().begin(), block.GetAxis().end());
         }
         TableParts parts = table.GetParts();
+        if (!Overlap(block.GetAxis(), points)) {
+            parts.notes.push_back({"off-grid", 1, "",
+                                   "no point of the grid lies on the axis, which " +
+                                       RangeOf(block.GetAxis()) + ": all its numbers are missing"});
+        }
         parts.block = PutOnGrid(block, points);
         return Table(std::move(parts));
     }

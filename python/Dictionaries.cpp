@@ -3,6 +3,8 @@
 #include <cmath>
 #include <optional>
 
+#include "base/UniqueNames.h"
+
 namespace nb = nanobind;
 
 namespace karta::python {
@@ -54,14 +56,16 @@ nb::str TextOf(std::string_view bytes) {
 
 nb::dict DictionaryOf(const std::vector<Fact>& facts) {
     nb::dict made;
+    UniqueNames names;
     for (const Fact& fact : facts) {
+        const nb::str name = TextOf(names.Take(fact.name));
         if (fact.number) {
             nb::dict value;
             value["value"] = NumberOf(*fact.number);
             value["unit"] = TextOf(fact.unit);
-            made[TextOf(fact.name)] = value;
+            made[name] = value;
         } else {
-            made[TextOf(fact.name)] = TextOf(fact.text);
+            made[name] = TextOf(fact.text);
         }
     }
     return made;

@@ -22,6 +22,7 @@
 #include "python/Gil.h"
 #include "python/NumpyViews.h"
 #include "python/Paths.h"
+#include "python/Pickles.h"
 #include "python/ScanBinding.h"
 
 namespace nb = nanobind;
@@ -107,7 +108,10 @@ void BindTable(nb::module_& module) {
         .def("is_numeric", &Column::IsNumeric)
         .def("truth", &Column::GetBool)
         .def("text", [](const Column& column, std::int64_t row) { return TextOf(column.GetText(row)); })
-        .def("capsules", &ColumnCapsules);
+        .def("capsules", &ColumnCapsules)
+        .def("__getstate__", [](const Column& column) { return StateOf(column); })
+        .def("__setstate__",
+             [](Column& place, const nb::tuple& state) { new (&place) Column(ColumnOf(state)); });
     nb::class_<Block>(module, "Block")
         .def_prop_ro("points", &Block::GetPointCount)
         .def_prop_ro("array", &BlockArray)
@@ -135,7 +139,10 @@ void BindTable(nb::module_& module) {
                         std::int64_t row) { return TextOf(table.GetText(column, row)); })
         .def("schema_capsule", &SchemaCapsule)
         .def("array_capsules", &ArrayCapsules)
-        .def("stream_capsule", &StreamCapsule);
+        .def("stream_capsule", &StreamCapsule)
+        .def("__getstate__", [](const Table& table) { return StateOf(table); })
+        .def("__setstate__",
+             [](Table& place, const nb::tuple& state) { new (&place) Table(TableOf(state)); });
 }
 
 }  // namespace

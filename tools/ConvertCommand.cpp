@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "base/Note.h"
@@ -147,9 +149,21 @@ private:
     int width = 0;
 };
 
-}  // namespace
+// Folders are for many files.
+Failure WithFolderAdvice(const ReadRequest& request, const Failure& failure) {
+    std::error_code error;
+    const bool isFolder =
+        std::any_of(request.files.begin(), request.files.end(),
+                    [&](const std::string& file) { return std::filesystem::is_directory(file, error); });
+    if (!isFolder) {
+        return failure;
+    }
+    return Failure(std::string(failure.what()) + " For the files of a folder there are --each and --stack.",
+                   failure.GetStatus())
+        .With(failure.GetDetails());
+}
 
-int RunConvert(const ReadRequest& request, const ConvertRequest& wanted) {
+int ConvertSelection(const ReadRequest& request, const ConvertRequest& wanted) {
     const auto formats = LoadFormats(request);
     const ConversionTarget target = ConversionTarget::Choose(*formats, wanted);
     try {
@@ -171,4 +185,14 @@ int RunConvert(const ReadRequest& request, const ConvertRequest& wanted) {
     }
     ShowReport(request, read.report);
     return ExitSuccess;
+}
+
+}  // namespace
+
+int RunConvert(const ReadRequest& request, const ConvertRequest& wanted) {
+    try {
+        return ConvertSelection(request, wanted);
+    } catch (const Failure& failure) {
+        throw WithFolderAdvice(request, failure);
+    }
 }

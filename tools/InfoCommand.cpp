@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/UniqueNames.h"
 #include "frame/FileContents.h"
 #include "tools/Commands.h"
 #include "tools/ExtentSink.h"
@@ -90,12 +91,12 @@ void WriteText(const ReadRequest& request, const Report& report) {
     }
 }
 
-void WriteFact(JsonWriter& json, const FileContents::Fact& fact) {
+void WriteFact(JsonWriter& json, const std::string& name, const FileContents::Fact& fact) {
     if (!fact.number || !std::isfinite(*fact.number)) {
-        json.Put(AsUtf8(fact.name), AsUtf8(fact.value));
+        json.Put(name, AsUtf8(fact.value));
         return;
     }
-    json.BeginObject(AsUtf8(fact.name));
+    json.BeginObject(name);
     json.Put("value", *fact.number);
     json.Put("unit", AsUtf8(fact.unit));
     json.EndObject();
@@ -139,8 +140,9 @@ void WriteJson(const ReadRequest& request, const Report& report) {
         json.Put("columns", static_cast<long long>(report.cols));
     }
     json.BeginObject("facts");
+    karta::UniqueNames names;
     for (const FileContents::Fact& fact : report.facts) {
-        WriteFact(json, fact);
+        WriteFact(json, names.Take(AsUtf8(fact.name)), fact);
     }
     json.EndObject();
     json.BeginArray("parts");

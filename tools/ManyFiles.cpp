@@ -10,6 +10,7 @@
 #include <sstream>
 #include <string>
 #include <system_error>
+#include <unordered_set>
 #include <utility>
 
 #include "base/Note.h"
@@ -26,6 +27,7 @@
 #include "tools/StackedTable.h"
 #include "tools/TableRead.h"
 #include "tools/TableWriter.h"
+#include "tools/TerminalText.h"
 
 namespace {
 
@@ -92,11 +94,54 @@ karta::ReadOptions OptionsOf(const ReadRequest& request) {
 
 // With what lets the others be read all the same.
 Failure WithAdvice(const Failure& failure, std::size_t count) {
-    return failure.GetStatus() != ExitFailed || count < 2
-               ? failure
-               : Failure(std::string(failure.what()) + "; --skip-bad goes on without it", failure.GetStatus())
-                     .With(failure.GetDetails());
+    if (failure.GetStatus() != ExitFailed || count < 2) {
+        return failure;
+    }
+    // Behind sentences and lists it is a line of its own.
+    std::string text = failure.what();
+    const bool isWhole = text.ends_with('.') || text.find('\n') != std::string::npos;
+    while (text.ends_with('\n')) {
+        text.pop_back();
+    }
+    text += isWhole ? "\n--skip-bad goes on without it" : "; --skip-bad goes on without it";
+    return Failure(text, failure.GetStatus()).With(failure.GetDetails());
 }
+
+/** Writes the notes of stacked files, which begin with the file's name, as those of one file are written. */
+class StackNotes {
+public:
+    StackNotes(const ReadRequest& request, const std::vector<ListedFile>& files) : isQuiet(request.quiet) {
+        for (const ListedFile& file : files) {
+            paths.insert(file.path);
+        }
+    }
+
+    void Show(const std::vector<karta::Note>& notes, Progress& progress) const {
+        if (isQuiet || notes.empty()) {
+            return;
+        }
+        progress.Wipe();
+        for (const karta::Note& note : notes) {
+            const std::size_t behind = BehindPath(note.text);
+            std::cerr << "karta-import: " << note.text.substr(0, behind)
+                      << "note: " << VisibleText(note.text.substr(behind)) << '\n';
+        }
+    }
+
+private:
+    // Paths may hold ": " themselves.
+    std::size_t BehindPath(const std::string& text) const {
+        for (std::size_t at = text.find(": "); at != std::string::npos; at = text.find(": ", at + 1)) {
+            if (paths.contains(text.substr(0, at))) {
+                return at + 2;
+            }
+        }
+        return 0;
+    }
+
+    bool isQuiet;
+    std::unordered_set<std::string> paths;
+};
 
 /** Writes batches of stacked files: row by row, or all at the end where a format wants them together. */
 class StackWriter {
@@ -275,11 +320,13 @@ int ConvertStacked(const ReadRequest& request, const ConvertRequest& wanted,
         paths.push_back(file.path);
     }
     StackWriter writer(*formats, wanted);
+    const StackNotes notes(request, files);
     std::vector<std::string> failures;
     try {
         karta::Scan scan(std::move(paths), std::move(options));
         for (const karta::Table& batch : scan) {
             writer.Add(batch);
+            notes.Show(batch.GetNotes(), progress);
         }
         for (const karta::Error& error : scan.Errors()) {
             failures.emplace_back(FailureOf(error).what());

@@ -1,6 +1,7 @@
 #include "karta/internal/AxisGrid.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -66,6 +67,9 @@ double ValueAt(const Block& block, std::int64_t row, const Place& place) {
 }  // namespace
 
 bool IsAxis(std::span<const double> values) {
+    if (!values.empty() && (!std::isfinite(values.front()) || !std::isfinite(values.back()))) {
+        return false;
+    }
     return std::adjacent_find(values.begin(), values.end(), std::not_fn(std::less<>())) == values.end() ||
            std::adjacent_find(values.begin(), values.end(), std::not_fn(std::greater<>())) == values.end();
 }

@@ -36,6 +36,10 @@ class _State:
         self._path = folder / STATE
         if self._path.exists():
             self._known = json.loads(self._path.read_text())
+            if self._known["identity"] != identity and not any(folder.glob("part-*.parquet")):
+                # A run that wrote nothing binds none.
+                self._known = {"identity": identity, "axis": None}
+                self._write()
             if self._known["identity"] != identity:
                 raise FileExistsError(
                     f"{folder} holds the Parquet files of other sources or other options; name an empty folder"
@@ -132,6 +136,17 @@ class _Writer:
         self._pool.shutdown(wait=True)
 
 
+def _check_compression(name: str) -> None:
+    import pyarrow as pa
+
+    try:
+        is_known = name == "none" or pa.Codec.is_available(name)
+    except ValueError:
+        is_known = False
+    if not is_known:
+        raise ValueError(f"compression is 'zstd', 'snappy', 'none' or another that pyarrow has, not {name!r}")
+
+
 def _pending_parts(files: list[str], folder: FilePath, batch: int) -> list[tuple[FilePath, list[str]]]:
     """The Parquet files that aren't there yet, each with its sources."""
     parts = []
@@ -179,6 +194,9 @@ def to_parquet(
     Raises:
         FileExistsError: the folder holds something else.
     """
+    # What is wrong with the call is told before anything is made.
+    scan([], batch=batch, **scan_options)
+    _check_compression(compression)
     files = expand_paths(paths)
     folder = FilePath(os.fsdecode(out))
     folder.mkdir(parents=True, exist_ok=True)

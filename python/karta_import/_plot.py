@@ -13,9 +13,14 @@ def axis_label(quantity: str, unit: str) -> str:
     return " / ".join(part for part in (quantity, unit) if part)
 
 
-def _is_wavenumber(table: Table) -> bool:
-    unit = table.x_unit.replace("⁻¹", "-1").replace("^", "").lower()
-    return "wavenumber" in table.x_quantity.lower() or unit in ("cm-1", "1/cm")
+def _falls(table: Table) -> bool:
+    """Whether the axis is drawn from right to left: wavenumbers of absorption and chemical shifts are, Raman
+    shifts aren't."""
+    quantity, unit = table.x_quantity.lower(), table.x_unit.replace("⁻¹", "-1").replace("^", "").lower()
+    told = [quantity, *(str(value).lower() for value in table.facts.values())]
+    if any("raman" in text for text in told):
+        return False
+    return "wavenumber" in quantity or unit in ("cm-1", "1/cm", "ppm")
 
 
 def _draw_spectra(table: Table, ax: Any, line_options: dict[str, Any]) -> None:
@@ -23,10 +28,11 @@ def _draw_spectra(table: Table, ax: Any, line_options: dict[str, Any]) -> None:
 
     values = table.values
     x = table.x if table.x is not None else np.arange(1, values.shape[1] + 1)
-    ax.plot(x, values.T, **line_options)
+    if len(table) > 0:
+        ax.plot(x, values.T, **line_options)
     ax.set_xlabel(axis_label(table.x_quantity, table.x_unit))
     ax.set_ylabel(axis_label(table.y_quantity, table.y_unit))
-    if _is_wavenumber(table):
+    if _falls(table) and len(x) > 1:
         ax.set_xlim(np.nanmax(x), np.nanmin(x))
 
 

@@ -29,7 +29,14 @@ def path_list(paths: Path | Iterable[Path]) -> list[bytes]:
     """One path or several."""
     if isinstance(paths, (str, bytes, os.PathLike)):
         return [path_bytes(paths)]
-    return [path_bytes(path) for path in paths]
+    return [path_bytes(path) for path in check_paths(paths)]
+
+
+def check_paths(paths: Any) -> Any:
+    """Several paths; an open file is none, though its lines could be gone through."""
+    if hasattr(paths, "read") or not hasattr(paths, "__iter__"):
+        raise TypeError(f"a path or a list of paths is needed, not {type(paths).__name__}")
+    return paths
 
 
 def _reading_of(name: str) -> _core.Reading:
@@ -38,23 +45,45 @@ def _reading_of(name: str) -> _core.Reading:
     return _core.Reading.complete if name == "complete" else _core.Reading.classic
 
 
+def _is_number(value: object) -> bool:
+    return hasattr(value, "__float__") and not isinstance(value, bool)
+
+
 def _intervals(include: Sequence[Any]) -> list[_core.Interval]:
-    pairs = [include] if len(include) == 2 and not isinstance(include[0], (tuple, list)) else include
-    return [_core.Interval(float(first), float(last)) for first, last in pairs]
+    try:
+        is_one = len(include) == 2 and all(_is_number(end) for end in include)
+        return [_core.Interval(float(first), float(last)) for first, last in ([include] if is_one else include)]
+    except (TypeError, ValueError):
+        raise TypeError(f"include is (first, last) or a list of such, not {include!r}") from None
+
+
+def _whole(name: str, value: Any, least: int) -> int:
+    """A whole number, numpy's too."""
+    if isinstance(value, bool) or not hasattr(value, "__index__"):
+        raise TypeError(f"{name} is a whole number, not {value!r}")
+    number: int = value.__index__()
+    if number < least:
+        raise ValueError(f"{name} is {least} or more, not {number}")
+    return number
 
 
 def _row_ranges(rows: int | slice | range | Sequence[Any]) -> list[_core.RowRange]:
-    if isinstance(rows, int):
-        return [_core.RowRange(1, rows)] if rows > 0 else []
     if isinstance(rows, slice):
         if rows.step not in (None, 1) or (rows.start or 0) < 0 or rows.stop is None or rows.stop < 0:
             raise ValueError("rows as a slice has an end, no negative bounds and no step")
-        return [_core.RowRange((rows.start or 0) + 1, rows.stop)]
+        rows = range(rows.start or 0, rows.stop)
     if isinstance(rows, range):
         if rows.step != 1 or rows.start < 0:
             raise ValueError("rows as a range has no negative bounds and no step")
-        return [_core.RowRange(rows.start + 1, rows.stop)]
-    return [_core.RowRange(int(row) + 1, int(row) + 1) for row in rows]
+        ranges = [_core.RowRange(rows.start + 1, rows.stop)] if rows.stop > rows.start else []
+    elif isinstance(rows, str) or not hasattr(rows, "__iter__"):
+        ranges = [_core.RowRange(1, _whole("rows", rows, 1))]
+    else:
+        places = [_whole("a row", row, 0) + 1 for row in rows]
+        ranges = [_core.RowRange(place, place) for place in places]
+    if not ranges:
+        raise ValueError("rows names no row")
+    return ranges
 
 
 def _header_of(header: str | int | None) -> int | None:
@@ -62,9 +91,25 @@ def _header_of(header: str | int | None) -> int | None:
         return None
     if header is None or header is False:
         return 0
-    if isinstance(header, int):
-        return header + 1
-    raise ValueError(f"header is 'auto', None or the number of a row from 0, not {header!r}")
+    if isinstance(header, str) or isinstance(header, bool):
+        raise ValueError(f"header is 'auto', None or the number of a row from 0, not {header!r}")
+    return _whole("header", header, 0) + 1
+
+
+def _part_of(part: str | int | None) -> str | int:
+    if part is None:
+        return 0
+    if isinstance(part, str):
+        return part
+    if isinstance(part, bool) or not hasattr(part, "__index__"):
+        raise TypeError(f"part is a name, a place from 1, or several as 'A,B', not {part!r}")
+    return part.__index__()
+
+
+def _text(name: str, value: str | None) -> str | None:
+    if value is not None and not isinstance(value, str):
+        raise TypeError(f"{name} is a text, not {value!r}")
+    return value
 
 
 def make_options(
@@ -87,20 +132,27 @@ def make_options(
     """The library's options of these arguments, which are those of `read`."""
     options = _core.ReadOptions()
     options.reading = _reading_of(reading)
-    options.part = 0 if part is None else part
-    options.format = format or ""
+    options.part = _part_of(part)
+    options.format = _text("format", format) or ""
     options.header = _header_of(header)
     options.include = [] if include is None else _intervals(include)
-    options.average = average
-    options.encoding = encoding
-    options.delimiter = delimiter
-    options.decimal = decimal
-    options.password = password
+    options.average = None if average is None else _whole("average", average, 0)
+    options.encoding = _text("encoding", encoding)
+    options.delimiter = _text("delimiter", delimiter)
+    options.decimal = _text("decimal", decimal)
+    options.password = _text("password", password)
     options.rows = [] if rows is None else _row_ranges(rows)
-    options.budget = budget
+    options.budget = None if budget is None else _whole("budget", budget, 0)
     options.settings = {name: str(value) for name, value in (settings or {}).items()}
     options.plugins = [os.fsdecode(folder) for folder in plugins]
     return options
+
+
+def check_names(call: str, options: Mapping[str, Any]) -> None:
+    """Refuses what `make_options` doesn't know, in the words of the function that was called."""
+    for name in options:
+        if name not in (make_options.__kwdefaults__ or {}):
+            raise TypeError(f"{call}() got an unexpected keyword argument {name!r}")
 
 
 def block_form(wide: bool | None) -> _core.BlockForm:
@@ -146,7 +198,7 @@ def read(
         delimiter: what parts the fields of delimited text; None: found out.
         decimal: the decimal mark of delimited text, "." or ","; None: found out.
         password: of an encrypted project.
-        rows: which rows of the file's grid to read, heads included, from 0: a number of first rows, a slice, a
+        rows: which rows of the table to read, from 0, heads not counted: a number of first rows, a slice, a
             range or a list. The read ends behind the last one where it can.
         budget: in bytes, what the read may take; None: in proportion to the file.
         settings: further keys of the format's own.
@@ -175,6 +227,8 @@ def read(
         settings=settings,
         plugins=plugins,
     )
+    if progress is not None and not callable(progress):
+        raise TypeError(f"progress is called with a share, and {progress!r} can't be")
     return Table(_core.read(path_list(path), options, progress), block_form(wide))
 
 
@@ -183,6 +237,7 @@ def info(path: Path | Iterable[Path], **options: Any) -> dict[str, Any]:
 
     A fact is a text, or a dictionary of "value" and "unit" where it is a number. Options are those of `read`.
     """
+    check_names("info", options)
     return _core.info(path_list(path), make_options(**options))
 
 

@@ -10,7 +10,7 @@ from typing import TYPE_CHECKING, Any, Literal, NamedTuple, Union
 
 from karta_import import _core
 from karta_import._errors import Error
-from karta_import._reading import block_form, make_options
+from karta_import._reading import block_form, check_names, check_paths, make_options
 from karta_import._table import Table
 
 if TYPE_CHECKING:
@@ -40,12 +40,13 @@ def expand_paths(paths: Path | Iterable[Path]) -> list[str]:
     """The files of a folder (those below it too, hidden ones left out), of a glob ("run*/**/*.spc"), or of a
     list of such; sorted within each, in the list's order."""
     if not isinstance(paths, (str, bytes, os.PathLike)):
-        return [file for path in paths for file in expand_paths(path)]
+        return [file for path in check_paths(paths) for file in expand_paths(path)]
     name = os.fsdecode(paths)
     if os.path.isdir(name):
         return _files_below(FilePath(name))
     if glob.has_magic(name) and not os.path.exists(name):
-        return sorted(path for path in glob.glob(name, recursive=True) if os.path.isfile(path))
+        # One that finds nothing is a file that isn't there, which the scan then tells.
+        return sorted(path for path in glob.glob(name, recursive=True) if os.path.isfile(path)) or [name]
     return [name]
 
 
@@ -90,7 +91,7 @@ def scan(
             any has), or the axis values themselves; interpolated linearly, never beyond a spectrum's ends, where the
             numbers are missing. None: as they are, and another axis is a file that doesn't fit.
         on_error: "raise"; "skip" goes on; "collect" goes on and keeps what failed in `.errors`.
-        workers: how many files are read at once; None: as many as there are processors.
+        workers: how many files are read at once, from 1; None: as many as there are processors.
         wide: how spectra are handed on, as in `read`.
         options: those of `read` but `progress`.
     """
@@ -98,15 +99,21 @@ def scan(
         raise ValueError("batch is 1 or more")
     if on_error not in ("raise", "skip", "collect"):
         raise ValueError(f"on_error is 'raise', 'skip' or 'collect', not {on_error!r}")
+    if workers is not None and workers < 1:
+        raise ValueError("workers is 1 or more, or None")
+    check_names("scan", options)
     is_axis = grid is not None and not isinstance(grid, str)
     if isinstance(grid, str) and grid not in ("first", "common", "union"):
         raise ValueError(f"grid is 'first', 'common', 'union' or an axis, not {grid!r}")
+    axis = [float(x) for x in grid] if is_axis and grid is not None else []
+    if is_axis and not axis:
+        raise ValueError("grid has no points")
     made = _core.Scan(
         [os.fsencode(path) for path in expand_paths(paths)],
         make_options(**options),
         batch,
         "" if grid is None or is_axis else str(grid),
-        [float(x) for x in grid] if is_axis and grid is not None else [],
+        axis,
         on_error,
         workers or os.cpu_count() or 1,
     )

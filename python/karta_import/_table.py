@@ -65,6 +65,13 @@ class Column:
     def __len__(self) -> int:
         return self._column.rows
 
+    def __iter__(self) -> Iterator[Any]:
+        return iter(self.to_list())
+
+    def __deepcopy__(self, memo: dict[int, Any]) -> Column:
+        # It never changes.
+        return self
+
     def __array__(self, dtype: Any = None, copy: bool | None = None) -> npt.NDArray[Any]:
         import numpy as np
 
@@ -190,7 +197,7 @@ class Table:
 
     pyarrow (`pyarrow.table(t)`), polars (`polars.DataFrame(t)`), DuckDB (`duckdb.sql("from t")`) and numpy
     (`t.values`) take it without a copy, pandas (`t.to_pandas()`) copying. It never changes; any thread may
-    read it.
+    read it, and pickle takes it to other processes.
     """
 
     __slots__ = ("_form", "_table", "__weakref__")
@@ -295,6 +302,17 @@ class Table:
     def __getitem__(self, name: int | str) -> Column:
         """A column by its name, or its place from 0."""
         return self.columns[name]
+
+    def __iter__(self) -> Iterator[Column]:
+        return iter(self.columns)
+
+    def __contains__(self, name: object) -> bool:
+        """Whether there is a column of this name."""
+        return name in self.columns
+
+    def __deepcopy__(self, memo: dict[int, Any]) -> Table:
+        # It never changes.
+        return self
 
     def __array__(self, dtype: Any = None, copy: bool | None = None) -> npt.NDArray[Any]:
         values = self.values

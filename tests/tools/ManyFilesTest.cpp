@@ -164,6 +164,45 @@ TEST_F(ManyFilesTest, SpectraOfSeveralFormatsBecomeOneMatrix) {
     EXPECT_TRUE(Contains(Shell(ProgramPath() + " convert --quiet all.mat -o -").out, ",15000\n"));
 }
 
+TEST_F(ManyFilesTest, NotesOfStackedFilesAreTold) {
+    folder.Write("a: b.csv", "name,value\n\xe9,1\n");
+    folder.Write("c.csv", "name,value\nx,2\n");
+    const CommandOutcome outcome = Run("'a: b.csv' c.csv --stack -o all.csv");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(outcome.err.starts_with("karta-import: a: b.csv: note: ")) << outcome.err;
+    EXPECT_EQ(Run("'a: b.csv' c.csv --stack -o all.csv --quiet").err, "");
+}
+
+TEST_F(ManyFilesTest, AGridThatASpectrumDoesNotReachIsTold) {
+    folder.Write("1.jdx", Spectrum(1000, 10, 6));
+    folder.Write("2.jdx", Spectrum(3000, 10, 6));
+    const CommandOutcome outcome = Run("1.jdx 2.jdx --stack --grid 3000:3040:20 -o all.csv");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(Contains(outcome.err,
+                         "1.jdx: note: no point of the grid lies on the axis, which goes from 1000 "
+                         "to 1050: all its numbers are missing\n"))
+        << outcome.err;
+    EXPECT_FALSE(Contains(outcome.err, "2.jdx")) << outcome.err;
+}
+
+TEST_F(ManyFilesTest, AFolderWithoutEitherIsToldWhatThereIs) {
+    const CommandOutcome outcome = Run("data -o out.csv");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(Contains(outcome.err,
+                         "data: Directories can not be imported. For the files of a folder there "
+                         "are --each and --stack."))
+        << outcome.err;
+    EXPECT_TRUE(Contains(Run("data -o out.csv --json").out, "\"code\": \"not-a-file\""));
+}
+
+TEST_F(ManyFilesTest, AdviceBehindASentenceIsALineOfItsOwn) {
+    folder.Write("data/a.spc", "no spectrum");
+    const CommandOutcome outcome = Run("data --each -o out");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(outcome.err.ends_with("\n--skip-bad goes on without it\n")) << outcome.err;
+    EXPECT_FALSE(Contains(outcome.err, ".;")) << outcome.err;
+}
+
 TEST_F(ManyFilesTest, WithoutAGridOtherLabelsAreToldWithWhatToDo) {
     const std::string samples = KARTA_SOURCE_DIR "/samples/";
     const CommandOutcome outcome = Run(samples + "flour.da " + samples + "flour.dat --stack -o -");

@@ -548,6 +548,12 @@ TEST_F(ProgramTest, AMistypedOptionIsGuessed) {
     EXPECT_TRUE(Contains(Run("show --format GalaticSPC a.txt").err, "did you mean 'GalacticSPC File'?"));
 }
 
+TEST_F(ProgramTest, FactsOfOneNameAreAllInTheJson) {
+    const std::string json = Run("info --json " KARTA_SOURCE_DIR "/samples/brookside/L0417.trn").out;
+    EXPECT_TRUE(Contains(json, "\"skipped\": \"phases whose data are all missing"));
+    EXPECT_TRUE(Contains(json, "\"skipped (2)\": \"1 wafer(s) with the ID 'unknown'\""));
+}
+
 TEST_F(ProgramTest, HintsStandInPlaceOfRiddles) {
     folder.Write("a.txt", "a\n");
     EXPECT_EQ(Run("show --rows -1 a.txt").err,
