@@ -54,10 +54,10 @@ bool IsStrictlyRising(const std::vector<double>& values) {
                               [](double left, double right) { return !(left < right); }) == values.end();
 }
 
-// 1, 2, 3 ...: the rows' numbers, and no place in time.
+// 2, 3, 4 ...: the rows' numbers, and no place in time.
 bool IsCounting(const std::vector<double>& values) {
     for (std::size_t i = 0; i < values.size(); ++i) {
-        if (values[i] != static_cast<double>(i) + 1.0) {
+        if (values[i] != static_cast<double>(i) + values.front()) {
             return false;
         }
     }
@@ -103,6 +103,7 @@ void PlotBlock::FindAxis(const karta::TableShape& shape) {
         shape.axisQuantity.empty() ? (shape.axisRow > 0 ? "axis" : "point") : AsUtf8(shape.axisQuantity);
     axis.unit = AsUtf8(shape.axisUnit);
     PartUnit(axis);
+    axis.unit = karta::UsualUnit(axis.unit);
     axis.isReversed = IsDrawnReversed(axis);
     std::vector<std::pair<double, int>> points;
     for (int col = shape.firstBlockColumn; col <= table.GetNumberOfColumns(); ++col) {
@@ -112,6 +113,9 @@ void PlotBlock::FindAxis(const karta::TableShape& shape) {
             points.emplace_back(value, col);
         }
     }
+    // Spectra of magnetic resonance begin at the left with the highest frequency.
+    axis.isReversed = axis.isReversed ||
+                      (axis.unit == "Hz" && !points.empty() && points.front().first > points.back().first);
     std::stable_sort(points.begin(), points.end());
     for (const auto& [value, col] : points) {
         axis.values.push_back(value);

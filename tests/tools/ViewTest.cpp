@@ -141,6 +141,34 @@ TEST(PlotBlockTest, ALabelThatGrowsIsTheCurvesCoordinate) {
     EXPECT_FALSE(PlotBlock::Find(table, table.shape)->GetCoordinate());
 }
 
+TEST(PlotBlockTest, RowNumbersAreNoCoordinate) {
+    SpectraTable table;
+    for (int curve = 0; curve < 3; ++curve) {
+        table.Set(1, 3 + curve, 2.0 + curve);  // as files begin to count below their heads
+    }
+    const auto block = PlotBlock::Find(table, table.shape);
+    ASSERT_TRUE(block && block->GetCoordinate());
+    EXPECT_EQ(block->GetCoordinate()->name, "Time");
+}
+
+TEST(PlotBlockTest, UnitsHaveTheirUsualNames) {
+    SpectraTable table;
+    table.shape.axisUnit = "1/CM";
+    EXPECT_EQ(PlotBlock::Find(table, table.shape)->GetAxis().unit, "cm-1");
+    EXPECT_TRUE(PlotBlock::Find(table, table.shape)->GetAxis().isReversed);
+}
+
+TEST(PlotBlockTest, FrequenciesThatFallInTheFileFallInThePlot) {
+    SpectraTable table;
+    table.shape.axisQuantity = "frequency";
+    table.shape.axisUnit = "HZ";
+    EXPECT_TRUE(PlotBlock::Find(table, table.shape)->GetAxis().isReversed);
+    for (int point = 0; point < 4; ++point) {
+        table.Set(3 + point, 2, 10.0 * point);
+    }
+    EXPECT_FALSE(PlotBlock::Find(table, table.shape)->GetAxis().isReversed);
+}
+
 TEST(PlotBlockTest, APlainTableHasNone) {
     SpectraTable table;
     EXPECT_FALSE(PlotBlock::Find(table, karta::TableShape()));

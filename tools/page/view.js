@@ -375,9 +375,13 @@ class Plot {
   reset() { this.setWindow(...this.extent); }
 
   setLog(log) {
-    this.log = log;
-    this.graph.updateOptions({logscale: log});
+    this.log = log && this.hasPositive();
+    this.graph.updateOptions({logscale: this.log});
     this.tell();
+    return this.log === log;
+  }
+  hasPositive() {
+    return this.oriented.some((curve, i) => this.visible[i] && curve.high.some((value) => value > 0));
   }
   setReversed(reversed) {
     this.reversed = reversed;
@@ -426,7 +430,7 @@ const button = (text, label, action) => make('button', {type: 'button', textCont
 
 const check = (text, checked, action) => {
   const box = make('input', {type: 'checkbox', checked});
-  box.addEventListener('change', () => action(box.checked));
+  box.addEventListener('change', () => action(box.checked, box));
   return make('label', {}, box, text);
 };
 
@@ -535,7 +539,11 @@ const plotView = (options, more = []) => {
       button('+', 'Zoom in', () => plot.zoom(0.5)), button('−', 'Zoom out', () => plot.zoom(2)),
       button('◀', 'Move to the left', () => plot.pan(-0.25)), button('▶', 'Move to the right', () => plot.pan(0.25)),
       button('All', 'Show the whole axis', () => plot.reset())),
-    check('log scale', false, (isOn) => plot.setLog(isOn)), reverse);
+    check('log scale', false, (isOn, box) => {
+      if (plot.setLog(isOn)) return;
+      box.checked = false;
+      readout.textContent = 'No value is above 0, as a log scale needs it.';
+    }), reverse);
   frame.addEventListener('keydown', (event) => {
     const actions = {
       ArrowLeft: () => plot.step(event.shiftKey ? -10 : -1), ArrowRight: () => plot.step(event.shiftKey ? 10 : 1),
