@@ -21,15 +21,22 @@ __attribute__((target("avx"))) void EmptyUpperHalves() {
 
 // The library leaves the upper halves of the wide registers in use, and with them so all code behind it takes
 // twice its time.
-std::uint32_t UpdateChecksum(std::uint32_t checksum, std::span<char> bytes) {
-    const std::uint32_t updated =
-        crc32_gzip_refl(checksum, reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size());
+void TidyRegisters() {
 #ifdef __x86_64__
     if (__builtin_cpu_supports("avx") != 0) {
         EmptyUpperHalves();
     }
 #endif
-    return updated;
+}
+
+// What zlib takes: a window of 32 KB at most, and no dictionary.
+bool HasPlainZlibHead(std::span<const std::uint8_t> bytes) {
+    constexpr unsigned int Deflated = 8;
+    constexpr unsigned int LargestWindow = 7;
+    constexpr unsigned int DictionaryBit = 0x20;
+    constexpr unsigned int CheckDivisor = 31;
+    return bytes.size() >= 2 && (bytes[0] & 0x0fU) == Deflated && bytes[0] >> 4U <= LargestWindow &&
+           (bytes[1] & DictionaryBit) == 0 && (bytes[0] * 256U + bytes[1]) % CheckDivisor == 0;
 }
 
 }  // namespace
@@ -44,11 +51,20 @@ struct FastInflate::State {
 FastInflate::FastInflate(std::span<const std::uint8_t> packedBytes, std::uint32_t expectedChecksum,
                          std::uint64_t expectedSize)
     : state(new State), wantedChecksum(expectedChecksum), bytesLeft(expectedSize) {
+    Start(packedBytes, false);
+}
+
+FastInflate::FastInflate(std::span<const std::uint8_t> zlibBytes) : state(new State), isChecked(true) {
+    Start(zlibBytes, true);
+    hasGivenUp = hasGivenUp || !HasPlainZlibHead(zlibBytes);
+}
+
+void FastInflate::Start(std::span<const std::uint8_t> bytes, bool isZlib) {
     // The library counts in 32 bits.
-    hasGivenUp = packedBytes.size() > std::numeric_limits<std::uint32_t>::max();
-    state->inflate.crc_flag = ISAL_DEFLATE;
-    state->inflate.next_in = const_cast<std::uint8_t*>(packedBytes.data());
-    state->inflate.avail_in = hasGivenUp ? 0 : static_cast<std::uint32_t>(packedBytes.size());
+    hasGivenUp = bytes.size() > std::numeric_limits<std::uint32_t>::max();
+    state->inflate.crc_flag = isZlib ? ISAL_ZLIB : ISAL_DEFLATE;
+    state->inflate.next_in = const_cast<std::uint8_t*>(bytes.data());
+    state->inflate.avail_in = hasGivenUp ? 0 : static_cast<std::uint32_t>(bytes.size());
 }
 
 bool FastInflate::IsThere() {
@@ -71,11 +87,20 @@ std::size_t FastInflate::Read(std::span<char> room) {
         hasGivenUp = hasGivenUp || (!isAtEnd && !hasMoved);
     }
     const std::size_t count = room.size() - inflate.avail_out;
-    checksum = UpdateChecksum(checksum, room.first(count));
-    hasGivenUp = hasGivenUp || count > bytesLeft || (isAtEnd && count != bytesLeft) ||
-                 (isAtEnd && checksum != wantedChecksum);
-    bytesLeft -= hasGivenUp ? 0 : count;
+    hasGivenUp = hasGivenUp || !IsRight(room.first(count));
+    TidyRegisters();
     return hasGivenUp ? 0 : count;
+}
+
+bool FastInflate::IsRight(std::span<char> unpacked) {
+    if (isChecked) {
+        return true;
+    }
+    checksum = crc32_gzip_refl(checksum, reinterpret_cast<std::uint8_t*>(unpacked.data()), unpacked.size());
+    const bool isRight = unpacked.size() <= bytesLeft &&
+                         (!isAtEnd || (unpacked.size() == bytesLeft && checksum == wantedChecksum));
+    bytesLeft -= isRight ? unpacked.size() : 0;
+    return isRight;
 }
 
 #else
@@ -85,6 +110,8 @@ struct FastInflate::State {};
 FastInflate::FastInflate(std::span<const std::uint8_t> /*packedBytes*/, std::uint32_t expectedChecksum,
                          std::uint64_t expectedSize)
     : wantedChecksum(expectedChecksum), bytesLeft(expectedSize), hasGivenUp(true) {}
+
+FastInflate::FastInflate(std::span<const std::uint8_t> /*zlibBytes*/) : hasGivenUp(true) {}
 
 bool FastInflate::IsThere() {
     return false;

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "archive/FastInflate.h"
+
 namespace {
 constexpr std::size_t ChunkSize = 65536;
 }  // namespace
@@ -111,22 +113,63 @@ void MatInflatingStream::Restart() {
     inflater->next_in = all.data();
     // An element's size has 32 bits.
     inflater->avail_in = static_cast<uInt>(all.size());
+    fast = FastInflate::IsThere() ? std::make_unique<FastInflate>(all) : nullptr;
 }
 
 std::size_t MatInflatingStream::Fill(std::uint8_t* target, std::size_t size) {
-    const auto wanted = static_cast<uInt>(std::min<std::uint64_t>({size, left, std::uint64_t{1} << 30}));
+    const auto wanted =
+        static_cast<std::size_t>(std::min<std::uint64_t>({size, left, std::uint64_t{1} << 30}));
     budget.ChargeWork(wanted, "inflating an array");
+    std::size_t count = 0;
+    if (fast != nullptr) {
+        count = InflateFast(target, wanted);
+        left -= count;
+    }
+    if (fast == nullptr && count < wanted) {
+        const std::size_t more = Inflate(target + count, wanted - count);
+        left -= more;
+        count += more;
+    }
+    return count;
+}
+
+std::size_t MatInflatingStream::InflateFast(std::uint8_t* target, std::size_t size) {
+    std::size_t count = 0;
+    while (count < size && !fast->IsAtEnd()) {
+        const std::size_t read = fast->Read({reinterpret_cast<char*>(target) + count, size - count});
+        if (fast->HasGivenUp()) {
+            fast.reset();
+            left -= count;
+            CatchUp();
+            left += count;
+            return count;
+        }
+        count += read;
+    }
+    finished = fast->IsAtEnd();
+    return count;
+}
+
+// What was handed out already is passed over.
+void MatInflatingStream::CatchUp() {
+    std::vector<std::uint8_t> dropped(ChunkSize);
+    for (std::uint64_t passed = limit - left; passed > 0 && !failed && !finished;) {
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(passed, dropped.size()));
+        budget.ChargeWork(wanted, "inflating an array");
+        passed -= Inflate(dropped.data(), wanted);
+    }
+}
+
+std::size_t MatInflatingStream::Inflate(std::uint8_t* target, std::size_t size) {
     inflater->next_out = target;
-    inflater->avail_out = wanted;
+    inflater->avail_out = static_cast<uInt>(size);
     while (inflater->avail_out > 0 && !failed && !finished) {
         const int result = inflate(inflater.get(), Z_NO_FLUSH);
         finished = result == Z_STREAM_END;
         // Also when the payload is used up before its end.
         failed = result != Z_OK && !finished;
     }
-    const std::size_t count = wanted - inflater->avail_out;
-    left -= count;
-    return count;
+    return size - inflater->avail_out;
 }
 
 std::uint64_t MatInflatingStream::Drop(std::uint64_t size) {

@@ -10,6 +10,7 @@
 #include "base/Budget.h"
 
 struct z_stream_s;
+class FastInflate;
 
 /**
  * The bytes of a MAT-file's data element from front to end, whether they lie in the file or come out of a
@@ -71,7 +72,10 @@ private:
     std::span<const std::uint8_t> rest;
 };
 
-/** The content of a compressed element, inflated as it is asked for and up to a bound. */
+/**
+ * The content of a compressed element, inflated as it is asked for and up to a bound: by the fast library
+ * while the bytes are sound, and by zlib, which tells how far damaged ones go, from then on.
+ */
 class MatInflatingStream : public MatElementStream {
 public:
     /** The payload and the budget stay the caller's and must outlive the stream. */
@@ -85,11 +89,15 @@ private:
     std::size_t Fill(std::uint8_t* target, std::size_t size) override;
     std::uint64_t Drop(std::uint64_t size) override;
     void Restart() override;
+    std::size_t Inflate(std::uint8_t* target, std::size_t size);
+    std::size_t InflateFast(std::uint8_t* target, std::size_t size);
+    void CatchUp();
 
     std::span<const std::uint8_t> all;
     std::uint64_t limit;
     karta::Budget& budget;
-    std::uint64_t left;  // of the bound
+    std::uint64_t left;                 // of the bound
+    std::unique_ptr<FastInflate> fast;  // null once it has given up
     std::unique_ptr<z_stream_s> inflater;
     bool failed = false;
     bool finished = false;

@@ -181,6 +181,61 @@ JCAMPDecoder::Result JCAMPDecoder::ReadExactNumber(Value& next, const Rules& rul
     return Decoded;
 }
 
+JCAMPDecoder::Run JCAMPDecoder::TakeRun(std::span<double> values) {
+    Run run;
+    if (!ByteWord::IsUsable || cursor == end) {
+        return run;
+    }
+    const JCAMPCharacter::Kind kind = ClassifyJCAMP(*cursor).kind;
+    if (kind == JCAMPCharacter::Difference) {
+        run.areDifferences = true;
+        run.count = TakeDifferences(values);
+    } else if (kind == JCAMPCharacter::Digit) {
+        run.count = TakePlainNumbers(values);
+    }
+    return run;
+}
+
+// Each up to the letter of the next value. Eight bytes behind a letter tell how many digits it has.
+std::size_t JCAMPDecoder::TakeDifferences(std::span<double> values) {
+    std::size_t count = 0;
+    JCAMPCharacter letter = ClassifyJCAMP(*cursor);
+    while (count < values.size() && letter.kind == JCAMPCharacter::Difference) {
+        std::uint64_t whole = letter.digit;
+        const char* const behind = TakeShortDigits(cursor + 1, end, whole);
+        if (behind == nullptr) {
+            break;
+        }
+        const JCAMPCharacter next = ClassifyJCAMP(*behind);
+        // An "E" may be an exponent's.
+        if (next.marks != JCAMPCharacter::PackedMark || next.kind == JCAMPCharacter::Duplicate) {
+            break;
+        }
+        const auto number = static_cast<double>(whole);
+        values[count++] = letter.negative ? -number : number;
+        cursor = behind;
+        letter = next;
+    }
+    marks |= count > 0 ? static_cast<unsigned int>(JCAMPCharacter::PackedMark) : 0U;
+    return count;
+}
+
+// Each up to the first digit behind one blank.
+std::size_t JCAMPDecoder::TakePlainNumbers(std::span<double> values) {
+    std::size_t count = 0;
+    while (count < values.size()) {
+        std::uint64_t whole = 0;
+        const char* const behind = TakeShortDigits(cursor, end, whole);
+        if (behind == nullptr || behind == cursor || end - behind < 2 || *behind != ' ' ||
+            !IsDigit(behind[1])) {
+            break;
+        }
+        values[count++] = static_cast<double>(whole);
+        cursor = behind + 1;
+    }
+    return count;
+}
+
 JCAMPDecoder::Result JCAMPDecoder::Next(Value& next, Rules rules) {
     JCAMPCharacter first;
     const Result begun = BeginValue(next, rules, first);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "base/Ascii.h"
@@ -63,10 +64,23 @@ public:
     Result NextExact(Value& next, const Rules& rules) {
         return TakeShort(next, rules) ? Decoded : NextOfAnyKind(next, rules);
     }
+    /** Values that stand once each, all of them differences or none. */
+    struct Run {
+        std::size_t count = 0;
+        bool areDifferences = false;
+    };
+    /**
+     * The next values into `values`, as far as they are whole numbers of few digits and nothing but a blank
+     * or their letters stands between them; none where the next one isn't. Both kinds of reading agree on
+     * them.
+     */
+    Run TakeRun(std::span<double> values);
     /** The JCAMPCharacter::Marks of what was taken exactly so far. */
     unsigned int GetMarks() const { return marks; }
 
 private:
+    std::size_t TakeDifferences(std::span<double> values);
+    std::size_t TakePlainNumbers(std::span<double> values);
     bool TakeShort(Value& next, const Rules& rules);
     static const char* TakeDigits(const char* at, const char* end, std::uint64_t& whole);
     Result NextOfAnyKind(Value& next, const Rules& rules);

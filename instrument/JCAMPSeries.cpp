@@ -1,7 +1,9 @@
 #include "instrument/JCAMPSeries.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <span>
 
 #include "base/NumberFormat.h"
 #include "base/NumberParser.h"
@@ -126,9 +128,38 @@ int JCAMPSeries::ReadXYLine(std::string_view line) {
             return code;
         }
         skipCheckValue = false;
+        code = EmitRuns(decoder);
+        if (code != JCAMPFile::StatusOk || left) {
+            return code;
+        }
         code = ReadNextValue(decoder, y, count, missing, false);
     }
     return code;
+}
+
+// What most of a line is.
+int JCAMPSeries::EmitRuns(JCAMPDecoder& decoder) {
+    std::array<double, 64> values;
+    for (auto run = decoder.TakeRun(values); run.count > 0; run = decoder.TakeRun(values)) {
+        checkPending = run.areDifferences;
+        const std::span<const double> taken = std::span<const double>(values).first(run.count);
+        const int end = progress.valuesRead + static_cast<int>(run.count);
+        if (setsX || interpolates || end > progress.valuesExpected) {
+            for (const double value : taken) {
+                const int code = EmitPoints(value, run.areDifferences ? -1 : 1, false);
+                if (code != JCAMPFile::StatusOk || left) {
+                    return code;
+                }
+            }
+            continue;
+        }
+        for (const double value : taken) {
+            lastY = run.areDifferences ? value + lastY : value;
+            ys.push_back(static_cast<float>(yFactor * lastY));
+        }
+        progress.valuesRead = end;
+    }
+    return JCAMPFile::StatusOk;
 }
 
 // One decoded value, as often as it stands; the first point too many ends the page.

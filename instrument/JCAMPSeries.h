@@ -63,6 +63,7 @@ private:
                       const std::string& label);
     void BeginPage(const JCAMPData& block, const std::string& label);
     int ReadXYLine(std::string_view line);
+    int EmitRuns(JCAMPDecoder& decoder);
     int EmitPoints(double y, int count, bool missing);
     int ReadPeaks(std::string_view line, const JCAMPData& block);
     int ReadNextValue(JCAMPDecoder& line, double& value, int& count, bool& missing, bool strict) const;

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <iterator>
+#include <numeric>
 
 #include "base/Ascii.h"
 #include "base/NumberFormat.h"
@@ -454,10 +455,28 @@ int JCAMPSpectra::DecodeOrdinateLine(std::string_view line, const Notation& nota
         } else if (!AddRepeated(value, std::abs(static_cast<std::int64_t>(value.count)), decoded, lastY)) {
             return JCAMPFile::StatusSizeUnknown;
         }
+        TakeRuns(decoder, ys, lastY, checkPending);
         code = CodeOf(decoder.NextExact(value, rules));
     }
     decoded.marks |= decoder.GetMarks();
     return code;
+}
+
+// What most of a line is.
+void JCAMPSpectra::TakeRuns(JCAMPDecoder& decoder, std::vector<double>& ys, double& lastY,
+                            bool& checkPending) {
+    std::array<double, 64> values;
+    for (auto run = decoder.TakeRun(values); run.count > 0; run = decoder.TakeRun(values)) {
+        context.ThrowIfStopped();
+        const auto end = values.begin() + static_cast<std::ptrdiff_t>(run.count);
+        checkPending = run.areDifferences;
+        if (run.areDifferences) {
+            values.front() += lastY;
+            std::partial_sum(values.begin(), end, values.begin());
+        }
+        lastY = *(end - 1);
+        ys.insert(ys.end(), values.begin(), end);
+    }
 }
 
 // A value that stands so many times; false where that is beyond all proportion to the file.

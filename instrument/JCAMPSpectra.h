@@ -98,6 +98,7 @@ private:
                      const Notation& notation);
     void DecodeOrdinates(const JCAMPDataTable& table, const Notation& notation, Decoded& decoded);
     void DecodeTuples(const JCAMPDataTable& table, const Notation& notation, Decoded& decoded);
+    void TakeRuns(JCAMPDecoder& decoder, std::vector<double>& ys, double& lastY, bool& checkPending);
     int DecodeOrdinateLine(std::string_view line, const Notation& notation, Decoded& decoded, double& lastY,
                            bool& checkPending);
     bool AddRepeated(const JCAMPDecoder::Value& value, std::int64_t count, Decoded& decoded, double& lastY);

@@ -39,6 +39,9 @@ constexpr const char* PhaseName = "Interval (Phase)";
 constexpr int NoPhaseID = -1;
 constexpr int PhaseColumnMissing = 0;
 
+// What a length of 32 bits can tell.
+constexpr std::size_t LongestPlainLine = std::numeric_limits<std::uint32_t>::max() - 1;
+
 // Reads up to the line that names the columns; false where there is none.
 bool FindColumnLine(BufferReader& reader) {
     while (reader.NextLine()) {
@@ -73,6 +76,7 @@ struct BrooksideXML::RowWalk {
 struct BrooksideXML::Section {
     struct LineAt {
         int rowNumber;
+        std::uint32_t length;
         const char* start;
     };
 
@@ -478,7 +482,9 @@ void BrooksideXML::IndexLines(Section& section, const std::string& name) {
             section.lines.reserve(room);
         }
         isRising = isRising && (section.lines.empty() || section.lines.back().rowNumber < rowNumber);
-        section.lines.push_back({rowNumber, start});
+        // A line of more is read as one that isn't plain.
+        const auto length = std::min<std::size_t>(section.reader.GetLine().size(), LongestPlainLine + 1);
+        section.lines.push_back({rowNumber, static_cast<std::uint32_t>(length), start});
     }
     if (!isRising) {
         Note("rows-not-increasing", 1, name, "the row numbers of the raw text " + name + " don't increase");
@@ -631,24 +637,24 @@ void BrooksideXML::ReadPhaseCompletely(Section& section, const WaferRecord& wafe
                                        int& row, CellOutput& output, SampleRow& sample) {
     const auto [first, last] = section.Find(phase);
     BufferReader& reader = section.reader;
+    const bool arePlain = reader.IsPlain() && section.phaseColumn <= PhaseColumnMissing;
     for (std::size_t i = first; i < last; ++i) {
         GetContext()->ThrowIfStopped();
-        reader.Seek(section.lines[i].start);
-        output.Text(ColumnWafer, row, wafer.tableID);
-        sample.Begin(row);
-        const bool hasPhaseField =
-            section.phaseColumn != NoPhaseID && section.phaseColumn != PhaseColumnMissing;
-        const auto plain = hasPhaseField ? std::nullopt : reader.TakePlainLine();
-        if (!plain) {
+        const Section::LineAt& line = section.lines[i];
+        const bool isPlain = arePlain && line.length <= LongestPlainLine;
+        if (!isPlain) {
+            reader.Seek(line.start);
             reader.NextLine();
         }
+        output.Text(ColumnWafer, row, wafer.tableID);
+        sample.Begin(row);
         if (section.phaseColumn == NoPhaseID) {
             sample.Put(ColumnPhase, phase.number);
         } else if (section.phaseColumn != PhaseColumnMissing) {
             sample.Put(ColumnPhase, reader.FindField(section.phaseColumn).value_or(""));
         }
-        const bool isShort =
-            plain ? !PutPlainLine(*plain, section.columnMap, sample) : !PutLine(section, sample);
+        const bool isShort = isPlain ? !PutPlainLine({line.start, line.length}, section.columnMap, sample)
+                                     : !PutLine(section, sample);
         sample.End();
         shortLines += isShort ? 1 : 0;
         output.EndRow(row);

@@ -39,20 +39,6 @@ const char* BufferReader::FindLineEnd() const {
     return feed == nullptr ? end : feed;
 }
 
-std::optional<std::string_view> BufferReader::TakePlainLine() {
-    if (!isPlain || cursor == end) {
-        return std::nullopt;
-    }
-    fields.clear();
-    isCopied = false;
-    lineStart = cursor;
-    cursor = FindLineEnd();
-    const std::string_view line(lineStart, static_cast<std::size_t>(cursor - lineStart));
-    cursor = std::find_if_not(cursor, end, IsLineEnd);
-    ++lineCount;
-    return line;
-}
-
 // Up to the tab or the line end behind the field. What stands behind a closing quote is dropped.
 void BufferReader::TakeField() {
     const auto endsField = [](char c) { return c == '\t' || IsLineEnd(c); };
@@ -89,6 +75,7 @@ bool BufferReader::NextLine() {
             TakeField();
         }
     }
+    lineEnd = cursor;
     while (cursor != end && IsLineEnd(*cursor)) {
         ++cursor;
     }
@@ -97,15 +84,15 @@ bool BufferReader::NextLine() {
 }
 
 // The fields of a line without quotes.
-void BufferReader::TakePlainFields(const char* lineEnd) {
+void BufferReader::TakePlainFields(const char* stop) {
     while (true) {
-        while (cursor != lineEnd && *cursor == ' ') {
+        while (cursor != stop && *cursor == ' ') {
             ++cursor;
         }
-        const char* const tab = FindByte(cursor, lineEnd, '\t');
+        const char* const tab = FindByte(cursor, stop, '\t');
         fields.emplace_back(cursor, static_cast<std::size_t>(tab - cursor));
         cursor = tab;
-        if (tab == lineEnd) {
+        if (tab == stop) {
             return;
         }
         ++cursor;
@@ -152,6 +139,7 @@ bool BufferReader::NextRowNumber(int& number) {
         number = ToLeadingInt(fields.back());
     }
     cursor = isPlain ? FindLineEnd() : FindByte(cursor, end, '\n', '\r');
+    lineEnd = cursor;
     cursor = std::find_if_not(cursor, end, IsLineEnd);
     ++lineCount;
     return true;

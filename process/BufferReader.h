@@ -42,15 +42,17 @@ public:
      */
     bool NextRowNumber(int& number);
     /**
-     * The next line as it stands, where no field of the text is quoted; else, and at the end, nothing is
-     * taken. Its fields are parted by tabs, and a field's leading blanks don't belong to it.
+     * Whether no field of the text is quoted, and line feeds alone end its lines: then a line's fields are
+     * what its tabs part, but for a field's leading blanks.
      */
-    std::optional<std::string_view> TakePlainLine();
+    bool IsPlain() const { return isPlain; }
+    /** The line that was read or passed over last, as it stands. */
+    std::string_view GetLine() const { return {lineStart, static_cast<std::size_t>(lineEnd - lineStart)}; }
 
 private:
     const char* FindLineEnd() const;
     void TakeField();
-    void TakePlainFields(const char* lineEnd);
+    void TakePlainFields(const char* stop);
     void CopyLine();
 
     const char* cursor = nullptr;
@@ -58,8 +60,9 @@ private:
     std::string sectionName;
     std::vector<std::string_view> fields;
     const char* lineStart = nullptr;
+    const char* lineEnd = nullptr;
     std::vector<char> copy;  // of the line, each field ended by a NUL, once one was asked for so
     bool isCopied = false;
-    bool isPlain = false;  // no quote in the text, and line feeds alone end its lines
+    bool isPlain = false;
     int lineCount = 0;
 };

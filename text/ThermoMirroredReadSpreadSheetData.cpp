@@ -46,18 +46,10 @@ void ThermoMirroredReadSpreadSheetData::Set(int /*col*/, int /*row*/, float /*va
 
 void ThermoMirroredReadSpreadSheetData::SetDataSize(int /*cols*/, int /*rows*/) {}
 
-std::string_view ThermoMirroredReadSpreadSheetData::GetText(int row, int col) const {
-    if (hasOthers) {
-        if (const char* const text = others.GetText(col + 1, row + 1); *text != '\0') {
-            return text;
-        }
+// Of a table that didn't come in one order, and of a cell that isn't there.
+std::string_view ThermoMirroredReadSpreadSheetData::GetOther(int row, int col) const {
+    if (const char* const text = others.GetText(col + 1, row + 1); *text != '\0') {
+        return text;
     }
-    if (row < 0 || col < 0 || static_cast<std::size_t>(row) >= lines.size() ||
-        col >= lines[static_cast<std::size_t>(row)].count) {
-        return "";
-    }
-    const Line& line = lines[static_cast<std::size_t>(row)];
-    const std::uint32_t* const lineEnds = ends.data() + line.firstCell;
-    const std::uint32_t start = col == 0 ? 0 : lineEnds[col - 1];
-    return {characters.data() + line.firstCharacter + start, lineEnds[col] - start - 1};
+    return IsThere(row, col) ? GetInLine(row, col) : std::string_view("");
 }

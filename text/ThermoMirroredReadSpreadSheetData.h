@@ -27,7 +27,9 @@ public:
     int GetNumberOfRows() override { return numRows; }
 
     /** The text of a cell, both counted from 0, with a NUL behind it; empty for one that never came. */
-    std::string_view GetText(int row, int col) const;
+    std::string_view GetText(int row, int col) const {
+        return hasOthers || !IsThere(row, col) ? GetOther(row, col) : GetInLine(row, col);
+    }
 
 private:
     /** The cells of a line, as far as they came in their order. */
@@ -37,6 +39,17 @@ private:
         int count = 0;
     };
 
+    bool IsThere(int row, int col) const {
+        return row >= 0 && col >= 0 && static_cast<std::size_t>(row) < lines.size() &&
+               col < lines[static_cast<std::size_t>(row)].count;
+    }
+    std::string_view GetInLine(int row, int col) const {
+        const Line& line = lines[static_cast<std::size_t>(row)];
+        const std::uint32_t* const lineEnds = ends.data() + line.firstCell;
+        const std::uint32_t start = col == 0 ? 0 : lineEnds[col - 1];
+        return {characters.data() + line.firstCharacter + start, lineEnds[col] - start - 1};
+    }
+    std::string_view GetOther(int row, int col) const;
     bool Append(int col, int row, std::string_view text);
 
     std::vector<char> characters;     // of all texts, each with its NUL

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
+#include <random>
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "base/NumberFormat.h"
 
@@ -164,6 +168,64 @@ TEST(JCAMPDecoderTest, OtherCharactersAreIllegal) {
     for (const char* line : {"x", "1 $", "S", "\x80", "1 \xff", ";1", "#"}) {
         EXPECT_TRUE(Decode(line).ends_with("illegal")) << line;
     }
+}
+
+/** All values of a line and how it ends, one value at a time or with runs wherever there are any. */
+template <class Take>
+std::string DecodeAll(const std::string& line, bool withRuns, int& inRuns, Take take) {
+    std::string text;
+    JCAMPDecoder decoder(line);
+    std::array<double, 5> values;
+    while (true) {
+        const JCAMPDecoder::Run run = withRuns ? decoder.TakeRun(values) : JCAMPDecoder::Run();
+        for (const double value : std::span(values).first(run.count)) {
+            text += FormatShortest(value) + (run.areDifferences ? " * -1, " : " * 1, ");
+        }
+        inRuns += static_cast<int>(run.count);
+        if (run.count > 0) {
+            continue;
+        }
+        JCAMPDecoder::Value value;
+        const JCAMPDecoder::Result result = take(decoder, value);
+        if (result != JCAMPDecoder::Decoded || value.count == 0) {
+            return text + "ends with " + std::to_string(result) + ", marks " +
+                   std::to_string(decoder.GetMarks());
+        }
+        text +=
+            (value.missing ? "?" : FormatShortest(value.value)) + " * " + std::to_string(value.count) + ", ";
+    }
+}
+
+TEST(JCAMPDecoderTest, RunsAreWhatSingleValuesAre) {
+    static constexpr std::string_view Often = "JKLMNOPQRjklmnopqr%0123456789";
+    static constexpr std::string_view Seldom = "@AEaeSTs +-.,;?$\t\xff";
+    std::mt19937 random(1);
+    int inRuns = 0;
+    for (int round = 0; round < 20'000; ++round) {
+        std::string line = "12 ";
+        const bool isPlain = round % 2 == 0;
+        for (std::size_t length = random() % 90; line.size() < length;) {
+            const bool isSeldom = random() % 25 == 0;
+            const std::string_view characters = isSeldom ? Seldom : isPlain ? "0123456789 " : Often;
+            line += characters[random() % characters.size()];
+        }
+        for (const bool plainExponents : {false, true}) {
+            const auto exact = [&](JCAMPDecoder& decoder, JCAMPDecoder::Value& value) {
+                return decoder.NextExact(value, {.commaSeparates = true, .plainExponents = plainExponents});
+            };
+            int none = 0;
+            ASSERT_EQ(DecodeAll(line, true, inRuns, exact), DecodeAll(line, false, none, exact)) << line;
+        }
+        const auto classic = [](JCAMPDecoder& decoder, JCAMPDecoder::Value& value) {
+            return decoder.Next(value, {});
+        };
+        const auto values = [](const std::string& text) { return text.substr(0, text.rfind(", marks")); };
+        int none = 0;
+        ASSERT_EQ(values(DecodeAll(line, true, inRuns, classic)),
+                  values(DecodeAll(line, false, none, classic)))
+            << line;
+    }
+    EXPECT_GT(inRuns, 200'000);
 }
 
 TEST(JCAMPDecoderTest, EveryPairOfBytesEnds) {
