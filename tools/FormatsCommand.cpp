@@ -35,6 +35,9 @@ void WriteJson(const FormatCatalogue& formats) {
         const NvImportFileFormatInfo& info = *formats.GetInfo(i);
         json.BeginObject();
         json.Put("formatName", info.formatName);
+        if (const FormatRecogniser* const recogniser = formats.GetRecogniser(i)) {
+            json.Put("shortName", recogniser->GetShortName());
+        }
         json.BeginArray("extensions");
         for (const std::string& extension : formats.Extensions(i)) {
             json.Put(extension);

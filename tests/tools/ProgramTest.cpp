@@ -117,6 +117,7 @@ TEST_F(ProgramTest, FormatsAreListed) {
     EXPECT_EQ(outcome.status, 0);
     EXPECT_TRUE(Contains(outcome.out, "Text File\t.txt .dat\trw\tlibkarta-import.so\n"));
     EXPECT_TRUE(Contains(Run("formats --json").out, "\"formatName\": \"Text File\""));
+    EXPECT_TRUE(Contains(Run("formats --json").out, "\"shortName\": \"xlsx\""));
 }
 
 TEST_F(ProgramTest, PlugInsAreListedLast) {

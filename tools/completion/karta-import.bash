@@ -10,11 +10,9 @@ _karta_import() {
     case $last in
         --date-order) mapfile -t COMPREPLY < <(compgen -W 'DMY MDY YMD' -- "$word"); return ;;
         --encoding) mapfile -t COMPREPLY < <(compgen -W 'utf-8 utf-16 windows-1252 cp850' -- "$word"); return ;;
+        --format) mapfile -t COMPREPLY < <(compgen -W 'brimrose brookside brookside-xml opus opus-interpolated csv dif dif-oem xlsx xls spc chemstation jcamp kpf lotus mat nsas netcdf plano text sieve unscrambler' -- "$word"); return ;;
         --grid) mapfile -t COMPREPLY < <(compgen -W 'first common union' -- "$word"); return ;;
         --to) mapfile -t COMPREPLY < <(compgen -W 'csv tsv jsonl txt dif mat' -- "$word"); return ;;
-        --format)
-            mapfile -t COMPREPLY < <(compgen -W "$(karta-import formats 2>/dev/null | cut -f 2 | tr -d .)" -- "$word")
-            return ;;
         --plugins) mapfile -t COMPREPLY < <(compgen -d -- "$word"); return ;;
         --average|--blocks|--column-names|--columns|--decimal|--delimiter|--header|--include|--jobs|--limit|--matrix|--part|--password|--row-names|--rows|--setting|--sheets|--text-columns|--want|-j) return ;;
     esac
