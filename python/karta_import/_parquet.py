@@ -7,6 +7,7 @@ import json
 import os
 from collections.abc import Callable, Iterable
 from concurrent.futures import Future, ThreadPoolExecutor
+from itertools import zip_longest
 from pathlib import Path as FilePath
 from typing import TYPE_CHECKING, Any, NamedTuple
 
@@ -88,6 +89,13 @@ def _replace(path: FilePath, write: Callable[[FilePath], object]) -> None:
         unfinished.unlink(missing_ok=True)
 
 
+def _is_text(kind: Any) -> bool:
+    import pyarrow as pa
+
+    kind = kind.value_type if pa.types.is_dictionary(kind) else kind
+    return bool(pa.types.is_large_string(kind) or pa.types.is_string(kind))
+
+
 def _is_measured(kind: Any) -> bool:
     import pyarrow as pa
 
@@ -109,17 +117,41 @@ class _Writer:
         self._schema = None if first is None else pq.read_schema(first)
         self.rows = 0
 
-    def write(self, table: Table, target: FilePath) -> None:
+    @property
+    def has_schema(self) -> bool:
+        """Whether the first table has settled the columns."""
+        return self._schema is not None
+
+    def fit(self, table: Table) -> Any:
+        """The table with the columns of the first one. Raises ValueError, a sentence, where it has others."""
         import pyarrow as pa
 
         made = pa.table(table)
         if self._schema is None:
             self._schema = made.schema
-        elif made.schema != self._schema:
-            made = made.cast(self._schema)
+        if made.schema == self._schema:
+            return made
+        for ours, theirs in zip_longest(self._schema.names, made.schema.names):
+            if ours != theirs:
+                raise ValueError(f"it has the column {theirs!r} where the first files have {ours!r}")
+        columns = [self._cast(made.column(i), field) for i, field in enumerate(self._schema)]
+        return pa.table(columns, schema=self._schema)
+
+    @staticmethod
+    def _cast(column: Any, field: Any) -> Any:
+        if _is_text(column.type) and not _is_text(field.type):
+            raise ValueError(f"its column {field.name!r} is text where that of the first files is {field.type}")
+        try:
+            return column.cast(field.type)
+        except ValueError:
+            raise ValueError(
+                f"its column {field.name!r} is {column.type} where that of the first files is {field.type}"
+            ) from None
+
+    def write(self, made: Any, target: FilePath) -> None:
         self.finish()
         self._last = self._pool.submit(self._write_one, made, target)
-        self.rows += len(table)
+        self.rows += len(made)
 
     def _write_one(self, made: Any, target: FilePath) -> None:
         # Dictionaries and bounds of measured numbers help nobody and take most of the time.
@@ -157,9 +189,17 @@ def _pending_parts(files: list[str], folder: FilePath, batch: int) -> list[tuple
     return parts
 
 
-def _does_not_fit(file: str) -> Error:
-    text = "its axis isn't that of the first files; a grid puts all spectra on one"
-    return make_error("does-not-fit", os.fsencode(file), "", "grid", text, "", {}, f"{file}: {text}")
+def _does_not_fit(file: str, why: str) -> Error:
+    text = f"doesn't fit the first files: {why}"
+    return make_error("does-not-fit", os.fsencode(file), "", "", text, "", {}, f"{file}: {text}")
+
+
+def _fitted(table: Table, state: _State, writer: _Writer) -> Any:
+    """For Parquet, like the first table. Raises ValueError, a sentence, where it isn't."""
+    state.keep_axis(table)
+    if table.x is not None and [float(x) for x in table.x] != state.axis:
+        raise ValueError("its axis isn't that of the first files; a grid puts all spectra on one")
+    return writer.fit(table)
 
 
 def _settle_axis(state: _State, files: list[str], batch: int, options: dict[str, Any]) -> None:
@@ -220,15 +260,49 @@ def _write_part(
 ) -> list[Failure]:
     if options.get("grid") is not None and state.axis is not None:
         options = options | {"grid": state.axis}
-    tables = scan(sources, batch=len(sources), **options)
-    table = next(tables, None)
-    errors = tables.errors
-    if table is None:
-        return errors
-    state.keep_axis(table)
-    if table.x is not None and [float(x) for x in table.x] != state.axis:
-        if options.get("on_error", "raise") == "raise":
-            raise _does_not_fit(sources[0])
-        return errors + [Failure(file, _does_not_fit(file)) for file in sources]
-    writer.write(table, target)
-    return errors
+    is_first = not writer.has_schema
+    on_error = options.get("on_error", "raise")
+    # What is skipped must be known, too: a part that begins with an odd file finds all others odd.
+    tables = scan(sources, batch=len(sources), **options | {"on_error": "raise" if on_error == "raise" else "collect"})
+    try:
+        table = next(tables, None)
+        errors = tables.errors
+        made = None if table is None else _fitted(table, state, writer)
+        is_odd = any(failure.error.code == "does-not-fit" for failure in errors)
+    except Error as error:
+        if is_first or error.code != "does-not-fit":
+            raise
+        is_odd = True
+    except ValueError:
+        is_odd = True
+    if is_odd and not is_first:
+        made, errors = _read_by_file(sources, state, writer, options)
+    if made is not None:
+        writer.write(made, target)
+    return errors if on_error == "collect" else []
+
+
+def _read_by_file(
+    sources: list[str], state: _State, writer: _Writer, options: dict[str, Any]
+) -> tuple[Any, list[Failure]]:
+    """The files that fit the first part, each looked at by itself, as one table or None; and the others."""
+    import pyarrow as pa
+
+    errors: list[Failure] = []
+    fitting = []
+    raises = options.get("on_error", "raise") == "raise"
+    options = options | {"on_error": "raise" if raises else "collect", "workers": 1}
+    for file in sources:
+        tables = scan(file, batch=1, **options)
+        table = next(tables, None)
+        errors += tables.errors
+        if table is None:
+            continue
+        try:
+            fitting.append(_fitted(table, state, writer))
+        except ValueError as reason:
+            error = _does_not_fit(file, str(reason))
+            if raises:
+                raise error from None
+            errors.append(Failure(file, error))
+    return (pa.concat_tables(fitting).combine_chunks() if fitting else None), errors

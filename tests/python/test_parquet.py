@@ -5,6 +5,7 @@ import sys
 import time
 
 import pytest
+from conftest import spectrum_bytes
 
 import karta_import
 
@@ -65,3 +66,48 @@ def test_bad_files_are_told(spectra, tmp_path):
     written = karta_import.to_parquet(folder, tmp_path / "out", batch=2, on_error="collect")
     assert written.rows == 3
     assert [os.path.basename(failure.file) for failure in written.errors] == ["s00001.spc"]
+
+
+def test_a_part_that_begins_with_an_odd_file_keeps_the_others(tmp_path):
+    folder, out = tmp_path / "spectra", tmp_path / "out"
+    folder.mkdir()
+    for i in range(8):
+        last = 2100.0 if i == 4 else 2000.0
+        (folder / f"{i}.spc").write_bytes(spectrum_bytes([float(i)] * 16, last=last))
+    written = karta_import.to_parquet(folder, out, batch=4, on_error="collect")
+    assert written.rows == 7
+    assert [os.path.basename(failure.file) for failure in written.errors] == ["4.spc"]
+    assert "its axis isn't that of the first files" in str(written.errors[0].error)
+    with pytest.raises(karta_import.Error, match="4.spc: doesn't fit the first files: its axis"):
+        karta_import.to_parquet(folder, tmp_path / "strict", batch=4)
+    assert karta_import.to_parquet(folder, tmp_path / "skipping", batch=4, on_error="skip").errors == []
+
+
+@pytest.mark.parametrize(("odd", "why"), [("a,c\n1,2\n", "'c' where the first files have 'b'"),
+                                          ("a\n1\n", "None where the first files have 'b'"),
+                                          ("a,b\n1,x\n", "'b' is text where that of the first files is int64"),
+                                          ("a,b\n1,2.5\n", "'b' is double where")])
+def test_other_columns_behind_the_first_part_are_told_by_their_file(tmp_path, odd, why):
+    folder = tmp_path / "tables"
+    folder.mkdir()
+    for i in range(6):
+        (folder / f"{i}.csv").write_text(odd if i == 4 else f"a,b\n{i},2\n")
+    with pytest.raises(karta_import.Error, match=why) as caught:
+        karta_import.to_parquet(folder, tmp_path / "strict", batch=2)
+    assert (caught.value.code, os.path.basename(caught.value.file)) == ("does-not-fit", "4.csv")
+    out = tmp_path / "out"
+    written = karta_import.to_parquet(folder, out, batch=2, on_error="collect")
+    assert written.rows == 5 and len(written.errors) == 1
+    assert pq.read_table(out)["a"].to_pylist() == [0, 1, 2, 3, 5]
+
+
+def test_what_is_only_spelled_otherwise_fits(tmp_path):
+    folder = tmp_path / "tables"
+    folder.mkdir()
+    # Texts that come again and again are a dictionary, others aren't; whole numbers are no other ones.
+    (folder / "0.csv").write_text("name,b\n" + "".join(f"x{i},1.5\n" for i in range(100)))
+    (folder / "1.csv").write_text("name,b\n" + "same,1\n" * 100)
+    (folder / "2.csv").write_text("name,b\n,7\nx,2\n")
+    out = tmp_path / "out"
+    assert karta_import.to_parquet(folder, out, batch=1).rows == 202
+    assert pq.read_table(out).num_rows == 202
