@@ -4,7 +4,8 @@
 
 /**
  * A sink that also takes numbers below each other which are cells by themselves and no array of the file: as
- * many calls of Set. A table whose columns have types finds whole numbers among them, and leaves an array one.
+ * many calls of Set. A table whose columns have types finds whole numbers among them, and leaves an array
+ * one.
  */
 class CellRunSink {
 public:

@@ -26,6 +26,8 @@ constexpr std::size_t HeadSize = 1 << 20;
 constexpr int RowsBetweenLooks = 1024;
 // A text that streams takes no more memory than this of its file.
 constexpr std::size_t BytesToLetGo = std::size_t{8} << 20;
+// How much of records that become text is handed out at once.
+constexpr std::size_t RowTextsAtOnce = std::size_t{1} << 16;
 
 constexpr std::int64_t MicrosecondsOfDay = std::int64_t{86'400} * 1'000'000;
 
@@ -165,6 +167,7 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
     CellOutput output(sink);
     isStreaming = !output.KeepsRows();
     cellRuns = nullptr;
+    rowTextSink = nullptr;
     const bool wantsEvidence = output.WantsWholeEvidence();
     if ((!isStreaming || wantsEvidence) && source.ExamineWhole(context)) {
         ExamineHead();
@@ -179,7 +182,9 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
     if (cellRuns != nullptr && !cellRuns->PrefersCellRuns()) {
         cellRuns = nullptr;
     }
+    rowTextSink = isStreaming ? dynamic_cast<RowTextSink*>(&sink) : nullptr;
     ReadRecords(output);
+    HandOutRowTexts();
     if (!isStreaming) {
         ConvertAgain(output);
     }
@@ -193,6 +198,8 @@ void DelimitedText::BeginReading() {
     nextQuote = 0;
     textsBehind = unclosed = contradictions = zones = {};
     letGo = 0;
+    rowTextForm.reset();
+    rowsInTexts = 0;
 }
 
 // By a read of all records that nobody gets.
@@ -211,6 +218,12 @@ void DelimitedText::ReadRecords(CellOutput& output) {
     std::size_t oneByOneUntil = 0;
     bool hasMore = true;
     while (hasMore) {
+        if (WantsOtherRows()) {
+            HandOutRowTexts();
+            rowTextForm = rowTextSink->GetRowTextForm();
+            rowTexts.Begin(rowTextForm ? rowTextForm->separator : ',');
+            readers.reset();
+        }
         if (scanner.GetEnd() >= oneByOneUntil && MayPart(scanner)) {
             if (!readers) {
                 readers.emplace(GetLineRules(), GetThreadCount(text.size()));
@@ -226,6 +239,10 @@ void DelimitedText::ReadRecords(CellOutput& output) {
 }
 
 bool DelimitedText::ReadRecord(RecordScanner& scanner, CellOutput& output) {
+    if (rowTextForm && !WantsOtherRows()) {
+        return ReadRowText(scanner, output);
+    }
+    HandOutRowTexts();
     if (const auto line = scanner.NextLine()) {
         BeginRecord(scanner.GetStart());
         EndRecord(output, PutLine(*line, output));
@@ -239,19 +256,47 @@ bool DelimitedText::ReadRecord(RecordScanner& scanner, CellOutput& output) {
     return true;
 }
 
+// As text; as cells where it is too wide for that.
+bool DelimitedText::ReadRowText(RecordScanner& scanner, CellOutput& output) {
+    if (!scanner.Next()) {
+        return false;
+    }
+    BeginRecord(scanner.GetStart());
+    NoteFaults(scanner);
+    if (!PutRowText(scanner)) {
+        HandOutRowTexts();
+        EndRecord(output, PutRecord(scanner, output));
+    }
+    return true;
+}
+
 // Whether lines are read in pieces: below the heads, where one byte parts the fields that no number has.
 bool DelimitedText::MayPart(const RecordScanner& scanner) const {
     if (dialect.delimiter.size() != 1 || dialect.mergeRuns || scanner.GetEnd() >= text.size() ||
         head.usualWidth == 0 || head.usualWidth > MostPieceColumns) {
         return false;
     }
-    const int lastHead = std::max({head.nameRow, head.unitRow, head.firstDataRow - 1});
-    return size.rows >= lastHead && !IsPartOfNumbers(dialect.delimiter.front()) &&
-           dialect.delimiter.front() != '#';
+    return IsBelowHead() && !IsPartOfNumbers(dialect.delimiter.front()) && dialect.delimiter.front() != '#';
+}
+
+bool DelimitedText::IsBelowHead() const {
+    return size.rows >= std::max({head.nameRow, head.unitRow, head.firstDataRow - 1});
+}
+
+// Whether the sink takes rows otherwise than when it was last looked: as cells, or as text.
+bool DelimitedText::WantsOtherRows() const {
+    return rowTextSink != nullptr && IsBelowHead() && rowTextSink->GetRowTextForm() != rowTextForm;
 }
 
 LineRules DelimitedText::GetLineRules() const {
-    LineRules rules{dialect, types, options.dateOrder, !source.NeedsConversion(), text.data() + text.size()};
+    LineRules rules;
+    rules.dialect = dialect;
+    rules.types = types;
+    rules.dateOrder = options.dateOrder;
+    rules.isUtf8 = !source.NeedsConversion();
+    rules.isOneByte = source.GetEncoding().kind == TextEncoding::Windows1252;
+    rules.rowTexts = rowTextForm;
+    rules.textEnd = text.data() + text.size();
     rules.types.resize(head.usualWidth);
     return rules;
 }
@@ -291,6 +336,7 @@ void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, Ce
         }
         if (!readers.IsEmpty()) {
             PutPiece(readers.Take(), scanner, output);
+            hasMore = hasMore && !WantsOtherRows();
         }
     }
     scanner.Seek(place);
@@ -302,7 +348,11 @@ void DelimitedText::PutPiece(const LinePiece& piece, RecordScanner& scanner, Cel
     if (isStreaming) {
         LetGoBefore(start);
     }
-    if (!piece.IsParted()) {
+    if (piece.IsParted() && piece.HasRowTexts() && !WantsOtherRows()) {
+        PutRowTexts(piece);
+        return;
+    }
+    if (!piece.IsParted() || piece.HasRowTexts()) {
         for (scanner.Seek(start); scanner.GetEnd() < start + piece.GetLines().size();) {
             ReadRecord(scanner, output);
         }
@@ -327,6 +377,59 @@ void DelimitedText::PutPiece(const LinePiece& piece, RecordScanner& scanner, Cel
         row = odd.row + 1;
     }
     PutRows(piece, row, piece.GetRowCount(), output);
+}
+
+// Rows of a piece, which are as the sink writes them.
+void DelimitedText::PutRowTexts(const LinePiece& piece) {
+    HandOutRowTexts();
+    if (piece.GetRowCount() > static_cast<std::uint32_t>(std::numeric_limits<int>::max() - size.rows)) {
+        throw TooManyRows();
+    }
+    const int rows = static_cast<int>(piece.GetRowCount());
+    const int cols = static_cast<int>(piece.GetWidest());
+    if (piece.GetZones() > 0) {
+        AddZones(piece.GetZones(), static_cast<std::size_t>(piece.GetFirstZone() - text.data()));
+    }
+    rowTextSink->PutRowTexts(size.rows + 1, rows, cols, piece.GetRowTexts());
+    size.rows += rows;
+    size.cols = std::max(size.cols, cols);
+}
+
+// The record at hand as a row of text. False, with nothing done, where it is wider than the sink's rows.
+bool DelimitedText::PutRowText(const RecordScanner& scanner) {
+    const auto fields = scanner.GetFields();
+    if (fields.size() > rowTextForm->width) {
+        return false;
+    }
+    for (std::size_t col = 0; col < fields.size(); ++col) {
+        const std::string_view value = source.ToUtf8(scanner.GetText(fields[col], storage), utf8);
+        if (!isRemark && col < types.size() && types[col].kind == ColumnType::DateTime &&
+            HasZone(value, options.dateOrder)) {
+            AddZones(1, recordStart);
+        }
+        // A cell's text ends at a NUL.
+        rowTexts.Add(value.substr(0, value.find('\0')));
+    }
+    rowTexts.EndRow(rowTextForm->width);
+    firstRowInTexts = rowsInTexts == 0 ? size.rows : firstRowInTexts;
+    ++rowsInTexts;
+    widestInTexts = std::max(widestInTexts, fields.size());
+    size.cols = std::max(size.cols, static_cast<int>(fields.size()));
+    if (rowTexts.GetBytes().size() >= RowTextsAtOnce) {
+        HandOutRowTexts();
+    }
+    LetGoBefore(recordStart);
+    return true;
+}
+
+void DelimitedText::HandOutRowTexts() {
+    if (rowsInTexts > 0) {
+        rowTextSink->PutRowTexts(firstRowInTexts, rowsInTexts, static_cast<int>(widestInTexts),
+                                 rowTexts.GetBytes());
+    }
+    rowTexts.Clear();
+    rowsInTexts = 0;
+    widestInTexts = 0;
 }
 
 // Rows of a piece, from one to before the other, which then are the last ones of the table.
@@ -598,9 +701,13 @@ void DelimitedText::PutLooked(const FieldForm& form, std::string_view value, Cel
     }
     PutForm(form, value, output, col, row);
     if ((form.bits & FieldForm::WithZone) != 0) {
-        zones.first = zones.count == 0 ? recordStart : std::min(zones.first, recordStart);
-        ++zones.count;
+        AddZones(1, recordStart);
     }
+}
+
+void DelimitedText::AddZones(std::uint64_t count, std::size_t first) {
+    zones.first = zones.count == 0 ? first : std::min(zones.first, first);
+    zones.count += count;
 }
 
 // A field whose column takes it as what it is.
@@ -640,6 +747,7 @@ void DelimitedText::PutForm(const FieldForm& form, std::string_view value, CellO
 void DelimitedText::PutNumber(const FieldForm& form, std::string_view value, CellOutput& output, int col,
                               int row) {
     const char mark = types[static_cast<std::size_t>(col) - 1].decimalMark;
+    bool isCanonical = form.isCanonical;
     if ((form.bits & FieldForm::Numbers) == 0) {
         output.Missing(col, row);
     } else if (form.bits == FieldForm::WideInteger) {
@@ -647,9 +755,11 @@ void DelimitedText::PutNumber(const FieldForm& form, std::string_view value, Cel
     } else if (form.hasNumber && (mark == '.' || form.bits == FieldForm::Integer)) {
         output.Number(col, row, form.number);
     } else {
+        // What would be 1.234 with another mark is 1234.
         output.Number(col, row, GetNumber(value, mark));
+        isCanonical = false;
     }
-    if (!form.isCanonical) {
+    if (!isCanonical) {
         output.Source(col, row, value);
     }
 }

@@ -2,15 +2,18 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "base/ReadContext.h"
+#include "base/SeparatedText.h"
 #include "frame/CellOutput.h"
 #include "frame/CellRunSink.h"
 #include "frame/FileContents.h"
+#include "frame/RowTextSink.h"
 #include "text/ColumnTypes.h"
 #include "text/DelimitedOptions.h"
 #include "text/LinePiece.h"
@@ -56,11 +59,18 @@ private:
     void SettleTypes();
     void ReadRecords(CellOutput& output);
     bool ReadRecord(RecordScanner& scanner, CellOutput& output);
+    bool ReadRowText(RecordScanner& scanner, CellOutput& output);
     bool MayPart(const RecordScanner& scanner) const;
     LineRules GetLineRules() const;
     std::string_view CutPiece(std::size_t place, std::size_t size);
     void ReadPieces(PieceReaders& readers, RecordScanner& scanner, CellOutput& output);
     void PutPiece(const LinePiece& piece, RecordScanner& scanner, CellOutput& output);
+    bool IsBelowHead() const;
+    bool WantsOtherRows() const;
+    void PutRowTexts(const LinePiece& piece);
+    bool PutRowText(const RecordScanner& scanner);
+    void HandOutRowTexts();
+    void AddZones(std::uint64_t count, std::size_t first);
     void PutRows(const LinePiece& piece, std::uint32_t first, std::uint32_t last, CellOutput& output);
     void PutOther(const LinePiece& piece, const LinePiece::Other& other, CellOutput& output, int col,
                   int row);
@@ -111,6 +121,12 @@ private:
     std::vector<Vote> votes;  // of fields that aren't of their columns' types
     bool isStreaming = false;
     CellRunSink* cellRuns = nullptr;  // the sink, where it wants them
+    RowTextSink* rowTextSink = nullptr;
+    std::optional<RowTextForm> rowTextForm;  // as the sink wanted it when it was last looked
+    SeparatedText rowTexts;                  // records that aren't handed out yet
+    int firstRowInTexts = 0;
+    int rowsInTexts = 0;
+    std::size_t widestInTexts = 0;
     std::size_t letGo = 0;  // of a text that streams: what is behind the reading
     // Of the pieces: the next quote, as far as it was looked for; how far the columns' others were handed
     // out.

@@ -15,6 +15,8 @@ constexpr std::string_view Minus = "\u2212";
 constexpr std::string_view NoBreakSpace = "\u00a0";
 constexpr std::string_view NarrowNoBreakSpace = "\u202f";
 constexpr std::size_t GroupSize = 3;
+// A zone has a date and a time before it.
+constexpr std::size_t ShortestBeforeZone = 10;
 
 std::string_view TrimBlanks(std::string_view text) {
     const auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
@@ -213,6 +215,12 @@ FieldForm GetFieldForm(std::string_view field, DateOrder order) {
         return form;
     }
     return GetPartedForm(text);
+}
+
+bool HasZone(std::string_view field, DateOrder order) {
+    // What can't have one is most.
+    return field.find_first_of("Z+-", std::min(field.size(), ShortestBeforeZone)) != std::string_view::npos &&
+           GetFieldForm(field, order).bits == (FieldForm::DateTime | FieldForm::WithZone);
 }
 
 double GetNumber(std::string_view field, char decimalMark) {

@@ -48,5 +48,8 @@ struct FieldForm {
 /** Looks at a field in UTF-8. */
 FieldForm GetFieldForm(std::string_view field, DateOrder order);
 
+/** Whether a field of a column of dates and times is one with a zone. */
+bool HasZone(std::string_view field, DateOrder order);
+
 /** The value of a field whose form is one of a number's, with this decimal mark. */
 double GetNumber(std::string_view field, char decimalMark);

@@ -1,5 +1,6 @@
 #include "text/LinePiece.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/ByteScan.h"
@@ -12,6 +13,13 @@ void LinePiece::Clear(std::string_view lines, const LineRules& rules) {
     isParted = true;
     forms.clear();
     oddLines.clear();
+    hasRowTexts = rules.rowTexts.has_value();
+    if (hasRowTexts) {
+        rowTexts.Begin(rules.rowTexts->separator);
+        widest = 0;
+        zones = 0;
+        return;
+    }
     columns.resize(rules.types.size());
     const std::size_t count = CountByte(lines.data(), lines.data() + lines.size(), '\n') + 1;
     for (std::size_t col = 0; col < columns.size(); ++col) {
@@ -22,8 +30,77 @@ void LinePiece::Clear(std::string_view lines, const LineRules& rules) {
     }
 }
 
+// Each line as a row of the text to write. A line that can't be one, for its bytes or its width, leaves all
+// of them to who reads cells.
+void LinePiece::ReadRowTexts(const LineRules& rules) {
+    const char delimiter = rules.dialect.delimiter.front();
+    const char separator = rules.rowTexts->separator;
+    const ByteFacts facts = ExamineBytes(text);
+    isParted = !facts.holdNuls && facts.areUtf8 && !(rules.isOneByte && HasHighBytes(text)) &&
+               static_cast<unsigned char>(delimiter) < 0x80;
+    const bool hasReturns = text.find('\r') != std::string_view::npos;
+    // Where nothing has to be quoted or looked at, a line differs from its row in what parts the fields only.
+    const bool isPlain = !rules.dialect.skipsBlank && text.find('"') == std::string_view::npos &&
+                         (delimiter == separator || text.find(separator) == std::string_view::npos) &&
+                         std::none_of(rules.types.begin(), rules.types.end(), [](const ColumnType& type) {
+                             return type.kind == ColumnType::DateTime;
+                         });
+    const char* const end = text.data() + text.size();
+    for (const char* at = text.data(); isParted && at != end; ++rows) {
+        const auto* const feed =
+            static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at)));
+        const char* lineEnd = feed == nullptr ? end : feed;
+        if (hasReturns) {
+            lineEnd -= lineEnd != at && lineEnd[-1] == '\r' ? 1 : 0;
+            isParted = std::memchr(at, '\r', static_cast<std::size_t>(lineEnd - at)) == nullptr;
+        }
+        const std::string_view line(at, static_cast<std::size_t>(lineEnd - at));
+        std::size_t fields = 0;
+        if (isPlain) {
+            fields = 1 + CountByte(at, lineEnd, delimiter);
+            rowTexts.AddPlainFields(line, delimiter, fields);
+        } else {
+            fields = AddFields(line, rules);
+        }
+        rowTexts.EndRow(rules.rowTexts->width);
+        widest = std::max(widest, fields);
+        isParted = isParted && fields <= rules.rowTexts->width;
+        at = feed == nullptr ? end : feed + 1;
+    }
+}
+
+// Of one line; returns how many they are.
+std::size_t LinePiece::AddFields(std::string_view line, const LineRules& rules) {
+    const char* at = line.data();
+    const char* const end = at + line.size();
+    const bool isRemark = line.starts_with('#');
+    for (std::size_t col = 0;; ++col) {
+        const char* const behind = FindByte(at, end, rules.dialect.delimiter.front());
+        const std::string_view value(at, static_cast<std::size_t>(behind - at));
+        if (!isRemark && col < rules.types.size() && rules.types[col].kind == ColumnType::DateTime) {
+            LookForZone(value, rules);
+        }
+        rowTexts.Add(value);
+        if (behind == end) {
+            return col + 1;
+        }
+        at = behind + 1;
+        at += rules.dialect.skipsBlank && at != end && *at == ' ' ? 1 : 0;
+    }
+}
+
+void LinePiece::LookForZone(std::string_view value, const LineRules& rules) {
+    if (HasZone(value, rules.dateOrder)) {
+        firstZone = zones++ == 0 ? value.data() : firstZone;
+    }
+}
+
 void LinePiece::Read(std::string_view lines, const LineRules& rules) {
     Clear(lines, rules);
+    if (rules.rowTexts) {
+        ReadRowTexts(rules);
+        return;
+    }
     const char* at = lines.data();
     const char* const end = at + lines.size();
     while (at != end) {

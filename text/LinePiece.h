@@ -2,9 +2,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
+#include "base/SeparatedText.h"
+#include "frame/RowTextSink.h"
 #include "text/ColumnTypes.h"
 #include "text/DelimitedOptions.h"
 #include "text/FieldForm.h"
@@ -15,8 +18,10 @@ struct LineRules {
     TextDialect dialect;           /**< of one byte, whose runs don't count as one */
     std::vector<ColumnType> types; /**< of the columns of most lines */
     DateOrder dateOrder = DateOrder::None;
-    bool isUtf8 = false;           /**< all bytes are known to be */
-    const char* textEnd = nullptr; /**< behind the whole text */
+    bool isUtf8 = false;                 /**< all bytes are known to be */
+    bool isOneByte = false;              /**< bytes above ASCII are characters by themselves */
+    std::optional<RowTextForm> rowTexts; /**< the lines become rows of text, and no columns */
+    const char* textEnd = nullptr;       /**< behind the whole text */
 };
 
 /**
@@ -54,8 +59,17 @@ public:
     void Read(std::string_view lines, const LineRules& rules);
 
     std::string_view GetLines() const { return text; }
-    /** False where carriage returns part lines as well: then nothing else here holds. */
+    /** False where carriage returns part lines as well, or lines can't be rows of text: then nothing else
+     * here holds. */
     bool IsParted() const { return isParted; }
+    /** Whether it is rows of text, without columns and odd lines. */
+    bool HasRowTexts() const { return hasRowTexts; }
+    const std::string& GetRowTexts() const { return rowTexts.GetBytes(); }
+    /** Of rows of text: how many fields the widest line has; times with a zone, and where the first one is.
+     */
+    std::size_t GetWidest() const { return widest; }
+    std::uint64_t GetZones() const { return zones; }
+    const char* GetFirstZone() const { return firstZone; }
     std::uint32_t GetRowCount() const { return rows; }
     const std::vector<Column>& GetColumns() const { return columns; }
     const FieldForm& GetForm(const Other& other) const { return forms[other.form]; }
@@ -68,6 +82,9 @@ private:
     void AddOther(std::size_t col, Other::Kind kind, std::string_view value, std::uint32_t form = 0);
     void AddValue(std::size_t col, std::string_view value, const LineRules& rules);
     void DropRow();
+    void ReadRowTexts(const LineRules& rules);
+    std::size_t AddFields(std::string_view line, const LineRules& rules);
+    void LookForZone(std::string_view value, const LineRules& rules);
 
     std::string_view text;
     std::uint32_t rows = 0;
@@ -75,4 +92,9 @@ private:
     std::vector<Column> columns;
     std::vector<FieldForm> forms;
     std::vector<OddLine> oddLines;
+    bool hasRowTexts = false;
+    SeparatedText rowTexts;
+    std::size_t widest = 0;
+    std::uint64_t zones = 0;
+    const char* firstZone = nullptr;
 };

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/MemoryShare.h"
+#include "tools/Interrupt.h"
 
 namespace {
 
@@ -49,6 +50,26 @@ void StreamingSink::EndRow(int row) {
 void StreamingSink::SetDataSize(int cols, int rows) {
     control.Resize(rows);
     SpreadsheetSink::SetDataSize(std::max(cols, 0), std::max(rows, 0));
+}
+
+std::optional<RowTextForm> StreamingSink::GetRowTextForm() {
+    if (!writer || form.form == TableForm::JsonLines || form.safeCells || !Writes()) {
+        return std::nullopt;
+    }
+    return RowTextForm{GetSeparator(form.form), static_cast<std::size_t>(width)};
+}
+
+void StreamingSink::PutRowTexts(int firstRow, int rows, int cols, std::string_view text) {
+    Interrupt::ThrowIfRequested();
+    if (firstRow - 1 > offset) {
+        LetGo(firstRow - 1);
+    }
+    offset = firstRow - 1 + rows;
+    Cover(cols, offset);
+    if (Writes()) {
+        target->Write(text);
+    }
+    control.EndRow(offset, GetNumberOfRows());
 }
 
 void StreamingSink::LetGo(int row) {

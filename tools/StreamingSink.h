@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "base/OutputFile.h"
+#include "frame/RowTextSink.h"
 #include "frame/WideSink.h"
 #include "karta/internal/ReadControl.h"
 #include "karta/internal/SpreadsheetSink.h"
@@ -20,7 +21,7 @@
  * number of fields; where more turn up once rows are out, the rest is only measured, and the read has to be
  * done again with the width that is then known.
  */
-class StreamingSink : public SpreadsheetSink, public WideSink {
+class StreamingSink : public SpreadsheetSink, public WideSink, public RowTextSink {
 public:
     /**
      * All stay the caller's. `report` is that of the read, whose budget is charged. `target` null: nothing is
@@ -90,6 +91,10 @@ public:
     int NextRowToRead(int row) override { return control.NextRowToRead(row, GetNumberOfRows()); }
     void EndRow(int row) override;
     void SetDataSize(int cols, int rows) override;
+
+    /** Once rows go out, as text that has every field's own characters. */
+    std::optional<RowTextForm> GetRowTextForm() override;
+    void PutRowTexts(int firstRow, int rows, int cols, std::string_view text) override;
 
     /** Whether all of the table is held still, and nothing is written yet. */
     bool IsSmall() const { return offset == 0; }

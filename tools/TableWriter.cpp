@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "base/NumberFormat.h"
+#include "base/SeparatedText.h"
 #include "tools/Interrupt.h"
 #include "tools/Json.h"
 #include "tools/TableHead.h"
@@ -64,63 +65,38 @@ private:
  */
 class FieldWriter {
 public:
-    FieldWriter(char fieldSeparator, OutputFile& target) : separator(fieldSeparator), output(target) {
-        for (const char c : {fieldSeparator, '"', '\n', '\r'}) {
-            mustBeQuoted[static_cast<unsigned char>(c)] = true;
-        }
-    }
+    FieldWriter(char separator, OutputFile& target) : text(separator), output(target) {}
 
     /** A field that has nothing to be quoted in it, as numbers have. */
     void AddPlain(std::string_view field) {
         BeginField();
-        line += field;
+        text.AddPlain(field);
     }
 
     void Add(std::string_view field) {
         BeginField();
-        if (std::any_of(field.begin(), field.end(),
-                        [this](char c) { return mustBeQuoted[static_cast<unsigned char>(c)]; })) {
-            AddQuoted(field);
-        } else {
-            line += field;
-        }
+        text.Add(field);
     }
 
     void EndRow() {
-        line += '\n';
+        text.EndRow();
         Flush();
-        begun = false;
     }
 
 private:
     void BeginField() {
-        if (line.size() >= PieceSize) {
+        if (text.GetBytes().size() >= PieceSize) {
             Flush();
         }
-        if (begun) {
-            line += separator;
-        }
-        begun = true;
-    }
-
-    void AddQuoted(std::string_view field) {
-        line += '"';
-        for (const char c : field) {
-            line.append(c == '"' ? 2 : 1, c);
-        }
-        line += '"';
     }
 
     void Flush() {
-        output.Write(line);
-        line.clear();
+        output.Write(text.GetBytes());
+        text.Clear();
     }
 
-    char separator;
+    SeparatedText text;
     OutputFile& output;
-    bool begun = false;  // a field of the row was added, perhaps an empty one
-    bool mustBeQuoted[256] = {};
-    std::string line;
 };
 
 void AppendJsonCell(std::string& line, TableData& table, CellPrinter& printer, int col, int row,
@@ -170,9 +146,13 @@ std::vector<std::string> FindMembers(TableData& table, const TableHead& head) {
 
 }  // namespace
 
+char GetSeparator(TableForm form) {
+    return form == TableForm::Tsv ? '\t' : ',';
+}
+
 void TableWriter::WriteSeparated(TableData& table, const std::vector<int>& rows) {
     CellPrinter printer(table);
-    FieldWriter writer(request.form == TableForm::Tsv ? '\t' : ',', output);
+    FieldWriter writer(GetSeparator(request.form), output);
     const int cols = table.GetNumberOfColumns();
     for (const int row : rows) {
         if (output.HasFailed()) {

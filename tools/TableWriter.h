@@ -14,6 +14,9 @@ enum class TableForm {
     JsonLines /**< an array a row; missing cells and NaN are null, and infinities are texts */
 };
 
+/** What parts the fields of the first two. */
+char GetSeparator(TableForm form);
+
 /** What is to be written how. */
 struct FormRequest {
     TableForm form;

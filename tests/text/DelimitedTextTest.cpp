@@ -223,6 +223,10 @@ TEST_F(DelimitedTextTest, DecimalMarkIsAFactOfTheFile) {
     const auto groups = Read("a;b\n1,234.50;1,234\n5.25;2,345\n");
     EXPECT_EQ(groups->table.GetFloatValue(1, 2), 1234.5);
     EXPECT_EQ(groups->table.GetFloatValue(2, 2), 1234.0);
+    // What would be a number with another mark keeps its characters.
+    const auto points = Read("a;b\n1.234,5;1.234\n2,5;2.345\n");
+    EXPECT_EQ(points->table.GetFloatValue(2, 2), 1234.0);
+    EXPECT_EQ(points->At(2, 2), "1.234");
     const auto swiss = Read("a;b\n1'234.50;x\n12.25;y\n");
     EXPECT_EQ(swiss->table.GetFloatValue(1, 2), 1234.5);
 }

@@ -41,13 +41,18 @@ protected:
         ASSERT_TRUE(file.Commit());
     }
 
-    void ExpectSameOnAllWays(const std::string& name) {
+    void ExpectSameCsv(const std::string& name) {
         const std::string convert = ProgramPath() + " convert --quiet --limit none " + name;
         ASSERT_EQ(Shell(convert + " -o streamed.csv").status, 0);
         ASSERT_EQ(Shell(convert + " -o - >piped.csv").status, 0);
         WriteHeld(folder.Path(name));
         EXPECT_EQ(Shell("cmp streamed.csv held.csv && cmp piped.csv held.csv").status, 0);
         EXPECT_GT(std::filesystem::file_size(folder.Path("streamed.csv")), 1'000'000U);
+    }
+
+    void ExpectSameOnAllWays(const std::string& name) {
+        ExpectSameCsv(name);
+        const std::string convert = ProgramPath() + " convert --quiet --limit none " + name;
         for (const bool objects : {false, true}) {
             const std::string lines = convert + (objects ? " --objects" : "") + " --to jsonl";
             ASSERT_EQ(Shell(lines + " -o streamed.jsonl").status, 0);
@@ -91,6 +96,53 @@ TEST_F(StreamingTest, ALongTextIsTheSame) {
              "for i in range(300000): f.write(b\"n%d,%d.50,%d\\n\" % (i, i, i % 7))\n");
     ExpectSameOnAllWays("long.csv");
     EXPECT_EQ(Shell("cmp streamed.csv long.csv").status, 0);
+}
+
+// Rows go out as text where that is what they would become as cells: quoted or not, short, empty, remarks,
+// with what parts the output's fields in them.
+TEST_F(StreamingTest, RowsOfAllKindsAreTheSame) {
+    struct Case {
+        const char* name;
+        std::string delimiter;
+        int quoteEvery;
+        const char* lineEnd;
+        bool hasZones;
+    };
+    for (const Case& one :
+         {Case{"semicolons.txt", ";", 1000, "\n", true}, Case{"commas.csv", ",", 3, "\r\n", false},
+          Case{"tabs.txt", "\t", 100'000, "\n", false}, Case{"blanks.txt", " ", 5, "\n", false},
+          Case{"after.csv", ", ", 50, "\n", true}, Case{"returns.txt", ";", 1000, "\r", false},
+          Case{"bars.txt", "|", 1'000'000, "\r\n", false}}) {
+        const std::string& part = one.delimiter;
+        std::string text = "a" + part + "b" + part + "when" + part + "name" + part + "n" + one.lineEnd;
+        for (int i = 0; i < 120'000; ++i) {
+            const bool isQuoted = i % one.quoteEvery == 0;
+            const bool hasZone = one.hasZones && i % 7 == 0;
+            text += std::to_string(i) + part + std::to_string(i % 97) + ".50" + part + "2024-01-01T00:00:0" +
+                    std::to_string(i % 10) + (hasZone ? "Z" : "") + part +
+                    (isQuoted         ? "\"a " + part + "\"\"b\"\",\tc\""
+                     : part == " "    ? "word"
+                     : part[0] == ',' ? "x;y"
+                                      : "x,y") +
+                    part + (i % 11 == 0 ? "-5" : std::to_string(i)) + one.lineEnd;
+            if (i % 10'007 == 10'006) {
+                text += i % 2 == 0 ? "# a remark" : "1" + part + "2";
+                text += one.lineEnd;
+                text += i % 3 == 0 ? one.lineEnd : "";
+            }
+        }
+        folder.Write(one.name, text);
+        ExpectSameCsv(one.name);
+        const CommandOutcome told = Shell(ProgramPath() + " convert " + one.name + " -o x.csv");
+        EXPECT_EQ(told.err.find("17,143 times with a zone became UTC (first: line 2)") !=
+                      std::string::npos,
+                  one.hasZones)
+            << told.err;
+        // Nothing of a text is made harmless as it stands.
+        ASSERT_EQ(Shell(ProgramPath() + " convert --quiet --safe-cells " + one.name + " -o safe.csv").status,
+                  0);
+        EXPECT_EQ(Shell("wc -l <safe.csv").out, Shell("wc -l <x.csv").out);
+    }
 }
 
 TEST_F(StreamingTest, ALateWiderRowWidensAll) {
