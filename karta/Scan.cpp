@@ -244,6 +244,10 @@ private:
         std::uint64_t keptBytes = 0;
         for (std::size_t file = 0; file < files.size(); ++file) {
             Outcome outcome = looking->Take();
+            if (const Error* const error = std::get_if<Error>(&outcome);
+                error != nullptr && error->GetCode() == ErrorCode::Stopped) {
+                throw *error;
+            }
             const Table* const table = std::get_if<Table>(&outcome);
             if (table != nullptr) {
                 look(*table);
