@@ -11,7 +11,15 @@ namespace {
 
 constexpr std::size_t LargestBlockSize = std::size_t{1} << 20;
 
+// Powers of two: a small table has few texts, and more than the most would crowd the processor's cache.
+constexpr std::size_t FewestRecents = 64;
+constexpr std::size_t RecentsGrowth = 8;
+constexpr std::size_t MostRecents = 32768;
+
 }  // namespace
+
+// An entry like all others: a length.
+const std::uint32_t CellStore::EmptyText = 0;
 
 char* CellStore::Take(std::size_t size) {
     if (size > remaining) {
@@ -29,15 +37,50 @@ char* CellStore::Take(std::size_t size) {
 }
 
 std::uint64_t CellStore::AddText(std::string_view text) {
+    if (text.empty()) {
+        return GetEmptyWord();
+    }
+    if (!AreTextsComingAgain()) {
+        return Keep(text);
+    }
+    const std::uint64_t* const known = recents.Find(text.data());
+    if (known != nullptr && GetText(*known) == text) {
+        ++hits;
+        return *known;
+    }
+    const std::uint64_t word = Keep(text);
+    recents.Put(text.data(), word);
+    return word;
+}
+
+// Whether it is worth looking for a text among those that came before; not where few did.
+bool CellStore::AreTextsComingAgain() {
+    constexpr std::size_t TrialSize = std::size_t{1} << 16;
+    constexpr std::size_t LeastShare = 16;
+    if (!areComingAgain) {
+        return false;
+    }
+    if (++lookups % TrialSize == 0) {
+        areComingAgain = hits > TrialSize / LeastShare;
+        hits = 0;
+    }
+    const std::size_t size = recents.GetSize();
+    if (size < MostRecents && lookups > 4 * size) {
+        const std::size_t wider = size == 0 ? FewestRecents : RecentsGrowth * size;
+        Charge(RecentTexts::GetBytes(wider - size));
+        recents.Resize(wider);
+    }
+    return true;
+}
+
+std::uint64_t CellStore::Keep(std::string_view text) {
     if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
         throw std::length_error("a text of more than 4 GiB");
     }
     const auto length = static_cast<std::uint32_t>(text.size());
     char* const entry = Take(sizeof length + text.size());
     std::memcpy(entry, &length, sizeof length);
-    if (!text.empty()) {
-        std::memcpy(entry + sizeof length, text.data(), text.size());
-    }
+    std::memcpy(entry + sizeof length, text.data(), text.size());
     return reinterpret_cast<std::uintptr_t>(entry);
 }
 

@@ -8,6 +8,7 @@
 #include "base/Budget.h"
 #include "base/ReadContext.h"
 #include "base/TableBlock.h"
+#include "karta/internal/RecentTexts.h"
 
 namespace karta {
 
@@ -35,8 +36,13 @@ public:
         }
     }
 
-    /** Keeps a text; the word stands for it. */
+    /**
+     * Keeps a text; the word stands for it. All empty texts have the same one, and as a rule have texts that
+     * come from the same place again and again, as those of a list do that many cells refer to.
+     */
     std::uint64_t AddText(std::string_view text);
+    /** Tells without a look at the text. */
+    static bool IsEmptyText(std::uint64_t word) { return word == 0 || word == GetEmptyWord(); }
     static std::string_view GetText(std::uint64_t word) {
         const char* const entry = reinterpret_cast<const char*>(word);
         if (entry == nullptr) {
@@ -52,10 +58,19 @@ public:
 
 private:
     static constexpr int PlacesBetweenLooks = 1 << 16;
+    static const std::uint32_t EmptyText;
+
+    static std::uint64_t GetEmptyWord() { return reinterpret_cast<std::uintptr_t>(&EmptyText); }
+    bool AreTextsComingAgain();
+    std::uint64_t Keep(std::string_view text);
 
     char* Take(std::size_t size);
 
     ReadContext& context;
+    RecentTexts recents;  // the words of texts that came from an address
+    bool areComingAgain = true;
+    std::size_t lookups = 0;
+    std::size_t hits = 0;  // among the last lookups
     std::vector<TableBlock<char>> blocks;
     char* next = nullptr;
     std::size_t remaining = 0;

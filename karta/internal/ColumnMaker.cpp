@@ -101,6 +101,17 @@ void TurnWhole(const CellStore& store, CellVector& cells, int first, int end) {
     }
 }
 
+std::int64_t CountEmptyTexts(const CellStore& store, const Stretch& stretch, int first, int end) {
+    const std::uint64_t* const words = stretch.values.As<std::uint64_t>();
+    std::int64_t count = 0;
+    store.InSteps(first, end, [&](int from, int to) {
+        for (int place = from; place < to; ++place) {
+            count += CellStore::IsEmptyText(words[place - stretch.first]) && stretch.IsThere(place) ? 1 : 0;
+        }
+    });
+    return count;
+}
+
 /** What the numbers of a column are. */
 struct NumberFacts {
     bool areWhole = true;  // also as 64-bit numbers, without loss
@@ -153,11 +164,12 @@ KindCounts CountKinds(const CellStore& store, const CellVector& cells, int first
         if (from >= to) {
             continue;
         }
-        const bool isText = stretch.kind == CellKind::Text;
-        if (stretch.kind != CellKind::Mixed && !isText) {
+        if (stretch.kind != CellKind::Mixed) {
             counts[stretch.kind] += stretch.hasMissing ? CountBits(stretch.bits.As<std::uint8_t>(),
                                                                    from - stretch.first, to - from)
                                                        : to - from;
+            counts.emptyTexts +=
+                stretch.kind == CellKind::Text ? CountEmptyTexts(store, stretch, from, to) : 0;
             continue;
         }
         store.InSteps(from, to, [&](int begin, int stop) {
@@ -165,7 +177,8 @@ KindCounts CountKinds(const CellStore& store, const CellVector& cells, int first
                 const Cell cell = stretch.Get(place);
                 if (cell.kind != CellKind::Missing) {
                     ++counts[cell.kind];
-                    counts.emptyTexts += cell.kind == CellKind::Text && cell.GetText().empty() ? 1 : 0;
+                    counts.emptyTexts +=
+                        cell.kind == CellKind::Text && CellStore::IsEmptyText(cell.content) ? 1 : 0;
                 }
             }
         });

@@ -12,10 +12,21 @@ constexpr std::size_t FewestSlots = 256;
 
 }  // namespace
 
+// Where the same text is given again and again, its characters needn't be looked at.
 std::int32_t TextIndex::Find(std::string_view text) {
     if (2 * texts.size() >= slots.size()) {
         Grow();
     }
+    const std::uint64_t* const known = recents.Find(text.data());
+    if (known != nullptr && text.data() != nullptr && texts[*known].size() == text.size()) {
+        return static_cast<std::int32_t>(*known);
+    }
+    const std::int32_t place = FindByHash(text);
+    recents.Put(text.data(), static_cast<std::uint64_t>(place));
+    return place;
+}
+
+std::int32_t TextIndex::FindByHash(std::string_view text) {
     const std::size_t mask = slots.size() - 1;
     const auto hash = static_cast<std::uint32_t>(std::hash<std::string_view>{}(text));
     for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
@@ -45,6 +56,7 @@ void TextIndex::Grow() {
         wider[at] = slot;
     }
     slots = std::move(wider);
+    recents.Resize(slots.size());
 }
 
 }  // namespace karta

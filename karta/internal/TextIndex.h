@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "karta/internal/RecentTexts.h"
+
 namespace karta {
 
 /** Distinct texts and their places, in the order in which they came: one flat table, no allocation a text. */
@@ -21,10 +23,12 @@ private:
         std::uint32_t hash = 0;
     };
 
+    std::int32_t FindByHash(std::string_view text);
     void Grow();
 
     std::vector<std::string_view> texts;
     std::vector<Slot> slots;  // a power of two of them, at most half of them taken
+    RecentTexts recents;      // their places; as many
 };
 
 }  // namespace karta

@@ -300,6 +300,42 @@ TEST(TableSinkTest, KeepsRepeatedTextsInADictionary) {
     EXPECT_EQ(table.GetColumn(1).GetText(999), "text of row 1000");
 }
 
+TEST(TableSinkTest, KeepsTextsApartThatComeFromOnePlace) {
+    constexpr int Rows = 200000;
+    Making making(0);
+    const std::string list[] = {"one text of a list", "another text of the list", ""};
+    std::string buffer;
+    for (int row = 1; row <= Rows; ++row) {
+        making.sink.SetText(1, row, list[row % 3]);
+        // Of one length and in one buffer, but not the same; and then again and again the same.
+        buffer = std::to_string(row < Rows / 2 ? 1000000 + row : 1000000);
+        making.sink.SetText(2, row, buffer);
+    }
+    const Table table = making.sink.Finish();
+    for (int row = 1; row <= Rows; ++row) {
+        ASSERT_EQ(table.GetColumn(0).GetText(row - 1), list[row % 3]);
+        ASSERT_EQ(table.GetColumn(1).GetText(row - 1),
+                  std::to_string(row < Rows / 2 ? 1000000 + row : 1000000));
+    }
+    ASSERT_NE(table.GetColumn(0).GetBuffers().dictionary, nullptr);
+    EXPECT_EQ(table.GetColumn(0).GetBuffers().dictionary->GetRowCount(), 3);
+}
+
+TEST(TableSinkTest, TakesTheMemoryOfAListForManyCellsThatReferToIt) {
+    Making making(0);
+    std::vector<std::string> list;
+    for (int i = 0; i < 1000; ++i) {
+        list.push_back(std::string(1000, static_cast<char>('a' + i % 26)) + std::to_string(i));
+    }
+    // A hundred times the list would be 100 MB.
+    making.context->budget.SetLimit(std::uint64_t{40} << 20);
+    for (int row = 1; row <= 100000; ++row) {
+        making.sink.SetText(1, row, list[static_cast<std::size_t>(row * 7 % 1000)]);
+    }
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetColumn(0).GetText(99999), list[0]);
+}
+
 TEST(TableSinkTest, FindsNamesAndUnitsOfAPlainGrid) {
     Making making;
     making.sink.SetText(1, 1, "Report of May");

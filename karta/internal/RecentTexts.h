@@ -1,0 +1,52 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace karta {
+
+/**
+ * What was made of the texts that came last, by the addresses where they lay: a table of a fixed size, from
+ * which older ones drop out. Whether the same text still lies there is for the caller to see.
+ */
+class RecentTexts {
+public:
+    /** Forgets all. A power of two, and at least a bucket. */
+    void Resize(std::size_t texts);
+    std::size_t GetSize() const { return buckets.size() * WaysOfBucket; }
+    static std::size_t GetBytes(std::size_t texts) { return texts * sizeof(Entry); }
+
+    /** What was put for an address, or null. */
+    const std::uint64_t* Find(const char* address) const {
+        for (const Entry& entry : buckets[PlaceOf(address)].entries) {
+            if (entry.address == address) {
+                return &entry.made;
+            }
+        }
+        return nullptr;
+    }
+    void Put(const char* address, std::uint64_t made);
+
+private:
+    // A line of the processor's cache.
+    static constexpr std::size_t WaysOfBucket = 4;
+
+    struct Entry {
+        const char* address = nullptr;
+        std::uint64_t made = 0;
+    };
+    struct alignas(64) Bucket {
+        std::array<Entry, WaysOfBucket> entries;
+    };
+
+    std::size_t PlaceOf(const char* address) const {
+        constexpr std::uint64_t Spread = 0x9e3779b97f4a7c15;
+        return ((reinterpret_cast<std::uintptr_t>(address) * Spread) >> 32U) & (buckets.size() - 1);
+    }
+
+    std::vector<Bucket> buckets;
+};
+
+}  // namespace karta
