@@ -7,33 +7,15 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <memory>
 #include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 
 #include "bench/ReadBench.h"
-#include "frame/FormatReader.h"
-#include "frame/SprFileFactory.h"
-#include "karta/internal/TableSink.h"
 #include "tests/support/CountingSink.h"
 #include "tools/Commands.h"
 #include "tools/ReadRequest.h"
-
-namespace {
-
-std::unique_ptr<FormatReader> NewFormatReader(const std::string& format) {
-    for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
-        if (format == SprFileFactory::GetInfo(i)->formatName) {
-            return std::unique_ptr<FormatReader>(
-                dynamic_cast<FormatReader*>(SprFileFactory::GetSpreadsheetFile(i)));
-        }
-    }
-    throw std::runtime_error("there is no format " + format);
-}
-
-}  // namespace
 
 // What a tool counts the instructions of, by these names.
 extern "C" {
@@ -47,16 +29,7 @@ extern "C" {
 }
 
 [[gnu::noinline]] void CountedTable(const BenchInput& input, const std::string& paths) {
-    const std::unique_ptr<FormatReader> reader = NewFormatReader(input.format);
-    const auto context = std::make_shared<karta::ReadContext>();
-    context->reading = karta::Reading::Complete;
-    reader->SetContext(context);
-    karta::TableSink sink(context);
-    reader->AddInputs(paths.c_str());
-    if (reader->Open(true, paths.c_str(), nullptr) != 0 || reader->Read(&sink) != 0) {
-        throw std::runtime_error("the file of " + input.name + " could not be read");
-    }
-    sink.Finish();
+    ReadTable(input.format, paths);
 }
 
 [[gnu::noinline]] void CountedWriting(const ReadRequest& request, const ConvertRequest& convert) {

@@ -18,6 +18,7 @@
 #include "frame/FormatReader.h"
 #include "frame/SprFileFactory.h"
 #include "frame/SpreadsheetFile.h"
+#include "karta/internal/TableSink.h"
 #include "table/TableData.h"
 #include "tests/support/CountingSink.h"
 #include "tools/Commands.h"
@@ -112,13 +113,31 @@ void ReadInput(const std::string& format, const std::string& paths, ReadSpreadSh
     const std::unique_ptr<SpreadsheetFile> reader(NewReader(format));
     ChooseReading(*reader, paths, reading);
     reader->Open(true, paths.c_str(), nullptr);
-    const int rows = reader->GetNumRows();
-    const int cols = reader->GetNumCols();
-    sink.SetDataSize(cols, rows);
+    if (reading == karta::Reading::Classic) {
+        const int rows = reader->GetNumRows();
+        const int cols = reader->GetNumCols();
+        sink.SetDataSize(cols, rows);
+    }
     if (reader->Read(&sink) != 0) {
         throw std::runtime_error("a " + format + " could not be read: " + paths.substr(0, paths.find('\n')));
     }
     reader->Close();
+}
+
+karta::Table ReadTable(const std::string& format, const std::string& paths) {
+    const std::unique_ptr<FormatReader> reader(dynamic_cast<FormatReader*>(NewReader(format)));
+    if (reader == nullptr) {
+        throw std::runtime_error("a " + format + " isn't read completely");
+    }
+    const auto context = std::make_shared<karta::ReadContext>();
+    context->reading = karta::Reading::Complete;
+    reader->SetContext(context);
+    karta::TableSink sink(context);
+    reader->AddInputs(paths.c_str());
+    if (reader->Open(true, paths.c_str(), nullptr) != 0 || reader->Read(&sink) != 0) {
+        throw std::runtime_error("a " + format + " could not be read: " + paths.substr(0, paths.find('\n')));
+    }
+    return sink.Finish();
 }
 
 void ChooseReading(SpreadsheetFile& reader, const std::string& paths, karta::Reading reading) {

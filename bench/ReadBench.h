@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/Reading.h"
+#include "karta/Table.h"
 
 class ReadSpreadSheetData;
 class SpreadsheetFile;
@@ -67,13 +68,16 @@ Number Scaled(Number size) {
     return std::max(Number{1}, static_cast<Number>(static_cast<double>(size) * BenchScale()));
 }
 
-/** Reads an input through the whole road, as it is read by itself or by `--through-driver`; the paths in
- * lines. */
+/** Reads an input as hosts do: classically the size is asked for first, completely the cells tell it; the
+ * paths in lines. */
 void ReadInput(const std::string& format, const std::string& paths, ReadSpreadSheetData& sink,
                karta::Reading reading);
 
+/** Reads an input completely into a table in columns; the paths in lines. */
+karta::Table ReadTable(const std::string& format, const std::string& paths);
+
 /** How long a benchmark reads at least, in seconds; its fastest read counts. */
-constexpr double MinSeconds = 2.0;
+constexpr double MinSeconds = 1.0;
 
 /** Before the reader's Open; the classic reading is what a reader does by itself. */
 void ChooseReading(SpreadsheetFile& reader, const std::string& paths, karta::Reading reading);

@@ -12,9 +12,7 @@
 #include <vector>
 
 #include "bench/ReadBench.h"
-#include "frame/FormatReader.h"
-#include "frame/SprFileFactory.h"
-#include "karta/internal/TableSink.h"
+#include "karta/Table.h"
 
 namespace {
 
@@ -40,29 +38,16 @@ const TableBench Benches[] = {
     {"andi_large", "NetCDF Files", "large.cdf", 1.2, true},
     {"mva_1000_variables", "NetCDF Files", "table.nc", 0},
     {"csv_10_columns", "CSV File", "narrow.csv", 0},
+    {"excel2007_xlsx", "Excel2007 File", "million.xlsx", 0},
+    {"excel2007_xlsb", "Excel2007 File", "million.xlsb", 0},
+    {"excel_65536_rows_40_columns", "Excel File", "numbers.xls", 0.7},
+    {"lotus_256_columns", "Lotus 1-2-3 File", "sheet.wk1", 0},
+    {"dif_10_columns", "DIF File", "table.dif", 0},
+    {"jcamp_difdup", "JCAMP-DX File", "difdup.dx", 3.5},
+    {"jcamp_affn", "JCAMP-DX File", "affn.dx", 1.2},
     {"text_10_columns", "Text File", "narrow.txt", 0},
     {"text_2000_columns", "Text File", "wide.txt", 0},
 };
-
-karta::Table ReadTable(const TableBench& bench, const std::string& path) {
-    for (int i = 1; i <= SprFileFactory::SizeInfos(); ++i) {
-        if (std::string_view(bench.format) != SprFileFactory::GetInfo(i)->formatName) {
-            continue;
-        }
-        const std::unique_ptr<FormatReader> reader(
-            dynamic_cast<FormatReader*>(SprFileFactory::GetSpreadsheetFile(i)));
-        const auto context = std::make_shared<karta::ReadContext>();
-        context->reading = karta::Reading::Complete;
-        reader->SetContext(context);
-        karta::TableSink sink(context);
-        reader->AddInputs(path.c_str());
-        if (reader->Open(true, path.c_str(), nullptr) != 0 || reader->Read(&sink) != 0) {
-            break;
-        }
-        return sink.Finish();
-    }
-    throw std::runtime_error("the file of " + std::string(bench.name) + " could not be read");
-}
 
 double SecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -111,7 +96,7 @@ void Measure(benchmark::State& state, const TableBench& bench) {
     double size = 0;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
-        const karta::Table table = ReadTable(bench, path);
+        const karta::Table table = ReadTable(bench.format, path);
         best = std::min(best, SecondsSince(start));
         size = SizeOf(table);
     }
@@ -123,7 +108,7 @@ void Measure(benchmark::State& state, const TableBench& bench) {
     if (bench.target > 0) {
         state.counters["M_target"] = bench.target;
     }
-    state.counters["peak_MB"] = PeakMemoryOf([&] { ReadTable(bench, path); }) / 1e6;
+    state.counters["peak_MB"] = PeakMemoryOf([&] { ReadTable(bench.format, path); }) / 1e6;
     state.counters["values_MB"] = size / 1e6;
     state.counters["file_MB"] = bytes / 1e6;
 }

@@ -72,6 +72,16 @@ def polars_xlsx():
     return lambda path: count_of_frame(polars.read_excel(path, has_header=False))
 
 
+def arrow_of_fastexcel():
+    import fastexcel
+
+    def read(path):
+        batch = fastexcel.read_excel(path).load_sheet(0, header_row=None).to_arrow()
+        return batch.num_rows * batch.num_columns
+
+    return read
+
+
 def count_of_frame(frame):
     return frame.height * frame.width
 
@@ -186,6 +196,12 @@ def spectra_of_brukeropusreader():
     return read
 
 
+def spectra_of_brukeropus():
+    import brukeropus
+
+    return lambda path: len(brukeropus.read_opus(path).a.y)
+
+
 def signals_of_rainbow():
     from rainbow.agilent import chemstation
 
@@ -219,6 +235,8 @@ PACKAGES = {
     "netCDF4": ("netCDF4", variables_of_netcdf4),
     "spc-io": ("spc-io", spectra_of_spc_io),
     "jcamp": ("jcamp", blocks_of_jcamp),
+    "fastexcel": ("fastexcel", arrow_of_fastexcel),
+    "brukeropus": ("brukeropus", spectra_of_brukeropus),
     "brukeropusreader": ("brukeropusreader", spectra_of_brukeropusreader),
     "rainbow-api": ("rainbow-api", signals_of_rainbow),
 }
