@@ -11,7 +11,7 @@ karta_format(text/PlanoFile CASES plano)
 karta_format(text/ThermoSIEVEFile text/ThermoMirroredReadSpreadSheetData CASES sieve)
 karta_format(spreadsheet/NumberFormats spreadsheet/CellErrors spreadsheet/SheetChoice) # what the readers of workbooks share
 karta_format(spreadsheet/ExcelFile spreadsheet/BaseStream spreadsheet/BiffCell spreadsheet/BiffRules spreadsheet/BiffText spreadsheet/ExcelSharedStrings
-             spreadsheet/ExcelStgStream CASES excel)
+             spreadsheet/ExcelStgStream spreadsheet/RecordBytes CASES excel)
 karta_format(spreadsheet/Excel2007File spreadsheet/BinaryBook spreadsheet/Book spreadsheet/IsoTime
              spreadsheet/RecordStream spreadsheet/SharedStrings spreadsheet/SharedStringsPart
              spreadsheet/SheetList spreadsheet/SheetPart spreadsheet/WorkbookCells spreadsheet/WorkbookPackage

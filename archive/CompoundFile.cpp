@@ -311,3 +311,14 @@ bool CompoundStream::Read(char* buffer, std::size_t count) {
     }
     return true;
 }
+
+std::string_view CompoundStream::GetAhead() const {
+    if (position >= chain.size) {
+        return {};
+    }
+    const CompoundFile::Run& here = chain.runs[run];
+    const std::uint64_t offsetInRun = position - here.streamOffset;
+    const std::uint64_t inRun = std::min(here.size - offsetInRun, chain.size - position);
+    const auto* const bytes = reinterpret_cast<const char*>(file->file.GetBytes().data());
+    return {bytes + here.fileOffset + offsetInRun, static_cast<std::size_t>(inRun)};
+}

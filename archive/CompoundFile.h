@@ -101,6 +101,8 @@ public:
     bool Seek(std::uint64_t offset);
     /** The next `count` bytes, or false when fewer are left or some of them are missing in the file. */
     bool Read(char* buffer, std::size_t count);
+    /** The bytes behind the position that lie in one piece of the file; none at the end. */
+    std::string_view GetAhead() const;
 
 private:
     friend class CompoundFile;

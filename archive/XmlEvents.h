@@ -49,4 +49,15 @@ public:
     virtual void Characters(std::string_view text) = 0;
     /** A comment, a processing instruction, the beginning or the end of a CDATA section. */
     virtual void Interrupt() {}
+    /**
+     * An element without attributes that holds nothing but one text, all at once: the same as its beginning,
+     * its text, unless that is empty, and its end.
+     */
+    virtual void TextElement(const XmlElement& element, std::string_view text) {
+        StartElement(element);
+        if (!text.empty()) {
+            Characters(text);
+        }
+        EndElement();
+    }
 };

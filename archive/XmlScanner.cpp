@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <ios>
 
@@ -76,8 +77,10 @@ const char* SkipPlainText(const char* from, const char* end) {
         const std::uint64_t isBlank = ~(others(word, '\t') & others(word, '\n'));
         const std::uint64_t isPlain =
             others(word, '<') & others(word, '&') & others(word, ']') & ~word & (isPrintable | isBlank);
-        if ((~isPlain & ~LowBits) != 0) {
-            return from;
+        const std::uint64_t isOther = ~isPlain & ~LowBits;
+        if (isOther != 0) {
+            // Nothing is carried from byte to byte, so that each bit tells of its own.
+            return std::endian::native == std::endian::little ? from + std::countr_zero(isOther) / 8 : from;
         }
         from += 8;
     }
@@ -467,6 +470,16 @@ XmlScanner::Step XmlScanner::ScanStartTag() {
             return step;
         }
     }
+    if (attributes.empty() && !isEmpty && hasRoot) {
+        const char* const text = from + 1;
+        if (const char* const end = FindPlainEnd(name, text)) {
+            next = end + 2 + element.name.size() + 1;
+            progress.tags += 2;
+            progress.bytes = 0;
+            events->TextElement(element, {text, static_cast<std::size_t>(end - text)});
+            return Step::Done;
+        }
+    }
     element.attributes = attributes;
     hasRoot = true;
     open.push_back(outside);
@@ -481,9 +494,23 @@ XmlScanner::Step XmlScanner::ScanStartTag() {
     return Step::Done;
 }
 
+// Where the end tag of an element begins that holds nothing but characters to hand out as they are, all of it
+// in the buffer; else null. Of the elements of large documents that are most.
+const char* XmlScanner::FindPlainEnd(const Name& name, const char* text) const {
+    const char* end = SkipPlainText(text, limit);
+    while (Is(*end, PlainText)) {
+        ++end;
+    }
+    const auto size = static_cast<std::size_t>(name.end - name.begin);
+    const bool isEnd = static_cast<std::size_t>(limit - end) > size + 2 && end[0] == '<' && end[1] == '/' &&
+                       end[size + 2] == '>' && AreEqual({end + 2, size}, name.Whole());
+    return isEnd ? end : nullptr;
+}
+
 // Up to the '>' or '/' of the tag.
 XmlScanner::Step XmlScanner::ScanAttributes(const char*& from) {
     resolved.clear();
+    hasSpecialName = false;
     while (true) {
         const char* const behind = from;
         from = SkipSpace(from);
@@ -506,6 +533,7 @@ XmlScanner::Step XmlScanner::ScanAttributes(const char*& from) {
         if (attributes.size() == MostAttributes) {
             return Step::Stuck;
         }
+        hasSpecialName = hasSpecialName || name.local != name.begin || *name.begin == 'x';
         XmlAttribute& attribute = attributes.emplace_back();
         attribute.name = name.Whole();
         attribute.localName = byNamespace ? name.Local() : std::string_view();
@@ -592,16 +620,17 @@ XmlScanner::Step XmlScanner::ScanValueSlowly(const char*& from, char quote, std:
 
 XmlScanner::Step XmlScanner::ResolveNames(XmlElement& element, const Name& name) {
     element.localName = name.Local();
-    if (!attributes.empty()) {
+    if (!attributes.empty() && hasSpecialName) {
         // Declarations hold for the tag in which they stand, too.
         if (!TakeDeclarations()) {
             return Step::Stuck;
         }
         for (XmlAttribute& attribute : attributes) {
-            const std::size_t colon = attribute.name.find(':');
-            attribute.localName = attribute.name.substr(colon + 1);
-            if (colon != std::string_view::npos && !FindUri(attribute.name.substr(0, colon), attribute.uri)) {
-                return Step::Stuck;
+            if (IsPrefixed(attribute)) {
+                const std::size_t colon = attribute.name.size() - attribute.localName.size() - 1;
+                if (!FindUri(attribute.name.substr(0, colon), attribute.uri)) {
+                    return Step::Stuck;
+                }
             }
         }
     }

@@ -80,6 +80,7 @@ private:
     Step ScanReference(const char*& from, std::string& text) const;
     Step ScanMarkup();
     Step ScanStartTag();
+    const char* FindPlainEnd(const Name& name, const char* text) const;
     Step ScanEndTag();
     Step ScanDocType();
     Step ScanComment();
@@ -120,5 +121,6 @@ private:
     std::unordered_set<std::string> uris;
 
     std::vector<XmlAttribute> attributes;
-    std::string resolved;  // values of the present tag that aren't in the buffer as they are
+    bool hasSpecialName = false;  // one of them has a prefix, or may be a declaration
+    std::string resolved;         // values of the present tag that aren't in the buffer as they are
 };

@@ -118,10 +118,18 @@ std::string ToUtf8(std::u16string_view units) {
 }
 
 std::string Utf16ToUtf8(std::span<const std::uint8_t> bytes) {
-    std::string text;
-    text.reserve(bytes.size() / 2);
-    AppendUnits(text, bytes.size() / 2,
-                [&](std::size_t i) { return static_cast<char32_t>(bytes[2 * i] | bytes[2 * i + 1] << 8); });
+    const std::size_t count = bytes.size() / 2;
+    const auto unitAt = [&](std::size_t i) {
+        return static_cast<char32_t>(bytes[2 * i] | bytes[2 * i + 1] << 8);
+    };
+    // Nearly all text is ASCII.
+    std::string text(count, '\0');
+    std::size_t ascii = 0;
+    for (; ascii < count && unitAt(ascii) < 0x80; ++ascii) {
+        text[ascii] = static_cast<char>(unitAt(ascii));
+    }
+    text.resize(ascii);
+    AppendUnits(text, count - ascii, [&](std::size_t i) { return unitAt(ascii + i); });
     return text;
 }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "base/Ascii.h"
 #include "base/NumberParser.h"
 
 namespace {
@@ -29,7 +30,27 @@ private:
 
 }  // namespace
 
+// A text of nothing but so few digits that every number of them is an int, as nearly all are.
+static bool TakeDigits(std::string_view text, int& value) {
+    constexpr std::size_t MostDigits = std::numeric_limits<int>::digits10;
+    if (text.empty() || text.size() > MostDigits) {
+        return false;
+    }
+    int number = 0;
+    for (const char digit : text) {
+        if (!IsDigit(digit)) {
+            return false;
+        }
+        number = number * 10 + (digit - '0');
+    }
+    value = number;
+    return true;
+}
+
 bool NvString::ToInt(std::string_view text, int& value) {
+    if (TakeDigits(text, value)) {
+        return true;
+    }
     text = TrimSpace(text);
     const bool whole = !text.empty() && ParseInt(text, value) == text.size();
     // At the ends of the range the parser may have held back a larger number; few digits rule that out.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fstream>
+#include <string_view>
 
 /**
  * The bytes that a workbook's records are read from: here a plain file. The base is the standard file
@@ -21,6 +22,9 @@ public:
     virtual int Tell();
     /** 0 is good. */
     virtual int GetStatus();
+    /** Bytes from the current position on that lie in memory, for as long as the stream is open; none, where
+     * they don't. */
+    virtual std::string_view GetAhead() { return {}; }
 
 protected:
     /** Without a file: for streams of other bytes. */

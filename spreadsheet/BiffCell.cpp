@@ -64,18 +64,17 @@ BiffCell BiffCellDecoder::ReadHead(int id, const char* data) const {
 }
 
 std::span<const BiffCell> BiffCellDecoder::Decode(int id, const char* data, int length) {
-    cells.clear();
     switch (id) {
         case Id::IntegerOfBiff2:
         case Id::NumberOfBiff2:
         case Id::Number:
         case Id::Rk:
         case Id::LabelSst:
-            DecodeNumbers(id, data, length);
+            DecodeNumber(id, data);
             break;
         case Id::MulRk:
             DecodeMulRk(data, length);
-            break;
+            return cells;
         case Id::Formula:
         case Id::FormulaOfBiff3:
         case Id::FormulaOfBiff4:
@@ -90,17 +89,18 @@ std::span<const BiffCell> BiffCellDecoder::Decode(int id, const char* data, int 
             DecodeText(id, data, length);
             break;
         default:
-            if (isClassic ? (id & 0xFF) == Id::RString : id == Id::RString) {
-                DecodeText(id, data, length);
+            if (isClassic ? (id & 0xFF) != Id::RString : id != Id::RString) {
+                return {};
             }
+            DecodeText(id, data, length);
             break;
     }
-    return cells;
+    return {&cell, 1};
 }
 
 // The records of one number each, or of a shared string's.
-void BiffCellDecoder::DecodeNumbers(int id, const char* data, int /*length*/) {
-    BiffCell cell = ReadHead(id, data);
+void BiffCellDecoder::DecodeNumber(int id, const char* data) {
+    cell = ReadHead(id, data);
     switch (id) {
         case Id::IntegerOfBiff2:
             cell.number = BiffU16(data, ValueOffset + 1);
@@ -113,19 +113,19 @@ void BiffCellDecoder::DecodeNumbers(int id, const char* data, int /*length*/) {
             cell.code = BiffI32(data, ValueOffset);
             break;
         default:
-            cell.number = BiffDouble(data, ValueOffset + ShiftOf(id));
+            cell.number = BiffDouble(data, ValueOffset + (cell.isOfBiff2 ? 1 : 0));
             break;
     }
-    cells.push_back(cell);
 }
 
 // Several RK numbers in neighbouring columns, each with its own format, and at the end the last column.
 void BiffCellDecoder::DecodeMulRk(const char* data, int length) {
+    cells.clear();
     const int end = length - LastColumnSize;
     if (end < RkGroupsOffset) {
         return;
     }
-    BiffCell cell = ReadHead(Id::MulRk, data);
+    cell = ReadHead(Id::MulRk, data);
     cell.lastCol = BiffU16(data, end);
     for (int offset = RkGroupsOffset; offset + RkGroupSize <= end; offset += RkGroupSize) {
         cell.xf = BiffU16(data, offset);
@@ -139,7 +139,7 @@ void BiffCellDecoder::DecodeMulRk(const char* data, int length) {
 // The stored result: a number, or a mark in its place that says what else it is.
 void BiffCellDecoder::DecodeFormula(int id, const char* data) {
     const int result = ValueOffset + ShiftOf(id);
-    BiffCell cell = ReadHead(id, data);
+    cell = ReadHead(id, data);
     cell.isFormula = true;
     if (BiffU16(data, result + 6) != NoNumber) {
         cell.number = BiffDouble(data, result);
@@ -160,25 +160,22 @@ void BiffCellDecoder::DecodeFormula(int id, const char* data) {
                 break;
         }
     }
-    cells.push_back(cell);
 }
 
 void BiffCellDecoder::DecodeBoolErr(int id, const char* data) {
     const int value = ValueOffset + ShiftOf(id);
-    BiffCell cell = ReadHead(id, data);
+    cell = ReadHead(id, data);
     cell.kind = ByteAt(data, value + 1) == 0 ? BiffCell::Kind::Bool : BiffCell::Kind::Error;
     cell.code = static_cast<int>(ByteAt(data, value));
-    cells.push_back(cell);
 }
 
 // The text begins at one place in all versions: BIFF2's count is a byte less and its attributes one more.
 void BiffCellDecoder::DecodeText(int id, const char* data, int length) {
-    BiffCell cell = ReadHead(id, data);
+    cell = ReadHead(id, data);
     cell.kind = BiffCell::Kind::Text;
     const bool hasByteCount = ShiftOf(id) != 0 && (id & 0xFF) != Id::RString;
     cell.count = hasByteCount ? static_cast<int>(ByteAt(data, TextOffset - 1)) : BiffU16(data, ValueOffset);
     if (length > TextOffset) {
         cell.bytes = {data + TextOffset, static_cast<std::size_t>(length - TextOffset)};
     }
-    cells.push_back(cell);
 }

@@ -67,7 +67,7 @@ public:
 
 private:
     BiffCell ReadHead(int id, const char* data) const;
-    void DecodeNumbers(int id, const char* data, int length);
+    void DecodeNumber(int id, const char* data);
     void DecodeMulRk(const char* data, int length);
     void DecodeFormula(int id, const char* data);
     void DecodeBoolErr(int id, const char* data);
@@ -76,7 +76,8 @@ private:
 
     bool isBiff2 = false;
     bool isClassic = false;
-    std::vector<BiffCell> cells;
+    BiffCell cell;                // of a record of one
+    std::vector<BiffCell> cells;  // of a record of several
 };
 
 /** Little-endian fields of a record's data. */

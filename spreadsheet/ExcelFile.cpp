@@ -172,7 +172,7 @@ ExcelFile::ExcelFile() = default;
 ExcelFile::~ExcelFile() = default;
 
 void ExcelFile::Close() {
-    stream.reset();
+    stream = {};
     optionsBuffer = {};
     FormatReader::Close();
 }
@@ -215,7 +215,7 @@ int ExcelFile::LabelCount() const {
 // The classic reading believes what a sheet declares, the complete one looks. False, with a status, where a
 // sheet can't be read.
 bool ExcelFile::MeasureChosenSheets() {
-    if (!IsComplete() || stream == nullptr) {
+    if (!IsComplete() || !stream.IsOpen()) {
         return true;
     }
     CompleteBiffCells cells(nullptr, tables);
@@ -316,12 +316,12 @@ void ExcelFile::Reset(const char* fileName) {
 
 void ExcelFile::OpenStream(const char* fileName) {
     if (CompoundFile::IsCompoundFile(fileName)) {
-        stream = std::make_unique<ExcelStgStream>(
-            fileName, IsComplete() ? ExcelStgStream::Naming::AnyCase : ExcelStgStream::Naming::Exact);
+        stream = RecordBytes(std::make_unique<ExcelStgStream>(
+            fileName, IsComplete() ? ExcelStgStream::Naming::AnyCase : ExcelStgStream::Naming::Exact));
     } else {
-        stream = std::make_unique<BaseStream>(fileName, std::ios_base::in);
+        stream = RecordBytes(std::make_unique<BaseStream>(fileName, std::ios_base::in));
     }
-    const int streamStatus = stream->GetStatus();
+    const int streamStatus = stream.GetStatus();
     if (streamStatus != 0) {
         status = streamStatus == ExcelStgStream::StatusNoStream ? StatusNoExcelStream : StatusOpenFailed;
         if (IsComplete() && status == StatusNoExcelStream && HoldsEncryptedPackage(fileName)) {
@@ -330,9 +330,9 @@ void ExcelFile::OpenStream(const char* fileName) {
         return;
     }
     if (IsComplete()) {
-        stream->Seek(0, 2);
-        streamSize = stream->Tell();
-        stream->Seek(0, 0);
+        stream.Seek(0, 2);
+        streamSize = stream.Tell();
+        stream.Seek(0, 0);
     }
 }
 
@@ -379,7 +379,7 @@ void ExcelFile::OpenSingleSheet(NvImportOpenOptions* options) {
                 return;
             }
         }
-        if (stream->GetStatus() != 0) {
+        if (stream.GetStatus() != 0) {
             OpenStream(path.c_str());
         }
         GetSheet(options);
@@ -398,8 +398,7 @@ void ExcelFile::OpenSingleSheet(NvImportOpenOptions* options) {
 // at its end reads as zeros.
 bool ExcelFile::ReadBiffRecord(BIFFRecord& target) {
     char header[HeaderSize];
-    stream->Read(header, HeaderSize);
-    if (stream->GetStatus() != 0) {
+    if (!stream.Read(header, HeaderSize)) {
         return false;
     }
     const std::int16_t length = I2Shuffle(header, 2);
@@ -412,9 +411,8 @@ bool ExcelFile::ReadBiffRecord(BIFFRecord& target) {
     }
     target.id = uI2Shuffle(header, 0);
     target.length = length;
-    stream->Read(target.data, length);
     bytesRead += HeaderSize + length;
-    return stream->GetStatus() == 0;
+    return stream.Read(target.data, static_cast<std::size_t>(length));
 }
 
 // The same for the walks of Open, which offsets in the file could lead in circles.
@@ -429,8 +427,8 @@ bool ExcelFile::WalkBiffRecord(BIFFRecord& target) {
 // Looks from `offset` on for the size of a sheet, which it leaves in numCols and numRows. A sheet that ends
 // before it has told its size keeps that of the sheet before.
 int ExcelFile::IsWorksheet(long offset) {
-    const int position = stream->Tell();
-    stream->Seek(offset, 0);
+    const int position = stream.Tell();
+    stream.Seek(offset, 0);
     bool isDialog = false;
     bool hasNoData = false;
     bool isRead = WalkBiffRecord(nextRecord);
@@ -449,7 +447,7 @@ int ExcelFile::IsWorksheet(long offset) {
             break;
         }
     }
-    stream->Seek(position, 0);
+    stream.Seek(position, 0);
     if (!isRead) {
         return StatusBadWorksheet;
     }
@@ -491,14 +489,14 @@ int ExcelFile::ReadWorkbookGlobals() {
 
 // Up to the EOF of the globals; false when it isn't reached.
 bool ExcelFile::WalkGlobals() {
-    stream->Seek(worksheets[0].offset, 0);
+    stream.Seek(worksheets[0].offset, 0);
     while (WalkBiffRecord(record)) {
         bool isGood = true;
         if (record.id == EofRecord) {
             return true;
         }
         if (biffHigh == HighOfBiff4 && record.id == BundlesOffsetRecord) {
-            stream->Seek(I4Shuffle(record.data, 0), 0);
+            stream.Seek(I4Shuffle(record.data, 0), 0);
         } else if (biffHigh == HighOfBiff4 && record.id == BundleHeaderRecord) {
             isGood = ReadBundleHeader();
         } else if (biffHigh == HighOfBiff5) {
@@ -528,13 +526,13 @@ bool ExcelFile::ReadBundleHeader() {
     bool isGood = true;
     if (LowByte(nextRecord.id) == BofLow) {
         const int substream = I2Shuffle(nextRecord.data, 2);
-        sheet.offset = stream->Tell();
+        sheet.offset = stream.Tell();
         sheet.type = substream == WorksheetSubstream ? 0
                      : substream == ChartSubstream   ? ChartType
                                                      : MacroType;
         isGood = TakeSheet(sheet);
     }
-    stream->Seek(std::int64_t{length} - BofSize, 1);
+    stream.Seek(std::int64_t{length} - BofSize, 1);
     return isGood;
 }
 
@@ -734,7 +732,7 @@ bool ExcelFile::ReadSharedStrings() {
     }
     if (isRead) {
         // What stands behind the strings counts too.
-        stream->Seek(-(HeaderSize + std::int64_t{record.length}), 1);
+        stream.Seek(-(HeaderSize + std::int64_t{record.length}), 1);
     }
     return isRead;
 }
@@ -767,7 +765,7 @@ bool ExcelFile::ChooseClassically(NvImportOpenOptions* options, std::vector<std:
     } else {
         GetSheetOptions(&names);
         if (status == StatusAbortedByUser) {
-            stream.reset();
+            stream = {};
             return false;
         }
         if (WantsOptions(options)) {
@@ -858,7 +856,7 @@ int ExcelFile::Read(ReadSpreadSheetData* sink) {
     if (status != StatusOk) {
         return status;
     }
-    if (selectedSheets.empty() || stream == nullptr) {
+    if (selectedSheets.empty() || !stream.IsOpen()) {
         status = StatusBadWorksheet;
         return status;
     }
@@ -890,7 +888,7 @@ int ExcelFile::ReadClassic(ReadSpreadSheetData& sink) {
 
 // False when a record couldn't be read. A sheet without EOF ends at the BOF of the next.
 bool ExcelFile::ReadClassicSheet(ClassicBiffCells& cells, const WorksheetEntry& sheet) {
-    stream->Seek(sheet.offset, 0);
+    stream.Seek(sheet.offset, 0);
     bool isHead = true;
     while (isHead) {
         if (!ReadBiffRecord(record)) {
@@ -984,11 +982,11 @@ int ExcelFile::ReadComplete(ReadSpreadSheetData& sink) {
 
 // All cells of a sheet; returns the status. Charts inside are passed over.
 int ExcelFile::WalkSheet(const WorksheetEntry& sheet, CompleteBiffCells& cells) {
-    if (stream->GetStatus() != 0) {
+    if (stream.GetStatus() != 0) {
         // A failure stays with a stream; another sheet may be whole.
         OpenStream(path.c_str());
     }
-    stream->Seek(sheet.offset, 0);
+    stream.Seek(sheet.offset, 0);
     bytesRead = 0;
     hasNextRecord = false;
     hasOwnFormats = hasOwnXfs = biffHigh == HighOfBiff5;
@@ -1140,7 +1138,7 @@ void ExcelFile::LabelSheet(ReadSpreadSheetData* sink, WorksheetEntry& sheet, int
 }
 
 std::vector<FileContents::Part> ExcelFile::ListParts() {
-    if (IsComplete() && stream != nullptr) {
+    if (IsComplete() && stream.IsOpen()) {
         MeasureAllSheets();
     }
     return ListSheetsAsParts();

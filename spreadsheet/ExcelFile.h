@@ -11,8 +11,7 @@
 #include "frame/SprFileFactory.h"
 #include "spreadsheet/BiffCell.h"
 #include "spreadsheet/BiffRules.h"
-
-class BaseStream;
+#include "spreadsheet/RecordBytes.h"
 
 /**
  * Workbooks of the record format BIFF, versions 2 to 8 ([MS-XLS] and its forerunners), as a plain file or
@@ -190,7 +189,7 @@ private:
     // A displacement: BIFF2's cell records have a byte more in front of the value.
     int isBiff2 = 0;
     bool isBiff8 = false;
-    std::unique_ptr<BaseStream> stream;
+    RecordBytes stream;
     BiffTables tables;
     BiffCellDecoder decoder;
     std::vector<BoundSheet> boundSheets;

@@ -72,3 +72,7 @@ int ExcelStgStream::Tell() {
 int ExcelStgStream::GetStatus() {
     return status;
 }
+
+std::string_view ExcelStgStream::GetAhead() {
+    return stream == nullptr || status != StatusGood ? std::string_view() : stream->GetAhead();
+}

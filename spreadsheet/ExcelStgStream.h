@@ -35,6 +35,7 @@ public:
     void Seek(long long offset, int origin) override;
     int Tell() override;
     int GetStatus() override;
+    std::string_view GetAhead() override;
 
     /** The entry, or null. */
     static const CompoundFile::Entry* FindWorkbook(const CompoundFile& file, Naming naming);

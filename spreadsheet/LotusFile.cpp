@@ -330,7 +330,7 @@ void LotusFile::MeasureOnce() {
     }
     if (IsComplete()) {
         CompleteCells cells(nullptr, codePage);
-        status = WalkCells([&cells](const Cell& cell) { cells.Take(cell); });
+        status = WalkCells(cells);
         numCols = cells.GetCols();
         numRows = cells.GetRows();
         sizeKnown = status == StatusOk;
@@ -493,7 +493,7 @@ int LotusFile::Read(ReadSpreadSheetData* sink) {
 int LotusFile::ReadComplete(ReadSpreadSheetData& sink) {
     CellOutput output(sink);
     CompleteCells cells(&output, codePage);
-    const int result = WalkCells([&cells](const Cell& cell) { cells.Take(cell); });
+    const int result = WalkCells(cells);
     if (shortCells > 0) {
         const std::string place = "byte " + std::to_string(firstShortCell);
         AddNote({"short-records", shortCells, place,
@@ -510,14 +510,15 @@ int LotusFile::ReadComplete(ReadSpreadSheetData& sink) {
 
 int LotusFile::ReadClassic(ReadSpreadSheetData& sink) {
     ClassicCells cells(sink, numCols, numRows);
-    const int result = WalkCells([&cells](const Cell& cell) { cells.Take(cell); });
+    const int result = WalkCells(cells);
     cells.AddTo(GetContext()->notes);
     return result;
 }
 
 // All cells in the order of the file, up to its last record; returns the status. The complete reading takes
 // a file that ends before it, and passes over records of later versions, where the classic one fails.
-int LotusFile::WalkCells(const CellHandler& handle) {
+template <class Cells>
+int LotusFile::WalkCells(Cells& cells) {
     cursor.Seek(0);
     shortCells = 0;
     int type = 0;
@@ -532,7 +533,7 @@ int LotusFile::WalkCells(const CellHandler& handle) {
         } else if (type == TypeEndOfFile) {
             return StatusOk;
         } else {
-            result = WalkRecord(type, length, handle);
+            result = WalkRecord(type, length, cells);
         }
         if (result == StatusUnexpectedEnd && IsComplete() && start > 0) {
             AddNote({"cut-records", 1, "byte " + std::to_string(start),
@@ -550,7 +551,8 @@ int LotusFile::WalkCells(const CellHandler& handle) {
 
 // A record behind its header; returns the status. A negative length, which the classic reading refuses, is a
 // long record's.
-int LotusFile::WalkRecord(int type, int length, const CellHandler& handle) {
+template <class Cells>
+int LotusFile::WalkRecord(int type, int length, Cells& cells) {
     const bool isShort = length < SmallestBody(type);
     if (isShort && !IsComplete()) {
         return StatusBadRecord;
@@ -567,19 +569,19 @@ int LotusFile::WalkRecord(int type, int length, const CellHandler& handle) {
     }
     switch (type) {
         case TypeInteger:
-            handle(ReadCell(Cell::Kind::Integer, body));
+            cells.Take(ReadCell(Cell::Kind::Integer, body));
             break;
         case TypeNumber:
-            handle(ReadCell(Cell::Kind::Number, body));
+            cells.Take(ReadCell(Cell::Kind::Number, body));
             break;
         case TypeLabel:
-            handle(ReadCell(Cell::Kind::Label, body));
+            cells.Take(ReadCell(Cell::Kind::Label, body));
             break;
         case TypeFormula:
-            handle(ReadCell(Cell::Kind::Formula, body));
+            cells.Take(ReadCell(Cell::Kind::Formula, body));
             break;
         case TypeString:
-            handle(ReadCell(Cell::Kind::String, body));
+            cells.Take(ReadCell(Cell::Kind::String, body));
             break;
         default:
             break;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -81,7 +80,6 @@ private:
         double number;
         std::string_view text; /**< bytes as they stand, without the label's prefix */
     };
-    using CellHandler = std::function<void(const Cell&)>;
     class CompleteCells;
     class ClassicCells;
 
@@ -91,8 +89,10 @@ private:
     bool ReadDimensions();
     bool FindLotusRecord(int type, char* buffer, std::size_t size);
     bool ReadRecordTypeAndLength(int& type, int& length);
-    int WalkCells(const CellHandler& handle);
-    int WalkRecord(int type, int length, const CellHandler& handle);
+    template <class Cells>
+    int WalkCells(Cells& cells);
+    template <class Cells>
+    int WalkRecord(int type, int length, Cells& cells);
     static Cell ReadCell(Cell::Kind kind, ByteCursor body);
     int ReadComplete(ReadSpreadSheetData& sink);
     int ReadClassic(ReadSpreadSheetData& sink);

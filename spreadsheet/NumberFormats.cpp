@@ -4,7 +4,6 @@
 
 #include "base/Ascii.h"
 #include "base/PathNames.h"
-#include "frame/CellOutput.h"
 
 namespace {
 
@@ -186,7 +185,7 @@ SerialValue ConvertSerial(double serial, NumberKind kind, DateSystem system) {
                    : SerialValue{Type::DateTime, epochDay * MicrosecondsOfDay + microseconds};
 }
 
-void PutNumber(CellOutput& output, int col, int row, double number, NumberKind kind, DateSystem system) {
+void PutDated(CellOutput& output, int col, int row, double number, NumberKind kind, DateSystem system) {
     const SerialValue serial = ConvertSerial(number, kind, system);
     switch (serial.type) {
         case SerialValue::Type::Number:

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <unordered_map>
 
-class CellOutput;
+#include "frame/CellOutput.h"
 
 /** What the numbers are that a number format shows. */
 enum class NumberKind : std::uint8_t {
@@ -63,5 +63,15 @@ struct SerialValue {
  */
 SerialValue ConvertSerial(double serial, NumberKind kind, DateSystem system);
 
+/** Hands a number out as what its format means, which is a date or a time. */
+void PutDated(CellOutput& output, int col, int row, double number, NumberKind kind, DateSystem system);
+
 /** Hands a number out as what its format means. */
-void PutNumber(CellOutput& output, int col, int row, double number, NumberKind kind, DateSystem system);
+inline void PutNumber(CellOutput& output, int col, int row, double number, NumberKind kind,
+                      DateSystem system) {
+    if (kind == NumberKind::Number) {
+        output.Number(col, row, number);
+    } else {
+        PutDated(output, col, row, number, kind, system);
+    }
+}

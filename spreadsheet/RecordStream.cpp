@@ -3,16 +3,13 @@
 #include <algorithm>
 #include <cstring>
 #include <istream>
-#include <limits>
 #include <span>
 
-#include "base/ByteCursor.h"
 #include "base/Unicode.h"
 
 namespace {
 
 constexpr int ByteEnd = std::char_traits<char>::eof();
-constexpr std::size_t StepSize = 65536;
 // A count that stands for no text at all.
 constexpr std::uint32_t NoText = 0xffffffff;
 constexpr std::size_t CountSize = 4;
@@ -41,15 +38,33 @@ bool RecordStream::Next() {
     }
 }
 
+// Reads on behind what isn't taken yet, no further than the stream has bytes at hand: what stands before a
+// damage counts. False at the end of the part.
+bool RecordStream::Fill() {
+    const auto kept = static_cast<std::size_t>(limit - next);
+    std::memmove(block.data(), next, kept);
+    next = block.data();
+    limit = next + kept;
+    std::streambuf& source = *stream.rdbuf();
+    if (source.sgetc() == ByteEnd) {
+        return false;
+    }
+    const auto atHand = std::max<std::streamsize>(source.in_avail(), 1);
+    const auto room = static_cast<std::streamsize>(block.size() - kept);
+    const std::streamsize got = source.sgetn(block.data() + kept, std::min(room, atHand));
+    limit += got;
+    return got > 0;
+}
+
 // Seven bits a byte, the top bit of each telling whether another follows; the last one's is not looked at in
 // the short form.
 bool RecordStream::ReadNumber(int mostBytes, std::uint32_t& number) {
     number = 0;
     for (int i = 0; i < mostBytes; ++i) {
-        const int byte = stream.rdbuf()->sbumpc();
-        if (byte == ByteEnd) {
+        if (next == limit && !Fill()) {
             return false;
         }
+        const auto byte = static_cast<std::uint8_t>(*next++);
         const bool isLast = i + 1 == mostBytes;
         const auto bits =
             static_cast<std::uint32_t>(isLast && form == RecordForm::Short ? byte : byte & 0x7f);
@@ -63,25 +78,30 @@ bool RecordStream::ReadNumber(int mostBytes, std::uint32_t& number) {
 
 bool RecordStream::ReadData(std::uint32_t count) {
     length = 0;
-    const std::size_t kept = std::min<std::size_t>(count, LongestKept);
-    // Memory follows the bytes that are there, not the length that is claimed.
-    while (length < kept) {
-        const std::size_t step = std::min(kept - length, StepSize);
-        if (data.size() < length + step + Room) {
-            data.resize(length + step + Room);
-        }
-        const auto got = stream.rdbuf()->sgetn(data.data() + length, static_cast<std::streamsize>(step));
-        length += static_cast<std::size_t>(got);
-        if (static_cast<std::size_t>(got) < step) {
-            break;
-        }
+    if (count > block.size() / 2) {
+        return ReadLongData(count);
     }
-    std::memset(data.data() + length, 0, Room);
-    bool isWhole = length == kept;
-    for (std::size_t left = count - kept; isWhole && left > 0; --left) {
-        isWhole = stream.rdbuf()->sbumpc() != ByteEnd;
+    while (static_cast<std::size_t>(limit - next) < count && Fill()) {
     }
-    return isWhole;
+    data = next;
+    length = std::min<std::size_t>(count, static_cast<std::size_t>(limit - next));
+    next += length;
+    return length == count;
+}
+
+// Memory follows the bytes that are there, not the length that is claimed.
+bool RecordStream::ReadLongData(std::size_t count) {
+    std::size_t left = count;
+    longData.clear();
+    while (left > 0 && (next != limit || Fill())) {
+        const std::size_t here = std::min(left, static_cast<std::size_t>(limit - next));
+        longData.insert(longData.end(), next, next + std::min(here, LongestKept - longData.size()));
+        next += here;
+        left -= here;
+    }
+    data = longData.data();
+    length = longData.size();
+    return left == 0;
 }
 
 bool RecordStream::Find(int wanted) {
@@ -103,30 +123,6 @@ bool RecordStream::IsIntact() {
     return !damaged;
 }
 
-std::uint8_t RecordStream::GetByte(std::size_t offset) const {
-    return offset < length + Room ? static_cast<std::uint8_t>(data[offset]) : 0;
-}
-
-int RecordStream::GetI2(std::size_t offset) const {
-    return static_cast<std::int16_t>(GetByte(offset) | GetByte(offset + 1) << 8);
-}
-
-std::int32_t RecordStream::GetI4(std::size_t offset) const {
-    if (offset >= length + Room - sizeof(std::int32_t)) {
-        return 0;
-    }
-    return ByteCursor({reinterpret_cast<const std::uint8_t*>(data.data()) + offset, sizeof(std::int32_t)})
-        .ReadI32();
-}
-
-double RecordStream::GetDouble(std::size_t offset) const {
-    if (offset >= length + Room - sizeof(double)) {
-        return 0.0;
-    }
-    return ByteCursor({reinterpret_cast<const std::uint8_t*>(data.data()) + offset, sizeof(double)})
-        .ReadDouble();
-}
-
 bool RecordStream::GetText(std::size_t offset, std::string& text) const {
     const auto count = static_cast<std::uint32_t>(GetI4(offset));
     const std::size_t begin = std::min(offset + CountSize, length);
@@ -140,7 +136,7 @@ bool RecordStream::GetText(std::size_t offset, std::string& text) const {
     if (offset + CountSize > length || count > (length - begin) / 2) {
         return false;
     }
-    text = Utf16ToUtf8({reinterpret_cast<const std::uint8_t*>(data.data()) + begin, std::size_t{count} * 2});
+    text = Utf16ToUtf8({reinterpret_cast<const std::uint8_t*>(data) + begin, std::size_t{count} * 2});
     return true;
 }
 
@@ -157,8 +153,8 @@ bool RecordStream::HasCutCharacters(std::size_t offset) const {
 }
 
 bool RecordStream::GetShortText(std::size_t begin, std::uint32_t count, std::string& text) const {
-    const char* const first = data.data() + begin;
-    const char* const end = data.data() + length;
+    const char* const first = data + begin;
+    const char* const end = data + length;
     if (count < static_cast<std::size_t>(std::find(first, end, '\0') - first)) {
         return false;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
@@ -19,12 +20,14 @@ enum class RecordForm {
 
 /**
  * The records of a binary part, one after the other: each an id, a length and its data. Bytes behind a
- * record's data are zeros, so that every fixed field can be read of any record.
+ * record's data count as zeros, so that every fixed field can be read of any record.
  */
 class RecordStream {
 public:
     /** The stream stays the caller's. */
     RecordStream(std::istream& partStream, RecordForm recordForm);
+    RecordStream(const RecordStream&) = delete;
+    RecordStream& operator=(const RecordStream&) = delete;
 
     /** Reads one record; false at the end of the part, within the last record too, and where it is damaged.
      */
@@ -37,10 +40,12 @@ public:
 
     int GetId() const { return id; }
     std::size_t GetLength() const { return length; }
-    std::uint8_t GetByte(std::size_t offset) const;
-    int GetI2(std::size_t offset) const;
-    std::int32_t GetI4(std::size_t offset) const;
-    double GetDouble(std::size_t offset) const;
+    std::uint8_t GetByte(std::size_t offset) const {
+        return offset < length ? static_cast<std::uint8_t>(data[offset]) : std::uint8_t{0};
+    }
+    int GetI2(std::size_t offset) const { return static_cast<std::int16_t>(GetField<2>(offset)); }
+    std::int32_t GetI4(std::size_t offset) const { return static_cast<std::int32_t>(GetField<4>(offset)); }
+    double GetDouble(std::size_t offset) const { return std::bit_cast<double>(GetField<8>(offset)); }
 
     /**
      * The text whose count of characters stands at `offset` and which begins behind it, in UTF-8; in the
@@ -56,16 +61,34 @@ public:
 private:
     // No text of a cell comes near; what is longer is of other things, and only its beginning is kept.
     static constexpr std::size_t LongestKept = std::size_t{1} << 20;
-    static constexpr std::size_t Room = 16;
+    static constexpr std::size_t BlockSize = std::size_t{1} << 16;
 
+    // Little-endian, of as many bytes.
+    template <std::size_t Size>
+    std::uint64_t GetField(std::size_t offset) const {
+        const bool isWhole = offset < length && length - offset >= Size;
+        std::uint64_t field = 0;
+        for (std::size_t i = 0; i < Size; ++i) {
+            const auto byte = isWhole ? static_cast<std::uint8_t>(data[offset + i]) : GetByte(offset + i);
+            field |= std::uint64_t{byte} << (8 * i);
+        }
+        return field;
+    }
+
+    bool Fill();
     bool ReadNumber(int mostBytes, std::uint32_t& number);
     bool ReadData(std::uint32_t count);
+    bool ReadLongData(std::size_t count);
     bool GetShortText(std::size_t begin, std::uint32_t count, std::string& text) const;
 
     std::istream& stream;
     RecordForm form;
     bool damaged = false;
     int id = 0;
-    std::size_t length = 0;  // of what is kept
-    std::vector<char> data = std::vector<char>(Room);
+    std::size_t length = 0;      // of what is kept
+    const char* data = nullptr;  // in the block, or a long record's own
+    std::vector<char> block = std::vector<char>(BlockSize);
+    const char* next = block.data();   // what isn't taken yet
+    const char* limit = block.data();  // the end of what was read
+    std::vector<char> longData;
 };

@@ -29,21 +29,28 @@ int GetSpansEnd(std::string_view spans) {
 }
 
 SheetCell::Type GetType(std::string_view type) {
-    struct Known {
-        std::string_view name;
-        SheetCell::Type type;
-    };
-    static constexpr Known Types[] = {
-        {"s", SheetCell::Type::SharedText},    {"n", SheetCell::Type::MarkedNumber},
-        {"str", SheetCell::Type::FormulaText}, {"inlineStr", SheetCell::Type::InlineText},
-        {"b", SheetCell::Type::Bool},          {"e", SheetCell::Type::Error},
-        {"d", SheetCell::Type::Date}};
     if (type.empty()) {
         return SheetCell::Type::Number;
     }
-    const auto* const found = std::find_if(std::begin(Types), std::end(Types),
-                                           [type](const Known& known) { return known.name == type; });
-    return found == std::end(Types) ? SheetCell::Type::Other : found->type;
+    if (type.size() > 1) {
+        return type == "str"         ? SheetCell::Type::FormulaText
+               : type == "inlineStr" ? SheetCell::Type::InlineText
+                                     : SheetCell::Type::Other;
+    }
+    switch (type.front()) {
+        case 's':
+            return SheetCell::Type::SharedText;
+        case 'n':
+            return SheetCell::Type::MarkedNumber;
+        case 'b':
+            return SheetCell::Type::Bool;
+        case 'e':
+            return SheetCell::Type::Error;
+        case 'd':
+            return SheetCell::Type::Date;
+        default:
+            return SheetCell::Type::Other;
+    }
 }
 
 // The digits behind the letters of a reference; 0 where there are none.
@@ -57,10 +64,13 @@ int GetRowIndex(std::string_view reference) {
 int SheetHandler::GetColumnIndex(std::string_view reference, XmlForm form) {
     int column = 0;
     for (char letter : reference) {
+        if (letter < 'A') {
+            continue;
+        }
         if (form == XmlForm::Full && letter >= 'a' && letter <= 'z') {
             letter = static_cast<char>(letter - 'a' + 'A');
         }
-        if (letter >= 'A' && letter <= 'Z') {
+        if (letter <= 'Z') {
             column = column * 26 + (letter - 'A' + 1);
             CheckRange(column, MaxSheetColumns);
         }
@@ -87,7 +97,7 @@ void SheetHandler::StartInCell(int level, std::string_view name) {
         if (inItemText) {
             BeginText();
         }
-    } else if (level == ValueLevel && !cell.hasValue && name == "v") {
+    } else if (IsValue(level, name)) {
         cell.hasValue = true;
         inValue = true;
         BeginText();
@@ -97,13 +107,34 @@ void SheetHandler::StartInCell(int level, std::string_view name) {
     }
 }
 
+// Of a cell's values the first counts.
+bool SheetHandler::IsValue(int level, std::string_view name) const {
+    return level == ValueLevel && !cell.hasValue && name == "v";
+}
+
+// Whether the value is a text with escapes.
+bool SheetHandler::IsEscaped() const {
+    return GetForm() == XmlForm::Full && cell.type == SheetCell::Type::FormulaText;
+}
+
+void SheetHandler::TextInside(int level, std::string_view name, const XmlElement& element,
+                              std::string_view chars) {
+    // The road of nearly every value.
+    if (inCell && !inItem && IsValue(level, name) && !IsEscaped()) {
+        cell.hasValue = true;
+        value.assign(chars);
+        return;
+    }
+    NodeHandler::TextInside(level, name, element, chars);
+}
+
 void SheetHandler::EndInside(int level) {
     if (level == CellLevel && inCell) {
         inCell = false;
         FinishCell();
     } else if (level == ValueLevel && inValue) {
         inValue = false;
-        if (GetForm() == XmlForm::Full && cell.type == SheetCell::Type::FormulaText) {
+        if (IsEscaped()) {
             value.clear();
             AppendUnescaped(value, EndText());
         } else {

@@ -31,12 +31,16 @@ public:
 protected:
     void StartInside(int level, std::string_view name, const XmlElement& element) override;
     void EndInside(int level) override;
+    void TextInside(int level, std::string_view name, const XmlElement& element,
+                    std::string_view chars) override;
 
 private:
     void StartRow(const XmlElement& element);
     void StartCell(const XmlElement& element);
     void PlaceCell(std::string_view reference);
     void StartInCell(int level, std::string_view name);
+    bool IsValue(int level, std::string_view name) const;
+    bool IsEscaped() const;
     void FinishCell();
 
     SheetReceiver& receiver;

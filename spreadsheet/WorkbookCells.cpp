@@ -357,12 +357,7 @@ bool CompleteCells::PutNumber(const SheetCell& cell, int col, int row) {
     if (cell.record == 0 && !NvString::ToDouble(cell.text, number)) {
         return PutContradiction(cell, col, row);
     }
-    const NumberKind kind = GetKind(cell.style);
-    if (kind == NumberKind::Number) {
-        output.Number(col, row, number);
-    } else {
-        ::PutNumber(output, col, row, number, kind, book.GetDateSystem());
-    }
+    ::PutNumber(output, col, row, number, GetKind(cell.style), book.GetDateSystem());
     return true;
 }
 

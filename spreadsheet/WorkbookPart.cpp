@@ -67,6 +67,27 @@ void NodeHandler::EndElement() {
     --depth;
 }
 
+void NodeHandler::TextElement(const XmlElement& element, std::string_view chars) {
+    // A long text has to be charged.
+    if (nodeDepth == 0 || depth == MaxDepth || chars.size() > LongText) {
+        XmlEvents::TextElement(element, chars);
+        return;
+    }
+    collecting = false;
+    ++depth;
+    TextInside(depth - nodeDepth, GetName(element), element, chars);
+    --depth;
+}
+
+void NodeHandler::TextInside(int level, std::string_view name, const XmlElement& element,
+                             std::string_view chars) {
+    StartInside(level, name, element);
+    if (!chars.empty()) {
+        NodeHandler::Characters(chars);
+    }
+    EndInside(level);
+}
+
 void NodeHandler::Characters(std::string_view chars) {
     if (!collecting) {
         return;

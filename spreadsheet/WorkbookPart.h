@@ -60,6 +60,7 @@ public:
     void EndElement() final;
     void Characters(std::string_view chars) final;
     void Interrupt() final;
+    void TextElement(const XmlElement& element, std::string_view chars) final;
 
 protected:
     /** The node itself begins. */
@@ -67,6 +68,9 @@ protected:
     /** In the full form `name` is the local name, and empty for an element of another namespace. */
     virtual void StartInside(int /*level*/, std::string_view /*name*/, const XmlElement& /*element*/) {}
     virtual void EndInside(int /*level*/) {}
+    /** An element of nothing but a text; by default its beginning, its text and its end. */
+    virtual void TextInside(int level, std::string_view name, const XmlElement& element,
+                            std::string_view chars);
 
     /** To be called when an element begins: collects its text, of what is its own by the form. */
     void BeginText();

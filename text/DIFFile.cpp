@@ -196,7 +196,13 @@ bool DIFFile::IsUtf8() {
         const bool isLast = inStream->gcount() == 0;
         const std::string_view text(block.data(), end);
         std::size_t place = 0;
-        while (place < end && (isLast || end - place >= LongestCharacter)) {
+        const auto skipAscii = [&] {
+            place = static_cast<std::size_t>(
+                std::find_if(text.begin() + static_cast<std::ptrdiff_t>(place), text.end(),
+                             [](char c) { return static_cast<signed char>(c) < 0; }) -
+                text.begin());
+        };
+        for (skipAscii(); place < end && (isLast || end - place >= LongestCharacter); skipAscii()) {
             const std::size_t length = GetUtf8Length(text.substr(place));
             if (length == 0) {
                 return false;
@@ -342,7 +348,8 @@ int DIFFile::ReadDIFRecord(char* valueText, char* stringText) {
 bool DIFFile::ReadRecord() {
     TakeLine(lineText);
     const std::size_t comma = lineText.find(',');
-    if (comma == std::string::npos || !NvString::ToInt(lineText.substr(0, comma), record.type)) {
+    if (comma == std::string::npos ||
+        !NvString::ToInt(std::string_view(lineText).substr(0, comma), record.type)) {
         return false;
     }
     record.value.assign(lineText, comma + 1);
@@ -452,7 +459,10 @@ private:
 
     void TakeValue(Record& record) {
         const std::string_view what = TrimSpace(record.text);
-        if (IsWord(what, "NA") || IsWord(what, "ERROR")) {
+        if (what == "V") {
+            // The mark of nearly every number.
+            TakeNumber(TrimSpace(record.value));
+        } else if (IsWord(what, "NA") || IsWord(what, "ERROR")) {
             TakeError(IsWord(what, "NA") ? "NA" : "ERROR");
         } else if (!output) {
             return;
