@@ -38,8 +38,14 @@ def register(session: SparkSession) -> None:
     session.dataSource.register(KartaDataSource)
 
 
-def _value_of(text: str) -> Any:
+# These stay what they are, though a password may be all digits.
+TEXT_OPTIONS = ("format", "reading", "encoding", "delimiter", "decimal", "password")
+
+
+def _value_of(name: str, text: str) -> Any:
     """An option as the text that Spark hands on: JSON where it is some, else the text itself."""
+    if name in TEXT_OPTIONS:
+        return text
     try:
         return json.loads(text)
     except ValueError:
@@ -47,12 +53,17 @@ def _value_of(text: str) -> Any:
 
 
 def _scan_options(options: dict[str, str]) -> dict[str, Any]:
-    return {name: _value_of(text) for name, text in options.items() if name.lower() not in OWN_OPTIONS}
+    found = {name: _value_of(name, text) for name, text in options.items() if not _is_own(name)}
+    return {"workers": 1} | found
+
+
+def _is_own(name: str) -> bool:
+    return name.lower().replace("_", "") in OWN_OPTIONS
 
 
 def _option(options: dict[str, str], wanted: str, default: str) -> str:
     for name, text in options.items():
-        if name.lower() == wanted:
+        if name.lower().replace("_", "") == wanted:
             return text
     return default
 
@@ -81,10 +92,13 @@ class KartaDataSource(DataSource):
         from pyspark.sql.pandas.types import from_arrow_schema
 
         options = dict(self.options)
-        files = _paths(options)[: int(_option(options, "sample", "1"))]
+        files = _paths(options)
         if not files:
             raise ValueError("there is no file to tell the columns from")
-        schema = _first_table(files, _scan_options(options)).schema
+        sample = int(_option(options, "sample", "1"))
+        if _option(options, "onerror", "fail") == "fail":
+            files = files[:sample]
+        schema = _first_table(files, sample, options).schema
         if _option(options, "onerror", "fail") == "column":
             schema = _with_error_column(schema)
         return from_arrow_schema(schema)
@@ -113,10 +127,16 @@ def _plain_type(kind: Any) -> Any:
     return kind
 
 
-def _first_table(files: list[str], options: dict[str, Any]) -> pa.Table:
+def _first_table(files: list[str], sample: int, options: dict[str, str]) -> pa.Table:
+    """Of the first files; where bad ones are passed over, of the first that can be read."""
     import pyarrow as pa
 
-    return _plain(pa.table(next(scan(files, batch=len(files), **options))))
+    fails = _option(options, "onerror", "fail") == "fail"
+    tables = scan(files, batch=sample, on_error="raise" if fails else "skip", **_scan_options(options))
+    table = next(tables, None)
+    if table is None:
+        raise ValueError("there is no file that can be read, to tell the columns from")
+    return _plain(pa.table(table))
 
 
 def _with_error_column(schema: Any) -> Any:
@@ -152,7 +172,6 @@ class _Reader(DataSourceReader):
             partition.files,
             batch=batch,
             on_error="raise" if fails else "collect",
-            workers=1,
             **_scan_options(self.options),
         )
         for table in tables:

@@ -21,3 +21,10 @@ def test_bad_files_fail_or_are_passed_over(spectra):
     with pytest.raises(karta_import.Error, match="s00002"):
         karta_import.dask.read(folder, batch=2).compute()
     assert len(karta_import.dask.read(folder, batch=2, on_error="skip").compute()) == 4
+
+
+def test_a_bad_first_file_does_not_take_the_columns_away(spectra):
+    folder = spectra(6)
+    (folder / "s00000.spc").write_bytes(b"\x00\x4bnothing")
+    frame = karta_import.dask.read(folder, batch=2, on_error="skip", workers=2).compute()
+    assert len(frame) == 5 and "file" in frame.columns

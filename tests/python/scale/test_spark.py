@@ -86,3 +86,19 @@ def test_the_example_of_the_page_runs(session, spectra):
     names = {"karta_import": karta_import, "session": session}
     exec(compile(code, str(page), "exec"), names)
     assert (names["rows"].count(), names["bad"].count(), len(names["frame"])) == (5, 0, 5)
+
+
+def test_a_bad_first_file_does_not_take_the_columns_away(session, spectra):
+    folder = spectra(6)
+    (folder / "s00000.spc").write_bytes(b"\x00\x4bnothing")
+    for on_error, count in (("column", 6), ("skip", 5)):
+        frame = session.read.format("karta").option("on_error", on_error).load(str(folder))
+        assert frame.count() == count
+        assert len(frame.columns) > 3
+
+
+def test_texts_of_digits_stay_texts():
+    from karta_import.spark import _scan_options
+
+    options = _scan_options({"password": "1234", "part": "2", "rows": "[0, 1]", "onError": "skip", "on_error": "skip"})
+    assert options == {"workers": 1, "password": "1234", "part": 2, "rows": [0, 1]}
