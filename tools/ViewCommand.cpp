@@ -291,7 +291,8 @@ std::string TemporaryPage(const ReadRequest& request) {
 }  // namespace
 
 int RunView(const ReadRequest& request, const ViewRequest& wanted, PageOpener* opener) {
-    Viewer viewer(request, wanted.svg);
+    // A page under a picture's name could be opened by nothing.
+    Viewer viewer(request, wanted.svg || wanted.output.ends_with(".svg"));
     std::vector<Selection> selections = Selections(request);
     if (selections.size() == 1 && !selections.front().IsOverlay()) {
         // What is one table and shows all files needs no further look at them.

@@ -264,6 +264,11 @@ TEST_F(ViewTest, APictureIsForDocuments) {
         0);
 }
 
+TEST_F(ViewTest, APicturesNameIsEnoughForAPicture) {
+    ASSERT_EQ(Run("view " + Sample("kinetics.spc") + " -o k.svg").status, 0);
+    EXPECT_TRUE(RunInShell(folder.Path(""), "cat k.svg").out.starts_with("<svg xmlns"));
+}
+
 TEST_F(ViewTest, APictureEscapesTheTextsOfAFile) {
     folder.Write("a.csv", "x,<b>&\"\n1,2\n2,3\n3,1\n");
     const CommandOutcome outcome = Run("view --svg a.csv -o -");
