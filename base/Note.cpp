@@ -1,17 +1,27 @@
 #include "base/Note.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace karta {
 
 void Notes::Add(Note note) {
-    const bool isKnown = std::any_of(notes.begin(), notes.end(), [&](const Note& other) {
+    const std::size_t hash = std::hash<std::string>()(note.text + '\n' + note.place);
+    const auto [first, last] = places.equal_range(hash);
+    const bool isKnown = std::any_of(first, last, [&](const auto& entry) {
+        const Note& other = notes[entry.second];
         return other.code == note.code && other.place == note.place && other.text == note.text;
     });
     if (!isKnown) {
+        places.emplace(hash, notes.size());
         notes.push_back(std::move(note));
     }
+}
+
+void Notes::Clear() {
+    notes.clear();
+    places.clear();
 }
 
 std::string CountOf(std::uint64_t count, const std::string& noun, const std::string& plural) {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "base/Export.h"
@@ -23,10 +25,11 @@ public:
     void Add(Note note);
     const std::vector<Note>& GetAll() const { return notes; }
     bool IsEmpty() const { return notes.empty(); }
-    void Clear() { notes.clear(); }
+    void Clear();
 
 private:
     std::vector<Note> notes;
+    std::unordered_multimap<std::size_t, std::size_t> places;  // of the notes, by the hash of what they say
 };
 
 /** "1 cell", "1,204 cells": a count and its noun; without `plural` an "s" makes it. */

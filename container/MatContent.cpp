@@ -10,6 +10,6 @@ std::string MatContent::GetFailure() const {
     return {};
 }
 
-std::string MatContent::GetFailurePlace() const {
+karta::Place MatContent::GetFailurePlace() const {
     return {};
 }

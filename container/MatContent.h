@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Place.h"
 #include "frame/FileContents.h"
 
 class ReadSpreadSheetData;
@@ -37,5 +38,5 @@ public:
     /** More than the status can tell of a failure; may be empty. */
     virtual std::string GetFailure() const;
     /** Where it is, as a note has it; may be empty. */
-    virtual std::string GetFailurePlace() const;
+    virtual karta::Place GetFailurePlace() const;
 };

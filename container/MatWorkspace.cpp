@@ -239,7 +239,7 @@ bool MatWorkspace::SelectPart(int number, MatChoice& /*choice*/) {
 }
 
 int MatWorkspace::Refuse(const MatArray& array) {
-    failurePlace = "record " + std::to_string(array.element + 1);
+    failurePlace.record = array.element + 1;
     failure = Quoted(array.name) + " can't be read: " + array.TypeName() +
               (array.problem == "can't be read" ? "" : ", " + array.problem);
     return array.problem == "can't be read" ? static_cast<int>(MatFile::StatusDataType) : array.problemStatus;

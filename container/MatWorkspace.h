@@ -31,7 +31,7 @@ public:
     std::vector<FileContents::Fact> ListFacts() override;
     bool SelectPart(int number, MatChoice& choice) override;
     std::string GetFailure() const override { return failure; }
-    std::string GetFailurePlace() const override { return failurePlace; }
+    karta::Place GetFailurePlace() const override { return failurePlace; }
 
 private:
     /** The arrays, by their places, whose values name a table's rows and columns. */
@@ -69,5 +69,5 @@ private:
     Labels ownLabels;
     Labels namedLabels;  // those that the options name
     std::string failure;
-    std::string failurePlace;
+    karta::Place failurePlace;
 };

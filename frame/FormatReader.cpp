@@ -29,7 +29,7 @@ void FormatReader::AddInputs(const char* fileNames) {
 
 void FormatReader::Close() {
     failureText.clear();
-    failurePlace.clear();
+    failurePlace = {};
     sizeKnown = false;
     if (isOwnContext) {
         // What the last read charged and noted isn't the next one's.

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/Place.h"
 #include "base/ReadContext.h"
 #include "frame/SpreadsheetFile.h"
 
@@ -30,10 +31,10 @@ public:
     void Close() override;
 
     /**
-     * Where the read failed, as a note has it: "line 12", "byte 18204", "part xl/workbook.xml", "B7"; empty
-     * where nobody knows. Known once the error message has been asked for.
+     * Where the read failed, as far as the reader knows; of a file of several encodings in the encoding of
+     * its error message. Known once that has been asked for.
      */
-    const std::string& GetFailurePlace() const { return failurePlace; }
+    const karta::Place& GetFailurePlace() const { return failurePlace; }
 
 protected:
     /** One status of a format and its text. */
@@ -69,7 +70,7 @@ protected:
 
     /** Told by GetErrorMessage in place of the status's own text while it isn't empty. */
     std::string failureText;
-    std::string failurePlace;
+    karta::Place failurePlace;
 
 private:
     mutable std::shared_ptr<karta::ReadContext> context;  // null until one of its own is needed

@@ -79,6 +79,7 @@ bool BrimroseFile::ReadMainHeader() {
     ByteCursor header(cursor.Take(MainHeaderSize));
     if (cursor.HasFailed()) {
         status = StatusMainHeader;
+        failurePlace.byte = cursor.GetSize();
         return false;
     }
     header.Seek(StartWavelengthOffset);
@@ -105,6 +106,7 @@ bool BrimroseFile::ReadSubHeader() {
     ByteCursor header(cursor.Take(SubHeaderSize));
     if (cursor.HasFailed()) {
         status = StatusSubHeader;
+        failurePlace.byte = cursor.GetSize();
         return false;
     }
     time = header.ReadU32();
@@ -117,6 +119,7 @@ bool BrimroseFile::ReadDataSection() {
     values = ByteCursor(cursor.Take(numPoints * sizeof(float)));
     if (cursor.HasFailed()) {
         status = StatusData;
+        failurePlace.byte = cursor.GetSize();
         return false;
     }
     return true;

@@ -153,6 +153,7 @@ int ChemStationFile::CheckRecords(HPLCData& data) {
         GetContext()->ThrowIfStopped();
         SpectrumRecord record;
         if (!record.Read(stream, position) || !record.IsKnown() || record.fieldLength < 0) {
+            failurePlace.byte = position;
             return StatusNotChemStation;
         }
         if (i == 0) {
@@ -161,6 +162,7 @@ int ChemStationFile::CheckRecords(HPLCData& data) {
         const bool reaches =
             record.length >= static_cast<int>(SpectrumRecord::HeadSize) || i + 1 == data.numRecords;
         if (!reaches || !record.HasAxisOf(first)) {
+            failurePlace.byte = position;
             return StatusNotChemStation;
         }
         position += static_cast<std::uint64_t>(std::max<int>(record.length, 0));
@@ -343,6 +345,7 @@ int ChemStationFile::ReadSignal(ReadSpreadSheetData* sink, const HPLCData& data,
         for (int i = 0; i < info.length; ++i) {
             runningValue.TakeBig(stream);
             if (stream.HasFailed()) {
+                failurePlace.byte = stream.GetSize();
                 return StatusReadFailed;
             }
             if (++column > numCols) {
@@ -353,6 +356,7 @@ int ChemStationFile::ReadSignal(ReadSpreadSheetData* sink, const HPLCData& data,
     }
     // A file without the last head has been cut.
     if (stream.HasFailed()) {
+        failurePlace.byte = stream.GetSize();
         return StatusReadFailed;
     }
     return StatusOk;
@@ -369,6 +373,7 @@ int ChemStationFile::ReadSpectra(ReadSpreadSheetData* sink, const HPLCData& data
         SpectrumRecord record;
         if (!record.Read(stream, position)) {
             status = StatusReadFailed;
+            failurePlace.byte = position;
             return status;
         }
         // Only a file that has changed since it was opened holds such a record: what there is stands.
@@ -383,6 +388,7 @@ int ChemStationFile::ReadSpectra(ReadSpreadSheetData* sink, const HPLCData& data
         record.isLast = i + 1 == data.numRecords;
         if (!ReadSpectrum(sink, data, record, row)) {
             status = StatusReadFailed;
+            failurePlace.byte = position;
             return status;
         }
         position += static_cast<std::uint64_t>(std::max<int>(record.length, 0));

@@ -216,6 +216,9 @@ int GalacticSPCFile::ReadHeaderOf(const std::string& path) {
     }
     ByteCursor stream(file.GetBytes());
     const int result = ReadHeaderInfo(stream);
+    if (result == StatusHeaderCut) {
+        failurePlace.byte = stream.GetSize();
+    }
     if (result == StatusOk && header.isOldFormat) {
         NoteFurtherSpectra(SPCContents(file.GetBytes(), SPCLayout::Old));
     }

@@ -310,8 +310,9 @@ int JCAMPFile::OpenComplete(const std::vector<std::string>& paths, const NvImpor
             const int code = complete->Choose(wanted);
             if (code != StatusOk && code != StatusNothingSelected) {
                 failureText = complete->DescribeProblems();
-                const int line = complete->FindProblemLine();
-                failurePlace = line > 0 ? "line " + std::to_string(line) : "";
+                if (const int line = complete->FindProblemLine(); line > 0) {
+                    failurePlace.line = static_cast<std::uint64_t>(line);
+                }
             }
             return code;
         } catch (const std::ios_base::failure&) {
@@ -731,7 +732,7 @@ bool JCAMPFile::TellsLine() const {
 void JCAMPFile::GetErrorMessage(char* buffer, unsigned int size) {
     const std::string text = DescribeStatus();
     if (complete == nullptr && TellsLine()) {
-        failurePlace = "line " + std::to_string(progress.lineNumber);
+        failurePlace.line = static_cast<std::uint64_t>(progress.lineNumber);
     }
     const StatusText own{status, text};
     CopyStatusText({&own, text.empty() ? std::size_t{0} : std::size_t{1}}, buffer, size);

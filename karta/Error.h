@@ -1,11 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
 #include <stdexcept>
 #include <string>
 
 #include "base/Export.h"
+#include "base/Place.h"
 
 namespace karta {
 
@@ -31,16 +30,6 @@ enum class ErrorCode {
 /** The code as programs write it: "not-found". A literal. */
 KARTA_EXPORT const char* NameOf(ErrorCode code);
 
-/** Where in a file something is; what isn't known is empty. All count from 1 but bytes, which count from 0.
- */
-struct Place {
-    std::optional<std::uint64_t> line = {};
-    std::optional<std::uint64_t> record = {};
-    std::optional<std::uint64_t> byte = {};
-    std::string cell = {}; /**< "B7" */
-    std::string part = {}; /**< of a file of parts, by the name that it has there: "xl/workbook.xml" */
-};
-
 /**
  * Why there is no table. what() is the whole sentence for people: the file, the option, the text and what to
  * try. All texts are UTF-8 but the file's name, which is as it was given.
@@ -55,7 +44,7 @@ public:
         std::string option = {}; /**< of ReadOptions or ScanOptions, as it is called there */
         std::string text = {};   /**< what is wrong, without file and option */
         std::string advice = {}; /**< what to try */
-        Place place = {};
+        Place place = {};        /**< where in the file, as far as its reader knows */
     };
 
     explicit Error(Details details);

@@ -1,6 +1,5 @@
 #include "karta/Reader.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "karta/internal/Selection.h"
@@ -44,16 +43,7 @@ Table Reader::Read(const PartName& part) const {
 }
 
 void Reader::ForEachBatch(std::int64_t rows, const BatchFunction& use) const {
-    const Table table = Read();
-    const std::int64_t step = std::max<std::int64_t>(rows, 1);
-    std::int64_t first = 0;
-    do {
-        Table batch = table.Slice(first, std::min(step, table.GetRowCount() - first));
-        if (!use(batch)) {
-            return;
-        }
-        first += step;
-    } while (first < table.GetRowCount());
+    state->selection.ForEachBatch(state->selection.GetOptions().part, rows, use);
 }
 
 }  // namespace karta

@@ -45,11 +45,18 @@ public:
     /** One part, whatever the options name. Raises Error, NoSuchPart among others. */
     Table Read(const PartName& part) const;
 
-    /** Gets a table of some rows; false ends the read. */
+    /** Gets a table of some rows, to keep or to forget; false ends the read at once. */
     using BatchFunction = std::function<bool(Table& batch)>;
     /**
-     * Reads the table in pieces of `rows` rows, the last one shorter; all have the same columns with the same
-     * types. `rows` below 1 counts as 1. A table without rows is one empty piece. Raises Error.
+     * Reads the table in pieces of `rows` rows, the last one shorter; all have the columns and types, the
+     * facts and notes of the whole. `rows` below 1 counts as 1. A table without rows is one empty piece.
+     *
+     * A long table of a format whose rows come one after the other (texts, logs, .xlsx and .xlsb, spectra) is
+     * read twice: for its types first, then piece by piece, in memory in proportion to a piece. Of other
+     * formats, and where the options name rows, all of it is read before the first piece.
+     *
+     * Raises Error, before the first piece where something is wrong with the file, and BadFile where it was
+     * changed between the two reads. What `use` raises reaches the caller.
      */
     void ForEachBatch(std::int64_t rows, const BatchFunction& use) const;
 

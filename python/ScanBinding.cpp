@@ -76,8 +76,10 @@ private:
 };
 
 ScanOptions MakeOptions(const ReadOptions& options, std::size_t batch, const std::string& grid,
-                        std::vector<double> axis, const std::string& onError, unsigned workers) {
+                        std::vector<double> axis, bool isUnion, const std::string& onError,
+                        unsigned workers) {
     return {.grid = GridOf(grid, std::move(axis)),
+            .columns = isUnion ? ScanColumns::Union : ScanColumns::Same,
             .onError = OnErrorOf(onError),
             .batch = batch,
             .workers = workers,
@@ -103,10 +105,10 @@ void BindScan(nb::module_& module) {
     nb::class_<StoppableScan>(module, "Scan")
         .def("__init__",
              [](StoppableScan* place, const std::vector<nb::bytes>& names, const ReadOptions& options,
-                std::size_t batch, const std::string& grid, std::vector<double> axis,
+                std::size_t batch, const std::string& grid, std::vector<double> axis, bool isUnion,
                 const std::string& onError, unsigned workers) {
-                 new (place) StoppableScan(
-                     PathsOf(names), MakeOptions(options, batch, grid, std::move(axis), onError, workers));
+                 new (place) StoppableScan(PathsOf(names), MakeOptions(options, batch, grid, std::move(axis),
+                                                                       isUnion, onError, workers));
              })
         .def("next", &NextTable)
         .def("errors", &ErrorsOf);

@@ -24,6 +24,10 @@ std::string GetCellName(int col, int row) {
     return letters + std::to_string(row);
 }
 
+std::string GetCellName(const std::string& sheet, int col, int row) {
+    return (sheet.empty() ? sheet : sheet + "!") + GetCellName(col, row);
+}
+
 void ErrorCells::Add(int col, int row, std::string_view text, std::string_view sheet) {
     if (count++ == 0) {
         firstPlace = sheet.empty() ? std::string() : std::string(sheet) + "!";

@@ -11,6 +11,8 @@ std::string_view GetErrorText(std::uint8_t code);
 
 /** How a spreadsheet calls a cell, column and row from 1: "B7". */
 std::string GetCellName(int col, int row);
+/** The same with its sheet, where that has a name: "Results!B7". */
+std::string GetCellName(const std::string& sheet, int col, int row);
 
 /** Counts the cells of a read that hold errors, for the note about them. */
 class ErrorCells {

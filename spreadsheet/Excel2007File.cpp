@@ -267,7 +267,7 @@ void Excel2007File::OpenComplete(const char* path) {
     if (!book->ReadSheetList(listed)) {
         status = StatusCorrupt;
         failureText = "The workbook's list of sheets can't be read: " + workbookPart + " is damaged.";
-        failurePlace = "part " + workbookPart;
+        failurePlace.part = workbookPart;
         return;
     }
     std::vector<WorkbookSheet> list;
@@ -596,7 +596,10 @@ int Excel2007File::ReadComplete(ReadSpreadSheetData* sink) {
         if (!book->ReadSheet(sheet.part, cells)) {
             if (isOnly) {
                 failureText = "The " + DescribeFailure(sheet) + ".";
-                failurePlace = "part " + sheet.part;
+                failurePlace.part = sheet.part;
+                if (const SheetSize& last = cells.GetLastCell(); last.rows > 0) {
+                    failurePlace.cell = GetCellName(sheet.name, last.cols, last.rows);
+                }
                 status = StatusCorrupt;
                 return status;
             }

@@ -110,6 +110,7 @@ constexpr int MaxLabels = 0x20000;
 
 // How far a walk over a sheet goes before it looks whether it is to stop.
 constexpr int RecordsBetweenLooks = 4096;
+constexpr unsigned WalkedRecordsBetweenLooks = 64;
 // FILEPASS stands among the first records.
 constexpr int RecordsBeforeFilePass = 16;
 // The names that a note tells, of more sheets.
@@ -421,6 +422,10 @@ bool ExcelFile::WalkBiffRecord(BIFFRecord& target) {
         return false;
     }
     walkBudget -= HeaderSize + target.length;
+    // Of shared strings a record holds many.
+    if (++walkedRecords % WalkedRecordsBetweenLooks == 0) {
+        GetContext()->ThrowIfStopped();
+    }
     return true;
 }
 
@@ -959,9 +964,13 @@ int ExcelFile::ReadComplete(ReadSpreadSheetData& sink) {
     for (const int number : selectedSheets) {
         WorksheetEntry& sheet = worksheets[static_cast<std::size_t>(number)];
         cells.BeginSheet(isAlone ? std::string() : sheet.name, colOffset, rowOffset);
+        lastCell = {0, 0};
         const int found = WalkSheet(sheet, cells);
         if (found == StatusOk || isAlone) {
             result = found;
+            if (found != StatusOk && lastCell.rows > 0) {
+                failurePlace.cell = GetCellName(sheet.name, lastCell.cols, lastCell.rows);
+            }
         } else {
             AddNote({"unreadable-part", 1, sheet.name,
                      "the sheet \"" + sheet.name +
@@ -1038,6 +1047,7 @@ void ExcelFile::TakeSheetRecord(CompleteBiffCells& cells) {
 
 void ExcelFile::PutCells(CompleteBiffCells& cells) {
     for (const BiffCell& cell : decoder.Decode(record.id, record.data, record.length)) {
+        lastCell = {cell.col + 1, cell.row + 1};
         if (cell.kind == BiffCell::Kind::Text) {
             cells.PutText(cell, ReadText(cell.count, cell.bytes));
         } else if (cell.kind == BiffCell::Kind::FormulaText) {

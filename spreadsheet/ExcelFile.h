@@ -12,6 +12,7 @@
 #include "spreadsheet/BiffCell.h"
 #include "spreadsheet/BiffRules.h"
 #include "spreadsheet/RecordBytes.h"
+#include "spreadsheet/SheetCell.h"
 
 /**
  * Workbooks of the record format BIFF, versions 2 to 8 ([MS-XLS] and its forerunners), as a plain file or
@@ -202,6 +203,8 @@ private:
     long long streamSize = 0;
     long long bytesRead = 0;  // of the present sheet
     std::vector<std::uint8_t> optionsBuffer;
+    SheetSize lastCell{0, 0};  // of the sheet that is read
+    unsigned walkedRecords = 0;
     long long walkBudget = 0;  // bytes of records that Open may still look at
 };
 

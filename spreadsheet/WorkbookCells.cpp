@@ -289,6 +289,7 @@ void CompleteCells::BeginSheet(const std::string& name, int columns, int rows, b
     rowOffset = rows;
     endRows = endsRows;
     lastRow = 0;
+    lastCell = {0, 0};
     extent = {0, 0};
 }
 
@@ -307,6 +308,8 @@ bool CompleteCells::StartRow(int number, int /*claimedColumns*/) {
 }
 
 bool CompleteCells::TakeCell(const SheetCell& cell) {
+    lastCell.cols = cell.col;
+    lastCell.rows = cell.row;
     if (Put(cell, cell.col + colOffset, cell.row + rowOffset)) {
         Widen(extent, cell);
     }

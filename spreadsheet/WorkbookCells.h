@@ -133,6 +133,8 @@ public:
 
     /** How far the values of the present sheet reach. */
     const SheetSize& GetExtent() const { return extent; }
+    /** The cell of the present sheet that came last; 0 and 0 in front of the first. */
+    const SheetSize& GetLastCell() const { return lastCell; }
     void AddNotes(karta::Notes& notes) const;
 
     /** Whether there is more to a cell than its format. */
@@ -156,6 +158,7 @@ private:
     int rowOffset = 0;
     bool endRows = false;
     int lastRow = 0;
+    SheetSize lastCell{0, 0};
     int rowsSinceCheck = 0;
     SheetSize extent{0, 0};
     ErrorCells errors;

@@ -7,6 +7,7 @@
 #include "base/NumberFormat.h"
 #include "frame/FileContents.h"
 #include "host/NvString.h"
+#include "karta/internal/NumberRange.h"
 
 namespace {
 
@@ -44,12 +45,9 @@ void NoteIntervalsOffAxis(const karta::ReadWishes& wishes, SpreadsheetFile& read
     }
     const auto [low, high] = std::minmax(*first, *last);
     for (const std::string& include : wishes.includes) {
-        const std::size_t colon = include.find(':');
-        double start = 0.0;
-        double end = 0.0;
-        if (colon != std::string::npos && NvString::ToDouble(include.substr(0, colon), start) &&
-            NvString::ToDouble(include.substr(colon + 1), end) &&
-            (std::max(start, end) < low || std::min(start, end) > high)) {
+        const auto interval = karta::ParseInterval(include);
+        if (interval &&
+            (std::max(interval->from, interval->to) < low || std::min(interval->from, interval->to) > high)) {
             notes.Add({"interval-off-axis", 1, include,
                        "include " + include + " lies off the axis, which goes from " +
                            FormatShortest(*first) + " to " + FormatShortest(*last)});

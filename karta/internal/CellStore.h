@@ -20,9 +20,16 @@ class CellStore {
 public:
     /** The context stays its owner's. */
     explicit CellStore(ReadContext& readContext) : context(readContext) {}
+    CellStore(const CellStore&) = delete;
+    CellStore& operator=(const CellStore&) = delete;
+    ~CellStore() { context.budget.ReleaseMemory(charged); }
 
-    /** Before the memory is taken. Raises BudgetExceeded and Stopped. */
-    void Charge(std::uint64_t bytes) { context.budget.ChargeMemory(bytes, "The table"); }
+    /** Before the memory is taken, for as long as the store is there. Raises BudgetExceeded and Stopped. */
+    void Charge(std::uint64_t bytes) {
+        context.budget.ChargeMemory(bytes, "The table");
+        charged += bytes;
+    }
+    std::uint64_t GetCharged() const { return charged; }
     std::uint64_t GetLimit() const { return context.budget.GetMemoryLimit(); }
 
     /** Does `step(from, to)` for all places from `first` to before `end`; a stop is heard on the way. */
@@ -71,6 +78,7 @@ private:
     bool areComingAgain = true;
     std::size_t lookups = 0;
     std::size_t hits = 0;  // among the last lookups
+    std::uint64_t charged = 0;
     std::vector<TableBlock<char>> blocks;
     char* next = nullptr;
     std::size_t remaining = 0;

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "karta/internal/TextIndex.h"
+#include "karta/internal/ChangedMeanwhile.h"
 
 namespace karta {
 
@@ -18,21 +18,9 @@ namespace {
 
 using Stretch = CellVector::Stretch;
 
-// Integers up to here are doubles without loss.
-constexpr std::int64_t LargestExactInteger = std::int64_t{1} << 53;
 constexpr std::int64_t MicrosecondsOfDay = 86'400'000'000;
 // Memory that isn't written to costs nothing, but in whole pages.
 constexpr std::uint64_t PageSize = 4096;
-
-bool IsWhole(double value) {
-    constexpr double Largest = static_cast<double>(LargestExactInteger);
-    return value >= -Largest && value <= Largest && value == std::trunc(value) &&
-           !(value == 0 && std::signbit(value));
-}
-
-bool IsExact(std::int64_t value) {
-    return value >= -LargestExactInteger && value <= LargestExactInteger;
-}
 
 const char* NounOf(CellKind kind) {
     switch (kind) {
@@ -72,17 +60,6 @@ std::string Describe(KindCounts counts) {
     return text;
 }
 
-bool AreDoublesWhole(const CellStore& store, const Stretch& stretch, int first, int end) {
-    const double* const values = stretch.values.As<double>();
-    bool areWhole = true;
-    store.InSteps(first, end, [&](int from, int to) {
-        for (int place = from; areWhole && place < to; ++place) {
-            areWhole = !stretch.IsThere(place) || IsWhole(values[place - stretch.first]);
-        }
-    });
-    return areWhole;
-}
-
 // Doubles that are whole, as 64-bit numbers where they lie.
 void TurnWhole(const CellStore& store, CellVector& cells, int first, int end) {
     for (Stretch& stretch : cells.GetStretches()) {
@@ -101,90 +78,31 @@ void TurnWhole(const CellStore& store, CellVector& cells, int first, int end) {
     }
 }
 
-std::int64_t CountEmptyTexts(const CellStore& store, const Stretch& stretch, int first, int end) {
-    const std::uint64_t* const words = stretch.values.As<std::uint64_t>();
-    std::int64_t count = 0;
-    store.InSteps(first, end, [&](int from, int to) {
-        for (int place = from; place < to; ++place) {
-            count += CellStore::IsEmptyText(words[place - stretch.first]) && stretch.IsThere(place) ? 1 : 0;
-        }
-    });
-    return count;
-}
-
-/** What the numbers of a column are. */
-struct NumberFacts {
-    bool areWhole = true;  // also as 64-bit numbers, without loss
-    bool areExact = true;  // as doubles, without loss
-    bool hasRuns = false;  // an array of doubles stays one
-};
-
-NumberFacts Examine(const CellStore& store, const CellVector& cells, int first, int end) {
-    NumberFacts facts;
-    for (const Stretch& stretch : cells.GetStretches()) {
-        const int from = std::max(first, stretch.first);
-        const int to = std::min(end, stretch.GetEnd());
-        if (from >= to) {
-            continue;
-        }
-        facts.hasRuns = facts.hasRuns || stretch.hasRuns;
-        if (stretch.kind == CellKind::Float64) {
-            facts.areWhole = facts.areWhole && AreDoublesWhole(store, stretch, from, to);
-            continue;
-        }
-        store.InSteps(from, to, [&](int begin, int stop) {
-            for (int place = begin; place < stop; ++place) {
-                const Cell cell = stretch.Get(place);
-                if (cell.kind == CellKind::Int64) {
-                    facts.areExact = facts.areExact && IsExact(cell.GetInteger());
-                } else if (cell.kind == CellKind::Float32 || cell.kind == CellKind::Float64) {
-                    facts.areWhole = facts.areWhole && IsWhole(cell.ToDouble());
-                }
-            }
-        });
+// The distinct texts one behind the other.
+std::shared_ptr<const Column> MakeTextColumn(const std::vector<std::string_view>& distinct) {
+    std::size_t size = 0;
+    for (const std::string_view one : distinct) {
+        size += one.size();
     }
-    return facts;
+    ColumnBuffers texts;
+    texts.type = ColumnType::Text;
+    texts.rows = static_cast<std::int64_t>(distinct.size());
+    auto offsets = std::make_shared<Buffer>((distinct.size() + 1) * sizeof(std::int64_t));
+    auto bytes = std::make_shared<Buffer>(size);
+    std::int64_t end = 0;
+    for (std::size_t i = 0; i < distinct.size(); ++i) {
+        if (!distinct[i].empty()) {
+            std::memcpy(bytes->As<char>() + end, distinct[i].data(), distinct[i].size());
+        }
+        end += static_cast<std::int64_t>(distinct[i].size());
+        offsets->As<std::int64_t>()[i + 1] = end;
+    }
+    texts.values = std::move(offsets);
+    texts.text = std::move(bytes);
+    return std::make_shared<Column>("", "", std::move(texts));
 }
 
 }  // namespace
-
-std::int64_t KindCounts::GetAll() const {
-    std::int64_t all = 0;
-    for (std::size_t kind = 1; kind < CellKinds; ++kind) {
-        all += counts[kind];
-    }
-    return all;
-}
-
-KindCounts CountKinds(const CellStore& store, const CellVector& cells, int first, int end) {
-    KindCounts counts;
-    for (const Stretch& stretch : cells.GetStretches()) {
-        const int from = std::max(first, stretch.first);
-        const int to = std::min(end, stretch.GetEnd());
-        if (from >= to) {
-            continue;
-        }
-        if (stretch.kind != CellKind::Mixed) {
-            counts[stretch.kind] += stretch.hasMissing ? CountBits(stretch.bits.As<std::uint8_t>(),
-                                                                   from - stretch.first, to - from)
-                                                       : to - from;
-            counts.emptyTexts +=
-                stretch.kind == CellKind::Text ? CountEmptyTexts(store, stretch, from, to) : 0;
-            continue;
-        }
-        store.InSteps(from, to, [&](int begin, int stop) {
-            for (int place = begin; place < stop; ++place) {
-                const Cell cell = stretch.Get(place);
-                if (cell.kind != CellKind::Missing) {
-                    ++counts[cell.kind];
-                    counts.emptyTexts +=
-                        cell.kind == CellKind::Text && CellStore::IsEmptyText(cell.content) ? 1 : 0;
-                }
-            }
-        });
-    }
-    return counts;
-}
 
 template <class Use>
 void ColumnMaker::ForEach(const CellVector& cells, int first, int end, Use use) const {
@@ -287,40 +205,32 @@ ColumnBuffers ColumnMaker::Take(CellVector& cells, int first, int rows, CellKind
     return buffers;
 }
 
-ColumnBuffers ColumnMaker::MakeNumbers(CellVector& cells, int first, int rows, const KindCounts& counts,
-                                       bool& isText) {
-    const int end = first + rows;
-    const NumberFacts facts = Examine(store, cells, first, end);
-    const bool areWhole = facts.areWhole && counts[CellKind::Float32] == 0 &&
-                          (!facts.hasRuns || counts[CellKind::Int64] > 0) &&
-                          (counts[CellKind::Float64] == 0 || !cells.HasFractionSource(first, end));
-    if (areWhole) {
-        if (counts[CellKind::Int64] == 0 && IsTakeable(cells, first, rows, CellKind::Float64)) {
-            TurnWhole(store, cells, first, first + rows);
-            return Take(cells, first, rows, CellKind::Int64, ColumnType::Int64);
+template <class Value>
+ColumnBuffers ColumnMaker::TakeOrGather(CellVector& cells, int first, int rows, CellKind kind,
+                                        ColumnType type) {
+    if (IsTakeable(cells, first, rows, kind)) {
+        return Take(cells, first, rows, kind, type);
+    }
+    return Gather<Value>(cells, first, rows, type, [type](const Cell& cell) {
+        if (type == ColumnType::Float32 || type == ColumnType::Float64) {
+            return static_cast<Value>(cell.ToDouble());
         }
-        if (counts[CellKind::Float64] == 0 && IsTakeable(cells, first, rows, CellKind::Int64)) {
-            return Take(cells, first, rows, CellKind::Int64, ColumnType::Int64);
-        }
-        return Gather<std::int64_t>(cells, first, rows, ColumnType::Int64, [](const Cell& cell) {
-            return cell.kind == CellKind::Int64 ? cell.GetInteger()
-                                                : static_cast<std::int64_t>(cell.ToDouble());
-        });
+        const bool isDay = cell.kind == CellKind::Date;
+        const std::int64_t value = isDay ? static_cast<std::int32_t>(cell.content) : cell.GetInteger();
+        return static_cast<Value>(isDay && type == ColumnType::Timestamp ? value * MicrosecondsOfDay : value);
+    });
+}
+
+ColumnBuffers ColumnMaker::MakeWholeNumbers(CellVector& cells, int first, int rows) {
+    if (IsTakeable(cells, first, rows, CellKind::Float64)) {
+        TurnWhole(store, cells, first, first + rows);
     }
-    if (counts[CellKind::Float32] == counts.GetNumbers()) {
-        return IsTakeable(cells, first, rows, CellKind::Float32)
-                   ? Take(cells, first, rows, CellKind::Float32, ColumnType::Float32)
-                   : Gather<float>(cells, first, rows, ColumnType::Float32,
-                                   [](const Cell& cell) { return cell.GetFloat(); });
+    if (IsTakeable(cells, first, rows, CellKind::Int64)) {
+        return Take(cells, first, rows, CellKind::Int64, ColumnType::Int64);
     }
-    if (!facts.areExact) {
-        isText = true;
-        return MakeTexts(cells, first, rows);
-    }
-    return IsTakeable(cells, first, rows, CellKind::Float64)
-               ? Take(cells, first, rows, CellKind::Float64, ColumnType::Float64)
-               : Gather<double>(cells, first, rows, ColumnType::Float64,
-                                [](const Cell& cell) { return cell.ToDouble(); });
+    return Gather<std::int64_t>(cells, first, rows, ColumnType::Int64, [](const Cell& cell) {
+        return cell.kind == CellKind::Int64 ? cell.GetInteger() : static_cast<std::int64_t>(cell.ToDouble());
+    });
 }
 
 ColumnBuffers ColumnMaker::MakeBools(const CellVector& cells, int first, int rows) {
@@ -346,7 +256,7 @@ ColumnBuffers ColumnMaker::MakeBools(const CellVector& cells, int first, int row
     return buffers;
 }
 
-ColumnBuffers ColumnMaker::MakeTexts(const CellVector& cells, int first, int rows) {
+ColumnBuffers ColumnMaker::MakeTexts(const CellVector& cells, int first, int rows, bool mayBeDictionary) {
     // Texts that aren't kept as such are made once for their lengths, and once for their bytes.
     std::string made;
     const auto textOf = [&](int place, const Cell& cell) -> std::string_view {
@@ -365,7 +275,7 @@ ColumnBuffers ColumnMaker::MakeTexts(const CellVector& cells, int first, int row
         ++count;
     });
     const std::size_t offsetsSize = (static_cast<std::size_t>(rows) + 1) * sizeof(std::int64_t);
-    if (areTexts) {
+    if (areTexts && mayBeDictionary) {
         ColumnBuffers dictionary =
             MakeDictionary(cells, first, rows, static_cast<std::int64_t>(bytes + offsetsSize));
         if (dictionary.dictionary != nullptr) {
@@ -441,30 +351,42 @@ ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, in
         return {};
     }
     store.Charge(static_cast<std::uint64_t>(size - placesSize));
-    const std::vector<std::string_view>& distinct = index.GetTexts();
-    ColumnBuffers texts;
-    texts.type = ColumnType::Text;
-    texts.rows = static_cast<std::int64_t>(distinct.size());
-    auto offsets = NewBuffer((distinct.size() + 1) * sizeof(std::int64_t));
-    auto bytes = NewBuffer(static_cast<std::size_t>(size - placesSize) - 8 * (distinct.size() + 1));
-    std::int64_t end = 0;
-    for (std::size_t i = 0; i < distinct.size(); ++i) {
-        if (!distinct[i].empty()) {
-            std::memcpy(bytes->As<char>() + end, distinct[i].data(), distinct[i].size());
-        }
-        end += static_cast<std::int64_t>(distinct[i].size());
-        offsets->As<std::int64_t>()[i + 1] = end;
-    }
-    texts.values = std::move(offsets);
-    texts.text = std::move(bytes);
     buffers.values = std::move(places);
-    buffers.dictionary = std::make_shared<Column>("", "", std::move(texts));
+    buffers.dictionary = MakeTextColumn(index.GetTexts());
+    MarkThere(buffers, validity, count);
+    return buffers;
+}
+
+// Places in a list that is known.
+ColumnBuffers ColumnMaker::MakePlaces(const CellVector& cells, int first, int rows,
+                                      const std::shared_ptr<const Column>& dictionary) {
+    TextIndex index;
+    for (std::int64_t i = 0; i < dictionary->GetRowCount(); ++i) {
+        index.Find(dictionary->GetText(i));
+    }
+    ColumnBuffers buffers;
+    buffers.type = ColumnType::Text;
+    buffers.rows = rows;
+    store.Charge(static_cast<std::uint64_t>(rows) * sizeof(std::int32_t) + BytesOfBits(rows));
+    auto places = NewBuffer(static_cast<std::size_t>(rows) * sizeof(std::int32_t));
+    Buffer validity(BytesOfBits(rows));
+    std::int64_t count = 0;
+    ForEach(cells, first, first + rows, [&](int place, const Cell& cell) {
+        places->As<std::int32_t>()[place - first] = index.Find(cell.GetText());
+        SetBit(validity.As<std::uint8_t>(), place - first);
+        ++count;
+    });
+    if (index.GetTexts().size() > static_cast<std::size_t>(dictionary->GetRowCount())) {
+        throw ChangedMeanwhile();
+    }
+    buffers.values = std::move(places);
+    buffers.dictionary = dictionary;
     MarkThere(buffers, validity, count);
     return buffers;
 }
 
 Column ColumnMaker::MakeText(const CellVector& cells, int first, int rows, const std::string& name) {
-    return {name, "", MakeTexts(cells, first, rows)};
+    return {name, "", MakeTexts(cells, first, rows, true)};
 }
 
 void ColumnMaker::NoteMixture(Note note) {
@@ -484,62 +406,119 @@ void ColumnMaker::NoteFurtherMixtures() {
     }
 }
 
-Column ColumnMaker::Make(CellVector& cells, int first, int rows, const std::string& name,
-                         const std::string& unit, const std::string& place) {
+// Of numbers alone. Text where a whole number is none of a double.
+ColumnType ColumnMaker::TypeOf(const KindCounts& counts, const NumberFacts& facts, bool hasFractions) const {
+    if (facts.areWhole && counts[CellKind::Float32] == 0 && (!facts.hasRuns || counts[CellKind::Int64] > 0) &&
+        !hasFractions) {
+        return ColumnType::Int64;
+    }
+    if (counts[CellKind::Float32] == counts.GetNumbers()) {
+        return ColumnType::Float32;
+    }
+    return facts.areExact ? ColumnType::Float64 : ColumnType::Text;
+}
+
+ColumnType ColumnMaker::DecideType(KindCounts counts, const NumberFacts& facts, bool hasFractions,
+                                   const std::string& name, const std::string& place) {
     const std::string label = name.empty() ? place : "'" + name + "'";
-    KindCounts counts = CountKinds(store, cells, first, first + rows);
-    if (counts.GetAll() > counts[CellKind::Text] && counts.emptyTexts == counts[CellKind::Text] &&
-        counts.emptyTexts > 0) {
-        // A formula's "" among numbers.
+    if (counts.HasEmptyTextsOnly()) {
         NoteMixture({"empty-texts", static_cast<std::uint64_t>(counts.emptyTexts), place,
                      CountOf(static_cast<std::uint64_t>(counts.emptyTexts), "empty text") + " of column " +
                          label + (counts.emptyTexts == 1 ? " is missing in it" : " are missing in it")});
         counts[CellKind::Text] = 0;
     }
     const std::int64_t all = counts.GetAll();
-    ColumnBuffers buffers;
-    buffers.rows = rows;
-    const auto integers = [&](CellKind kind, ColumnType type) {
-        return IsTakeable(cells, first, rows, kind)
-                   ? Take(cells, first, rows, kind, type)
-                   : Gather<std::int64_t>(cells, first, rows, type,
-                                          [](const Cell& cell) { return cell.GetInteger(); });
-    };
-    bool isMixed = false;
     if (all == 0) {
-        // Arrow's null type.
-    } else if (counts.GetNumbers() == all) {
-        buffers = MakeNumbers(cells, first, rows, counts, isMixed);
-    } else if (counts[CellKind::Text] == all) {
-        buffers = MakeTexts(cells, first, rows);
-    } else if (counts[CellKind::Bool] == all) {
-        buffers = MakeBools(cells, first, rows);
-    } else if (counts[CellKind::Time] == all) {
-        buffers = integers(CellKind::Time, ColumnType::Time64);
-    } else if (counts[CellKind::DateTime] == all) {
-        buffers = integers(CellKind::DateTime, ColumnType::Timestamp);
-    } else if (counts[CellKind::Duration] == all) {
-        buffers = integers(CellKind::Duration, ColumnType::Duration);
-    } else if (counts[CellKind::Date] == all) {
-        buffers = IsTakeable(cells, first, rows, CellKind::Date)
-                      ? Take(cells, first, rows, CellKind::Date, ColumnType::Date32)
-                      : Gather<std::int32_t>(cells, first, rows, ColumnType::Date32, [](const Cell& cell) {
-                            return static_cast<std::int32_t>(cell.content);
-                        });
-    } else if (counts.GetDates() == all) {
-        buffers = Gather<std::int64_t>(cells, first, rows, ColumnType::Timestamp, [](const Cell& cell) {
-            return cell.kind == CellKind::Date
-                       ? std::int64_t{static_cast<std::int32_t>(cell.content)} * MicrosecondsOfDay
-                       : cell.GetInteger();
-        });
-    } else {
-        isMixed = true;
-        buffers = MakeTexts(cells, first, rows);
+        return ColumnType::Null;
     }
-    if (isMixed) {
+    ColumnType type = ColumnType::Text;
+    if (counts.GetNumbers() == all) {
+        type = TypeOf(counts, facts, hasFractions);
+    } else if (counts[CellKind::Bool] == all) {
+        type = ColumnType::Bool;
+    } else if (counts[CellKind::Time] == all) {
+        type = ColumnType::Time64;
+    } else if (counts[CellKind::Duration] == all) {
+        type = ColumnType::Duration;
+    } else if (counts[CellKind::Date] == all) {
+        type = ColumnType::Date32;
+    } else if (counts.GetDates() == all) {
+        type = ColumnType::Timestamp;
+    }
+    if (type == ColumnType::Text && counts[CellKind::Text] != all) {
         NoteMixture({"mixed-column", static_cast<std::uint64_t>(all), place,
                      "column " + label + " holds " + Describe(counts) + " and is text"});
     }
+    return type;
+}
+
+ColumnForm ColumnMaker::Decide(const ColumnEvidence& evidence, std::int64_t rows, const std::string& name,
+                               const std::string& place) {
+    ColumnForm form{DecideType(evidence.counts, evidence.facts, evidence.hasFractions, name, place)};
+    const DistinctTexts& texts = evidence.texts;
+    if (form.type == ColumnType::Text && evidence.counts[CellKind::Text] == evidence.counts.GetAll() &&
+        !texts.AreTooMany()) {
+        std::int64_t size = rows * 4 + 8;
+        for (const std::string_view text : texts.GetTexts()) {
+            size += static_cast<std::int64_t>(text.size()) + 8;
+        }
+        if (2 * size < texts.GetBytes() + (rows + 1) * 8) {
+            form.dictionary = MakeTextColumn(texts.GetTexts());
+        }
+    }
+    return form;
+}
+
+ColumnBuffers ColumnMaker::BuildBuffers(CellVector& cells, int first, int rows, ColumnType type) {
+    switch (type) {
+        case ColumnType::Null:
+            break;
+        case ColumnType::Bool:
+            return MakeBools(cells, first, rows);
+        case ColumnType::Int64:
+            return MakeWholeNumbers(cells, first, rows);
+        case ColumnType::Float32:
+            return TakeOrGather<float>(cells, first, rows, CellKind::Float32, type);
+        case ColumnType::Float64:
+            return TakeOrGather<double>(cells, first, rows, CellKind::Float64, type);
+        case ColumnType::Text:
+            return MakeTexts(cells, first, rows, true);
+        case ColumnType::Date32:
+            return TakeOrGather<std::int32_t>(cells, first, rows, CellKind::Date, type);
+        case ColumnType::Time64:
+            return TakeOrGather<std::int64_t>(cells, first, rows, CellKind::Time, type);
+        case ColumnType::Timestamp:
+            return TakeOrGather<std::int64_t>(cells, first, rows, CellKind::DateTime, type);
+        case ColumnType::Duration:
+            return TakeOrGather<std::int64_t>(cells, first, rows, CellKind::Duration, type);
+    }
+    ColumnBuffers empty;
+    empty.rows = rows;
+    return empty;
+}
+
+Column ColumnMaker::Build(CellVector& cells, int first, int rows, const ColumnForm& form,
+                          const std::string& name, const std::string& unit) {
+    ColumnBuffers buffers = form.dictionary != nullptr      ? MakePlaces(cells, first, rows, form.dictionary)
+                            : form.type == ColumnType::Text ? MakeTexts(cells, first, rows, false)
+                                                            : BuildBuffers(cells, first, rows, form.type);
+    // The cells are in the column now.
+    cells = CellVector();
+    return {name, unit, std::move(buffers)};
+}
+
+Column ColumnMaker::Make(CellVector& cells, int first, int rows, const std::string& name,
+                         const std::string& unit, const std::string& place) {
+    const int end = first + rows;
+    const KindCounts counts = CountKinds(store, cells, first, end);
+    NumberFacts facts;
+    bool hasFractions = false;
+    if (counts.GetNumbers() > 0 && (counts.GetNumbers() == counts.GetAll() || counts.HasEmptyTextsOnly())) {
+        facts = ExamineNumbers(store, cells, first, end);
+        hasFractions = facts.areWhole && counts[CellKind::Float64] > 0 && cells.HasFractionSource(first, end);
+    }
+    const ColumnType type = DecideType(counts, facts, hasFractions, name, place);
+    ColumnBuffers buffers = BuildBuffers(cells, first, rows, type);
     // The cells are in the column now.
     cells = CellVector();
     return {name, unit, std::move(buffers)};

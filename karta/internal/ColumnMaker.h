@@ -1,31 +1,23 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "base/Note.h"
 #include "karta/Column.h"
 #include "karta/internal/CellVector.h"
+#include "karta/internal/ColumnEvidence.h"
+#include "karta/internal/TextIndex.h"
 
 namespace karta {
 
-/** How many cells of each kind some places hold. */
-struct KindCounts {
-    std::array<std::int64_t, CellKinds> counts{};
-    std::int64_t emptyTexts = 0; /**< among the texts */
-
-    std::int64_t& operator[](CellKind kind) { return counts[static_cast<std::size_t>(kind)]; }
-    std::int64_t operator[](CellKind kind) const { return counts[static_cast<std::size_t>(kind)]; }
-    std::int64_t GetNumbers() const {
-        return (*this)[CellKind::Int64] + (*this)[CellKind::Float32] + (*this)[CellKind::Float64];
-    }
-    std::int64_t GetDates() const { return (*this)[CellKind::Date] + (*this)[CellKind::DateTime]; }
-    std::int64_t GetAll() const;
+/** What a column is to be. */
+struct ColumnForm {
+    ColumnType type = ColumnType::Null;
+    /** Of a text: the distinct ones, where the cells are places among them. */
+    std::shared_ptr<const Column> dictionary = nullptr;
 };
-
-/** Of the places from `first` to before `end`. Raises Stopped. */
-KindCounts CountKinds(const CellStore& store, const CellVector& cells, int first, int end);
 
 /** Makes a finished column of the cells that were gathered; its rules are the table's rules of mixtures. */
 class ColumnMaker {
@@ -39,14 +31,30 @@ public:
      */
     Column Make(CellVector& cells, int first, int rows, const std::string& name, const std::string& unit,
                 const std::string& place);
+    /**
+     * The two halves of it, for rows that are made piece by piece: what all rows are to be, of which the
+     * evidence tells, with the notes; and the places from `first` on as that, which they must fit.
+     */
+    ColumnForm Decide(const ColumnEvidence& evidence, std::int64_t rows, const std::string& name,
+                      const std::string& place);
+    Column Build(CellVector& cells, int first, int rows, const ColumnForm& form, const std::string& name,
+                 const std::string& unit);
     /** One note for all columns whose mixtures weren't told one by one; behind the last column. */
     void NoteFurtherMixtures();
     /** As Make, always a text. */
     Column MakeText(const CellVector& cells, int first, int rows, const std::string& name);
 
 private:
-    ColumnBuffers MakeNumbers(CellVector& cells, int first, int rows, const KindCounts& counts, bool& isText);
-    ColumnBuffers MakeTexts(const CellVector& cells, int first, int rows);
+    ColumnType TypeOf(const KindCounts& counts, const NumberFacts& facts, bool hasFractions) const;
+    ColumnType DecideType(KindCounts counts, const NumberFacts& facts, bool hasFractions,
+                          const std::string& name, const std::string& place);
+    ColumnBuffers BuildBuffers(CellVector& cells, int first, int rows, ColumnType type);
+    template <class Value>
+    ColumnBuffers TakeOrGather(CellVector& cells, int first, int rows, CellKind kind, ColumnType type);
+    ColumnBuffers MakeWholeNumbers(CellVector& cells, int first, int rows);
+    ColumnBuffers MakeTexts(const CellVector& cells, int first, int rows, bool mayBeDictionary);
+    ColumnBuffers MakePlaces(const CellVector& cells, int first, int rows,
+                             const std::shared_ptr<const Column>& dictionary);
     ColumnBuffers MakeDictionary(const CellVector& cells, int first, int rows, std::int64_t plainSize);
     ColumnBuffers MakeBools(const CellVector& cells, int first, int rows);
     ColumnBuffers Take(CellVector& cells, int first, int rows, CellKind kind, ColumnType type);

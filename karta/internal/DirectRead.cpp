@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <exception>
 #include <map>
@@ -62,27 +61,10 @@ ErrorCode CodeOf(int reason) {
     }
 }
 
-// Of a place as readers and notes have it: "line 12".
-Place PlaceOf(std::string_view text) {
-    Place place;
-    const std::size_t blank = std::min(text.find(' '), text.size());
-    const std::string_view word = text.substr(0, blank);
-    const std::string_view rest = text.substr(std::min(blank + 1, text.size()));
-    std::uint64_t number = 0;
-    const bool isNumber =
-        std::from_chars(rest.data(), rest.data() + rest.size(), number).ptr == rest.data() + rest.size() &&
-        !rest.empty();
-    if (word == "line" && isNumber) {
-        place.line = number;
-    } else if (word == "record" && isNumber) {
-        place.record = number;
-    } else if (word == "byte" && isNumber) {
-        place.byte = number;
-    } else if (word == "part") {
-        place.part = AsUtf8(std::string(rest));
-    } else {
-        place.cell = AsUtf8(std::string(text));
-    }
+// Names in a file may be of any encoding.
+Place InUtf8(Place place) {
+    place.cell = AsUtf8(place.cell);
+    place.part = AsUtf8(place.part);
     return place;
 }
 
@@ -376,7 +358,7 @@ void RaiseReadersError(SpreadsheetFile& reader, const ReadWishes& wishes, const 
         SetLimitText(details, details.text);
     }
     if (own != nullptr) {
-        details.place = PlaceOf(own->GetFailurePlace());
+        details.place = InUtf8(own->GetFailurePlace());
     }
     throw Error(details);
 }

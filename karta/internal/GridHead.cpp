@@ -4,14 +4,13 @@
 #include <cmath>
 #include <map>
 
-#include "karta/internal/ColumnMaker.h"
+#include "karta/internal/ColumnEvidence.h"
 
 namespace karta {
 
 namespace {
 
 // A head stands among the first rows; of very wide grids fewer are looked at.
-constexpr int MostRows = 100;
 constexpr int LeastRows = 8;
 constexpr std::size_t MostCells = std::size_t{1} << 22;
 // So many whole numbers that rise by one step are an axis; of others it takes more, and more again where
@@ -50,8 +49,8 @@ bool IsWholeNumber(const Cell& cell) {
 class HeadFinder {
 public:
     HeadFinder(const CellStore& cellStore, const std::vector<CellVector>& grid, int rowCount,
-               std::optional<int> headerRow)
-        : store(cellStore), columns(grid), numRows(rowCount), header(headerRow) {}
+               std::optional<int> headerRow, const std::vector<ColumnEvidence>& furtherRows)
+        : store(cellStore), columns(grid), numRows(rowCount), header(headerRow), further(furtherRows) {}
 
     TableShape Find() {
         ReadRows();
@@ -80,8 +79,8 @@ public:
 private:
     void ReadRows() {
         const std::size_t wanted = std::clamp<std::size_t>(
-            MostCells / std::max<std::size_t>(columns.size(), 1), LeastRows, MostRows);
-        const int last = std::min(numRows, 10 * MostRows);
+            MostCells / std::max<std::size_t>(columns.size(), 1), LeastRows, HeadRows::Filled);
+        const int last = std::min(numRows, HeadRows::Most);
         for (int place = 0; place < last && rows.size() < wanted; ++place) {
             Row row{place, {}, 0};
             row.cells.reserve(columns.size());
@@ -130,8 +129,11 @@ private:
     std::vector<Below> GetBelow(int place) const {
         std::vector<Below> kinds;
         kinds.reserve(columns.size());
-        for (const CellVector& column : columns) {
-            const KindCounts counts = CountKinds(store, column, place, numRows);
+        for (std::size_t col = 0; col < columns.size(); ++col) {
+            KindCounts counts = CountKinds(store, columns[col], place, numRows);
+            if (col < further.size()) {
+                counts += further[col].counts;
+            }
             const std::int64_t texts = counts[CellKind::Text] - counts.emptyTexts;
             const std::int64_t all = counts.GetAll() - counts.emptyTexts;
             const std::int64_t dates = counts.GetDates() + counts[CellKind::Time];
@@ -272,6 +274,7 @@ private:
     const std::vector<CellVector>& columns;
     int numRows;
     std::optional<int> header;
+    const std::vector<ColumnEvidence>& further;
     std::vector<Row> rows;  // without empty ones
     std::size_t usual = 0;  // cells of most rows
     std::size_t first = 0;  // the first row of the table, as an index
@@ -281,8 +284,8 @@ private:
 }  // namespace
 
 TableShape FindGridHead(const CellStore& store, const std::vector<CellVector>& columns, int rows,
-                        std::optional<int> header) {
-    return HeadFinder(store, columns, rows, header).Find();
+                        std::optional<int> header, const std::vector<ColumnEvidence>& further) {
+    return HeadFinder(store, columns, rows, header, further).Find();
 }
 
 }  // namespace karta

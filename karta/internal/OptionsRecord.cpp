@@ -1,7 +1,6 @@
 #include "karta/internal/OptionsRecord.h"
 
 #include <algorithm>
-#include <cmath>
 #include <ios>
 #include <iterator>
 #include <limits>
@@ -19,6 +18,7 @@
 #include "host/StreamWriter.h"
 #include "host/XMLSection.h"
 #include "karta/Error.h"
+#include "karta/internal/NumberRange.h"
 #include "karta/internal/PartChoice.h"
 
 namespace {
@@ -171,15 +171,9 @@ void WriteConstraints(XMLSection& settings, const karta::ReadWishes& wishes) {
     std::vector<float> starts;
     std::vector<float> ends;
     for (const std::string& include : wishes.includes) {
-        const std::size_t colon = include.find(':');
-        float start = 0.0F;
-        float end = 0.0F;
-        if (colon == std::string::npos || !NvString::ToFloat(include.substr(0, colon), start) ||
-            !NvString::ToFloat(include.substr(colon + 1), end) || std::isnan(start) || std::isnan(end)) {
-            throw BadOption("include", "takes an interval A:B of X values, not '" + include + "'");
-        }
-        starts.push_back(std::min(start, end));
-        ends.push_back(std::max(start, end));
+        const karta::Interval interval = karta::RequireInterval(include);
+        starts.push_back(static_cast<float>(std::min(interval.from, interval.to)));
+        ends.push_back(static_cast<float>(std::max(interval.from, interval.to)));
     }
     if (starts.empty()) {
         starts.push_back(std::numeric_limits<float>::lowest());

@@ -1,8 +1,8 @@
 #include "karta/internal/ReadWishes.h"
 
 #include "base/NumberFormat.h"
-#include "host/NvString.h"
 #include "karta/Error.h"
+#include "karta/internal/NumberRange.h"
 
 namespace karta {
 
@@ -20,18 +20,6 @@ std::string PartOf(const PartName& part) {
                              std::to_string(place)});
     }
     return place == 0 ? std::string() : std::to_string(place);
-}
-
-Interval IntervalOf(const std::string& text) {
-    const std::size_t colon = text.find(':');
-    Interval interval;
-    if (colon == std::string::npos || !NvString::ToDouble(text.substr(0, colon), interval.from) ||
-        !NvString::ToDouble(text.substr(colon + 1), interval.to)) {
-        throw Error({.code = ErrorCode::BadOption,
-                     .option = "include",
-                     .text = "takes an interval like 1100:1800, not '" + text + "'"});
-    }
-    return interval;
 }
 
 void RefuseWish(bool isWished, const char* option) {
@@ -101,7 +89,7 @@ ReadOptions MakeReadOptions(const ReadWishes& wishes) {
         options.part = wishes.part;
     }
     for (const std::string& text : wishes.includes) {
-        options.include.push_back(IntervalOf(text));
+        options.include.push_back(RequireInterval(text));
     }
     options.average = wishes.average;
     options.encoding = wishes.encoding;

@@ -11,8 +11,10 @@
 #include "base/Unicode.h"
 #include "frame/FormatReader.h"
 #include "karta/Error.h"
+#include "karta/internal/BatchSink.h"
 #include "karta/internal/FormatOptions.h"
 #include "karta/internal/HeadRowsSink.h"
+#include "karta/internal/SurveySink.h"
 #include "karta/internal/TableRows.h"
 #include "karta/internal/TableSink.h"
 
@@ -62,6 +64,13 @@ public:
         }
     }
 
+    /** Where the next share begins and ends, of several reads. */
+    void SetStretch(double from, double to) {
+        begin = from;
+        end = to;
+        known = from > 0.0 ? from : known;
+    }
+
     ReadWatch Watch() {
         ReadWatch watch{stop.get_token(), {}, {}};
         if (progress) {
@@ -96,7 +105,7 @@ private:
         }
         next = now + Interval;
         // Who only knows that it goes on takes nothing back from who knows how far.
-        known = share < 0.0 ? known : std::min(share, 1.0);
+        known = share < 0.0 ? known : begin + (end - begin) * std::min(share, 1.0);
         try {
             progress(known);
         } catch (...) {
@@ -107,6 +116,8 @@ private:
 
     const std::function<void(double)>& progress;
     double known = -1.0;
+    double begin = 0.0;
+    double end = 1.0;
     std::exception_ptr raised;
     std::chrono::steady_clock::time_point next;
     std::stop_source stop;
@@ -130,6 +141,17 @@ std::int64_t LastOf(const std::vector<RowRange>& ranges) {
         last = std::max(last, range.last);
     }
     return last;
+}
+
+void HandOut(const Table& table, std::int64_t rows, const Selection::BatchFunction& use) {
+    std::int64_t first = 0;
+    do {
+        Table batch = table.Slice(first, std::min(rows, table.GetRowCount() - first));
+        if (!use(batch)) {
+            return;
+        }
+        first += rows;
+    } while (first < table.GetRowCount());
 }
 
 }  // namespace
@@ -213,46 +235,115 @@ Inspection Selection::InspectBy(const ReadWishes& wishes) const {
     return found;
 }
 
+// One read of the files into a sink of its caller's.
+class Selection::Run {
+public:
+    Run(const Selection& readSelection, const ReadWishes& readWishes, Observer& observer)
+        : selection(readSelection), wishes(readWishes), control(RowFilter(), observer.Watch()) {
+        report.context = MakeContext(wishes);
+        report.notes = NoteUnknownSettings(*selection.chosen.formats, selection.chosen.format, wishes);
+    }
+
+    const std::shared_ptr<ReadContext>& GetContext() const { return report.context; }
+    ReadControl& GetControl() { return control; }
+
+    void ReadInto(ReadSpreadSheetData& sink) {
+        OptionsRecord record = MakeOptions(*selection.chosen.formats, selection.chosen.format, wishes);
+        ReadDirectly(wishes, selection.chosen, record, control, sink, report,
+                     {.begin = {}, .end = [&](SpreadsheetFile& reader) { facts = FactsOf(reader); }});
+    }
+
+    /** The table with what the read has told beside it. */
+    Table Complete(const Table& table) const {
+        Notes notes;
+        for (const std::vector<Note>* told : {&table.GetNotes(), &report.notes}) {
+            for (const Note& note : *told) {
+                notes.Add(note);
+            }
+        }
+        if (!report.warning.empty()) {
+            notes.Add({"warning", 1, "", AsUtf8(report.warning)});
+        }
+        return table.With(facts, notes.GetAll());
+    }
+
+private:
+    const Selection& selection;
+    const ReadWishes& wishes;
+    ReadReport report;
+    ReadControl control;
+    std::vector<Fact> facts;
+};
+
 Table Selection::Read(const PartName& part) const {
     ReadWishes wishes = MakePartWishes(part);
     Observer observer(options.progress, options.stop);
     observer.LookAt(wishes);
-    ReadReport report;
-    report.context = MakeContext(wishes);
-    report.notes = NoteUnknownSettings(*chosen.formats, chosen.format, wishes);
-    std::vector<Fact> facts;
     try {
         return WithErrors(wishes, format, [&] {
-            TableSink table(report.context, options.header);
-            ReadControl control(RowFilter(), observer.Watch());
-            HeadRowsSink firstRows(table, *report.context, control, LastOf(options.rows));
+            Run run(*this, wishes, observer);
+            TableSink table(run.GetContext(), options.header);
+            HeadRowsSink firstRows(table, *run.GetContext(), run.GetControl(), LastOf(options.rows));
             if (options.rows.empty()) {
-                table.Watch(control);
+                table.Watch(run.GetControl());
             }
-            ReadSpreadSheetData& sink =
-                options.rows.empty() ? static_cast<ReadSpreadSheetData&>(table) : firstRows;
-            OptionsRecord record = MakeOptions(*chosen.formats, chosen.format, wishes);
-            ReadDirectly(wishes, chosen, record, control, sink, report,
-                         {.begin = {}, .end = [&](SpreadsheetFile& reader) { facts = FactsOf(reader); }});
-            Table read = table.Finish();
+            run.ReadInto(options.rows.empty() ? static_cast<ReadSpreadSheetData&>(table) : firstRows);
+            const Table read = table.Finish();
             observer.Finish();
-            std::vector<Note> notes = read.GetNotes();
-            for (const Note& note : report.notes) {
-                const bool isThere = std::any_of(notes.begin(), notes.end(), [&](const Note& known) {
-                    return known.text == note.text && known.place == note.place;
-                });
-                if (!isThere) {
-                    notes.push_back(note);
-                }
-            }
-            if (!report.warning.empty()) {
-                notes.push_back({"warning", 1, "", AsUtf8(report.warning)});
-            }
-            return Select(read.With(std::move(facts), std::move(notes)));
+            return Select(run.Complete(read));
         });
     } catch (const Error&) {
         observer.Rethrow();
         throw;
+    }
+}
+
+void Selection::ForEachBatch(const PartName& part, std::int64_t rows, const BatchFunction& use,
+                             std::size_t mostHeldBytes) const {
+    const std::int64_t step = std::max<std::int64_t>(rows, 1);
+    if (!options.rows.empty()) {
+        HandOut(Read(part), step, use);
+        return;
+    }
+    ReadWishes wishes = MakePartWishes(part);
+    Observer observer(options.progress, options.stop);
+    observer.LookAt(wishes);
+    std::optional<Table> whole;
+    std::optional<TablePlan> plan;
+    std::exception_ptr raised;
+    try {
+        WithErrors(wishes, format, [&] {
+            observer.SetStretch(0.0, 0.5);
+            Run survey(*this, wishes, observer);
+            SurveySink sink(survey.GetContext(), survey.GetControl(), options.header, mostHeldBytes);
+            survey.ReadInto(sink);
+            if (sink.IsWhole()) {
+                whole = survey.Complete(sink.Finish());
+                observer.Finish();
+            } else if ((plan = sink.Plan())) {
+                plan->head = survey.Complete(plan->head);
+            }
+        });
+        WithErrors(wishes, format, [&] {
+            if (plan) {
+                observer.SetStretch(0.5, 1.0);
+                Run run(*this, wishes, observer);
+                BatchSink sink(run.GetContext(), run.GetControl(), *plan, step, use);
+                run.ReadInto(sink);
+                sink.Finish();
+                raised = sink.GetRaised();
+                observer.Finish();
+            }
+        });
+    } catch (const Error&) {
+        observer.Rethrow();
+        throw;
+    }
+    if (raised) {
+        std::rethrow_exception(raised);
+    }
+    if (!plan) {
+        HandOut(whole ? *whole : Read(part), step, use);
     }
 }
 

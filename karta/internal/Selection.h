@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -40,8 +43,16 @@ public:
     Inspection Inspect() const;
     /** This part, whatever the options name. */
     Table Read(const PartName& part) const;
+    /** The same in pieces; false from `use` ends it. */
+    using BatchFunction = std::function<bool(Table& batch)>;
+    void ForEachBatch(const PartName& part, std::int64_t rows, const BatchFunction& use,
+                      std::size_t mostHeldBytes = MostHeldBytes) const;
 
 private:
+    // Enough that most tables are read once, and little beside the program itself.
+    static constexpr std::size_t MostHeldBytes = std::size_t{16} << 20;
+
+    class Run;
     ReadWishes MakePartWishes(const PartName& part) const;
     Inspection InspectBy(const ReadWishes& wishes) const;
     Table Select(const Table& table) const;

@@ -8,6 +8,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "karta/internal/ChangedMeanwhile.h"
+
 namespace karta {
 
 namespace {
@@ -46,6 +48,23 @@ std::string LettersOf(int col) {
 TableSink::TableSink(std::shared_ptr<ReadContext> readContext, std::optional<int> headerRow)
     : context(std::move(readContext)), header(headerRow), store(*context), block(store) {}
 
+TableSink::TableSink(std::shared_ptr<ReadContext> readContext, RowsAbove rowsAbove)
+    : TableSink(std::move(readContext)) {
+    above = rowsAbove;
+}
+
+TableSink::TableSink(std::shared_ptr<ReadContext> readContext, const TablePlan& tablePlan, int rows)
+    : TableSink(std::move(readContext)) {
+    firstBlock = tablePlan.GetFirstBlockColumn();
+    lastBlock = tablePlan.GetLastBlockColumn();
+    firstBlockRow = 1;
+    isPlanned = true;
+    store.expectedRows = rows;
+    if (const Block* planned = tablePlan.head.GetBlock()) {
+        block.Begin(planned->IsRowMajor(), planned->IsFloat32(), rows, planned->GetPointCount());
+    }
+}
+
 TableSink::~TableSink() = default;
 
 // From the first cell on the columns of a block are known, or it is a grid until a run finds otherwise.
@@ -54,7 +73,7 @@ void TableSink::LookAtShape() {
     if (shape.isKnown && shape.firstBlockColumn > 0) {
         firstBlock = shape.firstBlockColumn;
         lastBlock = shape.lastBlockColumn > 0 ? shape.lastBlockColumn : NoColumn;
-        firstBlockRow = std::max(shape.firstDataRow, 1);
+        firstBlockRow = std::max(shape.firstDataRow - above, 1);
     } else {
         firstBlock = NoColumn;
     }
@@ -203,7 +222,7 @@ void TableSink::SetDuration(int col, int row, std::int64_t microseconds) {
 
 void TableSink::SetError(int col, int row, std::string_view /*text*/) {
     if (col >= 1 && row >= 1 && errors++ == 0) {
-        firstError = LettersOf(col) + std::to_string(row);
+        firstError = LettersOf(col) + std::to_string(row + above);
     }
     TableSink::SetMissing(col, row);
 }
@@ -278,7 +297,7 @@ void TableSink::PutRowRun(int firstCol, int row, std::span<const Number> values)
         return;
     }
     Count(values.size());
-    if (firstBlock == NoColumn) {
+    if (firstBlock == NoColumn && !isPlanned) {
         LookAtShape();
     }
     int col = firstCol;
@@ -315,7 +334,7 @@ void TableSink::PutColumnRun(int col, int firstRow, std::span<const Number> valu
         return;
     }
     Count(values.size());
-    if (firstBlock == NoColumn) {
+    if (firstBlock == NoColumn && !isPlanned) {
         LookAtShape();
     }
     if (IsInBlock(col)) {
@@ -409,7 +428,7 @@ void TableSink::DissolveBlock() {
     firstBlock = NoColumn;
 }
 
-TableShape TableSink::SettleShape() {
+TableShape TableSink::SettleShape(const std::vector<ColumnEvidence>& further) {
     TableShape shape = context->shape;
     const bool hasBlock = shape.isKnown && shape.firstBlockColumn > 0;
     if (!hasBlock || (firstBlock != shape.firstBlockColumn && firstBlock != NoColumn) ||
@@ -417,7 +436,7 @@ TableShape TableSink::SettleShape() {
         DissolveBlock();
     }
     if (!shape.isKnown) {
-        return FindGridHead(store, columns, numRows, header);
+        return FindGridHead(store, columns, numRows, header, further);
     }
     shape.firstDataRow = std::max(shape.firstDataRow, 1);
     if (header && !hasBlock && *header != shape.nameRow) {
@@ -579,8 +598,8 @@ void TableSink::KeepHeads(const TableShape& shape, TableParts& parts) {
     });
 }
 
-void TableSink::MakeColumns(const TableShape& shape, int rows, TableParts& parts) {
-    ColumnMaker maker(store, context->notes);
+template <class MakeOne>
+void TableSink::MakeColumns(const TableShape& shape, TableParts& parts, const MakeOne& makeOne) {
     // Where the block came to nothing, its axis names the columns.
     const int nameRow = shape.nameRow > 0 ? shape.nameRow : shape.axisRow;
     // Names may come from other columns: all of them are looked up before a column is made of its cells.
@@ -605,11 +624,17 @@ void TableSink::MakeColumns(const TableShape& shape, int rows, TableParts& parts
         store.Charge(sizeof(Column));
         const bool isThere = static_cast<std::size_t>(col) <= columns.size();
         CellVector& cells = isThere ? columns[static_cast<std::size_t>(col) - 1] : nothing;
-        parts.columns.push_back(
-            maker.Make(cells, shape.firstDataRow - 1, rows, text->first, text->second, LettersOf(col)));
+        parts.columns.push_back(makeOne(col, cells, text->first, text->second));
         ++text;
     }
-    maker.NoteFurtherMixtures();
+}
+
+void TableSink::NoteErrors(std::uint64_t count, const std::string& first) {
+    if (count > 0) {
+        context->notes.Add({"errors-missing", count, first,
+                            CountOf(count, "cell") + " with an error " + (count == 1 ? "is" : "are") +
+                                " missing in the columns (first: " + first + ")"});
+    }
 }
 
 Table TableSink::Finish() {
@@ -634,14 +659,173 @@ Table TableSink::Finish() {
         shape.firstBlockColumn = shape.lastBlockColumn = 0;
     }
     KeepHeads(shape, parts);
-    MakeColumns(shape, rows, parts);
-    if (errors > 0) {
-        context->notes.Add({"errors-missing", errors, firstError,
-                            CountOf(errors, "cell") + " with an error " + (errors == 1 ? "is" : "are") +
-                                " missing in the columns (first: " + firstError + ")"});
-    }
+    ColumnMaker maker(store, context->notes);
+    MakeColumns(shape, parts,
+                [&](int col, CellVector& cells, const std::string& name, const std::string& unit) {
+                    return maker.Make(cells, shape.firstDataRow - 1, rows, name, unit, LettersOf(col));
+                });
+    maker.NoteFurtherMixtures();
+    NoteErrors(errors, firstError);
     parts.shape = std::move(shape);
     parts.notes = context->notes.GetAll();
+    return Table(std::move(parts));
+}
+
+void TableSink::Testify(CellStore& kept, TableEvidence& evidence, int firstPlace) {
+    if (evidence.columns.size() < columns.size()) {
+        kept.Charge((columns.size() - evidence.columns.size()) * sizeof(ColumnEvidence));
+        evidence.columns.resize(columns.size());
+    }
+    for (std::size_t col = 0; col < columns.size(); ++col) {
+        evidence.columns[col].Add(store, kept, columns[col], firstPlace, numRows);
+    }
+    if (block.HasBegun()) {
+        evidence.isRowMajor = evidence.hasBlock ? evidence.isRowMajor : block.IsRowMajor();
+        evidence.areFloats = evidence.areFloats && block.IsFloat32();
+        evidence.hasBlock = true;
+        const TableShape& shape = context->shape;
+        evidence.isClear = evidence.isClear && firstBlock == shape.firstBlockColumn &&
+                           lastBlock == (shape.lastBlockColumn > 0 ? shape.lastBlockColumn : NoColumn);
+    }
+    if (evidence.errors == 0) {
+        evidence.firstError = firstError;
+    }
+    evidence.errors += errors;
+}
+
+// Whether there is to be a block, which is empty here.
+bool TableSink::PlanBlock(const TableEvidence& all, std::int64_t rows, int last) {
+    KindCounts counts;
+    bool areExact = true;
+    for (int col = firstBlock; col <= std::min(last, static_cast<int>(all.columns.size())); ++col) {
+        const ColumnEvidence& evidence = all.columns[static_cast<std::size_t>(col) - 1];
+        counts += evidence.counts;
+        areExact = areExact && evidence.facts.areExact;
+    }
+    if (counts.GetNumbers() != counts.GetAll() || !areExact) {
+        return false;
+    }
+    const bool areFloats =
+        counts[CellKind::Float32] == counts.GetAll() && (all.hasBlock ? all.areFloats : counts.GetAll() > 0);
+    block.Clear();
+    // One row lies in either order.
+    block.Begin((all.hasBlock && all.isRowMajor) || rows == 1, areFloats, 0, last - firstBlock + 1);
+    return true;
+}
+
+std::optional<TablePlan> TableSink::Plan(CellStore& kept, const TableEvidence& further) {
+    numCols = further.cols;
+    numRows = further.rows;
+    if (columns.size() < further.columns.size()) {
+        AddColumns(static_cast<int>(further.columns.size()));
+    }
+    const bool hadBlock = block.HasBegun() || further.hasBlock;
+    TableShape shape = SettleShape(further.columns);
+    if (shape.firstDataRow - 1 > further.above || !further.isClear || (hadBlock && firstBlock == NoColumn)) {
+        return {};
+    }
+    TableEvidence all;
+    Testify(kept, all, shape.firstDataRow - 1);
+    if (!all.isClear) {
+        return {};
+    }
+    all.isRowMajor = all.hasBlock ? all.isRowMajor : further.isRowMajor;
+    all.areFloats = all.areFloats && further.areFloats;
+    all.hasBlock = hadBlock;
+    for (std::size_t col = 0; col < further.columns.size(); ++col) {
+        all.columns[col].Add(kept, further.columns[col]);
+    }
+    TablePlan plan;
+    plan.rows = std::max(0, numRows - shape.firstDataRow + 1);
+    TableParts parts;
+    const int last = shape.lastBlockColumn > 0 ? std::min(shape.lastBlockColumn, numCols) : numCols;
+    firstBlock = firstBlock == NotLooked ? NoColumn : firstBlock;
+    if (shape.firstBlockColumn > 0 && shape.firstBlockColumn <= last) {
+        GatherHeads(shape, last);
+        if (PlanBlock(all, plan.rows, last)) {
+            parts.block = MakeBlock(shape, 0, last - firstBlock + 1);
+        } else if (hadBlock) {
+            return {};
+        }
+    }
+    if (!parts.block) {
+        DissolveBlock();
+        shape.firstBlockColumn = shape.lastBlockColumn = 0;
+    }
+    KeepHeads(shape, parts);
+    ColumnMaker maker(store, context->notes);
+    MakeColumns(shape, parts,
+                [&](int col, CellVector& /*cells*/, const std::string& name, const std::string& unit) {
+                    static const ColumnEvidence none;
+                    const auto place = static_cast<std::size_t>(col) - 1;
+                    const ColumnEvidence& evidence = place < all.columns.size() ? all.columns[place] : none;
+                    plan.columns.push_back(
+                        {maker.Decide(evidence, plan.rows, name, LettersOf(col)), evidence.counts});
+                    return Column(name, unit, {});
+                });
+    maker.NoteFurtherMixtures();
+    NoteErrors(errors + further.errors, errors > 0 ? firstError : further.firstError);
+    parts.shape = std::move(shape);
+    parts.notes = context->notes.GetAll();
+    plan.head = Table(std::move(parts));
+    return plan;
+}
+
+bool TableSink::FitsPlan(const TablePlan& plan, int rows) {
+    if (static_cast<int>(columns.size()) > plan.GetGridWidth() || numRows > rows) {
+        return false;
+    }
+    auto planned = plan.columns.begin();
+    for (int col = 1; col <= static_cast<int>(columns.size()); ++col) {
+        const CellVector& cells = columns[static_cast<std::size_t>(col) - 1];
+        const KindCounts counts = CountKinds(store, cells, 0, rows);
+        if (IsInBlock(col)) {
+            if (counts.GetAll() > 0) {
+                return false;
+            }
+            continue;
+        }
+        for (std::size_t kind = 0; kind < CellKinds; ++kind) {
+            if (counts.counts[kind] > planned->counts.counts[kind]) {
+                return false;
+            }
+        }
+        const ColumnType type = planned->form.type;
+        if (counts.GetNumbers() > 0 && type != ColumnType::Text) {
+            const NumberFacts facts = ExamineNumbers(store, cells, 0, rows);
+            if (type == ColumnType::Int64 ? !facts.areWhole : !facts.areExact) {
+                return false;
+            }
+        }
+        ++planned;
+    }
+    return plan.head.GetBlock() == nullptr || block.IsFloat32() == plan.head.GetBlock()->IsFloat32();
+}
+
+Table TableSink::FinishPlanned(const TablePlan& plan, int rows) {
+    if (!FitsPlan(plan, rows)) {
+        throw ChangedMeanwhile();
+    }
+    TableParts parts = plan.head.GetParts();
+    parts.rows = rows;
+    if (parts.block) {
+        BlockParts blockParts = parts.block->GetParts();
+        blockParts.rows = rows;
+        blockParts.stride = block.Finish(rows, blockParts.points);
+        blockParts.values = std::make_shared<Buffer>(block.TakeValues());
+        parts.block = Block(std::move(blockParts));
+    }
+    if (columns.size() < static_cast<std::size_t>(plan.GetGridWidth())) {
+        AddColumns(plan.GetGridWidth());
+    }
+    ColumnMaker maker(store, context->notes);
+    for (std::size_t i = 0; i < parts.columns.size(); ++i) {
+        Column& column = parts.columns[i];
+        const bool isBehindBlock = parts.block && i >= parts.blockPlace;
+        const std::size_t col =
+            i + static_cast<std::size_t>(isBehindBlock ? parts.block->GetPointCount() : 0);
+        column = maker.Build(columns[col], 0, rows, plan.columns[i].form, column.GetName(), column.GetUnit());
+    }
     return Table(std::move(parts));
 }
 

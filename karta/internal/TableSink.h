@@ -21,6 +21,7 @@
 #include "karta/internal/ColumnMaker.h"
 #include "karta/internal/GridHead.h"
 #include "karta/internal/ReadControl.h"
+#include "karta/internal/TablePlan.h"
 
 namespace karta {
 
@@ -33,12 +34,18 @@ namespace karta {
  */
 class TableSink final : public WideSink, public CellRunSink {
 public:
+    enum RowsAbove : int {};
+
     /**
      * The context is the reader's: its shape says what the rows and columns are, and it gets the notes.
      * `header`: the row of the columns' names, from 1; 0: there is none; nothing: as the reader's shape has
      * it, else as the cells tell.
      */
     explicit TableSink(std::shared_ptr<ReadContext> readContext, std::optional<int> headerRow = {});
+    /** For some rows in the middle: so many of the grid are above them, the first one here counts as 1. */
+    TableSink(std::shared_ptr<ReadContext> readContext, RowsAbove rowsAbove);
+    /** For rows of data of a table that is planned; so many are expected. */
+    TableSink(std::shared_ptr<ReadContext> readContext, const TablePlan& tablePlan, int rows);
     TableSink(const TableSink&) = delete;
     TableSink& operator=(const TableSink&) = delete;
     ~TableSink() override;
@@ -86,6 +93,20 @@ public:
      */
     Table Finish();
 
+    /** What the rows here tell, for a plan of the whole; then they aren't needed any more. */
+    void Testify(CellStore& kept, TableEvidence& evidence) { Testify(kept, evidence, 0); }
+    /**
+     * In place of Finish, where these are the first rows of a table, those with its heads among them: the
+     * plan of the whole. `further` tells of the rows behind. Nothing where that doesn't show what the whole
+     * is.
+     */
+    std::optional<TablePlan> Plan(CellStore& kept, const TableEvidence& further);
+    /**
+     * In place of Finish, for rows of a planned table: so many. Raises ChangedMeanwhile where they don't fit
+     * the plan.
+     */
+    Table FinishPlanned(const TablePlan& plan, int rows);
+
 private:
     static constexpr int NoColumn = std::numeric_limits<int>::max();
     static constexpr int NotLooked = 0;
@@ -117,20 +138,27 @@ private:
     void LookAtShape();
     bool IsInBlock(int col) const { return col >= firstBlock && col <= lastBlock && firstBlock != NotLooked; }
 
+    void Testify(CellStore& kept, TableEvidence& evidence, int firstPlace);
+    bool PlanBlock(const TableEvidence& all, std::int64_t rows, int last);
+    bool FitsPlan(const TablePlan& plan, int rows);
+    void NoteErrors(std::uint64_t count, const std::string& first);
+
     void DissolveBlock();
-    TableShape SettleShape();
+    TableShape SettleShape(const std::vector<ColumnEvidence>& further = {});
     void GatherHeads(const TableShape& shape, int last);
     bool BringCellsIn();
     bool GatherBlock(int rows, int points);
     void MakeAxis(const TableShape& shape, int points, BlockParts& parts);
     Block MakeBlock(const TableShape& shape, int rows, int points);
     std::string GetHeadText(int col, int row) const;
-    void MakeColumns(const TableShape& shape, int rows, TableParts& parts);
+    template <class MakeOne>
+    void MakeColumns(const TableShape& shape, TableParts& parts, const MakeOne& makeOne);
     void KeepHeads(const TableShape& shape, TableParts& parts);
 
     std::shared_ptr<ReadContext> context;
     std::optional<int> header;
     ReadControl* control = nullptr;
+    int above = 0;  // rows of the grid above the first one here
     std::ptrdiff_t untilLook = CellsBetweenLooks;
     CellStore store;
     int numCols = 0;
@@ -140,6 +168,7 @@ private:
     int firstBlock = NotLooked;
     int lastBlock = 0;
     int firstBlockRow = 0;
+    bool isPlanned = false;  // the reader's shape says nothing new then
     BlockStore block;
     std::map<int, CellVector> heads;  // rows above the block, in its columns; places from its first column
     std::uint64_t errors = 0;

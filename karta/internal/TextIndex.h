@@ -15,6 +15,8 @@ public:
     /** The place of a text, which stays the caller's; a new one gets the next. */
     std::int32_t Find(std::string_view text);
     const std::vector<std::string_view>& GetTexts() const { return texts; }
+    /** The text that was new last, where it lies from now on. */
+    void KeepLast(std::string_view sameText) { texts.back() = sameText; }
 
 private:
     /** A text's place + 1, 0 for none, and a part of its hash. */

@@ -104,6 +104,7 @@ class Scan:
         batch: int,
         grid: str,
         axis: Sequence[float],
+        is_union: bool,
         on_error: str,
         workers: int,
     ) -> None: ...

@@ -17,6 +17,7 @@ if TYPE_CHECKING:
     from karta_import._reading import Path
 
     OnError = Literal["raise", "skip", "collect"]
+    Columns = Literal["same", "union"]
     Grid = Union[Literal["first", "common", "union"], Sequence[float], None]
 
 
@@ -74,6 +75,7 @@ def scan(
     *,
     batch: int = 500,
     grid: Grid = None,
+    columns: Columns = "same",
     on_error: OnError = "raise",
     workers: int | None = None,
     wide: bool | None = None,
@@ -82,7 +84,8 @@ def scan(
     """Reads many files, so many at a time, into tables with a column `file`.
 
     The files come in their order whatever the number of workers; memory is in proportion to a batch. The first
-    batch settles names and types of the columns; a file that doesn't fit is one that can't be read.
+    batch settles names and types of the columns, unless `columns` says otherwise; a file that doesn't fit is one
+    that can't be read.
 
     Args:
         paths: a folder (all files below it), a glob, a file, or a list of such.
@@ -90,6 +93,10 @@ def scan(
         grid: one axis for all spectra: "first" (the first file's), "common" (where all have points), "union" (where
             any has), or the axis values themselves; interpolated linearly, never beyond a spectrum's ends, where the
             numbers are missing. None: as they are, and another axis is a file that doesn't fit.
+        columns: which ones the tables have beside the spectra: "same", those of the first file; "union", those of all
+            files in the order in which they turn up, missing in a file without them, and text where the files have
+            different types. For more files than one batch they are all looked at before it, and what is read is
+            kept as far as there is room.
         on_error: "raise"; "skip" goes on; "collect" goes on and keeps what failed in `.errors`.
         workers: how many files are read at once, from 1; None: as many as there are processors.
         wide: how spectra are handed on, as in `read`.
@@ -97,6 +104,8 @@ def scan(
     """
     if batch < 1:
         raise ValueError("batch is 1 or more")
+    if columns not in ("same", "union"):
+        raise ValueError(f"columns is 'same' or 'union', not {columns!r}")
     if on_error not in ("raise", "skip", "collect"):
         raise ValueError(f"on_error is 'raise', 'skip' or 'collect', not {on_error!r}")
     if workers is not None and workers < 1:
@@ -114,6 +123,7 @@ def scan(
         batch,
         "" if grid is None or is_axis else str(grid),
         axis,
+        columns == "union",
         on_error,
         workers or os.cpu_count() or 1,
     )

@@ -6,11 +6,13 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <stdexcept>
 
 #include "karta/Detect.h"
 #include "karta/Formats.h"
+#include "tests/support/BiffBuilder.h"
 #include "tests/support/TempFolder.h"
 #include "tests/support/ZipBuilder.h"
 
@@ -359,6 +361,7 @@ TEST(Read, ErrorTellsThePartOfAWorkbook) {
     const std::string path = folder.Write("bad.xlsx", zip.Build());
     const Error error = ErrorOfRead(path, {.format = "xlsx"});
     EXPECT_EQ(error.GetPlace().part, "xl/worksheets/sheet1.xml") << error.what();
+    EXPECT_EQ(error.GetPlace().cell, "A!A1") << error.what();
 }
 
 TEST(Read, ErrorTellsTheRecordOfAMatFile) {
@@ -372,6 +375,29 @@ TEST(Read, ErrorTellsTheRecordOfAMatFile) {
         folder.Write("bad.mat", bytes + "A" + std::string(1, '\0') + std::string(8, '\0'));
     const Error error = ErrorOfRead(path, {.format = "mat"});
     EXPECT_EQ(error.GetPlace().record, 1U) << error.what();
+}
+
+TEST(Read, ErrorTellsTheLastCellOfADamagedSheet) {
+    const TempFolder folder;
+    WorkbookBuilder book;
+    book.Sheet("Results", 9, 2, BiffBuilder().Number(0, 0, 1.0).Number(6, 1, 2.0).Header(0x0203, -1));
+    const Error error = ErrorOfRead(folder.Write("bad.xls", book.Build()), {.format = "xls"});
+    EXPECT_EQ(error.GetCode(), ErrorCode::BadFile) << error.what();
+    EXPECT_EQ(error.GetPlace().cell, "Results!B7") << error.what();
+}
+
+TEST(Read, ErrorTellsTheByteOfABinaryFile) {
+    const TempFolder folder;
+    // The classic reading takes whole records only.
+    const auto cut = [&](const std::string& sample, const char* format, std::size_t size) {
+        std::ifstream file(SamplePath(sample), std::ios::binary);
+        std::string bytes(std::istreambuf_iterator<char>(file), {});
+        const std::string path = folder.Write("cut-" + sample, bytes.substr(0, size));
+        return ErrorOfRead(path, {.format = format, .reading = Reading::Classic}).GetPlace().byte;
+    };
+    EXPECT_EQ(cut("kinetics.spc", "spc", 300), 300U);
+    EXPECT_EQ(cut("flour.dat", "Brimrose File", 700), 700U);
+    EXPECT_TRUE(cut("caffeine.uv", "HPLC ChemStation File", 3000).has_value());
 }
 
 TEST(Read, ErrorWithoutAPlaceHasNone) {

@@ -73,6 +73,39 @@ def test_other_axes_do_not_fit_without_a_grid(two_axes):
         list(karta_import.scan(two_axes))
 
 
+@pytest.fixture
+def other_columns(tmp_path):
+    for name, text in (("a", "x,y\n1,2\n3,4\n"), ("b", "y,z\n5,p\n6,q\n"), ("c", "x,z\none,7\n")):
+        (tmp_path / f"{name}.csv").write_text(text)
+    return tmp_path
+
+
+def test_other_columns_do_not_fit_the_first_ones(other_columns):
+    tables = karta_import.scan(other_columns, on_error="collect")
+    assert [table.shape for table in tables] == [(2, 3)]
+    assert [os.path.basename(failure.file) for failure in tables.errors] == ["b.csv", "c.csv"]
+
+
+@pytest.mark.parametrize("batch", [1, 2, 3])
+def test_union_has_the_columns_of_all_files(other_columns, batch):
+    rows = {name: [] for name in ("file", "x", "y", "z")}
+    for table in karta_import.scan(other_columns, columns="union", batch=batch):
+        assert [column.name for column in table.columns] == list(rows)
+        for name, values in rows.items():
+            values += table[name].to_list()
+    assert [os.path.basename(file) for file in rows.pop("file")] == ["a.csv", "a.csv", "b.csv", "b.csv", "c.csv"]
+    assert rows == {
+        "x": ["1", "3", None, None, "one"],
+        "y": [2, 4, 5, 6, None],
+        "z": [None, None, "p", "q", "7"],
+    }
+
+
+def test_columns_are_same_or_union(other_columns):
+    with pytest.raises(ValueError, match="columns"):
+        karta_import.scan(other_columns, columns="all")
+
+
 def test_common_grid_has_the_points_that_all_have(two_axes):
     (table,) = karta_import.scan(two_axes, grid="common")
     assert (table.x[0], table.x[-1]) == (1500, 2000)

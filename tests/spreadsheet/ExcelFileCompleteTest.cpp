@@ -443,3 +443,22 @@ TEST_F(ExcelFileCompleteTest, DamagedFilesEndInAStatus) {
         EXPECT_TRUE(read.status != 0 || !read.notes.empty()) << length;
     }
 }
+
+TEST_F(ExcelFileCompleteTest, StopIsHeardWhileTheStringsAreRead) {
+    WorkbookBuilder book;
+    for (int i = 0; i < 200; ++i) {
+        book.Tail().Record(0x003C, ByteBuilder().Zeros(8));
+    }
+    book.Sheet("A", 0, 0, BiffBuilder().Number(0, 0, 1.0));
+    const std::string path = Write(book);
+    for (const karta::Reading reading : {karta::Reading::Complete, karta::Reading::Classic}) {
+        std::stop_source source;
+        source.request_stop();
+        const auto context = std::make_shared<karta::ReadContext>();
+        context->reading = reading;
+        context->stop = source.get_token();
+        ExcelFile reader;
+        reader.SetContext(context);
+        EXPECT_THROW(reader.Open(true, path.c_str(), nullptr), karta::Stopped);
+    }
+}

@@ -1,0 +1,185 @@
+#include "karta/internal/ColumnEvidence.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace karta {
+
+namespace {
+
+using Stretch = CellVector::Stretch;
+
+// Integers up to here are doubles without loss.
+constexpr std::int64_t LargestExactInteger = std::int64_t{1} << 53;
+// Of all columns together; beyond, texts are kept as they come.
+constexpr std::uint64_t MostDistinctBytes = std::uint64_t{8} << 20;
+
+bool IsExact(std::int64_t value) {
+    return value >= -LargestExactInteger && value <= LargestExactInteger;
+}
+
+std::int64_t CountEmptyTexts(const CellStore& store, const Stretch& stretch, int first, int end) {
+    const std::uint64_t* const words = stretch.values.As<std::uint64_t>();
+    std::int64_t count = 0;
+    store.InSteps(first, end, [&](int from, int to) {
+        for (int place = from; place < to; ++place) {
+            count += CellStore::IsEmptyText(words[place - stretch.first]) && stretch.IsThere(place) ? 1 : 0;
+        }
+    });
+    return count;
+}
+
+bool AreDoublesWhole(const CellStore& store, const Stretch& stretch, int first, int end) {
+    const double* const values = stretch.values.As<double>();
+    bool areWhole = true;
+    store.InSteps(first, end, [&](int from, int to) {
+        for (int place = from; areWhole && place < to; ++place) {
+            areWhole = !stretch.IsThere(place) || IsWhole(values[place - stretch.first]);
+        }
+    });
+    return areWhole;
+}
+
+}  // namespace
+
+bool IsWhole(double value) {
+    constexpr double Largest = static_cast<double>(LargestExactInteger);
+    return value >= -Largest && value <= Largest && value == std::trunc(value) &&
+           !(value == 0 && std::signbit(value));
+}
+
+KindCounts& KindCounts::operator+=(const KindCounts& others) {
+    for (std::size_t kind = 0; kind < CellKinds; ++kind) {
+        counts[kind] += others.counts[kind];
+    }
+    emptyTexts += others.emptyTexts;
+    return *this;
+}
+
+std::int64_t KindCounts::GetAll() const {
+    std::int64_t all = 0;
+    for (std::size_t kind = 1; kind < CellKinds; ++kind) {
+        all += counts[kind];
+    }
+    return all;
+}
+
+bool KindCounts::HasEmptyTextsOnly() const {
+    return emptyTexts > 0 && emptyTexts == (*this)[CellKind::Text] && GetAll() > emptyTexts;
+}
+
+KindCounts CountKinds(const CellStore& store, const CellVector& cells, int first, int end) {
+    KindCounts counts;
+    for (const Stretch& stretch : cells.GetStretches()) {
+        const int from = std::max(first, stretch.first);
+        const int to = std::min(end, stretch.GetEnd());
+        if (from >= to) {
+            continue;
+        }
+        if (stretch.kind != CellKind::Mixed) {
+            counts[stretch.kind] += stretch.hasMissing ? CountBits(stretch.bits.As<std::uint8_t>(),
+                                                                   from - stretch.first, to - from)
+                                                       : to - from;
+            counts.emptyTexts +=
+                stretch.kind == CellKind::Text ? CountEmptyTexts(store, stretch, from, to) : 0;
+            continue;
+        }
+        store.InSteps(from, to, [&](int begin, int stop) {
+            for (int place = begin; place < stop; ++place) {
+                const Cell cell = stretch.Get(place);
+                if (cell.kind != CellKind::Missing) {
+                    ++counts[cell.kind];
+                    counts.emptyTexts +=
+                        cell.kind == CellKind::Text && CellStore::IsEmptyText(cell.content) ? 1 : 0;
+                }
+            }
+        });
+    }
+    return counts;
+}
+
+NumberFacts ExamineNumbers(const CellStore& store, const CellVector& cells, int first, int end) {
+    NumberFacts facts;
+    for (const Stretch& stretch : cells.GetStretches()) {
+        const int from = std::max(first, stretch.first);
+        const int to = std::min(end, stretch.GetEnd());
+        if (from >= to) {
+            continue;
+        }
+        facts.hasRuns = facts.hasRuns || stretch.hasRuns;
+        if (stretch.kind == CellKind::Float64) {
+            facts.areWhole = facts.areWhole && AreDoublesWhole(store, stretch, from, to);
+            continue;
+        }
+        store.InSteps(from, to, [&](int begin, int stop) {
+            for (int place = begin; place < stop; ++place) {
+                const Cell cell = stretch.Get(place);
+                if (cell.kind == CellKind::Int64) {
+                    facts.areExact = facts.areExact && IsExact(cell.GetInteger());
+                } else if (cell.kind == CellKind::Float32 || cell.kind == CellKind::Float64) {
+                    facts.areWhole = facts.areWhole && IsWhole(cell.ToDouble());
+                }
+            }
+        });
+    }
+    return facts;
+}
+
+void DistinctTexts::Add(CellStore& kept, std::string_view text) {
+    bytes += static_cast<std::int64_t>(text.size());
+    if (areTooMany) {
+        return;
+    }
+    const std::size_t known = index.GetTexts().size();
+    index.Find(text);
+    if (index.GetTexts().size() == known) {
+        return;
+    }
+    if (kept.GetCharged() + text.size() > MostDistinctBytes) {
+        areTooMany = true;
+        index = TextIndex();
+        return;
+    }
+    // The place in the index, and the text itself, which outlives the cell.
+    kept.Charge(sizeof(std::string_view) + 2 * sizeof(std::uint64_t));
+    index.KeepLast(CellStore::GetText(kept.AddText(text)));
+}
+
+void DistinctTexts::Add(CellStore& kept, const DistinctTexts& others) {
+    const std::int64_t all = bytes + others.bytes;
+    areTooMany = areTooMany || others.areTooMany;
+    for (const std::string_view text : others.GetTexts()) {
+        Add(kept, text);
+    }
+    bytes = all;
+}
+
+void ColumnEvidence::Add(CellStore& store, CellStore& kept, const CellVector& cells, int first, int end) {
+    const KindCounts more = CountKinds(store, cells, first, end);
+    counts += more;
+    if (more.GetNumbers() > 0) {
+        const NumberFacts moreFacts = ExamineNumbers(store, cells, first, end);
+        facts.areWhole = facts.areWhole && moreFacts.areWhole;
+        facts.areExact = facts.areExact && moreFacts.areExact;
+        facts.hasRuns = facts.hasRuns || moreFacts.hasRuns;
+        hasFractions = hasFractions ||
+                       (facts.areWhole && more[CellKind::Float64] > 0 && cells.HasFractionSource(first, end));
+    }
+    if (counts[CellKind::Text] == counts.GetAll() && more[CellKind::Text] > 0) {
+        store.InSteps(first, end, [&](int from, int to) {
+            cells.ForEach(from, to,
+                          [&](int /*place*/, const Cell& cell) { texts.Add(kept, cell.GetText()); });
+        });
+    }
+}
+
+void ColumnEvidence::Add(CellStore& kept, const ColumnEvidence& further) {
+    counts += further.counts;
+    facts.areWhole = facts.areWhole && further.facts.areWhole;
+    facts.areExact = facts.areExact && further.facts.areExact;
+    facts.hasRuns = facts.hasRuns || further.facts.hasRuns;
+    hasFractions = hasFractions || further.hasFractions;
+    texts.Add(kept, further.texts);
+}
+
+}  // namespace karta
