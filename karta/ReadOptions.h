@@ -51,7 +51,7 @@ struct ReadOptions {
     bool mergeDelimiters = false;
     /** Of a file's texts: "utf-8", "windows-1252", "cp850" ... */
     std::optional<std::string> encoding = {};
-    /** The row of the columns' names, from 1; 0: there is none. */
+    /** The row of the columns' names, from 1, which the table must have; 0: there is none. */
     std::optional<int> header = {};
     /** The decimal mark of delimited text, "." or ",". */
     std::optional<std::string> decimal = {};

@@ -72,9 +72,9 @@ struct ScanOptions {
 };
 
 /**
- * Reads many files, one after the other, into tables of one schema: a column `file`, then the columns of the
- * first batch, or of all files. Whole files, in the order in which they were named, whatever the number of
- * workers. Its batches can be gone through once.
+ * Reads many files, one after the other, into tables of one schema: a column `file` (the path as it was
+ * named, in UTF-8), then the columns of the first batch, or of all files. Whole files, in the order in which
+ * they were named, whatever the number of workers. Its batches can be gone through once.
  *
  *     karta::Scan scan(files, {.grid = karta::Grid::Union, .onError = karta::OnError::Collect});
  *     for (karta::Table& batch : scan) { ... }

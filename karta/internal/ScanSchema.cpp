@@ -4,6 +4,7 @@
 
 #include "base/Note.h"
 #include "base/NumberFormat.h"
+#include "base/Unicode.h"
 #include "karta/internal/TableRows.h"
 #include "karta/internal/UnitName.h"
 
@@ -192,9 +193,9 @@ Table ScanSchema::Join(const std::vector<Table>& tables, const std::vector<std::
     std::vector<Places> places;
     for (std::size_t i = 0; i < tables.size(); ++i) {
         parts.rows += tables[i].GetRowCount();
-        files.insert(files.end(), static_cast<std::size_t>(tables[i].GetRowCount()), names[i]);
+        files.insert(files.end(), static_cast<std::size_t>(tables[i].GetRowCount()), AsUtf8(names[i]));
         for (Note note : tables[i].GetNotes()) {
-            note.text = names[i] + ": " + note.text;
+            note.text = AsUtf8(names[i]) + ": " + note.text;
             parts.notes.push_back(std::move(note));
         }
         places.push_back(PlacesOf(tables[i]));

@@ -135,6 +135,14 @@ void CheckRanges(const std::vector<RowRange>& ranges) {
     }
 }
 
+void CheckHeader(const std::optional<int>& header) {
+    if (header && *header < 0) {
+        throw Error({.code = ErrorCode::BadOption,
+                     .option = "header",
+                     .text = "takes a row from 1, or 0 for none, not " + std::to_string(*header)});
+    }
+}
+
 std::int64_t LastOf(const std::vector<RowRange>& ranges) {
     std::int64_t last = ranges.empty() ? std::numeric_limits<std::int64_t>::max() : 0;
     for (const RowRange& range : ranges) {
@@ -169,6 +177,7 @@ Selection::Selection(std::vector<std::string> fileNames, ReadOptions readOptions
         throw Error({.code = ErrorCode::NotFound, .text = "no file is named"});
     }
     CheckRanges(options.rows);
+    CheckHeader(options.header);
     ReadWishes wishes = MakeWishes(files, options);
     // Any table can have a row of names.
     wishes.header.reset();
@@ -244,6 +253,19 @@ public:
         report.notes = NoteUnknownSettings(*selection.chosen.formats, selection.chosen.format, wishes);
     }
 
+    /** A row of names behind all rows names nothing. */
+    void CheckHeaderIn(ReadSpreadSheetData& sink) const {
+        const int rows = sink.GetNumberOfRows();
+        if (rows > 0 && selection.options.header.value_or(0) > rows) {
+            throw Error({.code = ErrorCode::BadOption,
+                         .file = selection.files.front(),
+                         .format = selection.format,
+                         .option = "header",
+                         .text = "names row " + std::to_string(*selection.options.header) + " of " +
+                                 CountOf(static_cast<std::uint64_t>(rows), "row")});
+        }
+    }
+
     const std::shared_ptr<ReadContext>& GetContext() const { return report.context; }
     ReadControl& GetControl() { return control; }
 
@@ -251,6 +273,7 @@ public:
         OptionsRecord record = MakeOptions(*selection.chosen.formats, selection.chosen.format, wishes);
         ReadDirectly(wishes, selection.chosen, record, control, sink, report,
                      {.begin = {}, .end = [&](SpreadsheetFile& reader) { facts = FactsOf(reader); }});
+        CheckHeaderIn(sink);
     }
 
     /** The table with what the read has told beside it. */
@@ -258,7 +281,7 @@ public:
         Notes notes;
         for (const std::vector<Note>* told : {&table.GetNotes(), &report.notes}) {
             for (const Note& note : *told) {
-                notes.Add(note);
+                notes.Add({note.code, note.count, AsUtf8(note.place), AsUtf8(note.text)});
             }
         }
         if (!report.warning.empty()) {

@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "base/Unicode.h"
 #include "karta/internal/ChangedMeanwhile.h"
 
 namespace karta {
@@ -191,6 +192,8 @@ void TableSink::SetText(int col, int row, std::string_view text) {
     if (!Take(col, row)) {
         return;
     }
+    // Classic readings hand on what the file has, and a damaged file may have anything.
+    text = AsUtf8(text, utf8);
     if (!IsInBlock(col)) {
         ColumnAt(col).PutText(store, row - 1, text);
     } else if (row < firstBlockRow) {
@@ -247,6 +250,7 @@ void TableSink::SetSource(int col, int row, std::string_view source) {
     if (col < 1 || row < 1) {
         return;
     }
+    source = AsUtf8(source, utf8);
     if (IsInBlock(col) && row < firstBlockRow) {
         heads[row].PutSource(store, col - firstBlock, source);
     } else if (static_cast<std::size_t>(col) <= columns.size() && !(IsInBlock(col) && block.HasBegun())) {
@@ -430,6 +434,9 @@ void TableSink::DissolveBlock() {
 
 TableShape TableSink::SettleShape(const std::vector<ColumnEvidence>& further) {
     TableShape shape = context->shape;
+    for (std::string* text : {&shape.axisQuantity, &shape.axisUnit, &shape.valueQuantity, &shape.valueUnit}) {
+        *text = AsUtf8(*text);
+    }
     const bool hasBlock = shape.isKnown && shape.firstBlockColumn > 0;
     if (!hasBlock || (firstBlock != shape.firstBlockColumn && firstBlock != NoColumn) ||
         (firstBlock != NoColumn && firstBlockRow != std::max(shape.firstDataRow, 1))) {

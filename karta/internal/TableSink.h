@@ -170,6 +170,7 @@ private:
     int firstBlockRow = 0;
     bool isPlanned = false;  // the reader's shape says nothing new then
     BlockStore block;
+    std::string utf8;                 // of a text that came in another encoding
     std::map<int, CellVector> heads;  // rows above the block, in its columns; places from its first column
     std::uint64_t errors = 0;
     std::string firstError;

@@ -154,6 +154,21 @@ TEST(Read, RowsAreTheTablesOwn) {
     EXPECT_EQ(karta::Read(path, {.rows = {{2000, 3000}}}).GetRowCount(), 0);
 }
 
+TEST(Read, HeaderThatIsNoRowIsABadOption) {
+    const TempFolder folder;
+    const std::string path = folder.Write("a.csv", NumbersBelow(3));
+    for (const std::string& file : {path, SamplePath("excel2007.xlsx")}) {
+        for (const int header : {-1, 99}) {
+            const Error error = ErrorOfRead(file, {.header = header});
+            EXPECT_EQ(error.GetCode(), ErrorCode::BadOption) << error.what();
+            EXPECT_EQ(error.GetOption(), "header") << error.what();
+        }
+    }
+    EXPECT_EQ(ErrorOfRead(path, {.header = 5}).GetText(), "names row 5 of 4 rows");
+    EXPECT_EQ(karta::Read(path, {.header = 4}).GetRowCount(), 0);
+    EXPECT_EQ(karta::Read(folder.Write("empty.csv", ""), {.header = 1}).GetRowCount(), 0);
+}
+
 TEST(Read, BudgetThatIsTooSmallIsSaidSo) {
     const TempFolder folder;
     const std::string path = folder.Write("a.csv", NumbersBelow(100000));

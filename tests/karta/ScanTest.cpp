@@ -331,3 +331,12 @@ TEST(Scan, LookingAtAllFilesFirstReadsEachOnce) {
         EXPECT_EQ(more, 4);
     }
 }
+
+TEST(ScanTest, TheColumnOfFilesIsUtf8WhateverTheirNames) {
+    const TempFolder folder;
+    const std::string path = folder.Write("H\xF6he.csv", "a,b\n1,2\n3,4\n");
+    karta::Scan scan({path});
+    const karta::Table* const table = scan.Next();
+    ASSERT_NE(table, nullptr);
+    EXPECT_TRUE(table->GetColumn("file").GetText(0).ends_with("H\xC3\xB6he.csv"));
+}

@@ -669,3 +669,20 @@ TEST(TableSinkTest, IgnoresCellsOutsideOfAnyTable) {
 }
 
 }  // namespace
+
+TEST(TableSinkTest, TextsAreUtf8WhateverTheyWere) {
+    Making making;
+    making.sink.SetText(1, 1, "n\xE4me");
+    making.sink.SetText(2, 1, "v");
+    for (int row = 2; row <= 4; ++row) {
+        making.sink.SetText(1, row, row == 3 ? "H\xF6he" : "\xC3\xA9t\xC3\xA9");
+        making.sink.Set(2, row, 1.5);
+    }
+    making.KnownShape().nameRow = 1;
+    making.KnownShape().firstDataRow = 2;
+    making.KnownShape().valueUnit = "\xB5m";
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetColumn(0).GetName(), "n\xC3\xA4me");
+    EXPECT_EQ(TextsOf(table.GetColumn(0)), (Texts{"\xC3\xA9t\xC3\xA9", "H\xC3\xB6he", "\xC3\xA9t\xC3\xA9"}));
+    EXPECT_EQ(table.GetShape().valueUnit, "\xC2\xB5m");
+}
