@@ -14,12 +14,15 @@
 #include <vector>
 
 #include "karta/Read.h"
+#include "karta/internal/BatchSink.h"
+#include "karta/internal/ChangedMeanwhile.h"
 #include "karta/internal/Selection.h"
+#include "karta/internal/SurveySink.h"
 #include "karta/internal/TableRows.h"
+#include "tests/spreadsheet/WorkbookParts.h"
 #include "tests/support/Samples.h"
 #include "tests/support/SharedData.h"
 #include "tests/support/TempFolder.h"
-#include "tests/support/ZipBuilder.h"
 
 namespace {
 
@@ -186,6 +189,61 @@ std::string NumbersBelow(int rows) {
     return text;
 }
 
+/** Pushes a table of numbers as readers do, a row after the other. */
+class ChangingTable {
+public:
+    explicit ChangingTable(int firstRows) {
+        ReadControl control(RowFilter(), {});
+        karta::SurveySink survey(context, control, {}, 0);
+        Push(survey, firstRows, 2, false);
+        plan = survey.Plan();
+    }
+    bool HasPlan() const { return plan.has_value(); }
+    /** How many rows the second read gave. */
+    std::int64_t ReadAgain(int rows, int cols, bool hasText) {
+        std::int64_t given = 0;
+        const karta::BatchSink::BatchFunction use = [&](Table& batch) {
+            given += batch.GetRowCount();
+            return true;
+        };
+        ReadControl control(RowFilter(), {});
+        karta::BatchSink sink(std::make_shared<karta::ReadContext>(), control, *plan, 50, use);
+        Push(sink, rows, cols, hasText);
+        sink.Finish();
+        return given;
+    }
+
+private:
+    static void Push(WideSink& sink, int rows, int cols, bool hasText) {
+        sink.SetText(1, 1, "a");
+        sink.SetText(2, 1, "b");
+        for (int row = 2; row <= rows + 1; ++row) {
+            for (int col = 1; col <= cols; ++col) {
+                sink.Set(col, row, row + 0.5);
+            }
+            if (hasText && row == rows) {
+                sink.SetText(1, row, "x");
+            }
+            sink.EndRow(row);
+        }
+    }
+
+    std::shared_ptr<karta::ReadContext> context = std::make_shared<karta::ReadContext>();
+    std::optional<karta::TablePlan> plan;
+};
+
+WorkbookParts BookOfOneSheet() {
+    WorkbookParts book;
+    book.workbook = R"(<workbook xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main" )"
+                    R"(xmlns:r="http://schemas.openxmlformats.org/officeDocument/2006/relationships">)"
+                    R"(<sheets><sheet name="A" sheetId="1" r:id="r"/></sheets></workbook>)";
+    book.relationships =
+        R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)"
+        R"(<Relationship Id="r" Target="worksheets/sheet1.xml" Type=")"
+        R"(http://schemas.openxmlformats.org/officeDocument/2006/relationships/worksheet"/></Relationships>)";
+    return book;
+}
+
 }  // namespace
 
 TEST_F(BatchTest, EverySampleIsTheSameInPieces) {
@@ -291,24 +349,10 @@ TEST_F(BatchTest, AWorkbookIsTheSameInPieces) {
             R"(</t></is></c><c r="B)" + number +
             (row == 4000 ? R"(" t="e"><v>#N/A</v></c></row>)" : R"("><v>)" + number + ".5</v></c></row>");
     }
-    const std::string office = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
     const std::string main = "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
-    const auto relation = [&](const std::string& type, const std::string& target) {
-        return "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
-               "<Relationship Id=\"r\" Type=\"" +
-               office + "/" + type + "\" Target=\"" + target + "\"/></Relationships>";
-    };
-    ZipBuilder zip;
-    zip.Add("[Content_Types].xml",
-            "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\"/>");
-    zip.Add("_rels/.rels", relation("officeDocument", "xl/workbook.xml"));
-    zip.Add("xl/workbook.xml",
-            "<workbook " + main + " xmlns:r=\"" + office +
-                "\"><sheets><sheet name=\"A\" sheetId=\"1\" r:id=\"r\"/></sheets></workbook>");
-    zip.Add("xl/_rels/workbook.xml.rels", relation("worksheet", "worksheets/sheet1.xml"));
-    zip.Add("xl/worksheets/sheet1.xml",
-            "<worksheet " + main + "><sheetData>" + sheet + "</sheetData></worksheet>");
-    EXPECT_TRUE(ExpectSameInPieces(Write("book.xlsx", zip.Build()), {}, 500));
+    WorkbookParts book = BookOfOneSheet();
+    book.sheets = {"<worksheet " + main + "><sheetData>" + sheet + "</sheetData></worksheet>"};
+    EXPECT_TRUE(ExpectSameInPieces(Write("book.xlsx", book.Build("xml")), {}, 500));
 }
 
 TEST_F(BatchTest, NoEndsTheReadAtOnce) {
@@ -361,62 +405,29 @@ TEST_F(BatchTest, StopEndsAReadInPieces) {
 }
 
 TEST_F(BatchTest, AFailureInTheMiddleIsAnErrorBeforeTheFirstPiece) {
-    // A record that ends in the middle of the file, by the rules of that format.
-    std::string text = "TABLE\n0,1\n\"t\"\nVECTORS\n0,2\n\"\"\nTUPLES\n0,3000\n\"\"\nDATA\n0,0\n\"\"\n";
-    for (int i = 0; i < 3000; ++i) {
-        text += "-1,0\nBOT\n0,1.5\nV\n1,0\n\"x\"\n";
-        text += i == 2000 ? "nonsense\n" : "";
+    std::string sheet =
+        R"(<worksheet xmlns="http://schemas.openxmlformats.org/spreadsheetml/2006/main"><sheetData>)";
+    for (int row = 1; row <= 3000; ++row) {
+        const std::string number = std::to_string(row);
+        sheet += R"(<row r=")" + number + R"("><c r="A)" + number + R"("><v>1.5</v></c></row>)";
     }
-    const std::string path = Write("a.dif", text);
-    std::optional<Error> whole;
-    try {
-        karta::Read(path, {.format = "dif"});
-    } catch (const Error& error) {
-        whole = error;
-    }
-    const Pieces pieces = ReadInPieces(path, {.format = "dif"}, 100);
-    EXPECT_EQ(pieces.error.has_value(), whole.has_value());
-    if (whole) {
-        EXPECT_TRUE(pieces.batches.empty());
-        EXPECT_EQ(pieces.error->GetText(), whole->GetText());
-    }
+    WorkbookParts book = BookOfOneSheet();
+    book.sheets = {sheet + "<row"};
+    const Pieces pieces = ReadInPieces(Write("cut.xlsx", book.Build("xml")), {}, 100);
+    ASSERT_TRUE(pieces.error);
+    EXPECT_EQ(pieces.error->GetCode(), ErrorCode::BadFile);
+    EXPECT_EQ(pieces.error->GetPlace().cell, "A!A3000");
+    EXPECT_TRUE(pieces.batches.empty());
 }
 
 TEST_F(BatchTest, AFileThatChangesMeanwhileIsAnError) {
-    const std::string path = Write("a.csv", NumbersBelow(50000));
-    const Selection selection({path}, {}, karta::LoadFormats({}));
-    struct Change {
-        const char* name;
-        std::string text;
-    };
-    // The second read begins when the first one has told all: progress is past the half then.
-    for (const Change& change :
-         {Change{"longer", NumbersBelow(60000)}, Change{"shorter", NumbersBelow(40000)}}) {
-        SCOPED_TRACE(change.name);
-        Write("a.csv", NumbersBelow(50000));
-        karta::ReadOptions options;
-        bool hasChanged = false;
-        int batches = 0;
-        const Selection watched({path}, options, karta::LoadFormats({}));
-        try {
-            watched.ForEachBatch(
-                0, 1000,
-                [&](Table&) {
-                    if (!hasChanged) {
-                        // In place of it, as editors do: the read goes on in the old one.
-                        hasChanged = true;
-                        Write("other.csv", change.text);
-                        std::filesystem::rename(folder.Path("other.csv"), path);
-                    }
-                    ++batches;
-                    return true;
-                },
-                0);
-            EXPECT_EQ(batches, 50);
-        } catch (const Error& error) {
-            EXPECT_EQ(error.GetCode(), ErrorCode::BadFile) << error.what();
-        }
-    }
+    ChangingTable table(10000);
+    ASSERT_TRUE(table.HasPlan());
+    EXPECT_EQ(table.ReadAgain(10000, 2, false), 10000);
+    EXPECT_THROW(table.ReadAgain(10001, 2, false), karta::ChangedMeanwhile);
+    EXPECT_THROW(table.ReadAgain(9999, 2, false), karta::ChangedMeanwhile);
+    EXPECT_THROW(table.ReadAgain(10000, 3, false), karta::ChangedMeanwhile);
+    EXPECT_THROW(table.ReadAgain(10000, 2, true), karta::ChangedMeanwhile);
 }
 
 TEST_F(BatchTest, ALongTextCostsNoMoreThanItsPieces) {
