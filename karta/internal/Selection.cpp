@@ -338,7 +338,7 @@ void Selection::ForEachBatch(const PartName& part, std::int64_t rows, const Batc
         WithErrors(wishes, format, [&] {
             observer.SetStretch(0.0, 0.5);
             Run survey(*this, wishes, observer);
-            SurveySink sink(survey.GetContext(), survey.GetControl(), options.header, mostHeldBytes);
+            SurveySink sink(survey.GetContext(), survey.GetControl(), options.header, step, mostHeldBytes);
             survey.ReadInto(sink);
             if (sink.IsWhole()) {
                 whole = survey.Complete(sink.Finish());

@@ -8,10 +8,10 @@
 namespace karta {
 
 SurveySink::SurveySink(std::shared_ptr<ReadContext> readContext, ReadControl& readControl,
-                       std::optional<int> headerRow, std::size_t mostHeldBytes)
+                       std::optional<int> headerRow, std::int64_t rowsOfBatch, std::size_t mostHeldBytes)
     : RowWindows(readControl),
       context(std::move(readContext)),
-      leastRows(headerRow.value_or(0)),
+      leastRows(std::max<std::int64_t>(headerRow.value_or(0), rowsOfBatch)),
       mostHeld(mostHeldBytes),
       first(context, headerRow),
       kept(*context) {}
@@ -32,7 +32,7 @@ RowWindows::Window SurveySink::FindWindow(int row) {
 
 // Whether the rows up to this one show what the head is.
 bool SurveySink::IsHeadThere(int row) const {
-    if (row < leastRows) {
+    if (row <= leastRows) {
         return false;
     }
     const TableShape& shape = context->shape;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -16,9 +17,12 @@ namespace karta {
  */
 class SurveySink final : public RowWindows {
 public:
-    /** `header` as of TableSink. About so many bytes of rows are kept at once. */
+    /**
+     * `header` as of TableSink. About so many bytes of rows are kept at once, and `rowsOfBatch` rows in any
+     * case: a table that is no longer is one piece.
+     */
     SurveySink(std::shared_ptr<ReadContext> readContext, ReadControl& readControl,
-               std::optional<int> headerRow, std::size_t mostHeldBytes);
+               std::optional<int> headerRow, std::int64_t rowsOfBatch, std::size_t mostHeldBytes);
 
     void EndRow(int row) override;
     void SetDataSize(int cols, int rows) override;
@@ -35,7 +39,7 @@ private:
     void LetGo(int row);
 
     std::shared_ptr<ReadContext> context;
-    int leastRows;  // that are kept whatever they take
+    std::int64_t leastRows;  // that are kept whatever they take
     std::size_t mostHeld;
     TableSink first;
     std::optional<TableSink> further;

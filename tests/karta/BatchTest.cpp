@@ -194,7 +194,7 @@ class ChangingTable {
 public:
     explicit ChangingTable(int firstRows) {
         ReadControl control(RowFilter(), {});
-        karta::SurveySink survey(context, control, {}, 0);
+        karta::SurveySink survey(context, control, {}, 50, 0);
         Push(survey, firstRows, 2, false);
         plan = survey.Plan();
     }
