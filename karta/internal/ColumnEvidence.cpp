@@ -131,7 +131,7 @@ void DistinctTexts::Add(CellStore& kept, std::string_view text) {
         return;
     }
     const std::size_t known = index.GetTexts().size();
-    index.Find(text);
+    index.FindPassing(text);
     if (index.GetTexts().size() == known) {
         return;
     }

@@ -26,6 +26,13 @@ std::int32_t TextIndex::Find(std::string_view text) {
     return place;
 }
 
+std::int32_t TextIndex::FindPassing(std::string_view text) {
+    if (2 * texts.size() >= slots.size()) {
+        Grow();
+    }
+    return FindByHash(text);
+}
+
 std::int32_t TextIndex::FindByHash(std::string_view text) {
     const std::size_t mask = slots.size() - 1;
     const auto hash = static_cast<std::uint32_t>(std::hash<std::string_view>{}(text));

@@ -14,8 +14,10 @@ class TextIndex {
 public:
     /** The place of a text, which stays the caller's; a new one gets the next. */
     std::int32_t Find(std::string_view text);
+    /** The same of a text that goes while the index stays: another may come to lie where it was. */
+    std::int32_t FindPassing(std::string_view text);
     const std::vector<std::string_view>& GetTexts() const { return texts; }
-    /** The text that was new last, where it lies from now on. */
+    /** The text that was new last, at the place where it stays. */
     void KeepLast(std::string_view sameText) { texts.back() = sameText; }
 
 private:
