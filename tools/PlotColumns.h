@@ -23,7 +23,9 @@ public:
     const std::vector<Column>& GetColumns() const { return columns; }
     int GetFirstRow() const { return firstRow; }
     int GetLastRow() const { return table.GetNumberOfRows(); }
-    std::size_t CountRows() const { return static_cast<std::size_t>(GetLastRow() - firstRow + 1); }
+    std::size_t CountRows() const {
+        return static_cast<std::size_t>(GetLastRow()) - static_cast<std::size_t>(firstRow) + 1;
+    }
     /** The place among the columns of what the others are drawn over: time, or else what grows from row to
      * row. None: the rows' numbers. */
     std::optional<std::size_t> GetAxis() const { return axis; }

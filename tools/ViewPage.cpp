@@ -123,8 +123,9 @@ private:
         if (chosen.size() < block.CountCurves()) {
             WriteQuantiles(block);
         }
-        if (block.GetCoordinate() && block.CountCurves() >= FewestMapRows) {
-            WriteMap(block);
+        if (const std::optional<PlotAxis>& coordinate = block.GetCoordinate();
+            coordinate && block.CountCurves() >= FewestMapRows) {
+            WriteMap(block, *coordinate);
         }
         json.EndObject();
     }
@@ -154,10 +155,9 @@ private:
         json.EndObject();
     }
 
-    void WriteMap(const PlotBlock& block) {
+    void WriteMap(const PlotBlock& block, const PlotAxis& coordinate) {
         const Stretches curves(block.CountCurves(), MostMapRows);
         const Stretches points(block.CountPoints(), MostMapColumns);
-        const PlotAxis& coordinate = *block.GetCoordinate();
         json.BeginObject("map");
         WriteAxis(coordinate);
         json.Put("x", Base64Of(points.TakeMiddles(block.GetAxis().values)));
@@ -174,7 +174,8 @@ private:
                                                            ? columns.CountRows()
                                                            : std::max(room / 2, FewestStretches));
         json.BeginObject("plotColumns");
-        json.Put("x", columns.GetAxis() ? static_cast<long long>(*columns.GetAxis()) : -1LL);
+        const std::optional<std::size_t> axis = columns.GetAxis();
+        json.Put("x", axis ? static_cast<long long>(*axis) : -1LL);
         json.Put("rows", static_cast<long long>(columns.CountRows()));
         json.Put("firstRow", static_cast<long long>(columns.GetFirstRow()));
         json.Put("rowsEach",
