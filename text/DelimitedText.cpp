@@ -150,7 +150,15 @@ RecordScanner DelimitedText::MakeScanner() const {
 DelimitedText::Size DelimitedText::Measure() {
     RecordScanner scanner = MakeScanner();
     Size measured;
-    while (scanner.Next()) {
+    while (true) {
+        std::size_t width = 0;
+        if (const auto line = scanner.PartsLines() ? scanner.NextLine() : std::nullopt) {
+            width = 1 + CountByte(line->data(), line->data() + line->size(), dialect.delimiter.front());
+        } else if (scanner.Next()) {
+            width = scanner.GetFields().size();
+        } else {
+            return measured;
+        }
         if (measured.rows == std::numeric_limits<int>::max()) {
             throw TooManyRows();
         }
@@ -158,9 +166,8 @@ DelimitedText::Size DelimitedText::Measure() {
             context.ThrowIfStopped();
         }
         ++measured.rows;
-        measured.cols = std::max(measured.cols, static_cast<int>(scanner.GetFields().size()));
+        measured.cols = std::max(measured.cols, static_cast<int>(width));
     }
-    return measured;
 }
 
 void DelimitedText::Read(ReadSpreadSheetData& sink) {
@@ -398,7 +405,7 @@ void DelimitedText::PutRowTexts(const LinePiece& piece) {
 // The record at hand as a row of text. False, with nothing done, where it is wider than the sink's rows.
 bool DelimitedText::PutRowText(const RecordScanner& scanner) {
     const auto fields = scanner.GetFields();
-    if (fields.size() > rowTextForm->width) {
+    if (!rowTextForm || fields.size() > rowTextForm->width) {
         return false;
     }
     for (std::size_t col = 0; col < fields.size(); ++col) {

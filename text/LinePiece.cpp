@@ -32,9 +32,9 @@ void LinePiece::Clear(std::string_view lines, const LineRules& rules) {
 
 // Each line as a row of the text to write. A line that can't be one, for its bytes or its width, leaves all
 // of them to who reads cells.
-void LinePiece::ReadRowTexts(const LineRules& rules) {
+void LinePiece::ReadRowTexts(const LineRules& rules, const RowTextForm& form) {
     const char delimiter = rules.dialect.delimiter.front();
-    const char separator = rules.rowTexts->separator;
+    const char separator = form.separator;
     const ByteFacts facts = ExamineBytes(text);
     isParted = !facts.holdNuls && facts.areUtf8 && !(rules.isOneByte && HasHighBytes(text)) &&
                static_cast<unsigned char>(delimiter) < 0x80;
@@ -62,9 +62,9 @@ void LinePiece::ReadRowTexts(const LineRules& rules) {
         } else {
             fields = AddFields(line, rules);
         }
-        rowTexts.EndRow(rules.rowTexts->width);
+        rowTexts.EndRow(form.width);
         widest = std::max(widest, fields);
-        isParted = isParted && fields <= rules.rowTexts->width;
+        isParted = isParted && fields <= form.width;
         at = feed == nullptr ? end : feed + 1;
     }
 }
@@ -98,7 +98,7 @@ void LinePiece::LookForZone(std::string_view value, const LineRules& rules) {
 void LinePiece::Read(std::string_view lines, const LineRules& rules) {
     Clear(lines, rules);
     if (rules.rowTexts) {
-        ReadRowTexts(rules);
+        ReadRowTexts(rules, *rules.rowTexts);
         return;
     }
     const char* at = lines.data();

@@ -82,7 +82,7 @@ private:
     void AddOther(std::size_t col, Other::Kind kind, std::string_view value, std::uint32_t form = 0);
     void AddValue(std::size_t col, std::string_view value, const LineRules& rules);
     void DropRow();
-    void ReadRowTexts(const LineRules& rules);
+    void ReadRowTexts(const LineRules& rules, const RowTextForm& form);
     std::size_t AddFields(std::string_view line, const LineRules& rules);
     void LookForZone(std::string_view value, const LineRules& rules);
 

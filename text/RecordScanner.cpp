@@ -236,7 +236,7 @@ bool RecordScanner::ScanRecord(QuoteRule rule) {
             at += dialect.delimiter.size();
             at += dialect.skipsBlank && at != end && *at == ' ' ? 1 : 0;
             if (at == end) {
-                fields.push_back({{end, 0}, {}, false, false});
+                fields.push_back({text.substr(text.size()), {}, false, false});
                 hasMore = false;
             }
         }

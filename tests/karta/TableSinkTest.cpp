@@ -72,6 +72,59 @@ TEST(TableSinkTest, NamesColumnsByTheRowThatTheShapeTells) {
     EXPECT_THROW(table.GetColumn("nothing"), std::out_of_range);
 }
 
+TEST(TableSinkTest, KeepsTextsOfAllLengths) {
+    Making making(0);
+    const std::vector<std::size_t> lengths = {0, 1, 65'534, 65'535, 65'536, 0, 300'000};
+    int row = 0;
+    for (const std::size_t length : lengths) {
+        ++row;
+        making.sink.SetText(1, row, std::string(length, static_cast<char>('a' + row)));
+    }
+    const Table table = making.sink.Finish();
+    row = 0;
+    for (const std::size_t length : lengths) {
+        ++row;
+        EXPECT_TRUE(table.GetColumn(0).GetText(row - 1) == std::string(length, static_cast<char>('a' + row)))
+            << length;
+    }
+}
+
+// Runs of cells, behind each other, behind gaps and over what is there, are what as many cells are.
+TEST(TableSinkTest, TakesRunsOfCellsAsCells) {
+    const std::vector<double> whole = {1, 2, 3, 4, 5};
+    const std::vector<double> broken = {0.5, 2, 3, 4, 5};
+    Making runs;
+    Making cells;
+    EXPECT_TRUE(runs.sink.PrefersCellRuns());
+    int col = 0;
+    for (const std::vector<double>* const values : {&whole, &broken}) {
+        ++col;
+        for (const int firstRow : {1, 6, 13, 10'000, 3}) {
+            runs.sink.SetCellRun(col, firstRow, *values);
+            for (int i = 0; i < 5; ++i) {
+                cells.sink.Set(col, firstRow + i, (*values)[static_cast<std::size_t>(i)]);
+            }
+        }
+        for (Making* const making : {&runs, &cells}) {
+            making->sink.SetText(col + 2, 1, "text");
+            making->sink.Set(col + 2, 2, 7.0);
+        }
+        runs.sink.SetCellRun(col + 2, 3, *values);
+        for (int i = 0; i < 5; ++i) {
+            cells.sink.Set(col + 2, 3 + i, (*values)[static_cast<std::size_t>(i)]);
+        }
+    }
+    const Table one = runs.sink.Finish();
+    const Table other = cells.sink.Finish();
+    EXPECT_EQ(one.GetColumn(0).GetType(), ColumnType::Int64);
+    EXPECT_EQ(one.GetColumn(1).GetType(), ColumnType::Float64);
+    ASSERT_EQ(one.GetColumnCount(), other.GetColumnCount());
+    for (std::size_t i = 0; i < one.GetColumnCount(); ++i) {
+        EXPECT_EQ(one.GetColumn(i).GetType(), other.GetColumn(i).GetType());
+        EXPECT_EQ(TextsOf(one.GetColumn(i)), TextsOf(other.GetColumn(i)));
+    }
+}
+
 TEST(TableSinkTest, KeepsTypes) {
     Making making(0);
     TableSink& sink = making.sink;
