@@ -256,12 +256,13 @@ public:
     /** A row of names behind all rows names nothing. */
     void CheckHeaderIn(ReadSpreadSheetData& sink) const {
         const int rows = sink.GetNumberOfRows();
-        if (rows > 0 && selection.options.header.value_or(0) > rows) {
+        const int header = selection.options.header.value_or(0);
+        if (rows > 0 && header > rows) {
             throw Error({.code = ErrorCode::BadOption,
                          .file = selection.files.front(),
                          .format = selection.format,
                          .option = "header",
-                         .text = "names row " + std::to_string(*selection.options.header) + " of " +
+                         .text = "names row " + std::to_string(header) + " of " +
                                  CountOf(static_cast<std::uint64_t>(rows), "row")});
         }
     }
@@ -343,7 +344,10 @@ void Selection::ForEachBatch(const PartName& part, std::int64_t rows, const Batc
             if (sink.IsWhole()) {
                 whole = survey.Complete(sink.Finish());
                 observer.Finish();
-            } else if ((plan = sink.Plan())) {
+            } else {
+                plan = sink.Plan();
+            }
+            if (plan) {
                 plan->head = survey.Complete(plan->head);
             }
         });
