@@ -38,6 +38,11 @@ constexpr int RowsBetweenLooks = 1024;
 constexpr int ValueFound = 0;
 constexpr int LineUsedUp = -1;
 
+// A number that isn't below 0 is far from it.
+bool IsMissingNumber(double value) {
+    return value < 0 && TolerantEqual(value, MissingNumber);
+}
+
 bool StartsWithDigit(std::string_view text) {
     return !text.empty() && IsDigit(text.front());
 }
@@ -195,7 +200,7 @@ int UnscramblerFile::ReadNextValue(std::string_view& line, double& value, bool& 
         return StatusIllegalCharacter;
     }
     SkipSpace(line);
-    missing = TolerantEqual(value, MissingNumber);
+    missing = IsMissingNumber(value);
     return ValueFound;
 }
 
@@ -682,8 +687,7 @@ int UnscramblerFile::ReadAllValues(CellOutput& output, ValueCount& count) {
                           matrix.name + "\" is no number";
             return StatusData;
         }
-        values.push_back(isMissing || TolerantEqual(value, MissingNumber) ? std::nullopt
-                                                                          : std::optional(value));
+        values.push_back(isMissing || IsMissingNumber(value) ? std::nullopt : std::optional(value));
         ++count.found;
         if (values.size() == static_cast<std::size_t>(matrix.numVariables)) {
             PutRow(output, ++row + RowShiftOf(matrix), values);
@@ -764,11 +768,26 @@ void UnscramblerFile::NoteOthers() {
                  (matrices.size() == 2 ? " is not in this table: " : " are not in this table: ") + names});
 }
 
+// Before the first value, so that they are a matrix from the start.
+void UnscramblerFile::TellShape() {
+    const MatrixHeader& matrix = Current();
+    karta::TableShape& shape = GetContext()->shape;
+    shape = {};
+    shape.isKnown = true;
+    shape.nameRow = RowShiftOf(matrix);
+    shape.firstDataRow = RowShiftOf(matrix) + 1;
+    shape.firstBlockColumn = ColShiftOf(matrix) + 1;
+    for (int column = 1; column <= ColShiftOf(matrix); ++column) {
+        shape.labelColumns.push_back(column);
+    }
+}
+
 int UnscramblerFile::ReadComplete(ReadSpreadSheetData* sink) {
     const MatrixHeader& matrix = Current();
     const int colShift = ColShiftOf(matrix);
     const int rowShift = RowShiftOf(matrix);
     CellOutput output(*sink);
+    TellShape();
     ValueCount count;
     if (const int failure = ReadAllValues(output, count)) {
         return failure;
@@ -796,15 +815,6 @@ int UnscramblerFile::ReadComplete(ReadSpreadSheetData* sink) {
             }
         }
         sink->SetDataSize(static_cast<int>(cols) + colShift, static_cast<int>(rows) + rowShift);
-        karta::TableShape& shape = GetContext()->shape;
-        shape = {};
-        shape.isKnown = true;
-        shape.nameRow = rowShift;
-        shape.firstDataRow = rowShift + 1;
-        shape.firstBlockColumn = colShift + 1;
-        for (int column = 1; column <= colShift; ++column) {
-            shape.labelColumns.push_back(column);
-        }
         NoteValues(count);
         NoteOthers();
         return static_cast<int>(StatusOk);

@@ -116,6 +116,7 @@ private:
     void SeekTo(std::int64_t offset);
     int ReadClassic(ReadSpreadSheetData* sink);
 
+    void TellShape();
     int ReadComplete(ReadSpreadSheetData* sink);
     int ReadAllValues(CellOutput& output, ValueCount& count);
     std::string_view NextValueWord();

@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -83,17 +84,23 @@ public:
 
     /** Any kind but Missing and Mixed. */
     void Put(CellStore& store, int place, CellKind kind, std::uint64_t content);
-    void PutDouble(CellStore& store, int place, double value) {
+    void PutDouble(CellStore& store, int place, double value) { PutNumber(store, place, value); }
+    /** A double or a float. */
+    template <class Number>
+    void PutNumber(CellStore& store, int place, Number value) {
+        static constexpr CellKind Kind =
+            std::is_same_v<Number, double> ? CellKind::Float64 : CellKind::Float32;
+        using Bits = std::conditional_t<std::is_same_v<Number, double>, std::uint64_t, std::uint32_t>;
         if (!stretches.empty()) {
             Stretch& last = stretches.back();
             // The road of nearly every number.
-            if (last.kind == CellKind::Float64 && place == last.GetEnd() && last.count < last.capacity &&
+            if (last.kind == Kind && place == last.GetEnd() && last.count < last.capacity &&
                 !last.hasMissing) {
-                last.values.As<double>()[last.count++] = value;
+                last.values.As<Number>()[last.count++] = value;
                 return;
             }
         }
-        Put(store, place, CellKind::Float64, std::bit_cast<std::uint64_t>(value));
+        Put(store, place, Kind, std::bit_cast<Bits>(value));
     }
     void PutText(CellStore& store, int place, std::string_view text);
     /** Whatever was there is gone. */

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstring>
 #include <tuple>
-#include <type_traits>
 #include <utility>
 
 #include "base/Unicode.h"
@@ -313,11 +312,7 @@ void TableSink::PutRowRun(int firstCol, int row, std::span<const Number> values)
     };
     const auto putCells = [&](std::span<const Number> cells) {
         for (const Number value : cells) {
-            if constexpr (std::is_same_v<Number, double>) {
-                ColumnAt(col).PutDouble(store, row - 1, value);
-            } else {
-                ColumnAt(col).Put(store, row - 1, KindOf<Number>, BitsOf(value));
-            }
+            ColumnAt(col).PutNumber(store, row - 1, value);
             ++col;
         }
     };
