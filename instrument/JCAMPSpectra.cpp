@@ -351,6 +351,17 @@ JCAMPSpectra::Decoded JCAMPSpectra::DecodeTable(const JCAMPDataTable& table, con
     return likeliest;
 }
 
+namespace {
+
+// Of a table that has far fewer values than it promises: there may be many such in a file.
+void LeaveUnusedRoom(std::vector<double>& values) {
+    if (values.capacity() / 2 > values.size()) {
+        values.shrink_to_fit();
+    }
+}
+
+}  // namespace
+
 JCAMPSpectra::Decoded JCAMPSpectra::DecodeAs(const JCAMPDataTable& table, const Form& form,
                                              const JCAMPVariable& x, const Notation& notation) {
     Decoded decoded;
@@ -364,6 +375,7 @@ JCAMPSpectra::Decoded JCAMPSpectra::DecodeAs(const JCAMPDataTable& table, const 
         decoded.columns.front().reserve(
             static_cast<std::size_t>(std::min(static_cast<std::uint64_t>(std::max(x.points, 0)), held)));
         DecodeOrdinates(table, notation, decoded);
+        LeaveUnusedRoom(decoded.columns.front());
     }
     return decoded;
 }

@@ -27,8 +27,10 @@ int CountLineEnds(std::string_view text) {
         const std::size_t end = std::min<std::size_t>(size, done + 255);
         std::uint8_t sum = 0;
         for (std::size_t i = done; i < end; ++i) {
-            const bool isEnd = (text[i] == '\n') | ((text[i] == '\r') & (text[i + 1] != '\n'));
-            sum = static_cast<std::uint8_t>(sum + (isEnd ? 1 : 0));
+            const unsigned int isFeed = text[i] == '\n' ? 1 : 0;
+            const unsigned int isReturn = text[i] == '\r' ? 1 : 0;
+            const unsigned int isBeforeFeed = text[i + 1] == '\n' ? 1 : 0;
+            sum = static_cast<std::uint8_t>(sum + isFeed + (isReturn & ~isBeforeFeed));
         }
         count += sum;
         done = end;

@@ -9,7 +9,8 @@ namespace karta {
 namespace {
 
 constexpr std::size_t MostKept = std::size_t{64} << 20;
-constexpr std::size_t MostBlocks = 16;
+// What comes and goes side by side: more would only add up where many tables are read one after the other.
+constexpr std::size_t MostBlocks = 4;
 
 void FreeBlock(const BlockPool::Block& block) {
     munmap(block.data, block.size);

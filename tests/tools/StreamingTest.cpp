@@ -134,8 +134,7 @@ TEST_F(StreamingTest, RowsOfAllKindsAreTheSame) {
         folder.Write(one.name, text);
         ExpectSameCsv(one.name);
         const CommandOutcome told = Shell(ProgramPath() + " convert " + one.name + " -o x.csv");
-        EXPECT_EQ(told.err.find("17,143 times with a zone became UTC (first: line 2)") !=
-                      std::string::npos,
+        EXPECT_EQ(told.err.find("17,143 times with a zone became UTC (first: line 2)") != std::string::npos,
                   one.hasZones)
             << told.err;
         // Nothing of a text is made harmless as it stands.
