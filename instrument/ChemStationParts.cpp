@@ -56,7 +56,9 @@ bool ChemStationParts::Open(const std::vector<std::string>& paths, const NvImpor
         ChemStationSignal signal;
         std::string reason;
         if (!file.IsOpen() || !signal.Open(path, ByteCursor(file.GetBytes()), texts, reason)) {
-            reason = file.IsOpen() ? reason : "Unable to open file " + path + ".";
+            if (!file.IsOpen()) {
+                reason = "Unable to open file " + path + ".";
+            }
             failure = failure.empty() ? reason : failure;
             context.notes.Add({"unread-file", 1, NvGetFileName(path), reason.substr(0, reason.size() - 1)});
             continue;

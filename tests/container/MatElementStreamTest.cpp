@@ -18,7 +18,8 @@ std::vector<std::uint8_t> SomeBytes() {
     std::mt19937 random(1);
     std::vector<std::uint8_t> bytes;
     for (int i = 0; i < 30'000; ++i) {
-        bytes.push_back(static_cast<std::uint8_t>(i % 7 == 0 ? random() : i / 50));
+        const auto number = static_cast<unsigned int>(i);
+        bytes.push_back(static_cast<std::uint8_t>(i % 7 == 0 ? random() : number / 50));
     }
     return bytes;
 }

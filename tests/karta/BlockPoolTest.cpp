@@ -87,7 +87,7 @@ TEST(BlockPoolTest, RowsWithoutAValueAreZeros) {
     // What the pool hands out next is full of other numbers.
     {
         Buffer other;
-        other.ResizeUnset(2 * Rows * sizeof(double));
+        other.ResizeUnset(std::size_t{2} * Rows * sizeof(double));
         std::fill_n(other.As<double>(), 2 * Rows, 1234.5);
     }
     const auto context = std::make_shared<karta::ReadContext>();
