@@ -37,19 +37,27 @@ char* CellStore::Take(std::size_t size) {
 }
 
 std::uint64_t CellStore::AddText(std::string_view text) {
+    const std::uint64_t known = FindText(text);
+    return known != 0 ? known : AddNewText(text);
+}
+
+std::uint64_t CellStore::FindText(std::string_view text) {
     if (text.empty()) {
         return GetEmptyWord();
     }
-    if (!AreTextsComingAgain()) {
-        return Keep(text);
+    const std::uint64_t* const known = AreTextsComingAgain() ? recents.Find(text.data()) : nullptr;
+    if (known == nullptr || GetText(*known) != text) {
+        return 0;
     }
-    const std::uint64_t* const known = recents.Find(text.data());
-    if (known != nullptr && GetText(*known) == text) {
-        ++hits;
-        return *known;
-    }
+    ++hits;
+    return *known;
+}
+
+std::uint64_t CellStore::AddNewText(std::string_view text) {
     const std::uint64_t word = Keep(text);
-    recents.Put(text.data(), word);
+    if (areComingAgain && recents.GetSize() > 0) {
+        recents.Put(text.data(), word);
+    }
     return word;
 }
 

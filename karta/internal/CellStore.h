@@ -48,6 +48,10 @@ public:
      * come from the same place again and again, as those of a list do that many cells refer to.
      */
     std::uint64_t AddText(std::string_view text);
+    /** The word of a text that was kept already, where that is seen quickly; else 0. */
+    std::uint64_t FindText(std::string_view text);
+    /** Keeps a text that FindText didn't find. */
+    std::uint64_t AddNewText(std::string_view text);
     /** Tells without a look at the text. */
     static bool IsEmptyText(std::uint64_t word) { return word == 0 || word == GetEmptyWord(); }
     static std::string_view GetText(std::uint64_t word) {

@@ -320,18 +320,16 @@ void CellVector::Put(CellStore& store, int place, CellKind kind, std::uint64_t c
 }
 
 void CellVector::PutText(CellStore& store, int place, std::string_view text) {
-    if (!stretches.empty()) {
+    std::uint64_t word = store.FindText(text);
+    if (word == 0 && !stretches.empty()) {
         // Texts often repeat the one above.
         const Stretch& last = stretches.back();
         if (last.kind == CellKind::Text && place == last.GetEnd() && last.IsThere(place - 1)) {
             const Cell above = last.Get(place - 1);
-            if (above.GetText() == text) {
-                Put(store, place, CellKind::Text, above.content);
-                return;
-            }
+            word = above.GetText() == text ? above.content : 0;
         }
     }
-    Put(store, place, CellKind::Text, store.AddText(text));
+    Put(store, place, CellKind::Text, word != 0 ? word : store.AddNewText(text));
 }
 
 void CellVector::PutMissing(int place) {

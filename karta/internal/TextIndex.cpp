@@ -17,8 +17,13 @@ std::int32_t TextIndex::Find(std::string_view text) {
     if (2 * texts.size() >= slots.size()) {
         Grow();
     }
+    if (!AreTextsComingAgain()) {
+        return FindByHash(text);
+    }
+    ++lookups;
     const std::uint64_t* const known = recents.Find(text.data());
     if (known != nullptr && text.data() != nullptr && texts[*known].size() == text.size()) {
+        ++hits;
         return static_cast<std::int32_t>(*known);
     }
     const std::int32_t place = FindByHash(text);
@@ -31,6 +36,13 @@ std::int32_t TextIndex::FindPassing(std::string_view text) {
         Grow();
     }
     return FindByHash(text);
+}
+
+// Whether looking among the recent ones is worth it; where most texts are new or lie elsewhere it isn't.
+bool TextIndex::AreTextsComingAgain() const {
+    constexpr std::size_t TrialSize = 4096;
+    constexpr std::size_t LeastShare = 16;
+    return lookups < TrialSize || hits >= lookups / LeastShare;
 }
 
 std::int32_t TextIndex::FindByHash(std::string_view text) {

@@ -27,12 +27,15 @@ private:
         std::uint32_t hash = 0;
     };
 
+    bool AreTextsComingAgain() const;
     std::int32_t FindByHash(std::string_view text);
     void Grow();
 
     std::vector<std::string_view> texts;
     std::vector<Slot> slots;  // a power of two of them, at most half of them taken
     RecentTexts recents;      // their places; as many
+    std::size_t lookups = 0;  // among the recent ones, and those that found something
+    std::size_t hits = 0;
 };
 
 }  // namespace karta
