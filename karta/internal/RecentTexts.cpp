@@ -9,7 +9,7 @@ void RecentTexts::Resize(std::size_t texts) {
 }
 
 // In place of what was there for the address, else of the oldest.
-void RecentTexts::Put(const char* address, std::uint64_t made) {
+void RecentTexts::Put(const void* address, std::uint64_t made) {
     std::array<Entry, WaysOfBucket>& entries = buckets[PlaceOf(address)].entries;
     auto* const same = std::find_if(entries.begin(), entries.end() - 1,
                                     [address](const Entry& entry) { return entry.address == address; });

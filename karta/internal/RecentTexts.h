@@ -19,7 +19,7 @@ public:
     static std::size_t GetBytes(std::size_t texts) { return texts * sizeof(Entry); }
 
     /** What was put for an address, or null. */
-    const std::uint64_t* Find(const char* address) const {
+    const std::uint64_t* Find(const void* address) const {
         for (const Entry& entry : buckets[PlaceOf(address)].entries) {
             if (entry.address == address) {
                 return &entry.made;
@@ -27,21 +27,21 @@ public:
         }
         return nullptr;
     }
-    void Put(const char* address, std::uint64_t made);
+    void Put(const void* address, std::uint64_t made);
 
 private:
     // A line of the processor's cache.
     static constexpr std::size_t WaysOfBucket = 4;
 
     struct Entry {
-        const char* address = nullptr;
+        const void* address = nullptr;
         std::uint64_t made = 0;
     };
     struct alignas(64) Bucket {
         std::array<Entry, WaysOfBucket> entries;
     };
 
-    std::size_t PlaceOf(const char* address) const {
+    std::size_t PlaceOf(const void* address) const {
         constexpr std::uint64_t Spread = 0x9e3779b97f4a7c15;
         return ((reinterpret_cast<std::uintptr_t>(address) * Spread) >> 32U) & (buckets.size() - 1);
     }
