@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 
@@ -47,7 +48,7 @@ TEST_F(RecordBytesTest, ReadsPiecesOfAnySizeFromAnywhere) {
     for (RecordBytes* bytes : {&memory, &file}) {
         ASSERT_EQ(bytes->GetStatus(), 0);
         std::size_t place = 0;
-        for (const std::size_t count : {4, 0, 1, 600, 4, 4096, 3, 0}) {
+        for (const std::size_t count : std::initializer_list<std::size_t>{4, 0, 1, 600, 4, 4096, 3, 0}) {
             EXPECT_EQ(Read(*bytes, count), content.substr(place, count));
             place += count;
             EXPECT_EQ(bytes->Tell(), static_cast<int>(place));

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <ios>
 #include <istream>
 #include <streambuf>
@@ -77,7 +78,8 @@ void ExpectRecord(const RecordStream& records, std::size_t length) {
 }  // namespace
 
 TEST(RecordStreamTest, FindsTheSameRecordsWhateverThePieces) {
-    for (const std::size_t pieceSize : {1, 2, 3, 7, 1000, 65535, 65536, 1 << 20}) {
+    for (const std::size_t pieceSize :
+         std::initializer_list<std::size_t>{1, 2, 3, 7, 1000, 65535, 65536, 1 << 20}) {
         Pieces pieces(AllRecords(), pieceSize, false);
         std::istream stream(&pieces);
         RecordStream records(stream, RecordForm::Full);
@@ -91,7 +93,7 @@ TEST(RecordStreamTest, FindsTheSameRecordsWhateverThePieces) {
 }
 
 TEST(RecordStreamTest, GivesEveryRecordThatStandsBeforeADamage) {
-    for (const std::size_t pieceSize : {1, 7, 65536, 1 << 20}) {
+    for (const std::size_t pieceSize : std::initializer_list<std::size_t>{1, 7, 65536, 1 << 20}) {
         Pieces pieces(AllRecords() + RecordOf(7, 30000).substr(0, 20000), pieceSize, true);
         std::istream stream(&pieces);
         RecordStream records(stream, RecordForm::Full);
@@ -106,7 +108,7 @@ TEST(RecordStreamTest, GivesEveryRecordThatStandsBeforeADamage) {
 }
 
 TEST(RecordStreamTest, EndsWithinARecordThatIsCut) {
-    for (const std::size_t kept : {1, 2, 3, 50, 100}) {
+    for (const std::size_t kept : std::initializer_list<std::size_t>{1, 2, 3, 50, 100}) {
         Pieces pieces(RecordOf(7, 4) + RecordOf(7, 200).substr(0, kept), 16, false);
         std::istream stream(&pieces);
         RecordStream records(stream, RecordForm::Full);
