@@ -1,6 +1,7 @@
 #include "instrument/JCAMPDocument.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "base/NumberParser.h"
@@ -155,13 +156,12 @@ void JCAMPDocument::TakeLabel(std::string_view line, JCAMPStream& stream) {
     } else if (IsDataLabel(record.label)) {
         AddTable(std::move(record), stream);
     } else if (record.label == "PAGE") {
-        page = record.value;
+        page = std::make_shared<const std::string>(std::move(record.value));
         pageRecords.clear();
         inPage = true;
         lastRecord = nullptr;
     } else if (inPage && record.label != "ENDNTUPLES") {
-        pageRecords.push_back(std::move(record));
-        lastRecord = &pageRecords.back();
+        TakePageRecord(std::move(record));
     } else {
         JCAMPBlock& block = Current();
         block.isLink = block.isLink || record.label == "BLOCKS" ||
@@ -173,6 +173,20 @@ void JCAMPDocument::TakeLabel(std::string_view line, JCAMPStream& stream) {
     }
 }
 
+// Nobody asks for the others.
+void JCAMPDocument::TakePageRecord(JCAMPRecord record) {
+    constexpr std::string_view Asked[] = {"FIRST", "LAST", "FACTOR", "NPOINTS", "VARDIM"};
+    lastRecord = nullptr;
+    if (std::find(std::begin(Asked), std::end(Asked), record.label) == std::end(Asked)) {
+        return;
+    }
+    std::erase_if(pageRecords, [&record](const std::shared_ptr<JCAMPRecord>& known) {
+        return known->label == record.label;
+    });
+    pageRecords.push_back(std::make_shared<JCAMPRecord>(std::move(record)));
+    lastRecord = pageRecords.back().get();
+}
+
 void JCAMPDocument::AddTable(JCAMPRecord record, JCAMPStream& stream) {
     JCAMPDataTable& table = Current().tables.emplace_back();
     table.label = std::move(record.label);
@@ -181,7 +195,7 @@ void JCAMPDocument::AddTable(JCAMPRecord record, JCAMPStream& stream) {
     table.line = lineNumber;
     if (inPage) {
         table.page = page;
-        table.pageRecords = pageRecords;
+        table.pageRecords.assign(pageRecords.begin(), pageRecords.end());
     }
     lastRecord = nullptr;
     stream.SkipToLabel(lineNumber);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,12 +21,16 @@ struct JCAMPRecord {
 
 /** A record behind whose label data stand. */
 struct JCAMPDataTable {
-    std::string label;                    /**< "XYDATA", "PEAKTABLE" ... */
-    std::string form;                     /**< "(X++(Y..Y))" and what follows */
-    std::uint64_t position = 0;           /**< of the first byte of the data */
-    int line = 0;                         /**< of the label */
-    std::string page;                     /**< the value of the ##PAGE= before it */
-    std::vector<JCAMPRecord> pageRecords; /**< those between that and the data */
+    std::string label;          /**< "XYDATA", "PEAKTABLE" ... */
+    std::string form;           /**< "(X++(Y..Y))" and what follows */
+    std::uint64_t position = 0; /**< of the first byte of the data */
+    int line = 0;               /**< of the label */
+    std::shared_ptr<const std::string>
+        page; /**< the value of the ##PAGE= before it; null where there is none */
+    /** What its page says of the variables anew, of each label the last: the tables of a page share them. */
+    std::vector<std::shared_ptr<const JCAMPRecord>> pageRecords;
+
+    std::string_view GetPage() const { return page == nullptr ? std::string_view() : *page; }
 };
 
 /** What stands between a ##TITLE= and its ##END=, other blocks aside. */
@@ -59,6 +64,7 @@ private:
     void TakeText(std::string_view line);
     void OpenBlock(const std::string& title);
     void CloseBlock();
+    void TakePageRecord(JCAMPRecord record);
     void AddTable(JCAMPRecord record, JCAMPStream& stream);
     void NoteUnended();
     void NoteBlockCount();
@@ -70,8 +76,8 @@ private:
     std::vector<JCAMPBlock> blocks;
     std::vector<std::size_t> open;      // the blocks that the reading is in, the innermost last
     JCAMPRecord* lastRecord = nullptr;  // of the open block: text goes on to it; null in data
-    std::string page;
-    std::vector<JCAMPRecord> pageRecords;
+    std::shared_ptr<const std::string> page;
+    std::vector<std::shared_ptr<JCAMPRecord>> pageRecords;
     bool inPage = false;
     int unended = 0;
     int firstUnended = 0;

@@ -178,7 +178,7 @@ JCAMPSpectra::Form JCAMPSpectra::ParseForm(const JCAMPDataTable& table) const {
 }
 
 JCAMPVariable JCAMPSpectra::MakeVariable(const std::string& symbol, const JCAMPDataTable& table) const {
-    if (!block.Find("SYMBOL").empty() && !table.page.empty()) {
+    if (!block.Find("SYMBOL").empty() && !table.GetPage().empty()) {
         return MakeTupleVariable(symbol, table);
     }
     JCAMPVariable variable;
@@ -208,17 +208,18 @@ JCAMPVariable JCAMPSpectra::MakeTupleVariable(const std::string& symbol, const J
     Take(variable.last, FieldAt(block.Find("LAST"), place));
     TakeFactor(variable.factor, FieldAt(block.Find("FACTOR"), place));
     TakeCount(variable.points, FieldAt(block.Find("VARDIM"), place));
-    for (const JCAMPRecord& record : table.pageRecords) {
-        if (record.label == "FIRST") {
-            Take(variable.first, FieldAt(record.value, place));
-        } else if (record.label == "LAST") {
-            Take(variable.last, FieldAt(record.value, place));
-        } else if (record.label == "FACTOR") {
-            TakeFactor(variable.factor, FieldAt(record.value, place));
-        } else if (record.label == "NPOINTS") {
-            TakeCount(variable.points, record.value);
-        } else if (record.label == "VARDIM") {
-            TakeCount(variable.points, FieldAt(record.value, place));
+    for (const auto& record : table.pageRecords) {
+        context.budget.ChargeWork(record->value.size(), "the records of a page");
+        if (record->label == "FIRST") {
+            Take(variable.first, FieldAt(record->value, place));
+        } else if (record->label == "LAST") {
+            Take(variable.last, FieldAt(record->value, place));
+        } else if (record->label == "FACTOR") {
+            TakeFactor(variable.factor, FieldAt(record->value, place));
+        } else if (record->label == "NPOINTS") {
+            TakeCount(variable.points, record->value);
+        } else if (record->label == "VARDIM") {
+            TakeCount(variable.points, FieldAt(record->value, place));
         }
     }
     return variable;
@@ -226,10 +227,12 @@ JCAMPVariable JCAMPSpectra::MakeTupleVariable(const std::string& symbol, const J
 
 std::vector<std::pair<std::string, std::string>> JCAMPSpectra::PageOf(const JCAMPDataTable& table) const {
     std::vector<std::pair<std::string, std::string>> values;
-    if (table.page.empty()) {
+    if (table.GetPage().empty()) {
         return values;
     }
-    for (const std::string& field : SplitJCAMPList(table.page)) {
+    // Each spectrum of a page has its own.
+    context.budget.ChargeMemory(table.GetPage().size(), "the pages");
+    for (const std::string& field : SplitJCAMPList(table.GetPage())) {
         const std::size_t equals = field.find('=');
         const std::string symbol(TrimSpace(field.substr(0, std::min(equals, field.size()))));
         const std::string value(equals == std::string::npos

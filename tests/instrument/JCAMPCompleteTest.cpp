@@ -114,6 +114,16 @@ TEST_F(JCAMPCompleteTest, TableHasNamesAxisAndTypes) {
     EXPECT_EQ(Notes(), "");
 }
 
+TEST_F(JCAMPCompleteTest, WhatAPageSaysCountsForItsTablesFromThereOn) {
+    std::string text = NTuples;
+    text.replace(text.find("##DATA TABLE="), 0, "##FACTOR=1, 2,\n 9, 1\n##COMMENT=c\n##FACTOR=1, 10, 3, 1\n");
+    text.replace(text.find("##PAGE= N=2"), 0,
+                 "##FACTOR=1, 100, 3, 1\n##DATA TABLE= (X++(R..R)), XYDATA\n10 1 2 3\n");
+    ASSERT_EQ(ReadText(text), 0);
+    EXPECT_TRUE(Row(3).ends_with("|10|20|30")) << Row(3);
+    EXPECT_TRUE(Row(4).ends_with("|100|200|300")) << Row(4);
+}
+
 TEST_F(JCAMPCompleteTest, DatesAreReadInTheFormatsOrder) {
     const auto date = [&](const std::string& labels) {
         ReadText("##TITLE=a\n" + labels + "##FIRSTX=1\n##LASTX=2\n##XYDATA=(X++(Y..Y))\n1 1 2\n##END=\n");

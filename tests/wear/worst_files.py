@@ -336,6 +336,13 @@ def jcamp_link(blocks):
     return head + "".join(block + "##END=\n" for block in blocks) + "##END=\n"
 
 
+@worst("jcamp-page.dx", "JCAMP-DX, a page of 12,000 tables and 12,000 records between them")
+def jcamp_page(_):
+    head = "##TITLE=a\n##JCAMP-DX=5.01\n##DATA TYPE=NMR SPECTRUM\n##SYMBOL=X, R, N\n##PAGE= N=1\n"
+    table = "##A%d=1\n##FACTOR=1, 2, 1\n##DATA TABLE= (X++(R..R)), XYDATA\n1 1 2 3\n"
+    return head + "".join(table % i for i in range(12000)) + "##END=\n"
+
+
 @worst("jcamp-dup-blocks.dx", "JCAMP-DX, 3,000 blocks of a million equal points each")
 def jcamp_dup_blocks(_):
     return jcamp_link([JCAMP_HEAD.format(first=1, last=1000000, points=1000000) + "1A1s999999\n"] * 3000)
