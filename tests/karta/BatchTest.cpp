@@ -431,6 +431,11 @@ TEST_F(BatchTest, AFileThatChangesMeanwhileIsAnError) {
 }
 
 TEST_F(BatchTest, ALongTextCostsNoMoreThanItsPieces) {
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+    GTEST_SKIP() << "the sanitizer's own memory is many times the table's";
+#endif
+#endif
     const std::string path = folder.Path("long.csv");
     {
         std::ofstream file(path, std::ios::binary);
