@@ -3,9 +3,10 @@
 namespace karta {
 
 std::string UniqueNames::Take(const std::string& name) {
+    const auto [known, isNew] = numbers.try_emplace(name, 2);
     std::string unique = name;
-    for (int number = 2; !taken.insert(unique).second; ++number) {
-        unique = name + " (" + std::to_string(number) + ")";
+    for (bool isUnique = isNew; !isUnique; isUnique = numbers.try_emplace(unique, 2).second) {
+        unique = name + " (" + std::to_string(known->second++) + ")";
     }
     return unique;
 }

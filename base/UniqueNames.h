@@ -1,6 +1,6 @@
 #pragma once
 
-#include <set>
+#include <map>
 #include <string>
 
 #include "base/Export.h"
@@ -15,7 +15,7 @@ public:
     std::string Take(const std::string& name);
 
 private:
-    std::set<std::string> taken;
+    std::map<std::string, int> numbers;  // that each name taken gets the next time
 };
 
 }  // namespace karta
