@@ -3,7 +3,8 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+
+#include "base/ByteWord.h"
 
 // Looking for bytes in text that is mostly short: eight at a time and without a call, which for cells of
 // ten characters is faster than the C library's functions.
@@ -11,15 +12,10 @@
 /** The first byte in [begin, end) that is one of these, or `end`. */
 template <class Char, class... Byte>  // char, or const char
 Char* FindByte(Char* begin, Char* end, Byte... bytes) {
-    constexpr std::uint64_t Ones = 0x0101010101010101U;
-    constexpr std::uint64_t HighBits = 0x8080808080808080U;
-    if constexpr (std::endian::native == std::endian::little) {
-        // The lowest high bit that is set here stands over the first byte that is zero.
-        const auto zeros = [](std::uint64_t word) { return (word - Ones) & ~word & HighBits; };
+    if constexpr (ByteWord::IsUsable) {
         while (end - begin >= 8) {
-            std::uint64_t word;
-            std::memcpy(&word, begin, sizeof word);
-            const std::uint64_t found = (zeros(word ^ (Ones * static_cast<unsigned char>(bytes))) | ...);
+            const std::uint64_t word = ByteWord::Load(begin);
+            const std::uint64_t found = (ByteWord::Find(word, bytes) | ...);
             if (found != 0) {
                 return begin + std::countr_zero(found) / 8;
             }

@@ -3,43 +3,11 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
+#include "base/ByteWord.h"
 #include "base/ExactPowers.h"
 
 // Numbers of a few characters, as most in files are, taken without a branch for each character.
-
-/** Eight bytes at once, the first one lowest. */
-struct ByteWord {
-    static constexpr std::uint64_t Ones = 0x0101010101010101U;
-    static constexpr std::uint64_t HighBits = 0x8080808080808080U;
-
-    /** Only where the machine has that order. */
-    static constexpr bool IsUsable = std::endian::native == std::endian::little;
-
-    static std::uint64_t Load(const char* from) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, from, sizeof word);
-        return word;
-    }
-    /** The lowest high bit stands over the first byte that is `sought`; 0 where there is none. */
-    static std::uint64_t Find(std::uint64_t word, char sought) {
-        const std::uint64_t differences = word ^ (Ones * static_cast<unsigned char>(sought));
-        return (differences - Ones) & ~differences & HighBits;
-    }
-    /** The same of the first byte that is no digit. */
-    static std::uint64_t FindNoDigit(std::uint64_t word) {
-        const std::uint64_t digits = word ^ (0x30 * Ones);
-        return ((digits + 0x76 * Ones) | digits) & HighBits;
-    }
-    /** Of eight digits as `word ^ 0x30...`, their number. */
-    static std::uint64_t ToNumber(std::uint64_t digits) {
-        digits = (digits * 10) + (digits >> 8U);
-        return (((digits & 0x000000ff000000ffU) * 0x000f424000000064U) +
-                (((digits >> 16U) & 0x000000ff000000ffU) * 0x0000271000000001U)) >>
-               32U;
-    }
-};
 
 /** The number of the first `size` bytes of a word, one to eight that are digits with at most a point. */
 inline bool ParseWord(std::uint64_t word, std::size_t size, double& value) {

@@ -33,22 +33,6 @@ std::size_t RoundToPages(std::size_t size) {
     return RoundUp(size, size >= SmallestHuge ? HugePageSize : PageSize);
 }
 
-// MAP_FAILED where there is no room.
-void* MoveMapping(void* data, std::size_t size, std::size_t newSize) {
-#if defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-    // It doesn't see that moving a mapping gives addresses back, and takes their next owner for a racing one.
-    void* const moved = mmap(nullptr, newSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (moved != MAP_FAILED) {
-        std::memcpy(moved, data, std::min(size, newSize));
-        munmap(data, size);
-    }
-    return moved;
-#endif
-#endif
-    return mremap(data, size, newSize, MREMAP_MAYMOVE);
-}
-
 void WishForHugePages(void* data, std::size_t size) {
     if (size >= SmallestHuge) {
         madvise(data, size, MADV_HUGEPAGE);
@@ -63,6 +47,23 @@ void* Map(std::size_t size) {
     }
     WishForHugePages(data, size);
     return data;
+}
+
+void* MoveMapping(void* data, std::size_t size, std::size_t newSize) {
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+    // It doesn't see that moving a mapping gives addresses back, and takes their next owner for a racing one.
+    void* const copy = Map(newSize);
+    std::memcpy(copy, data, std::min(size, newSize));
+    munmap(data, size);
+    return copy;
+#endif
+#endif
+    void* const moved = mremap(data, size, newSize, MREMAP_MAYMOVE);
+    if (moved == MAP_FAILED) {
+        throw std::bad_alloc();
+    }
+    return moved;
 }
 
 }  // namespace
@@ -113,9 +114,6 @@ void Buffer::ResizeUnset(std::size_t newSize) {
 
 void Buffer::Remap(std::size_t whole) {
     void* const moved = MoveMapping(data, mapped, whole);
-    if (moved == MAP_FAILED) {
-        throw std::bad_alloc();
-    }
     if (whole > mapped) {
         WishForHugePages(moved, whole);
     }

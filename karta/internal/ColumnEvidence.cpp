@@ -68,6 +68,13 @@ bool KindCounts::HasEmptyTextsOnly() const {
     return emptyTexts > 0 && emptyTexts == (*this)[CellKind::Text] && GetAll() > emptyTexts;
 }
 
+NumberFacts& NumberFacts::operator+=(const NumberFacts& others) {
+    areWhole = areWhole && others.areWhole;
+    areExact = areExact && others.areExact;
+    hasRuns = hasRuns || others.hasRuns;
+    return *this;
+}
+
 KindCounts CountKinds(const CellStore& store, const CellVector& cells, int first, int end) {
     KindCounts counts;
     for (const Stretch& stretch : cells.GetStretches()) {
@@ -158,10 +165,7 @@ void ColumnEvidence::Add(CellStore& store, CellStore& kept, const CellVector& ce
     const KindCounts more = CountKinds(store, cells, first, end);
     counts += more;
     if (more.GetNumbers() > 0) {
-        const NumberFacts moreFacts = ExamineNumbers(store, cells, first, end);
-        facts.areWhole = facts.areWhole && moreFacts.areWhole;
-        facts.areExact = facts.areExact && moreFacts.areExact;
-        facts.hasRuns = facts.hasRuns || moreFacts.hasRuns;
+        facts += ExamineNumbers(store, cells, first, end);
         hasFractions = hasFractions ||
                        (facts.areWhole && more[CellKind::Float64] > 0 && cells.HasFractionSource(first, end));
     }
@@ -175,9 +179,7 @@ void ColumnEvidence::Add(CellStore& store, CellStore& kept, const CellVector& ce
 
 void ColumnEvidence::Add(CellStore& kept, const ColumnEvidence& further) {
     counts += further.counts;
-    facts.areWhole = facts.areWhole && further.facts.areWhole;
-    facts.areExact = facts.areExact && further.facts.areExact;
-    facts.hasRuns = facts.hasRuns || further.facts.hasRuns;
+    facts += further.facts;
     hasFractions = hasFractions || further.hasFractions;
     texts.Add(kept, further.texts);
 }

@@ -37,6 +37,9 @@ struct NumberFacts {
     bool areWhole = true;  // also as 64-bit numbers, without loss
     bool areExact = true;  // as doubles, without loss
     bool hasRuns = false;  // an array of doubles stays one
+
+    /** Those of further cells too. */
+    NumberFacts& operator+=(const NumberFacts& others);
 };
 
 /** Of the places from `first` to before `end`. Raises Stopped. */
