@@ -422,8 +422,11 @@ void HeadFinder::FindNames() {
     }
 }
 
-// Texts above numbers, some of them perhaps empty.
+// Texts above numbers, some of them perhaps empty, one over each column.
 bool HeadFinder::IsUnits(const Record& record, const std::vector<ColumnType>& below) const {
+    if (!Fits(record)) {
+        return false;
+    }
     std::size_t filled = 0;
     for (const std::uint32_t form : record.forms) {
         if (form != Form::Nothing && (form & (Form::Text | Form::Missing)) == 0) {
@@ -442,8 +445,7 @@ bool HeadFinder::IsUnits(const Record& record, const std::vector<ColumnType>& be
 }
 
 void HeadFinder::FindUnits() {
-    if (head.nameRow == 0 || first + 1 >= records.size() || !Fits(records[first]) ||
-        records[first].isRemark) {
+    if (head.nameRow == 0 || first + 1 >= records.size() || records[first].isRemark) {
         return;
     }
     if (IsUnits(records[first], GetTypesFrom(first + 1))) {

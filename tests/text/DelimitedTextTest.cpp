@@ -270,6 +270,13 @@ TEST_F(DelimitedTextTest, RecordThatLacksADelimiterDoesNotHideTheNames) {
     EXPECT_EQ(read->Kinds(3), "t-ffff");
 }
 
+// Asked for the columns below its fields, it would be asked for one that there isn't.
+TEST_F(DelimitedTextTest, AWiderRecordBelowUnitsIsNoRemark) {
+    const auto read = Read("name,value,note\nu,m,v\na,,c,d\nx,7,y\nz,8,w\n");
+    EXPECT_EQ(read->context->shape.unitRow, 2);
+    EXPECT_EQ(read->All(), "name|value|note|/u|m|v|/a||c|d/x|7|y|/z|8|w|");
+}
+
 TEST_F(DelimitedTextTest, RemarksBelowUnitsLeaveTheColumnsNumbers) {
     const auto read = Read("t\tA\tB\ns\tV\tV\n\tRun 1\tRun 2\n1\t0.1\t0.2\n2\t0.11\t0.21\n3\t0.3\t0.4\n");
     EXPECT_EQ(read->context->shape.unitRow, 2);
