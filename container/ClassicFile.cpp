@@ -103,7 +103,7 @@ bool IsUtf8(std::string_view text) {
 }  // namespace
 
 ClassicFile::ClassicFile(const char* path) : file(path) {
-    if (auto read = ReadClassicHeader(file.GetBytes())) {
+    if (auto read = ReadClassicHeader(file.GetBytes(), &brokenAt)) {
         header = std::move(*read);
         isOpen = true;
     }

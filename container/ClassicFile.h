@@ -20,6 +20,8 @@ public:
     explicit ClassicFile(const char* path);
 
     bool IsOpen() const { return isOpen; }
+    /** Of a file that isn't open: up to which byte its header could be read. */
+    std::uint64_t GetBrokenAt() const { return brokenAt; }
     /** The file isn't netCDF of the classic formats, but holds HDF5. */
     bool IsHDF5() const;
     /** Empty where the file isn't open. */
@@ -66,6 +68,7 @@ private:
     MappedFile file;
     ClassicHeader header;
     bool isOpen = false;
+    std::uint64_t brokenAt = 0;
     std::unordered_map<std::string_view, std::size_t> places;  // of the variables, by their names
     mutable std::uint64_t foreignTexts = 0;
 };

@@ -60,6 +60,8 @@ public:
         return true;
     }
 
+    std::uint64_t Tell() const { return cursor.Tell(); }
+
 private:
     bool HasLargeCounts() const { return header.version == LargeCountVersion; }
 
@@ -298,9 +300,16 @@ std::uint64_t SizeOfType(ClassicType type) {
     return code < std::size(Sizes) ? Sizes[code] : 0;
 }
 
-std::optional<ClassicHeader> ReadClassicHeader(std::span<const std::uint8_t> file) {
+std::optional<ClassicHeader> ReadClassicHeader(std::span<const std::uint8_t> file, std::uint64_t* brokenAt) {
     ClassicHeader header;
-    return HeaderWalk(file).Read(header) ? std::optional(std::move(header)) : std::nullopt;
+    HeaderWalk walk(file);
+    if (walk.Read(header)) {
+        return header;
+    }
+    if (brokenAt != nullptr) {
+        *brokenAt = walk.Tell();
+    }
+    return std::nullopt;
 }
 
 bool IsSoundClassicFile(std::span<const std::uint8_t> file) {

@@ -70,9 +70,11 @@ struct ClassicHeader {
 /**
  * Reads a header. Counts, names and lengths are believed only as far as the file's bytes can hold them, so
  * that what it takes is in proportion to the file; data beyond the file's end shorten their variable. Nothing
- * for a file of another format, or whose header is cut or contradicts itself.
+ * for a file of another format, or whose header is cut or contradicts itself; `brokenAt`, where given, then
+ * says up to which byte it could be read.
  */
-std::optional<ClassicHeader> ReadClassicHeader(std::span<const std::uint8_t> file);
+std::optional<ClassicHeader> ReadClassicHeader(std::span<const std::uint8_t> file,
+                                               std::uint64_t* brokenAt = nullptr);
 
 /**
  * Whether the bytes are a netCDF file of CDF-1 or CDF-2 that is borne out. The netCDF library believes what a

@@ -355,6 +355,7 @@ int KpfFileImport::ChooseParts(const std::string& wanted) {
         }
     }
     dataset = project->GetDataSet(project->GetDataSetId(chosen.front()));
+    failurePlace.part = dataset == nullptr ? project->GetDataSetName(chosen.front()) : std::string();
     return dataset == nullptr ? static_cast<int>(StatusNoDataSet) : static_cast<int>(StatusOk);
 }
 
@@ -651,6 +652,7 @@ bool KpfFileImport::SelectPart(int number) {
     sizeKnown = false;
     status = WithinBudget(StatusNotRead, [&] {
         dataset = project->GetDataSet(project->GetDataSetId(number));
+        failurePlace.part = dataset == nullptr ? project->GetDataSetName(number) : std::string();
         return dataset == nullptr ? static_cast<int>(StatusNoDataSet) : status;
     });
     return true;

@@ -216,6 +216,7 @@ int NetCDFFile::OpenCompletely(const char* path, NvImportOpenOptions* options) {
                                           "\"nccopy -k nc3 IN OUT\" makes of it is.");
     }
     if (!file->IsOpen()) {
+        failurePlace.byte = file->GetBrokenAt();
         status = StatusNoNetCDF;
         return status;
     }

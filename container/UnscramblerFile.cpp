@@ -148,6 +148,7 @@ bool UnscramblerFile::HasSize() {
 // The next line without the blanks before its first character. False for one that is too long by the classic
 // rules.
 bool UnscramblerFile::ReadLine(std::string_view& line, bool& atEnd) {
+    lineStart = stream.Tell();
     const LineReader::Line read = stream.Next();
     atEnd = read.atEnd;
     line = {read.text, read.length};
@@ -223,6 +224,7 @@ bool UnscramblerFile::AddMatrix(std::string_view line) {
     MatrixHeader& matrix = matrices.emplace_back();
     if (!ReadCount(line, matrix.numObservations) || !ReadCount(line, matrix.numVariables)) {
         status = StatusMatrixHeader;
+        failurePlace.byte = lineStart;
         return false;
     }
     matrix.name =
@@ -243,6 +245,7 @@ bool UnscramblerFile::AddNames(std::string_view line, std::int64_t offset) {
         matrices.back().variableNamesOffset = offset;
     } else if (!IsComplete()) {
         status = StatusNotUnscrambler;
+        failurePlace.byte = lineStart;
     }
     return status == StatusOk;
 }
@@ -357,6 +360,7 @@ int UnscramblerFile::OpenMatrices(const char* fileName) {
     }
     if (!first.starts_with('%')) {
         status = StatusNotUnscrambler;
+        failurePlace.byte = static_cast<std::uint64_t>(offset);
         return status;
     }
     SeekTo(offset);
@@ -554,6 +558,9 @@ int UnscramblerFile::Read(ReadSpreadSheetData* sink) {
         status = ReadComplete(sink);
     } else {
         status = ReadClassic(sink);
+    }
+    if (status == StatusData) {
+        failurePlace.byte = lineStart;
     }
     return status;
 }

@@ -146,6 +146,7 @@ private:
     std::optional<CodePage> encoding;
     std::int64_t comments = 0;
     std::int64_t lineNumber = 0;
+    std::uint64_t lineStart = 0;
     std::vector<double> run;
 };
 

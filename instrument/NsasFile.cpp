@@ -49,10 +49,12 @@ std::int64_t NsasFile::Stream::FileSize() const {
 
 bool NsasFile::Fail(int code) {
     status = code;
+    failurePlace.byte = recordStart;
     return false;
 }
 
 bool NsasFile::ReadDaHeader(Header& header) {
+    recordStart = static_cast<std::uint64_t>(daStream.position);
     header = daStream.Read(HeaderSize);
     return header.empty() || header.size() == HeaderSize || Fail(StatusHeader);
 }
@@ -212,6 +214,7 @@ int NsasFile::OpenSpectra(const NvImportOpenOptions* options) {
     switch (spectra.Open(daStream.file.GetBytes(), companion, options, *GetContext())) {
         case NsasSpectra::Outcome::NoSpectrum:
             status = StatusHeaderContent;
+            failurePlace.byte = 0;
             break;
         case NsasSpectra::Outcome::NoSuchPart:
             status = StatusHeaderContent;

@@ -98,6 +98,7 @@ private:
     NsasSpectra spectra;  // the complete reading's
     Stream daStream;
     Stream cnStream;
+    std::uint64_t recordStart = 0;
     bool haveFirstSpectrum = false;
     float firstWavelength = 0;
     float lastWavelength = 0;

@@ -30,6 +30,7 @@ int OPUSReader::Open(bool forRead, const char* fileName, NvImportOpenOptions* op
     numRows = -1;
     if (!OpenFiles(fileName, options)) {
         status = StatusAbortedByUser;
+        failurePlace.byte = selection.GetFailedByte();
     }
     return status;
 }
@@ -58,6 +59,7 @@ int OPUSReader::ReadRows(ReadSpreadSheetData* sink, std::vector<float>* grid,
     }
     if (!selection.Read(*sink, grid, setValues)) {
         status = StatusAbortedByUser;
+        failurePlace.byte = selection.GetFailedByte();
     }
     return status;
 }

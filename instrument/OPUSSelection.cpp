@@ -252,6 +252,7 @@ bool OPUSSelection::OpenFile(const std::string& path) {
     const MappedFile file(path.c_str());
     ByteCursor stream(file.GetBytes());
     if (!stream.Has(OPUSHeaderSize)) {
+        failedByte = stream.GetSize();
         return Fail("A corrupt header block was found in the file '" + path + "'. Import aborted.");
     }
     const Directory directory = FindRatioed(ReadOPUSDirectory(stream));
@@ -266,6 +267,7 @@ bool OPUSSelection::OpenFile(const std::string& path) {
     const bool isWhole = ReadBlocks(stream, directory, record);
     const std::uint64_t maxPoints = stream.GetSize() / sizeof(float) + MaxMissingPoints;
     if (!isWhole || record.numPoints < 0 || static_cast<std::uint64_t>(record.numPoints) > maxPoints) {
+        failedByte = stream.Tell();
         return Fail("A corrupt data status block was found in the file '" + path + "'. Import aborted.");
     }
     if (record.dataFormat != DataFormatReal32) {
@@ -316,6 +318,7 @@ bool OPUSSelection::ConfirmDifferentRanges(const Questioner& ask) {
 void OPUSSelection::Clear() {
     records.clear();
     errorText.clear();
+    failedByte.reset();
 }
 
 void OPUSSelection::CopyErrorText(char* buffer, unsigned int size) const {
@@ -408,6 +411,7 @@ bool OPUSSelection::ReadRow(const BrukerOPUSRecord& record, ReadSpreadSheetData&
         record.hasDataBlock && offset >= 0 && stream.Seek(static_cast<std::uint64_t>(offset));
     const ByteCursor values(stream.Take(size));
     if (!isThere || values.GetSize() != size) {
+        failedByte = static_cast<std::uint64_t>(std::max(offset, 0));
         errorText = "The file '" + record.path + "' seems to be corrupt.";
         return false;
     }

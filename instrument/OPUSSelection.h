@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -63,6 +64,8 @@ public:
     int GetNumRows() const;
     int GetNumCols() const;
     void CopyErrorText(char* buffer, unsigned int size) const;
+    /** Where a file is corrupt, as far as that is known. */
+    std::optional<std::uint64_t> GetFailedByte() const { return failedByte; }
     /** The text for who wants to write. */
     void SetWritingError();
 
@@ -83,6 +86,7 @@ private:
 
     std::vector<BrukerOPUSRecord> records;
     std::string errorText;
+    std::optional<std::uint64_t> failedByte;
 };
 
 /** What the code of an X unit stands for, as the table tells it; any other code as it is. */

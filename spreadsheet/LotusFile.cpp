@@ -541,6 +541,7 @@ int LotusFile::WalkCells(Cells& cells) {
             return StatusOk;
         }
         if (result != StatusOk) {
+            failurePlace.byte = start;
             return result;
         }
         if (records % RecordsBetweenLooks == 0) {

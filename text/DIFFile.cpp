@@ -295,6 +295,7 @@ bool DIFFile::ReadEntry() {
 int DIFFile::ReadDIFHeaderEntry(char* topicText, char* valueText, char* stringText) {
     if (!ReadEntry()) {
         status = StatusBadHeader;
+        failurePlace.line = lines;
         return CodeFailed;
     }
     CopyMessage(entryFirst, topicText, LineSize);
@@ -313,6 +314,7 @@ int DIFFile::ReadDIFHeaderEntry(char* topicText, char* valueText, char* stringTe
 void DIFFile::RewindStream() {
     inStream->clear();
     inStream->seekg(contentStart);
+    lines = 0;
 }
 
 int DIFFile::ReadHeader() {
@@ -336,6 +338,7 @@ int DIFFile::ReadHeader() {
 int DIFFile::ReadDIFRecord(char* valueText, char* stringText) {
     if (!ReadRecord()) {
         status = StatusBadRecord;
+        failurePlace.line = lines;
         return CodeFailed;
     }
     const int code = ClassicCode(record);
@@ -510,7 +513,6 @@ private:
 };
 
 int DIFFile::ReadComplete(ReadSpreadSheetData* sink) {
-    lines = 0;
     declaredCols = declaredRows = 0;
     if (ReadHeader() != StatusOk) {
         return status;
@@ -527,6 +529,7 @@ int DIFFile::ReadComplete(ReadSpreadSheetData* sink) {
     }
     if (found == Found::Failure) {
         status = StatusBadRecord;
+        failurePlace.line = lines;
     } else if (found == Found::End) {
         AddNote({"no-end", 1, {}, "the file ends without its EOD record"});
     }

@@ -125,6 +125,7 @@ int PlanoFile::CopyWorksheet(const char* fileName) {
         return StatusStreamFailed;
     }
     if (!isWhole) {
+        failurePlace.part = worksheet->name;
         return StatusNotPlano;
     }
     return StatusOk;

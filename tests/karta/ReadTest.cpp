@@ -413,6 +413,49 @@ TEST(Read, ErrorTellsTheByteOfABinaryFile) {
     EXPECT_EQ(cut("kinetics.spc", "spc", 300), 300U);
     EXPECT_EQ(cut("flour.dat", "Brimrose File", 700), 700U);
     EXPECT_TRUE(cut("caffeine.uv", "HPLC ChemStation File", 3000).has_value());
+    EXPECT_TRUE(cut("soil-1.0", "opus", 3500).has_value());
+    // The start of the last of six records.
+    EXPECT_EQ(cut("flour.da", "nsas", 2300), 1920U);
+}
+
+TEST(Read, ErrorTellsTheRecordsByteOfALotusSheet) {
+    const TempFolder folder;
+    const std::string beginning{'\0', '\0', '\2', '\0', '\6', '\4'};
+    const std::string dimensions{6, 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    const std::string unknown{0, 2, 0, 0};
+    const std::string path = folder.Write("bad.wk1", beginning + dimensions + unknown);
+    const Error error = ErrorOfRead(path, {.format = "lotus", .reading = Reading::Classic});
+    EXPECT_EQ(error.GetPlace().byte, beginning.size() + dimensions.size()) << error.what();
+}
+
+TEST(Read, ErrorTellsTheLinesByteOfAnUnscramblerMatrix) {
+    const TempFolder folder;
+    const std::string path = folder.Write("bad.uns", "%2 2 m\n1 2\n3 x\n");
+    for (const Reading reading : {Reading::Classic, Reading::Complete}) {
+        const Error error = ErrorOfRead(path, {.format = "unscrambler", .reading = reading});
+        EXPECT_EQ(error.GetPlace().byte, 11U) << error.what();
+    }
+}
+
+TEST(Read, ErrorTellsTheLineOfADifFile) {
+    const TempFolder folder;
+    const std::string path =
+        folder.Write("bad.dif", "TABLE\n0,1\n\"\"\nDATA\n0,0\n\"\"\n-1,0\nBOT\nnothing\n");
+    for (const Reading reading : {Reading::Classic, Reading::Complete}) {
+        const Error error = ErrorOfRead(path, {.format = "dif", .reading = reading});
+        EXPECT_EQ(error.GetPlace().line, 9U) << error.what();
+    }
+}
+
+TEST(Read, ErrorTellsWhereTheHeaderOfANetcdfFileBreaksOff) {
+    const TempFolder folder;
+    // No dimensions, and an attribute whose type is none.
+    const std::string path =
+        folder.Write("cut.cdf", std::string("CDF\1\0\0\0\0\0\0\0\0\0\0\0\0", 16) +
+                                    std::string("\0\0\0\f\0\0\0\1\0\0\0\4", 12) + std::string(16, 'x'));
+    const Error error = ErrorOfRead(path, {.format = "netcdf"});
+    ASSERT_TRUE(error.GetPlace().byte.has_value()) << error.what();
+    EXPECT_EQ(*error.GetPlace().byte, 36U);
 }
 
 TEST(Read, ErrorWithoutAPlaceHasNone) {
