@@ -3,6 +3,16 @@
 #include <algorithm>
 #include <iterator>
 
+void AppendSeparated(std::string& bytes, std::string_view line, char delimiter, char separator) {
+    const std::size_t begin = bytes.size();
+    bytes += line;
+    if (delimiter != separator) {
+        // Each byte is stored, whatever it is: so the compiler takes many at a time.
+        std::transform(line.begin(), line.end(), bytes.begin() + static_cast<std::ptrdiff_t>(begin),
+                       [delimiter, separator](char c) { return c == delimiter ? separator : c; });
+    }
+}
+
 void SeparatedText::Begin(char fieldSeparator) {
     separator = fieldSeparator;
     fields = 0;
@@ -29,13 +39,7 @@ void SeparatedText::AppendQuoted(std::string_view field) {
 void SeparatedText::AddPlainFields(std::string_view line, char delimiter, std::size_t count) {
     BeginField();
     fields += count - 1;
-    const std::size_t begin = bytes.size();
-    bytes += line;
-    if (delimiter != separator) {
-        // Each byte is stored, whatever it is: so the compiler takes many at a time.
-        std::transform(line.begin(), line.end(), bytes.begin() + static_cast<std::ptrdiff_t>(begin),
-                       [delimiter, to = separator](char c) { return c == delimiter ? to : c; });
-    }
+    AppendSeparated(bytes, line, delimiter, separator);
 }
 
 void SeparatedText::EndRow(std::size_t width) {

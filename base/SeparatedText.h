@@ -6,6 +6,9 @@
 
 #include "base/Export.h"
 
+/** Appends a line whose fields `delimiter` parts, parted by `separator` instead. */
+KARTA_EXPORT void AppendSeparated(std::string& bytes, std::string_view line, char delimiter, char separator);
+
 /**
  * Rows of fields in the form of RFC 4180, one behind the other: a field is quoted only when it must be. No
  * allocation a field.

@@ -15,7 +15,7 @@
 #include "text/DialectRefiner.h"
 #include "text/DialectSniffer.h"
 #include "text/NothingKept.h"
-#include "text/PlainNumber.h"
+#include "text/TypedField.h"
 
 namespace {
 
@@ -28,8 +28,6 @@ constexpr int RowsBetweenLooks = 1024;
 constexpr std::size_t BytesToLetGo = std::size_t{8} << 20;
 // How much of records that become text is handed out at once.
 constexpr std::size_t RowTextsAtOnce = std::size_t{1} << 16;
-
-constexpr std::int64_t MicrosecondsOfDay = std::int64_t{86'400} * 1'000'000;
 
 // A table can't count more rows; readers end it as what outgrows a budget.
 class TooManyRows : public karta::BudgetExceeded {
@@ -228,7 +226,7 @@ void DelimitedText::ReadRecords(CellOutput& output) {
         if (WantsOtherRows()) {
             HandOutRowTexts();
             rowTextForm = rowTextSink->GetRowTextForm();
-            rowTexts.Begin(rowTextForm ? rowTextForm->separator : ',');
+            BeginRowTexts();
             readers.reset();
         }
         if (scanner.GetEnd() >= oneByOneUntil && MayPart(scanner)) {
@@ -402,12 +400,46 @@ void DelimitedText::PutRowTexts(const LinePiece& piece) {
     size.cols = std::max(size.cols, cols);
 }
 
+void DelimitedText::BeginRowTexts() {
+    rowTexts.Begin(rowTextForm ? rowTextForm->separator : ',');
+    jsonRows.Begin(rowTextForm ? rowTextForm->members : nullptr);
+}
+
+const std::string& DelimitedText::GetRowTexts() const {
+    return rowTextForm && rowTextForm->kind == RowTextForm::JsonLines ? jsonRows.GetBytes()
+                                                                      : rowTexts.GetBytes();
+}
+
 // The record at hand as a row of text. False, with nothing done, where it is wider than the sink's rows.
 bool DelimitedText::PutRowText(const RecordScanner& scanner) {
-    const auto fields = scanner.GetFields();
-    if (!rowTextForm || fields.size() > rowTextForm->width) {
+    const std::size_t width = scanner.GetFields().size();
+    if (!rowTextForm || width > rowTextForm->width) {
         return false;
     }
+    if (rowTextForm->kind == RowTextForm::JsonLines) {
+        PutJsonRow(scanner);
+    } else {
+        PutSeparatedRow(scanner);
+    }
+    firstRowInTexts = rowsInTexts == 0 ? size.rows : firstRowInTexts;
+    ++rowsInTexts;
+    widestInTexts = std::max(widestInTexts, width);
+    size.cols = std::max(size.cols, static_cast<int>(width));
+    if (GetRowTexts().size() >= RowTextsAtOnce) {
+        HandOutRowTexts();
+    }
+    LetGoBefore(recordStart);
+    return true;
+}
+
+void DelimitedText::PutJsonRow(const RecordScanner& scanner) {
+    const int width = PutRecord(scanner, jsonOutput);
+    Vote(width);
+    jsonRows.EndRow(rowTextForm->width);
+}
+
+void DelimitedText::PutSeparatedRow(const RecordScanner& scanner) {
+    const auto fields = scanner.GetFields();
     for (std::size_t col = 0; col < fields.size(); ++col) {
         const std::string_view value = source.ToUtf8(scanner.GetText(fields[col], storage), utf8);
         if (!isRemark && col < types.size() && types[col].kind == ColumnType::DateTime &&
@@ -418,23 +450,15 @@ bool DelimitedText::PutRowText(const RecordScanner& scanner) {
         rowTexts.Add(value.substr(0, value.find('\0')));
     }
     rowTexts.EndRow(rowTextForm->width);
-    firstRowInTexts = rowsInTexts == 0 ? size.rows : firstRowInTexts;
-    ++rowsInTexts;
-    widestInTexts = std::max(widestInTexts, fields.size());
-    size.cols = std::max(size.cols, static_cast<int>(fields.size()));
-    if (rowTexts.GetBytes().size() >= RowTextsAtOnce) {
-        HandOutRowTexts();
-    }
-    LetGoBefore(recordStart);
-    return true;
 }
 
 void DelimitedText::HandOutRowTexts() {
     if (rowsInTexts > 0) {
         rowTextSink->PutRowTexts(firstRowInTexts, rowsInTexts, static_cast<int>(widestInTexts),
-                                 rowTexts.GetBytes());
+                                 GetRowTexts());
     }
     rowTexts.Clear();
+    jsonRows.Clear();
     rowsInTexts = 0;
     widestInTexts = 0;
 }
@@ -587,18 +611,23 @@ void DelimitedText::BeginRecord(std::size_t start) {
 
 void DelimitedText::EndRecord(CellOutput& output, int width) {
     size.cols = std::max(size.cols, width);
-    if (head.Votes(size.rows, static_cast<std::size_t>(width), isRemark)) {
-        Contradict();
-    }
+    Vote(width);
     if (isStreaming) {
         output.EndRow(size.rows);
         LetGoBefore(recordStart);
     }
 }
 
+// Of the record at hand, which has so many fields.
+void DelimitedText::Vote(int width) {
+    if (head.Votes(size.rows, static_cast<std::size_t>(width), isRemark)) {
+        Contradict();
+    }
+}
+
 // What the votes at hand say against the types.
 void DelimitedText::Contradict() {
-    for (const Vote& vote : votes) {
+    for (const OtherForm& vote : votes) {
         contradictions.first =
             contradictions.count == 0 ? vote.start : std::min(contradictions.first, vote.start);
         ++contradictions.count;
@@ -652,15 +681,10 @@ int DelimitedText::PutLine(std::string_view line, CellOutput& output) {
 
 // A field of a column of numbers that is one, as most are. False, without a step, for any other.
 bool DelimitedText::PutPlainNumber(const char*& at, const char* end, CellOutput& output, int col) {
-    const ColumnType& type = types[static_cast<std::size_t>(col) - 1];
-    const PlainNumber plain({at, static_cast<std::size_t>(end - at)}, text.data() + text.size());
-    const char* const behind = plain.GetEnd();
-    if (!plain.IsThere() || (behind != end && *behind != dialect.delimiter.front())) {
-        return false;
-    }
-    const FieldForm form = plain.GetForm();
-    if (!form.hasNumber || (form.bits & ~type.accepted) != 0 ||
-        (type.decimalMark != '.' && form.bits != FieldForm::Integer)) {
+    FieldForm form;
+    const char* const behind = TakePlainNumber(at, end, text.data() + text.size(), dialect.delimiter.front(),
+                                               types[static_cast<std::size_t>(col) - 1], form);
+    if (behind == nullptr) {
         return false;
     }
     output.Number(col, size.rows, form.number);
@@ -706,7 +730,7 @@ void DelimitedText::PutLooked(const FieldForm& form, std::string_view value, Cel
         output.Text(col, row, value);
         return;
     }
-    PutForm(form, value, output, col, row);
+    PutTypedField(types[static_cast<std::size_t>(col) - 1], form, value, output, col, row);
     if ((form.bits & FieldForm::WithZone) != 0) {
         AddZones(1, recordStart);
     }
@@ -715,60 +739,6 @@ void DelimitedText::PutLooked(const FieldForm& form, std::string_view value, Cel
 void DelimitedText::AddZones(std::uint64_t count, std::size_t first) {
     zones.first = zones.count == 0 ? first : std::min(zones.first, first);
     zones.count += count;
-}
-
-// A field whose column takes it as what it is.
-void DelimitedText::PutForm(const FieldForm& form, std::string_view value, CellOutput& output, int col,
-                            int row) {
-    switch (types[static_cast<std::size_t>(col) - 1].kind) {
-        case ColumnType::Bool:
-            output.Bool(col, row, form.integer != 0);
-            break;
-        case ColumnType::Date:
-            output.Date(col, row, static_cast<std::int32_t>(form.integer));
-            break;
-        case ColumnType::Time:
-            output.Time(col, row, form.integer);
-            break;
-        case ColumnType::DateTime:
-            output.DateTime(
-                col, row,
-                (form.bits & FieldForm::Date) != 0 ? form.integer * MicrosecondsOfDay : form.integer);
-            break;
-        case ColumnType::Number:
-        case ColumnType::Empty:
-        case ColumnType::Text:
-            PutNumber(form, value, output, col, row);
-            return;
-    }
-    const bool isDateInDateTimes = (form.bits & FieldForm::Date) != 0 &&
-                                   types[static_cast<std::size_t>(col) - 1].kind == ColumnType::DateTime;
-    if (form.bits == FieldForm::Nothing) {
-        output.Missing(col, row);
-    }
-    if (!form.isCanonical || isDateInDateTimes) {
-        output.Source(col, row, value);
-    }
-}
-
-void DelimitedText::PutNumber(const FieldForm& form, std::string_view value, CellOutput& output, int col,
-                              int row) {
-    const char mark = types[static_cast<std::size_t>(col) - 1].decimalMark;
-    bool isCanonical = form.isCanonical;
-    if ((form.bits & FieldForm::Numbers) == 0) {
-        output.Missing(col, row);
-    } else if (form.bits == FieldForm::WideInteger) {
-        output.Integer(col, row, form.integer);
-    } else if (form.hasNumber && (mark == '.' || form.bits == FieldForm::Integer)) {
-        output.Number(col, row, form.number);
-    } else {
-        // What would be 1.234 with another mark is 1234.
-        output.Number(col, row, GetNumber(value, mark));
-        isCanonical = false;
-    }
-    if (!isCanonical) {
-        output.Source(col, row, value);
-    }
 }
 
 // The columns that turned out otherwise than the file's beginning had them.

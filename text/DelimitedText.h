@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/JsonRows.h"
 #include "base/ReadContext.h"
 #include "base/SeparatedText.h"
 #include "frame/CellOutput.h"
@@ -16,6 +17,7 @@
 #include "frame/RowTextSink.h"
 #include "text/ColumnTypes.h"
 #include "text/DelimitedOptions.h"
+#include "text/JsonRowSink.h"
 #include "text/LinePiece.h"
 #include "text/PieceReaders.h"
 #include "text/RecordScanner.h"
@@ -33,6 +35,9 @@ class DelimitedText {
 public:
     /** The context must outlive this. */
     explicit DelimitedText(karta::ReadContext& readContext) : context(readContext) {}
+    DelimitedText(const DelimitedText&) = delete;
+    DelimitedText& operator=(const DelimitedText&) = delete;
+    ~DelimitedText() = default;
 
     /** Raises a std::exception with its reason for people. */
     void Open(const char* path, const DelimitedOptions& choices);
@@ -68,7 +73,11 @@ private:
     bool IsBelowHead() const;
     bool WantsOtherRows() const;
     void PutRowTexts(const LinePiece& piece);
+    void BeginRowTexts();
+    const std::string& GetRowTexts() const;
     bool PutRowText(const RecordScanner& scanner);
+    void PutJsonRow(const RecordScanner& scanner);
+    void PutSeparatedRow(const RecordScanner& scanner);
     void HandOutRowTexts();
     void AddZones(std::uint64_t count, std::size_t first);
     void PutRows(const LinePiece& piece, std::uint32_t first, std::uint32_t last, CellOutput& output);
@@ -81,6 +90,7 @@ private:
     void LetGoBefore(std::size_t place);
     void BeginRecord(std::size_t start);
     void EndRecord(CellOutput& output, int width);
+    void Vote(int width);
     void Contradict();
     int PutRecord(const RecordScanner& scanner, CellOutput& output);
     int PutLine(std::string_view line, CellOutput& output);
@@ -89,8 +99,6 @@ private:
     void PutValue(std::string_view value, CellOutput& output, int col, int row);
     void PutLooked(const FieldForm& form, std::string_view value, CellOutput& output, int col, int row);
     void PutText(std::string_view value, CellOutput& output, int col, int row);
-    void PutForm(const FieldForm& form, std::string_view text, CellOutput& output, int col, int row);
-    void PutNumber(const FieldForm& form, std::string_view text, CellOutput& output, int col, int row);
     void ConvertAgain(CellOutput& output);
     void ConvertColumns(const std::vector<std::size_t>& columns, CellOutput& output);
 
@@ -113,17 +121,21 @@ private:
     std::size_t recordStart = 0;
     bool isHead = false;
     bool isRemark = false;
-    struct Vote {
+    struct OtherForm {
         int col;
         std::uint32_t bits;
         std::size_t start;  // of the record or field
     };
-    std::vector<Vote> votes;  // of fields that aren't of their columns' types
+    std::vector<OtherForm> votes;  // of fields that aren't of their columns' types
     bool isStreaming = false;
     CellRunSink* cellRuns = nullptr;  // the sink, where it wants them
     RowTextSink* rowTextSink = nullptr;
     std::optional<RowTextForm> rowTextForm;  // as the sink wanted it when it was last looked
-    SeparatedText rowTexts;                  // records that aren't handed out yet
+    // Records that aren't handed out yet, in one of the forms.
+    SeparatedText rowTexts;
+    JsonRows jsonRows;
+    JsonRowSink jsonSink{jsonRows};
+    CellOutput jsonOutput{jsonSink};
     int firstRowInTexts = 0;
     int rowsInTexts = 0;
     std::size_t widestInTexts = 0;

@@ -4,8 +4,9 @@
 #include <cstring>
 
 #include "base/ByteScan.h"
-#include "text/PlainNumber.h"
+#include "text/JsonFields.h"
 #include "text/TextEncoding.h"
+#include "text/TypedField.h"
 
 void LinePiece::Clear(std::string_view lines, const LineRules& rules) {
     text = lines;
@@ -15,7 +16,9 @@ void LinePiece::Clear(std::string_view lines, const LineRules& rules) {
     oddLines.clear();
     hasRowTexts = rules.rowTexts.has_value();
     if (hasRowTexts) {
+        isJson = rules.rowTexts->kind == RowTextForm::JsonLines;
         rowTexts.Begin(rules.rowTexts->separator);
+        jsonRows.Begin(rules.rowTexts->members);
         widest = 0;
         zones = 0;
         return;
@@ -34,17 +37,20 @@ void LinePiece::Clear(std::string_view lines, const LineRules& rules) {
 // of them to who reads cells.
 void LinePiece::ReadRowTexts(const LineRules& rules, const RowTextForm& form) {
     const char delimiter = rules.dialect.delimiter.front();
-    const char separator = form.separator;
     const ByteFacts facts = ExamineBytes(text);
     isParted = !facts.holdNuls && facts.areUtf8 && !(rules.isOneByte && HasHighBytes(text)) &&
                static_cast<unsigned char>(delimiter) < 0x80;
+    if (isParted && isJson) {
+        ReadJsonRows(rules, form);
+    } else if (isParted) {
+        ReadSeparatedRows(rules, form);
+    }
+}
+
+// `addFields` adds a line's fields and says how many they are, 0 where the line isn't one to be added.
+template <class Adder>
+void LinePiece::AddRows(const RowTextForm& form, const Adder& addFields) {
     const bool hasReturns = text.find('\r') != std::string_view::npos;
-    // Where nothing has to be quoted or looked at, a line differs from its row in what parts the fields only.
-    const bool isPlain = !rules.dialect.skipsBlank && text.find('"') == std::string_view::npos &&
-                         (delimiter == separator || text.find(separator) == std::string_view::npos) &&
-                         std::none_of(rules.types.begin(), rules.types.end(), [](const ColumnType& type) {
-                             return type.kind == ColumnType::DateTime;
-                         });
     const char* const end = text.data() + text.size();
     for (const char* at = text.data(); isParted && at != end; ++rows) {
         const auto* const feed =
@@ -54,19 +60,43 @@ void LinePiece::ReadRowTexts(const LineRules& rules, const RowTextForm& form) {
             lineEnd -= lineEnd != at && lineEnd[-1] == '\r' ? 1 : 0;
             isParted = std::memchr(at, '\r', static_cast<std::size_t>(lineEnd - at)) == nullptr;
         }
-        const std::string_view line(at, static_cast<std::size_t>(lineEnd - at));
+        const std::size_t fields = addFields(std::string_view(at, static_cast<std::size_t>(lineEnd - at)));
+        widest = std::max(widest, fields);
+        isParted = isParted && fields > 0 && fields <= form.width;
+        at = feed == nullptr ? end : feed + 1;
+    }
+}
+
+void LinePiece::ReadJsonRows(const LineRules& rules, const RowTextForm& form) {
+    JsonFields adder(rules, jsonRows);
+    AddRows(form, [&](std::string_view line) {
+        const std::size_t fields = adder.Add(line);
+        jsonRows.EndRow(form.width);
+        return fields;
+    });
+    zones = adder.GetZones();
+    firstZone = adder.GetFirstZone();
+}
+
+void LinePiece::ReadSeparatedRows(const LineRules& rules, const RowTextForm& form) {
+    const char delimiter = rules.dialect.delimiter.front();
+    // Where nothing has to be quoted or looked at, a line differs from its row in what parts the fields only.
+    const bool isPlain =
+        !rules.dialect.skipsBlank && text.find('"') == std::string_view::npos &&
+        (delimiter == form.separator || text.find(form.separator) == std::string_view::npos) &&
+        std::none_of(rules.types.begin(), rules.types.end(),
+                     [](const ColumnType& type) { return type.kind == ColumnType::DateTime; });
+    AddRows(form, [&](std::string_view line) {
         std::size_t fields = 0;
         if (isPlain) {
-            fields = 1 + CountByte(at, lineEnd, delimiter);
+            fields = 1 + CountByte(line.data(), line.data() + line.size(), delimiter);
             rowTexts.AddPlainFields(line, delimiter, fields);
         } else {
             fields = AddFields(line, rules);
         }
         rowTexts.EndRow(form.width);
-        widest = std::max(widest, fields);
-        isParted = isParted && fields <= form.width;
-        at = feed == nullptr ? end : feed + 1;
-    }
+        return fields;
+    });
 }
 
 // Of one line; returns how many they are.
@@ -158,15 +188,10 @@ bool LinePiece::ReadLine(const char* at, const char* end, const LineRules& rules
 
 // A field of a column of numbers that is one, as most are: what is behind it, else null.
 const char* LinePiece::ReadNumber(const char* at, const char* end, const LineRules& rules, std::size_t col) {
-    const ColumnType& type = rules.types[col];
-    const PlainNumber plain({at, static_cast<std::size_t>(end - at)}, rules.textEnd);
-    const char* const behind = plain.GetEnd();
-    if (!plain.IsThere() || (behind != end && *behind != rules.dialect.delimiter.front())) {
-        return nullptr;
-    }
-    const FieldForm form = plain.GetForm();
-    if (!form.hasNumber || (form.bits & ~type.accepted) != 0 ||
-        (type.decimalMark != '.' && form.bits != FieldForm::Integer)) {
+    FieldForm form;
+    const char* const behind =
+        TakePlainNumber(at, end, rules.textEnd, rules.dialect.delimiter.front(), rules.types[col], form);
+    if (behind == nullptr) {
         return nullptr;
     }
     columns[col].numbers[rows] = form.number;

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/JsonRows.h"
 #include "base/SeparatedText.h"
 #include "frame/RowTextSink.h"
 #include "text/ColumnTypes.h"
@@ -64,7 +65,7 @@ public:
     bool IsParted() const { return isParted; }
     /** Whether it is rows of text, without columns and odd lines. */
     bool HasRowTexts() const { return hasRowTexts; }
-    const std::string& GetRowTexts() const { return rowTexts.GetBytes(); }
+    const std::string& GetRowTexts() const { return isJson ? jsonRows.GetBytes() : rowTexts.GetBytes(); }
     /** Of rows of text: how many fields the widest line has; times with a zone, and where the first one is.
      */
     std::size_t GetWidest() const { return widest; }
@@ -83,6 +84,10 @@ private:
     void AddValue(std::size_t col, std::string_view value, const LineRules& rules);
     void DropRow();
     void ReadRowTexts(const LineRules& rules, const RowTextForm& form);
+    template <class Adder>
+    void AddRows(const RowTextForm& form, const Adder& addFields);
+    void ReadJsonRows(const LineRules& rules, const RowTextForm& form);
+    void ReadSeparatedRows(const LineRules& rules, const RowTextForm& form);
     std::size_t AddFields(std::string_view line, const LineRules& rules);
     void LookForZone(std::string_view value, const LineRules& rules);
 
@@ -93,7 +98,9 @@ private:
     std::vector<FieldForm> forms;
     std::vector<OddLine> oddLines;
     bool hasRowTexts = false;
+    bool isJson = false;
     SeparatedText rowTexts;
+    JsonRows jsonRows;
     std::size_t widest = 0;
     std::uint64_t zones = 0;
     const char* firstZone = nullptr;

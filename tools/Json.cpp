@@ -1,17 +1,12 @@
 #include "tools/Json.h"
 
-#include <algorithm>
 #include <ostream>
 
+#include "base/JsonText.h"
 #include "base/NumberFormat.h"
-#include "tools/TerminalText.h"
 #include "tools/Utf8Text.h"
 
 namespace {
-
-bool IsPlain(char c) {
-    return c >= 0x20 && c < 0x7f && c != '"' && c != '\\';
-}
 
 void PutNumber(JsonWriter& json, const char* key, const std::optional<std::uint64_t>& number) {
     if (number) {
@@ -40,23 +35,9 @@ void PutPlace(JsonWriter& json, const karta::Place& place) {
 }  // namespace
 
 std::string JsonQuote(std::string_view text) {
-    std::string quoted = "\"";
-    while (!text.empty()) {
-        const auto plain =
-            static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), IsPlain) - text.begin());
-        quoted += text.substr(0, plain);
-        text.remove_prefix(plain);
-        if (text.empty()) {
-            break;
-        }
-        if (text.front() == '"' || text.front() == '\\') {
-            quoted += {'\\', text.front()};
-            text.remove_prefix(1);
-        } else {
-            AppendVisibleCharacter(quoted, text, EscapeStyle::Json);
-        }
-    }
-    return quoted + "\"";
+    std::string quoted;
+    AppendJsonText(quoted, text);
+    return quoted;
 }
 
 void JsonWriter::Start(std::string_view key) {

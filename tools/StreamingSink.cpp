@@ -53,10 +53,10 @@ void StreamingSink::SetDataSize(int cols, int rows) {
 }
 
 std::optional<RowTextForm> StreamingSink::GetRowTextForm() {
-    if (!writer || form.form == TableForm::JsonLines || form.safeCells || !Writes()) {
+    if (!writer || !Writes()) {
         return std::nullopt;
     }
-    return RowTextForm{GetSeparator(form.form), static_cast<std::size_t>(width)};
+    return writer->GetRowTextForm(static_cast<std::size_t>(width));
 }
 
 void StreamingSink::PutRowTexts(int firstRow, int rows, int cols, std::string_view text) {

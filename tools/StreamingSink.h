@@ -92,7 +92,7 @@ public:
     void EndRow(int row) override;
     void SetDataSize(int cols, int rows) override;
 
-    /** Once rows go out, as text that has every field's own characters. */
+    /** Once rows go out. */
     std::optional<RowTextForm> GetRowTextForm() override;
     void PutRowTexts(int firstRow, int rows, int cols, std::string_view text) override;
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/JsonRows.h"
 #include "base/NumberFormat.h"
 #include "base/SeparatedText.h"
 #include "tools/Interrupt.h"
@@ -99,29 +100,32 @@ private:
     OutputFile& output;
 };
 
-void AppendJsonCell(std::string& line, TableData& table, CellPrinter& printer, int col, int row,
-                    bool safeCells) {
-    const TableData::Kind kind = table.GetKind(col, row);
-    if (kind == TableData::Missing) {
-        line += "null";
-        return;
-    }
-    if (kind == TableData::Bool) {
-        line += table.GetInt64(col, row) != 0 ? "true" : "false";
-        return;
+void AddJsonCell(JsonRows& json, TableData& table, CellPrinter& printer, int col, int row, bool safeCells) {
+    switch (table.GetKind(col, row)) {
+        case TableData::Missing:
+            json.AddNull();
+            return;
+        case TableData::Bool:
+            json.AddBool(table.GetInt64(col, row) != 0);
+            return;
+        case TableData::Int:
+        case TableData::Int64:
+            json.AddInteger(table.GetInt64(col, row));
+            return;
+        case TableData::Float:
+            json.AddNumber(table.GetFloat(col, row));
+            return;
+        case TableData::Double:
+            json.AddNumber(table.GetFloatValue(col, row));
+            return;
+        default:
+            break;
     }
     const std::string_view text = printer.Print(col, row);
-    if (!table.IsFloat(col, row)) {
-        line += JsonQuote(safeCells ? SafeCell(std::string(text)) : text);
-        return;
-    }
-    const double value = table.GetFloatValue(col, row);
-    if (std::isnan(value)) {
-        line += "null";
-    } else if (std::isinf(value)) {
-        line += JsonQuote(text);
+    if (safeCells) {
+        json.AddText(SafeCell(std::string(text)));
     } else {
-        line += text;
+        json.AddText(text);
     }
 }
 
@@ -184,7 +188,8 @@ void TableWriter::WriteJsonLines(TableData& table, const std::vector<int>& rows)
         members = FindMembers(table, head);
     }
     CellPrinter printer(table);
-    std::string line;
+    JsonRows json;
+    json.Begin(GetMembers());
     const int cols = table.GetNumberOfColumns();
     for (const int row : rows) {
         if (output.HasFailed()) {
@@ -194,23 +199,25 @@ void TableWriter::WriteJsonLines(TableData& table, const std::vector<int>& rows)
         if (row < firstRow) {
             continue;
         }
-        line = request.objects ? '{' : '[';
         for (int col = 1; col <= cols; ++col) {
-            if (line.size() >= PieceSize) {
-                output.Write(line);
-                line.clear();
+            if (json.GetBytes().size() >= PieceSize) {
+                output.Write(json.GetBytes());
+                json.Clear();
             }
-            if (col > 1) {
-                line += ',';
-            }
-            if (request.objects) {
-                line += members[static_cast<std::size_t>(col) - 1];
-            }
-            AppendJsonCell(line, table, printer, col, row, request.safeCells);
+            AddJsonCell(json, table, printer, col, row, request.safeCells);
         }
-        line += request.objects ? "}\n" : "]\n";
-        output.Write(line);
+        json.EndRow();
+        output.Write(json.GetBytes());
+        json.Clear();
     }
+}
+
+std::optional<RowTextForm> TableWriter::GetRowTextForm(std::size_t width) const {
+    if (request.safeCells) {
+        return std::nullopt;
+    }
+    const auto kind = request.form == TableForm::JsonLines ? RowTextForm::JsonLines : RowTextForm::Separated;
+    return RowTextForm{kind, width, GetSeparator(request.form), GetMembers()};
 }
 
 void TableWriter::Write(TableData& table, const std::vector<int>& rows) {

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "base/OutputFile.h"
 #include "base/TableShape.h"
+#include "frame/RowTextSink.h"
 #include "table/TableData.h"
 
 /** The forms of a table that the program writes by itself, in UTF-8 with line feeds. */
@@ -45,9 +48,14 @@ public:
      */
     void Write(TableData& table, const std::vector<int>& rows);
 
+    /** How rows behind those that are written are written as text, in tables of so many columns; they are to
+     * be written to the output itself. Nothing where texts are made harmless. */
+    std::optional<RowTextForm> GetRowTextForm(std::size_t width) const;
+
 private:
     void WriteSeparated(TableData& table, const std::vector<int>& rows);
     void WriteJsonLines(TableData& table, const std::vector<int>& rows);
+    const std::vector<std::string>* GetMembers() const { return request.objects ? &members : nullptr; }
 
     FormRequest request;
     OutputFile& output;

@@ -17,14 +17,6 @@ std::string VisibleText(std::string_view text);
 /** The same, but line feeds and tabs stay: they part the program's own lines and fields. */
 void AppendVisibleLines(std::string& target, std::string_view text);
 
-/** How an escape is written: as people read it, or as JSON has it. */
-enum class EscapeStyle { Plain, Json };
-
-/** Takes the first character off a text that isn't empty, and appends it or, where it is none to be shown,
- * its escape. */
-void AppendVisibleCharacter(std::string& target, std::string_view& text,
-                            EscapeStyle style = EscapeStyle::Plain);
-
 /** Lets a stream write visible lines only, for as long as this lives. */
 class TerminalFilter : public std::streambuf {
 public:

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "base/OutputFile.h"
 #include "tests/support/ShellCommand.h"
@@ -52,6 +53,10 @@ protected:
 
     void ExpectSameOnAllWays(const std::string& name) {
         ExpectSameCsv(name);
+        ExpectSameJsonLines(name);
+    }
+
+    void ExpectSameJsonLines(const std::string& name) {
         const std::string convert = ProgramPath() + " convert --quiet --limit none " + name;
         for (const bool objects : {false, true}) {
             const std::string lines = convert + (objects ? " --objects" : "") + " --to jsonl";
@@ -132,7 +137,7 @@ TEST_F(StreamingTest, RowsOfAllKindsAreTheSame) {
             }
         }
         folder.Write(one.name, text);
-        ExpectSameCsv(one.name);
+        ExpectSameOnAllWays(one.name);
         const CommandOutcome told = Shell(ProgramPath() + " convert " + one.name + " -o x.csv");
         EXPECT_EQ(told.err.find("17,143 times with a zone became UTC (first: line 2)") != std::string::npos,
                   one.hasZones)
@@ -142,6 +147,91 @@ TEST_F(StreamingTest, RowsOfAllKindsAreTheSame) {
                   0);
         EXPECT_EQ(Shell("wc -l <safe.csv").out, Shell("wc -l <x.csv").out);
     }
+}
+
+// Numbers of all forms go out as the numbers that they are, in the shortest characters.
+TEST_F(StreamingTest, NumbersOfAllFormsAreTheSameInJsonLines) {
+    const std::vector<std::string> forms = {"1",
+                                            "-1",
+                                            "+1",
+                                            "0",
+                                            "-0",
+                                            "00",
+                                            "007",
+                                            "1.5",
+                                            "1.50",
+                                            "-1.5",
+                                            "+1.5",
+                                            ".5",
+                                            "5.",
+                                            "0.5",
+                                            "00.5",
+                                            "0.001",
+                                            "0.0001",
+                                            "0.00012345",
+                                            "-0.0",
+                                            "100000",
+                                            "500000",
+                                            "123400000",
+                                            "1e5",
+                                            "1E-7",
+                                            "1.5e300",
+                                            "inf",
+                                            "-inf",
+                                            "nan",
+                                            "NA",
+                                            "",
+                                            "  ",
+                                            " 1.5",
+                                            "1.5 ",
+                                            "0.1",
+                                            "0.30000000000000004",
+                                            "123456.7",
+                                            "1234567.25",
+                                            "12345678.125",
+                                            "123456789.5",
+                                            "9007199254740992",
+                                            "9007199254740993",
+                                            "9223372036854775807",
+                                            "123456789012345.6",
+                                            "1234567890.123456789",
+                                            "0.000001",
+                                            "1.000",
+                                            "999999999999999",
+                                            "99999999999999.9",
+                                            "1e-320",
+                                            "-12.375"};
+    for (const char* const part : {",", ";", "\t", "; "}) {
+        std::string text = std::string("a") + part + "b" + part + "c\n";
+        for (int i = 0; i < 160'000; ++i) {
+            // The middle column has forms that come rarely, so that most lines are plain.
+            text += std::to_string(i) + ".5" + part;
+            text += i % 20 == 0 ? forms[static_cast<std::size_t>(i / 20) % forms.size()] : "2.25";
+            text += part + forms[static_cast<std::size_t>(i) % forms.size()] + "\n";
+        }
+        folder.Write("forms.csv", text);
+        ExpectSameJsonLines("forms.csv");
+        EXPECT_EQ(Shell("sed -n 3p piped.jsonl").out.substr(0, 8), "{\"a\":2.5") << part;
+    }
+}
+
+// What is a text, a truth value, a date and a time stays one, whatever stands beside it.
+TEST_F(StreamingTest, TypedFieldsAreTheSameInJsonLines) {
+    std::string text = "id,name,flag,day,at,when,mixed\n";
+    for (int i = 0; i < 150'000; ++i) {
+        text += "\u00fc" + std::to_string(i) + ",back" + (i < 140'000 ? "\\," : "\x7f\t\\,") +
+                (i % 2 == 0 ? "TRUE" : "false") + ",2024-01-0" + std::to_string(1 + i % 9) + ",1" +
+                std::to_string(i % 10) + ":30,2024-01-05 10:00:0" + std::to_string(i % 10) +
+                (i % 5 == 0 ? ".250" : "") + "," + (i % 1000 == 999 ? "\"quoted, \"\"twice\"\"\"" : "1.5") +
+                "\n";
+        text += i % 20'011 == 20'010 ? "# remark,1,2\n\nshort,row\n" : "";
+    }
+    folder.Write("typed.csv", text);
+    ExpectSameJsonLines("typed.csv");
+    EXPECT_EQ(Shell("head -n 1 streamed.jsonl").out,
+              "{\"id\":\"\u00fc0\",\"name\":\"back\\\\\",\"flag\":true,\"day\":\"2024-01-01\",\"at\":"
+              "\"10:30:00\",\"when\":\"2024-01-05T10:00:00.25\",\"mixed\":\"1.5\"}\n");
+    EXPECT_EQ(Shell("tail -n 1 streamed.jsonl | cut -d, -f2").out, "\"name\":\"back\\u007f\\t\\\\\"\n");
 }
 
 TEST_F(StreamingTest, ALateWiderRowWidensAll) {
