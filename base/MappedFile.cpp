@@ -44,11 +44,12 @@ void MappedFile::Close() {
     copy = {};
 }
 
-void MappedFile::LetGo(std::size_t count) const {
+void MappedFile::LetGo(std::size_t begin, std::size_t end) const {
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    const std::size_t whole = std::min(count, bytes.size()) / page * page;
-    if (mapped && whole > 0) {
-        madvise(const_cast<std::uint8_t*>(bytes.data()), whole, MADV_DONTNEED);
+    begin = begin / page * page;
+    end = std::min(end, bytes.size()) / page * page;
+    if (mapped && end > begin) {
+        madvise(const_cast<std::uint8_t*>(bytes.data()) + begin, end - begin, MADV_DONTNEED);
     }
 }
 

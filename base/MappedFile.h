@@ -31,7 +31,9 @@ public:
      * The first bytes aren't looked at again soon: the pages that they lie in may go. They stay valid, and
      * are read again when they are looked at.
      */
-    void LetGo(std::size_t count) const;
+    void LetGo(std::size_t count) const { LetGo(0, count); }
+    /** The same of those from `begin` on, up to `end`. */
+    void LetGo(std::size_t begin, std::size_t end) const;
 
 private:
     void Take(FileHandle& file);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/Note.h"
@@ -55,7 +56,7 @@ public:
     /** Whether the first label is one that a file begins with. */
     bool IsJCAMP() const { return isJCAMP; }
     /** In the order of their titles. */
-    const std::vector<JCAMPBlock>& GetBlocks() const { return blocks; }
+    std::vector<JCAMPBlock> TakeBlocks() { return std::move(blocks); }
     /** What isn't as the format has it. */
     const std::vector<karta::Note>& GetNotes() const { return notes; }
 

@@ -602,7 +602,7 @@ int JCAMPFile::Read(ReadSpreadSheetData* sink) {
         return status;
     }
     if (complete != nullptr) {
-        complete->Read(*sink);
+        status = complete->Read(*sink);
         return status;
     }
     if (blocks.empty()) {

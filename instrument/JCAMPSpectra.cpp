@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <iterator>
 #include <numeric>
 
@@ -61,14 +62,6 @@ void Take(double& field, std::string_view text) {
     field = std::isnan(number) ? field : number;
 }
 
-void Scale(std::vector<double>& values, double factor) {
-    if (factor != 1.0) {
-        for (double& value : values) {
-            value *= factor;
-        }
-    }
-}
-
 void TakeFactor(double& field, std::string_view text) {
     const double number = ToJCAMPNumber(text);
     field = std::isnan(number) || number == 0.0 ? field : number;
@@ -117,10 +110,13 @@ std::vector<std::string> SplitJCAMPList(std::string_view text) {
 }
 
 JCAMPSpectra::JCAMPSpectra(JCAMPStream& fileStream, const JCAMPBlock& fileBlock,
-                           karta::ReadContext& readContext, std::string name)
+                           karta::ReadContext& readContext, karta::NumberStore& numberStore,
+                           Rooms& tableRooms, std::string name)
     : stream(fileStream),
       block(fileBlock),
       context(readContext),
+      store(numberStore),
+      rooms(tableRooms),
       blockName(std::move(name)),
       repetitionsLeft(BelievedRepetitions +
                       BelievedRepetitionsPerByte * static_cast<std::int64_t>(fileStream.GetSize())) {}
@@ -274,11 +270,9 @@ int JCAMPSpectra::Decode(const JCAMPDataTable& table, std::vector<JCAMPSpectrum>
         spectrum.isPeaks = form.isTuples && IsPeakLabel(table, block);
         spectrum.isEven = !form.isTuples;
         spectrum.haveGaps = decoded.haveGaps;
-        spectrum.ys = std::move(decoded.columns[i]);
-        Scale(spectrum.ys, spectrum.y.factor);
+        spectrum.ys = Keep(decoded.columns[i], spectrum.y.factor);
         if (form.isTuples) {
-            spectrum.xs = decoded.columns.front();
-            Scale(spectrum.xs, x.factor);
+            spectrum.xs = i == firstValue ? Keep(decoded.columns.front(), x.factor) : spectra.back().xs;
         } else {
             MakeAxis(spectrum, decoded);
         }
@@ -286,11 +280,15 @@ int JCAMPSpectra::Decode(const JCAMPDataTable& table, std::vector<JCAMPSpectrum>
             NoteChecks(spectrum, decoded);
             NoteHeads(spectrum, decoded);
         }
-        context.budget.ChargeMemory((spectrum.xs.size() + spectrum.ys.size()) * sizeof(double),
-                                    "the spectra of the file");
         spectra.push_back(std::move(spectrum));
     }
+    rooms = std::move(decoded.columns);
     return JCAMPFile::StatusOk;
+}
+
+karta::StoredNumbers JCAMPSpectra::Keep(karta::NumberRoom& values, double factor) {
+    context.budget.ChargeMemory(values.size() * sizeof(double), "the spectra of the file");
+    return store.Keep(values, factor);
 }
 
 // How the numbers are written is told by the characters that are there: the likeliest first, and what they
@@ -321,6 +319,15 @@ std::vector<JCAMPSpectra::Notation> JCAMPSpectra::FindNotations(const JCAMPDataT
     return notations;
 }
 
+namespace {
+
+// An "E" was taken for an exponent where letters stand for digits.
+bool IsContradicted(unsigned int marks) {
+    return (marks & JCAMPCharacter::PackedMark) != 0 && (marks & JCAMPCharacter::BareExponentMark) != 0;
+}
+
+}  // namespace
+
 // One pass does for nearly all tables: as numbers that commas part and that may have bare exponents. Where
 // what was met on the way could be meant otherwise, the characters of the whole table and the count of the
 // values tell which of several notations it is.
@@ -330,23 +337,23 @@ JCAMPSpectra::Decoded JCAMPSpectra::DecodeTable(const JCAMPDataTable& table, con
         return decoded.code == JCAMPFile::StatusOk && !decoded.columns.empty() &&
                decoded.columns.front().size() == static_cast<std::size_t>(std::max(x.points, 0));
     };
-    Decoded likeliest = DecodeAs(table, form, x, {.commaSeparates = true, .plainExponents = true});
+    Decoded likeliest = DecodeAs(table, form, {.commaSeparates = true, .plainExponents = true});
     const bool mayBeOtherwise =
         (likeliest.marks & (JCAMPCharacter::CommaMark | JCAMPCharacter::ExponentMark)) != 0;
-    const bool isContradicted = (likeliest.marks & JCAMPCharacter::PackedMark) != 0 &&
-                                (likeliest.marks & JCAMPCharacter::BareExponentMark) != 0;
-    if (likeliest.code == JCAMPFile::StatusOk && !isContradicted && (fits(likeliest) || !mayBeOtherwise)) {
+    if (likeliest.code == JCAMPFile::StatusOk && !IsContradicted(likeliest.marks) &&
+        (fits(likeliest) || !mayBeOtherwise)) {
         return likeliest;
     }
     const std::vector<Notation> notations = FindNotations(table);
     if (!notations.front().plainExponents) {
-        likeliest = DecodeAs(table, form, x, notations.front());
+        rooms = std::move(likeliest.columns);
+        likeliest = DecodeAs(table, form, notations.front());
     }
     if (notations.size() == 1 || fits(likeliest)) {
         return likeliest;
     }
     for (std::size_t i = 1; i < notations.size(); ++i) {
-        Decoded other = DecodeAs(table, form, x, notations[i]);
+        Decoded other = DecodeAs(table, form, notations[i]);
         if (fits(other)) {
             return other;
         }
@@ -354,31 +361,17 @@ JCAMPSpectra::Decoded JCAMPSpectra::DecodeTable(const JCAMPDataTable& table, con
     return likeliest;
 }
 
-namespace {
-
-// Of a table that has far fewer values than it promises: there may be many such in a file.
-void LeaveUnusedRoom(std::vector<double>& values) {
-    if (values.capacity() / 2 > values.size()) {
-        values.shrink_to_fit();
-    }
-}
-
-}  // namespace
-
 JCAMPSpectra::Decoded JCAMPSpectra::DecodeAs(const JCAMPDataTable& table, const Form& form,
-                                             const JCAMPVariable& x, const Notation& notation) {
+                                             const Notation& notation) {
     Decoded decoded;
+    decoded.columns = std::move(rooms);
     decoded.columns.resize(form.isTuples ? form.symbols.size() : 1);
+    std::for_each(decoded.columns.begin(), decoded.columns.end(), std::mem_fn(&karta::NumberRoom::Clear));
     stream.Seek(table.position);
     if (form.isTuples) {
         DecodeTuples(table, notation, decoded);
     } else {
-        // As many as the table promises, but for repetitions each of a character.
-        const std::uint64_t held = stream.GetSize() - std::min(table.position, stream.GetSize());
-        decoded.columns.front().reserve(
-            static_cast<std::size_t>(std::min(static_cast<std::uint64_t>(std::max(x.points, 0)), held)));
         DecodeOrdinates(table, notation, decoded);
-        LeaveUnusedRoom(decoded.columns.front());
     }
     return decoded;
 }
@@ -399,7 +392,7 @@ void JCAMPSpectra::DecodeOrdinates(const JCAMPDataTable& table, const Notation& 
         }
         decoded.line = lineNumber;
         decoded.code = DecodeOrdinateLine(line, notation, decoded, lastY, checkPending);
-        if (decoded.code != JCAMPFile::StatusOk) {
+        if (decoded.code != JCAMPFile::StatusOk || IsContradicted(decoded.marks)) {
             return;
         }
     }
@@ -428,7 +421,7 @@ int JCAMPSpectra::DecodeOrdinateLine(std::string_view line, const Notation& nota
                                      double& lastY, bool& checkPending) {
     const JCAMPDecoder::Rules rules{.commaSeparates = notation.commaSeparates,
                                     .plainExponents = notation.plainExponents};
-    std::vector<double>& ys = decoded.columns.front();
+    karta::NumberRoom& ys = decoded.columns.front();
     JCAMPDecoder decoder(line);
     JCAMPDecoder::Value value;
     int code = CodeOf(decoder.NextExact(value, rules));
@@ -466,7 +459,7 @@ int JCAMPSpectra::DecodeOrdinateLine(std::string_view line, const Notation& nota
         checkPending = value.count < 0;
         if (!value.missing && (value.count == 1 || value.count == -1)) {
             lastY = checkPending ? lastY + value.value : value.value;
-            ys.push_back(lastY);
+            ys.Add(lastY);
         } else if (!AddRepeated(value, std::abs(static_cast<std::int64_t>(value.count)), decoded, lastY)) {
             return JCAMPFile::StatusSizeUnknown;
         }
@@ -478,8 +471,7 @@ int JCAMPSpectra::DecodeOrdinateLine(std::string_view line, const Notation& nota
 }
 
 // What most of a line is.
-void JCAMPSpectra::TakeRuns(JCAMPDecoder& decoder, std::vector<double>& ys, double& lastY,
-                            bool& checkPending) {
+void JCAMPSpectra::TakeRuns(JCAMPDecoder& decoder, karta::NumberRoom& ys, double& lastY, bool& checkPending) {
     std::array<double, 64> values;
     for (auto run = decoder.TakeRun(values); run.count > 0; run = decoder.TakeRun(values)) {
         context.ThrowIfStopped();
@@ -490,7 +482,7 @@ void JCAMPSpectra::TakeRuns(JCAMPDecoder& decoder, std::vector<double>& ys, doub
             std::partial_sum(values.begin(), end, values.begin());
         }
         lastY = *(end - 1);
-        ys.insert(ys.end(), values.begin(), end);
+        ys.Add({values.begin(), end});
     }
 }
 
@@ -501,11 +493,11 @@ bool JCAMPSpectra::AddRepeated(const JCAMPDecoder::Value& value, std::int64_t co
     if (repetitionsLeft < 0) {
         return false;
     }
-    std::vector<double>& ys = decoded.columns.front();
+    karta::NumberRoom& ys = decoded.columns.front();
     decoded.haveGaps = decoded.haveGaps || (value.missing && count > 0);
     for (std::int64_t i = 0; i < count; ++i) {
         lastY = value.count < 0 ? lastY + value.value : value.value;
-        ys.push_back(value.missing ? Missing : lastY);
+        ys.Add(value.missing ? Missing : lastY);
     }
     return true;
 }
@@ -532,7 +524,7 @@ void JCAMPSpectra::DecodeTuples(const JCAMPDataTable& table, const Notation& not
             }
             const bool isMissing = value.missing || value.count == 0;
             decoded.haveGaps = decoded.haveGaps || isMissing;
-            decoded.columns[place].push_back(isMissing ? Missing : value.value);
+            decoded.columns[place].Add(isMissing ? Missing : value.value);
         }
         decoded.marks |= decoder.GetMarks();
         if (decoded.code != JCAMPFile::StatusOk) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/Note.h"
+#include "base/NumberStore.h"
 #include "base/ReadContext.h"
 #include "instrument/EvenAxis.h"
 #include "instrument/JCAMPDecoder.h"
@@ -34,23 +35,31 @@ struct JCAMPSpectrum {
     JCAMPVariable x;
     JCAMPVariable y;
     bool isPeaks = false;
-    bool isEven = true;     /**< the X values go by a step */
-    EvenAxis axis;          /**< of even ones */
-    std::vector<double> xs; /**< of others */
-    std::vector<double> ys; /**< NaN where one is missing */
+    bool isEven = true;      /**< the X values go by a step */
+    EvenAxis axis;           /**< of even ones */
+    karta::StoredNumbers xs; /**< of others */
+    karta::StoredNumbers ys; /**< NaN where one is missing */
     bool haveGaps = false;
 
     double GetX(std::size_t point) const { return isEven ? axis.GetX(point) : xs[point]; }
     double GetLastX() const { return GetX(ys.size() - 1); }
-    std::vector<double> MakeAxis() const { return isEven ? axis.Make(ys.size()) : xs; }
+    std::vector<double> MakeAxis() const {
+        return isEven ? axis.Make(ys.size()) : std::vector<double>(xs.Get().begin(), xs.Get().end());
+    }
 };
 
 /** Decodes the tables of blocks into spectra, losing nothing that they say. */
 class JCAMPSpectra {
 public:
-    /** The stream takes whole lines; all stay the caller's. Notes name their block as `blockName`. */
+    /** Where the values of one table after the other are gathered: ordinates in one, tuples one a symbol. */
+    using Rooms = std::vector<karta::NumberRoom>;
+
+    /**
+     * The stream takes whole lines; all stay the caller's. The values go into the store. Notes name their
+     * block as `blockName`.
+     */
     JCAMPSpectra(JCAMPStream& fileStream, const JCAMPBlock& fileBlock, karta::ReadContext& readContext,
-                 std::string name);
+                 karta::NumberStore& numberStore, Rooms& tableRooms, std::string name);
 
     /**
      * Appends the spectra of one table. Returns one of JCAMPFile's codes, for which `GetProblem` has the
@@ -78,7 +87,7 @@ private:
     };
     /** What the decoding of one table found. */
     struct Decoded {
-        std::vector<std::vector<double>> columns;  // ordinates: one; tuples: one a symbol
+        Rooms columns;
         bool haveGaps = false;
         int failedChecks = 0;
         int firstFailedLine = 0;
@@ -94,11 +103,10 @@ private:
     JCAMPVariable MakeTupleVariable(const std::string& symbol, const JCAMPDataTable& table) const;
     std::vector<Notation> FindNotations(const JCAMPDataTable& table);
     Decoded DecodeTable(const JCAMPDataTable& table, const Form& form, const JCAMPVariable& x);
-    Decoded DecodeAs(const JCAMPDataTable& table, const Form& form, const JCAMPVariable& x,
-                     const Notation& notation);
+    Decoded DecodeAs(const JCAMPDataTable& table, const Form& form, const Notation& notation);
     void DecodeOrdinates(const JCAMPDataTable& table, const Notation& notation, Decoded& decoded);
     void DecodeTuples(const JCAMPDataTable& table, const Notation& notation, Decoded& decoded);
-    void TakeRuns(JCAMPDecoder& decoder, std::vector<double>& ys, double& lastY, bool& checkPending);
+    void TakeRuns(JCAMPDecoder& decoder, karta::NumberRoom& ys, double& lastY, bool& checkPending);
     int DecodeOrdinateLine(std::string_view line, const Notation& notation, Decoded& decoded, double& lastY,
                            bool& checkPending);
     bool AddRepeated(const JCAMPDecoder::Value& value, std::int64_t count, Decoded& decoded, double& lastY);
@@ -106,12 +114,15 @@ private:
     void MakeAxis(JCAMPSpectrum& spectrum, const Decoded& decoded);
     void NoteChecks(const JCAMPSpectrum& spectrum, const Decoded& decoded);
     void NoteHeads(const JCAMPSpectrum& spectrum, const Decoded& decoded);
+    karta::StoredNumbers Keep(karta::NumberRoom& values, double factor);
     void AddNote(const char* code, std::uint64_t count, int line, const std::string& text);
     std::vector<std::pair<std::string, std::string>> PageOf(const JCAMPDataTable& table) const;
 
     JCAMPStream& stream;
     const JCAMPBlock& block;
     karta::ReadContext& context;
+    karta::NumberStore& store;
+    Rooms& rooms;
     std::string blockName;
     std::int64_t repetitionsLeft;
     std::string problem;

@@ -12,6 +12,9 @@ namespace {
 // A longer line arrives in pieces of this size, each of them a line.
 constexpr std::size_t MaxLineLength = 255;
 
+// Of lines that were read.
+constexpr std::size_t BytesToLetGo = std::size_t{1} << 20;
+
 // Begins a comment, wherever it stands.
 constexpr std::string_view Comment = "$$";
 
@@ -32,14 +35,27 @@ int CountLineEnds(std::string_view text) {
 }  // namespace
 
 JCAMPStream::JCAMPStream(const char* path, Lines lineForm)
-    : file(path), lines(lineForm), failed(!file.IsOpen()) {
-    bytes = {reinterpret_cast<const char*>(file.GetBytes().data()), file.GetBytes().size()};
+    : file(std::make_shared<MappedFile>(path)), lines(lineForm), failed(!file->IsOpen()) {
+    bytes = {reinterpret_cast<const char*>(file->GetBytes().data()), file->GetBytes().size()};
 }
 
 void JCAMPStream::Seek(std::uint64_t offset) {
-    failed = !file.IsOpen() || offset > bytes.size();
+    failed = !file->IsOpen() || offset > bytes.size();
     atEnd = false;
     position = failed ? bytes.size() : static_cast<std::size_t>(offset);
+    firstKept = std::min(firstKept, position);
+}
+
+// Pages of the file count as memory of the process while they are looked at.
+void JCAMPStream::Tidy() {
+    if (lines == Lines::Whole && position >= firstKept + BytesToLetGo) {
+        LetGoOfLines();
+    }
+}
+
+void JCAMPStream::LetGoOfLines() {
+    file->LetGo(firstKept, position);
+    firstKept = position;
 }
 
 // How far it is to the end of the line at the position; false where there is none before the line is too
@@ -89,6 +105,7 @@ bool JCAMPStream::TakeLine(std::string_view& line) {
 }
 
 bool JCAMPStream::ReadLine(std::string_view& line, int& lineNumber) {
+    Tidy();
     if (failed || !TakeLine(line)) {
         return false;
     }
@@ -114,6 +131,7 @@ void JCAMPStream::SkipToLabel(int& lineNumber) {
     }
     lineNumber += CountLineEnds(bytes.substr(begin, line - begin));
     position = line;
+    Tidy();
     if (position == bytes.size()) {
         atEnd = failed = true;
     }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <stop_token>
 #include <string_view>
 #include <utility>
@@ -10,7 +11,8 @@
 
 /**
  * The bytes of one JCAMP-DX file, read forward as a stream is: that the end is reached is known when
- * something was looked for behind it, and a stream that has failed gives no more lines.
+ * something was looked for behind it, and a stream that has failed gives no more lines. A copy is another
+ * place in the same file, which another thread may read from.
  */
 class JCAMPStream {
 public:
@@ -26,7 +28,7 @@ public:
     /** From now on a stop that was asked for ends the reading: it raises karta::Stopped. */
     void SetStop(std::stop_token readStop) { stop = std::move(readStop); }
 
-    bool IsOpen() const { return file.IsOpen(); }
+    bool IsOpen() const { return file->IsOpen(); }
     bool HasFailed() const { return failed; }
     bool AtEnd() const { return atEnd; }
     std::size_t GetSize() const { return bytes.size(); }
@@ -55,14 +57,20 @@ public:
     /** To the next such byte, which is left to be read. */
     void SkipTo(char mark);
 
+    /** The lines that were read aren't looked at again soon: the memory that they lie in may go. */
+    void LetGoOfLines();
+
 private:
-    MappedFile file;
+    bool FindLineEnd(std::size_t& length) const;
+    void Tidy();
+
+    std::shared_ptr<const MappedFile> file;
     std::stop_token stop;
     std::string_view bytes;
-    bool FindLineEnd(std::size_t& length) const;
 
     Lines lines;
     std::size_t position = 0;
+    std::size_t firstKept = 0;  // the bytes before it, as far as they were read here, are let go of
     bool atEnd = false;
     bool failed;
 };

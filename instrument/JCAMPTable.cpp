@@ -11,6 +11,7 @@
 #include "base/DateText.h"
 #include "base/NumberFormat.h"
 #include "base/NumberParser.h"
+#include "base/OrderedWork.h"
 #include "base/PathNames.h"
 #include "base/TolerantEqual.h"
 #include "frame/CompleteOptions.h"
@@ -19,6 +20,10 @@
 #include "instrument/JCAMPStream.h"
 
 namespace {
+
+// Of a file, what is handed to one thread at a time; and how many of them bring the most.
+constexpr std::uint64_t BytesOfRun = std::uint64_t{1} << 20;
+constexpr unsigned int MostThreads = 8;
 
 // So many of the quantities that tell pages apart have a column; no honest file has more.
 constexpr std::size_t MostPageSymbols = 16;
@@ -137,12 +142,16 @@ std::string DateOf(const JCAMPBlock& block) {
     return text;
 }
 
+bool HaveSameXs(const JCAMPSpectrum& left, const JCAMPSpectrum& right) {
+    return std::ranges::equal(left.xs.Get(), right.xs.Get());
+}
+
 bool SameAxis(const JCAMPSpectrum& left, const JCAMPSpectrum& right) {
     if (left.isEven != right.isEven || left.ys.size() != right.ys.size() || left.x.units != right.x.units) {
         return false;
     }
     if (!left.isEven) {
-        return left.xs == right.xs;
+        return HaveSameXs(left, right);
     }
     return TolerantEqual(left.GetX(0), right.GetX(0)) && TolerantEqual(left.GetLastX(), right.GetLastX());
 }
@@ -186,7 +195,7 @@ int JCAMPTable::AddFile(const std::string& path) {
     }
     stream.SetStop(context.stop);
     context.budget.AddInput(path.c_str());
-    const JCAMPDocument document(stream, texts);
+    JCAMPDocument document(stream, texts);
     if (!document.IsJCAMP()) {
         return JCAMPFile::StatusNotJCAMP;
     }
@@ -196,47 +205,118 @@ int JCAMPTable::AddFile(const std::string& path) {
         AddNote(note);
     }
     ++numFiles;
-    for (const JCAMPBlock& block : document.GetBlocks()) {
-        AddBlock(file, block, stream);
-    }
+    AddBlocks(path, document.TakeBlocks(), stream);
     return JCAMPFile::StatusOk;
+}
+
+namespace {
+
+/** Of this source alone, so that the threads' work isn't exported. */
+template <class Content>
+struct Run : Content {};
+
+std::uint64_t PlaceOf(const JCAMPBlock& block) {
+    return block.tables.empty() ? 0 : block.tables.front().position;
+}
+
+}  // namespace
+
+// Runs of blocks, as long as is worth handing to another thread; what comes of them is put together in their
+// order.
+void JCAMPTable::AddBlocks(const std::string& path, std::vector<JCAMPBlock> added,
+                           const JCAMPStream& stream) {
+    const std::size_t first = blocks.size();
+    std::vector<std::size_t> begins{first};
+    std::uint64_t place = 0;
+    for (JCAMPBlock& content : added) {
+        if (PlaceOf(content) >= place + BytesOfRun) {
+            place = PlaceOf(content);
+            begins.push_back(blocks.size());
+        }
+        blocks.push_back({path, NvGetFileName(path), std::move(content)});
+    }
+    const std::size_t runs = begins.size();
+    begins.push_back(blocks.size());
+    const auto decode = [&](std::size_t run) {
+        return Run<DecodedBlocks>{DecodeBlocks(begins[run], begins[run + 1], stream)};
+    };
+    const auto add = [&](std::size_t run, DecodedBlocks decoded) {
+        for (std::size_t i = 0; i < decoded.blocks.size(); ++i) {
+            AddBlock(begins[run] + i, std::move(decoded.blocks[i]));
+        }
+        if (decoded.failure) {
+            std::rethrow_exception(decoded.failure);
+        }
+        context.ThrowIfStopped();
+    };
+    if (runs == 1) {
+        add(0, decode(0));
+        return;
+    }
+    karta::OrderedWork<Run<DecodedBlocks>> work(
+        runs, std::min(karta::ChooseThreadCount(0, runs), MostThreads), decode);
+    for (std::size_t run = 0; run < runs; ++run) {
+        add(run, work.Take());
+    }
+}
+
+// By any thread: touches nothing that others change.
+JCAMPTable::DecodedBlocks JCAMPTable::DecodeBlocks(std::size_t begin, std::size_t end, JCAMPStream stream) {
+    DecodedBlocks decoded;
+    try {
+        JCAMPSpectra::Rooms rooms;
+        for (std::size_t i = begin; i < end; ++i) {
+            decoded.blocks.push_back(DecodeBlock(blocks[i], stream, rooms));
+        }
+        stream.LetGoOfLines();
+    } catch (...) {
+        decoded.failure = std::current_exception();
+    }
+    return decoded;
+}
+
+JCAMPTable::DecodedBlock JCAMPTable::DecodeBlock(const Block& block, JCAMPStream& stream,
+                                                 JCAMPSpectra::Rooms& rooms) {
+    DecodedBlock decoded;
+    const JCAMPBlock& content = block.content;
+    if (content.isLink && content.tables.empty()) {
+        return decoded;
+    }
+    if (content.isBinary) {
+        decoded.problems.push_back(
+            {"binary data, which can't be read", content.line, JCAMPFile::StatusBinaryData});
+        return decoded;
+    }
+    if (content.tables.empty()) {
+        const bool isStructure = !content.Find("JCAMPCS").empty();
+        decoded.problems.push_back({isStructure ? "a structure, which is no spectrum" : "no data",
+                                    content.line, JCAMPFile::StatusNoPages});
+        return decoded;
+    }
+    JCAMPSpectra decoder(stream, content, context, numbers, rooms, NameOf(block));
+    for (const JCAMPDataTable& data : content.tables) {
+        context.ThrowIfStopped();
+        const int code = decoder.Decode(data, decoded.spectra);
+        if (code != JCAMPFile::StatusOk) {
+            decoded.problems.push_back({decoder.GetProblem(), decoder.GetProblemLine(), code});
+        }
+    }
+    decoded.notes = decoder.GetNotes();
+    return decoded;
 }
 
 std::string JCAMPTable::NameOf(const Block& block) const {
     return block.content.title.empty() ? block.file : block.content.title;
 }
 
-void JCAMPTable::AddBlock(const std::string& file, const JCAMPBlock& content, JCAMPStream& stream) {
-    if (content.isLink && content.tables.empty()) {
-        blocks.push_back({file, content});
-        return;
+void JCAMPTable::AddBlock(std::size_t block, DecodedBlock decoded) {
+    for (const Problem& problem : decoded.problems) {
+        AddProblem(block, problem);
     }
-    const std::size_t index = blocks.size();
-    blocks.push_back({file, content});
-    const JCAMPBlock& block = blocks.back().content;
-    if (block.isBinary) {
-        AddProblem(index, "binary data, which can't be read", block.line, JCAMPFile::StatusBinaryData);
-        return;
-    }
-    if (block.tables.empty()) {
-        const bool isStructure = !block.Find("JCAMPCS").empty();
-        AddProblem(index, isStructure ? "a structure, which is no spectrum" : "no data", block.line,
-                   JCAMPFile::StatusNoPages);
-        return;
-    }
-    JCAMPSpectra decoder(stream, block, context, NameOf(blocks.back()));
-    std::vector<JCAMPSpectrum> spectra;
-    for (const JCAMPDataTable& data : block.tables) {
-        context.ThrowIfStopped();
-        const int code = decoder.Decode(data, spectra);
-        if (code != JCAMPFile::StatusOk) {
-            AddProblem(index, decoder.GetProblem(), decoder.GetProblemLine(), code);
-        }
-    }
-    for (const karta::Note& note : decoder.GetNotes()) {
+    for (const karta::Note& note : decoded.notes) {
         AddNote(note);
     }
-    AddSpectra(index, std::move(spectra));
+    AddSpectra(block, std::move(decoded.spectra));
 }
 
 // A file can give cause for more notes than anyone reads.
@@ -247,20 +327,23 @@ void JCAMPTable::AddNote(karta::Note note) {
     }
 }
 
-void JCAMPTable::AddProblem(std::size_t block, const std::string& problem, int line, int code) {
+void JCAMPTable::AddProblem(std::size_t block, const Problem& problem) {
     Part& part = parts.emplace_back();
     part.block = block;
     part.name = NameOf(blocks[block]);
     part.problem = problem;
-    part.line = line;
-    part.code = code;
-    AddNote({"unreadable-block", 1, part.name, part.name + " holds " + problem});
+    AddNote({"unreadable-block", 1, part.name, part.name + " holds " + problem.text});
 }
 
 // Those of one axis that follow each other are one part; peaks are one by themselves.
 void JCAMPTable::AddSpectra(std::size_t block, std::vector<JCAMPSpectrum> spectra) {
     const std::size_t firstPart = parts.size();
     for (JCAMPSpectrum& spectrum : spectra) {
+        // Most have the axis of the one before: it is kept once.
+        if (!parts.empty() && !parts.back().spectra.empty() &&
+            HaveSameXs(parts.back().spectra.front(), spectrum)) {
+            spectrum.xs = parts.back().spectra.front().xs;
+        }
         const bool joins = parts.size() > firstPart && SameClass(parts.back().spectra.front(), spectrum) &&
                            SameAxis(parts.back().spectra.front(), spectrum);
         if (!joins) {
@@ -312,20 +395,22 @@ int JCAMPTable::Choose(const std::optional<std::string>& wanted) {
     }
     chosenParts = ChooseParts(places);
     if (chosenParts.empty()) {
-        const auto refused = std::find_if(parts.begin(), parts.end(),
-                                          [](const Part& part) { return part.code != JCAMPFile::StatusOk; });
+        const auto refused = std::find_if(parts.begin(), parts.end(), [](const Part& part) {
+            return part.problem.code != JCAMPFile::StatusOk;
+        });
         const std::size_t first = places && !places->empty() ? places->front() : 0;
-        const bool isRefused = places ? first < parts.size() && parts[first].code != JCAMPFile::StatusOk
-                                      : refused != parts.end();
+        const bool isRefused = places
+                                   ? first < parts.size() && parts[first].problem.code != JCAMPFile::StatusOk
+                                   : refused != parts.end();
         if (!isRefused) {
             return JCAMPFile::StatusNoPages;
         }
-        return places ? parts[first].code : refused->code;
+        return places ? parts[first].problem.code : refused->problem.code;
     }
     FindLabelColumns(chosenParts);
-    std::vector<const Part*> peaks;
+    std::vector<Part*> peaks;
     for (const std::size_t place : chosenParts) {
-        const Part& part = parts[place];
+        Part& part = parts[place];
         if (part.spectra.front().isPeaks) {
             peaks.push_back(&part);
         } else {
@@ -349,8 +434,8 @@ int JCAMPTable::Choose(const std::optional<std::string>& wanted) {
 std::string JCAMPTable::DescribeProblems() const {
     std::string text;
     for (const Part& part : parts) {
-        if (!part.problem.empty() && text.size() < LongestText) {
-            text += (text.empty() ? "" : "; ") + part.name + " holds " + part.problem;
+        if (!part.problem.text.empty() && text.size() < LongestText) {
+            text += (text.empty() ? "" : "; ") + part.name + " holds " + part.problem.text;
         }
     }
     return text.empty() ? text : "No block of the file can be read: " + text;
@@ -358,8 +443,8 @@ std::string JCAMPTable::DescribeProblems() const {
 
 int JCAMPTable::FindProblemLine() const {
     const auto first =
-        std::find_if(parts.begin(), parts.end(), [](const Part& part) { return part.line > 0; });
-    return first == parts.end() ? 0 : first->line;
+        std::find_if(parts.begin(), parts.end(), [](const Part& part) { return part.problem.line > 0; });
+    return first == parts.end() ? 0 : first->problem.line;
 }
 
 void JCAMPTable::FindLabelColumns(const std::vector<std::size_t>& chosen) {
@@ -436,39 +521,43 @@ std::vector<SpectrumTable::Label> JCAMPTable::LabelsOf(const Part& part,
     return labels;
 }
 
-void JCAMPTable::AddRow(const Part& part, const JCAMPSpectrum& spectrum, std::span<const double> values,
-                        bool haveGaps) {
+void JCAMPTable::AddRow(const Part& part, JCAMPSpectrum& spectrum) {
     table.groups.back().spectra.push_back({LabelsOf(part, spectrum), rows.size()});
-    rows.push_back({values, haveGaps});
+    rows.push_back({&spectrum, nullptr});
 }
 
-void JCAMPTable::AddToTable(const Part& part) {
+void JCAMPTable::AddRow(const Part& part, const JCAMPSpectrum& spectrum, const std::vector<double>& peakRow) {
+    table.groups.back().spectra.push_back({LabelsOf(part, spectrum), rows.size()});
+    rows.push_back({nullptr, &peakRow});
+}
+
+void JCAMPTable::AddToTable(Part& part) {
     const JCAMPSpectrum& first = part.spectra.front();
     const bool joins = !table.groups.empty() && [&] {
         const SpectrumTable::Group& group = table.groups.back();
         const bool isSame = group.axis.size() == first.ys.size() && group.axisUnit == first.x.units;
         return isSame && (first.isEven ? TolerantEqual(group.axis.front(), first.GetX(0)) &&
                                              TolerantEqual(group.axis.back(), first.GetLastX())
-                                       : group.axis == first.xs);
+                                       : std::ranges::equal(group.axis, first.xs.Get()));
     }();
     if (!joins) {
         SpectrumTable::Group& group = table.groups.emplace_back();
         group.axis = first.MakeAxis();
         group.axisUnit = first.x.units;
     }
-    for (const JCAMPSpectrum& spectrum : part.spectra) {
-        AddRow(part, spectrum, spectrum.ys, spectrum.haveGaps);
+    for (JCAMPSpectrum& spectrum : part.spectra) {
+        AddRow(part, spectrum);
     }
 }
 
 // Each X of any of the tables is a column, as often as one of them has it, in ascending order.
-void JCAMPTable::AddPeaks(const std::vector<const Part*>& peaks) {
+void JCAMPTable::AddPeaks(const std::vector<Part*>& peaks) {
     SpectrumTable::Group& group = table.groups.emplace_back();
     group.axisUnit = peaks.front()->spectra.front().x.units;
     if (peaks.size() == 1) {
-        group.axis = peaks.front()->spectra.front().xs;
-        for (const JCAMPSpectrum& spectrum : peaks.front()->spectra) {
-            AddRow(*peaks.front(), spectrum, spectrum.ys, spectrum.haveGaps);
+        group.axis = peaks.front()->spectra.front().MakeAxis();
+        for (JCAMPSpectrum& spectrum : peaks.front()->spectra) {
+            AddRow(*peaks.front(), spectrum);
         }
         return;
     }
@@ -476,7 +565,7 @@ void JCAMPTable::AddPeaks(const std::vector<const Part*>& peaks) {
     std::uint64_t withoutX = 0;
     for (const Part* part : peaks) {
         std::map<double, std::size_t> own;
-        for (const double x : part->spectra.front().xs) {
+        for (const double x : part->spectra.front().xs.Get()) {
             if (std::isnan(x)) {
                 ++withoutX;
             } else {
@@ -505,7 +594,7 @@ void JCAMPTable::AddPeaks(const std::vector<const Part*>& peaks) {
                     values[columns[spectrum.xs[i]] + used[spectrum.xs[i]]++] = spectrum.ys[i];
                 }
             }
-            AddRow(*part, spectrum, values, true);
+            AddRow(*part, spectrum, values);
         }
     }
 }
@@ -534,11 +623,65 @@ void JCAMPTable::FillShape(const JCAMPSpectrum& first) {
     context.shape.valueUnit = first.y.units;
 }
 
-void JCAMPTable::Read(ReadSpreadSheetData& sink) {
-    table.Write(sink, context, [this](std::size_t id, SpectrumTable::Values& values) {
-        values.doubles = rows[id].values;
-        values.haveGaps = rows[id].haveGaps;
+int JCAMPTable::Read(ReadSpreadSheetData& sink) {
+    if (isSpent) {
+        const int code = DecodeAgain();
+        if (code != JCAMPFile::StatusOk) {
+            return code;
+        }
+    }
+    std::size_t last = rows.size();
+    table.Write(sink, context, [&](std::size_t id, SpectrumTable::Values& values) {
+        LetGo(last);
+        last = id;
+        const Row& row = rows[id];
+        values.doubles =
+            row.spectrum == nullptr ? std::span<const double>(*row.peaks) : row.spectrum->ys.Get();
+        values.haveGaps = row.spectrum == nullptr || row.spectrum->haveGaps;
     });
+    LetGo(last);
+    return JCAMPFile::StatusOk;
+}
+
+// Of a row that is written: its values are with the sink now, and needn't be in memory twice.
+void JCAMPTable::LetGo(std::size_t row) {
+    if (row < rows.size() && rows[row].spectrum != nullptr) {
+        karta::StoredNumbers& values = rows[row].spectrum->ys;
+        context.budget.ReleaseMemory(values.size() * sizeof(double));
+        values.LetGo();
+        isSpent = true;
+    }
+}
+
+// For the rows whose values are gone.
+int JCAMPTable::DecodeAgain() {
+    JCAMPSpectra::Rooms rooms;
+    for (std::size_t first = 0; first < parts.size();) {
+        const std::size_t block = parts[first].block;
+        std::vector<JCAMPSpectrum*> spectra;
+        for (; first < parts.size() && parts[first].block == block; ++first) {
+            for (JCAMPSpectrum& spectrum : parts[first].spectra) {
+                spectra.push_back(&spectrum);
+            }
+        }
+        if (std::none_of(spectra.begin(), spectra.end(),
+                         [](const JCAMPSpectrum* spectrum) { return spectrum->ys.IsGone(); })) {
+            continue;
+        }
+        JCAMPStream stream(blocks[block].path.c_str(), JCAMPStream::Lines::Whole);
+        std::vector<JCAMPSpectrum> decoded = DecodeBlock(blocks[block], stream, rooms).spectra;
+        if (decoded.size() != spectra.size()) {
+            return JCAMPFile::StatusUnexpectedEnd;
+        }
+        for (std::size_t i = 0; i < decoded.size(); ++i) {
+            if (decoded[i].ys.size() != spectra[i]->ys.size()) {
+                return JCAMPFile::StatusUnexpectedEnd;
+            }
+            spectra[i]->ys = std::move(decoded[i].ys);
+        }
+    }
+    isSpent = false;
+    return JCAMPFile::StatusOk;
 }
 
 std::vector<FileContents::Part> JCAMPTable::ListParts() const {
@@ -552,8 +695,8 @@ std::vector<FileContents::Part> JCAMPTable::ListParts() const {
         entry.cols = part.spectra.empty() ? 0 : static_cast<int>(part.spectra.front().ys.size());
         const Block& block = blocks[part.block];
         entry.detail = Capitalized(block.content.Find("DATATYPE"));
-        if (!part.problem.empty()) {
-            entry.detail += (entry.detail.empty() ? "" : ", ") + part.problem;
+        if (!part.problem.text.empty()) {
+            entry.detail += (entry.detail.empty() ? "" : ", ") + part.problem.text;
         } else if (part.spectra.front().isPeaks) {
             entry.detail += (entry.detail.empty() ? "" : ", ") + std::string("peaks");
         }

@@ -2,17 +2,21 @@
 
 #include <cstddef>
 #include <deque>
+#include <exception>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "base/NumberStore.h"
 #include "base/ReadContext.h"
 #include "frame/FileContents.h"
 #include "instrument/JCAMPDocument.h"
 #include "instrument/JCAMPSpectra.h"
 #include "instrument/SpectrumTable.h"
 #include "instrument/SpectrumTexts.h"
+
+class JCAMPStream;
 
 /**
  * The complete reading of a selection of JCAMP-DX files: their blocks as parts, those of the table as rows.
@@ -40,30 +44,54 @@ public:
     /** The line of the first of them; 0 for none. */
     int FindProblemLine() const;
     std::vector<FileContents::Fact> ListFacts() const;
-    void Read(ReadSpreadSheetData& sink);
+    /**
+     * The values are let go of once they are handed out; another Read decodes them anew. Returns one of
+     * JCAMPFile's codes.
+     */
+    int Read(ReadSpreadSheetData& sink);
 
 private:
     struct Block {
-        std::string file; /**< its name; empty in a selection of one */
+        std::string path;
+        std::string file; /**< its name */
         JCAMPBlock content;
+    };
+    struct Problem {
+        std::string text;
+        int line = 0; /**< in its file; 0 for none */
+        int code = 0;
+    };
+    /** What became of a block. */
+    struct DecodedBlock {
+        std::vector<JCAMPSpectrum> spectra;
+        std::vector<Problem> problems;
+        std::vector<karta::Note> notes;
+    };
+    /** Of several blocks of a file that follow each other. */
+    struct DecodedBlocks {
+        std::vector<DecodedBlock> blocks;
+        std::exception_ptr failure;
     };
     struct Part {
         std::size_t block;
         std::string name;
-        std::string problem; /**< why it can't be read; empty otherwise */
-        int line = 0;        /**< of the problem, in its file; 0 for none */
-        int code = 0;
+        Problem problem;                    /**< why it can't be read; without a text otherwise */
         std::vector<JCAMPSpectrum> spectra; /**< on one axis */
     };
 
-    void AddBlock(const std::string& file, const JCAMPBlock& content, class JCAMPStream& stream);
+    void AddBlocks(const std::string& path, std::vector<JCAMPBlock> added, const JCAMPStream& stream);
+    DecodedBlock DecodeBlock(const Block& block, JCAMPStream& stream, JCAMPSpectra::Rooms& rooms);
+    DecodedBlocks DecodeBlocks(std::size_t begin, std::size_t end, JCAMPStream stream);
+    void AddBlock(std::size_t block, DecodedBlock decoded);
     void AddSpectra(std::size_t block, std::vector<JCAMPSpectrum> spectra);
-    void AddProblem(std::size_t block, const std::string& problem, int line, int code);
+    void AddProblem(std::size_t block, const Problem& problem);
+    int DecodeAgain();
+    void LetGo(std::size_t row);
     std::vector<std::size_t> ChooseParts(const std::optional<std::vector<std::size_t>>& wanted) const;
-    void AddToTable(const Part& part);
-    void AddPeaks(const std::vector<const Part*>& peaks);
-    void AddRow(const Part& part, const JCAMPSpectrum& spectrum, std::span<const double> values,
-                bool haveGaps);
+    void AddToTable(Part& part);
+    void AddPeaks(const std::vector<Part*>& peaks);
+    void AddRow(const Part& part, JCAMPSpectrum& spectrum);
+    void AddRow(const Part& part, const JCAMPSpectrum& spectrum, const std::vector<double>& peakRow);
     void FindLabelColumns(const std::vector<std::size_t>& chosen);
     std::vector<SpectrumTable::Label> LabelsOf(const Part& part, const JCAMPSpectrum& spectrum) const;
     void AddNote(karta::Note note);
@@ -72,6 +100,7 @@ private:
     std::string NameOf(const Block& block) const;
 
     karta::ReadContext& context;
+    karta::NumberStore numbers;
     SpectrumTexts texts;
     std::size_t numFiles = 0;
     std::size_t numNotes = 0;
@@ -83,9 +112,10 @@ private:
     bool hasUnit = false;
     SpectrumTable table;
     struct Row {
-        std::span<const double> values;  // of the part's spectrum, or of peakRows
-        bool haveGaps;
+        JCAMPSpectrum* spectrum;           // of a part; null for a row of peaks
+        const std::vector<double>* peaks;  // of peakRows
     };
     std::vector<Row> rows;                     // by the spectra's ids
     std::deque<std::vector<double>> peakRows;  // of several tables of peaks in one
+    bool isSpent = false;                      // values were let go of
 };

@@ -30,14 +30,13 @@ void WriteWithGaps(CellOutput& output, int firstCol, int row, std::span<const do
     }
 }
 
-// The X values that become columns.
-std::vector<double> ColumnsOf(const SpectrumTable::Group& group) {
+// The X values that become columns: all of them, where they lie, or those that are selected, in the room.
+std::span<const double> ColumnsOf(const SpectrumTable::Group& group, std::vector<double>& room) {
     if (group.selection.TakesAll()) {
         return group.axis;
     }
-    std::vector<double> xs;
-    group.selection.Take(std::span<const double>(group.axis), xs);
-    return xs;
+    group.selection.Take(std::span<const double>(group.axis), room);
+    return room;
 }
 
 }  // namespace
@@ -88,11 +87,12 @@ void SpectrumTable::WriteNames(CellOutput& output) const {
     for (const std::string& name : labelNames) {
         output.Text(++col, 1, name);
     }
+    std::vector<double> room;
     if (groups.size() == 1 && !hasAxisRow) {
-        output.RowRun(col + 1, 1, std::span<const double>(ColumnsOf(groups.front())));
+        output.RowRun(col + 1, 1, ColumnsOf(groups.front(), room));
     } else if (groups.size() == 1 && output.WantsPointNames()) {
         std::string name;
-        for (const double x : ColumnsOf(groups.front())) {
+        for (const double x : ColumnsOf(groups.front(), room)) {
             name = "t ";
             AppendG(name, x);
             output.TerminatedText(++col, 1, name);
@@ -106,12 +106,13 @@ void SpectrumTable::WriteAxis(CellOutput& output, const Group& group, int row) c
     if (!group.axisUnit.empty()) {
         output.Text(axisUnitColumn, row, group.axisUnit);
     }
-    const std::vector<double> xs = ColumnsOf(group);
+    std::vector<double> room;
+    const std::span<const double> xs = ColumnsOf(group, room);
     if (group.isFloatAxis && !group.selection.Averages()) {
         const std::vector<float> floats(xs.begin(), xs.end());
         output.RowRun(GetFirstValueColumn(), row, std::span<const float>(floats));
     } else {
-        output.RowRun(GetFirstValueColumn(), row, std::span<const double>(xs));
+        output.RowRun(GetFirstValueColumn(), row, xs);
     }
     output.EndRow(row);
 }

@@ -1,13 +1,12 @@
 #include "karta/Buffer.h"
 
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <utility>
 
+#include "base/PageMemory.h"
 #include "karta/internal/BlockPool.h"
 
 namespace karta {
@@ -33,37 +32,16 @@ std::size_t RoundToPages(std::size_t size) {
     return RoundUp(size, size >= SmallestHuge ? HugePageSize : PageSize);
 }
 
-void WishForHugePages(void* data, std::size_t size) {
+void MakeHuge(void* data, std::size_t size) {
     if (size >= SmallestHuge) {
-        madvise(data, size, MADV_HUGEPAGE);
+        WishForHugePages(data, size);
     }
 }
 
 void* Map(std::size_t size) {
-    void* const data =
-        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (data == MAP_FAILED) {
-        throw std::bad_alloc();
-    }
-    WishForHugePages(data, size);
+    void* const data = MapPages(size);
+    MakeHuge(data, size);
     return data;
-}
-
-void* MoveMapping(void* data, std::size_t size, std::size_t newSize) {
-#if defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-    // It doesn't see that moving a mapping gives addresses back, and takes their next owner for a racing one.
-    void* const copy = Map(newSize);
-    std::memcpy(copy, data, std::min(size, newSize));
-    munmap(data, size);
-    return copy;
-#endif
-#endif
-    void* const moved = mremap(data, size, newSize, MREMAP_MAYMOVE);
-    if (moved == MAP_FAILED) {
-        throw std::bad_alloc();
-    }
-    return moved;
 }
 
 }  // namespace
@@ -113,9 +91,9 @@ void Buffer::ResizeUnset(std::size_t newSize) {
 }
 
 void Buffer::Remap(std::size_t whole) {
-    void* const moved = MoveMapping(data, mapped, whole);
+    void* const moved = ResizePages(data, mapped, whole);
     if (whole > mapped) {
-        WishForHugePages(moved, whole);
+        MakeHuge(moved, whole);
     }
     data = moved;
     mapped = whole;

@@ -13,9 +13,9 @@
 #include <variant>
 
 #include "base/NumberFormat.h"
+#include "base/OrderedWork.h"
 #include "karta/internal/AxisGrid.h"
 #include "karta/internal/FormatOptions.h"
-#include "karta/internal/OrderedWork.h"
 #include "karta/internal/ScanSchema.h"
 #include "karta/internal/Selection.h"
 #include "karta/internal/UnitName.h"

@@ -14,10 +14,10 @@
 #include <utility>
 
 #include "base/Note.h"
+#include "base/OrderedWork.h"
 #include "base/Stopped.h"
 #include "host/NvString.h"
 #include "karta/Scan.h"
-#include "karta/internal/OrderedWork.h"
 #include "tools/ConversionOutput.h"
 #include "tools/ConversionTarget.h"
 #include "tools/ErrorText.h"

@@ -5,11 +5,11 @@
 #include <memory>
 #include <utility>
 
+#include "base/OrderedWork.h"
 #include "base/PathNames.h"
 #include "karta/Detect.h"
 #include "karta/Read.h"
 #include "karta/Scan.h"
-#include "karta/internal/OrderedWork.h"
 #include "karta/internal/UnitName.h"
 #include "tools/ErrorText.h"
 #include "tools/Failure.h"

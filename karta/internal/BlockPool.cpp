@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "base/PageMemory.h"
+
 namespace karta {
 
 namespace {
@@ -13,7 +15,7 @@ constexpr std::size_t MostKept = std::size_t{64} << 20;
 constexpr std::size_t MostBlocks = 4;
 
 void FreeBlock(const BlockPool::Block& block) {
-    munmap(block.data, block.size);
+    UnmapPages(block.data, block.size);
 }
 
 }  // namespace

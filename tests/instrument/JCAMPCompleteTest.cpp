@@ -354,3 +354,70 @@ TEST_F(JCAMPCompleteTest, ContentProvesAFile) {
     EXPECT_EQ(recogniser->Recognise("", "a,b\n##TITLE=\n"), FormatRecogniser::Evidence::None);
     EXPECT_EQ(recogniser->Recognise("", ""), FormatRecogniser::Evidence::None);
 }
+
+// Handing out the values lets go of them.
+TEST_F(JCAMPCompleteTest, ReadTwiceGivesTheSame) {
+    const std::string text = Link(Block("one") + Block("two") + Peaks("three", "1,2 3,4"), 3);
+    ASSERT_EQ(ReadText(text), 0);
+    const std::string first = Row(3) + Row(4);
+    const std::string notes = Notes();
+    EXPECT_TRUE(first.ends_with("|1|2|3")) << first;
+    table.Clear();
+    ASSERT_EQ(reader->Read(&table), 0);
+    EXPECT_EQ(Row(3) + Row(4), first);
+    EXPECT_EQ(Notes(), notes);
+    EXPECT_EQ(reader->ListParts().size(), 3U);
+    folder.Write("a.dx", Block("one"));
+    table.Clear();
+    EXPECT_NE(reader->Read(&table), 0) << "the file has become another one";
+}
+
+// Long enough for several threads.
+TEST_F(JCAMPCompleteTest, ManyBlocksKeepTheirOrderTheirNotesAndTheirFaults) {
+    constexpr int Blocks = 600;
+    constexpr int Points = 1000;
+    std::string text;
+    for (int i = 0; i < Blocks; ++i) {
+        text += Head("b" + std::to_string(i), Points, 400 + Points - 1) + "##XYDATA=(X++(Y..Y))\n";
+        for (int line = 0; line < Points / 10; ++line) {
+            text += std::to_string(400 + line * 10);
+            for (int value = 0; value < 10; ++value) {
+                text += i % 100 == 50 && line == 70 ? " #?" : " " + std::to_string(10'000 * i + value + 1);
+            }
+            text += i % 100 == 99 && line == 99 ? " 1\n" : "\n";
+        }
+        text += "##END=\n";
+    }
+    ASSERT_GT(text.size(), 3'000'000U);
+    ASSERT_EQ(ReadText(text), 0);
+    const std::vector<FileContents::Part> parts = reader->ListParts();
+    ASSERT_EQ(parts.size(), static_cast<std::size_t>(Blocks));
+    int row = 3;
+    for (int i = 0; i < Blocks; ++i) {
+        const std::string title = "b" + std::to_string(i);
+        EXPECT_EQ(parts[static_cast<std::size_t>(i)].name, title);
+        if (i % 100 == 50 || i % 100 == 99) {
+            continue;
+        }
+        EXPECT_EQ(table.GetString(2, row), title);
+        EXPECT_EQ(table.GetString(4, row), std::to_string(10'000 * i + 1));
+        EXPECT_EQ(table.GetString(3 + Points, row), std::to_string(10'000 * i + 10));
+        ++row;
+    }
+    EXPECT_EQ(table.GetNumberOfRows(), row - 1);
+    const std::string notes = Notes();
+    std::size_t last = 0;
+    for (const char* const told : {"b50 holds", "b99: the file tells of 1,000 points, but has 1,001",
+                                   "b150 holds", "b199: ", "b550 holds", "b599: "}) {
+        const std::size_t found = notes.find(told);
+        ASSERT_NE(found, std::string::npos) << told << "\n" << notes;
+        EXPECT_GT(found + 1, last) << told;
+        last = found;
+    }
+}
+
+// An "E" that is the digit 5 shows late that another in front of a digit was no exponent.
+TEST_F(JCAMPCompleteTest, SqueezedDigitsThatLookLikeExponentsAreFoundInAnyLine) {
+    EXPECT_EQ(Values("1E5J\n3E6%", "##FIRSTX=1\n##LASTX=4\n##NPOINTS=3\n"), "55|56|56");
+    EXPECT_EQ(Values("1A5J\n3A6E7J\n5E8", "##FIRSTX=1\n##LASTX=4\n##NPOINTS=4\n"), "15|16|57|58");
+}

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -20,8 +21,12 @@ class OrderedWork {
 public:
     OrderedWork(std::size_t jobCount, unsigned threadCount, std::function<Result(std::size_t)> work)
         : jobs(jobCount), job(std::move(work)), window(std::size_t{threadCount} * JobsAhead) {
-        for (unsigned i = 0; i < threadCount; ++i) {
-            threads.emplace_back([this] { Work(); });
+        try {
+            for (unsigned i = 0; i < threadCount; ++i) {
+                threads.emplace_back([this] { Work(); });
+            }
+        } catch (const std::system_error&) {
+            // Where no more threads are to be had, those that are there do it, or else who waits for it.
         }
     }
     OrderedWork(const OrderedWork&) = delete;
@@ -40,6 +45,9 @@ public:
 
     /** Of the next job; to be asked for as often as there are jobs. */
     Result Take() {
+        if (threads.empty()) {
+            return job(taken++);
+        }
         std::unique_lock lock(mutex);
         changed.wait(lock, [this] { return done.contains(taken); });
         Result result = std::move(done.at(taken));

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+
+namespace karta {
+
+// Memory in whole pages from the system: zeros, which cost nothing until they are written to. All that fail
+// raise bad_alloc.
+
+void* MapPages(std::size_t size);
+/** Keeps what is there, without a copy, perhaps in another place; what is new are zeros. */
+void* ResizePages(void* data, std::size_t size, std::size_t newSize);
+/** By the size that they have now. */
+void UnmapPages(void* data, std::size_t size);
+
+/** Fresh memory costs a fault a page, often more than what is then written to it: large pages save most. */
+void WishForHugePages(void* data, std::size_t size);
+
+}  // namespace karta
