@@ -103,6 +103,8 @@ char* PrintFewPlaces(double value, char* text) {
     if (!(magnitude >= 1e-3 && magnitude < 1e9)) {
         return nullptr;
     }
+    // One that this rounds wrongly isn't the same number behind it.
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings)
     const auto digits = static_cast<std::uint64_t>(magnitude * Scale + 0.5);
     auto fraction = static_cast<std::uint32_t>(digits % Places);
     if (static_cast<double>(digits) / Scale != magnitude || fraction == 0) {

@@ -45,6 +45,14 @@ void CellOutput::TerminatedText(int col, int row, const std::string& text) {
     }
 }
 
+void CellOutput::ListedText(int col, int row, const TextList& list, std::size_t place) {
+    if (wide != nullptr) {
+        wide->SetListedText(col, row, list, place);
+    } else {
+        sink.Set(col, row, list.Get(place).data());
+    }
+}
+
 void CellOutput::Integer(int col, int row, std::int64_t value) {
     if (value >= -LargestExactInteger && value <= LargestExactInteger) {
         sink.Set(col, row, static_cast<double>(value));

@@ -21,6 +21,8 @@ public:
     void Text(int col, int row, std::string_view text);
     /** The same without the copy that sinks of classic calls need of a text without a NUL behind it. */
     void TerminatedText(int col, int row, const std::string& text);
+    /** A text of a list that many cells refer to, by its place there. */
+    void ListedText(int col, int row, const TextList& list, std::size_t place);
     void Number(int col, int row, double value) { sink.Set(col, row, value); }
     void Number(int col, int row, float value) { sink.Set(col, row, value); }
     /** A double where that is exact, else a 64-bit number. */

@@ -1,5 +1,9 @@
 #include "frame/WideSink.h"
 
+void WideSink::SetListedText(int col, int row, const TextList& list, std::size_t place) {
+    SetText(col, row, list.Get(place));
+}
+
 void WideSink::SetSource(int /*col*/, int /*row*/, std::string_view /*source*/) {}
 
 bool WideSink::KeepsRows() const {

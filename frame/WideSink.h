@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
 
+#include "base/TextList.h"
 #include "frame/ReadSpreadSheetData.h"
 
 /**
@@ -16,6 +18,11 @@ class KARTA_EXPORT WideSink : public virtual ReadSpreadSheetData {
 public:
     /** Any bytes, also the empty text, which is not a missing cell. */
     virtual void SetText(int col, int row, std::string_view text) = 0;
+    /**
+     * A text of a list, which stays where it is while cells of it come: a sink needs to look at each text
+     * once only. As a rule it is set like any other.
+     */
+    virtual void SetListedText(int col, int row, const TextList& list, std::size_t place);
     virtual void SetBool(int col, int row, bool value) = 0;
     /** Days since 1970-01-01. */
     virtual void SetDate(int col, int row, std::int32_t days) = 0;

@@ -233,10 +233,12 @@ void CompleteBiffCells::PutText(const BiffCell& cell, std::string_view text) {
 }
 
 void CompleteBiffCells::PutSharedText(const BiffCell& cell) {
-    const bool isThere = tables.sharedStrings != nullptr && tables.sharedStrings->Has(cell.code);
-    output->Text(colOffset + cell.col + 1, rowOffset + cell.row + 1,
-                 isThere ? tables.sharedStrings->Find(cell.code) : std::string_view());
-    if (!isThere) {
+    const int col = colOffset + cell.col + 1;
+    const int row = rowOffset + cell.row + 1;
+    if (tables.sharedStrings != nullptr && tables.sharedStrings->Has(cell.code)) {
+        output->ListedText(col, row, tables.sharedStrings->GetList(), static_cast<std::size_t>(cell.code));
+    } else {
+        output->Text(col, row, {});
         ++missingTexts;
         if (firstMissingText.empty()) {
             firstMissingText = GetCellName(cell.col + 1, cell.row + 1);

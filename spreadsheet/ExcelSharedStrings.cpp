@@ -30,7 +30,8 @@ void ExcelSharedStrings::Parse(std::span<const std::uint8_t> chunk) {
         cursor.Skip(cut);
         behind -= cut;
     }
-    while (!cursor.AtEnd() && (pending > 0 || !rules.believesCount || std::ssize(texts) < count)) {
+    while (!cursor.AtEnd() &&
+           (pending > 0 || !rules.believesCount || static_cast<std::ptrdiff_t>(texts.GetSize()) < count)) {
         const bool isRest = pending > 0;
         const std::size_t characters = isRest ? pending : cursor.ReadU16();
         if (cursor.HasFailed()) {
@@ -91,7 +92,7 @@ void ExcelSharedStrings::AppendUnits(std::size_t size) {
 }
 
 void ExcelSharedStrings::Store() {
-    texts.emplace_back(arena.Add(std::string_view(current)), current.size());
+    texts.Add(current);
     current.clear();
     units.clear();
     pending = 0;

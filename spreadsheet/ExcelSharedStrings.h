@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/TextArena.h"
+#include "base/TextList.h"
 
 /**
  * The shared strings of a workbook: one long run of strings over an SST record and the CONTINUE records
@@ -41,12 +41,15 @@ public:
     /** As the file claims. */
     std::int32_t GetCount() const { return count; }
     /** How many there are. */
-    std::size_t GetSize() const { return texts.size(); }
-    bool Has(std::int32_t index) const { return index >= 0 && index < std::ssize(texts); }
+    std::size_t GetSize() const { return texts.GetSize(); }
+    bool Has(std::int32_t index) const {
+        return index >= 0 && static_cast<std::size_t>(index) < texts.GetSize();
+    }
     /** The string of an index from 0; empty when there is none. A NUL stands behind it. */
     std::string_view Find(std::int32_t index) const {
-        return Has(index) ? texts[static_cast<std::size_t>(index)] : std::string_view("");
+        return Has(index) ? texts.Get(static_cast<std::size_t>(index)) : std::string_view("");
     }
+    const TextList& GetList() const { return texts; }
 
 private:
     void AppendNarrow(std::span<const std::uint8_t> bytes);
@@ -56,8 +59,7 @@ private:
 
     Rules rules;
     std::int32_t count;
-    std::vector<std::string_view> texts;
-    TextArena arena;
+    TextList texts;
     std::string current;              // the string that is being read
     std::size_t pending = 0;          // characters of it that are still to come
     std::uint64_t behind = 0;         // bytes that stand behind its characters

@@ -1,7 +1,6 @@
 #include "spreadsheet/SharedStrings.h"
 
 void SharedStrings::Clear() {
-    texts.clear();
-    arena.Clear();
+    texts.Clear();
     share.Release();
 }

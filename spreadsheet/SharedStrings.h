@@ -5,10 +5,9 @@
 #include <memory>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "base/MemoryShare.h"
-#include "base/TextArena.h"
+#include "base/TextList.h"
 
 /** The texts that the cells of a workbook refer to by their place. */
 class SharedStrings {
@@ -20,18 +19,18 @@ public:
     void Clear();
     void Add(std::string_view text) {
         share.Add(sizeof(std::string_view) + text.size() + 1);
-        texts.emplace_back(arena.Add(text), text.size());
+        texts.Add(text);
     }
     bool Has(std::int64_t index) const {
-        return index >= 0 && index < static_cast<std::int64_t>(texts.size());
+        return index >= 0 && index < static_cast<std::int64_t>(texts.GetSize());
     }
     /** With a NUL behind it, valid until Clear; the empty text for an index that isn't there. */
     std::string_view Get(std::int64_t index) const {
-        return Has(index) ? texts[static_cast<std::size_t>(index)] : std::string_view("");
+        return Has(index) ? texts.Get(static_cast<std::size_t>(index)) : std::string_view("");
     }
+    const TextList& GetList() const { return texts; }
 
 private:
     MemoryShare share;
-    std::vector<std::string_view> texts;
-    TextArena arena;
+    TextList texts;
 };

@@ -372,7 +372,7 @@ NumberKind CompleteCells::GetKind(int style) const {
 
 bool CompleteCells::PutSharedText(const SheetCell& cell, int col, int row) {
     if (cell.hasIndex && book.GetSharedStrings().Has(cell.index)) {
-        output.Text(col, row, book.GetSharedStrings().Get(cell.index));
+        output.ListedText(col, row, book.GetSharedStrings().GetList(), static_cast<std::size_t>(cell.index));
         return true;
     }
     if (missingTexts++ == 0) {

@@ -103,6 +103,10 @@ public:
         Put(store, place, Kind, std::bit_cast<Bits>(value));
     }
     void PutText(CellStore& store, int place, std::string_view text);
+    /** A text that is kept already, by the store's word for it. */
+    void PutTextWord(CellStore& store, int place, std::uint64_t word) {
+        Put(store, place, CellKind::Text, word);
+    }
     /** Whatever was there is gone. */
     void PutMissing(int place);
     /** `expectedEnd`: where the cells that have been announced end, a hint for the room to take. */

@@ -193,12 +193,22 @@ void TableSink::SetText(int col, int row, std::string_view text) {
     }
     // Classic readings hand on what the file has, and a damaged file may have anything.
     text = AsUtf8(text, utf8);
-    if (!IsInBlock(col)) {
-        ColumnAt(col).PutText(store, row - 1, text);
-    } else if (row < firstBlockRow) {
+    if (IsInBlock(col) && row < firstBlockRow) {
         heads[row].PutText(store, col - firstBlock, text);
     } else {
         ColumnAt(col).PutText(store, row - 1, text);
+    }
+}
+
+void TableSink::SetListedText(int col, int row, const TextList& list, std::size_t place) {
+    if (!Take(col, row)) {
+        return;
+    }
+    const std::uint64_t word = listedTexts.FindWord(store, list, place);
+    if (IsInBlock(col) && row < firstBlockRow) {
+        heads[row].PutTextWord(store, col - firstBlock, word);
+    } else {
+        ColumnAt(col).PutTextWord(store, row - 1, word);
     }
 }
 

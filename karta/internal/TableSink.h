@@ -20,6 +20,7 @@
 #include "karta/internal/CellVector.h"
 #include "karta/internal/ColumnMaker.h"
 #include "karta/internal/GridHead.h"
+#include "karta/internal/ListedTexts.h"
 #include "karta/internal/ReadControl.h"
 #include "karta/internal/TablePlan.h"
 
@@ -58,6 +59,7 @@ public:
     void Set(int col, int row, float value) override;
 
     void SetText(int col, int row, std::string_view text) override;
+    void SetListedText(int col, int row, const TextList& list, std::size_t place) override;
     void SetBool(int col, int row, bool value) override;
     void SetDate(int col, int row, std::int32_t days) override;
     void SetTime(int col, int row, std::int64_t microseconds) override;
@@ -161,6 +163,7 @@ private:
     int above = 0;  // rows of the grid above the first one here
     std::ptrdiff_t untilLook = CellsBetweenLooks;
     CellStore store;
+    ListedTexts listedTexts;
     int numCols = 0;
     int numRows = 0;
     std::vector<CellVector> columns;
