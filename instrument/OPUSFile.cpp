@@ -330,7 +330,7 @@ private:
         }
     }
 
-    void AddNote(const char* code, std::string text) {
+    void AddNote(const char* code, const std::string& text) {
         file.notes.push_back({code, 1, NvGetFileName(file.path), NvGetFileName(file.path) + ": " + text});
     }
 

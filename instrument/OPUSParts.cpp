@@ -217,10 +217,10 @@ void OPUSParts::Clear() {
     errorText.clear();
 }
 
-bool OPUSParts::Fail(std::string text) {
+bool OPUSParts::Fail(const std::string& text) {
     const std::string earlier = std::exchange(errorText, {});
     Clear();
-    errorText = earlier.empty() ? std::move(text) : earlier;
+    errorText = earlier.empty() ? text : earlier;
     return false;
 }
 

@@ -52,7 +52,7 @@ private:
     void AddToGroup(Row row, Axes axes);
     bool Choose(const std::optional<std::string>& wanted, karta::ReadContext& context);
     void NoteChoice(karta::ReadContext& context) const;
-    bool Fail(std::string text);
+    bool Fail(const std::string& text);
 
     const OPUSSpectrum& At(Row row) const { return files[row.file].spectra[row.spectrum]; }
     const OPUSSpectrum& AxisOf(const Group& group) const { return At(group.rows.front()); }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
+#include <utility>
 
 #include "base/ByteCursor.h"
 #include "instrument/EvenAxis.h"
@@ -43,13 +45,14 @@ void ReadIntegers(ByteCursor& stream, bool isBigEndian, double divisor, std::vec
 
 SPCContents::SPCContents(std::span<const std::uint8_t> bytes, SPCLayout layout) {
     ByteCursor stream(bytes);
-    header = ReadSPCHeader(stream, layout);
-    if (!header || !header->hasPointCount) {
-        header.reset();
+    std::optional<SPCHeader> read = ReadSPCHeader(stream, layout);
+    if (!read || !read->hasPointCount) {
         return;
     }
-    if (header->isOldFormat && header->values.exponent == UnsignedFloatExponent) {
-        header->values.isFloat = true;
+    header = std::move(*read);
+    hasHeader = true;
+    if (header.isOldFormat && header.values.exponent == UnsignedFloatExponent) {
+        header.values.isFloat = true;
     }
     FindSubFiles(bytes);
     CheckDirectory(bytes);
@@ -58,13 +61,13 @@ SPCContents::SPCContents(std::span<const std::uint8_t> bytes, SPCLayout layout) 
 }
 
 bool SPCContents::IsPlausible() const {
-    if (!header || subFiles.empty() || !isWhole || axis.empty()) {
+    if (!hasHeader || subFiles.empty() || !isWhole || axis.empty()) {
         return false;
     }
-    const bool areFinite = std::isfinite(header->firstX) && std::isfinite(header->lastX);
-    const unsigned int month = header->date >> 16U & 0x0fU;
-    return areFinite && (header->xType <= LastXType || header->xType == 0xff) && month <= 12 &&
-           (header->isOldFormat || header->numSubFiles > 0);
+    const bool areFinite = std::isfinite(header.firstX) && std::isfinite(header.lastX);
+    const unsigned int month = header.date >> 16U & 0x0fU;
+    return areFinite && (header.xType <= LastXType || header.xType == 0xff) && month <= 12 &&
+           (header.isOldFormat || header.numSubFiles > 0);
 }
 
 void SPCContents::AddNote(const char* code, std::uint64_t count, const std::string& place,
@@ -73,23 +76,23 @@ void SPCContents::AddNote(const char* code, std::uint64_t count, const std::stri
 }
 
 void SPCContents::FindSubFiles(std::span<const std::uint8_t> bytes) {
-    std::uint64_t position = header->isOldFormat ? OldFirstSubFile : SPCHeader::NewSize;
-    if (!header->isOldFormat && header->hasXArray && !header->hasXYPairs) {
+    std::uint64_t position = header.isOldFormat ? OldFirstSubFile : SPCHeader::NewSize;
+    if (!header.isOldFormat && header.hasXArray && !header.hasXYPairs) {
         ByteCursor stream(bytes);
         stream.Seek(position);
-        const std::size_t claimed = static_cast<std::size_t>(std::max(header->numPoints, 0));
+        const std::size_t claimed = static_cast<std::size_t>(std::max(header.numPoints, 0));
         xArray.resize(std::min(claimed, stream.GetRemaining() / sizeof(float)));
         for (float& x : xArray) {
-            x = ReadSPCNumber<float>(stream, header->values.isBigEndian);
+            x = ReadSPCNumber<float>(stream, header.values.isBigEndian);
         }
         position = stream.Tell();
     }
     // An old file has no count: its sub-files go on to its end.
-    const std::size_t claimed = static_cast<std::size_t>(std::max(header->numSubFiles, 1));
-    while ((header->isOldFormat || subFiles.size() < claimed) && AddSubFile(bytes, position)) {
+    const std::size_t claimed = static_cast<std::size_t>(std::max(header.numSubFiles, 1));
+    while ((header.isOldFormat || subFiles.size() < claimed) && AddSubFile(bytes, position)) {
     }
     end = static_cast<std::size_t>(position);
-    if (!header->isOldFormat && subFiles.size() < claimed) {
+    if (!header.isOldFormat && subFiles.size() < claimed) {
         isWhole = false;
         AddNote("cut-file", claimed - subFiles.size(), "byte " + std::to_string(bytes.size()),
                 "the file ends before " +
@@ -102,13 +105,13 @@ void SPCContents::FindSubFiles(std::span<const std::uint8_t> bytes) {
 bool SPCContents::AddSubFile(std::span<const std::uint8_t> bytes, std::uint64_t& position) {
     ByteCursor stream(bytes);
     stream.Seek(position);
-    const std::optional<SPCSubHeader> sub = ReadSPCSubHeader(stream, header->values.isBigEndian);
+    const std::optional<SPCSubHeader> sub = ReadSPCSubHeader(stream, header.values.isBigEndian);
     if (!sub) {
         return false;
     }
     SPCSubFile file;
-    file.values = header->values;
-    if (header->isMulti) {
+    file.values = header.values;
+    if (header.isMulti) {
         file.values.exponent = sub->exponent;
         file.values.isFloat = sub->exponent == SPCFloatExponent;
     }
@@ -116,14 +119,14 @@ bool SPCContents::AddSubFile(std::span<const std::uint8_t> bytes, std::uint64_t&
     file.values.is32Bit = file.values.is32Bit || file.values.isFloat;
     file.z = sub->time;
     file.w = sub->w;
-    file.numScans = std::max(header->isOldFormat ? header->numScans : sub->numScans, 0);
-    const bool hasOwnX = header->hasXYPairs && !header->isOldFormat;
-    const bool ownCount = hasOwnX && (header->isMulti || sub->numPoints > 0);
-    const auto points = static_cast<std::size_t>(std::max(ownCount ? sub->numPoints : header->numPoints, 0));
+    file.numScans = std::max(header.isOldFormat ? header.numScans : sub->numScans, 0);
+    const bool hasOwnX = header.hasXYPairs && !header.isOldFormat;
+    const bool ownCount = hasOwnX && (header.isMulti || sub->numPoints > 0);
+    const auto points = static_cast<std::size_t>(std::max(ownCount ? sub->numPoints : header.numPoints, 0));
     const std::size_t width = file.values.GetWidth();
     const std::size_t pointSize = width + (hasOwnX ? sizeof(float) : 0);
     const bool isFirst = subFiles.empty();
-    if (header->isOldFormat && !isFirst && stream.GetRemaining() < points * pointSize && !header->isMulti) {
+    if (header.isOldFormat && !isFirst && stream.GetRemaining() < points * pointSize && !header.isMulti) {
         // What stands behind a single spectrum is no second one.
         return false;
     }
@@ -151,13 +154,13 @@ bool SPCContents::AddSubFile(std::span<const std::uint8_t> bytes, std::uint64_t&
 // A file of pairs has a directory, which a sub-file that was written anew is found by. An entry counts where
 // a header of that sub-file lies; else the sub-files' own order does.
 void SPCContents::CheckDirectory(std::span<const std::uint8_t> bytes) {
-    if (header->isOldFormat || !header->hasXYPairs || !header->isMulti || header->numPoints <= 0) {
+    if (header.isOldFormat || !header.hasXYPairs || !header.isMulti || header.numPoints <= 0) {
         return;
     }
     ByteCursor directory(bytes);
-    directory.Seek(static_cast<std::uint64_t>(header->numPoints));
+    directory.Seek(static_cast<std::uint64_t>(header.numPoints));
     if (!directory.Has(subFiles.size(), DirectoryEntrySize)) {
-        AddNote("directory", 1, "byte " + std::to_string(header->numPoints),
+        AddNote("directory", 1, "byte " + std::to_string(header.numPoints),
                 "the directory of the sub-files isn't where the header says; they are read in their order");
         return;
     }
@@ -166,14 +169,14 @@ void SPCContents::CheckDirectory(std::span<const std::uint8_t> bytes) {
     // Sub-files don't lie in each other: together they are no larger than the file.
     std::uint64_t room = bytes.size();
     for (std::size_t i = 0; i < subFiles.size(); ++i) {
-        std::uint64_t position = ReadSPCNumber<std::uint32_t>(directory, header->values.isBigEndian);
+        std::uint64_t position = ReadSPCNumber<std::uint32_t>(directory, header.values.isBigEndian);
         directory.Skip(DirectoryEntrySize - sizeof(std::uint32_t));
         if (position == starts[i]) {
             continue;
         }
         ByteCursor stream(bytes);
         stream.Seek(position);
-        const std::optional<SPCSubHeader> sub = ReadSPCSubHeader(stream, header->values.isBigEndian);
+        const std::optional<SPCSubHeader> sub = ReadSPCSubHeader(stream, header.values.isBigEndian);
         const bool isSub = sub && sub->index == static_cast<std::int16_t>(i) && sub->numPoints > 0;
         const std::size_t pointSize = sizeof(float) + subFiles[i].values.GetWidth();
         const std::uint64_t size = isSub ? static_cast<std::uint64_t>(sub->numPoints) * pointSize : 0;
@@ -213,31 +216,31 @@ void SPCContents::MakeAxis(std::span<const std::uint8_t> bytes) {
     for (const SPCSubFile& subFile : subFiles) {
         points = std::max(points, subFile.points);
     }
-    if (header->hasXYPairs && !header->isOldFormat) {
+    if (header.hasXYPairs && !header.isOldFormat) {
         if (!subFiles.empty()) {
             axis = ReadAxis(bytes, subFiles.front());
         }
         hasCommonAxis = std::all_of(subFiles.begin(), subFiles.end(), [&](const SPCSubFile& subFile) {
             return subFile.points == axis.size() && ReadAxis(bytes, subFile) == axis;
         });
-    } else if (header->hasXArray && !header->isOldFormat) {
+    } else if (header.hasXArray && !header.isOldFormat) {
         axis.assign(xArray.begin(),
                     xArray.begin() + static_cast<std::ptrdiff_t>(std::min(points, xArray.size())));
     } else {
-        axis = MakeEvenAxis(*header, points);
+        axis = MakeEvenAxis(header, points);
     }
 }
 
 std::vector<double> SPCContents::ReadAxis(std::span<const std::uint8_t> bytes,
                                           const SPCSubFile& subFile) const {
-    if (!header->hasXYPairs) {
+    if (!header.hasXYPairs) {
         return axis;
     }
     ByteCursor stream(bytes);
     stream.Seek(subFile.xPosition);
     std::vector<double> xs(subFile.points);
     for (double& x : xs) {
-        x = static_cast<double>(ReadSPCNumber<float>(stream, header->values.isBigEndian));
+        x = static_cast<double>(ReadSPCNumber<float>(stream, header.values.isBigEndian));
     }
     return xs;
 }
@@ -277,23 +280,23 @@ void SPCContents::ReadValues(std::span<const std::uint8_t> bytes, const SPCSubFi
 }
 
 void SPCContents::ReadLog(std::span<const std::uint8_t> bytes) {
-    if (header->isOldFormat || header->logPosition == 0) {
+    if (header.isOldFormat || header.logPosition == 0) {
         return;
     }
     ByteCursor stream(bytes);
-    stream.Seek(header->logPosition);
+    stream.Seek(header.logPosition);
     if (!stream.Has(LogHeaderSize)) {
-        AddNote("log", 1, "byte " + std::to_string(header->logPosition),
+        AddNote("log", 1, "byte " + std::to_string(header.logPosition),
                 "the file ends before its log, or in it");
         return;
     }
-    const bool isBigEndian = header->values.isBigEndian;
+    const bool isBigEndian = header.values.isBigEndian;
     const std::uint64_t size = ReadSPCNumber<std::uint32_t>(stream, isBigEndian);
     stream.Skip(sizeof(std::uint32_t));
     const std::uint64_t textOffset = ReadSPCNumber<std::uint32_t>(stream, isBigEndian);
     logBytes = ReadSPCNumber<std::uint32_t>(stream, isBigEndian);
-    stream.Seek(header->logPosition + textOffset);
-    logBytes = std::min<std::uint64_t>(logBytes, bytes.size() - header->logPosition - LogHeaderSize);
+    stream.Seek(header.logPosition + textOffset);
+    logBytes = std::min<std::uint64_t>(logBytes, bytes.size() - header.logPosition - LogHeaderSize);
     if (stream.HasFailed()) {
         return;
     }
@@ -303,7 +306,7 @@ void SPCContents::ReadLog(std::span<const std::uint8_t> bytes) {
 
 void SPCContents::DecodeTexts(SpectrumTexts& texts) {
     for (std::string* text :
-         {&header->resolution, &header->source, &header->memo, &header->axisText, &header->method, &log}) {
+         {&header.resolution, &header.source, &header.memo, &header.axisText, &header.method, &log}) {
         *text = texts.ToUtf8(*text);
     }
 }

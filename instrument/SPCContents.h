@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -33,8 +32,8 @@ public:
     /** Takes the layout from the bytes; a header that isn't there gives no sub-files. */
     SPCContents(std::span<const std::uint8_t> bytes, SPCLayout layout);
 
-    bool HasHeader() const { return header.has_value(); }
-    const SPCHeader& GetHeader() const { return *header; }
+    bool HasHeader() const { return hasHeader; }
+    const SPCHeader& GetHeader() const { return header; }
     const std::vector<SPCSubFile>& GetSubFiles() const { return subFiles; }
     /** Whether one axis is all sub-files': otherwise each has its own. */
     bool HasCommonAxis() const { return hasCommonAxis; }
@@ -42,7 +41,7 @@ public:
     const std::vector<double>& GetAxis() const { return axis; }
     std::vector<double> ReadAxis(std::span<const std::uint8_t> bytes, const SPCSubFile& subFile) const;
     /** Whether the file has the X values as floats. */
-    bool HasFloatAxis() const { return header->hasXYPairs || header->hasXArray; }
+    bool HasFloatAxis() const { return header.hasXYPairs || header.hasXArray; }
     /** The text of the log, lines and all. */
     const std::string& GetLog() const { return log; }
     /** How many bytes the log has beside its text, which only the program that wrote them knows. */
@@ -69,7 +68,8 @@ private:
     void ReadLog(std::span<const std::uint8_t> bytes);
     void AddNote(const char* code, std::uint64_t count, const std::string& place, const std::string& text);
 
-    std::optional<SPCHeader> header;
+    SPCHeader header;
+    bool hasHeader = false;
     std::vector<SPCSubFile> subFiles;
     std::vector<std::size_t> starts;  // of each sub-file's header
     bool hasCommonAxis = true;

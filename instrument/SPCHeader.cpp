@@ -201,6 +201,8 @@ std::optional<SPCSubHeader> ReadSPCSubHeader(ByteCursor& stream, bool isBigEndia
     const auto read = [&]<class Number>(Number& field) { field = ReadSPCNumber<Number>(bytes, isBigEndian); };
     SPCSubHeader header;
     bytes.Skip(1);
+    // It has a sign.
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse)
     header.exponent = bytes.ReadI8();
     header.index = ReadSPCNumber<std::int16_t>(bytes, isBigEndian);
     read(header.time);
