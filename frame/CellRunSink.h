@@ -1,11 +1,28 @@
 #pragma once
 
+#include <cstdint>
 #include <span>
 
+/** Texts one behind the other, in UTF-8: the first one begins at `begin`, each ends where `ends` says. */
+struct TextRun {
+    const char* bytes = nullptr;
+    std::uint32_t begin = 0;
+    std::span<const std::uint32_t> ends;
+};
+
+/** What the values of a run are that aren't plain numbers. */
+enum class ValueRunKind {
+    Bool,           /**< 0 or 1 */
+    Date,           /**< days since 1970-01-01 */
+    Time,           /**< microseconds since midnight */
+    DateTime,       /**< microseconds since 1970-01-01 00:00 */
+    DateBlankedTime /**< the same, written in the file with a blank in place of the T */
+};
+
 /**
- * A sink that also takes numbers below each other which are cells by themselves and no array of the file: as
- * many calls of Set. A table whose columns have types finds whole numbers among them, and leaves an array
- * one.
+ * A sink that also takes cells below each other which are cells by themselves and no array of the file: as
+ * many calls of Set, SetText and the like. A table whose columns have types finds whole numbers among the
+ * numbers, and leaves an array one.
  */
 class CellRunSink {
 public:
@@ -13,6 +30,9 @@ public:
 
     /** From `firstRow` on; columns and rows count from 1. */
     virtual void SetCellRun(int col, int firstRow, std::span<const double> values) = 0;
+    virtual void SetTextRun(int col, int firstRow, const TextRun& texts) = 0;
+    virtual void SetValueRun(int col, int firstRow, ValueRunKind kind,
+                             std::span<const std::int64_t> values) = 0;
     /** Whether they are taken faster than the cells row by row. */
     virtual bool PrefersCellRuns() const = 0;
 };

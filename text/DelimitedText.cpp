@@ -38,6 +38,8 @@ public:
 // What is read at once by a thread; the first pieces are small, for who wants the first rows only.
 constexpr std::size_t FirstPiece = std::size_t{1} << 15;
 constexpr std::size_t LargestPiece = std::size_t{1} << 18;
+// How many lines are looked at for an end of a piece that is in no quotes.
+constexpr int LinesToEndAt = 32;
 // Pieces below this aren't worth looking for, for a while.
 constexpr std::size_t LeastPiece = std::size_t{1} << 14;
 constexpr std::size_t BetweenTries = std::size_t{1} << 17;
@@ -49,6 +51,19 @@ constexpr unsigned int MostThreads = 8;
 
 unsigned int GetThreadCount(std::size_t bytes) {
     return bytes < LeastForThreads ? 1 : std::clamp(std::thread::hardware_concurrency(), 1U, MostThreads);
+}
+
+ValueRunKind GetRunKind(ColumnType::Kind kind, bool areBlanked) {
+    switch (kind) {
+        case ColumnType::Bool:
+            return ValueRunKind::Bool;
+        case ColumnType::Date:
+            return ValueRunKind::Date;
+        case ColumnType::Time:
+            return ValueRunKind::Time;
+        default:
+            return areBlanked ? ValueRunKind::DateBlankedTime : ValueRunKind::DateTime;
+    }
 }
 
 // "1 text, 2-5 number": columns of one type together.
@@ -236,7 +251,7 @@ void DelimitedText::ReadRecords(CellOutput& output) {
             const std::size_t begin = scanner.GetEnd();
             ReadPieces(*readers, scanner, output);
             const std::size_t done = scanner.GetEnd() - begin;
-            // Where quotes stand in many lines, looking for lines without them would be in vain.
+            // Where records are of a kind that pieces can't be made of, further looks would be in vain.
             oneByOneUntil = done < LeastPiece ? scanner.GetEnd() + BetweenTries : 0;
         }
         hasMore = ReadRecord(scanner, output);
@@ -277,8 +292,8 @@ bool DelimitedText::ReadRowText(RecordScanner& scanner, CellOutput& output) {
 
 // Whether lines are read in pieces: below the heads, where one byte parts the fields that no number has.
 bool DelimitedText::MayPart(const RecordScanner& scanner) const {
-    if (dialect.delimiter.size() != 1 || dialect.mergeRuns || scanner.GetEnd() >= text.size() ||
-        head.usualWidth == 0 || head.usualWidth > MostPieceColumns) {
+    if (dialect.delimiter.size() != 1 || dialect.mergeRuns || !scanner.PartsLines() ||
+        scanner.GetEnd() >= text.size() || head.usualWidth == 0 || head.usualWidth > MostPieceColumns) {
         return false;
     }
     return IsBelowHead() && !IsPartOfNumbers(dialect.delimiter.front()) && dialect.delimiter.front() != '#';
@@ -300,14 +315,21 @@ LineRules DelimitedText::GetLineRules() const {
     rules.dateOrder = options.dateOrder;
     rules.isUtf8 = !source.NeedsConversion();
     rules.isOneByte = source.GetEncoding().kind == TextEncoding::Windows1252;
+    rules.makesRuns = cellRuns != nullptr;
+    rules.makesTexts = MakesTextRuns();
     rules.rowTexts = rowTextForm;
     rules.textEnd = text.data() + text.size();
     rules.types.resize(head.usualWidth);
     return rules;
 }
 
-// Whole lines without a quote from here on, about so many bytes; none where a quote is in the first one.
+// About so many bytes from here on, up to a line end; none where there is no line end.
 std::string_view DelimitedText::CutPiece(std::size_t place, std::size_t pieceSize) {
+    return rowTextForm ? CutPlainLines(place, pieceSize) : CutRecords(place, pieceSize);
+}
+
+// Whole lines without a quote; none where a quote is in the first one.
+std::string_view DelimitedText::CutPlainLines(std::size_t place, std::size_t pieceSize) {
     const std::size_t end = text.size() - place > pieceSize ? place + pieceSize : text.size();
     if (nextQuote < place) {
         nextQuote = place;
@@ -324,14 +346,42 @@ std::string_view DelimitedText::CutPiece(std::size_t place, std::size_t pieceSiz
                                                           : text.substr(place, feed + 1 - place);
 }
 
-// As far as lines without quotes go from where the scanner is, which then stands behind them.
+// Whole lines, which are whole records if the line end is in no quotes: what was read tells. So it is where
+// quotes are pairs up to there; where they aren't, as of an inch, the guess is that they are characters.
+std::string_view DelimitedText::CutRecords(std::size_t place, std::size_t pieceSize) const {
+    if (text.size() - place <= pieceSize) {
+        return text.substr(place);
+    }
+    const char* const begin = text.data() + place;
+    const char* end = begin + pieceSize;
+    std::size_t quotes = CountByte(begin, end, dialect.quote);
+    std::string_view lines;
+    for (int lookedAt = 0; lookedAt < LinesToEndAt; ++lookedAt) {
+        const std::size_t feed = std::string_view(begin, static_cast<std::size_t>(end - begin)).rfind('\n');
+        if (feed == std::string_view::npos) {
+            return lines;
+        }
+        const char* const behind = begin + feed + 1;
+        quotes -= CountByte(behind, end, dialect.quote);
+        if (quotes % 2 == 0) {
+            return {begin, feed + 1};
+        }
+        lines = lines.empty() ? std::string_view(begin, feed + 1) : lines;
+        end = behind - 1;
+    }
+    return lines;
+}
+
+// As far as records can be read in pieces from where the scanner is, which then stands behind them. Pieces
+// are begun where a record seems to; where one turns out to go on, those behind it are for nothing.
 void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, CellOutput& output) {
     std::size_t place = scanner.GetEnd();
     std::size_t pieceSize = FirstPiece;
     bool hasMore = true;
     while (hasMore || !readers.IsEmpty()) {
         while (hasMore && !readers.IsFull()) {
-            const std::string_view lines = CutPiece(place, pieceSize);
+            const std::string_view lines =
+                place < text.size() ? CutPiece(place, pieceSize) : std::string_view();
             hasMore = !lines.empty();
             if (hasMore) {
                 readers.Give(lines);
@@ -340,25 +390,33 @@ void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, Ce
             }
         }
         if (!readers.IsEmpty()) {
-            PutPiece(readers.Take(), scanner, output);
+            const LinePiece& piece = readers.Take();
+            const std::size_t end = PlaceOf(piece.GetLines().data()) + piece.GetLines().size();
+            PutPiece(piece, scanner, output);
+            if (scanner.GetEnd() != end) {
+                readers.Forget();
+                return;
+            }
             hasMore = hasMore && !WantsOtherRows();
         }
     }
-    scanner.Seek(place);
 }
 
+// Leaves the scanner behind the last record that was put.
 void DelimitedText::PutPiece(const LinePiece& piece, RecordScanner& scanner, CellOutput& output) {
-    const auto start = static_cast<std::size_t>(piece.GetLines().data() - text.data());
+    const std::size_t start = PlaceOf(piece.GetLines().data());
+    const std::size_t end = start + piece.GetLines().size();
     TellProgress(start);
     if (isStreaming) {
         LetGoBefore(start);
     }
     if (piece.IsParted() && piece.HasRowTexts() && !WantsOtherRows()) {
         PutRowTexts(piece);
+        scanner.Seek(end);
         return;
     }
     if (!piece.IsParted() || piece.HasRowTexts()) {
-        for (scanner.Seek(start); scanner.GetEnd() < start + piece.GetLines().size();) {
+        for (scanner.Seek(start); scanner.GetEnd() < end;) {
             ReadRecord(scanner, output);
         }
         return;
@@ -375,13 +433,20 @@ void DelimitedText::PutPiece(const LinePiece& piece, RecordScanner& scanner, Cel
     std::uint32_t row = 0;
     for (const LinePiece::OddLine& odd : piece.GetOddLines()) {
         PutRows(piece, row, odd.row, output);
-        BeginRecord(static_cast<std::size_t>(odd.line.data() - text.data()));
-        EndRecord(output, PutLine(odd.line, output));
+        scanner.Seek(PlaceOf(odd.line.data()));
+        ReadRecord(scanner, output);
+        if (scanner.GetEnd() != PlaceOf(odd.line.data()) + odd.line.size()) {
+            return;
+        }
         isHead = isRemark = false;
         votes.clear();
         row = odd.row + 1;
     }
     PutRows(piece, row, piece.GetRowCount(), output);
+    scanner.Seek(start + piece.GetTaken().size());
+    if (scanner.GetEnd() < end) {
+        ReadRecord(scanner, output);
+    }
 }
 
 // Rows of a piece, which are as the sink writes them.
@@ -492,16 +557,11 @@ void DelimitedText::PutColumn(const LinePiece& piece, std::size_t col, std::uint
     const LinePiece::Column& column = piece.GetColumns()[col];
     const int place = static_cast<int>(col) + 1;
     const auto rowOf = [&](std::uint32_t row) { return size.rows + 1 + static_cast<int>(row - first); };
-    const bool hasNumbers = types[col].kind == ColumnType::Number;
+    const bool hasRuns = HasRuns(col);
     std::uint32_t begin = first;
     const auto putRun = [&](std::uint32_t end) {
-        if (hasNumbers && end > begin) {
-            const std::span<const double> run = std::span(column.numbers).subspan(begin, end - begin);
-            if (cellRuns != nullptr) {
-                cellRuns->SetCellRun(place, rowOf(begin), run);
-            } else {
-                output.ColumnRun(place, rowOf(begin), run);
-            }
+        if (hasRuns && end > begin) {
+            PutRun(column, col, begin, end, rowOf(begin), output);
         }
     };
     const std::size_t firstOther = othersPut[col];
@@ -515,12 +575,48 @@ void DelimitedText::PutColumn(const LinePiece& piece, std::size_t col, std::uint
         }
     }
     putRun(last);
-    for (std::size_t i = firstOther; i < at && hasNumbers; ++i) {
+    for (std::size_t i = firstOther; i < at && hasRuns; ++i) {
         if (column.others[i].kind == LinePiece::Other::Source) {
             output.Source(place, rowOf(column.others[i].row), column.others[i].text);
         }
     }
     othersPut[col] = at;
+}
+
+// Whether the cells of a piece's column are values side by side, but for the others.
+bool DelimitedText::HasRuns(std::size_t col) const {
+    switch (types[col].kind) {
+        case ColumnType::Number:
+            return true;
+        case ColumnType::Text:
+            return MakesTextRuns();
+        case ColumnType::Empty:
+            return false;
+        default:
+            return cellRuns != nullptr;
+    }
+}
+
+// Whether texts are UTF-8 without a further look, or become it without one.
+bool DelimitedText::MakesTextRuns() const {
+    return cellRuns != nullptr &&
+           (!source.NeedsConversion() || source.GetEncoding().kind == TextEncoding::Windows1252);
+}
+
+void DelimitedText::PutRun(const LinePiece::Column& column, std::size_t col, std::uint32_t first,
+                           std::uint32_t last, int row, CellOutput& output) {
+    const int place = static_cast<int>(col) + 1;
+    const ColumnType::Kind kind = types[col].kind;
+    if (kind == ColumnType::Text) {
+        cellRuns->SetTextRun(place, row, column.texts.GetRun(first, last));
+    } else if (kind != ColumnType::Number) {
+        cellRuns->SetValueRun(place, row, GetRunKind(kind, column.areBlanked),
+                              std::span(column.values).subspan(first, last - first));
+    } else if (const auto run = std::span(column.numbers).subspan(first, last - first); cellRuns != nullptr) {
+        cellRuns->SetCellRun(place, row, run);
+    } else {
+        output.ColumnRun(place, row, run);
+    }
 }
 
 void DelimitedText::PutRow(const LinePiece& piece, std::uint32_t row, CellOutput& output) {
@@ -566,7 +662,7 @@ void DelimitedText::PutOther(const LinePiece& piece, const LinePiece::Other& oth
             break;
         case LinePiece::Other::Value:
         case LinePiece::Other::Unlooked:
-            recordStart = static_cast<std::size_t>(other.text.data() - text.data());
+            recordStart = PlaceOf(piece.GetLines().data()) + other.record;
             if (other.kind == LinePiece::Other::Value) {
                 PutLooked(piece.GetForm(other), other.text, output, col, row);
             } else {

@@ -67,7 +67,10 @@ private:
     bool ReadRowText(RecordScanner& scanner, CellOutput& output);
     bool MayPart(const RecordScanner& scanner) const;
     LineRules GetLineRules() const;
-    std::string_view CutPiece(std::size_t place, std::size_t size);
+    std::string_view CutPiece(std::size_t place, std::size_t pieceSize);
+    std::string_view CutPlainLines(std::size_t place, std::size_t pieceSize);
+    std::string_view CutRecords(std::size_t place, std::size_t pieceSize) const;
+    std::size_t PlaceOf(const char* byte) const { return static_cast<std::size_t>(byte - text.data()); }
     void ReadPieces(PieceReaders& readers, RecordScanner& scanner, CellOutput& output);
     void PutPiece(const LinePiece& piece, RecordScanner& scanner, CellOutput& output);
     bool IsBelowHead() const;
@@ -85,6 +88,10 @@ private:
                   int row);
     void PutColumn(const LinePiece& piece, std::size_t col, std::uint32_t first, std::uint32_t last,
                    CellOutput& output);
+    bool HasRuns(std::size_t col) const;
+    bool MakesTextRuns() const;
+    void PutRun(const LinePiece::Column& column, std::size_t col, std::uint32_t first, std::uint32_t last,
+                int row, CellOutput& output);
     void PutRow(const LinePiece& piece, std::uint32_t row, CellOutput& output);
     void TellProgress(std::size_t place) const;
     void LetGoBefore(std::size_t place);

@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "base/Ascii.h"
+#include "base/ByteWord.h"
 
 namespace {
 
@@ -192,9 +193,80 @@ bool TakeOrderedDate(DateReader& reader, DateOrder order, FieldDate& date) {
     return days.has_value();
 }
 
+// Digits and marks of a word that has them at these places.
+constexpr std::uint64_t DateMarks = 0x2d30302d30303030U;   // "0000-00-"
+constexpr std::uint64_t ClockMarks = 0x30303a30303a3030U;  // "00:00:00"
+
+// The digits of a word with such marks, each pair's number at the place of the first one; false where a byte
+// is another. A byte above 9 in place of a digit, or above 0 in place of a mark, shows in its highest bit.
+bool TakePairs(const char* at, std::uint64_t marks, std::uint64_t& pairs) {
+    // Of '0', '-' and ':', the first alone has this bit set and that one not.
+    const std::uint64_t isDigit = (marks >> 4U) & ~(marks >> 3U) & ByteWord::Ones;
+    const std::uint64_t limits = 0x7f * ByteWord::Ones - 9 * isDigit;
+    const std::uint64_t digits = ByteWord::Load(at) ^ marks;
+    pairs = digits * 10 + (digits >> 8U);
+    return (((digits + limits) | digits) & ByteWord::HighBits) == 0;
+}
+
+int PairAt(std::uint64_t pairs, unsigned int place) {
+    return static_cast<int>(pairs >> (8 * place) & 0xffU);
+}
+
+bool ReadPlainClock(const char* at, std::int64_t& microseconds) {
+    std::uint64_t pairs = 0;
+    if (!TakePairs(at, ClockMarks, pairs)) {
+        return false;
+    }
+    const int hour = PairAt(pairs, 0);
+    const int minute = PairAt(pairs, 3);
+    const int second = PairAt(pairs, 6);
+    microseconds = (hour * SecondsOfHour + minute * SecondsOfMinute + second) * MicrosecondsOfSecond;
+    return hour < 24 && minute < 60 && second < 60;
+}
+
+bool ReadPlainDay(const char* at, std::int64_t& days) {
+    std::uint64_t pairs = 0;
+    if (!TakePairs(at, DateMarks, pairs) || !IsDigit(at[8]) || !IsDigit(at[9])) {
+        return false;
+    }
+    const auto known = GetDays(PairAt(pairs, 0) * 100 + PairAt(pairs, 2), PairAt(pairs, 5),
+                               (at[8] - '0') * 10 + (at[9] - '0'));
+    days = known.value_or(0);
+    return known.has_value();
+}
+
 }  // namespace
 
+std::optional<FieldDate> ReadPlainDate(std::string_view text) {
+    constexpr std::size_t DaySize = 10;
+    constexpr std::size_t ClockSize = 8;
+    FieldDate date;
+    date.isCanonical = true;
+    if (!ByteWord::IsUsable) {
+        return std::nullopt;
+    }
+    if (text.size() == ClockSize && ReadPlainClock(text.data(), date.value)) {
+        date.kind = FieldDate::Time;
+        return date;
+    }
+    if (text.size() == DaySize && ReadPlainDay(text.data(), date.value)) {
+        return date;
+    }
+    std::int64_t days = 0;
+    if (text.size() == DaySize + 1 + ClockSize && (text[DaySize] == 'T' || text[DaySize] == ' ') &&
+        ReadPlainDay(text.data(), days) && ReadPlainClock(text.data() + DaySize + 1, date.value)) {
+        date.kind = FieldDate::DateTime;
+        date.value += days * SecondsOfDay * MicrosecondsOfSecond;
+        date.isCanonical = text[DaySize] == 'T';
+        return date;
+    }
+    return std::nullopt;
+}
+
 std::optional<FieldDate> ReadFieldDate(std::string_view text, DateOrder order) {
+    if (const auto plain = ReadPlainDate(text)) {
+        return plain;
+    }
     // The shortest is 9:05.
     if (text.size() < 4 || !IsDigit(text.front())) {
         return std::nullopt;

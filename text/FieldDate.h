@@ -18,3 +18,9 @@ struct FieldDate {
 
 /** Nothing where the whole text isn't one. */
 std::optional<FieldDate> ReadFieldDate(std::string_view text, DateOrder order);
+
+/**
+ * The same of what is written as most are: "2025-09-17", "13:42:00", "2025-09-17T13:42:00", or with a blank
+ * in place of the T, which alone isn't canonical. Nothing of any other.
+ */
+std::optional<FieldDate> ReadPlainDate(std::string_view text);

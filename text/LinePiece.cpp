@@ -4,16 +4,59 @@
 #include <cstring>
 
 #include "base/ByteScan.h"
+#include "text/FieldDate.h"
 #include "text/JsonFields.h"
+#include "text/RecordScanner.h"
 #include "text/TextEncoding.h"
 #include "text/TypedField.h"
 
+namespace {
+
+// Whether a column's values lie side by side as 64-bit numbers.
+bool IsOfValues(const ColumnType& type, const LineRules& rules) {
+    return rules.makesRuns && (type.kind == ColumnType::Bool || type.kind == ColumnType::Date ||
+                               type.kind == ColumnType::Time || type.kind == ColumnType::DateTime);
+}
+
+bool IsOfTexts(const ColumnType& type, const LineRules& rules) {
+    return rules.makesTexts && type.kind == ColumnType::Text;
+}
+
+bool IsLineEnd(char byte) {
+    return byte == '\n' || byte == '\r';
+}
+
+// The quote that closes the field which begins behind its opening one, or `end`.
+const char* FindClosingQuote(const char* from, const char* end, const TextDialect& dialect, bool& isEscaped) {
+    while (true) {
+        from = dialect.escape == '\0' ? FindByte(from, end, dialect.quote)
+                                      : FindByte(from, end, dialect.quote, dialect.escape);
+        if (from == end) {
+            return end;
+        }
+        const bool isEscape = dialect.escape != '\0' && *from == dialect.escape;
+        if (from + 1 == end) {
+            return *from == dialect.quote && !isEscape ? from : end;
+        }
+        if (!isEscape && from[1] != dialect.quote) {
+            return from;
+        }
+        isEscaped = true;
+        from += 2;
+    }
+}
+
+}  // namespace
+
 void LinePiece::Clear(std::string_view lines, const LineRules& rules) {
     text = lines;
+    taken = lines.size();
     rows = 0;
     isParted = true;
+    isOpen = false;
     forms.clear();
     oddLines.clear();
+    unescapedTexts.Clear();
     hasRowTexts = rules.rowTexts.has_value();
     if (hasRowTexts) {
         isJson = rules.rowTexts->kind == RowTextForm::JsonLines;
@@ -26,10 +69,17 @@ void LinePiece::Clear(std::string_view lines, const LineRules& rules) {
     columns.resize(rules.types.size());
     const std::size_t count = CountByte(lines.data(), lines.data() + lines.size(), '\n') + 1;
     for (std::size_t col = 0; col < columns.size(); ++col) {
-        columns[col].others.clear();
-        if (rules.types[col].kind == ColumnType::Number && columns[col].numbers.size() < count) {
-            columns[col].numbers.resize(count);
+        Column& column = columns[col];
+        column.others.clear();
+        if (rules.types[col].kind == ColumnType::Number && column.numbers.size() < count) {
+            column.numbers.resize(count);
+        } else if (IsOfValues(rules.types[col], rules) && column.values.size() < count) {
+            column.values.resize(count);
+        } else if (IsOfTexts(rules.types[col], rules)) {
+            column.texts.Clear(count);
         }
+        column.hasWriting = false;
+        column.areBlanked = false;
     }
 }
 
@@ -131,78 +181,209 @@ void LinePiece::Read(std::string_view lines, const LineRules& rules) {
         ReadRowTexts(rules, *rules.rowTexts);
         return;
     }
-    const char* at = lines.data();
-    const char* const end = at + lines.size();
-    while (at != end) {
-        const auto* const feed =
-            static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at)));
-        const char* const behind = feed == nullptr ? end : feed + 1;
-        const char* lineEnd = feed == nullptr ? end : feed;
-        if (lineEnd != at && lineEnd[-1] == '\r') {
-            --lineEnd;
-        }
-        if (std::memchr(at, '\r', static_cast<std::size_t>(lineEnd - at)) != nullptr) {
-            isParted = false;
+    const char* const end = lines.data() + lines.size();
+    for (record = lines.data(); record != end; ++rows) {
+        const char* behind = ReadRecord(record, end, rules);
+        if (!isParted) {
             return;
         }
-        if (at == lineEnd || *at == '#' || !ReadLine(at, lineEnd, rules)) {
-            oddLines.push_back({rows, {at, static_cast<std::size_t>(lineEnd - at)}});
+        if (behind == nullptr) {
+            DropRow(rules);
+            if (isOpen) {
+                taken = static_cast<std::size_t>(record - lines.data());
+                return;
+            }
+            const auto* const feed = static_cast<const char*>(
+                std::memchr(fieldBegin, '\n', static_cast<std::size_t>(end - fieldBegin)));
+            behind = feed == nullptr ? end : feed + 1;
+            oddLines.push_back({rows, {record, static_cast<std::size_t>(behind - record)}});
         }
-        ++rows;
-        at = behind;
+        record = behind;
     }
 }
 
-// False, with nothing of it kept, for a line that has another number of fields.
-bool LinePiece::ReadLine(const char* at, const char* end, const LineRules& rules) {
-    const char delimiter = rules.dialect.delimiter.front();
+// What is behind a record that goes into the columns; null for any other.
+const char* LinePiece::ReadRecord(const char* at, const char* end, const LineRules& rules) {
     const std::size_t width = columns.size();
-    for (std::size_t col = 0;; ++col) {
-        if (col == width) {
-            DropRow();
-            return false;
-        }
-        const ColumnType::Kind kind = rules.types[col].kind;
-        const char* behind = kind == ColumnType::Number ? ReadNumber(at, end, rules, col) : nullptr;
+    fieldBegin = at;
+    if (*at == '#' || IsLineEnd(*at)) {
+        isParted = *at == '#' || TakeLineEnd(at, end) != nullptr;
+        return nullptr;
+    }
+    for (std::size_t col = 0; col < width; ++col) {
+        fieldBegin = at;
+        const char* const behind = ReadField(at, end, rules, col);
         if (behind == nullptr) {
-            behind = FindByte(at, end, delimiter);
-            const std::string_view value(at, static_cast<std::size_t>(behind - at));
-            if (value.empty()) {
-                AddOther(col, Other::Missing, value);
-            } else if (kind == ColumnType::Text) {
-                AddOther(col, Other::Text, value);
-            } else {
-                AddValue(col, value, rules);
-            }
+            return nullptr;
         }
-        if (behind == end) {
-            if (col + 1 != width) {
-                DropRow();
-            }
-            return col + 1 == width;
+        if (behind == end || *behind != rules.dialect.delimiter.front()) {
+            return col + 1 == width ? TakeLineEnd(behind, end) : nullptr;
         }
         at = behind + 1;
         at += rules.dialect.skipsBlank && at != end && *at == ' ' ? 1 : 0;
     }
+    return nullptr;
 }
 
-// A field of a column of numbers that is one, as most are: what is behind it, else null.
-const char* LinePiece::ReadNumber(const char* at, const char* end, const LineRules& rules, std::size_t col) {
+// What is behind the line end, or the text's, at `at`; null for a carriage return by itself.
+const char* LinePiece::TakeLineEnd(const char* at, const char* end) {
+    if (at == end || at + 1 == end || *at == '\n') {
+        return at == end ? end : at + 1;
+    }
+    isParted = at[1] == '\n';
+    return isParted ? at + 2 : nullptr;
+}
+
+// A field of a column of numbers that is one, as most are: what is behind it, else null. `isEnd` tells
+// whether a place behind a number is where its field ends.
+template <class IsEnd>
+const char* LinePiece::ReadNumber(std::string_view from, const char* readable, const LineRules& rules,
+                                  std::size_t col, IsEnd isEnd) {
     FieldForm form;
-    const char* const behind =
-        TakePlainNumber(at, end, rules.textEnd, rules.dialect.delimiter.front(), rules.types[col], form);
+    const char* const behind = TakePlainNumber(from, readable, rules.types[col], isEnd, form);
     if (behind == nullptr) {
         return nullptr;
     }
     columns[col].numbers[rows] = form.number;
     if (!form.isCanonical) {
-        AddOther(col, Other::Source, {at, static_cast<std::size_t>(behind - at)});
+        AddOther(col, Other::Source, {from.data(), static_cast<std::size_t>(behind - from.data())});
     }
     return behind;
 }
 
+// What is behind a field; null where it takes more than one look to see what it is.
+const char* LinePiece::ReadField(const char* at, const char* end, const LineRules& rules, std::size_t col) {
+    const TextDialect& dialect = rules.dialect;
+    if (at != end && *at == dialect.quote) {
+        return ReadQuoted(at, end, rules, col);
+    }
+    if (rules.types[col].kind == ColumnType::Number) {
+        const char delimiter = dialect.delimiter.front();
+        const auto isEnd = [end, delimiter](const char* place) {
+            return place == end || *place == delimiter || IsLineEnd(*place);
+        };
+        const std::string_view from(at, static_cast<std::size_t>(end - at));
+        if (const char* const behind = ReadNumber(from, rules.textEnd, rules, col, isEnd)) {
+            return behind;
+        }
+    }
+    if (at != end && *at == ' ') {
+        const char* const begin = std::find_if_not(at, end, [](char c) { return c == ' '; });
+        if (begin != end && *begin == dialect.quote) {
+            return nullptr;
+        }
+    }
+    const char* const behind = FindByte(at, end, dialect.delimiter.front(), '\n', '\r');
+    if (behind == at) {
+        AddOther(col, Other::Missing, {});
+        if (IsOfTexts(rules.types[col], rules)) {
+            columns[col].texts.PutNothing(rows);
+        }
+    } else {
+        PutField({at, static_cast<std::size_t>(behind - at)}, rules.textEnd, rules, col);
+    }
+    return behind;
+}
+
+// A field that is nothing but what stands between its quotes.
+const char* LinePiece::ReadQuoted(const char* open, const char* end, const LineRules& rules,
+                                  std::size_t col) {
+    bool isEscaped = false;
+    const char* const close = FindClosingQuote(open + 1, end, rules.dialect, isEscaped);
+    if (close == end) {
+        isOpen = true;
+        return nullptr;
+    }
+    const char* const behind = close + 1;
+    if (behind != end && *behind != rules.dialect.delimiter.front() && !IsLineEnd(*behind)) {
+        return nullptr;
+    }
+    std::string_view value(open + 1, static_cast<std::size_t>(close - open - 1));
+    const char* readable = rules.textEnd;
+    const bool isText = IsOfTexts(rules.types[col], rules);
+    if (isEscaped) {
+        unescaped.clear();
+        AppendUnescaped(unescaped, value, rules.dialect);
+        value = isText ? unescaped : std::string_view(unescapedTexts.Add(unescaped), unescaped.size());
+        readable = value.data() + value.size();
+    }
+    // Nothing in quotes is the empty text, whatever the column is.
+    if (value.empty() && !isText) {
+        AddOther(col, Other::Text, value);
+    } else {
+        PutField(value, readable, rules, col);
+    }
+    return behind;
+}
+
+// A field that has characters, or is a text.
+void LinePiece::PutField(std::string_view value, const char* readable, const LineRules& rules,
+                         std::size_t col) {
+    switch (rules.types[col].kind) {
+        case ColumnType::Text:
+            PutText(value, readable, rules, col);
+            return;
+        case ColumnType::Number:
+            if (const char* const end = value.data() + value.size();
+                ReadNumber(value, readable, rules, col, [end](const char* at) { return at == end; }) !=
+                nullptr) {
+                return;
+            }
+            break;
+        case ColumnType::Bool:
+        case ColumnType::Date:
+        case ColumnType::Time:
+        case ColumnType::DateTime:
+            if (rules.makesRuns && PutValue(value, rules, col)) {
+                return;
+            }
+            break;
+        case ColumnType::Empty:
+            break;
+    }
+    AddValue(col, value, rules);
+}
+
+void LinePiece::PutText(std::string_view value, const char* readable, const LineRules& rules,
+                        std::size_t col) {
+    if (!rules.makesTexts) {
+        AddOther(col, Other::Text, value);
+    } else if (rules.isUtf8 || !HasHighBytes(value)) {
+        columns[col].texts.Put(rows, value, readable);
+    } else {
+        utf8.clear();
+        AppendWindows1252(utf8, value);
+        columns[col].texts.Put(rows, utf8, utf8.data() + utf8.size());
+    }
+}
+
+// A truth value, date or time written as most are. False, with nothing done, for any other.
+bool LinePiece::PutValue(std::string_view value, const LineRules& rules, std::size_t col) {
+    const ColumnType::Kind kind = rules.types[col].kind;
+    Column& column = columns[col];
+    if (kind == ColumnType::Bool) {
+        column.values[rows] = value == "TRUE" ? 1 : 0;
+        return value == "TRUE" || value == "FALSE";
+    }
+    const auto date = ReadPlainDate(value);
+    if (!date || kind != (date->kind == FieldDate::Date   ? ColumnType::Date
+                          : date->kind == FieldDate::Time ? ColumnType::Time
+                                                          : ColumnType::DateTime)) {
+        return false;
+    }
+    column.values[rows] = date->value;
+    if (!column.hasWriting) {
+        column.hasWriting = true;
+        column.areBlanked = !date->isCanonical;
+    } else if (column.areBlanked == date->isCanonical) {
+        AddOther(col, Other::Source, value);
+    }
+    return true;
+}
+
 void LinePiece::AddOther(std::size_t col, Other::Kind kind, std::string_view value, std::uint32_t form) {
-    columns[col].others.push_back({rows, form, kind, value});
+    columns[col].others.push_back(
+        {rows, form, static_cast<std::uint32_t>(record - text.data()), kind, value});
 }
 
 void LinePiece::AddValue(std::size_t col, std::string_view value, const LineRules& rules) {
@@ -214,10 +395,15 @@ void LinePiece::AddValue(std::size_t col, std::string_view value, const LineRule
     forms.push_back(GetFieldForm(value, rules.dateOrder));
 }
 
-void LinePiece::DropRow() {
-    for (Column& column : columns) {
+// Takes back what of a record is there.
+void LinePiece::DropRow(const LineRules& rules) {
+    for (std::size_t col = 0; col < columns.size(); ++col) {
+        Column& column = columns[col];
         if (!column.others.empty() && column.others.back().row == rows) {
             column.others.pop_back();
+        }
+        if (IsOfTexts(rules.types[col], rules)) {
+            column.texts.PutNothing(rows);
         }
     }
 }

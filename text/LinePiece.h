@@ -3,15 +3,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "base/JsonRows.h"
 #include "base/SeparatedText.h"
+#include "base/TextArena.h"
 #include "frame/RowTextSink.h"
 #include "text/ColumnTypes.h"
 #include "text/DelimitedOptions.h"
 #include "text/FieldForm.h"
+#include "text/PieceTexts.h"
 #include "text/TextDialect.h"
 
 /** What the lines of a text are read by; the same for all pieces of it. */
@@ -21,45 +24,55 @@ struct LineRules {
     DateOrder dateOrder = DateOrder::None;
     bool isUtf8 = false;                 /**< all bytes are known to be */
     bool isOneByte = false;              /**< bytes above ASCII are characters by themselves */
+    bool makesRuns = false;              /**< truth values, dates and times lie side by side, as numbers do */
+    bool makesTexts = false;             /**< and so do texts */
     std::optional<RowTextForm> rowTexts; /**< the lines become rows of text, and no columns */
     const char* textEnd = nullptr;       /**< behind the whole text */
 };
 
 /**
- * Some lines of delimited text without quotes, divided and converted, in columns: the part of reading that
- * needs nothing but the lines, so that any thread can do it. Lines of another width than most have, and
- * remarks, are only found.
+ * Some records of delimited text, divided and converted, in columns: the part of reading that needs nothing
+ * but their bytes, so that any thread can do it. It takes the beginning for that of a record, and those
+ * records that are divided in one way only: of the usual width, each field plain or wholly in quotes. Others,
+ * and remarks, are only found, each taken for a line.
  */
 class LinePiece {
 public:
-    /** A cell that isn't just a number, or a number that would be written with other characters. */
+    /** A cell that isn't just a value of its column, or one that would be written with other characters. */
     struct Other {
         enum Kind : std::uint8_t {
             Text,
             Missing,
             Value,    /**< has a form */
             Unlooked, /**< its bytes may have to be converted first */
-            Source    /**< the number's characters */
+            Source    /**< the value's characters */
         };
-        std::uint32_t row;   // from 0
-        std::uint32_t form;  // its place among the forms
+        std::uint32_t row;     // from 0
+        std::uint32_t form;    // its place among the forms
+        std::uint32_t record;  // where its record begins, from the piece's beginning
         Kind kind;
         std::string_view text;
     };
     struct Column {
-        std::vector<double> numbers;  // one a row where the column is numbers; 0 at others
-        std::vector<Other> others;    // by rows
+        std::vector<double> numbers;       // one a row where the column is numbers; 0 at others
+        std::vector<std::int64_t> values;  // the same of truth values, dates and times in runs
+        PieceTexts texts;                  // of texts
+        bool hasWriting = false;           // the first date and time of the piece tells how they are written
+        bool areBlanked = false;           // with a blank between them
+        std::vector<Other> others;         // by rows
     };
-    /** A line that isn't in the columns. */
+    /** A record that isn't in the columns, with what it is if it is a line. */
     struct OddLine {
         std::uint32_t row;
-        std::string_view line;
+        std::string_view line;  // with its end
     };
 
     /** Whole lines, each with its line feed but for the text's last one. */
     void Read(std::string_view lines, const LineRules& rules);
 
     std::string_view GetLines() const { return text; }
+    /** What of the lines is here: all but a record at the end whose quote isn't closed in them. */
+    std::string_view GetTaken() const { return text.substr(0, taken); }
     /** False where carriage returns part lines as well, or lines can't be rows of text: then nothing else
      * here holds. */
     bool IsParted() const { return isParted; }
@@ -78,11 +91,19 @@ public:
 
 private:
     void Clear(std::string_view lines, const LineRules& rules);
-    bool ReadLine(const char* at, const char* end, const LineRules& rules);
-    const char* ReadNumber(const char* at, const char* end, const LineRules& rules, std::size_t col);
+    const char* ReadRecord(const char* at, const char* end, const LineRules& rules);
+    const char* ReadField(const char* at, const char* end, const LineRules& rules, std::size_t col);
+    const char* ReadQuoted(const char* open, const char* end, const LineRules& rules, std::size_t col);
+    template <class IsEnd>
+    const char* ReadNumber(std::string_view from, const char* readable, const LineRules& rules,
+                           std::size_t col, IsEnd isEnd);
+    const char* TakeLineEnd(const char* at, const char* end);
+    void PutField(std::string_view value, const char* readable, const LineRules& rules, std::size_t col);
+    void PutText(std::string_view value, const char* readable, const LineRules& rules, std::size_t col);
+    bool PutValue(std::string_view value, const LineRules& rules, std::size_t col);
     void AddOther(std::size_t col, Other::Kind kind, std::string_view value, std::uint32_t form = 0);
     void AddValue(std::size_t col, std::string_view value, const LineRules& rules);
-    void DropRow();
+    void DropRow(const LineRules& rules);
     void ReadRowTexts(const LineRules& rules, const RowTextForm& form);
     template <class Adder>
     void AddRows(const RowTextForm& form, const Adder& addFields);
@@ -92,11 +113,18 @@ private:
     void LookForZone(std::string_view value, const LineRules& rules);
 
     std::string_view text;
+    std::size_t taken = 0;
     std::uint32_t rows = 0;
     bool isParted = true;
+    bool isOpen = false;           // a quote at the end isn't closed
+    const char* record = nullptr;  // the one that is read
+    const char* fieldBegin = nullptr;
     std::vector<Column> columns;
     std::vector<FieldForm> forms;
     std::vector<OddLine> oddLines;
+    std::string unescaped;  // a field's text for the moment
+    std::string utf8;
+    TextArena unescapedTexts;  // those that others refer to
     bool hasRowTexts = false;
     bool isJson = false;
     SeparatedText rowTexts;

@@ -54,6 +54,15 @@ const LinePiece& PieceReaders::Take() {
     return slot.piece;
 }
 
+void PieceReaders::Forget() {
+    std::unique_lock lock(mutex);
+    for (; taken < given; ++taken) {
+        Slot& slot = SlotAt(taken);
+        slot.state = slot.state == State::Waiting ? State::Done : slot.state;
+        changed.wait(lock, [&slot] { return slot.state == State::Done; });
+    }
+}
+
 // The earliest piece that nobody reads yet.
 PieceReaders::Slot* PieceReaders::FindWaiting() {
     for (std::size_t place = taken; place < given; ++place) {

@@ -28,6 +28,8 @@ public:
     void Give(std::string_view lines);
     /** The next piece, until Take is called again or anything is given; raises what its reading raised. */
     const LinePiece& Take();
+    /** Of what was given nothing more is wanted; what is being read is waited for. */
+    void Forget();
 
 private:
     enum class State { Waiting, Read, Done };

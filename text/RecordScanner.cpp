@@ -25,6 +25,24 @@ bool IsLineEnd(char byte) {
 
 }  // namespace
 
+// Of a doubled quote and of an escape with what it stands before, the second byte is meant; of one at the
+// end, the first.
+void AppendUnescaped(std::string& text, std::string_view quoted, const TextDialect& dialect) {
+    const char* at = quoted.data();
+    const char* const end = at + quoted.size();
+    while (at != end) {
+        const char* const found = dialect.escape == '\0' ? FindByte(at, end, dialect.quote)
+                                                         : FindByte(at, end, dialect.quote, dialect.escape);
+        text.append(at, found);
+        at = found;
+        if (at != end) {
+            const bool isEscape = dialect.escape != '\0' && *at == dialect.escape;
+            at += at + 1 != end && (isEscape || at[1] == dialect.quote) ? 1 : 0;
+            text += *at++;
+        }
+    }
+}
+
 RecordScanner::RecordScanner(std::string_view scannedText, const TextDialect& parts, std::size_t usualWidth,
                              End behindText)
     : text(scannedText),
@@ -401,12 +419,10 @@ std::string_view RecordScanner::GetText(const TextField& field, std::string& sto
         return field.text;
     }
     storage.clear();
-    for (std::size_t i = 0; i < field.text.size(); ++i) {
-        const char byte = field.text[i];
-        const bool isPair =
-            i + 1 < field.text.size() && ((byte == dialect.quote && field.text[i + 1] == dialect.quote) ||
-                                          (dialect.escape != '\0' && byte == dialect.escape));
-        storage += field.isEscaped && isPair ? field.text[++i] : byte;
+    if (field.isEscaped) {
+        AppendUnescaped(storage, field.text, dialect);
+    } else {
+        storage += field.text;
     }
     storage += field.behind;
     return storage;

@@ -20,6 +20,10 @@ struct TextField {
     bool isEscaped = false; /**< doubled quotes or escapes are in it */
 };
 
+/** Appends what is meant by what stands between the quotes of a field with doubled quotes or escapes in it.
+ */
+void AppendUnescaped(std::string& text, std::string_view quoted, const TextDialect& dialect);
+
 /**
  * Parts delimited text into records, after RFC 4180 and what people write. A quote counts only at a field's
  * start, blanks before it aside; a record ends in CR, LF or both. Text behind a closing quote belongs to the

@@ -15,14 +15,16 @@ void PutTypedField(const ColumnType& type, const FieldForm& form, std::string_vi
                    int col, int row);
 
 /**
- * Of a field of a column of numbers, at the front of [at, end), that is a plain number, as most are: what is
- * behind it, and its form. Null for any other. Bytes up to `readable` may be looked at.
+ * Of a field of a column of numbers, at the front of a text, that is a plain number, as most are: what is
+ * behind it, where `isEnd` says that the field ends there, and its form. Null for any other. Bytes up to
+ * `readable` may be looked at.
  */
-inline const char* TakePlainNumber(const char* at, const char* end, const char* readable, char delimiter,
-                                   const ColumnType& type, FieldForm& form) {
-    const PlainNumber plain({at, static_cast<std::size_t>(end - at)}, readable);
+template <class IsEnd>
+const char* TakePlainNumber(std::string_view text, const char* readable, const ColumnType& type, IsEnd isEnd,
+                            FieldForm& form) {
+    const PlainNumber plain(text, readable);
     const char* const behind = plain.GetEnd();
-    if (!plain.IsThere() || (behind != end && *behind != delimiter)) {
+    if (!plain.IsThere() || !isEnd(behind)) {
         return nullptr;
     }
     form = plain.GetForm();
@@ -31,4 +33,12 @@ inline const char* TakePlainNumber(const char* at, const char* end, const char* 
         return nullptr;
     }
     return behind;
+}
+
+/** The same at the front of [at, end), up to a delimiter. */
+inline const char* TakePlainNumber(const char* at, const char* end, const char* readable, char delimiter,
+                                   const ColumnType& type, FieldForm& form) {
+    return TakePlainNumber(
+        {at, static_cast<std::size_t>(end - at)}, readable, type,
+        [=](const char* place) { return place == end || *place == delimiter; }, form);
 }

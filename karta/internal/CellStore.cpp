@@ -45,40 +45,33 @@ std::uint64_t CellStore::FindText(std::string_view text) {
     if (text.empty()) {
         return GetEmptyWord();
     }
-    const std::uint64_t* const known = AreTextsComingAgain() ? recents.Find(text.data()) : nullptr;
+    if (!recents.IsWorthLooking()) {
+        return 0;
+    }
+    WidenRecents();
+    const std::uint64_t* const known = recents.Find(text.data());
     if (known == nullptr || GetText(*known) != text) {
         return 0;
     }
-    ++hits;
+    recents.CountHit();
     return *known;
 }
 
 std::uint64_t CellStore::AddNewText(std::string_view text) {
     const std::uint64_t word = Keep(text);
-    if (areComingAgain && recents.GetSize() > 0) {
+    if (recents.AreComingAgain() && recents.GetSize() > 0) {
         recents.Put(text.data(), word);
     }
     return word;
 }
 
-// Whether it is worth looking for a text among those that came before; not where few did.
-bool CellStore::AreTextsComingAgain() {
-    constexpr std::size_t TrialSize = std::size_t{1} << 16;
-    constexpr std::size_t LeastShare = 16;
-    if (!areComingAgain) {
-        return false;
-    }
-    if (++lookups % TrialSize == 0) {
-        areComingAgain = hits > TrialSize / LeastShare;
-        hits = 0;
-    }
+void CellStore::WidenRecents() {
     const std::size_t size = recents.GetSize();
-    if (size < MostRecents && lookups > 4 * size) {
+    if (size < MostRecents && recents.GetLookups() > 4 * size) {
         const std::size_t wider = size == 0 ? FewestRecents : RecentsGrowth * size;
         Charge(RecentTexts::GetBytes(wider - size));
         recents.Resize(wider);
     }
-    return true;
 }
 
 std::uint64_t CellStore::Keep(std::string_view text) {

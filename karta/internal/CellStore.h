@@ -72,16 +72,13 @@ private:
     static const std::uint32_t EmptyText;
 
     static std::uint64_t GetEmptyWord() { return reinterpret_cast<std::uintptr_t>(&EmptyText); }
-    bool AreTextsComingAgain();
+    void WidenRecents();
     std::uint64_t Keep(std::string_view text);
 
     char* Take(std::size_t size);
 
     ReadContext& context;
     RecentTexts recents;  // the words of texts that came from an address
-    bool areComingAgain = true;
-    std::size_t lookups = 0;
-    std::size_t hits = 0;  // among the last lookups
     std::uint64_t charged = 0;
     std::vector<TableBlock<char>> blocks;
     char* next = nullptr;

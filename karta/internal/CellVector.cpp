@@ -21,6 +21,7 @@ constexpr std::size_t MostStretches = 8;
 // Missing cells up to so many are kept as such; behind more of them a stretch begins anew.
 constexpr int WidestGap = 4096;
 constexpr int LeastRoom = 8;
+constexpr std::size_t LeastTextRoom = 64;
 constexpr int MostExpectedRoom = 1024;
 // Of what a read may take, the room for a run's announced cells takes so small a part at most.
 constexpr std::uint64_t LeastPartOfLimit = 4;
@@ -62,7 +63,7 @@ void Reserve(CellStore& store, Stretch& stretch, int count) {
     const std::size_t width = WidthOf(stretch.kind);
     store.Charge(more * (width + (stretch.kind == CellKind::Mixed ? 1 : 0)) +
                  (stretch.hasMissing ? more / 8 + 1 : 0));
-    stretch.values.ResizeUnset(static_cast<std::size_t>(room) * width);
+    stretch.values.ResizeUnset((static_cast<std::size_t>(room) + (stretch.areLaid ? 1 : 0)) * width);
     if (stretch.kind == CellKind::Mixed) {
         stretch.kinds.Resize(static_cast<std::size_t>(room));
     }
@@ -91,8 +92,13 @@ void AddMissing(CellStore& store, Stretch& stretch, int count) {
             NeedBits(&store, stretch);
         }
         const std::size_t width = WidthOf(stretch.kind);
-        std::memset(stretch.values.As<char>() + static_cast<std::size_t>(stretch.count) * width, 0,
-                    static_cast<std::size_t>(count) * width);
+        if (stretch.areLaid) {
+            std::int64_t* const end = stretch.values.As<std::int64_t>() + stretch.count;
+            std::fill_n(end + 1, count, *end);
+        } else {
+            std::memset(stretch.values.As<char>() + static_cast<std::size_t>(stretch.count) * width, 0,
+                        static_cast<std::size_t>(count) * width);
+        }
         stretch.count += count;
     }
 }
@@ -122,6 +128,53 @@ void Write(Stretch& stretch, int place, CellKind kind, std::uint64_t content) {
     }
 }
 
+// The word of a text that may lie elsewhere.
+std::uint64_t WordOf(CellStore& store, const Cell& cell) {
+    return cell.kind == CellKind::Text && cell.textLength != Cell::InStore ? store.AddText(cell.GetText())
+                                                                           : cell.content;
+}
+
+// Room for so many bytes of laid texts behind those that are there; where they go.
+char* ReserveText(CellStore& store, Stretch& stretch, std::size_t bytes) {
+    const auto used = static_cast<std::size_t>(stretch.values.As<std::int64_t>()[stretch.count]);
+    const std::size_t room = stretch.text.GetSize();
+    if (bytes > room - used) {
+        const std::size_t wider = std::max({used + bytes, 2 * room, LeastTextRoom});
+        store.Charge(wider - room);
+        stretch.text.ResizeUnset(wider);
+    }
+    return stretch.text.As<char>() + used;
+}
+
+// One laid text behind the others; there is room for its cell.
+void LayText(CellStore& store, Stretch& stretch, std::string_view text) {
+    if (text.size() >= Cell::InStore) {
+        throw std::length_error("a text of more than 4 GiB");
+    }
+    char* const end = ReserveText(store, stretch, text.size());
+    if (!text.empty()) {
+        std::memcpy(end, text.data(), text.size());
+    }
+    std::int64_t* const ends = stretch.values.As<std::int64_t>() + stretch.count;
+    ends[1] = ends[0] + static_cast<std::int64_t>(text.size());
+    if (stretch.hasMissing) {
+        SetBit(stretch.bits.As<std::uint8_t>(), stretch.count);
+    }
+    ++stretch.count;
+}
+
+// Laid texts as words of the store, so that each can be set anew.
+void TakeUp(CellStore& store, Stretch& stretch) {
+    store.InSteps(stretch.first, stretch.GetEnd(), [&](int from, int to) {
+        for (int place = from; place < to; ++place) {
+            const std::uint64_t word = stretch.IsThere(place) ? store.AddText(stretch.GetText(place)) : 0;
+            stretch.values.As<std::uint64_t>()[place - stretch.first] = word;
+        }
+    });
+    stretch.areLaid = false;
+    stretch.text = Buffer();
+}
+
 // The same cells, each with its kind.
 void Mix(CellStore& store, Stretch& stretch) {
     if (stretch.kind == CellKind::Mixed) {
@@ -134,7 +187,7 @@ void Mix(CellStore& store, Stretch& stretch) {
     mixed.count = stretch.count;
     for (int place = stretch.first; place < stretch.GetEnd(); ++place) {
         const Cell cell = stretch.Get(place);
-        Write(mixed, place, cell.kind, cell.content);
+        Write(mixed, place, cell.kind, WordOf(store, cell));
     }
     mixed.hasRuns = stretch.hasRuns;
     stretch = std::move(mixed);
@@ -215,6 +268,10 @@ Cell Stretch::Get(int place) const {
     if (!IsThere(place)) {
         return {};
     }
+    if (areLaid) {
+        const std::string_view one = GetText(place);
+        return {one.data(), static_cast<std::uint32_t>(one.size())};
+    }
     switch (WidthOf(kind)) {
         case 1:
             return {kind, values.As<std::uint8_t>()[at]};
@@ -261,7 +318,7 @@ void CellVector::Join(CellStore& store, int place) {
     joined.kind = CellKind::Mixed;
     Reserve(store, joined, end - joined.first);
     joined.count = end - joined.first;
-    ForEach(0, end, [&](int at, const Cell& cell) { Write(joined, at, cell.kind, cell.content); });
+    ForEach(0, end, [&](int at, const Cell& cell) { Write(joined, at, cell.kind, WordOf(store, cell)); });
     stretches.clear();
     stretches.push_back(std::move(joined));
 }
@@ -279,6 +336,10 @@ void CellVector::Append(CellStore& store, int place, CellKind kind, std::uint64_
             }
             Reserve(store, last, gap + last.count + 1);
             AddMissing(store, last, gap);
+            if (last.areLaid) {
+                LayText(store, last, CellStore::GetText(content));
+                return;
+            }
         }
     } else {
         AddStretch(store, place, kind, 1);
@@ -315,11 +376,23 @@ void CellVector::Put(CellStore& store, int place, CellKind kind, std::uint64_t c
     }
     if (stretch->kind != kind) {
         Mix(store, *stretch);
+    } else if (stretch->areLaid) {
+        TakeUp(store, *stretch);
     }
     Write(*stretch, place, kind, content);
 }
 
+void CellVector::PutCell(CellStore& store, int place, const Cell& cell) {
+    Put(store, place, cell.kind, WordOf(store, cell));
+}
+
 void CellVector::PutText(CellStore& store, int place, std::string_view text) {
+    if (!stretches.empty() && stretches.back().areLaid && place == GetEnd()) {
+        Stretch& last = stretches.back();
+        Reserve(store, last, last.count + 1);
+        LayText(store, last, text);
+        return;
+    }
     std::uint64_t word = store.FindText(text);
     if (word == 0 && !stretches.empty()) {
         // Texts often repeat the one above.
@@ -405,26 +478,137 @@ void CellVector::PutDoubles(CellStore& store, int place, std::span<const double>
     }
 }
 
+// The stretch of laid texts that a run at this place goes on with, up to there; null where it would be a
+// stretch too many. It begins right behind the one above, so that a column whose first rows are missing is
+// one.
+Stretch* CellVector::NeedLaidTexts(CellStore& store, int place) {
+    const int end = GetEnd();
+    const int gap = place - end;
+    Stretch* last = stretches.empty() ? nullptr : &stretches.back();
+    if (gap < 0) {
+        return nullptr;
+    }
+    if (last == nullptr || !last->areLaid || !GoesOn(*last, gap)) {
+        if (stretches.size() >= MostStretches) {
+            return nullptr;
+        }
+        last = &AddStretch(store, gap <= WidestGap ? end : place, CellKind::Text, 0);
+        // In place of the words that there is room for.
+        last->areLaid = true;
+        last->values.ResizeUnset((static_cast<std::size_t>(last->capacity) + 1) * sizeof(std::int64_t));
+        last->values.As<std::int64_t>()[0] = 0;
+    }
+    const int missing = place - last->GetEnd();
+    Reserve(store, *last, last->count + missing + 1);
+    AddMissing(store, *last, missing);
+    return last;
+}
+
+void CellVector::PutTexts(CellStore& store, int place, const TextRun& texts) {
+    if (texts.ends.empty()) {
+        return;
+    }
+    Stretch* const last = NeedLaidTexts(store, place);
+    std::uint32_t begin = texts.begin;
+    if (last == nullptr) {
+        for (const std::uint32_t end : texts.ends) {
+            PutText(store, place++, {texts.bytes + begin, end - begin});
+            begin = end;
+        }
+        return;
+    }
+    const int count = static_cast<int>(texts.ends.size());
+    Reserve(store, *last, last->count + count);
+    const std::size_t bytes = texts.ends.back() - begin;
+    char* const text = ReserveText(store, *last, bytes);
+    if (bytes > 0) {
+        std::memcpy(text, texts.bytes + begin, bytes);
+    }
+    std::int64_t* const ends = last->values.As<std::int64_t>() + last->count;
+    const std::int64_t further = ends[0] - begin;
+    for (int i = 0; i < count; ++i) {
+        ends[i + 1] = further + texts.ends[static_cast<std::size_t>(i)];
+    }
+    if (last->hasMissing) {
+        SetBits(last->bits.As<std::uint8_t>(), last->count, count);
+    }
+    last->count += count;
+}
+
+CellKind CellVector::KindOf(ValueRunKind kind) {
+    switch (kind) {
+        case ValueRunKind::Bool:
+            return CellKind::Bool;
+        case ValueRunKind::Date:
+            return CellKind::Date;
+        case ValueRunKind::Time:
+            return CellKind::Time;
+        case ValueRunKind::DateTime:
+        case ValueRunKind::DateBlankedTime:
+            break;
+    }
+    return CellKind::DateTime;
+}
+
+void CellVector::PutValues(CellStore& store, int place, ValueRunKind kind,
+                           std::span<const std::int64_t> values) {
+    const bool areBlanked = kind == ValueRunKind::DateBlankedTime;
+    const CellKind cellKind = KindOf(kind);
+    if (areBlanked) {
+        std::memset(NeedDecimals(store, place + static_cast<int>(values.size())) + place, Blanked,
+                    values.size());
+    }
+    // The first one makes the stretch and the room between.
+    while (!values.empty()) {
+        Put(store, place++, cellKind, static_cast<std::uint64_t>(values.front()));
+        values = values.subspan(1);
+        Stretch& last = stretches.back();
+        if (last.kind != cellKind || last.GetEnd() != place) {
+            continue;
+        }
+        const int count = static_cast<int>(values.size());
+        Reserve(store, last, last.count + count);
+        if (cellKind == CellKind::Bool) {
+            std::copy(values.begin(), values.end(), last.values.As<std::uint8_t>() + last.count);
+        } else if (cellKind == CellKind::Date) {
+            std::copy(values.begin(), values.end(), last.values.As<std::int32_t>() + last.count);
+        } else {
+            std::copy(values.begin(), values.end(), last.values.As<std::int64_t>() + last.count);
+        }
+        if (last.hasMissing) {
+            SetBits(last.bits.As<std::uint8_t>(), last.count, count);
+        }
+        last.count += count;
+        return;
+    }
+}
+
+std::uint8_t* CellVector::NeedDecimals(CellStore& store, int end) {
+    if (writing == nullptr) {
+        writing = std::make_unique<Writing>();
+    }
+    const std::size_t size = writing->decimals.GetSize();
+    if (static_cast<std::size_t>(end) > size) {
+        const std::size_t room = std::max({static_cast<std::size_t>(end), 2 * size, std::size_t{64}});
+        store.Charge(room - size);
+        writing->decimals.Resize(room);
+    }
+    return writing->decimals.As<std::uint8_t>();
+}
+
 // Plain decimals take a byte a cell; of any other source the characters are kept.
 void CellVector::PutSource(CellStore& store, int place, std::string_view source) {
     const Cell cell = Get(place);
     if (cell.kind == CellKind::Text) {
         return;
     }
-    if (writing == nullptr) {
-        writing = std::make_unique<Writing>();
-    }
     const auto decimals = cell.kind == CellKind::Float64 ? CountDecimals(source) : std::nullopt;
     if (decimals) {
-        const std::size_t size = writing->decimals.GetSize();
-        if (static_cast<std::size_t>(place) >= size) {
-            const std::size_t room =
-                std::max({static_cast<std::size_t>(place) + 1, 2 * size, std::size_t{64}});
-            store.Charge(room - size);
-            writing->decimals.Resize(room);
-        }
-        writing->decimals.As<std::uint8_t>()[place] = static_cast<std::uint8_t>(*decimals + 1);
+        NeedDecimals(store, place + 1)[place] = static_cast<std::uint8_t>(*decimals + 1);
         return;
+    }
+    if (writing == nullptr) {
+        writing = std::make_unique<Writing>();
     }
     store.Charge(sizeof(Sources::value_type));
     const std::uint64_t word = store.AddText(source);
@@ -474,7 +658,10 @@ std::string CellVector::GetText(int place) const {
         const int decimals = static_cast<std::size_t>(place) < writing->decimals.GetSize()
                                  ? writing->decimals.As<std::uint8_t>()[place]
                                  : 0;
-        if (decimals > 0 && cell.kind == CellKind::Float64) {
+        if (decimals == Blanked && cell.kind == CellKind::DateTime) {
+            return FormatDateTime(cell.GetInteger(), ' ');
+        }
+        if (decimals > 0 && decimals != Blanked && cell.kind == CellKind::Float64) {
             return FormatDecimals(cell.GetDouble(), decimals - 1);
         }
     }
@@ -488,7 +675,8 @@ bool CellVector::HasFractionSource(int first, int end) const {
     const int known =
         static_cast<int>(std::min<std::size_t>(writing->decimals.GetSize(), static_cast<std::size_t>(end)));
     for (int place = first; place < known; ++place) {
-        if (writing->decimals.As<std::uint8_t>()[place] > 0) {
+        const std::uint8_t decimals = writing->decimals.As<std::uint8_t>()[place];
+        if (decimals > 0 && decimals != Blanked) {
             return true;
         }
     }

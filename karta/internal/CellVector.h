@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "frame/CellRunSink.h"
 #include "karta/Buffer.h"
 #include "karta/internal/Bits.h"
 #include "karta/internal/CellStore.h"
@@ -33,15 +34,28 @@ enum class CellKind : std::uint8_t {
 };
 constexpr std::size_t CellKinds = 10;
 
-/** A cell and its content: a number's bits, days, microseconds, 0 or 1, or the word of a text. */
+/** A cell and its content: a number's bits, days, microseconds, 0 or 1, or a text. */
 struct Cell {
+    /** Of a text's length: the content is its word in the store, else the address of so many bytes. */
+    static constexpr std::uint32_t InStore = 0xffffffff;
+
+    Cell() = default;
+    Cell(CellKind cellKind, std::uint64_t cellContent) : kind(cellKind), content(cellContent) {}
+    /** Of a text. */
+    Cell(const char* bytes, std::uint32_t length)
+        : kind(CellKind::Text), textLength(length), content(reinterpret_cast<std::uintptr_t>(bytes)) {}
+
     CellKind kind = CellKind::Missing;
+    std::uint32_t textLength = InStore;
     std::uint64_t content = 0;
 
     float GetFloat() const { return std::bit_cast<float>(static_cast<std::uint32_t>(content)); }
     double GetDouble() const { return std::bit_cast<double>(content); }
     std::int64_t GetInteger() const { return static_cast<std::int64_t>(content); }
-    std::string_view GetText() const { return CellStore::GetText(content); }
+    std::string_view GetText() const {
+        return textLength == InStore ? CellStore::GetText(content)
+                                     : std::string_view(reinterpret_cast<const char*>(content), textLength);
+    }
     bool IsNumber() const {
         return kind == CellKind::Int64 || kind == CellKind::Float32 || kind == CellKind::Float64;
     }
@@ -68,7 +82,9 @@ public:
         CellKind kind = CellKind::Missing;
         bool hasMissing = false; /**< then `bits` tell which are there */
         bool hasRuns = false;    /**< some came as runs of an array */
-        Buffer values;
+        bool areLaid = false;    /**< texts that lie one behind the other; else they are in the store */
+        Buffer values;           /**< of laid texts where each begins, and where the last one ends */
+        Buffer text;             /**< the bytes of laid texts */
         Buffer bits;
         Buffer kinds; /**< of mixed cells */
 
@@ -77,12 +93,19 @@ public:
             return !hasMissing || GetBit(bits.As<std::uint8_t>(), place - first);
         }
         Cell Get(int place) const;
+        /** Of laid texts. */
+        std::string_view GetText(int place) const {
+            const std::int64_t* const begins = values.As<std::int64_t>() + (place - first);
+            return {text.As<char>() + begins[0], static_cast<std::size_t>(begins[1] - begins[0])};
+        }
     };
 
     int GetEnd() const { return stretches.empty() ? 0 : stretches.back().GetEnd(); }
     bool IsEmpty() const { return stretches.empty(); }
 
-    /** Any kind but Missing and Mixed. */
+    /** Any cell but a missing one. */
+    void PutCell(CellStore& store, int place, const Cell& cell);
+    /** Any kind but Missing and Mixed; a text's word. */
     void Put(CellStore& store, int place, CellKind kind, std::uint64_t content);
     void PutDouble(CellStore& store, int place, double value) { PutNumber(store, place, value); }
     /** A double or a float. */
@@ -114,6 +137,11 @@ public:
     void PutRun(CellStore& store, int place, std::span<const double> values, int expectedEnd = 0);
     /** Numbers that are cells by themselves, as by PutDouble. */
     void PutDoubles(CellStore& store, int place, std::span<const double> values);
+    /** As so many calls of PutText. */
+    void PutTexts(CellStore& store, int place, const TextRun& texts);
+    static CellKind KindOf(ValueRunKind kind);
+    /** Truth values, dates and times, as by Put. */
+    void PutValues(CellStore& store, int place, ValueRunKind kind, std::span<const std::int64_t> values);
     /** The characters that a number, date or truth value had in its file. */
     void PutSource(CellStore& store, int place, std::string_view source);
     /** Cells from here on are gone. */
@@ -147,9 +175,12 @@ private:
     using Sources = std::vector<std::pair<int, std::uint64_t>>;
     /** How the numbers of a column were written. */
     struct Writing {
-        Buffer decimals;  // a byte a place: digits behind the point + 1; 0: none known
+        Buffer decimals;  // a byte a place: digits behind the point + 1, or Blanked; 0: nothing known
         Sources sources;  // in the order of the places
     };
+
+    /** Among the decimals: a date and time with a blank between them. */
+    static constexpr std::uint8_t Blanked = 0xff;
 
     Stretch* Find(int place);
     const Stretch* Find(int place) const;
@@ -160,6 +191,8 @@ private:
     void PutNumbers(CellStore& store, int place, CellKind kind, std::span<const Number> values,
                     int expectedEnd);
     void Join(CellStore& store, int place);
+    Stretch* NeedLaidTexts(CellStore& store, int place);
+    std::uint8_t* NeedDecimals(CellStore& store, int end);
 
     std::vector<Stretch> stretches;    // in the order of their places
     std::unique_ptr<Writing> writing;  // null where nothing is known

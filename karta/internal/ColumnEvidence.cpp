@@ -21,6 +21,14 @@ bool IsExact(std::int64_t value) {
 std::int64_t CountEmptyTexts(const CellStore& store, const Stretch& stretch, int first, int end) {
     const std::uint64_t* const words = stretch.values.As<std::uint64_t>();
     std::int64_t count = 0;
+    if (stretch.areLaid) {
+        store.InSteps(first, end, [&](int from, int to) {
+            for (int at = from - stretch.first; at < to - stretch.first; ++at) {
+                count += words[at] == words[at + 1] && stretch.IsThere(at + stretch.first) ? 1 : 0;
+            }
+        });
+        return count;
+    }
     store.InSteps(first, end, [&](int from, int to) {
         for (int place = from; place < to; ++place) {
             count += CellStore::IsEmptyText(words[place - stretch.first]) && stretch.IsThere(place) ? 1 : 0;

@@ -102,6 +102,26 @@ std::shared_ptr<const Column> MakeTextColumn(const std::vector<std::string_view>
     return std::make_shared<Column>("", "", std::move(texts));
 }
 
+// The values of so many rows: what there was room for beyond is given back; rows without a value are zeros.
+void FitValues(Stretch& stretch, std::int64_t rows, std::size_t width) {
+    const std::size_t filled = static_cast<std::size_t>(stretch.count) * width;
+    const std::size_t size = static_cast<std::size_t>(rows) * width;
+    if (filled < size) {
+        stretch.values.ResizeUnset(filled);
+    }
+    stretch.values.Resize(size);
+}
+
+// The same of laid texts: rows without one are empty where the last one ends.
+void FitTexts(Stretch& stretch, std::int64_t rows) {
+    const std::int64_t end = stretch.values.As<std::int64_t>()[stretch.count];
+    stretch.values.ResizeUnset((static_cast<std::size_t>(rows) + 1) * sizeof(std::int64_t));
+    if (rows > stretch.count) {
+        std::fill_n(stretch.values.As<std::int64_t>() + stretch.count + 1, rows - stretch.count, end);
+    }
+    stretch.text.Resize(static_cast<std::size_t>(stretch.values.As<std::int64_t>()[rows]));
+}
+
 }  // namespace
 
 template <class Use>
@@ -154,7 +174,8 @@ bool ColumnMaker::IsTakeable(const CellVector& cells, int first, int rows, CellK
     for (const Stretch& stretch : cells.GetStretches()) {
         if (stretch.GetEnd() > first && stretch.first < first + rows) {
             ++found;
-            isTakeable = stretch.kind == kind && stretch.first <= first;
+            isTakeable =
+                stretch.kind == kind && stretch.first <= first && (kind != CellKind::Text || stretch.areLaid);
         }
     }
     return found == 1 && isTakeable;
@@ -187,12 +208,12 @@ ColumnBuffers ColumnMaker::Take(CellVector& cells, int first, int rows, CellKind
             ClearBit(stretch->bits.As<std::uint8_t>(), place);
         }
     }
-    // What there was room for beyond is given back; rows without a value are zeros.
-    const std::size_t filled = static_cast<std::size_t>(stretch->count) * width;
-    if (filled < static_cast<std::size_t>(end) * width) {
-        stretch->values.ResizeUnset(filled);
+    if (type == ColumnType::Text) {
+        FitTexts(*stretch, end);
+        buffers.text = std::make_shared<Buffer>(std::move(stretch->text));
+    } else {
+        FitValues(*stretch, end, width);
     }
-    stretch->values.Resize(static_cast<std::size_t>(end) * width);
     buffers.values = std::make_shared<Buffer>(std::move(stretch->values));
     if (stretch->hasMissing) {
         const std::int64_t there = CountBits(stretch->bits.As<std::uint8_t>(), buffers.offset, rows);
@@ -256,6 +277,27 @@ ColumnBuffers ColumnMaker::MakeBools(const CellVector& cells, int first, int row
     return buffers;
 }
 
+// Texts that lie as they are to be stay where they are, unless a list of the distinct ones takes much less.
+ColumnBuffers ColumnMaker::TakeOrMakeTexts(CellVector& cells, int first, int rows, bool mayBeDictionary) {
+    if (!IsTakeable(cells, first, rows, CellKind::Text)) {
+        return MakeTexts(cells, first, rows, mayBeDictionary);
+    }
+    if (mayBeDictionary) {
+        std::int64_t bytes = 0;
+        for (const Stretch& stretch : cells.GetStretches()) {
+            const std::int64_t* const begins = stretch.values.As<std::int64_t>();
+            bytes = stretch.areLaid ? begins[std::min(stretch.count, first + rows - stretch.first)] -
+                                          begins[first - stretch.first]
+                                    : bytes;
+        }
+        ColumnBuffers dictionary = MakeDictionary(cells, first, rows, bytes + (std::int64_t{rows} + 1) * 8);
+        if (dictionary.dictionary != nullptr) {
+            return dictionary;
+        }
+    }
+    return Take(cells, first, rows, CellKind::Text, ColumnType::Text);
+}
+
 ColumnBuffers ColumnMaker::MakeTexts(const CellVector& cells, int first, int rows, bool mayBeDictionary) {
     // Texts that aren't kept as such are made once for their lengths, and once for their bytes.
     std::string made;
@@ -312,6 +354,35 @@ ColumnBuffers ColumnMaker::MakeTexts(const CellVector& cells, int first, int row
     return buffers;
 }
 
+// Whether texts may come again so often that a list of the distinct ones takes less than half: of a long
+// column a sample tells at once where they don't. If there were no more distinct ones than such a list may
+// have, pairs of the same text would be in any two rows with at least one chance in that many.
+bool ColumnMaker::MayRepeat(const CellVector& cells, int first, int rows, std::int64_t plainSize) const {
+    constexpr int LeastRows = 1 << 16;
+    constexpr double PairsExpected = 128;
+    constexpr std::int32_t LeastPairs = 32;
+    const auto most =
+        static_cast<double>(std::min<std::int64_t>((plainSize / 2 - std::int64_t{rows} * 4) / 8, rows));
+    const auto samples = std::sqrt(2 * PairsExpected * std::max(most, 1.0));
+    const auto stride = static_cast<std::uint32_t>(rows / samples);
+    if (rows < LeastRows || stride < 8) {
+        return true;
+    }
+    TextIndex index;
+    std::int32_t texts = 0;
+    std::uint32_t chance = 1;
+    // At uneven distances, so that no order of the rows hides the pairs.
+    for (std::int64_t row = 0; row < rows; row += 1 + (chance >> 8U) % (2 * stride)) {
+        const Cell cell = cells.Get(first + static_cast<int>(row));
+        if (cell.kind == CellKind::Text) {
+            index.FindPassing(cell.GetText());
+            ++texts;
+        }
+        chance = chance * 1'664'525U + 1'013'904'223U;
+    }
+    return texts < samples / 2 || texts - static_cast<std::int32_t>(index.GetTexts().size()) >= LeastPairs;
+}
+
 // Places in a list of the distinct texts, where both together take less than half; else nothing.
 ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, int rows,
                                           std::int64_t plainSize) {
@@ -319,7 +390,7 @@ ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, in
     TextIndex index;
     std::int64_t size = placesSize + 8;
     const auto isLess = [&] { return 2 * size < plainSize; };
-    if (!isLess()) {
+    if (!isLess() || !MayRepeat(cells, first, rows, plainSize)) {
         return {};
     }
     ColumnBuffers buffers;
@@ -329,19 +400,20 @@ ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, in
     auto places = NewBuffer(static_cast<std::size_t>(placesSize));
     Buffer validity(BytesOfBits(rows));
     std::int64_t count = 0;
-    std::uint64_t above = 0;
+    std::string_view above;
     std::int32_t placeOfAbove = 0;
     ForEach(cells, first, first + rows, [&](int place, const Cell& cell) {
         if (!isLess()) {
             return;
         }
-        if (cell.content != above) {
+        const std::string_view text = cell.GetText();
+        if (text.data() != above.data() || text.size() != above.size()) {
             const std::size_t known = index.GetTexts().size();
-            placeOfAbove = index.Find(cell.GetText());
+            placeOfAbove = cell.textLength == Cell::InStore ? index.Find(text) : index.FindPassing(text);
             if (index.GetTexts().size() > known) {
-                size += static_cast<std::int64_t>(cell.GetText().size()) + 8;
+                size += static_cast<std::int64_t>(text.size()) + 8;
             }
-            above = cell.content;
+            above = text;
         }
         places->As<std::int32_t>()[place - first] = placeOfAbove;
         SetBit(validity.As<std::uint8_t>(), place - first);
@@ -482,7 +554,7 @@ ColumnBuffers ColumnMaker::BuildBuffers(CellVector& cells, int first, int rows, 
         case ColumnType::Float64:
             return TakeOrGather<double>(cells, first, rows, CellKind::Float64, type);
         case ColumnType::Text:
-            return MakeTexts(cells, first, rows, true);
+            return TakeOrMakeTexts(cells, first, rows, true);
         case ColumnType::Date32:
             return TakeOrGather<std::int32_t>(cells, first, rows, CellKind::Date, type);
         case ColumnType::Time64:
@@ -500,7 +572,7 @@ ColumnBuffers ColumnMaker::BuildBuffers(CellVector& cells, int first, int rows, 
 Column ColumnMaker::Build(CellVector& cells, int first, int rows, const ColumnForm& form,
                           const std::string& name, const std::string& unit) {
     ColumnBuffers buffers = form.dictionary != nullptr      ? MakePlaces(cells, first, rows, form.dictionary)
-                            : form.type == ColumnType::Text ? MakeTexts(cells, first, rows, false)
+                            : form.type == ColumnType::Text ? TakeOrMakeTexts(cells, first, rows, false)
                                                             : BuildBuffers(cells, first, rows, form.type);
     // The cells are in the column now.
     cells = CellVector();

@@ -52,7 +52,9 @@ private:
     template <class Value>
     ColumnBuffers TakeOrGather(CellVector& cells, int first, int rows, CellKind kind, ColumnType type);
     ColumnBuffers MakeWholeNumbers(CellVector& cells, int first, int rows);
+    ColumnBuffers TakeOrMakeTexts(CellVector& cells, int first, int rows, bool mayBeDictionary);
     ColumnBuffers MakeTexts(const CellVector& cells, int first, int rows, bool mayBeDictionary);
+    bool MayRepeat(const CellVector& cells, int first, int rows, std::int64_t plainSize) const;
     ColumnBuffers MakePlaces(const CellVector& cells, int first, int rows,
                              const std::shared_ptr<const Column>& dictionary);
     ColumnBuffers MakeDictionary(const CellVector& cells, int first, int rows, std::int64_t plainSize);

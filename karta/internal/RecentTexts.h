@@ -9,7 +9,8 @@ namespace karta {
 
 /**
  * What was made of the texts that came last, by the addresses where they lay: a table of a fixed size, from
- * which older ones drop out. Whether the same text still lies there is for the caller to see.
+ * which older ones drop out. Whether the same text still lies there is for the caller to see, who tells of
+ * it: where few texts come again, looking for them is given up.
  */
 class RecentTexts {
 public:
@@ -17,6 +18,21 @@ public:
     void Resize(std::size_t texts);
     std::size_t GetSize() const { return buckets.size() * WaysOfBucket; }
     static std::size_t GetBytes(std::size_t texts) { return texts * sizeof(Entry); }
+
+    /** Whether a look is worth it; counts as one. */
+    bool IsWorthLooking() {
+        constexpr std::size_t TrialSize = std::size_t{1} << 16;
+        constexpr std::size_t LeastShare = 16;
+        if (areComingAgain && ++lookups % TrialSize == 0) {
+            areComingAgain = hits > TrialSize / LeastShare;
+            hits = 0;
+        }
+        return areComingAgain;
+    }
+    bool AreComingAgain() const { return areComingAgain; }
+    /** A look found the very text. */
+    void CountHit() { ++hits; }
+    std::size_t GetLookups() const { return lookups; }
 
     /** What was put for an address, or null. */
     const std::uint64_t* Find(const void* address) const {
@@ -47,6 +63,9 @@ private:
     }
 
     std::vector<Bucket> buckets;
+    bool areComingAgain = true;
+    std::size_t lookups = 0;
+    std::size_t hits = 0;  // among the lookups of the trial at hand
 };
 
 }  // namespace karta

@@ -34,6 +34,29 @@ bool IsExactNumber(const Cell& cell) {
                                                                 cell.GetInteger() <= LargestExactInteger));
 }
 
+// Whether each text is, which it is where all bytes together are and none begins amid a character.
+bool AreUtf8(const TextRun& texts) {
+    std::string_view rest(texts.bytes + texts.begin, texts.ends.back() - texts.begin);
+    // All bytes, without a way out, which the compiler turns into wide instructions.
+    unsigned char all = 0;
+    for (const char c : rest) {
+        all |= static_cast<unsigned char>(c);
+    }
+    if (all < 0x80) {
+        return true;
+    }
+    while (!rest.empty()) {
+        const std::size_t length = GetUtf8Length(rest);
+        if (length == 0) {
+            return false;
+        }
+        rest.remove_prefix(length);
+    }
+    return std::all_of(texts.ends.begin(), texts.ends.end(), [&](std::uint32_t begin) {
+        return begin == texts.ends.back() || (static_cast<unsigned char>(texts.bytes[begin]) & 0xc0U) != 0x80;
+    });
+}
+
 // "B" of the second column, as spreadsheets call it.
 std::string LettersOf(int col) {
     std::string letters;
@@ -105,6 +128,16 @@ bool TableSink::Take(int col, int row) {
     if (firstBlock == NotLooked) {
         LookAtShape();
     }
+    return true;
+}
+
+// The same of so many cells below each other, of which there is one at least.
+bool TableSink::TakeRun(int col, int firstRow, std::size_t cells) {
+    const auto room = static_cast<std::size_t>(std::numeric_limits<int>::max() - std::max(firstRow, 1));
+    if (firstRow < 1 || cells == 0 || cells > room || !Take(col, firstRow + static_cast<int>(cells) - 1)) {
+        return false;
+    }
+    Count(cells);
     return true;
 }
 
@@ -337,12 +370,9 @@ void TableSink::PutRowRun(int firstCol, int row, std::span<const Number> values)
 
 template <class Number>
 void TableSink::PutColumnRun(int col, int firstRow, std::span<const Number> values) {
-    const auto room = static_cast<std::size_t>(std::numeric_limits<int>::max() - std::max(firstRow, 1));
-    if (firstRow < 1 || values.empty() || values.size() > room ||
-        !Take(col, firstRow + static_cast<int>(values.size()) - 1)) {
+    if (!TakeRun(col, firstRow, values.size())) {
         return;
     }
-    Count(values.size());
     if (firstBlock == NoColumn && !isPlanned) {
         LookAtShape();
     }
@@ -354,18 +384,43 @@ void TableSink::PutColumnRun(int col, int firstRow, std::span<const Number> valu
 }
 
 void TableSink::SetCellRun(int col, int firstRow, std::span<const double> values) {
-    const auto room = static_cast<std::size_t>(std::numeric_limits<int>::max() - std::max(firstRow, 1));
-    if (firstRow < 1 || values.empty() || values.size() > room ||
-        !Take(col, firstRow + static_cast<int>(values.size()) - 1)) {
+    if (!TakeRun(col, firstRow, values.size())) {
         return;
     }
-    Count(values.size());
     if (!IsInBlock(col)) {
         ColumnAt(col).PutDoubles(store, firstRow - 1, values);
         return;
     }
     for (const double value : values) {
         Put(col, firstRow++, CellKind::Float64, BitsOf(value));
+    }
+}
+
+void TableSink::SetTextRun(int col, int firstRow, const TextRun& texts) {
+    if (!TakeRun(col, firstRow, texts.ends.size())) {
+        return;
+    }
+    if (!IsInBlock(col) && AreUtf8(texts)) {
+        ColumnAt(col).PutTexts(store, firstRow - 1, texts);
+        return;
+    }
+    std::uint32_t begin = texts.begin;
+    for (const std::uint32_t end : texts.ends) {
+        TableSink::SetText(col, firstRow++, {texts.bytes + begin, end - begin});
+        begin = end;
+    }
+}
+
+void TableSink::SetValueRun(int col, int firstRow, ValueRunKind kind, std::span<const std::int64_t> values) {
+    if (!TakeRun(col, firstRow, values.size())) {
+        return;
+    }
+    if (!IsInBlock(col)) {
+        ColumnAt(col).PutValues(store, firstRow - 1, kind, values);
+        return;
+    }
+    for (const std::int64_t value : values) {
+        Put(col, firstRow++, CellVector::KindOf(kind), BitsOf(value));
     }
 }
 
@@ -412,7 +467,7 @@ void TableSink::DissolveBlock() {
     const int last = std::min(lastBlock, numCols);
     for (auto& [row, cells] : heads) {
         cells.ForEach(0, cells.GetEnd(), [&, at = row](int place, const Cell& cell) {
-            ColumnAt(firstBlock + place).Put(store, at - 1, cell.kind, cell.content);
+            ColumnAt(firstBlock + place).PutCell(store, at - 1, cell);
         });
     }
     heads.clear();
@@ -466,7 +521,7 @@ void TableSink::GatherHeads(const TableShape& shape, int last) {
     for (int col = firstBlock; col <= std::min(last, static_cast<int>(columns.size())); ++col) {
         CellVector& cells = columns[static_cast<std::size_t>(col) - 1];
         cells.ForEach(0, firstBlockRow - 1, [&](int place, const Cell& cell) {
-            heads[place + 1].Put(store, col - firstBlock, cell.kind, cell.content);
+            heads[place + 1].PutCell(store, col - firstBlock, cell);
         });
     }
 }

@@ -73,6 +73,8 @@ public:
     void SetColumnRun(int col, int firstRow, std::span<const float> values) override;
     void SetColumnRun(int col, int firstRow, std::span<const double> values) override;
     void SetCellRun(int col, int firstRow, std::span<const double> values) override;
+    void SetTextRun(int col, int firstRow, const TextRun& texts) override;
+    void SetValueRun(int col, int firstRow, ValueRunKind kind, std::span<const std::int64_t> values) override;
     /** Where they make no matrix. */
     bool PrefersCellRuns() const override {
         return !context->shape.isKnown || context->shape.firstBlockColumn == 0;
@@ -127,6 +129,7 @@ private:
     }
     void Look();
     bool Take(int col, int row);
+    bool TakeRun(int col, int firstRow, std::size_t cells);
     CellVector& ColumnAt(int col);
     void AddColumns(int count);
     void Put(int col, int row, CellKind kind, std::uint64_t content);

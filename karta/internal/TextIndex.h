@@ -14,7 +14,7 @@ class TextIndex {
 public:
     /** The place of a text, which stays the caller's; a new one gets the next. */
     std::int32_t Find(std::string_view text);
-    /** The same of a text that goes while the index stays: another may come to lie where it was. */
+    /** The same of a text whose address tells nothing: another may come to lie there, or none ever again. */
     std::int32_t FindPassing(std::string_view text);
     const std::vector<std::string_view>& GetTexts() const { return texts; }
     /** The text that was new last, at the place where it stays. */
@@ -27,15 +27,12 @@ private:
         std::uint32_t hash = 0;
     };
 
-    bool AreTextsComingAgain() const;
     std::int32_t FindByHash(std::string_view text);
     void Grow();
 
     std::vector<std::string_view> texts;
     std::vector<Slot> slots;  // a power of two of them, at most half of them taken
     RecentTexts recents;      // their places; as many
-    std::size_t lookups = 0;  // among the recent ones, and those that found something
-    std::size_t hits = 0;
 };
 
 }  // namespace karta

@@ -13,6 +13,7 @@
 #include "karta/Detect.h"
 #include "karta/Formats.h"
 #include "tests/support/BiffBuilder.h"
+#include "tests/support/QuotedRows.h"
 #include "tests/support/TempFolder.h"
 #include "tests/support/ZipBuilder.h"
 
@@ -60,6 +61,34 @@ TEST(Read, SpectraAreABlockBehindTheirLabels) {
     EXPECT_EQ(spectra.GetBlock()->GetAxis().front(), 1100.0);
     EXPECT_NEAR(spectra.GetBlock()->GetNumber(0, 0), 0.2498, 1e-4);
     EXPECT_FALSE(spectra.GetFacts().empty());
+}
+
+// Texts, dates and truth values that come in runs are the columns that the same cells make one by one.
+TEST(Read, QuotedTextInPiecesIsTheTableOfItsRecords) {
+    const TempFolder folder;
+    for (const int oddEvery : {0, 173, 5003}) {
+        const std::string many = MakeQuotedRows(90'000, oddEvery, "\n");
+        const Table fast = karta::Read(folder.Write("fast.txt", many), {.delimiter = "\t"});
+        const Table slow = karta::Read(folder.Write("slow.txt", WithTwoTabs(many)), {.delimiter = "\t\t"});
+        ASSERT_EQ(fast.GetRowCount(), slow.GetRowCount());
+        ASSERT_EQ(fast.GetColumnCount(), slow.GetColumnCount());
+        for (std::size_t col = 0; col < slow.GetColumnCount(); ++col) {
+            const karta::Column& one = fast.GetColumn(col);
+            const karta::Column& other = slow.GetColumn(col);
+            EXPECT_EQ(one.GetName(), other.GetName());
+            EXPECT_EQ(one.GetType(), other.GetType());
+            EXPECT_EQ(one.GetNullCount(), other.GetNullCount());
+            EXPECT_EQ(one.GetBuffers().dictionary == nullptr, other.GetBuffers().dictionary == nullptr);
+            int differences = 0;
+            for (std::int64_t row = 0; row < slow.GetRowCount(); ++row) {
+                differences += one.IsMissing(row) != other.IsMissing(row) ||
+                                       one.ToText(row) != WithOneTab(other.ToText(row))
+                                   ? 1
+                                   : 0;
+            }
+            EXPECT_EQ(differences, 0) << one.GetName() << " " << oddEvery;
+        }
+    }
 }
 
 TEST(Read, TextIsColumnsByName) {

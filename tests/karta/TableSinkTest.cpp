@@ -125,6 +125,123 @@ TEST(TableSinkTest, TakesRunsOfCellsAsCells) {
     }
 }
 
+// Runs of texts behind each other, behind gaps, beside single cells and over what is there are what as many
+// texts are.
+TEST(TableSinkTest, TakesRunsOfTextsAsTexts) {
+    const std::string bytes = "abcdef\u00e9\xff";
+    const std::vector<std::uint32_t> ends = {2, 2, 5, 8};
+    const std::vector<std::uint32_t> amid = {7, 8};
+    const std::vector<std::uint32_t> none = {3, 9};
+    const auto putCells = [&](Making& making, int col, int row, std::uint32_t begin,
+                              const std::vector<std::uint32_t>& to) {
+        for (const std::uint32_t end : to) {
+            making.sink.SetText(col, row++, std::string_view(bytes).substr(begin, end - begin));
+            begin = end;
+        }
+    };
+    Making runs;
+    Making cells;
+    int col = 0;
+    for (const std::vector<int>& rows : std::vector<std::vector<int>>{
+             {1, 5, 9}, {2, 6, 20}, {1, 5, 3}, {1, 20'000, 5}, {3, 7, 1}, {1, 1, 1}, {1, 5, 5}}) {
+        ++col;
+        for (const int row : rows) {
+            const bool isAmid = row == 9 || row == 20;
+            runs.sink.SetTextRun(col, row, {bytes.data(), isAmid ? 5U : 0U, isAmid ? amid : ends});
+            putCells(cells, col, row, isAmid ? 5 : 0, isAmid ? amid : ends);
+        }
+        runs.sink.SetTextRun(col, 30, {bytes.data(), 0, none});
+        putCells(cells, col, 30, 0, none);
+        for (Making* const making : {&runs, &cells}) {
+            making->sink.SetText(col, 32, "single");
+            making->sink.SetText(col, col, "over");
+            making->sink.SetMissing(col, 7);
+            if (col % 2 == 0) {
+                making->sink.Set(col, 33, 1.5);
+            }
+        }
+        runs.sink.SetTextRun(col, 34, {bytes.data(), 2, std::span(ends).subspan(2)});
+        putCells(cells, col, 34, 2, {5, 8});
+    }
+    const Table one = runs.sink.Finish();
+    const Table other = cells.sink.Finish();
+    EXPECT_EQ(runs.NoteText(), cells.NoteText());
+    ASSERT_EQ(one.GetColumnCount(), other.GetColumnCount());
+    for (std::size_t i = 0; i < one.GetColumnCount(); ++i) {
+        EXPECT_EQ(one.GetColumn(i).GetType(), other.GetColumn(i).GetType());
+        EXPECT_EQ(one.GetColumn(i).GetNullCount(), other.GetColumn(i).GetNullCount());
+        EXPECT_EQ(TextsOf(one.GetColumn(i)), TextsOf(other.GetColumn(i))) << i;
+    }
+}
+
+TEST(TableSinkTest, TakesRunsOfDatesAndTruthValues) {
+    const std::vector<std::int64_t> values = {1, 0, 1};
+    Making runs(0);
+    Making cells(0);
+    int col = 0;
+    for (const ValueRunKind kind : {ValueRunKind::Bool, ValueRunKind::Date, ValueRunKind::Time,
+                                    ValueRunKind::DateTime, ValueRunKind::DateBlankedTime}) {
+        ++col;
+        for (const int firstRow : {1, 5, 2, 4}) {
+            runs.sink.SetValueRun(col, firstRow, kind, values);
+            int row = firstRow;
+            for (const std::int64_t value : values) {
+                switch (kind) {
+                    case ValueRunKind::Bool:
+                        cells.sink.SetBool(col, row, value != 0);
+                        break;
+                    case ValueRunKind::Date:
+                        cells.sink.SetDate(col, row, static_cast<std::int32_t>(value));
+                        break;
+                    case ValueRunKind::Time:
+                        cells.sink.SetTime(col, row, value);
+                        break;
+                    default:
+                        cells.sink.SetDateTime(col, row, value);
+                        break;
+                }
+                ++row;
+            }
+        }
+    }
+    // Amid texts it is told as it was written.
+    for (Making* const making : {&runs, &cells}) {
+        making->sink.SetText(5, 8, "text");
+        making->sink.SetSource(5, 7, "noon");
+    }
+    const Table one = runs.sink.Finish();
+    const Table other = cells.sink.Finish();
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(one.GetColumn(i).GetType(), other.GetColumn(i).GetType());
+        EXPECT_EQ(TextsOf(one.GetColumn(i)), TextsOf(other.GetColumn(i))) << i;
+    }
+    EXPECT_EQ(one.GetColumn(4).GetText(0), "1970-01-01 00:00:00.000001");
+    EXPECT_EQ(one.GetColumn(4).GetText(6), "noon");
+    EXPECT_EQ(other.GetColumn(4).GetText(0), "1970-01-01T00:00:00.000001");
+}
+
+// Of texts that hardly ever repeat no list of the distinct ones is made; of those that do, in any order, one
+// is.
+TEST(TableSinkTest, LongColumnsOfTextsThatRepeatBecomeDictionaries) {
+    constexpr int Rows = 200'000;
+    for (const int repeats : {1, 2, 8, 1000}) {
+        for (const bool isSorted : {false, true}) {
+            Making making(0);
+            const int distinct = Rows / repeats;
+            for (int row = 0; row < Rows; ++row) {
+                making.sink.SetText(
+                    1, row + 1,
+                    "text number " + std::to_string(1'000'000 + (isSorted ? row / repeats : row % distinct)));
+            }
+            const Table table = making.sink.Finish();
+            EXPECT_EQ(table.GetColumn(0).GetBuffers().dictionary != nullptr, repeats > 2)
+                << repeats << isSorted;
+            EXPECT_EQ(table.GetColumn(0).GetText(Rows - 1),
+                      "text number " + std::to_string(1'000'000 + distinct - 1));
+        }
+    }
+}
+
 TEST(TableSinkTest, KeepsTypes) {
     Making making(0);
     TableSink& sink = making.sink;

@@ -8,6 +8,7 @@
 #include "frame/FormatReader.h"
 #include "table/TableData.h"
 #include "tests/support/CountingSink.h"
+#include "tests/support/QuotedRows.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/TempFolder.h"
 
@@ -502,6 +503,59 @@ TEST_F(DelimitedTextTest, PiecesHaveTheCellsOfTheirLines) {
         if (oddEvery > 1'000'000) {
             EXPECT_GT(inColumns.longestRun, 3000U);
         }
+    }
+}
+
+// Pieces begin and end in all places of quoted fields: what comes of them is what records one by one give.
+TEST_F(DelimitedTextTest, QuotedFieldsInPiecesAreThoseOfTheirRecords) {
+    for (const char* lineEnd : {"\n", "\r\n"}) {
+        for (const int oddEvery : {0, 5, 173, 5003}) {
+            const std::string many = MakeQuotedRows(oddEvery == 5 ? 4000 : 40'000, oddEvery, lineEnd);
+            const auto inPieces = Read(many, TestOptions({{"Delimiter", "\t"}}));
+            const auto oneByOne = Read(WithTwoTabs(many), TestOptions({{"Delimiter", "\t\t"}}));
+            SCOPED_TRACE(oddEvery);
+            EXPECT_EQ(inPieces->FactOf("types"), oneByOne->FactOf("types"));
+            ASSERT_EQ(inPieces->table.GetNumberOfRows(), oneByOne->table.GetNumberOfRows());
+            ASSERT_EQ(inPieces->table.GetNumberOfColumns(), oneByOne->table.GetNumberOfColumns());
+            int differences = 0;
+            for (int row = 1; row <= oneByOne->table.GetNumberOfRows(); ++row) {
+                for (int col = 1; col <= oneByOne->table.GetNumberOfColumns(); ++col) {
+                    differences +=
+                        inPieces->At(col, row) != WithOneTab(oneByOne->At(col, row)) ||
+                                inPieces->table.GetKind(col, row) != oneByOne->table.GetKind(col, row)
+                            ? 1
+                            : 0;
+                }
+            }
+            EXPECT_EQ(differences, 0);
+            const auto& notes = inPieces->context->notes.GetAll();
+            ASSERT_EQ(notes.size(), oneByOne->context->notes.GetAll().size());
+            for (std::size_t i = 0; i < notes.size(); ++i) {
+                EXPECT_EQ(notes[i].text, oneByOne->context->notes.GetAll()[i].text);
+            }
+        }
+    }
+}
+
+// A quote at each place around the ends of the first pieces.
+TEST_F(DelimitedTextTest, QuotesAtTheEndsOfPieces) {
+    constexpr std::size_t FirstEnd = std::size_t{1} << 15;
+    const std::string line = "1\tab\n";
+    for (std::size_t shift = 0; shift < 24; ++shift) {
+        std::string text = "a\tb\n" + Repeat(line, static_cast<int>(FirstEnd / line.size()) - 3);
+        text.replace(text.size() - line.size() * 8, 0, std::string(shift, 'x'));
+        text += "7\t\"one\ntwo\n\"\"three\"\" four\nfive\n\"\n" + Repeat(line, 60'000) +
+                "8\t\"to the end\n\"\n9\t\"z";
+        const auto inPieces = Read(text, TestOptions({{"Delimiter", "\t"}}));
+        const auto oneByOne = Read(WithTwoTabs(text), TestOptions({{"Delimiter", "\t\t"}}));
+        ASSERT_EQ(inPieces->table.GetNumberOfRows(), oneByOne->table.GetNumberOfRows()) << shift;
+        int differences = 0;
+        for (int row = 1; row <= oneByOne->table.GetNumberOfRows(); ++row) {
+            differences += inPieces->At(1, row) != oneByOne->At(1, row) ? 1 : 0;
+            differences += inPieces->At(2, row) != oneByOne->At(2, row) ? 1 : 0;
+        }
+        EXPECT_EQ(differences, 0) << shift;
+        EXPECT_TRUE(inPieces->HasNote("unclosed-quote"));
     }
 }
 
