@@ -11,6 +11,9 @@
 
 namespace {
 
+// Of a stream, once they are read.
+constexpr std::uint64_t BytesToLetGo = std::uint64_t{4} << 20;
+
 constexpr std::string_view Signature = "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1";
 
 // Header.
@@ -308,8 +311,20 @@ bool CompoundStream::Read(char* buffer, std::size_t count) {
         position += part;
         count -= part;
         run += part == here.size - offsetInRun ? 1 : 0;
+        if (position >= firstKept + BytesToLetGo) {
+            LetGo(here);
+        }
     }
     return true;
+}
+
+// Pages of the file count as memory of the process while they are looked at. Those of this run that were
+// read.
+void CompoundStream::LetGo(const CompoundFile::Run& here) {
+    const std::uint64_t begin = here.fileOffset + std::max(firstKept, here.streamOffset) - here.streamOffset;
+    file->file.LetGo(static_cast<std::size_t>(begin),
+                     static_cast<std::size_t>(here.fileOffset + position - here.streamOffset));
+    firstKept = position;
 }
 
 std::string_view CompoundStream::GetAhead() const {

@@ -108,10 +108,12 @@ private:
     friend class CompoundFile;
     CompoundStream(const CompoundFile& owner, CompoundFile::Chain bytes, std::uint64_t declaredSize)
         : file(&owner), chain(std::move(bytes)), size(declaredSize) {}
+    void LetGo(const CompoundFile::Run& here);
 
     const CompoundFile* file;
     CompoundFile::Chain chain;
     std::uint64_t size;
     std::uint64_t position = 0;
-    std::size_t run = 0;  // that holds the position, unless it is at the end
+    std::size_t run = 0;          // that holds the position, unless it is at the end
+    std::uint64_t firstKept = 0;  // of the bytes read so far; those before it may leave memory
 };

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <span>
 #include <system_error>
 #include <unordered_set>
 #include <utility>
@@ -336,8 +337,15 @@ int KpfFileImport::LoadProject(const std::optional<std::string>& wanted) {
             break;
         }
     }
-    dataset = project->GetDataSet(id);
+    dataset = IsComplete() ? project->GetDataSetHead(id) : project->GetDataSet(id);
     return dataset == nullptr ? static_cast<int>(StatusNoDataSet) : static_cast<int>(StatusOk);
+}
+
+// Where one dataset is the table, its values needn't be in memory beside it. Of several that are, one that
+// can't be read to its end has no rows in it.
+std::shared_ptr<NCDataSet> KpfFileImport::GetDataSet(int place) const {
+    const int id = project->GetDataSetId(place);
+    return IsComplete() && chosen.size() == 1 ? project->GetDataSetHead(id) : project->GetDataSet(id);
 }
 
 int KpfFileImport::ChooseParts(const std::string& wanted) {
@@ -354,7 +362,7 @@ int KpfFileImport::ChooseParts(const std::string& wanted) {
             chosen.push_back(static_cast<int>(place) + 1);
         }
     }
-    dataset = project->GetDataSet(project->GetDataSetId(chosen.front()));
+    dataset = GetDataSet(chosen.front());
     failurePlace.part = dataset == nullptr ? project->GetDataSetName(chosen.front()) : std::string();
     return dataset == nullptr ? static_cast<int>(StatusNoDataSet) : static_cast<int>(StatusOk);
 }
@@ -397,7 +405,7 @@ int KpfFileImport::MeasureParts() {
     numCols = ColsOf(*dataset);
     numRows = RowsOf(*dataset);
     for (std::size_t i = 1; i < chosen.size(); ++i) {
-        if (const auto part = project->GetDataSet(project->GetDataSetId(chosen[i]))) {
+        if (const auto part = GetDataSet(chosen[i])) {
             numCols = std::max(numCols, ColsOf(*part));
             numRows = AddRows(numRows, RowsOf(*part));
         }
@@ -458,16 +466,22 @@ int KpfFileImport::ReadClassic(ReadSpreadSheetData& sink) const {
 // Every value as what it is; several datasets below each other, each with its own ids above.
 int KpfFileImport::ReadComplete(ReadSpreadSheetData& sink) {
     CellOutput output(sink);
+    if (chosen.size() == 1) {
+        sink.SetDataSize(ColsOf(*dataset), RowsOf(*dataset));
+    }
     int cols = 0;
     int rows = 0;
     for (std::size_t i = 0; i < chosen.size(); ++i) {
-        const auto part = i == 0 ? dataset : project->GetDataSet(project->GetDataSetId(chosen[i]));
+        const auto part = i == 0 ? dataset : GetDataSet(chosen[i]);
         if (part == nullptr) {
             const std::string& name = project->GetDataSetName(chosen[i]);
             AddNote({"unreadable-part", 1, name, "the dataset \"" + name + "\" can't be read"});
             continue;
         }
-        PutDataSet(output, *part, rows);
+        if (!PutDataSet(output, *part, rows)) {
+            failurePlace.part = part->GetName();
+            return StatusNoDataSet;
+        }
         cols = std::max(cols, ColsOf(*part));
         rows = AddRows(rows, RowsOf(*part));
     }
@@ -479,7 +493,7 @@ int KpfFileImport::ReadComplete(ReadSpreadSheetData& sink) {
     return StatusOk;
 }
 
-void KpfFileImport::PutDataSet(CellOutput& output, const NCDataSet& part, int rowOffset) const {
+bool KpfFileImport::PutDataSet(CellOutput& output, const NCDataSet& part, int rowOffset) const {
     const AliasAccess variableAliases(project->GetAliasTables(), part.GetVariableIds());
     const AliasAccess observationAliases(project->GetAliasTables(), part.GetObservationIds());
     const int idRows = variableAliases.SizeAliases();
@@ -490,14 +504,13 @@ void KpfFileImport::PutDataSet(CellOutput& output, const NCDataSet& part, int ro
                         variableAliases.GetAlias(alias, part.GetVariableInfo(variable)));
         }
     }
-    const NCDataMatrix<float>& values = part.GetData(false, nullptr);
     // What isn't a date nor a truth value goes out in runs.
     std::vector<bool> arePlain;
     for (int variable = 1; variable <= part.SizeVariables(); ++variable) {
         arePlain.push_back(IsPlain(part.GetVariableInfo(variable)));
     }
     std::vector<float> run;
-    for (int observation = 1; observation <= part.SizeObservations(); ++observation) {
+    return project->ReadRows(part, [&](int observation, std::span<const float> values) {
         const int row = rowOffset + idRows + observation;
         if (observation % RowsBetweenLooks == 0) {
             GetContext()->ThrowIfStopped();
@@ -512,8 +525,9 @@ void KpfFileImport::PutDataSet(CellOutput& output, const NCDataSet& part, int ro
             }
         };
         for (int variable = 1; variable <= part.SizeVariables(); ++variable) {
-            const float value = values(observation, variable);
-            if (arePlain[static_cast<std::size_t>(variable) - 1] && !VariableInfo::IsMissing(value)) {
+            const auto place = static_cast<std::size_t>(variable) - 1;
+            const float value = values[place];
+            if (arePlain[place] && !VariableInfo::IsMissing(value)) {
                 run.push_back(value);
                 continue;
             }
@@ -522,7 +536,7 @@ void KpfFileImport::PutDataSet(CellOutput& output, const NCDataSet& part, int ro
         }
         putRun(part.SizeVariables() + 1);
         output.EndRow(row);
-    }
+    });
 }
 
 void KpfFileImport::NoteOtherParts() {
@@ -651,7 +665,7 @@ bool KpfFileImport::SelectPart(int number) {
     chosen = {number};
     sizeKnown = false;
     status = WithinBudget(StatusNotRead, [&] {
-        dataset = project->GetDataSet(project->GetDataSetId(number));
+        dataset = GetDataSet(number);
         failurePlace.part = dataset == nullptr ? project->GetDataSetName(number) : std::string();
         return dataset == nullptr ? static_cast<int>(StatusNoDataSet) : status;
     });

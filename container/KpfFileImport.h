@@ -77,7 +77,8 @@ private:
     int MeasureParts();
     int ReadClassic(ReadSpreadSheetData& sink) const;
     int ReadComplete(ReadSpreadSheetData& sink);
-    void PutDataSet(CellOutput& output, const NCDataSet& part, int rowOffset) const;
+    std::shared_ptr<NCDataSet> GetDataSet(int place) const;
+    bool PutDataSet(CellOutput& output, const NCDataSet& part, int rowOffset) const;
     void NoteOtherParts();
     void ShapeTable();
     void Release();

@@ -123,7 +123,8 @@ void Buffer::Move(std::size_t newSize, bool areZeros) {
         if (other.data == nullptr) {
             throw std::bad_alloc();
         }
-        std::memset(other.As<char>() + std::min(size, newSize), 0, whole - std::min(size, newSize));
+        const std::size_t begin = areZeros ? std::min(size, newSize) : newSize;
+        std::memset(other.As<char>() + begin, 0, whole - begin);
     }
     other.size = newSize;
     if (size > 0 && newSize > 0) {

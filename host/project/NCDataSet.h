@@ -44,12 +44,14 @@ public:
     const VariableInfo& GetVariableInfo(int number) const {
         return *contents.variables[static_cast<std::size_t>(number) - 1];
     }
-    /** The whole matrix; nothing is scaled and no part is chosen. */
+    /** The whole matrix; nothing is scaled and no part is chosen. Without rows where only the head was read.
+     */
     const NCDataMatrix<float>& GetData(bool /*scaled*/, const std::vector<int>* /*selection*/) const {
         return contents.values;
     }
     std::uint32_t GetFlags() const { return contents.flags; }
     const std::string& GetName() const { return contents.name; }
+    const DataSetContents& GetContents() const { return contents; }
     /** The project that it belongs to, which must outlive it. */
     const NCProject& GetProject() const { return *project; }
 

@@ -32,6 +32,10 @@ public:
 
     /** Null when there is no dataset of this id or it can't be read. */
     std::shared_ptr<NCDataSet> GetDataSet(int id);
+    /** The same, but perhaps without its values, which ReadRows then hands out without keeping them. */
+    std::shared_ptr<NCDataSet> GetDataSetHead(int id);
+    /** Each row of a dataset of this project to `use`, in order; false where not all can be read. */
+    bool ReadRows(const NCDataSet& dataSet, const UseRow& use) const;
 
     const AliasTables& GetAliasTables() const { return catalogue.aliasTables; }
     int GetVersion() const { return version; }
@@ -45,6 +49,7 @@ private:
     const ProjectCatalogue::Entry& EntryAt(int position) const {
         return catalogue.dataSets[static_cast<std::size_t>(position) - 1];
     }
+    const ProjectCatalogue::Entry* FindEntry(int id) const;
     std::shared_ptr<NCDataSet> LoadDataSet(const ProjectCatalogue::Entry& entry, ValueOrder order) const;
 
     NvStreamSource* source = nullptr;

@@ -115,11 +115,17 @@ std::shared_ptr<VariableInfo> ReadVariable(UStreamBase& stream, std::size_t alia
     return ReadAliases(stream, *variable, aliasCount) ? variable : nullptr;
 }
 
-// A matrix of the dataset's size with every value missing. False where ids or values couldn't be there.
+// False where the values couldn't be there.
+bool MayHaveMatrix(const UStreamBase& stream, std::size_t valueSize, const DataSetContents& dataSet) {
+    const std::uint64_t rows = dataSet.observations.size();
+    return rows == 0 || dataSet.variables.size() <= stream.GetRemaining() / valueSize / rows;
+}
+
+// A matrix of the dataset's size with every value missing. False where the values couldn't be there.
 bool MakeMatrix(UStreamBase& stream, std::size_t valueSize, DataSetContents& dataSet) {
     const std::uint64_t rows = dataSet.observations.size();
     const std::uint64_t cols = dataSet.variables.size();
-    if (rows != 0 && cols > stream.GetRemaining() / valueSize / rows) {
+    if (!MayHaveMatrix(stream, valueSize, dataSet)) {
         return false;
     }
     stream.Keep(rows * (sizeof(std::vector<float>) + cols * sizeof(float)));
@@ -273,7 +279,7 @@ std::string WriteDataSet(const DataSetContents& dataSet, ValueOrder order) {
     return bytes;
 }
 
-bool ReadDataSet(UStreamBase& stream, ValueOrder order, DataSetContents& dataSet) {
+bool ReadDataSetHead(UStreamBase& stream, DataSetContents& dataSet) {
     dataSet.memory = stream.GetKept();
     dataSet.flags = stream.ReadNumber<std::uint32_t>();
     std::uint32_t count = 0;
@@ -300,7 +306,28 @@ bool ReadDataSet(UStreamBase& stream, ValueOrder order, DataSetContents& dataSet
             return false;
         }
     }
-    if (!MakeMatrix(stream, sizeof(float), dataSet)) {
+    return MayHaveMatrix(stream, sizeof(float), dataSet);
+}
+
+bool ReadDataSetRows(UStreamBase& stream, const DataSetContents& dataSet, const UseRow& use) {
+    std::vector<std::uint8_t> raw(dataSet.variables.size() * sizeof(float));
+    std::vector<float> row(dataSet.variables.size());
+    for (std::size_t i = 0; i < dataSet.observations.size(); ++i) {
+        stream.Pass(raw.size());
+        if (!stream.Read(raw.data(), raw.size())) {
+            return false;
+        }
+        ByteCursor cursor(raw);
+        for (float& value : row) {
+            value = cursor.Read<float>();
+        }
+        use(static_cast<int>(i) + 1, row);
+    }
+    return true;
+}
+
+bool ReadDataSet(UStreamBase& stream, ValueOrder order, DataSetContents& dataSet) {
+    if (!ReadDataSetHead(stream, dataSet) || !MakeMatrix(stream, sizeof(float), dataSet)) {
         return false;
     }
     return order == ValueOrder::ByVariable ? ReadByVariable<float>(stream, dataSet.values)

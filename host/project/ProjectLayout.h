@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,11 @@ std::string DataSetStreamName(int id);
 enum class ValueOrder { ByObservation, ByVariable };
 std::string WriteDataSet(const DataSetContents& dataSet, ValueOrder order);
 bool ReadDataSet(UStreamBase& stream, ValueOrder order, DataSetContents& dataSet);
+/** All but the values, which stand behind it. */
+bool ReadDataSetHead(UStreamBase& stream, DataSetContents& dataSet);
+/** The values behind a dataset's head, by observation: each row to `use`, with its number from 1. */
+using UseRow = std::function<void(int observation, std::span<const float> values)>;
+bool ReadDataSetRows(UStreamBase& stream, const DataSetContents& dataSet, const UseRow& use);
 
 /** The one stream of the layouts of old: names and doubles, variable by variable, NaN missing. */
 constexpr const char* OldStreamName = "Datasets";

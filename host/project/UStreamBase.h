@@ -22,9 +22,15 @@ public:
     }
     /** So many bytes more are about to be kept of it. Raises karta::BudgetExceeded and karta::Stopped. */
     void Keep(std::uint64_t bytes) {
+        Pass(bytes);
+        if (context != nullptr) {
+            kept->Add(bytes);
+        }
+    }
+    /** So many bytes more are about to be handed on. */
+    void Pass(std::uint64_t bytes) {
         if (context != nullptr) {
             context->ThrowIfStopped();
-            kept->Add(bytes);
             context->budget.ChargeWork(StepsOfByte * bytes, "the project's datasets");
         }
     }
@@ -60,7 +66,7 @@ public:
     bool HasFailed() const { return failed; }
 
 protected:
-    // What is kept of four bytes, a value, becomes a cell: several entries may stand for one stream.
+    // Four bytes, a value, become a cell: several entries may stand for one stream.
     static constexpr std::uint64_t StepsOfByte = 8;
 
     bool failed = false;

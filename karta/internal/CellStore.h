@@ -66,6 +66,8 @@ public:
 
     /** How many rows the reader has announced; a hint for the room to take. */
     int expectedRows = 0;
+    /** Whether a read may take the room for all the cells that were announced. */
+    bool mayTakeAll = false;
 
 private:
     static constexpr int PlacesBetweenLooks = 1 << 16;

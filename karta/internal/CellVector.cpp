@@ -23,6 +23,8 @@ constexpr int WidestGap = 4096;
 constexpr int LeastRoom = 8;
 constexpr std::size_t LeastTextRoom = 64;
 constexpr int MostExpectedRoom = 1024;
+// An announcement is believed so many times as far as the cells have come.
+constexpr std::int64_t MostAhead = 64;
 // Of what a read may take, the room for a run's announced cells takes so small a part at most.
 constexpr std::uint64_t LeastPartOfLimit = 4;
 // Decimals with so many digits are written again as they were.
@@ -51,14 +53,23 @@ void SetBits(std::uint8_t* bits, int first, int count) {
     }
 }
 
+// Twice as much as there is; but what was announced, where there are enough cells to believe it: what grows
+// beyond its need is memory, and what grows often leaves as much behind.
+std::int64_t RoomToGrowTo(const CellStore& store, const Stretch& stretch) {
+    const std::int64_t doubled = 2 * std::int64_t{stretch.capacity};
+    const std::int64_t announced = std::int64_t{store.expectedRows} - stretch.first;
+    const bool isBelieved = store.mayTakeAll && stretch.count >= MostExpectedRoom &&
+                            announced > stretch.count && announced <= MostAhead * stretch.count;
+    return isBelieved ? announced : doubled;
+}
+
 // Room for so many cells, charged before it is taken.
 void Reserve(CellStore& store, Stretch& stretch, int count) {
     if (count <= stretch.capacity) {
         return;
     }
-    const std::int64_t doubled = 2 * std::int64_t{stretch.capacity};
-    const auto room =
-        static_cast<int>(std::clamp<std::int64_t>(doubled, count, std::numeric_limits<int>::max()));
+    const auto room = static_cast<int>(
+        std::clamp<std::int64_t>(RoomToGrowTo(store, stretch), count, std::numeric_limits<int>::max()));
     const std::size_t more = static_cast<std::size_t>(room) - static_cast<std::size_t>(stretch.capacity);
     const std::size_t width = WidthOf(stretch.kind);
     store.Charge(more * (width + (stretch.kind == CellKind::Mixed ? 1 : 0)) +

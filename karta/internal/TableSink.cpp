@@ -14,6 +14,8 @@ namespace karta {
 
 namespace {
 
+// Of what a read may take, the room for announced cells takes so small a part at most.
+constexpr std::uint64_t PartOfLimit = 4;
 // Integers up to here are doubles without loss.
 constexpr std::int64_t LargestExactInteger = std::int64_t{1} << 53;
 
@@ -457,6 +459,9 @@ void TableSink::SetDataSize(int cols, int rows) {
     numCols = newCols;
     numRows = newRows;
     store.expectedRows = newRows;
+    store.mayTakeAll =
+        static_cast<std::uint64_t>(std::max(newCols, 0)) <=
+        store.GetLimit() / PartOfLimit / sizeof(double) / static_cast<std::uint64_t>(std::max(newRows, 1));
 }
 
 // The matrix and its heads as ordinary columns.

@@ -4,9 +4,13 @@
 #include <cstdio>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "karta/Read.h"
+#include "tests/container/ProjectBuilder.h"
 #include "tests/support/PeakMemory.h"
 #include "tests/support/TempFolder.h"
 
@@ -88,4 +92,36 @@ TEST_F(TableMemoryTest, SpectraOfJCAMPBlocksAreInMemoryOnce) {
         }
     });
     Expect(path, 8.0 * (Points * Blocks + Points));
+}
+
+TEST_F(TableMemoryTest, ADatasetOfAProjectIsInMemoryOnce) {
+    constexpr int Observations = 12'500;
+    constexpr int Variables = 2'000;
+    const std::string path = folder.Path("large.kpf");
+    // By a process of its own, which keeps what it takes.
+    ASSERT_GT(PeakMemoryOf([&] {
+                  std::vector<std::shared_ptr<VariableInfo>> variables;
+                  for (int i = 0; i < Variables; ++i) {
+                      variables.push_back(NamedVariable("v" + std::to_string(i)));
+                  }
+                  std::vector<std::string> names;
+                  for (int i = 0; i < Observations; ++i) {
+                      names.push_back("o" + std::to_string(i));
+                  }
+                  ProjectContents project;
+                  project.aliasTables = {{"Primary ID", AliasTable::KindPlain}};
+                  DataSetContents dataSet = SmallDataSet(1, "Large", variables, names, {});
+                  dataSet.values.InsertRows(1, Observations);
+                  for (int row = 1; row <= Observations; ++row) {
+                      for (int col = 1; col <= Variables; ++col) {
+                          dataSet.values(row, col) =
+                              static_cast<float>(row) + 0.25F * static_cast<float>(col);
+                      }
+                  }
+                  project.dataSets.push_back(std::move(dataSet));
+                  WriteProject(path, project);
+                  return true;
+              }),
+              0.0);
+    Expect(path, 4.0 * Observations * Variables);
 }
