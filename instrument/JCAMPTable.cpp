@@ -357,7 +357,7 @@ void JCAMPTable::AddSpectra(std::size_t block, std::vector<JCAMPSpectrum> spectr
         parts[i].name = NameOf(blocks[block]);
         if (areSeveral) {
             for (const auto& [symbol, value] : parts[i].spectra.front().page) {
-                parts[i].name += ", " + symbol + "=" + value;
+                parts[i].name.append(", ").append(symbol).append("=").append(value);
             }
         }
     }

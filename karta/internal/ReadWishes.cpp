@@ -61,7 +61,9 @@ ReadWishes MakeWishes(const std::vector<std::string>& files, const ReadOptions& 
     wishes.rowNames = options.rowNames;
     wishes.columnNames = options.columnNames;
     for (const auto& [key, value] : options.settings) {
-        wishes.settings.push_back(key + "=" + value);
+        std::string& setting = wishes.settings.emplace_back(key);
+        setting += '=';
+        setting += value;
     }
     wishes.password = options.password;
     wishes.limit = options.budget;
