@@ -932,7 +932,10 @@ void DelimitedText::AddNotes() {
         notes.Add({"time-zones", zones.count, line,
                    karta::CountOf(zones.count, "time") + " with a zone became UTC (first: " + line + ")"});
     }
-    for (const std::size_t col : evidence.GetUnsettledColumns(types)) {
+    // Where no types are wanted there is nothing to settle.
+    const auto unsettled =
+        options.hasTypes ? evidence.GetUnsettledColumns(types) : std::vector<std::size_t>();
+    for (const std::size_t col : unsettled) {
         const std::string place = "column " + std::to_string(col + 1);
         notes.Add({"unsettled-numbers", 1, place,
                    place + " stays text: nothing in the file tells decimal marks from marks of groups in its "

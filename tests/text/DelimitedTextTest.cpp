@@ -217,6 +217,9 @@ TEST_F(DelimitedTextTest, DecimalMarkIsAFactOfTheFile) {
     const auto lone = Read("a;b\n1,234;x\n5,678;y\n");
     EXPECT_EQ(lone->Kinds(1), "ttt");
     EXPECT_TRUE(lone->HasNote("unsettled-numbers"));
+    // Nor does anybody ask.
+    const auto untyped = Read("a;b\n1,234;x\n5,678;y\n", TestOptions({{"Types", "false"}}));
+    EXPECT_FALSE(untyped->HasNote("unsettled-numbers"));
     EXPECT_EQ(Read("a;b\n1,234;x\n5,678;y\n", TestOptions({{"Decimal", ","}}))->table.GetFloatValue(1, 2),
               1.234);
     // A comma between fields can't be a decimal mark too.
