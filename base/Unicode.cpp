@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/ByteWord.h"
+
 namespace {
 
 constexpr char Replacement = '?';
@@ -40,7 +42,14 @@ constexpr char16_t Windows1252[32] = {0x20ac, 0,      0x201a, 0x0192, 0x201e, 0x
                                       0x02dc, 0x2122, 0x0161, 0x203a, 0x0153, 0,      0x017e, 0x0178};
 
 bool IsAscii(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    for (; end - at >= 8; at += 8) {
+        if ((ByteWord::Load(at) & ByteWord::HighBits) != 0) {
+            return false;
+        }
+    }
+    return std::all_of(at, end, [](char c) { return static_cast<signed char>(c) >= 0; });
 }
 
 bool IsUtf8(std::string_view text) {

@@ -28,8 +28,13 @@ class CellRunSink {
 public:
     virtual ~CellRunSink() = default;
 
-    /** From `firstRow` on; columns and rows count from 1. */
-    virtual void SetCellRun(int col, int firstRow, std::span<const double> values) = 0;
+    /**
+     * From `firstRow` on; columns and rows count from 1. `decimals`, where it isn't empty, tells of plain
+     * decimals that would be written otherwise than in the file how many digits are behind the point there,
+     * and one more; 0 of all others.
+     */
+    virtual void SetCellRun(int col, int firstRow, std::span<const double> values,
+                            std::span<const std::uint8_t> decimals) = 0;
     virtual void SetTextRun(int col, int firstRow, const TextRun& texts) = 0;
     virtual void SetValueRun(int col, int firstRow, ValueRunKind kind,
                              std::span<const std::int64_t> values) = 0;

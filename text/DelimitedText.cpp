@@ -216,6 +216,7 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
 void DelimitedText::BeginReading() {
     size = {};
     nextQuote = 0;
+    spanLines = false;
     textsBehind = unclosed = contradictions = zones = {};
     letGo = 0;
     rowTextForm.reset();
@@ -346,14 +347,19 @@ std::string_view DelimitedText::CutPlainLines(std::size_t place, std::size_t pie
                                                           : text.substr(place, feed + 1 - place);
 }
 
-// Whole lines, which are whole records if the line end is in no quotes: what was read tells. So it is where
-// quotes are pairs up to there; where they aren't, as of an inch, the guess is that they are characters.
+// Whole lines, which are whole records if the line end is in no quotes: what was read tells. Where records
+// are known to go over lines, it is looked for where quotes are pairs up to there; where none are, as of an
+// inch, the guess is that they are characters.
 std::string_view DelimitedText::CutRecords(std::size_t place, std::size_t pieceSize) const {
     if (text.size() - place <= pieceSize) {
         return text.substr(place);
     }
     const char* const begin = text.data() + place;
     const char* end = begin + pieceSize;
+    if (!spanLines) {
+        const std::size_t feed = text.substr(place, pieceSize).rfind('\n');
+        return feed == std::string_view::npos ? std::string_view() : text.substr(place, feed + 1);
+    }
     std::size_t quotes = CountByte(begin, end, dialect.quote);
     std::string_view lines;
     for (int lookedAt = 0; lookedAt < LinesToEndAt; ++lookedAt) {
@@ -395,6 +401,7 @@ void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, Ce
             PutPiece(piece, scanner, output);
             if (scanner.GetEnd() != end) {
                 readers.Forget();
+                spanLines = true;
                 return;
             }
             hasMore = hasMore && !WantsOtherRows();
@@ -613,7 +620,9 @@ void DelimitedText::PutRun(const LinePiece::Column& column, std::size_t col, std
         cellRuns->SetValueRun(place, row, GetRunKind(kind, column.areBlanked),
                               std::span(column.values).subspan(first, last - first));
     } else if (const auto run = std::span(column.numbers).subspan(first, last - first); cellRuns != nullptr) {
-        cellRuns->SetCellRun(place, row, run);
+        cellRuns->SetCellRun(place, row, run,
+                             column.hasDecimals ? std::span(column.decimals).subspan(first, last - first)
+                                                : std::span<const std::uint8_t>());
     } else {
         output.ColumnRun(place, row, run);
     }

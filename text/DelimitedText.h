@@ -151,6 +151,7 @@ private:
     // out.
     std::size_t nextQuote = 0;
     std::vector<std::size_t> othersPut;
+    bool spanLines = false;  // records do, so that a line end may be in quotes
     std::vector<double> rowNumbers;
     std::vector<std::pair<int, std::string_view>> sourcesOfRow;
     std::string storage;

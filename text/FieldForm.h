@@ -41,6 +41,8 @@ struct FieldForm {
     bool hasNumber = false;
     /** The characters are those that the value would be written with. */
     bool isCanonical = false;
+    /** Of a plain decimal that isn't canonical: the digits behind its point, and one more; else 0. */
+    std::uint8_t decimals = 0;
     double number = 0.0;
     std::int64_t integer = 0; /**< a WideInteger; 0 or 1; days; microseconds */
 };

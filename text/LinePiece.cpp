@@ -18,6 +18,8 @@ bool IsOfValues(const ColumnType& type, const LineRules& rules) {
                                type.kind == ColumnType::Time || type.kind == ColumnType::DateTime);
 }
 
+constexpr std::size_t FewestRows = 64;
+
 bool IsOfTexts(const ColumnType& type, const LineRules& rules) {
     return rules.makesTexts && type.kind == ColumnType::Text;
 }
@@ -67,20 +69,35 @@ void LinePiece::Clear(std::string_view lines, const LineRules& rules) {
         return;
     }
     columns.resize(rules.types.size());
-    const std::size_t count = CountByte(lines.data(), lines.data() + lines.size(), '\n') + 1;
-    for (std::size_t col = 0; col < columns.size(); ++col) {
-        Column& column = columns[col];
+    for (Column& column : columns) {
         column.others.clear();
-        if (rules.types[col].kind == ColumnType::Number && column.numbers.size() < count) {
-            column.numbers.resize(count);
-        } else if (IsOfValues(rules.types[col], rules) && column.values.size() < count) {
-            column.values.resize(count);
-        } else if (IsOfTexts(rules.types[col], rules)) {
-            column.texts.Clear(count);
-        }
+        column.texts.Clear();
+        column.hasDecimals = false;
         column.hasWriting = false;
         column.areBlanked = false;
     }
+    if (&rules != madeFor) {
+        madeFor = &rules;
+        room = 0;
+    }
+}
+
+// Room for so many rows in each column, by what it is.
+void LinePiece::MakeRoom(std::size_t wanted, const LineRules& rules) {
+    for (std::size_t col = 0; col < columns.size(); ++col) {
+        Column& column = columns[col];
+        if (rules.types[col].kind == ColumnType::Number) {
+            column.numbers.resize(wanted);
+        } else if (IsOfValues(rules.types[col], rules)) {
+            column.values.resize(wanted);
+        } else if (IsOfTexts(rules.types[col], rules)) {
+            column.texts.MakeRoom(wanted);
+        }
+        if (column.hasDecimals) {
+            column.decimals.resize(wanted);
+        }
+    }
+    room = wanted;
 }
 
 // Each line as a row of the text to write. A line that can't be one, for its bytes or its width, leaves all
@@ -183,6 +200,9 @@ void LinePiece::Read(std::string_view lines, const LineRules& rules) {
     }
     const char* const end = lines.data() + lines.size();
     for (record = lines.data(); record != end; ++rows) {
+        if (rows == room) {
+            MakeRoom(std::max(FewestRows, 2 * room), rules);
+        }
         const char* behind = ReadRecord(record, end, rules);
         if (!isParted) {
             return;
@@ -245,7 +265,9 @@ const char* LinePiece::ReadNumber(std::string_view from, const char* readable, c
         return nullptr;
     }
     columns[col].numbers[rows] = form.number;
-    if (!form.isCanonical) {
+    if (form.decimals > 0 && rules.makesRuns) {
+        PutDecimals(columns[col], form.decimals);
+    } else if (!form.isCanonical) {
         AddOther(col, Other::Source, {from.data(), static_cast<std::size_t>(behind - from.data())});
     }
     return behind;
@@ -314,6 +336,14 @@ const char* LinePiece::ReadQuoted(const char* open, const char* end, const LineR
         PutField(value, readable, rules, col);
     }
     return behind;
+}
+
+void LinePiece::PutDecimals(Column& column, std::uint8_t decimals) const {
+    if (!column.hasDecimals) {
+        column.hasDecimals = true;
+        column.decimals.assign(column.numbers.size(), 0);
+    }
+    column.decimals[rows] = decimals;
 }
 
 // A field that has characters, or is a text.
@@ -404,6 +434,9 @@ void LinePiece::DropRow(const LineRules& rules) {
         }
         if (IsOfTexts(rules.types[col], rules)) {
             column.texts.PutNothing(rows);
+        }
+        if (column.hasDecimals) {
+            column.decimals[rows] = 0;
         }
     }
 }

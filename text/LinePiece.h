@@ -54,7 +54,9 @@ public:
         std::string_view text;
     };
     struct Column {
-        std::vector<double> numbers;       // one a row where the column is numbers; 0 at others
+        std::vector<double> numbers;         // one a row where the column is numbers; 0 at others
+        std::vector<std::uint8_t> decimals;  // in runs, how numbers are written, if any is told of
+        bool hasDecimals = false;
         std::vector<std::int64_t> values;  // the same of truth values, dates and times in runs
         PieceTexts texts;                  // of texts
         bool hasWriting = false;           // the first date and time of the piece tells how they are written
@@ -91,6 +93,7 @@ public:
 
 private:
     void Clear(std::string_view lines, const LineRules& rules);
+    void MakeRoom(std::size_t wanted, const LineRules& rules);
     const char* ReadRecord(const char* at, const char* end, const LineRules& rules);
     const char* ReadField(const char* at, const char* end, const LineRules& rules, std::size_t col);
     const char* ReadQuoted(const char* open, const char* end, const LineRules& rules, std::size_t col);
@@ -98,6 +101,7 @@ private:
     const char* ReadNumber(std::string_view from, const char* readable, const LineRules& rules,
                            std::size_t col, IsEnd isEnd);
     const char* TakeLineEnd(const char* at, const char* end);
+    void PutDecimals(Column& column, std::uint8_t decimals) const;
     void PutField(std::string_view value, const char* readable, const LineRules& rules, std::size_t col);
     void PutText(std::string_view value, const char* readable, const LineRules& rules, std::size_t col);
     bool PutValue(std::string_view value, const LineRules& rules, std::size_t col);
@@ -115,6 +119,8 @@ private:
     std::string_view text;
     std::size_t taken = 0;
     std::uint32_t rows = 0;
+    std::size_t room = 0;  // for so many rows, in columns as these rules have them
+    const LineRules* madeFor = nullptr;
     bool isParted = true;
     bool isOpen = false;           // a quote at the end isn't closed
     const char* record = nullptr;  // the one that is read

@@ -12,13 +12,9 @@
 /** The texts of one column of a piece, one behind the other. All of it in the header: it runs once a cell. */
 class PieceTexts {
 public:
-    /** None so far, with room for the ends of so many. */
-    void Clear(std::size_t rows) {
-        size = 0;
-        if (ends.size() < rows) {
-            ends.resize(rows);
-        }
-    }
+    void Clear() { size = 0; }
+    /** For the texts of so many rows. */
+    void MakeRoom(std::size_t rows) { ends.resize(rows); }
 
     /** The text of a row, behind those of all rows above it. Bytes up to `readable` may be looked at. */
     void Put(std::uint32_t row, std::string_view text, const char* readable) {

@@ -165,6 +165,8 @@ inline FieldForm PlainNumber::GetPointForm() const {
     // quotient is.
     const bool isFractionShort =
         fraction >= 1 && end[-1] != '0' && static_cast<double>(digits) * 1000 >= scale;
-    form.isCanonical = isWholeShort && isFractionShort && (!hasSign || isNegative);
+    const bool isDecimal = isWholeShort && fraction >= 1 && (!hasSign || isNegative);
+    form.isCanonical = isDecimal && isFractionShort;
+    form.decimals = isDecimal && !isFractionShort ? static_cast<std::uint8_t>(fraction + 1) : 0;
     return form;
 }

@@ -594,6 +594,13 @@ void CellVector::PutValues(CellStore& store, int place, ValueRunKind kind,
     }
 }
 
+void CellVector::PutDecimals(CellStore& store, int place, std::span<const std::uint8_t> decimals) {
+    if (!decimals.empty()) {
+        std::copy(decimals.begin(), decimals.end(),
+                  NeedDecimals(store, place + static_cast<int>(decimals.size())) + place);
+    }
+}
+
 std::uint8_t* CellVector::NeedDecimals(CellStore& store, int end) {
     if (writing == nullptr) {
         writing = std::make_unique<Writing>();

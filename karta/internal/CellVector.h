@@ -137,6 +137,8 @@ public:
     void PutRun(CellStore& store, int place, std::span<const double> values, int expectedEnd = 0);
     /** Numbers that are cells by themselves, as by PutDouble. */
     void PutDoubles(CellStore& store, int place, std::span<const double> values);
+    /** How numbers that are there are written: digits behind the point + 1, or 0. */
+    void PutDecimals(CellStore& store, int place, std::span<const std::uint8_t> decimals);
     /** As so many calls of PutText. */
     void PutTexts(CellStore& store, int place, const TextRun& texts);
     static CellKind KindOf(ValueRunKind kind);

@@ -9,8 +9,6 @@ namespace {
 
 using Stretch = CellVector::Stretch;
 
-// Integers up to here are doubles without loss.
-constexpr std::int64_t LargestExactInteger = std::int64_t{1} << 53;
 // Of all columns together; beyond, texts are kept as they come.
 constexpr std::uint64_t MostDistinctBytes = std::uint64_t{8} << 20;
 
@@ -49,12 +47,6 @@ bool AreDoublesWhole(const CellStore& store, const Stretch& stretch, int first, 
 }
 
 }  // namespace
-
-bool IsWhole(double value) {
-    constexpr double Largest = static_cast<double>(LargestExactInteger);
-    return value >= -Largest && value <= Largest && value == std::trunc(value) &&
-           !(value == 0 && std::signbit(value));
-}
 
 KindCounts& KindCounts::operator+=(const KindCounts& others) {
     for (std::size_t kind = 0; kind < CellKinds; ++kind) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -45,8 +46,16 @@ struct NumberFacts {
 /** Of the places from `first` to before `end`. Raises Stopped. */
 NumberFacts ExamineNumbers(const CellStore& store, const CellVector& cells, int first, int end);
 
+/** Integers up to here are doubles without loss. */
+constexpr std::int64_t LargestExactInteger = std::int64_t{1} << 53;
+
 /** Whether it is a whole number that a double and a 64-bit integer both hold. */
-bool IsWhole(double value);
+inline bool IsWhole(double value) {
+    constexpr double Largest = static_cast<double>(LargestExactInteger);
+    return value >= -Largest && value <= Largest &&
+           value == static_cast<double>(static_cast<std::int64_t>(value)) &&
+           !(value == 0 && std::signbit(value));
+}
 
 /** The distinct texts of a column whose cells aren't kept, while they are few. */
 class DistinctTexts {

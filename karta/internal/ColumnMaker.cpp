@@ -1,11 +1,13 @@
 #include "karta/internal/ColumnMaker.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -101,6 +103,67 @@ std::shared_ptr<const Column> MakeTextColumn(const std::vector<std::string_view>
     texts.text = std::move(bytes);
     return std::make_shared<Column>("", "", std::move(texts));
 }
+
+/** The places of rows' texts among the distinct ones. */
+class DistinctPlaces {
+public:
+    explicit DistinctPlaces(std::int32_t* placesOfRows) : places(placesOfRows) {}
+
+    /** Of texts in the store the same one is met again, and often in the next row. */
+    void AddKept(int row, std::string_view text) {
+        ++count;
+        Finish();
+        if (text.data() != above.data() || text.size() != above.size()) {
+            placeOfAbove = index.Find(text);
+            above = text;
+            CountNew();
+        }
+        places[row] = placeOfAbove;
+    }
+    void AddLaid(int row, std::string_view text) {
+        ++count;
+        waiting[waitingCount] = text;
+        rows[waitingCount] = row;
+        if (++waitingCount == waiting.size()) {
+            Finish();
+        }
+    }
+    /** Those that are waiting for others to be looked up with. */
+    void Finish() {
+        if (waitingCount > 0) {
+            std::array<std::int32_t, TextIndex::MostAtOnce> found{};
+            index.FindPassing(std::span(waiting).first(waitingCount), found);
+            for (std::size_t i = 0; i < waitingCount; ++i) {
+                places[rows[i]] = found[i];
+            }
+            waitingCount = 0;
+            CountNew();
+        }
+    }
+
+    /** What a list of them takes. */
+    std::int64_t GetSize() const { return size; }
+    std::int64_t GetCount() const { return count; }
+    const std::vector<std::string_view>& GetTexts() const { return index.GetTexts(); }
+
+private:
+    void CountNew() {
+        for (; counted < index.GetTexts().size(); ++counted) {
+            size += static_cast<std::int64_t>(index.GetTexts()[counted].size()) + 8;
+        }
+    }
+
+    std::int32_t* places;
+    TextIndex index;
+    std::size_t counted = 0;
+    std::int64_t size = 0;
+    std::int64_t count = 0;
+    std::string_view above;
+    std::int32_t placeOfAbove = 0;
+    std::array<std::string_view, TextIndex::MostAtOnce> waiting;
+    std::array<int, TextIndex::MostAtOnce> rows{};
+    std::size_t waitingCount = 0;
+};
 
 // The values of so many rows: what there was room for beyond is given back; rows without a value are zeros.
 void FitValues(Stretch& stretch, std::int64_t rows, std::size_t width) {
@@ -262,6 +325,19 @@ ColumnBuffers ColumnMaker::MakeBools(const CellVector& cells, int first, int row
     auto values = NewBuffer(BytesOfBits(rows));
     Buffer validity(BytesOfBits(rows));
     std::int64_t count = 0;
+    if (const Stretch& last = cells.GetStretches().back(); last.kind == CellKind::Bool && !last.hasMissing &&
+                                                           last.first <= first &&
+                                                           last.GetEnd() >= first + rows) {
+        const std::uint8_t* const from = last.values.As<std::uint8_t>() + (first - last.first);
+        std::uint8_t* const bits = values->As<std::uint8_t>();
+        store.InSteps(0, rows, [&](int begin, int end) {
+            for (int row = begin; row < end; ++row) {
+                bits[row >> 3] = static_cast<std::uint8_t>(bits[row >> 3] | from[row] << (row & 7));
+            }
+        });
+        buffers.values = std::move(values);
+        return buffers;
+    }
     ForEach(cells, first, first + rows, [&](int place, const Cell& cell) {
         if (cell.kind != CellKind::Bool) {
             return;
@@ -387,10 +463,8 @@ bool ColumnMaker::MayRepeat(const CellVector& cells, int first, int rows, std::i
 ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, int rows,
                                           std::int64_t plainSize) {
     const std::int64_t placesSize = std::int64_t{rows} * 4;
-    TextIndex index;
-    std::int64_t size = placesSize + 8;
-    const auto isLess = [&] { return 2 * size < plainSize; };
-    if (!isLess() || !MayRepeat(cells, first, rows, plainSize)) {
+    const auto isLess = [&](std::int64_t size) { return 2 * (placesSize + 8 + size) < plainSize; };
+    if (!isLess(0) || !MayRepeat(cells, first, rows, plainSize)) {
         return {};
     }
     ColumnBuffers buffers;
@@ -399,33 +473,32 @@ ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, in
     store.Charge(static_cast<std::uint64_t>(placesSize) + BytesOfBits(rows));
     auto places = NewBuffer(static_cast<std::size_t>(placesSize));
     Buffer validity(BytesOfBits(rows));
-    std::int64_t count = 0;
-    std::string_view above;
-    std::int32_t placeOfAbove = 0;
-    ForEach(cells, first, first + rows, [&](int place, const Cell& cell) {
-        if (!isLess()) {
-            return;
-        }
-        const std::string_view text = cell.GetText();
-        if (text.data() != above.data() || text.size() != above.size()) {
-            const std::size_t known = index.GetTexts().size();
-            placeOfAbove = cell.textLength == Cell::InStore ? index.Find(text) : index.FindPassing(text);
-            if (index.GetTexts().size() > known) {
-                size += static_cast<std::int64_t>(text.size()) + 8;
+    DistinctPlaces distinct(places->As<std::int32_t>());
+    for (const Stretch& stretch : cells.GetStretches()) {
+        const auto addPlaces = [&](int from, int to) {
+            for (int place = from; place < to && isLess(distinct.GetSize()); ++place) {
+                const Cell cell = stretch.areLaid ? Cell() : stretch.Get(place);
+                if (stretch.areLaid ? !stretch.IsThere(place) : cell.kind != CellKind::Text) {
+                    continue;
+                }
+                if (stretch.areLaid) {
+                    distinct.AddLaid(place - first, stretch.GetText(place));
+                } else {
+                    distinct.AddKept(place - first, cell.GetText());
+                }
+                SetBit(validity.As<std::uint8_t>(), place - first);
             }
-            above = text;
-        }
-        places->As<std::int32_t>()[place - first] = placeOfAbove;
-        SetBit(validity.As<std::uint8_t>(), place - first);
-        ++count;
-    });
-    if (!isLess()) {
+        };
+        store.InSteps(std::max(first, stretch.first), std::min(first + rows, stretch.GetEnd()), addPlaces);
+    }
+    distinct.Finish();
+    if (!isLess(distinct.GetSize())) {
         return {};
     }
-    store.Charge(static_cast<std::uint64_t>(size - placesSize));
+    store.Charge(static_cast<std::uint64_t>(distinct.GetSize()) + 8);
     buffers.values = std::move(places);
-    buffers.dictionary = MakeTextColumn(index.GetTexts());
-    MarkThere(buffers, validity, count);
+    buffers.dictionary = MakeTextColumn(distinct.GetTexts());
+    MarkThere(buffers, validity, distinct.GetCount());
     return buffers;
 }
 

@@ -16,8 +16,6 @@ namespace {
 
 // Of what a read may take, the room for announced cells takes so small a part at most.
 constexpr std::uint64_t PartOfLimit = 4;
-// Integers up to here are doubles without loss.
-constexpr std::int64_t LargestExactInteger = std::int64_t{1} << 53;
 
 std::uint64_t BitsOf(double value) {
     return std::bit_cast<std::uint64_t>(value);
@@ -385,12 +383,14 @@ void TableSink::PutColumnRun(int col, int firstRow, std::span<const Number> valu
     }
 }
 
-void TableSink::SetCellRun(int col, int firstRow, std::span<const double> values) {
+void TableSink::SetCellRun(int col, int firstRow, std::span<const double> values,
+                           std::span<const std::uint8_t> decimals) {
     if (!TakeRun(col, firstRow, values.size())) {
         return;
     }
     if (!IsInBlock(col)) {
         ColumnAt(col).PutDoubles(store, firstRow - 1, values);
+        ColumnAt(col).PutDecimals(store, firstRow - 1, decimals);
         return;
     }
     for (const double value : values) {

@@ -1,6 +1,7 @@
 #include "karta/internal/TextIndex.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <utility>
 
@@ -23,7 +24,7 @@ std::uint64_t LoadAs(const char* from) {
 }
 
 // Words of the text, of which the last ones overlap, multiplied together: most texts are short.
-std::uint32_t HashOf(std::string_view text) {
+inline std::uint32_t HashOf(std::string_view text) {
     constexpr std::uint64_t Odd = 0x9e3779b97f4a7c15;
     constexpr std::uint64_t Other = 0xd1b54a32d192ed03;
     const char* at = text.data();
@@ -49,6 +50,23 @@ std::uint32_t HashOf(std::string_view text) {
     return static_cast<std::uint32_t>(hash ^ hash >> 32U);
 }
 
+// Without a call for texts of some characters, as most are.
+bool AreSame(std::string_view one, std::string_view other) {
+    const std::size_t size = one.size();
+    if (size != other.size()) {
+        return false;
+    }
+    if (size < 4 || size > 16) {
+        return one == other;
+    }
+    if (size < 8) {
+        return LoadAs<std::uint32_t>(one.data()) == LoadAs<std::uint32_t>(other.data()) &&
+               LoadAs<std::uint32_t>(one.data() + size - 4) == LoadAs<std::uint32_t>(other.data() + size - 4);
+    }
+    return LoadAs<std::uint64_t>(one.data()) == LoadAs<std::uint64_t>(other.data()) &&
+           LoadAs<std::uint64_t>(one.data() + size - 8) == LoadAs<std::uint64_t>(other.data() + size - 8);
+}
+
 }  // namespace
 
 // Where the same text is given again and again, its characters needn't be looked at.
@@ -57,7 +75,7 @@ std::int32_t TextIndex::Find(std::string_view text) {
         Grow();
     }
     if (!recents.IsWorthLooking()) {
-        return FindByHash(text);
+        return FindByHash(text, HashOf(text));
     }
     if (recents.GetSize() < slots.size()) {
         recents.Resize(slots.size());
@@ -67,7 +85,7 @@ std::int32_t TextIndex::Find(std::string_view text) {
         recents.CountHit();
         return static_cast<std::int32_t>(*known);
     }
-    const std::int32_t place = FindByHash(text);
+    const std::int32_t place = FindByHash(text, HashOf(text));
     recents.Put(text.data(), static_cast<std::uint64_t>(place));
     return place;
 }
@@ -76,12 +94,38 @@ std::int32_t TextIndex::FindPassing(std::string_view text) {
     if (2 * texts.size() >= slots.size()) {
         Grow();
     }
-    return FindByHash(text);
+    return FindByHash(text, HashOf(text));
 }
 
-std::int32_t TextIndex::FindByHash(std::string_view text) {
+void TextIndex::FindPassing(std::span<const std::string_view> several, std::span<std::int32_t> places) {
+    while (2 * (texts.size() + several.size()) >= slots.size()) {
+        Grow();
+    }
     const std::size_t mask = slots.size() - 1;
-    const std::uint32_t hash = HashOf(text);
+    std::array<std::uint32_t, MostAtOnce> hashes{};
+    for (std::size_t i = 0; i < several.size(); ++i) {
+        hashes[i] = HashOf(several[i]);
+        __builtin_prefetch(&slots[hashes[i] & mask]);
+    }
+    for (std::size_t i = 0; i < several.size(); ++i) {
+        const Slot& slot = slots[hashes[i] & mask];
+        if (slot.place != 0 && slot.hash == hashes[i]) {
+            __builtin_prefetch(&texts[static_cast<std::size_t>(slot.place) - 1]);
+        }
+    }
+    for (std::size_t i = 0; i < several.size(); ++i) {
+        const Slot& slot = slots[hashes[i] & mask];
+        if (slot.place != 0 && slot.hash == hashes[i]) {
+            __builtin_prefetch(texts[static_cast<std::size_t>(slot.place) - 1].data());
+        }
+    }
+    for (std::size_t i = 0; i < several.size(); ++i) {
+        places[i] = FindByHash(several[i], hashes[i]);
+    }
+}
+
+std::int32_t TextIndex::FindByHash(std::string_view text, std::uint32_t hash) {
+    const std::size_t mask = slots.size() - 1;
     for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
         Slot& slot = slots[at];
         if (slot.place == 0) {
@@ -89,7 +133,7 @@ std::int32_t TextIndex::FindByHash(std::string_view text) {
             slot = {static_cast<std::int32_t>(texts.size()), hash};
             return slot.place - 1;
         }
-        if (slot.hash == hash && texts[static_cast<std::size_t>(slot.place) - 1] == text) {
+        if (slot.hash == hash && AreSame(texts[static_cast<std::size_t>(slot.place) - 1], text)) {
             return slot.place - 1;
         }
     }

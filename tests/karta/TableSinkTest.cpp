@@ -100,7 +100,7 @@ TEST(TableSinkTest, TakesRunsOfCellsAsCells) {
     for (const std::vector<double>* const values : {&whole, &broken}) {
         ++col;
         for (const int firstRow : {1, 6, 13, 10'000, 3}) {
-            runs.sink.SetCellRun(col, firstRow, *values);
+            runs.sink.SetCellRun(col, firstRow, *values, {});
             for (int i = 0; i < 5; ++i) {
                 cells.sink.Set(col, firstRow + i, (*values)[static_cast<std::size_t>(i)]);
             }
@@ -109,7 +109,7 @@ TEST(TableSinkTest, TakesRunsOfCellsAsCells) {
             making->sink.SetText(col + 2, 1, "text");
             making->sink.Set(col + 2, 2, 7.0);
         }
-        runs.sink.SetCellRun(col + 2, 3, *values);
+        runs.sink.SetCellRun(col + 2, 3, *values, {});
         for (int i = 0; i < 5; ++i) {
             cells.sink.Set(col + 2, 3 + i, (*values)[static_cast<std::size_t>(i)]);
         }
@@ -123,6 +123,19 @@ TEST(TableSinkTest, TakesRunsOfCellsAsCells) {
         EXPECT_EQ(one.GetColumn(i).GetType(), other.GetColumn(i).GetType());
         EXPECT_EQ(TextsOf(one.GetColumn(i)), TextsOf(other.GetColumn(i)));
     }
+}
+
+// The digits behind the point come back where the column becomes text.
+TEST(TableSinkTest, RunsOfCellsKeepTheirDecimals) {
+    Making making(0);
+    const std::vector<double> values = {1.5, 2.25, 3, -0.5};
+    const std::vector<std::uint8_t> decimals = {3, 0, 2, 4};
+    making.sink.SetCellRun(1, 1, values, decimals);
+    making.sink.SetCellRun(1, 5, values, {});
+    making.sink.SetText(1, 9, "text");
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(TextsOf(table.GetColumn(0)),
+              (Texts{"1.50", "2.25", "3.0", "-0.500", "1.5", "2.25", "3", "-0.5", "text"}));
 }
 
 // Runs of texts behind each other, behind gaps, beside single cells and over what is there are what as many
