@@ -99,6 +99,8 @@ char* PrintSixDigits(double value, char* text) {
 char* PrintFewPlaces(double value, char* text) {
     constexpr double Scale = 1e6;
     constexpr std::uint64_t Places = 1'000'000;
+    // A whole number that ends in fewer zeros is no shorter with an exponent.
+    constexpr std::uint32_t ShorterWithExponent = 100'000;
     const double magnitude = std::fabs(value);
     if (!(magnitude >= 1e-3 && magnitude < 1e9)) {
         return nullptr;
@@ -107,15 +109,18 @@ char* PrintFewPlaces(double value, char* text) {
     // NOLINTNEXTLINE(bugprone-incorrect-roundings)
     const auto digits = static_cast<std::uint64_t>(magnitude * Scale + 0.5);
     auto fraction = static_cast<std::uint32_t>(digits % Places);
-    if (static_cast<double>(digits) / Scale != magnitude || fraction == 0) {
+    const auto whole = static_cast<std::uint32_t>(digits / Places);
+    if (static_cast<double>(digits) / Scale != magnitude ||
+        (fraction == 0 && whole % ShorterWithExponent == 0)) {
         return nullptr;
     }
     if (value < 0.0) {
         *text++ = '-';
     }
-    text = std::to_chars(text, text + std::numeric_limits<std::uint32_t>::digits10 + 1,
-                         static_cast<std::uint32_t>(digits / Places))
-               .ptr;
+    text = std::to_chars(text, text + std::numeric_limits<std::uint32_t>::digits10 + 1, whole).ptr;
+    if (fraction == 0) {
+        return text;
+    }
     *text++ = '.';
     int places = SixDigits;
     for (; fraction % 10 == 0; fraction /= 10) {

@@ -37,6 +37,14 @@ public:
         std::copy(more.begin(), more.end(), numbers + count);
         count += more.size();
     }
+    /** Room for so many more, of which Extend then says how many are there. */
+    std::span<double> GetFree(std::size_t more) {
+        if (more > capacity - count) {
+            Grow(more);
+        }
+        return {numbers + count, more};
+    }
+    void Extend(std::size_t more) { count += more; }
     /** The room stays for the next ones. */
     void Clear() { count = 0; }
 

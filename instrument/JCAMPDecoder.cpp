@@ -196,26 +196,60 @@ JCAMPDecoder::Run JCAMPDecoder::TakeRun(std::span<double> values) {
     return run;
 }
 
+namespace {
+
+// The digit that a letter of differences stands for, and whether it is negative; other characters.
+constexpr std::uint8_t NegativeDigit = 0x40;
+constexpr std::uint8_t NoDifference = 0x80;
+
+constexpr std::array<std::uint8_t, 256> MakeDifferenceDigits() {
+    std::array<std::uint8_t, 256> digits{};
+    for (std::size_t c = 0; c < digits.size(); ++c) {
+        const JCAMPCharacter& letter = JCAMPCharacters[c];
+        const bool isDifference = letter.kind == JCAMPCharacter::Difference;
+        digits[c] = isDifference
+                        ? static_cast<std::uint8_t>(letter.digit | (letter.negative ? NegativeDigit : 0U))
+                        : NoDifference;
+    }
+    return digits;
+}
+
+constexpr std::array<std::uint8_t, 256> DifferenceDigits = MakeDifferenceDigits();
+
+std::uint8_t DifferenceDigitOf(char c) {
+    return DifferenceDigits[static_cast<unsigned char>(c)];
+}
+
+// Whether a value ends in front of it. An "E" may be an exponent's.
+bool EndsDifference(char c) {
+    const JCAMPCharacter behind = ClassifyJCAMP(c);
+    return behind.marks == JCAMPCharacter::PackedMark && behind.kind != JCAMPCharacter::Duplicate;
+}
+
+}  // namespace
+
 // Each up to the letter of the next value. Eight bytes behind a letter tell how many digits it has.
 std::size_t JCAMPDecoder::TakeDifferences(std::span<double> values) {
     std::size_t count = 0;
-    JCAMPCharacter letter = ClassifyJCAMP(*cursor);
-    while (count < values.size() && letter.kind == JCAMPCharacter::Difference) {
-        std::uint64_t whole = letter.digit;
-        const char* const behind = TakeShortDigits(cursor + 1, end, whole);
+    const char* at = cursor;
+    std::uint8_t letter = DifferenceDigitOf(*at);
+    while (count < values.size() && letter < NoDifference) {
+        std::uint64_t whole = letter & ~NegativeDigit;
+        const char* const behind = TakeShortDigits(at + 1, end, whole);
         if (behind == nullptr) {
             break;
         }
-        const JCAMPCharacter next = ClassifyJCAMP(*behind);
-        // An "E" may be an exponent's.
-        if (next.marks != JCAMPCharacter::PackedMark || next.kind == JCAMPCharacter::Duplicate) {
+        const std::uint8_t next = DifferenceDigitOf(*behind);
+        if (next == NoDifference && !EndsDifference(*behind)) {
             break;
         }
-        const auto number = static_cast<double>(whole);
-        values[count++] = letter.negative ? -number : number;
-        cursor = behind;
+        // Of eight digits at most, and no zero is negative.
+        const auto number = static_cast<std::int64_t>(whole);
+        values[count++] = static_cast<double>(letter >= NegativeDigit ? -number : number);
+        at = behind;
         letter = next;
     }
+    cursor = at;
     marks |= count > 0 ? static_cast<unsigned int>(JCAMPCharacter::PackedMark) : 0U;
     return count;
 }
@@ -230,7 +264,7 @@ std::size_t JCAMPDecoder::TakePlainNumbers(std::span<double> values) {
             !IsDigit(behind[1])) {
             break;
         }
-        values[count++] = static_cast<double>(whole);
+        values[count++] = static_cast<double>(static_cast<std::int64_t>(whole));
         cursor = behind + 1;
     }
     return count;

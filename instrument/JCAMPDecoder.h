@@ -177,7 +177,7 @@ inline bool JCAMPDecoder::TakeShort(Value& next, const Rules& rules) {
             ++at;
         }
     }
-    const auto number = static_cast<double>(whole);
+    const auto number = static_cast<double>(static_cast<std::int64_t>(whole));
     next.value = scale == 0 ? number : number / PowersOfTen[static_cast<std::size_t>(scale)];
     next.value = first.negative ? -next.value : next.value;
     next.count = first.kind == JCAMPCharacter::Difference ? -count : count;

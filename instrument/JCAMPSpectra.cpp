@@ -1,12 +1,12 @@
 #include "instrument/JCAMPSpectra.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <functional>
 #include <iterator>
 #include <numeric>
+#include <span>
 
 #include "base/Ascii.h"
 #include "base/NumberFormat.h"
@@ -472,17 +472,22 @@ int JCAMPSpectra::DecodeOrdinateLine(std::string_view line, const Notation& nota
 
 // What most of a line is.
 void JCAMPSpectra::TakeRuns(JCAMPDecoder& decoder, karta::NumberRoom& ys, double& lastY, bool& checkPending) {
-    std::array<double, 64> values;
-    for (auto run = decoder.TakeRun(values); run.count > 0; run = decoder.TakeRun(values)) {
+    constexpr std::size_t LongestRun = 128;
+    while (true) {
+        const std::span<double> values = ys.GetFree(LongestRun);
+        const JCAMPDecoder::Run run = decoder.TakeRun(values);
+        if (run.count == 0) {
+            return;
+        }
         context.ThrowIfStopped();
-        const auto end = values.begin() + static_cast<std::ptrdiff_t>(run.count);
         checkPending = run.areDifferences;
         if (run.areDifferences) {
+            const auto end = values.begin() + static_cast<std::ptrdiff_t>(run.count);
             values.front() += lastY;
             std::partial_sum(values.begin(), end, values.begin());
         }
-        lastY = *(end - 1);
-        ys.Add({values.begin(), end});
+        lastY = values[run.count - 1];
+        ys.Extend(run.count);
     }
 }
 

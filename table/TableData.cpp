@@ -420,6 +420,15 @@ float TableData::GetFloat(int col, int row) const {
                                       : 0.0F;
 }
 
+bool TableData::FindPlainDouble(int col, int row, double& value) const {
+    const Cell cell = Find(col, row);
+    if ((cell & (SourceBit | KindMask)) != Double) {
+        return false;
+    }
+    std::memcpy(&value, PlaceOf(cell >> KindBits), sizeof value);
+    return true;
+}
+
 void TableData::CopyCell(int col, int row, CellOutput& output, int toCol, int toRow) const {
     switch (GetKind(col, row)) {
         case Missing:

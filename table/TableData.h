@@ -94,6 +94,9 @@ public:
     /** The number of a Float cell. */
     float GetFloat(int col, int row) const;
 
+    /** The number of a Double cell without a source; false for any other cell. */
+    bool FindPlainDouble(int col, int row, double& value) const;
+
     /** Hands a cell on, as what it is and with its source, to another place. */
     void CopyCell(int col, int row, CellOutput& output, int toCol, int toRow) const;
 

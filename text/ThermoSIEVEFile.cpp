@@ -8,6 +8,7 @@
 
 #include "base/LineReader.h"
 #include "base/NumberParser.h"
+#include "frame/CellRunSink.h"
 #include "frame/FormatRecogniser.h"
 #include "frame/OptionsText.h"
 #include "host/NvFile.h"
@@ -300,16 +301,30 @@ int ThermoSIEVEFile::ReadTurned(ReadSpreadSheetData& sink) {
     const std::vector<int> sources = FindAllSources(complete->GetHead().names, table.GetNumberOfColumns());
     sink.SetDataSize(lines, static_cast<int>(sources.size()));
     CellOutput output(sink);
+    auto* cellRuns = dynamic_cast<CellRunSink*>(&sink);
+    cellRuns = cellRuns != nullptr && cellRuns->PrefersCellRuns() ? cellRuns : nullptr;
     const int rows = static_cast<int>(sources.size());
-    // A line's cells lie side by side: several rows at once take a walk down all lines each time.
-    constexpr int RowsAtOnce = 16;
     for (int first = 1; first <= rows; first += RowsAtOnce) {
         const int last = std::min(rows, first + RowsAtOnce - 1);
         for (int line = 1; line <= lines; ++line) {
             GetContext()->ThrowIfStopped();
+            double run[RowsAtOnce];
+            std::size_t inRun = 0;
+            const auto putRun = [&](int end) {
+                if (inRun > 0) {
+                    cellRuns->SetCellRun(line, end - static_cast<int>(inRun), {run, inRun}, {});
+                    inRun = 0;
+                }
+            };
             for (int row = first; row <= last; ++row) {
                 const int from = sources[static_cast<std::size_t>(row) - 1];
                 const bool isMz = from == FromMz;
+                if (cellRuns != nullptr && from > FromNothing &&
+                    table.FindPlainDouble(from, line, run[inRun])) {
+                    ++inRun;
+                    continue;
+                }
+                putRun(row);
                 if (from > FromNothing) {
                     table.CopyCell(from, line, output, line, row);
                 } else if (from != FromNothing) {
@@ -318,6 +333,7 @@ int ThermoSIEVEFile::ReadTurned(ReadSpreadSheetData& sink) {
                               output, row);
                 }
             }
+            putRun(last + 1);
         }
     }
     karta::TableShape& shape = GetContext()->shape;

@@ -43,6 +43,13 @@ TEST(NumberFormatTest, ShortestIsThatOfTheStandardLibrary) {
         expectSame(std::nextafter(number / power, 0.0));
         expectSame(std::bit_cast<double>(random()));
     }
+    // Whole numbers, which an exponent makes shorter where they end in enough zeros.
+    for (double zeros = 1.0; zeros < 1e10; zeros *= 10.0) {
+        for (const double digits : {1.0, 9.0, 10.0, 12.0, 99.0, 123.0, 1001.0, 12345.0, 99999.0}) {
+            expectSame(digits * zeros);
+            expectSame(-digits * zeros);
+        }
+    }
     for (const double value :
          {0.0, -0.0, 0.001, 0.0009999, 0.00123, 0.1, 1e5, 1e9, 999999999.9999995, 1e15, 1e-300}) {
         expectSame(value);
