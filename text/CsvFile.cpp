@@ -174,7 +174,8 @@ int CsvFile::GetSelectedDelimiter(char* firstLine, file_iterator begin, file_ite
     CsvScanner scanner(*parser, ChooseDelimiter(firstLine));
     const std::size_t taken = scanner.Scan(text);
     if (taken != text.size() || parser->IsOverfull()) {
-        failurePlace.line = CountByte(text.data(), text.data() + taken, '\n') + 1;
+        const std::string_view read = text.substr(0, taken);
+        failurePlace.line = CountByte(read.data(), read.data() + read.size(), '\n') + 1;
         const std::string place = "line " + std::to_string(*failurePlace.line);
         AddNote({"refused-byte", 1, place,
                  "the classic reading ended at " + place + "; the complete reading takes all of the file"});

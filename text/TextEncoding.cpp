@@ -12,7 +12,7 @@
 namespace {
 
 // Where NULs are counted, and how many there are where every other byte is one.
-constexpr std::size_t NulWindow = 64 * 1024;
+constexpr std::size_t NulWindow = std::size_t{64} << 10U;
 constexpr std::size_t NulsOfOneSide = 9;
 constexpr std::size_t LeastNulShare = 8;
 
@@ -28,12 +28,13 @@ constexpr std::array<Mark, 3> Marks = {{{"\xef\xbb\xbf", TextEncoding::Utf8},
                                         {"\xff\xfe", TextEncoding::Utf16Little},
                                         {"\xfe\xff", TextEncoding::Utf16Big}}};
 
-// Whether all bytes are ASCII, and none is NUL.
+// Whether so many of the bytes, which are there, are all ASCII and none is NUL.
 template <std::size_t Size>
-bool IsPlainRun(const char* run) {
+bool IsPlainRun(std::string_view bytes) {
     constexpr std::uint64_t Ones = 0x0101010101010101U;
     std::array<std::uint64_t, Size / sizeof(std::uint64_t)> words;
-    std::memcpy(words.data(), run, Size);
+    // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the caller has seen that they are there
+    std::memcpy(words.data(), bytes.data(), Size);
     std::uint64_t others = 0;
     for (const std::uint64_t word : words) {
         // The first is set over what is no ASCII, the second over what is NUL.
@@ -167,7 +168,7 @@ ByteFacts ExamineBytes(std::string_view bytes) {
     ByteFacts facts;
     while (!bytes.empty()) {
         // Nearly all text is ASCII, which is passed in runs, each looked at as a whole.
-        while (bytes.size() >= Run && IsPlainRun<Run>(bytes.data())) {
+        while (bytes.size() >= Run && IsPlainRun<Run>(bytes)) {
             bytes.remove_prefix(Run);
         }
         const std::size_t stop = bytes.size() - std::min(bytes.size(), Run);

@@ -15,7 +15,7 @@ constexpr std::size_t BeginningSize = 1 << 20;
 // What is looked at before it may be let go of, and how large a text is kept in memory all the same.
 constexpr std::size_t PieceToExamine = std::size_t{1} << 20;
 constexpr std::size_t LargestKept = std::size_t{32} << 20;
-constexpr std::size_t BinaryWindow = 64 * 1024;
+constexpr std::size_t BinaryWindow = std::size_t{64} << 10U;
 // A text may hold this share of bytes that no text has, and this many of them whatever its size.
 constexpr std::size_t LeastTextShare = 10;
 constexpr std::size_t FewControls = 16;

@@ -44,14 +44,14 @@ std::size_t WishedWidth() {
 }
 
 // Colours pass (R), long lines aren't broken (S), one screen is shown at once (F) and stays (X).
-[[noreturn]] void BecomePager(const char* wanted) {
+[[noreturn]] void BecomePager(const std::string& wanted) {
     sigset_t none;
     sigemptyset(&none);
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
     std::signal(SIGPIPE, SIG_DFL);
     setenv("LESS", "FRSX", 0);
-    if (wanted != nullptr && *wanted != '\0') {
-        execl("/bin/sh", "sh", "-c", wanted, nullptr);
+    if (!wanted.empty()) {
+        execl("/bin/sh", "sh", "-c", wanted.c_str(), nullptr);
     }
     execlp("less", "less", nullptr);
     execlp("more", "more", nullptr);
@@ -91,7 +91,7 @@ void Screen::StartPager() {
     pager = fork();
     if (pager == 0) {
         dup2(ends[0], STDIN_FILENO);
-        BecomePager(wanted);
+        BecomePager(wanted == nullptr ? std::string() : wanted);
     }
     if (pager > 0) {
         dup2(ends[1], STDOUT_FILENO);
