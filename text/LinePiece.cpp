@@ -201,7 +201,7 @@ void LinePiece::Read(std::string_view lines, const LineRules& rules) {
     const char* const end = lines.data() + lines.size();
     for (record = lines.data(); record != end; ++rows) {
         if (rows == room) {
-            MakeRoom(std::max(FewestRows, 2 * room), rules);
+            MakeRoom(std::max(FewestRows, room + room / 4), rules);
         }
         const char* behind = ReadRecord(record, end, rules);
         if (!isParted) {

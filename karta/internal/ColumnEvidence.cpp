@@ -21,9 +21,18 @@ std::int64_t CountEmptyTexts(const CellStore& store, const Stretch& stretch, int
     std::int64_t count = 0;
     if (stretch.areLaid) {
         store.InSteps(first, end, [&](int from, int to) {
+            int empty = 0;
             for (int at = from - stretch.first; at < to - stretch.first; ++at) {
-                count += words[at] == words[at + 1] && stretch.IsThere(at + stretch.first) ? 1 : 0;
+                empty += words[at] == words[at + 1] ? 1 : 0;
             }
+            // Missing ones are empty too, and are few or none.
+            for (int place = from; stretch.hasMissing && empty > 0 && place < to; ++place) {
+                empty -= words[place - stretch.first] == words[place - stretch.first + 1] &&
+                                 !stretch.IsThere(place)
+                             ? 1
+                             : 0;
+            }
+            count += empty;
         });
         return count;
     }

@@ -69,7 +69,11 @@ void TurnWhole(const CellStore& store, CellVector& cells, int first, int end) {
             continue;
         }
         store.InSteps(first, std::min(end, stretch.GetEnd()), [&](int from, int to) {
-            for (int place = from; place < to; ++place) {
+            for (int place = from; !stretch.hasMissing && place < to; ++place) {
+                const double value = stretch.values.As<double>()[place - stretch.first];
+                stretch.values.As<std::int64_t>()[place - stretch.first] = static_cast<std::int64_t>(value);
+            }
+            for (int place = from; stretch.hasMissing && place < to; ++place) {
                 const double value = stretch.values.As<double>()[place - stretch.first];
                 // What is missing may be anything.
                 stretch.values.As<std::int64_t>()[place - stretch.first] =

@@ -10,6 +10,8 @@ namespace karta {
 namespace {
 
 constexpr std::size_t FewestSlots = 256;
+// So many are in the processor's nearest cache.
+constexpr std::size_t MostSlotsNearby = 2048;
 
 std::uint64_t Mix(std::uint64_t one, std::uint64_t other) {
     const auto product = static_cast<unsigned __int128>(one) * other;
@@ -100,6 +102,12 @@ std::int32_t TextIndex::FindPassing(std::string_view text) {
 void TextIndex::FindPassing(std::span<const std::string_view> several, std::span<std::int32_t> places) {
     while (2 * (texts.size() + several.size()) >= slots.size()) {
         Grow();
+    }
+    if (slots.size() <= MostSlotsNearby) {
+        for (std::size_t i = 0; i < several.size(); ++i) {
+            places[i] = FindByHash(several[i], HashOf(several[i]));
+        }
+        return;
     }
     const std::size_t mask = slots.size() - 1;
     std::array<std::uint32_t, MostAtOnce> hashes{};
