@@ -1,6 +1,6 @@
 #include "base/NumberStore.h"
 
-#include <new>
+#include <utility>
 
 #include "base/PageMemory.h"
 
@@ -14,34 +14,12 @@ constexpr std::size_t LargestBlock = std::size_t{1} << 23;
 constexpr std::size_t LargestShared = LargestBlock / 16;
 // From here on large pages save more than the part of one that stays empty costs.
 constexpr std::size_t SmallestHuge = LargestBlock;
-constexpr std::size_t MostNumbers = ~std::size_t{0} / sizeof(double) / 4;
 
 std::shared_ptr<void> Own(void* data, std::size_t bytes) {
     return {data, [bytes](void* pages) { UnmapPages(pages, bytes); }};
 }
 
 }  // namespace
-
-NumberRoom::~NumberRoom() {
-    if (numbers != nullptr) {
-        UnmapPages(numbers, capacity * sizeof(double));
-    }
-}
-
-void NumberRoom::Grow(std::size_t more) {
-    if (more > MostNumbers - count) {
-        throw std::bad_alloc();
-    }
-    const std::size_t wanted = std::max({count + more, 2 * capacity, SmallestBlock / sizeof(double)});
-    const std::size_t bytes = wanted * sizeof(double);
-    void* const pages =
-        numbers == nullptr ? MapPages(bytes) : ResizePages(numbers, capacity * sizeof(double), bytes);
-    numbers = static_cast<double*>(pages);
-    capacity = wanted;
-    if (bytes >= SmallestHuge) {
-        WishForHugePages(numbers, bytes);
-    }
-}
 
 StoredNumbers NumberStore::Keep(NumberRoom& room, double factor) {
     StoredNumbers kept;
@@ -50,14 +28,14 @@ StoredNumbers NumberStore::Keep(NumberRoom& room, double factor) {
     const std::size_t bytes = room.count * sizeof(double);
     if (bytes > LargestShared) {
         target = static_cast<double*>(ResizePages(room.numbers, room.capacity * sizeof(double), bytes));
+        room.numbers = nullptr;
+        room.count = room.capacity = 0;
         kept.memory = Own(target, bytes);
         kept.numbers = target;
         if (factor != 1.0) {
             std::transform(target, target + kept.count, target,
                            [factor](double number) { return number * factor; });
         }
-        room.numbers = nullptr;
-        room.count = room.capacity = 0;
         return kept;
     }
     target = Take(room.count, kept.memory);

@@ -626,6 +626,54 @@ TEST_F(KpfFileImportTest, CompleteReadingTakesDatasetsByNameOrPlaceOrAll) {
     }
 }
 
+// The values go from the file to the table without being kept.
+TEST_F(KpfFileImportTest, CompleteReadingTwiceGivesTheSame) {
+    for (const int version : {6, 5, 4}) {
+        CompleteProject read(Write(TwoDataSets(), {.version = version}));
+        const std::string cells = read.Cells();
+        EXPECT_EQ(cells, "[][pH][Sugar]\n[Red][3.5][0.1]\n[White][][1e-07]\n");
+        read.table.Clear();
+        EXPECT_EQ(read.reader.Read(&read.table), 0);
+        EXPECT_EQ(read.Cells(), cells);
+        EXPECT_EQ(read.reader.ListFacts().size(), 6U);
+    }
+}
+
+namespace {
+
+class ReaderOfSecrets : public karta::ProjectReader {
+public:
+    ReaderOfSecrets() : ProjectReader(std::string("secret")) {}
+};
+
+}  // namespace
+
+// What is wrong with the values shows only while they are handed on.
+TEST_F(KpfFileImportTest, CompleteReadingOfAProjectThatWasTamperedWithIsWholeOrAnError) {
+    ProjectContents project = SmallProject();
+    std::vector<std::string> names;
+    std::vector<std::vector<float>> values;
+    for (int i = 0; i < 30000; ++i) {
+        names.push_back("o" + std::to_string(i));
+        values.push_back({static_cast<float>(i)});
+    }
+    project.dataSets = {SmallDataSet(1, "Many", {NamedVariable("v")}, names, values)};
+    const std::string good = ReadWholeFile(Write(project, {.password = "secret"}));
+    const std::string cells = CompleteTable<ReaderOfSecrets>(folder.Write("good.kpf", good)).Cells();
+    int refusedOnTheWay = 0;
+    for (std::size_t at = good.size() / 20; at < good.size(); at += good.size() / 10) {
+        std::string bytes = good;
+        bytes[at] = static_cast<char>(bytes[at] ^ 1);
+        CompleteTable<ReaderOfSecrets> read(folder.Write("tampered.kpf", bytes));
+        if (read.status == 0) {
+            EXPECT_EQ(read.Cells(), cells) << at;
+        } else {
+            refusedOnTheWay += read.table.GetNumberOfRows() > 0 ? 1 : 0;
+        }
+    }
+    EXPECT_GT(refusedOnTheWay, 0);
+}
+
 TEST_F(KpfFileImportTest, StreamsOfAProjectProveIt) {
     const FormatRecogniser* const recogniser = FormatRecogniser::Find(Format);
     ASSERT_NE(recogniser, nullptr);
