@@ -7,6 +7,7 @@
 #include <iterator>
 #include <numeric>
 #include <span>
+#include <utility>
 
 #include "base/Ascii.h"
 #include "base/NumberFormat.h"
@@ -364,7 +365,7 @@ JCAMPSpectra::Decoded JCAMPSpectra::DecodeTable(const JCAMPDataTable& table, con
 JCAMPSpectra::Decoded JCAMPSpectra::DecodeAs(const JCAMPDataTable& table, const Form& form,
                                              const Notation& notation) {
     Decoded decoded;
-    decoded.columns = std::move(rooms);
+    decoded.columns = std::exchange(rooms, {});
     decoded.columns.resize(form.isTuples ? form.symbols.size() : 1);
     std::for_each(decoded.columns.begin(), decoded.columns.end(), std::mem_fn(&karta::NumberRoom::Clear));
     stream.Seek(table.position);
