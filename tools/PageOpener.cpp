@@ -28,6 +28,9 @@ namespace {
         _exit(0);
     }
     const int nothing = open("/dev/null", O_RDWR);
+    if (nothing < 0) {
+        _exit(1);
+    }
     for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         dup2(nothing, standard);
     }

@@ -476,11 +476,13 @@ int CheckedRows(int rows) {
     return rows;
 }
 
-void AddVerbs(CLI::App& app, CommandLine& line) {
+void AddFormats(CLI::App& app, CommandLine& line) {
     CLI::App* formats = app.add_subcommand("formats", "lists the formats, in the loader's order");
     AddPlugins(formats, line);
     formats->add_flag("--json", line.json, "as one JSON object");
+}
 
+void AddDetect(CLI::App& app, CommandLine& line) {
     CLI::App* detect = app.add_subcommand("detect", "every format's verdict on a file, and the choice");
     AddFiles(detect, line);
     AddPlugins(detect, line);
@@ -488,7 +490,9 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
     detect->add_flag("--quiet", line.request.quiet, "no word on why none is chosen");
     detect->add_flag("--json", line.json, "as one JSON object");
     detect->footer("Example: karta-import detect unknown.dat | grep -v ^no");
+}
 
+void AddInfo(CLI::App& app, CommandLine& line) {
     CLI::App* info = app.add_subcommand("info", "format, size, sheets or blocks or matrices, notes");
     info->add_flag("--json", line.json, "as one JSON object");
     AddReading(info, line);
@@ -496,7 +500,9 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
         "Examples:\n"
         "  karta-import info spectrum.spc\n"
         "  karta-import info --json book.xlsx | jq .parts");
+}
 
+void AddShow(CLI::App& app, CommandLine& line) {
     CLI::App* show = app.add_subcommand("show", "the head of the table, aligned, in the terminal");
     show->add_option_function<int>(
             "--rows", [&](int rows) { line.show.rows = CheckedRows(rows); }, "how many rows to show (20)")
@@ -510,7 +516,9 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
         "Examples:\n"
         "  karta-import show spectrum.spc --rows 5 --columns 1-3,7\n"
         "  karta-import show book.xlsx --part Results --wide");
+}
 
+void AddView(CLI::App& app, CommandLine& line) {
     CLI::App* view = app.add_subcommand("view", "a page with an interactive plot, for the browser");
     view->add_option("-o,--output", line.view.output, "the page to write; without it the browser opens one")
         ->type_name("PAGE");
@@ -522,7 +530,9 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
         "  karta-import view run1.ch run2.ch -o both.html\n"
         "  karta-import view 'spectra/**/*.spc'\n"
         "  karta-import view --svg spectrum.spc -o spectrum.svg");
+}
 
+void AddConvert(CLI::App& app, CommandLine& line) {
     CLI::App* convert = app.add_subcommand("convert", "the table as CSV, TSV, JSON lines, text, DIF or MAT");
     convert->add_option("-o,--output", line.convert.output, "the file to write; - is standard output")
         ->type_name("OUT");
@@ -555,10 +565,23 @@ void AddVerbs(CLI::App& app, CommandLine& line) {
         "  karta-import convert a.spc b.spc --include 1100:1800 -o both.mat\n"
         "  karta-import convert spectra/ -o tables/ --each --skip-bad\n"
         "  karta-import convert 'spectra/**/*.spc' --stack --grid common -o all.csv");
+}
 
+void AddTrace(CLI::App& app, CommandLine& line) {
     CLI::App* trace = app.add_subcommand("trace", "every call between reader and sink, one a line");
     AddReading(trace, line);
     trace->footer("Example: karta-import trace --format text table.data");
+}
+
+// In the order in which the help lists them.
+void AddVerbs(CLI::App& app, CommandLine& line) {
+    AddFormats(app, line);
+    AddDetect(app, line);
+    AddInfo(app, line);
+    AddShow(app, line);
+    AddView(app, line);
+    AddConvert(app, line);
+    AddTrace(app, line);
 }
 
 bool OutputReaderIsGone() {
