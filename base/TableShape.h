@@ -23,6 +23,8 @@ struct TableShape {
     std::string axisUnit;          /**< "cm-1", "s" */
     std::string valueQuantity;     /**< "absorbance" */
     std::string valueUnit;         /**< "AU" */
+
+    bool HasBlock() const { return isKnown && firstBlockColumn > 0; }
 };
 
 }  // namespace karta

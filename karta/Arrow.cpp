@@ -12,7 +12,9 @@
 #include <vector>
 
 #include "base/NumberFormat.h"
-#include "base/ReadContext.h"
+#include "base/Stopped.h"
+#include "karta/Error.h"
+#include "karta/internal/StopLook.h"
 
 namespace karta {
 
@@ -79,37 +81,48 @@ std::string AxisText(std::span<const double> axis) {
 /** The fields of a table, with names of their own. */
 class Fields {
 public:
-    Fields(const Table& table, BlockForm form) {
+    Fields(const Table& table, BlockForm form, const std::stop_token& stop) : look(stop) {
         const std::size_t place = table.GetBlockPlace();
         for (std::size_t i = 0; i < table.GetColumnCount(); ++i) {
             if (i == place) {
-                AddBlock(table, form);
+                AddBlock(table, form, stop);
             }
             AddColumn(table.GetColumn(i));
         }
         if (place == table.GetColumnCount()) {
-            AddBlock(table, form);
+            AddBlock(table, form, stop);
         }
         MakeNamesUnique();
     }
 
-    const std::vector<Field>& Get() const { return fields; }
+    /** Does `step` with each. */
+    template <class Step>
+    void ForEach(Step step) {
+        for (const Field& field : fields) {
+            look.Count(StepsOfField);
+            step(field);
+        }
+    }
 
 private:
+    // About so many numbers' worth of work is a field with its name and metadata.
+    static constexpr std::int64_t StepsOfField = 256;
+
     void AddColumn(const Column& column) {
+        look.Count(StepsOfField);
         Pairs metadata;
         AddPair(metadata, "unit", column.GetUnit());
         fields.push_back({column.GetName(), std::move(metadata), column, nullptr});
     }
 
-    void AddBlock(const Table& table, BlockForm form) {
+    void AddBlock(const Table& table, BlockForm form, const std::stop_token& stop) {
         if (table.GetBlock() == nullptr) {
             return;
         }
         const bool isList =
             form == BlockForm::List || (form == BlockForm::AsItLies && table.GetBlock()->IsRowMajor());
-        block = std::make_unique<const Block>(isList ? table.GetBlock()->ToRowMajor()
-                                                     : table.GetBlock()->ToColumnMajor());
+        block = std::make_unique<const Block>(isList ? table.GetBlock()->ToRowMajor(stop)
+                                                     : table.GetBlock()->ToColumnMajor(stop));
         if (isList) {
             AddList();
         } else {
@@ -128,6 +141,7 @@ private:
     void AddPoints() {
         const auto axis = block->GetAxis();
         for (std::int64_t point = 0; point < block->GetPointCount(); ++point) {
+            look.Count(StepsOfField);
             Pairs metadata = ValueMetadata();
             if (!axis.empty()) {
                 AddPair(metadata, "axis", FormatShortest(axis[static_cast<std::size_t>(point)]));
@@ -154,11 +168,13 @@ private:
     void MakeNamesUnique() {
         std::unordered_set<std::string> taken;
         for (const Field& field : fields) {
+            look.Count(StepsOfField);
             taken.insert(field.name);
         }
         std::unordered_set<std::string> used;
         for (std::size_t i = 0; i < fields.size(); ++i) {
             Field& field = fields[i];
+            look.Count(StepsOfField);
             if (!field.name.empty() && used.insert(field.name).second) {
                 continue;
             }
@@ -174,6 +190,7 @@ private:
         }
     }
 
+    StopLook look;
     std::unique_ptr<const Block> block;
     std::vector<Field> fields;
 };
@@ -348,36 +365,32 @@ ArrowArray ArrayOf(const Field& field) {
     return field.block != nullptr ? ArrayOf(*field.block) : ArrayOf(field.column);
 }
 
-ArrowSchema SchemaOf(const Fields& fields) {
+ArrowSchema SchemaOf(Fields fields) {
     auto holder = std::make_unique<SchemaHolder>();
     holder->format = "+s";
-    for (const Field& field : fields.Get()) {
-        holder->TakeChild(SchemaOf(field));
-    }
+    fields.ForEach([&](const Field& field) { holder->TakeChild(SchemaOf(field)); });
     ArrowSchema schema = GiveSchema(std::move(holder));
     schema.flags = 0;
     return schema;
 }
 
-ArrowArray ArrayOf(const Fields& fields, std::int64_t rows) {
+ArrowArray ArrayOf(Fields fields, std::int64_t rows) {
     auto holder = std::make_unique<ArrayHolder>();
     holder->buffers.push_back(nullptr);
-    for (const Field& field : fields.Get()) {
-        holder->TakeChild(ArrayOf(field));
-    }
+    fields.ForEach([&](const Field& field) { holder->TakeChild(ArrayOf(field)); });
     return GiveArray(std::move(holder), rows, 0, 0);
 }
 
 /** What a stream gives out: the next table, held back while only its schema is asked for. */
 class Stream {
 public:
-    Stream(std::function<std::optional<Table>()> nextTable, BlockForm blockForm)
-        : next(std::move(nextTable)), form(blockForm) {}
+    Stream(std::function<std::optional<Table>()> nextTable, BlockForm blockForm, std::stop_token stopToken)
+        : next(std::move(nextTable)), form(blockForm), stop(std::move(stopToken)) {}
 
     int GetSchema(ArrowSchema* schema) {
         return Try([&] {
             Look();
-            ExportSchema(shown, schema, form);
+            ExportSchema(shown, schema, form, stop);
         });
     }
 
@@ -389,7 +402,7 @@ public:
                 table = next();
             }
             if (table) {
-                ExportArray(*table, array, form);
+                ExportArray(*table, array, form, stop);
             } else {
                 hasMore = false;
                 *array = {};
@@ -418,6 +431,9 @@ private:
         } catch (const std::bad_alloc&) {
             lastError = "There is not enough memory.";
             return ENOMEM;
+        } catch (const Error& error) {
+            lastError = error.what();
+            return error.GetCode() == ErrorCode::Stopped ? ECANCELED : EIO;
         } catch (const Stopped& stopped) {
             lastError = stopped.what();
             return ECANCELED;
@@ -432,6 +448,7 @@ private:
 
     std::function<std::optional<Table>()> next;
     BlockForm form;
+    std::stop_token stop;
     bool hasLooked = false;
     bool hasMore = true;
     std::optional<Table> held;
@@ -458,12 +475,12 @@ extern "C" void ReleaseKartaStream(ArrowArrayStream* stream) {
 
 }  // namespace
 
-void ExportSchema(const Table& table, ArrowSchema* schema, BlockForm form) {
-    *schema = SchemaOf(Fields(table.Slice(0, 0), form));
+void ExportSchema(const Table& table, ArrowSchema* schema, BlockForm form, const std::stop_token& stop) {
+    *schema = SchemaOf(Fields(table.Slice(0, 0), form, stop));
 }
 
-void ExportArray(const Table& table, ArrowArray* array, BlockForm form) {
-    *array = ArrayOf(Fields(table, form), table.GetRowCount());
+void ExportArray(const Table& table, ArrowArray* array, BlockForm form, const std::stop_token& stop) {
+    *array = ArrayOf(Fields(table, form, stop), table.GetRowCount());
 }
 
 void ExportColumn(const Column& column, ArrowSchema* schema, ArrowArray* array) {
@@ -479,17 +496,18 @@ void ExportColumn(const Column& column, ArrowSchema* schema, ArrowArray* array) 
     }
 }
 
-void ExportStream(const Table& table, ArrowArrayStream* stream, BlockForm form) {
+void ExportStream(const Table& table, ArrowArrayStream* stream, BlockForm form, std::stop_token stop) {
     bool isGiven = false;
     ExportStream(
         [table, isGiven]() mutable {
             return std::exchange(isGiven, true) ? std::optional<Table>() : std::optional(table);
         },
-        stream, form);
+        stream, form, std::move(stop));
 }
 
-void ExportStream(std::function<std::optional<Table>()> next, ArrowArrayStream* stream, BlockForm form) {
-    auto content = std::make_unique<Stream>(std::move(next), form);
+void ExportStream(std::function<std::optional<Table>()> next, ArrowArrayStream* stream, BlockForm form,
+                  std::stop_token stop) {
+    auto content = std::make_unique<Stream>(std::move(next), form, std::move(stop));
     *stream = {};
     stream->get_schema = GetKartaStreamSchema;
     stream->get_next = GetKartaStreamNext;

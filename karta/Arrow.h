@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <stop_token>
 
 #include "base/Export.h"
 #include "karta/Table.h"
@@ -83,16 +84,21 @@ enum class BlockForm : std::uint8_t {
  *
  * Each of these fills a struct whose `release` the caller calls once. What it points to stays as long as that
  * isn't done, whatever becomes of the table; children may be moved out and released by themselves.
+ *
+ * Names of many points and copies of a block take their time: a stop ends them. Then an Error with the code
+ * Stopped is raised, nothing is filled, and nothing is left to be released.
  */
-KARTA_EXPORT void ExportSchema(const Table& table, ArrowSchema* schema, BlockForm form = BlockForm::AsItLies);
-KARTA_EXPORT void ExportArray(const Table& table, ArrowArray* array, BlockForm form = BlockForm::AsItLies);
+KARTA_EXPORT void ExportSchema(const Table& table, ArrowSchema* schema, BlockForm form = BlockForm::AsItLies,
+                               const std::stop_token& stop = {});
+KARTA_EXPORT void ExportArray(const Table& table, ArrowArray* array, BlockForm form = BlockForm::AsItLies,
+                              const std::stop_token& stop = {});
 
 /** A column by itself. */
 KARTA_EXPORT void ExportColumn(const Column& column, ArrowSchema* schema, ArrowArray* array);
 
-/** The table as a stream of one batch. */
+/** The table as a stream of one batch. A stop ends the stream with ECANCELED, here and below. */
 KARTA_EXPORT void ExportStream(const Table& table, ArrowArrayStream* stream,
-                               BlockForm form = BlockForm::AsItLies);
+                               BlockForm form = BlockForm::AsItLies, std::stop_token stop = {});
 
 /**
  * Tables one after the other as a stream, made when they are asked for, until `next` gives nothing. The first
@@ -100,6 +106,6 @@ KARTA_EXPORT void ExportStream(const Table& table, ArrowArrayStream* stream,
  * types. What `next` raises ends the stream as its last error.
  */
 KARTA_EXPORT void ExportStream(std::function<std::optional<Table>()> next, ArrowArrayStream* stream,
-                               BlockForm form = BlockForm::AsItLies);
+                               BlockForm form = BlockForm::AsItLies, std::stop_token stop = {});
 
 }  // namespace karta

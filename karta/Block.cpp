@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/NumberFormat.h"
+#include "karta/internal/StopLook.h"
 
 namespace karta {
 
@@ -145,9 +146,11 @@ constexpr std::int64_t TileSize = 32;
 
 template <class Number>
 void Turn(const Number* from, std::int64_t fromStride, Number* to, std::int64_t toStride, std::int64_t outer,
-          std::int64_t inner) {
+          std::int64_t inner, const std::stop_token& stop) {
+    StopLook look(stop);
     for (std::int64_t i = 0; i < outer; i += TileSize) {
         for (std::int64_t j = 0; j < inner; j += TileSize) {
+            look.Count(TileSize * TileSize);
             for (std::int64_t k = i; k < std::min(outer, i + TileSize); ++k) {
                 for (std::int64_t l = j; l < std::min(inner, j + TileSize); ++l) {
                     to[l * toStride + k] = from[k * fromStride + l];
@@ -159,7 +162,7 @@ void Turn(const Number* from, std::int64_t fromStride, Number* to, std::int64_t 
 
 }  // namespace
 
-Block Block::Transposed() const {
+Block Block::Transposed(const std::stop_token& stop) const {
     BlockParts turned = parts;
     turned.isRowMajor = !parts.isRowMajor;
     turned.first = 0;
@@ -169,20 +172,20 @@ Block Block::Transposed() const {
     const std::int64_t outer = parts.isRowMajor ? parts.rows : parts.points;
     const std::int64_t inner = parts.isRowMajor ? parts.points : parts.rows;
     if (parts.isFloat32) {
-        Turn(GetFloats(), parts.stride, values->As<float>(), turned.stride, outer, inner);
+        Turn(GetFloats(), parts.stride, values->As<float>(), turned.stride, outer, inner, stop);
     } else {
-        Turn(GetDoubles(), parts.stride, values->As<double>(), turned.stride, outer, inner);
+        Turn(GetDoubles(), parts.stride, values->As<double>(), turned.stride, outer, inner, stop);
     }
     turned.values = std::move(values);
     return Block(std::move(turned));
 }
 
-Block Block::ToRowMajor() const {
-    return parts.isRowMajor ? *this : Transposed();
+Block Block::ToRowMajor(const std::stop_token& stop) const {
+    return parts.isRowMajor ? *this : Transposed(stop);
 }
 
-Block Block::ToColumnMajor() const {
-    return parts.isRowMajor ? Transposed() : *this;
+Block Block::ToColumnMajor(const std::stop_token& stop) const {
+    return parts.isRowMajor ? Transposed(stop) : *this;
 }
 
 Block Block::Slice(std::int64_t firstRow, std::int64_t rows) const {

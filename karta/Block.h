@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <stop_token>
 #include <string>
 
 #include "base/Export.h"
@@ -75,16 +76,17 @@ public:
 
     /** One point as a column: in the same memory where the block is column-major, else a copy. */
     Column GetColumn(std::int64_t point) const;
-    /** The same numbers in the other order, where they aren't in this one: a copy then. */
-    Block ToRowMajor() const;
-    Block ToColumnMajor() const;
+    /** The same numbers in the other order, where they aren't in this one: a copy then, which a stop ends:
+     * raises Error. */
+    Block ToRowMajor(const std::stop_token& stop = {}) const;
+    Block ToColumnMajor(const std::stop_token& stop = {}) const;
     /** These rows, in the same memory. Raises std::out_of_range. */
     Block Slice(std::int64_t firstRow, std::int64_t rows) const;
 
     const BlockParts& GetParts() const { return parts; }
 
 private:
-    Block Transposed() const;
+    Block Transposed(const std::stop_token& stop) const;
     void CheckPlace(std::int64_t row, std::int64_t point) const;
 
     BlockParts parts;

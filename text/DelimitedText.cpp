@@ -198,7 +198,7 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
     BeginReading();
     // What the head tells; the types may turn out otherwise.
     context.shape = head.GetShape(types);
-    cellRuns = isStreaming ? nullptr : dynamic_cast<CellRunSink*>(&sink);
+    cellRuns = dynamic_cast<CellRunSink*>(&sink);
     if (cellRuns != nullptr && !cellRuns->PrefersCellRuns()) {
         cellRuns = nullptr;
     }
@@ -227,6 +227,7 @@ void DelimitedText::BeginReading() {
 void DelimitedText::SettleTypes() {
     NothingKept nothing;
     CellOutput output(nothing);
+    cellRuns = &nothing;
     BeginReading();
     ReadRecords(output);
     types = ResolveTypes();
@@ -546,6 +547,10 @@ void DelimitedText::PutRows(const LinePiece& piece, std::uint32_t first, std::ui
             PutColumn(piece, col, first, last, output);
         }
         size.rows += static_cast<int>(last - first);
+        if (isStreaming && last > first) {
+            context.ThrowIfStopped();
+            output.EndRow(size.rows);
+        }
     } else {
         for (std::uint32_t row = first; row < last; ++row) {
             ++size.rows;

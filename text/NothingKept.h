@@ -4,10 +4,11 @@
 #include <span>
 #include <string_view>
 
+#include "frame/CellRunSink.h"
 #include "frame/WideSink.h"
 
 /** A sink for a read of which only the reader itself learns something. */
-class NothingKept : public WideSink {
+class NothingKept : public WideSink, public CellRunSink {
 public:
     using ReadSpreadSheetData::Set;
     void Set(int /*col*/, int /*row*/, const char* /*text*/) override {}
@@ -27,6 +28,8 @@ public:
     void SetRowRun(int /*firstCol*/, int /*row*/, std::span<const double> /*values*/) override {}
     void SetColumnRun(int /*col*/, int /*firstRow*/, std::span<const float> /*values*/) override {}
     void SetColumnRun(int /*col*/, int /*firstRow*/, std::span<const double> /*values*/) override {}
+    void SetCellRun(int /*col*/, int /*firstRow*/, std::span<const double> /*values*/) override {}
+    bool PrefersCellRuns() const override { return true; }
     void SetDataSize(int /*cols*/, int /*rows*/) override {}
     int GetNumberOfColumns() override { return 0; }
     int GetNumberOfRows() override { return 0; }

@@ -5,6 +5,7 @@
 
 #include "base/Stopped.h"
 #include "karta/internal/ChangedMeanwhile.h"
+#include "karta/internal/TableSlices.h"
 
 namespace karta {
 
@@ -24,8 +25,7 @@ std::int64_t RowsAtOnce(const TablePlan& plan, std::int64_t batchRows) {
 
 BatchSink::BatchSink(std::shared_ptr<ReadContext> readContext, ReadControl& readControl,
                      const TablePlan& tablePlan, std::int64_t rowsOfBatch, const BatchFunction& use)
-    : RowWindows(readControl),
-      context(std::move(readContext)),
+    : RowWindows(std::move(readContext), readControl),
       plan(tablePlan),
       batchRows(std::min(rowsOfBatch, std::max<std::int64_t>(tablePlan.rows, 1))),
       windowRows(RowsAtOnce(tablePlan, batchRows)),
@@ -75,17 +75,13 @@ void BatchSink::HandOut(std::int64_t windowNumber) {
         sink = std::make_unique<TableSink>(context, plan, static_cast<int>(rows));
     }
     const Table table = sink->FinishPlanned(plan, static_cast<int>(rows));
-    std::int64_t done = 0;
-    do {
-        isDone = !Use(table.Slice(done, std::min(batchRows, rows - done)));
-        done += batchRows;
-    } while (!isDone && done < rows);
+    isDone = !ForEachSlice(table, batchRows, [this](Table& batch) { return Use(batch); });
     if (isDone) {
         control.SetEnough();
     }
 }
 
-bool BatchSink::Use(Table batch) {
+bool BatchSink::Use(Table& batch) {
     try {
         return function(batch);
     } catch (...) {

@@ -37,9 +37,8 @@ private:
     Window FindWindow(int row) override;
     void HandOutUpTo(std::int64_t dataRows);
     void HandOut(std::int64_t windowNumber);
-    bool Use(Table batch);
+    bool Use(Table& batch);
 
-    std::shared_ptr<ReadContext> context;
     const TablePlan& plan;
     std::int64_t batchRows;
     std::int64_t windowRows;  // a multiple of them: small batches are made together

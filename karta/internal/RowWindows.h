@@ -4,9 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <span>
 #include <string_view>
+#include <utility>
 
+#include "base/ReadContext.h"
+#include "frame/CellRunSink.h"
 #include "frame/WideSink.h"
 #include "karta/internal/ReadControl.h"
 #include "karta/internal/TableSink.h"
@@ -17,10 +21,11 @@ namespace karta {
  * A sink that doesn't keep a table, but windows of it: some rows each, in a sink of their own. Which rows lie
  * together, and how long, is the derived classes' matter.
  */
-class RowWindows : public WideSink {
+class RowWindows : public WideSink, public CellRunSink {
 public:
-    /** The control stays the caller's. */
-    explicit RowWindows(ReadControl& readControl) : control(readControl) {}
+    /** The context is the reader's; the control stays the caller's. */
+    RowWindows(std::shared_ptr<ReadContext> readContext, ReadControl& readControl)
+        : context(std::move(readContext)), control(readControl) {}
 
     void Set(int col, int row, int value) override { Put(col, row, value); }
     void Set(int col, int row, std::int64_t value) override { Put(col, row, value); }
@@ -75,13 +80,23 @@ public:
         PutColumnRun(col, firstRow, values);
     }
 
+    void SetCellRun(int col, int firstRow, std::span<const double> values) override {
+        PutDown(col, firstRow, values, [&](TableSink& sink, int place, std::span<const double> some) {
+            Fill(place + window.above, static_cast<int>(some.size()));
+            sink.SetCellRun(col, place, some);
+        });
+    }
+    /** As of TableSink. */
+    bool PrefersCellRuns() const override { return !context->shape.HasBlock(); }
+
     void SetDataSize(int cols, int rows) override;
     int GetNumberOfColumns() override { return numCols; }
     int GetNumberOfRows() override { return numRows; }
     int NextRowToRead(int row) override { return control.NextRowToRead(row, numRows); }
     bool KeepsRows() const override { return false; }
-    /** The types are those of all rows. */
-    bool WantsWholeEvidence() const override { return true; }
+    /** The types must be those of all rows. Who doesn't want the evidence looks at the read's notes. */
+    bool WantsWholeEvidence() const override { return wantsWholeEvidence; }
+    void WantWholeEvidence(bool isWanted) { wantsWholeEvidence = isWanted; }
     bool WantsPointNames() const override { return false; }
 
 protected:
@@ -103,6 +118,7 @@ protected:
     std::size_t heldBytes = 0;
     /** Rows with something in them so far, as far as they came one after the other. */
     int filledRows = 0;
+    const std::shared_ptr<ReadContext> context;
     ReadControl& control;
     int numCols = 0;  // of the table, as far as it is known
     int numRows = 0;
@@ -133,7 +149,7 @@ private:
         Reach(col, row);
         if (Enter(row)) {
             heldBytes += BytesACell + bytes;
-            Fill(row, isFilled);
+            Fill(row, isFilled ? 1 : 0);
             step(*window.sink, row - window.above);
         }
     }
@@ -145,10 +161,11 @@ private:
     void Put(int col, int row, Value value) {
         PutValue(col, row, [&](TableSink& sink, int place) { sink.Set(col, place, value); });
     }
-    void Fill(int row, bool isFilled) {
-        if (isFilled && row > lastFilled) {
-            lastFilled = row;
-            ++filledRows;
+    void Fill(int row, int count) {
+        const int last = row + count - 1;
+        if (count > 0 && last > lastFilled) {
+            filledRows += last - std::max(lastFilled, row - 1);
+            lastFilled = last;
         }
     }
     template <class Number>
@@ -160,13 +177,19 @@ private:
         Reach(firstCol + static_cast<int>(values.size()) - 1, row);
         if (Enter(row)) {
             heldBytes += BytesACell * values.size();
-            Fill(row, true);
+            Fill(row, 1);
             window.sink->SetRowRun(firstCol, row - window.above, values);
         }
     }
-    // A run may go through several windows.
     template <class Number>
     void PutColumnRun(int col, int firstRow, std::span<const Number> values) {
+        PutDown(col, firstRow, values, [&](TableSink& sink, int place, std::span<const Number> some) {
+            sink.SetColumnRun(col, place, some);
+        });
+    }
+    // A run may go through several windows.
+    template <class Number, class Step>
+    void PutDown(int col, int firstRow, std::span<const Number> values, const Step& step) {
         const auto room = static_cast<std::size_t>(AllRows - std::max(firstRow, 1));
         if (col < 1 || firstRow < 1 || values.empty() || values.size() > room) {
             return;
@@ -177,7 +200,7 @@ private:
             const auto count = std::min(values.size(), static_cast<std::size_t>(window.last - row) + 1);
             if (isTaken) {
                 heldBytes += BytesACell * count;
-                window.sink->SetColumnRun(col, row - window.above, values.first(count));
+                step(*window.sink, row - window.above, values.first(count));
             }
             values = values.subspan(count);
             row += static_cast<int>(count);
@@ -186,6 +209,7 @@ private:
 
     Window window;
     int lastFilled = 0;
+    bool wantsWholeEvidence = false;
 };
 
 }  // namespace karta

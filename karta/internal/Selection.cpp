@@ -17,6 +17,7 @@
 #include "karta/internal/SurveySink.h"
 #include "karta/internal/TableRows.h"
 #include "karta/internal/TableSink.h"
+#include "karta/internal/TableSlices.h"
 
 namespace karta {
 
@@ -151,15 +152,11 @@ std::int64_t LastOf(const std::vector<RowRange>& ranges) {
     return last;
 }
 
-void HandOut(const Table& table, std::int64_t rows, const Selection::BatchFunction& use) {
-    std::int64_t first = 0;
-    do {
-        Table batch = table.Slice(first, std::min(rows, table.GetRowCount() - first));
-        if (!use(batch)) {
-            return;
-        }
-        first += rows;
-    } while (first < table.GetRowCount());
+// Whether what the beginning of a file told of its types and encoding turned out not to hold for all of it.
+bool WasMisjudged(const Notes& notes) {
+    return std::any_of(notes.GetAll().begin(), notes.GetAll().end(), [](const Note& note) {
+        return note.code == "late-texts" || note.code == "not-utf-8" || note.code == "dropped-nuls";
+    });
 }
 
 }  // namespace
@@ -277,6 +274,31 @@ public:
         CheckHeaderIn(sink);
     }
 
+    /** What the first of two reads gives: the table, if it is small, or a plan of it, or neither where it can
+     * only be read as a whole. */
+    struct Survey {
+        bool wasMisjudged = false;  // by the file's beginning; then nothing else is here
+        std::optional<Table> whole;
+        std::optional<TablePlan> plan;
+    };
+
+    Survey MakeSurvey(std::int64_t rows, std::size_t mostHeldBytes, bool needsEvidence) {
+        SurveySink sink(report.context, control, selection.options.header, rows, mostHeldBytes);
+        sink.WantWholeEvidence(needsEvidence);
+        ReadInto(sink);
+        Survey survey;
+        survey.wasMisjudged = !needsEvidence && WasMisjudged(report.context->notes);
+        if (survey.wasMisjudged) {
+            return survey;
+        }
+        if (sink.IsWhole()) {
+            survey.whole = Complete(sink.Finish());
+        } else if (survey.plan = sink.Plan(); survey.plan) {
+            survey.plan->head = Complete(survey.plan->head);
+        }
+        return survey;
+    }
+
     /** The table with what the read has told beside it. */
     Table Complete(const Table& table) const {
         Notes notes;
@@ -326,36 +348,37 @@ void Selection::ForEachBatch(const PartName& part, std::int64_t rows, const Batc
                              std::size_t mostHeldBytes) const {
     const std::int64_t step = std::max<std::int64_t>(rows, 1);
     if (!options.rows.empty()) {
-        HandOut(Read(part), step, use);
+        ForEachSlice(Read(part), step, use);
         return;
     }
     ReadWishes wishes = MakePartWishes(part);
     Observer observer(options.progress, options.stop);
     observer.LookAt(wishes);
-    std::optional<Table> whole;
-    std::optional<TablePlan> plan;
+    Run::Survey survey;
     std::exception_ptr raised;
+    // Looking through the whole file for what the types are costs as much as a read: only where the beginning
+    // tells it wrongly.
+    bool needsEvidence = false;
+    double share = 0.5;
     try {
         WithErrors(wishes, format, [&] {
-            observer.SetStretch(0.0, 0.5);
-            Run survey(*this, wishes, observer);
-            SurveySink sink(survey.GetContext(), survey.GetControl(), options.header, step, mostHeldBytes);
-            survey.ReadInto(sink);
-            if (sink.IsWhole()) {
-                whole = survey.Complete(sink.Finish());
-                observer.Finish();
-            } else {
-                plan = sink.Plan();
+            observer.SetStretch(0.0, share);
+            survey = Run(*this, wishes, observer).MakeSurvey(step, mostHeldBytes, needsEvidence);
+            if (survey.wasMisjudged) {
+                needsEvidence = true;
+                observer.SetStretch(std::exchange(share, 0.75), 0.75);
+                survey = Run(*this, wishes, observer).MakeSurvey(step, mostHeldBytes, needsEvidence);
             }
-            if (plan) {
-                plan->head = survey.Complete(plan->head);
+            if (survey.whole) {
+                observer.Finish();
             }
         });
         WithErrors(wishes, format, [&] {
-            if (plan) {
-                observer.SetStretch(0.5, 1.0);
+            if (survey.plan) {
+                observer.SetStretch(share, 1.0);
                 Run run(*this, wishes, observer);
-                BatchSink sink(run.GetContext(), run.GetControl(), *plan, step, use);
+                BatchSink sink(run.GetContext(), run.GetControl(), *survey.plan, step, use);
+                sink.WantWholeEvidence(needsEvidence);
                 run.ReadInto(sink);
                 sink.Finish();
                 raised = sink.GetRaised();
@@ -369,8 +392,8 @@ void Selection::ForEachBatch(const PartName& part, std::int64_t rows, const Batc
     if (raised) {
         std::rethrow_exception(raised);
     }
-    if (!plan) {
-        HandOut(whole ? *whole : Read(part), step, use);
+    if (!survey.plan) {
+        ForEachSlice(survey.whole ? *survey.whole : Read(part), step, use);
     }
 }
 

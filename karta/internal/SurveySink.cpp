@@ -9,8 +9,7 @@ namespace karta {
 
 SurveySink::SurveySink(std::shared_ptr<ReadContext> readContext, ReadControl& readControl,
                        std::optional<int> headerRow, std::int64_t rowsOfBatch, std::size_t mostHeldBytes)
-    : RowWindows(readControl),
-      context(std::move(readContext)),
+    : RowWindows(std::move(readContext), readControl),
       leastRows(std::max<std::int64_t>(headerRow.value_or(0), rowsOfBatch)),
       mostHeld(mostHeldBytes),
       first(context, headerRow),

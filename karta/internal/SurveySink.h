@@ -38,7 +38,6 @@ private:
     bool IsHeadThere(int row) const;
     void LetGo(int row);
 
-    std::shared_ptr<ReadContext> context;
     std::int64_t leastRows;  // that are kept whatever they take
     std::size_t mostHeld;
     TableSink first;

@@ -93,7 +93,7 @@ TableSink::~TableSink() = default;
 // From the first cell on the columns of a block are known, or it is a grid until a run finds otherwise.
 void TableSink::LookAtShape() {
     const TableShape& shape = context->shape;
-    if (shape.isKnown && shape.firstBlockColumn > 0) {
+    if (shape.HasBlock()) {
         firstBlock = shape.firstBlockColumn;
         lastBlock = shape.lastBlockColumn > 0 ? shape.lastBlockColumn : NoColumn;
         firstBlockRow = std::max(shape.firstDataRow - above, 1);
@@ -502,8 +502,7 @@ TableShape TableSink::SettleShape(const std::vector<ColumnEvidence>& further) {
     for (std::string* text : {&shape.axisQuantity, &shape.axisUnit, &shape.valueQuantity, &shape.valueUnit}) {
         *text = AsUtf8(*text);
     }
-    const bool hasBlock = shape.isKnown && shape.firstBlockColumn > 0;
-    if (!hasBlock || (firstBlock != shape.firstBlockColumn && firstBlock != NoColumn) ||
+    if (!shape.HasBlock() || (firstBlock != shape.firstBlockColumn && firstBlock != NoColumn) ||
         (firstBlock != NoColumn && firstBlockRow != std::max(shape.firstDataRow, 1))) {
         DissolveBlock();
     }
@@ -511,7 +510,7 @@ TableShape TableSink::SettleShape(const std::vector<ColumnEvidence>& further) {
         return FindGridHead(store, columns, numRows, header, further);
     }
     shape.firstDataRow = std::max(shape.firstDataRow, 1);
-    if (header && !hasBlock && *header != shape.nameRow) {
+    if (header && !shape.HasBlock() && *header != shape.nameRow) {
         shape.nameRow = *header;
         shape.firstDataRow = std::max(shape.firstDataRow, *header + 1);
     }

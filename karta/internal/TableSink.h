@@ -77,9 +77,7 @@ public:
     void SetTextRun(int col, int firstRow, const TextRun& texts) override;
     void SetValueRun(int col, int firstRow, ValueRunKind kind, std::span<const std::int64_t> values) override;
     /** Where they make no matrix. */
-    bool PrefersCellRuns() const override {
-        return !context->shape.isKnown || context->shape.firstBlockColumn == 0;
-    }
+    bool PrefersCellRuns() const override { return !context->shape.HasBlock(); }
     /** The axis tells them. */
     bool WantsPointNames() const override { return false; }
 

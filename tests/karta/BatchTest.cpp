@@ -1,7 +1,9 @@
 // A table in pieces is the same as the whole, whatever it is read from, and costs no more than its pieces.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -185,6 +187,15 @@ std::string NumbersBelow(int rows) {
             std::to_string(i) + "," + std::to_string(std::int64_t{i} * i) + "," + std::to_string(i) + ".25\n";
     }
     return text;
+}
+
+/** What processes that have ended took of the processors. */
+double SecondsOfChildren() {
+    constexpr double Micro = 1e-6;
+    rusage used{};
+    getrusage(RUSAGE_CHILDREN, &used);
+    return static_cast<double>(used.ru_utime.tv_sec + used.ru_stime.tv_sec) +
+           Micro * static_cast<double>(used.ru_utime.tv_usec + used.ru_stime.tv_usec);
 }
 
 /** Pushes a table of numbers as readers do, a row after the other. */
@@ -428,6 +439,30 @@ TEST_F(BatchTest, AFileThatChangesMeanwhileIsAnError) {
     EXPECT_THROW(table.ReadAgain(10000, 2, true), karta::ChangedMeanwhile);
 }
 
+// Numbers that come in runs down a column go through the windows of the pieces, which may be shorter.
+TEST_F(BatchTest, RunsOfNumbersAreTheSameInPiecesOfAnyLength) {
+    std::string text = "id,a,b,late\n";
+    for (int i = 0; i < 60000; ++i) {
+        text += std::to_string(i) + "," + std::to_string(i % 100) + ".5," + (i % 1000 == 0 ? "" : "1e3") +
+                (i < 59000 ? ",7\n" : ",7.25\n");
+        text += i % 20011 == 20010 ? "short,row\n\"quoted\",1,2,3\n" : "";
+    }
+    const std::string path = Write("runs.csv", text);
+    for (const std::int64_t rows : {1000, 16384, 59999}) {
+        EXPECT_TRUE(ExpectSameInPieces(path, {}, rows));
+    }
+}
+
+TEST_F(BatchTest, WhatTheBeginningToldWronglyIsReadAnew) {
+    const std::string rows = NumbersBelow(40000);
+    for (const char* const last :
+         {"\xe9,1,2\n", "a text,1,2\n", "1,2,2024-01-05\n", "1,\"a\n", "1,2,3,4\n"}) {
+        EXPECT_TRUE(ExpectSameInPieces(Write("late.csv", rows + last), {}, 1000)) << last;
+    }
+    const std::string nul("1\0,2,3\n", 7);
+    EXPECT_TRUE(ExpectSameInPieces(Write("late.csv", rows + nul), {}, 1000));
+}
+
 TEST_F(BatchTest, ALongTextCostsNoMoreThanItsPieces) {
     if (!IsMemoryMeasurable()) {
         GTEST_SKIP() << "the sanitizer's own memory is many times the table's";
@@ -450,6 +485,7 @@ TEST_F(BatchTest, ALongTextCostsNoMoreThanItsPieces) {
     }
     const auto size = std::filesystem::file_size(path);
     ASSERT_GT(size, 80'000'000U);
+    const double before = SecondsOfChildren();
     const double peak = PeakMemoryOf([&] {
         std::int64_t rows = 0;
         karta::Reader(path).ForEachBatch(10000, [&](Table& batch) {
@@ -461,4 +497,10 @@ TEST_F(BatchTest, ALongTextCostsNoMoreThanItsPieces) {
     EXPECT_GT(peak, 0.0);
     // Its ten columns take 80 MB.
     EXPECT_LT(peak, 120e6);
+    // It is read twice, and not looked through for its types besides, which would make four times.
+    const double inPieces = SecondsOfChildren();
+    PeakMemoryOf([&] { return karta::Read(path).GetRowCount() == 1'000'000; });
+    const double asAWhole = SecondsOfChildren() - inPieces;
+    std::printf("%.2f times the processors' time of the whole\n", (inPieces - before) / asAWhole);
+    EXPECT_LT(inPieces - before, 2.8 * asAWhole);
 }
