@@ -2,12 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "base/JsonRows.h"
 #include "frame/CellOutput.h"
 #include "text/JsonRowSink.h"
 #include "text/LinePiece.h"
+#include "text/NumberMarks.h"
 
 /**
  * The fields of lines without quotes as cells of JSON. Numbers whose characters are those that their value
@@ -15,8 +17,10 @@
  */
 class JsonFields {
 public:
-    /** Both stay the caller's. */
-    JsonFields(const LineRules& lineRules, JsonRows& jsonRows);
+    /** All stay the caller's: the lines that will come, their rules, the rows, and room for what is seen at a
+     * look at all lines. */
+    JsonFields(std::string_view allLines, const LineRules& lineRules, JsonRows& jsonRows,
+               NumberMarks& numberMarks);
 
     /**
      * Adds a line's fields and returns how many they are; 0 where one isn't of its column's type, which needs
@@ -29,15 +33,21 @@ public:
     const char* GetFirstZone() const { return firstZone; }
 
 private:
+    std::optional<std::size_t> AddNumbers(std::string_view line);
+    std::size_t AddFields(std::string_view line);
+    bool AddField(std::string_view field, const ColumnType& type);
     bool AddValue(std::string_view value, const ColumnType& type, bool isRemark);
     void AddNumber(std::string_view field, const FieldForm& form);
     void EndRun();
 
+    std::string_view lines;
     const LineRules& rules;
     JsonRows& rows;
+    NumberMarks& marks;
     JsonRowSink sink;
     CellOutput output;
     bool keepsRuns;  // what parts the fields is all that there is between them
+    bool hasMarks;   // the columns are numbers
     const char* runStart = nullptr;
     const char* runEnd = nullptr;
     std::size_t runFields = 0;

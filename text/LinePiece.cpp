@@ -135,7 +135,7 @@ void LinePiece::AddRows(const RowTextForm& form, const Adder& addFields) {
 }
 
 void LinePiece::ReadJsonRows(const LineRules& rules, const RowTextForm& form) {
-    JsonFields adder(rules, jsonRows);
+    JsonFields adder(text, rules, jsonRows, marks);
     AddRows(form, [&](std::string_view line) {
         const std::size_t fields = adder.Add(line);
         jsonRows.EndRow(form.width);

@@ -14,6 +14,7 @@
 #include "text/ColumnTypes.h"
 #include "text/DelimitedOptions.h"
 #include "text/FieldForm.h"
+#include "text/NumberMarks.h"
 #include "text/PieceTexts.h"
 #include "text/TextDialect.h"
 
@@ -135,6 +136,7 @@ private:
     bool isJson = false;
     SeparatedText rowTexts;
     JsonRows jsonRows;
+    NumberMarks marks;
     std::size_t widest = 0;
     std::uint64_t zones = 0;
     const char* firstZone = nullptr;
