@@ -37,7 +37,7 @@ public:
             const std::lock_guard lock(mutex);
             isOver = true;
         }
-        changed.notify_all();
+        hasRoom.notify_all();
         for (std::thread& thread : threads) {
             thread.join();
         }
@@ -49,11 +49,11 @@ public:
             return job(taken++);
         }
         std::unique_lock lock(mutex);
-        changed.wait(lock, [this] { return done.contains(taken); });
+        isDone.wait(lock, [this] { return done.contains(taken); });
         Result result = std::move(done.at(taken));
         done.erase(taken++);
         lock.unlock();
-        changed.notify_all();
+        hasRoom.notify_one();
         return result;
     }
 
@@ -63,7 +63,7 @@ private:
     void Work() {
         for (;;) {
             std::unique_lock lock(mutex);
-            changed.wait(lock, [this] { return isOver || next == jobs || next < taken + window; });
+            hasRoom.wait(lock, [this] { return isOver || next == jobs || next < taken + window; });
             if (isOver || next == jobs) {
                 return;
             }
@@ -72,8 +72,12 @@ private:
             Result result = job(number);
             lock.lock();
             done.emplace(number, std::move(result));
+            const bool isNext = number == taken;
             lock.unlock();
-            changed.notify_all();
+            // Of thousands of small jobs, waking threads in vain would be much of the work.
+            if (isNext) {
+                isDone.notify_one();
+            }
         }
     }
 
@@ -81,7 +85,8 @@ private:
     std::function<Result(std::size_t)> job;
     std::size_t window;
     std::mutex mutex;
-    std::condition_variable changed;
+    std::condition_variable isDone;   // the next job to be taken is
+    std::condition_variable hasRoom;  // for one more ahead
     std::map<std::size_t, Result> done;
     std::size_t next = 0;
     std::size_t taken = 0;

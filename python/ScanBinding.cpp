@@ -63,6 +63,9 @@ public:
         return next.get();
     }
 
+    /** From any thread: the read that is on its way ends, as one that was stopped. */
+    void Stop() { stop.request_stop(); }
+
 private:
     static constexpr std::chrono::milliseconds SignalInterval{20};
 
@@ -111,6 +114,7 @@ void BindScan(nb::module_& module) {
                                                                        isUnion, onError, workers));
              })
         .def("next", &NextTable)
+        .def("stop", &StoppableScan::Stop)
         .def("errors", &ErrorsOf);
 }
 

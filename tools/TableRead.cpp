@@ -197,7 +197,8 @@ ChosenFormat ChooseFormat(const ReadRequest& request) {
     chosen.format = FindNamedFormat(*chosen.formats, request);
     if (chosen.format == 0) {
         const FormatFinding finding =
-            FormatDetection(*chosen.formats).DetectForUser(request.files.front(), request.reading);
+            FormatDetection(*chosen.formats)
+                .DetectForUser(request.files.front(), request.reading, FormatDetection::Verdicts::UpToProof);
         if (finding.format == 0) {
             Fail(request, ReasonOf(finding));
         }

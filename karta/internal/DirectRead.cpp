@@ -303,7 +303,8 @@ ChosenFormat ChooseFormat(std::shared_ptr<FormatCatalogue> formats, const ReadWi
     chosen.format = FindNamedFormat(*chosen.formats, wishes);
     if (chosen.format == 0) {
         FormatFinding finding =
-            FormatDetection(*chosen.formats).DetectForUser(wishes.files.front(), wishes.reading);
+            FormatDetection(*chosen.formats)
+                .DetectForUser(wishes.files.front(), wishes.reading, FormatDetection::Verdicts::UpToProof);
         if (finding.format == 0) {
             Error::Details details{
                 .code = ErrorCode::NotDetermined, .file = wishes.files.front(), .text = finding.reason};

@@ -42,12 +42,16 @@ public:
             recogniser->Recognise(file.c_str(), FirstBytes()) == FormatRecogniser::Evidence::Proof) {
             return {VerdictYes, ProvedByContent};
         }
+        if (hasTest && reasonByExtension.empty()) {
+            return {VerdictNo, NotProved};
+        }
+        // This opens the file once more, which of many small ones is most of the work.
         const int classic = formats.GetVerdict(format, file.c_str());
         if (!hasTest && classic == VerdictYes) {
             return {VerdictYes, ProvedByContent};
         }
         if (reasonByExtension.empty()) {
-            return {VerdictNo, hasTest ? NotProved : NotNamed};
+            return {VerdictNo, NotNamed};
         }
         if (IsTextFormat(formats.GetInfo(format)->formatName)) {
             return head.IsText() ? std::pair(int{VerdictMaybe}, reasonByExtension)
@@ -78,11 +82,16 @@ std::string Refusal(const FileHead::Kind& kind) {
 }  // namespace
 
 FormatFinding FormatDetection::Detect(const std::string& file, karta::Reading reading) {
-    return reading == karta::Reading::Complete ? DetectCompletely(file) : DetectClassically(file);
+    return Detect(file, reading, Verdicts::OfAll);
 }
 
-FormatFinding FormatDetection::DetectForUser(const std::string& file, karta::Reading reading) {
-    FormatFinding finding = Detect(file, reading);
+FormatFinding FormatDetection::Detect(const std::string& file, karta::Reading reading, Verdicts wanted) {
+    return reading == karta::Reading::Complete ? DetectCompletely(file, wanted) : DetectClassically(file);
+}
+
+FormatFinding FormatDetection::DetectForUser(const std::string& file, karta::Reading reading,
+                                             Verdicts wanted) {
+    FormatFinding finding = Detect(file, reading, wanted);
     if (finding.format != 0 && finding.reason.empty()) {
         finding.format = 0;
         TellUndetermined(file, finding);
@@ -110,13 +119,15 @@ FormatFinding FormatDetection::DetectClassically(const std::string& file) {
     return finding;
 }
 
-FormatFinding FormatDetection::DetectCompletely(const std::string& file) {
+FormatFinding FormatDetection::DetectCompletely(const std::string& file, Verdicts wanted) {
     FormatFinding finding;
     const Judge judge(formats, file);
-    for (int i = 1; i <= formats.SizeInfos(); ++i) {
+    bool isProved = false;
+    for (int i = 1; i <= formats.SizeInfos() && !(isProved && wanted == Verdicts::UpToProof); ++i) {
         auto [verdict, reason] = judge.Judgement(i, ReasonByExtension(i, file));
         finding.verdicts.push_back(verdict);
         finding.reasons.push_back(std::move(reason));
+        isProved = isProved || verdict == VerdictYes;
     }
     const int textFormat = formats.FindFormat(TextFormat);
     finding.format = FirstWith(finding.verdicts, VerdictYes);

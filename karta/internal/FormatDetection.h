@@ -25,6 +25,10 @@ struct FormatFinding {
  */
 class KARTA_EXPORT FormatDetection {
 public:
+    /** Whether the verdicts of the formats behind the first one that is proved are wanted: they choose
+     * nothing, but each may look into the file. */
+    enum class Verdicts { OfAll, UpToProof };
+
     explicit FormatDetection(FormatCatalogue& knownFormats) : formats(knownFormats) {}
 
     FormatFinding Detect(const std::string& file, karta::Reading reading);
@@ -33,12 +37,14 @@ public:
      * As Detect, but a format that neither the content proves nor the extension names is none in the classic
      * way either.
      */
-    FormatFinding DetectForUser(const std::string& file, karta::Reading reading);
+    FormatFinding DetectForUser(const std::string& file, karta::Reading reading,
+                                Verdicts wanted = Verdicts::OfAll);
 
 private:
     void TellUndetermined(const std::string& file, FormatFinding& finding) const;
+    FormatFinding Detect(const std::string& file, karta::Reading reading, Verdicts wanted);
     FormatFinding DetectClassically(const std::string& file);
-    FormatFinding DetectCompletely(const std::string& file);
+    FormatFinding DetectCompletely(const std::string& file, Verdicts wanted);
     std::string ReasonByExtension(int format, const std::string& file) const;
 
     FormatCatalogue& formats;

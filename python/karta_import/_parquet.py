@@ -12,7 +12,7 @@ from pathlib import Path as FilePath
 from typing import TYPE_CHECKING, Any, NamedTuple
 
 from karta_import._errors import Error, make_error
-from karta_import._scan import Failure, expand_paths, scan
+from karta_import._scan import Failure, Scan, expand_paths, scan
 from karta_import._table import Table
 
 if TYPE_CHECKING:
@@ -246,27 +246,74 @@ def to_parquet(
     _settle_axis(state, files, batch, scan_options)
     writer = _Writer(folder, compression)
     errors: list[Failure] = []
+    parts = _pending_parts(files, folder, batch)
+    reader = _Reader([sources for _, sources in parts], state, scan_options)
     try:
-        for target, sources in _pending_parts(files, folder, batch):
-            errors += _write_part(target, sources, state, writer, scan_options)
+        for place, (target, sources) in enumerate(parts):
+            errors += _write_part(target, sources, reader, place, state, writer, scan_options)
         writer.finish()
     finally:
+        reader.close()
         writer.close()
     return Written(str(folder), sorted(str(p) for p in folder.glob("part-*.parquet")), writer.rows, errors)
 
 
+def _on_axis(state: _State, options: dict[str, Any]) -> dict[str, Any]:
+    """The options with the axis that the first part has settled, if there is a grid."""
+    return options | {"grid": state.axis} if options.get("grid") is not None and state.axis is not None else options
+
+
+class _Reader:
+    """Reads parts, each while the one before is made into Parquet. One thread asks it for them."""
+
+    def __init__(self, parts: list[list[str]], state: _State, options: dict[str, Any]) -> None:
+        self._parts = parts
+        self._state = state
+        self._options = options
+        self._pool = ThreadPoolExecutor(1)
+        self._scans: dict[int, Scan] = {}
+        self._ahead: dict[int, Future[Table | None]] = {}
+
+    def begin(self, place: int) -> None:
+        """Begins a part, if there is one; those before have settled the axis."""
+        if place < len(self._parts) and place not in self._ahead:
+            sources, options = self._parts[place], _on_axis(self._state, self._options)
+            # What is skipped must be known, too: a part that begins with an odd file finds all others odd.
+            on_error = "raise" if options.get("on_error", "raise") == "raise" else "collect"
+            tables = scan(sources, batch=len(sources), **options | {"on_error": on_error})
+            self._scans[place] = tables
+            self._ahead[place] = self._pool.submit(next, tables, None)
+
+    def take(self, place: int) -> tuple[Table | None, list[Failure]]:
+        """A part's table, None where no file could be read, and the files that couldn't. Raises what its reading
+        raised."""
+        self.begin(place)
+        table = self._ahead.pop(place).result()
+        return table, self._scans.pop(place).errors
+
+    def close(self) -> None:
+        """Ends what is being read."""
+        for tables in self._scans.values():
+            tables._stop()
+        self._pool.shutdown(wait=True, cancel_futures=True)
+
+
 def _write_part(
-    target: FilePath, sources: list[str], state: _State, writer: _Writer, options: dict[str, Any]
+    target: FilePath,
+    sources: list[str],
+    reader: _Reader,
+    place: int,
+    state: _State,
+    writer: _Writer,
+    options: dict[str, Any],
 ) -> list[Failure]:
-    if options.get("grid") is not None and state.axis is not None:
-        options = options | {"grid": state.axis}
     is_first = not writer.has_schema
     on_error = options.get("on_error", "raise")
-    # What is skipped must be known, too: a part that begins with an odd file finds all others odd.
-    tables = scan(sources, batch=len(sources), **options | {"on_error": "raise" if on_error == "raise" else "collect"})
     try:
-        table = next(tables, None)
-        errors = tables.errors
+        table, errors = reader.take(place)
+        if table is not None:
+            state.keep_axis(table)
+        reader.begin(place + 1)
         made = None if table is None else _fitted(table, state, writer)
         is_odd = any(failure.error.code == "does-not-fit" for failure in errors)
     except Error as error:
@@ -276,7 +323,7 @@ def _write_part(
     except ValueError:
         is_odd = True
     if is_odd and not is_first:
-        made, errors = _read_by_file(sources, state, writer, options)
+        made, errors = _read_by_file(sources, state, writer, _on_axis(state, options))
     if made is not None:
         writer.write(made, target)
     return errors if on_error == "collect" else []

@@ -64,6 +64,10 @@ class Scan(Iterator[Table]):
             raise StopIteration
         return Table(table, self._form)
 
+    def _stop(self) -> None:
+        """From any thread: what reads at the moment ends with an error."""
+        self._scan.stop()
+
     @property
     def errors(self) -> list[Failure]:
         """The files that could not be read so far and why; with on_error="collect" all of them at the end."""

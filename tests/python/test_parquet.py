@@ -111,3 +111,44 @@ def test_what_is_only_spelled_otherwise_fits(tmp_path):
     out = tmp_path / "out"
     assert karta_import.to_parquet(folder, out, batch=1).rows == 202
     assert pq.read_table(out).num_rows == 202
+
+
+def test_each_part_is_read_while_the_one_before_is_made(spectra, tmp_path, monkeypatch):
+    from karta_import import _parquet
+
+    seen = []
+    read, fitted = _parquet.scan, _parquet._fitted
+
+    def watched_scan(files, **options):
+        if files:
+            seen.append(("read", os.path.basename(files[0])))
+        return read(files, **options)
+
+    def watched_fit(table, state, writer):
+        seen.append(("made", os.path.basename(pa.table(table)["file"][0].as_py())))
+        return fitted(table, state, writer)
+
+    monkeypatch.setattr(_parquet, "scan", watched_scan)
+    monkeypatch.setattr(_parquet, "_fitted", watched_fit)
+    karta_import.to_parquet(spectra(6), tmp_path / "out", batch=2)
+    files = [f"s0000{i}.spc" for i in (0, 2, 4)]
+    assert seen == [
+        ("read", files[0]),
+        *(("read", files[1]), ("made", files[0])),
+        *(("read", files[2]), ("made", files[1])),
+        ("made", files[2]),
+    ]
+
+
+def test_what_ends_it_ends_the_reading_ahead(spectra, tmp_path, monkeypatch):
+    from karta_import import _parquet
+
+    def full(made, path, **options):
+        raise OSError("the disk is full")
+
+    monkeypatch.setattr("pyarrow.parquet.write_table", full)
+    start = time.perf_counter()
+    with pytest.raises(OSError, match="full"):
+        karta_import.to_parquet(spectra(200, points=2000), tmp_path / "out", batch=5)
+    assert time.perf_counter() - start < 5
+    assert not list((tmp_path / "out").glob("*.parquet"))
