@@ -188,8 +188,10 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
     isStreaming = !output.KeepsRows();
     cellRuns = nullptr;
     rowTextSink = nullptr;
+    auto* const runSink = dynamic_cast<CellRunSink*>(&sink);
     const bool wantsEvidence = output.WantsWholeEvidence();
-    if ((!isStreaming || wantsEvidence) && source.ExamineWhole(context)) {
+    // Texts in runs must be known to be UTF-8.
+    if ((!isStreaming || wantsEvidence || runSink != nullptr) && source.ExamineWhole(context)) {
         ExamineHead();
     }
     if (isStreaming && wantsEvidence) {
@@ -198,10 +200,7 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
     BeginReading();
     // What the head tells; the types may turn out otherwise.
     context.shape = head.GetShape(types);
-    cellRuns = dynamic_cast<CellRunSink*>(&sink);
-    if (cellRuns != nullptr && !cellRuns->PrefersCellRuns()) {
-        cellRuns = nullptr;
-    }
+    cellRuns = runSink != nullptr && runSink->PrefersCellRuns() ? runSink : nullptr;
     rowTextSink = isStreaming ? dynamic_cast<RowTextSink*>(&sink) : nullptr;
     ReadRecords(output);
     HandOutRowTexts();

@@ -29,6 +29,9 @@ public:
     void SetColumnRun(int /*col*/, int /*firstRow*/, std::span<const float> /*values*/) override {}
     void SetColumnRun(int /*col*/, int /*firstRow*/, std::span<const double> /*values*/) override {}
     void SetCellRun(int /*col*/, int /*firstRow*/, std::span<const double> /*values*/) override {}
+    void SetTextRun(int /*col*/, int /*firstRow*/, const TextRun& /*texts*/) override {}
+    void SetValueRun(int /*col*/, int /*firstRow*/, ValueRunKind /*kind*/,
+                     std::span<const std::int64_t> /*values*/) override {}
     bool PrefersCellRuns() const override { return true; }
     void SetDataSize(int /*cols*/, int /*rows*/) override {}
     int GetNumberOfColumns() override { return 0; }

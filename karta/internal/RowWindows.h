@@ -81,10 +81,26 @@ public:
     }
 
     void SetCellRun(int col, int firstRow, std::span<const double> values) override {
-        PutDown(col, firstRow, values, [&](TableSink& sink, int place, std::span<const double> some) {
-            Fill(place + window.above, static_cast<int>(some.size()));
-            sink.SetCellRun(col, place, some);
-        });
+        PutCellsDown(col, firstRow, values.size(),
+                     [&](TableSink& sink, int place, std::size_t first, std::size_t count) {
+                         sink.SetCellRun(col, place, values.subspan(first, count));
+                     });
+    }
+    void SetTextRun(int col, int firstRow, const TextRun& texts) override {
+        PutCellsDown(col, firstRow, texts.ends.size(),
+                     [&](TableSink& sink, int place, std::size_t first, std::size_t count) {
+                         const TextRun some{texts.bytes, first == 0 ? texts.begin : texts.ends[first - 1],
+                                            texts.ends.subspan(first, count)};
+                         heldBytes += some.ends.back() - some.begin;
+                         sink.SetTextRun(col, place, some);
+                     });
+    }
+    void SetValueRun(int col, int firstRow, ValueRunKind kind,
+                     std::span<const std::int64_t> values) override {
+        PutCellsDown(col, firstRow, values.size(),
+                     [&](TableSink& sink, int place, std::size_t first, std::size_t count) {
+                         sink.SetValueRun(col, place, kind, values.subspan(first, count));
+                     });
     }
     /** As of TableSink. */
     bool PrefersCellRuns() const override { return !context->shape.HasBlock(); }
@@ -183,27 +199,35 @@ private:
     }
     template <class Number>
     void PutColumnRun(int col, int firstRow, std::span<const Number> values) {
-        PutDown(col, firstRow, values, [&](TableSink& sink, int place, std::span<const Number> some) {
-            sink.SetColumnRun(col, place, some);
+        PutDown(col, firstRow, values.size(),
+                [&](TableSink& sink, int place, std::size_t first, std::size_t count) {
+                    sink.SetColumnRun(col, place, values.subspan(first, count));
+                });
+    }
+    template <class Step>
+    void PutCellsDown(int col, int firstRow, std::size_t size, const Step& step) {
+        PutDown(col, firstRow, size, [&](TableSink& sink, int place, std::size_t first, std::size_t count) {
+            Fill(place + window.above, static_cast<int>(count));
+            step(sink, place, first, count);
         });
     }
-    // A run may go through several windows.
-    template <class Number, class Step>
-    void PutDown(int col, int firstRow, std::span<const Number> values, const Step& step) {
+    // Cells below each other may go through several windows: so many of them from one on into each.
+    template <class Step>
+    void PutDown(int col, int firstRow, std::size_t size, const Step& step) {
         const auto room = static_cast<std::size_t>(AllRows - std::max(firstRow, 1));
-        if (col < 1 || firstRow < 1 || values.empty() || values.size() > room) {
+        if (col < 1 || firstRow < 1 || size == 0 || size > room) {
             return;
         }
-        Reach(col, firstRow + static_cast<int>(values.size()) - 1);
-        for (int row = firstRow; !values.empty();) {
+        Reach(col, firstRow + static_cast<int>(size) - 1);
+        for (std::size_t done = 0; done < size;) {
+            const int row = firstRow + static_cast<int>(done);
             const bool isTaken = Enter(row);
-            const auto count = std::min(values.size(), static_cast<std::size_t>(window.last - row) + 1);
+            const std::size_t count = std::min(size - done, static_cast<std::size_t>(window.last - row) + 1);
             if (isTaken) {
                 heldBytes += BytesACell * count;
-                step(*window.sink, row - window.above, values.first(count));
+                step(*window.sink, row - window.above, done, count);
             }
-            values = values.subspan(count);
-            row += static_cast<int>(count);
+            done += count;
         }
     }
 
