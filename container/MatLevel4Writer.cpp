@@ -19,6 +19,10 @@ constexpr int TextType = 1;
 constexpr std::size_t IdNameLength = 7;
 constexpr std::string_view DataName("DATA\0", 5);
 
+// What is gathered before it is written: as many columns as give a piece of a row's memory its use.
+constexpr std::size_t NumbersAtOnce = std::size_t{1} << 18;
+constexpr std::size_t MostColumnsAtOnce = 64;
+
 constexpr std::uint64_t MissingBits = 0xFFF8000000000000;
 
 template <class Number>
@@ -57,11 +61,32 @@ void Matlab4Writer::WriteData() {
     output.Expect(sizeof(double) * static_cast<std::uint64_t>(blockRows) *
                   static_cast<std::uint64_t>(blockColumns));
     WriteHeader(NumericType, blockRows, blockColumns, DataName);
+    const auto rows = static_cast<std::size_t>(blockRows);
+    const auto columns = static_cast<int>(
+        std::clamp<std::size_t>(NumbersAtOnce / std::max<std::size_t>(rows, 1), 1, MostColumnsAtOnce));
+    std::vector<double> band(std::min(rows, NumbersAtOnce) * static_cast<std::size_t>(columns));
+    for (int column = 0; column < blockColumns; column += columns) {
+        WriteColumns(column, std::min(columns, blockColumns - column), band);
+    }
+}
+
+// The file goes down the columns and tables lie in rows: row by row, some columns side by side are gathered
+// and then written one after the other. A column that is longer than the band is written in pieces.
+void Matlab4Writer::WriteColumns(int firstColumn, int columns, std::vector<double>& band) {
     const auto missing = std::bit_cast<double>(MissingBits);
-    for (int column = 0; column < blockColumns; ++column) {
-        for (int row = 0; row < blockRows; ++row) {
-            WriteDouble(GetNumber(firstDataCol + column, firstDataRow + row).value_or(missing));
+    const int rowsAtOnce = static_cast<int>(std::min(static_cast<std::size_t>(blockRows), NumbersAtOnce));
+    for (int firstRow = 0; firstRow < blockRows; firstRow += rowsAtOnce) {
+        const int rows = std::min(rowsAtOnce, blockRows - firstRow);
+        for (int row = 0; row < rows; ++row) {
+            for (int column = 0; column < columns; ++column) {
+                band[static_cast<std::size_t>(column) * static_cast<std::size_t>(rows) +
+                     static_cast<std::size_t>(row)] =
+                    GetNumber(firstDataCol + firstColumn + column, firstDataRow + firstRow + row)
+                        .value_or(missing);
+            }
         }
+        output.Write({reinterpret_cast<const char*>(band.data()),
+                      sizeof(double) * static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows)});
     }
 }
 

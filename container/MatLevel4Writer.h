@@ -38,6 +38,7 @@ private:
     bool FindBlockOfTexts();
     std::optional<double> GetNumber(int column, int row);
     void WriteData();
+    void WriteColumns(int firstColumn, int columns, std::vector<double>& band);
     void WriteColumn();
     void WriteRow();
     void WriteIdLine(std::string_view name, const IdLine& line);

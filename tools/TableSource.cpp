@@ -81,15 +81,22 @@ double NumericRows::GetFloatValue(int col, int row) {
 }
 
 bool NumericRows::IsFloat(int col, int row) {
-    return NumberAt(col, row).has_value();
+    const int tableRow = At(row);
+    switch (GetTable().GetKind(col, tableRow)) {
+        case TableData::Missing:
+            return false;
+        case TableData::Bool:
+        case TableData::Text:
+            return NumberAt(col, row).has_value();
+        default:
+            // Without a look at the number, which lies somewhere else.
+            return tableRow > heads && GetTable().IsFloat(col, tableRow);
+    }
 }
 
 bool NumericRows::IsString(int col, int row) {
     // Of a wide table most cells are empty.
-    if (IsMissing(col, row)) {
-        return false;
-    }
-    return !IsFloat(col, row) && WantedRows::IsString(col, row);
+    return !IsMissing(col, row) && !IsFloat(col, row) && WantedRows::IsString(col, row);
 }
 
 // As a table finds it: behind the leading rows and columns that have no number in them.
