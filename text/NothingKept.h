@@ -28,7 +28,8 @@ public:
     void SetRowRun(int /*firstCol*/, int /*row*/, std::span<const double> /*values*/) override {}
     void SetColumnRun(int /*col*/, int /*firstRow*/, std::span<const float> /*values*/) override {}
     void SetColumnRun(int /*col*/, int /*firstRow*/, std::span<const double> /*values*/) override {}
-    void SetCellRun(int /*col*/, int /*firstRow*/, std::span<const double> /*values*/) override {}
+    void SetCellRun(int /*col*/, int /*firstRow*/, std::span<const double> /*values*/,
+                    std::span<const std::uint8_t> /*decimals*/) override {}
     void SetTextRun(int /*col*/, int /*firstRow*/, const TextRun& /*texts*/) override {}
     void SetValueRun(int /*col*/, int /*firstRow*/, ValueRunKind /*kind*/,
                      std::span<const std::int64_t> /*values*/) override {}

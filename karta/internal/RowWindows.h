@@ -80,10 +80,12 @@ public:
         PutColumnRun(col, firstRow, values);
     }
 
-    void SetCellRun(int col, int firstRow, std::span<const double> values) override {
+    void SetCellRun(int col, int firstRow, std::span<const double> values,
+                    std::span<const std::uint8_t> decimals) override {
         PutCellsDown(col, firstRow, values.size(),
                      [&](TableSink& sink, int place, std::size_t first, std::size_t count) {
-                         sink.SetCellRun(col, place, values.subspan(first, count));
+                         sink.SetCellRun(col, place, values.subspan(first, count),
+                                         decimals.empty() ? decimals : decimals.subspan(first, count));
                      });
     }
     void SetTextRun(int col, int firstRow, const TextRun& texts) override {

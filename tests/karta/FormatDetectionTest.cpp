@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "tests/support/Samples.h"
 #include "tests/support/TempFolder.h"
 
 namespace {
@@ -43,6 +44,23 @@ TEST_F(FormatDetectionTest, ProofComesBeforeTheExtension) {
         EXPECT_EQ(Choice(name, jcamp), "JCAMP-DX File") << name;
         EXPECT_EQ(Find(name, jcamp).reason, "proved by the content") << name;
     }
+}
+
+// Who only chooses asks no format behind the first one that is proved.
+TEST_F(FormatDetectionTest, AChoiceIsTheSameWithFewerVerdicts) {
+    int shortened = 0;
+    for (const Sample& sample : ReadableSamples()) {
+        for (const Reading reading : {Reading::Complete, Reading::Classic}) {
+            const FormatFinding all = FormatDetection(formats).DetectForUser(sample.path, reading);
+            const FormatFinding choice = FormatDetection(formats).DetectForUser(
+                sample.path, reading, FormatDetection::Verdicts::UpToProof);
+            EXPECT_EQ(choice.format, all.format) << sample.path;
+            EXPECT_EQ(choice.reason, all.reason) << sample.path;
+            EXPECT_EQ(all.verdicts.size(), static_cast<std::size_t>(formats.SizeInfos()));
+            shortened += choice.verdicts.size() < all.verdicts.size() ? 1 : 0;
+        }
+    }
+    EXPECT_GT(shortened, 10);
 }
 
 TEST_F(FormatDetectionTest, ExtensionDecidesAmongWhatIsPossible) {
