@@ -14,7 +14,8 @@ JsonFields::JsonFields(std::string_view allLines, const LineRules& lineRules, Js
       marks(numberMarks),
       sink(jsonRows),
       output(sink),
-      keepsRuns(!lineRules.dialect.skipsBlank && lineRules.rowTexts->members == nullptr),
+      keepsRuns(!lineRules.dialect.skipsBlank &&
+                lineRules.rowTexts.value_or(RowTextForm()).members == nullptr),
       hasMarks(ByteMask::IsFast && keepsRuns &&
                std::all_of(rules.types.begin(), rules.types.end(), [](const ColumnType& type) {
                    return type.kind == ColumnType::Number && type.decimalMark == '.';
@@ -67,8 +68,8 @@ std::optional<std::size_t> JsonFields::AddNumbers(std::string_view line) {
 bool JsonFields::AddField(std::string_view field, const ColumnType& type) {
     FieldForm form;
     const char* const end = field.data() + field.size();
-    if (TakePlainNumber(field.data(), end, rules.textEnd, rules.dialect.delimiter.front(), type, form) ==
-        nullptr) {
+    const auto isEnd = [end](const char* place) { return place == end; };
+    if (TakePlainNumber(field, rules.textEnd, type, isEnd, form) == nullptr) {
         return AddValue(field, type, false);
     }
     AddNumber(field, form);

@@ -20,7 +20,7 @@ struct Track {
         mask = next;
     }
     /** The bytes that stand so many places behind. */
-    std::uint64_t Behind(int places) const { return mask << places | before >> (Width - places); }
+    std::uint64_t Behind(std::size_t places) const { return mask << places | before >> (Width - places); }
 };
 
 // The bits from `first` on, and those before `last`, of a mask; both below its width.
