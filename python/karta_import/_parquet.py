@@ -6,10 +6,10 @@ import hashlib
 import json
 import os
 from collections.abc import Callable, Iterable
-from concurrent.futures import Future, ThreadPoolExecutor
+from concurrent.futures import Future, ThreadPoolExecutor, wait
 from itertools import zip_longest
 from pathlib import Path as FilePath
-from typing import TYPE_CHECKING, Any, NamedTuple
+from typing import TYPE_CHECKING, Any, NamedTuple, TypeVar
 
 from karta_import._errors import Error, make_error
 from karta_import._scan import Failure, Scan, expand_paths, scan
@@ -19,6 +19,11 @@ if TYPE_CHECKING:
     from karta_import._reading import Path
 
 STATE = "_karta_import.json"
+
+# Between looks for Ctrl-C, in seconds.
+LOOK = 0.02
+
+Made = TypeVar("Made")
 
 
 class Written(NamedTuple):
@@ -87,6 +92,14 @@ def _replace(path: FilePath, write: Callable[[FilePath], object]) -> None:
         os.replace(unfinished, path)
     finally:
         unfinished.unlink(missing_ok=True)
+
+
+def _result(future: Future[Made]) -> Made:
+    """What a thread makes. Ctrl-C is heard while it does: a wait without an end goes on over it where another package
+    has put its own handler before Python's, as polars does."""
+    while not future.done():
+        wait([future], timeout=LOOK)
+    return future.result()
 
 
 def _is_text(kind: Any) -> bool:
@@ -162,7 +175,7 @@ class _Writer:
     def finish(self) -> None:
         """Waits for what is being written, and raises what it raised."""
         if self._last is not None:
-            self._last.result()
+            _result(self._last)
 
     def close(self) -> None:
         self._pool.shutdown(wait=True)
@@ -288,7 +301,7 @@ class _Reader:
         """A part's table, None where no file could be read, and the files that couldn't. Raises what its reading
         raised."""
         self.begin(place)
-        table = self._ahead.pop(place).result()
+        table = _result(self._ahead.pop(place))
         return table, self._scans.pop(place).errors
 
     def close(self) -> None:

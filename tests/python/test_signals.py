@@ -79,3 +79,10 @@ def test_a_scan_that_was_interrupted_has_ended(large):
     assert seconds_until_it_ends(lambda: next(tables), 0.05) is not None
     with pytest.raises((karta_import.Error, StopIteration)):
         next(tables)
+
+
+def test_ctrl_c_ends_to_parquet_beside_packages_with_handlers_of_their_own(large, tmp_path):
+    """Theirs let a wait go on that Python's would end."""
+    pytest.importorskip("pyarrow.parquet")
+    pytest.importorskip("polars")
+    test_ctrl_c_ends_it("to_parquet", large, tmp_path)
