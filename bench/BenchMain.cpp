@@ -13,6 +13,7 @@
 #include <string>
 
 #include "bench/ReadBench.h"
+#include "bench/TableBench.h"
 #include "tests/support/CountingSink.h"
 #include "tools/Commands.h"
 #include "tools/ReadRequest.h"
@@ -154,6 +155,7 @@ int main(int argc, char** argv) {
         std::cout << Usage << "\n";
     }
     benchmark::Initialize(&argc, argv);
+    RegisterTableBenches();
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "bench/ReadBench.h"
+#include "bench/TableBench.h"
 #include "karta/Table.h"
 
 namespace {
@@ -47,6 +48,10 @@ const TableBench Benches[] = {
     {"jcamp_affn", "JCAMP-DX File", "affn.dx", 1.2},
     {"text_10_columns", "Text File", "narrow.txt", 0},
     {"text_2000_columns", "Text File", "wide.txt", 0},
+    {"brookside_xml", "Brookside Ver. 2.6 XML File", "brookside.xml", 2},
+    {"sieve_100_intensities", "Thermo SIEVE File", "report.txt", 2.5},
+    {"unscrambler_1000_columns", "Unscrambler File", "matrix.uns", 0},
+    {"kpf_10000_by_1000", "KARTA project file", "large.kpf", 0},
 };
 
 double SecondsSince(std::chrono::steady_clock::time_point start) {
@@ -113,15 +118,13 @@ void Measure(benchmark::State& state, const TableBench& bench) {
     state.counters["file_MB"] = bytes / 1e6;
 }
 
-/** Registers all at once, behind the benchmarks that make the files. */
-const bool AreRegistered = [] {
+}  // namespace
+
+void RegisterTableBenches() {
     for (const TableBench& bench : Benches) {
         benchmark::RegisterBenchmark((std::string(bench.name) + "/karta_table").c_str(),
                                      [bench](benchmark::State& state) { Measure(state, bench); })
             ->MinTime(MinSeconds)
             ->Unit(benchmark::kMillisecond);
     }
-    return true;
-}();
-
-}  // namespace
+}
