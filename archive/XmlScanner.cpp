@@ -7,6 +7,7 @@
 #include <ios>
 
 #include "base/Ascii.h"
+#include "base/ByteWord.h"
 #include "base/PathNames.h"
 #include "base/Unicode.h"
 
@@ -64,15 +65,14 @@ bool Is(char c, ByteClass kind) {
 
 // Over bytes of PlainText, eight at a time, and perhaps not over the last of them.
 const char* SkipPlainText(const char* from, const char* end) {
-    constexpr std::uint64_t Ones = 0x0101010101010101U;
+    constexpr std::uint64_t Ones = ByteWord::Ones;
     constexpr std::uint64_t LowBits = 0x7f * Ones;
     // The high bit of each byte below 0x80 that isn't this one.
     const auto others = [](std::uint64_t word, char byte) {
         return ((word ^ (Ones * static_cast<unsigned char>(byte))) & LowBits) + LowBits;
     };
     while (end - from >= 8) {
-        std::uint64_t word;
-        std::memcpy(&word, from, sizeof word);
+        const std::uint64_t word = ByteWord::Load(from);
         const std::uint64_t isPrintable = (word & LowBits) + (0x80 - 0x20) * Ones;
         const std::uint64_t isBlank = ~(others(word, '\t') & others(word, '\n'));
         const std::uint64_t isPlain =
@@ -80,7 +80,7 @@ const char* SkipPlainText(const char* from, const char* end) {
         const std::uint64_t isOther = ~isPlain & ~LowBits;
         if (isOther != 0) {
             // Nothing is carried from byte to byte, so that each bit tells of its own.
-            return std::endian::native == std::endian::little ? from + std::countr_zero(isOther) / 8 : from;
+            return ByteWord::IsUsable ? from + std::countr_zero(isOther) / 8 : from;
         }
         from += 8;
     }

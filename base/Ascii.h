@@ -7,6 +7,10 @@ constexpr bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
+constexpr bool IsLineEnd(char c) {
+    return c == '\r' || c == '\n';
+}
+
 constexpr bool IsLetter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/Ascii.h"
+#include "base/Unicode.h"
 
 namespace {
 
@@ -67,11 +68,6 @@ std::string NameOf(std::string_view name) {
         }
     }
     return plain.starts_with(Windows) ? "CP" + plain.substr(Windows.size()) : std::string(name);
-}
-
-bool IsAscii(std::string_view bytes) {
-    return std::none_of(bytes.begin(), bytes.end(),
-                        [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
 }
 
 }  // namespace

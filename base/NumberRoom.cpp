@@ -9,8 +9,6 @@ namespace karta {
 namespace {
 
 constexpr std::size_t SmallestRoom = std::size_t{1} << 16;
-// From here on large pages save more than the part of one that stays empty costs.
-constexpr std::size_t SmallestHuge = std::size_t{1} << 23;
 constexpr std::size_t MostNumbers = ~std::size_t{0} / sizeof(double) / 4;
 
 }  // namespace
@@ -31,9 +29,7 @@ void NumberRoom::Grow(std::size_t more) {
         numbers == nullptr ? MapPages(bytes) : ResizePages(numbers, capacity * sizeof(double), bytes);
     numbers = static_cast<double*>(pages);
     capacity = wanted;
-    if (bytes >= SmallestHuge) {
-        WishForHugePages(numbers, bytes);
-    }
+    WishForHugePages(numbers, bytes);
 }
 
 }  // namespace karta

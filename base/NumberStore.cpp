@@ -9,11 +9,9 @@ namespace karta {
 namespace {
 
 constexpr std::size_t SmallestBlock = std::size_t{1} << 16;
-constexpr std::size_t LargestBlock = std::size_t{1} << 23;
+constexpr std::size_t LargestBlock = SmallestHuge;
 // A larger array has a block of its own, so that little is left over at the end of any.
 constexpr std::size_t LargestShared = LargestBlock / 16;
-// From here on large pages save more than the part of one that stays empty costs.
-constexpr std::size_t SmallestHuge = LargestBlock;
 
 std::shared_ptr<void> Own(void* data, std::size_t bytes) {
     return {data, [bytes](void* pages) { UnmapPages(pages, bytes); }};
@@ -52,9 +50,7 @@ double* NumberStore::Take(std::size_t count, std::shared_ptr<void>& memory) {
         blockBytes =
             std::clamp(std::max(2 * blockBytes, count * sizeof(double)), SmallestBlock, LargestBlock);
         block = Own(MapPages(blockBytes), blockBytes);
-        if (blockBytes >= SmallestHuge) {
-            WishForHugePages(block.get(), blockBytes);
-        }
+        WishForHugePages(block.get(), blockBytes);
         next = static_cast<double*>(block.get());
         remaining = blockBytes / sizeof(double);
     }

@@ -39,8 +39,10 @@ void UnmapPages(void* data, std::size_t size) {
 }
 
 void WishForHugePages(void* data, std::size_t size) {
-    // Where the system has none, it stays as it is.
-    madvise(data, size, MADV_HUGEPAGE);
+    // Where the system has none, it stays as it is too.
+    if (size >= SmallestHuge) {
+        madvise(data, size, MADV_HUGEPAGE);
+    }
 }
 
 }  // namespace karta

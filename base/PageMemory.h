@@ -13,7 +13,12 @@ void* ResizePages(void* data, std::size_t size, std::size_t newSize);
 /** By the size that they have now. */
 void UnmapPages(void* data, std::size_t size);
 
-/** Fresh memory costs a fault a page, often more than what is then written to it: large pages save most. */
+/** From here on large pages save more than the part of one that stays empty costs. */
+constexpr std::size_t SmallestHuge = std::size_t{1} << 23;
+/**
+ * Fresh memory costs a fault a page, often more than what is then written to it: large pages save most.
+ * Smaller memory is left as it is.
+ */
 void WishForHugePages(void* data, std::size_t size);
 
 }  // namespace karta

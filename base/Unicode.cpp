@@ -41,29 +41,49 @@ constexpr char16_t Windows1252[32] = {0x20ac, 0,      0x201a, 0x0192, 0x201e, 0x
                                       0,      0x2018, 0x2019, 0x201c, 0x201d, 0x2022, 0x2013, 0x2014,
                                       0x02dc, 0x2122, 0x0161, 0x203a, 0x0153, 0,      0x017e, 0x0178};
 
-bool IsAscii(std::string_view text) {
-    const char* at = text.data();
-    const char* const end = at + text.size();
-    for (; end - at >= 8; at += 8) {
-        if ((ByteWord::Load(at) & ByteWord::HighBits) != 0) {
-            return false;
+// Over ASCII, and perhaps not over the last bytes of it: in steps as wide as the processor's instructions
+// are, and then eight at a time.
+const char* SkipAscii(const char* at, const char* end) {
+    constexpr int WordsAtOnce = 8;
+    constexpr int Word = 8;
+    for (; end - at >= WordsAtOnce * Word; at += WordsAtOnce * Word) {
+        std::uint64_t all = 0;
+        for (int i = 0; i < WordsAtOnce; ++i) {
+            all |= ByteWord::Load(at + i * Word);
+        }
+        if ((all & ByteWord::HighBits) != 0) {
+            break;
         }
     }
-    return std::all_of(at, end, [](char c) { return static_cast<signed char>(c) >= 0; });
+    while (end - at >= Word && (ByteWord::Load(at) & ByteWord::HighBits) == 0) {
+        at += Word;
+    }
+    return at;
 }
 
-bool IsUtf8(std::string_view text) {
-    while (!text.empty()) {
-        const std::size_t length = GetUtf8Length(text);
-        if (length == 0) {
-            return false;
-        }
-        text.remove_prefix(length);
-    }
-    return true;
+bool IsAsciiByte(char c) {
+    return static_cast<signed char>(c) >= 0;
 }
 
 }  // namespace
+
+bool IsAscii(std::string_view text) {
+    const char* const end = text.data() + text.size();
+    return std::all_of(SkipAscii(text.data(), end), end, IsAsciiByte);
+}
+
+bool IsUtf8(std::string_view text) {
+    const char* const end = text.data() + text.size();
+    for (const char* at = SkipAscii(text.data(), end); at != end;) {
+        const std::size_t length = GetUtf8Length({at, static_cast<std::size_t>(end - at)});
+        if (length == 0) {
+            return false;
+        }
+        at += length;
+        at = length == 1 ? SkipAscii(at, end) : at;
+    }
+    return true;
+}
 
 bool IsHighSurrogate(char32_t unit) {
     return unit >= 0xd800 && unit < 0xdc00;

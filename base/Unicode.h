@@ -25,6 +25,12 @@ bool IsHighSurrogate(char32_t unit);
  */
 KARTA_EXPORT std::size_t GetUtf8Length(std::string_view text);
 
+/** Whether a text's bytes are all below 0x80. */
+bool IsAscii(std::string_view text);
+
+/** Whether all of a text is characters of UTF-8. */
+bool IsUtf8(std::string_view text);
+
 /** UTF-16 text as UTF-8. */
 std::string ToUtf8(std::u16string_view units);
 

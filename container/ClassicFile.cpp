@@ -89,17 +89,6 @@ const ClassicAttribute* FindNamed(const std::vector<ClassicAttribute>& attribute
     return found == attributes.end() ? nullptr : &*found;
 }
 
-bool IsUtf8(std::string_view text) {
-    while (!text.empty()) {
-        const std::size_t length = GetUtf8Length(text);
-        if (length == 0) {
-            return false;
-        }
-        text.remove_prefix(length);
-    }
-    return true;
-}
-
 }  // namespace
 
 ClassicFile::ClassicFile(const char* path) : file(path) {

@@ -17,8 +17,7 @@ namespace {
 // and grow without a copy.
 constexpr std::size_t SmallestMapped = std::size_t{1} << 18;
 constexpr std::size_t PageSize = 4096;
-// From here on large pages save most of the faults. Only a block of whole ones begins where one does.
-constexpr std::size_t SmallestHuge = std::size_t{1} << 23;
+// Only a block of whole ones begins where one does.
 constexpr std::size_t HugePageSize = std::size_t{1} << 21;
 
 std::size_t RoundUp(std::size_t size, std::size_t unit) {
@@ -32,15 +31,9 @@ std::size_t RoundToPages(std::size_t size) {
     return RoundUp(size, size >= SmallestHuge ? HugePageSize : PageSize);
 }
 
-void MakeHuge(void* data, std::size_t size) {
-    if (size >= SmallestHuge) {
-        WishForHugePages(data, size);
-    }
-}
-
 void* Map(std::size_t size) {
     void* const data = MapPages(size);
-    MakeHuge(data, size);
+    WishForHugePages(data, size);
     return data;
 }
 
@@ -93,7 +86,7 @@ void Buffer::ResizeUnset(std::size_t newSize) {
 void Buffer::Remap(std::size_t whole) {
     void* const moved = ResizePages(data, mapped, whole);
     if (whole > mapped) {
-        MakeHuge(moved, whole);
+        WishForHugePages(moved, whole);
     }
     data = moved;
     mapped = whole;

@@ -3,18 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/Ascii.h"
 #include "base/ByteScan.h"
 #include "base/Exception.h"
 #include "base/NumberParser.h"
 #include "host/NvString.h"
-
-namespace {
-
-bool IsLineEnd(char c) {
-    return c == '\r' || c == '\n';
-}
-
-}  // namespace
 
 void BufferReader::Init(std::string_view text, const std::string& name) {
     cursor = text.data();

@@ -12,11 +12,6 @@ constexpr unsigned int RunsBit = 8;
 constexpr std::size_t RunsSize = 2;
 constexpr std::size_t ExtensionSize = 4;
 
-bool IsAscii(std::string_view bytes) {
-    return std::none_of(bytes.begin(), bytes.end(),
-                        [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
-}
-
 }  // namespace
 
 void AppendLatin1(std::string& text, std::string_view bytes) {

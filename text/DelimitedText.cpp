@@ -11,6 +11,7 @@
 #include "base/Ascii.h"
 #include "base/ByteScan.h"
 #include "base/PathNames.h"
+#include "base/Unicode.h"
 #include "host/NvString.h"
 #include "text/DialectRefiner.h"
 #include "text/DialectSniffer.h"
@@ -124,7 +125,7 @@ void DelimitedText::ExamineHead() {
     bool isHeadCut = text.size() > HeadSize;
     std::string_view headText = text.substr(0, HeadSize);
     std::string converted;
-    if (source.GetEncoding().kind == TextEncoding::Windows1252 && HasHighBytes(headText)) {
+    if (source.GetEncoding().kind == TextEncoding::Windows1252 && !IsAscii(headText)) {
         AppendWindows1252(converted, headText);
         headText = converted;
     }

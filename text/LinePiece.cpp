@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/Ascii.h"
 #include "base/ByteScan.h"
+#include "base/Unicode.h"
 #include "text/FieldDate.h"
 #include "text/JsonFields.h"
 #include "text/RecordScanner.h"
@@ -22,30 +24,6 @@ constexpr std::size_t FewestRows = 64;
 
 bool IsOfTexts(const ColumnType& type, const LineRules& rules) {
     return rules.makesTexts && type.kind == ColumnType::Text;
-}
-
-bool IsLineEnd(char byte) {
-    return byte == '\n' || byte == '\r';
-}
-
-// The quote that closes the field which begins behind its opening one, or `end`.
-const char* FindClosingQuote(const char* from, const char* end, const TextDialect& dialect, bool& isEscaped) {
-    while (true) {
-        from = dialect.escape == '\0' ? FindByte(from, end, dialect.quote)
-                                      : FindByte(from, end, dialect.quote, dialect.escape);
-        if (from == end) {
-            return end;
-        }
-        const bool isEscape = dialect.escape != '\0' && *from == dialect.escape;
-        if (from + 1 == end) {
-            return *from == dialect.quote && !isEscape ? from : end;
-        }
-        if (!isEscape && from[1] != dialect.quote) {
-            return from;
-        }
-        isEscaped = true;
-        from += 2;
-    }
 }
 
 }  // namespace
@@ -105,7 +83,7 @@ void LinePiece::MakeRoom(std::size_t wanted, const LineRules& rules) {
 void LinePiece::ReadRowTexts(const LineRules& rules, const RowTextForm& form) {
     const char delimiter = rules.dialect.delimiter.front();
     const ByteFacts facts = ExamineBytes(text);
-    isParted = !facts.holdNuls && facts.areUtf8 && !(rules.isOneByte && HasHighBytes(text)) &&
+    isParted = !facts.holdNuls && facts.areUtf8 && !(rules.isOneByte && !IsAscii(text)) &&
                static_cast<unsigned char>(delimiter) < 0x80;
     if (isParted && isJson) {
         ReadJsonRows(rules, form);
@@ -311,8 +289,8 @@ const char* LinePiece::ReadField(const char* at, const char* end, const LineRule
 const char* LinePiece::ReadQuoted(const char* open, const char* end, const LineRules& rules,
                                   std::size_t col) {
     bool isEscaped = false;
-    const char* const close = FindClosingQuote(open + 1, end, rules.dialect, isEscaped);
-    if (close == end) {
+    const char* const close = FindClosingQuote(open + 1, end, end, rules.dialect, isEscaped);
+    if (close == nullptr) {
         isOpen = true;
         return nullptr;
     }
@@ -378,7 +356,7 @@ void LinePiece::PutText(std::string_view value, const char* readable, const Line
                         std::size_t col) {
     if (!rules.makesTexts) {
         AddOther(col, Other::Text, value);
-    } else if (rules.isUtf8 || !HasHighBytes(value)) {
+    } else if (rules.isUtf8 || IsAscii(value)) {
         columns[col].texts.Put(rows, value, readable);
     } else {
         utf8.clear();
@@ -417,7 +395,7 @@ void LinePiece::AddOther(std::size_t col, Other::Kind kind, std::string_view val
 }
 
 void LinePiece::AddValue(std::size_t col, std::string_view value, const LineRules& rules) {
-    if (!rules.isUtf8 && (HasHighBytes(value) || value.find('\0') != std::string_view::npos)) {
+    if (!rules.isUtf8 && (!IsAscii(value) || value.find('\0') != std::string_view::npos)) {
         AddOther(col, Other::Unlooked, value);
         return;
     }

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "base/Ascii.h"
+#include "base/ByteWord.h"
 #include "base/NumberParser.h"
 #include "text/FieldForm.h"
 
@@ -88,25 +89,19 @@ inline PlainNumber::PlainNumber(std::string_view text, const char* readable) : s
 // Adds the digits at `at` to those that are there; returns what is behind them. Eight at a time: the bytes of
 // a word are found to be digits together, and added in pairs, then fours, then eights.
 inline const char* PlainNumber::TakeDigits(const char* at, const char* last, const char* readable) {
-    if constexpr (std::endian::native == std::endian::little) {
+    if constexpr (ByteWord::IsUsable) {
         static constexpr std::array<std::uint64_t, 9> Scales = {
             1, 10, 100, 1000, 10'000, 100'000, 1'000'000, 10'000'000, 100'000'000};
         while (readable - at >= 8) {
-            std::uint64_t word;
-            std::memcpy(&word, at, sizeof word);
-            word ^= 0x3030303030303030U;
-            const std::uint64_t others = ((word + 0x7676767676767676U) | word) & 0x8080808080808080U;
+            const std::uint64_t word = ByteWord::Load(at);
+            const std::uint64_t others = ByteWord::FindNoDigit(word);
             const int count = std::min(others == 0 ? 8 : std::countr_zero(others) / 8,
                                        static_cast<int>(std::min<std::ptrdiff_t>(last - at, 8)));
             if (count == 0) {
                 return at;
             }
-            word <<= 8 * (8 - count);
-            word = (word * 10) + (word >> 8U);
-            word = (((word & 0x000000ff000000ffU) * 0x000f424000000064U) +
-                    (((word >> 16U) & 0x000000ff000000ffU) * 0x0000271000000001U)) >>
-                   32U;
-            digits = digits * Scales[static_cast<std::size_t>(count)] + word;
+            const std::uint64_t taken = (word ^ (0x30 * ByteWord::Ones)) << (8 * (8 - count));
+            digits = digits * Scales[static_cast<std::size_t>(count)] + ByteWord::ToNumber(taken);
             at += count;
             if (count < 8) {
                 return at;

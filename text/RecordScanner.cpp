@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "base/Ascii.h"
 #include "base/ByteScan.h"
 
 namespace {
@@ -18,10 +19,6 @@ constexpr std::ptrdiff_t PieceSize = std::ptrdiff_t{1} << 15;
 // record would else be read once a record.
 constexpr std::size_t FreeWork = 1 << 20;
 constexpr std::size_t WorkPerByte = 4;
-
-bool IsLineEnd(char byte) {
-    return byte == '\n' || byte == '\r';
-}
 
 }  // namespace
 
@@ -41,6 +38,28 @@ void AppendUnescaped(std::string& text, std::string_view quoted, const TextDiale
             text += *at++;
         }
     }
+}
+
+const char* FindClosingQuote(const char* from, const char* last, const char* end, const TextDialect& dialect,
+                             bool& isEscaped) {
+    while (from < last) {
+        from = dialect.escape == '\0' ? FindByte(from, last, dialect.quote)
+                                      : FindByte(from, last, dialect.quote, dialect.escape);
+        if (from == last) {
+            break;
+        }
+        const bool hasMore = from + 1 != end;
+        const bool isEscape = dialect.escape != '\0' && *from == dialect.escape;
+        if (hasMore && (isEscape || from[1] == dialect.quote)) {
+            isEscaped = true;
+            from += 2;
+        } else if (isEscape) {
+            break;
+        } else {
+            return from;
+        }
+    }
+    return nullptr;
 }
 
 RecordScanner::RecordScanner(std::string_view scannedText, const TextDialect& parts, std::size_t usualWidth,
@@ -343,29 +362,11 @@ const char* RecordScanner::FindClosingQuote(const char* from, QuoteRule rule, bo
     const bool isTrial = rule == QuoteRule::ClosesAtFieldEnd;
     const char* const begin = from;
     const char* const last = from + std::min(end - from, isTrial ? LongestOnTrial : LongestQuoted);
-    while (from != nullptr && from < last) {
-        if (dialect.escape == '\0') {
-            from = static_cast<const char*>(
-                std::memchr(from, dialect.quote, static_cast<std::size_t>(last - from)));
-            if (from == nullptr) {
-                break;
-            }
-        } else if (*from == dialect.escape && from + 1 != end) {
-            isEscaped = true;
-            from += 2;
-            continue;
-        } else if (*from != dialect.quote) {
-            ++from;
-            continue;
-        }
-        if (from + 1 != end && from[1] == dialect.quote) {
-            isEscaped = true;
-            from += 2;
-        } else if (isTrial && !ClosesField(from + 1)) {
-            ++from;
-        } else {
+    while ((from = ::FindClosingQuote(from, last, end, dialect, isEscaped)) != nullptr) {
+        if (!isTrial || ClosesField(from + 1)) {
             return from;
         }
+        ++from;
     }
     workOnOtherReadings += isTrial ? static_cast<std::size_t>(last - begin) : 0;
     return nullptr;

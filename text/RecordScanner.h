@@ -25,6 +25,14 @@ struct TextField {
 void AppendUnescaped(std::string& text, std::string_view quoted, const TextDialect& dialect);
 
 /**
+ * The quote before `last` that closes the field which `from`, behind its opening quote, is in; null where
+ * there is none. The text goes on up to `end`, so that a doubled quote is seen. Sets `isEscaped` where
+ * doubled quotes or escapes are on the way.
+ */
+const char* FindClosingQuote(const char* from, const char* last, const char* end, const TextDialect& dialect,
+                             bool& isEscaped);
+
+/**
  * Parts delimited text into records, after RFC 4180 and what people write. A quote counts only at a field's
  * start, blanks before it aside; a record ends in CR, LF or both. Text behind a closing quote belongs to the
  * field. A quote that is never closed is text, up to the next delimiter.

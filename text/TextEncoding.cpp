@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "base/Ascii.h"
+#include "base/ByteWord.h"
 #include "base/CodePage.h"
 #include "base/Unicode.h"
 
@@ -17,7 +18,6 @@ constexpr std::size_t NulsOfOneSide = 9;
 constexpr std::size_t LeastNulShare = 8;
 
 constexpr char32_t Replacement = 0xfffd;
-constexpr std::uint64_t HighBits = 0x8080808080808080U;
 constexpr std::size_t LongestCharacter = 4;
 
 struct Mark {
@@ -31,16 +31,15 @@ constexpr std::array<Mark, 3> Marks = {{{"\xef\xbb\xbf", TextEncoding::Utf8},
 // Whether so many of the bytes, which are there, are all ASCII and none is NUL.
 template <std::size_t Size>
 bool IsPlainRun(std::string_view bytes) {
-    constexpr std::uint64_t Ones = 0x0101010101010101U;
     std::array<std::uint64_t, Size / sizeof(std::uint64_t)> words;
     // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): the caller has seen that they are there
     std::memcpy(words.data(), bytes.data(), Size);
     std::uint64_t others = 0;
     for (const std::uint64_t word : words) {
         // The first is set over what is no ASCII, the second over what is NUL.
-        others |= word | (word - Ones);
+        others |= word | (word - ByteWord::Ones);
     }
-    return (others & HighBits) == 0;
+    return (others & ByteWord::HighBits) == 0;
 }
 
 TextEncoding MakeEncoding(TextEncoding::Kind kind, std::size_t markLength = 0) {
@@ -150,19 +149,6 @@ TextEncoding GetNamedEncoding(const std::string& name, std::string_view bytes) {
     return encoding;
 }
 
-bool HasHighBytes(std::string_view bytes) {
-    const char* at = bytes.data();
-    const char* const end = at + bytes.size();
-    for (; end - at >= 8; at += 8) {
-        std::uint64_t word;
-        std::memcpy(&word, at, sizeof word);
-        if ((word & HighBits) != 0) {
-            return true;
-        }
-    }
-    return std::any_of(at, end, [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
-}
-
 ByteFacts ExamineBytes(std::string_view bytes) {
     constexpr std::size_t Run = 64;
     ByteFacts facts;
@@ -180,10 +166,6 @@ ByteFacts ExamineBytes(std::string_view bytes) {
         }
     }
     return facts;
-}
-
-bool IsUtf8(std::string_view bytes) {
-    return ExamineBytes(bytes).areUtf8;
 }
 
 void AppendWindows1252(std::string& text, std::string_view bytes) {

@@ -41,12 +41,6 @@ struct ByteFacts {
 };
 ByteFacts ExamineBytes(std::string_view bytes);
 
-/** Whether all bytes are UTF-8. */
-bool IsUtf8(std::string_view bytes);
-
-/** Whether a byte of 0x80 or above is among them. */
-bool HasHighBytes(std::string_view bytes);
-
 /** Appends Windows-1252 as UTF-8. */
 void AppendWindows1252(std::string& text, std::string_view bytes);
 

@@ -168,7 +168,7 @@ std::string TextSource::GetBeginning(std::size_t characters, bool& isCut) const 
         AppendWindows1252(converted, beginning);
     } else {
         // What is ASCII has a byte a character.
-        std::size_t end = HasHighBytes(beginning) ? 0 : beginning.size();
+        std::size_t end = !IsAscii(beginning) ? 0 : beginning.size();
         for (std::size_t count = end; count < characters && end < text.size(); ++count) {
             end += std::max<std::size_t>(GetUtf8Length(text.substr(end)), 1);
         }
@@ -184,8 +184,7 @@ std::string_view TextSource::ToUtf8(std::string_view field, std::string& storage
         return field;
     }
     const bool hasNuls = !isExamined && field.find('\0') != std::string_view::npos;
-    const bool isOther =
-        HasHighBytes(field) && (encoding.kind == TextEncoding::Windows1252 || !IsUtf8(field));
+    const bool isOther = !IsAscii(field) && (encoding.kind == TextEncoding::Windows1252 || !IsUtf8(field));
     if (!hasNuls && !isOther) {
         return field;
     }

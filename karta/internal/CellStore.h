@@ -31,6 +31,9 @@ public:
     }
     std::uint64_t GetCharged() const { return charged; }
     std::uint64_t GetLimit() const { return context.budget.GetMemoryLimit(); }
+    /** So many bytes may be taken for cells that were announced and haven't come: a part of what a read may
+     * take. */
+    std::uint64_t GetLimitOfAnnounced() const { return GetLimit() / PartForAnnounced; }
 
     /** Does `step(from, to)` for all places from `first` to before `end`; a stop is heard on the way. */
     template <class Step>
@@ -71,6 +74,7 @@ public:
 
 private:
     static constexpr int PlacesBetweenLooks = 1 << 16;
+    static constexpr std::uint64_t PartForAnnounced = 4;
     static const std::uint32_t EmptyText;
 
     static std::uint64_t GetEmptyWord() { return reinterpret_cast<std::uintptr_t>(&EmptyText); }

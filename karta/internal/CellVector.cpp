@@ -25,8 +25,6 @@ constexpr std::size_t LeastTextRoom = 64;
 constexpr int MostExpectedRoom = 1024;
 // An announcement is believed so many times as far as the cells have come.
 constexpr std::int64_t MostAhead = 64;
-// Of what a read may take, the room for a run's announced cells takes so small a part at most.
-constexpr std::uint64_t LeastPartOfLimit = 4;
 // Decimals with so many digits are written again as they were.
 constexpr std::size_t ExactDigits = 15;
 
@@ -447,7 +445,7 @@ void CellVector::PutNumbers(CellStore& store, int place, CellKind kind, std::spa
     if (last == nullptr || last->kind != kind || place != last->GetEnd()) {
         const std::int64_t expected = std::int64_t{expectedEnd} - place;
         const bool isWorth = expected > count && static_cast<std::uint64_t>(expected) * sizeof(Number) <=
-                                                     store.GetLimit() / LeastPartOfLimit;
+                                                     store.GetLimitOfAnnounced();
         last = &AddStretch(store, place, kind, isWorth ? static_cast<int>(expected) : count);
     }
     Reserve(store, *last, last->count + count);

@@ -14,9 +14,6 @@ namespace karta {
 
 namespace {
 
-// Of what a read may take, the room for announced cells takes so small a part at most.
-constexpr std::uint64_t PartOfLimit = 4;
-
 std::uint64_t BitsOf(double value) {
     return std::bit_cast<std::uint64_t>(value);
 }
@@ -36,25 +33,12 @@ bool IsExactNumber(const Cell& cell) {
 
 // Whether each text is, which it is where all bytes together are and none begins amid a character.
 bool AreUtf8(const TextRun& texts) {
-    std::string_view rest(texts.bytes + texts.begin, texts.ends.back() - texts.begin);
-    // All bytes, without a way out, which the compiler turns into wide instructions.
-    unsigned char all = 0;
-    for (const char c : rest) {
-        all |= static_cast<unsigned char>(c);
-    }
-    if (all < 0x80) {
-        return true;
-    }
-    while (!rest.empty()) {
-        const std::size_t length = GetUtf8Length(rest);
-        if (length == 0) {
-            return false;
-        }
-        rest.remove_prefix(length);
-    }
-    return std::all_of(texts.ends.begin(), texts.ends.end(), [&](std::uint32_t begin) {
+    const std::string_view all(texts.bytes + texts.begin, texts.ends.back() - texts.begin);
+    const auto beginsCharacter = [&](std::uint32_t begin) {
         return begin == texts.ends.back() || (static_cast<unsigned char>(texts.bytes[begin]) & 0xc0U) != 0x80;
-    });
+    };
+    return IsAscii(all) ||
+           (IsUtf8(all) && std::all_of(texts.ends.begin(), texts.ends.end(), beginsCharacter));
 }
 
 // "B" of the second column, as spreadsheets call it.
@@ -461,7 +445,7 @@ void TableSink::SetDataSize(int cols, int rows) {
     store.expectedRows = newRows;
     store.mayTakeAll =
         static_cast<std::uint64_t>(std::max(newCols, 0)) <=
-        store.GetLimit() / PartOfLimit / sizeof(double) / static_cast<std::uint64_t>(std::max(newRows, 1));
+        store.GetLimitOfAnnounced() / sizeof(double) / static_cast<std::uint64_t>(std::max(newRows, 1));
 }
 
 // The matrix and its heads as ordinary columns.
