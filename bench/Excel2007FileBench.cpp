@@ -13,6 +13,7 @@
 #include "archive/ZipFile.h"
 #include "bench/ReadBench.h"
 #include "tests/support/ByteBuilder.h"
+#include "tests/support/PeakMemory.h"
 #include "tests/support/ZipBuilder.h"
 
 namespace {
@@ -238,8 +239,11 @@ void RegisterRatio(const std::string& name, const std::string& fileName,
                                      state.counters["alone_ms"] = alone * 1e3;
                                      state.counters["ratio"] = read / alone;
                                      state.counters["ratio_target"] = target;
-                                     state.counters["peak_MB"] =
-                                         PeakMemoryOf([&] { ReadWorkbook(path); }) / 1e6;
+                                     state.counters["peak_MB"] = PeakMemoryOf([&] {
+                                                                     ReadWorkbook(path);
+                                                                     return true;
+                                                                 }) /
+                                                                 1e6;
                                  })
         ->UseManualTime()
         ->Iterations(1)

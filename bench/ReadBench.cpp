@@ -1,10 +1,6 @@
 #include "bench/ReadBench.h"
 
 #include <benchmark/benchmark.h>
-#include <malloc.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -21,6 +17,7 @@
 #include "karta/internal/TableSink.h"
 #include "table/TableData.h"
 #include "tests/support/CountingSink.h"
+#include "tests/support/PeakMemory.h"
 #include "tools/Commands.h"
 #include "tools/ReadRequest.h"
 
@@ -88,6 +85,7 @@ void Measure(benchmark::State& state, const ReadBench& bench, double target,
     const double peak = PeakMemoryOf([&] {
         Sink sink;
         ReadInput(bench.format, path, sink, reading);
+        return true;
     });
     state.counters["peak_MB"] = peak / 1e6;
     state.counters["file_MB"] = bytes / 1e6;
@@ -198,20 +196,6 @@ double SecondsOfMd5sum(const std::string& path) {
         best = std::min(best, SecondsSince(start));
     }
     return best;
-}
-
-double PeakMemoryOf(const std::function<void()>& work) {
-    // What this process has freed but keeps would count in the child's peak.
-    malloc_trim(0);
-    const pid_t child = fork();
-    if (child == 0) {
-        work();
-        _exit(0);
-    }
-    int status = 0;
-    rusage usage{};
-    wait4(child, &status, 0, &usage);
-    return static_cast<double>(usage.ru_maxrss) * 1024.0;
 }
 
 RegisterReadBench::RegisterReadBench(const ReadBench& bench) {

@@ -93,6 +93,3 @@ std::string BenchLabel(const std::string& format, const std::string& fileName);
 
 /** The fastest of a few md5sum runs over a file, in seconds: the yardstick M. */
 double SecondsOfMd5sum(const std::string& path);
-
-/** The peak memory in bytes of a child process that does this and nothing else. */
-double PeakMemoryOf(const std::function<void()>& work);

@@ -15,6 +15,7 @@
 #include "frame/SpreadsheetFile.h"
 #include "table/TableData.h"
 #include "tests/support/CountingSink.h"
+#include "tests/support/PeakMemory.h"
 
 namespace {
 
@@ -103,6 +104,7 @@ void Measure(benchmark::State& state, const SelectionBench& bench, double target
     state.counters["peak_MB"] = PeakMemoryOf([&] {
                                     Sink sink;
                                     ReadInput(bench.format, selection, sink, reading);
+                                    return true;
                                 }) /
                                 1e6;
 }

@@ -14,6 +14,7 @@
 #include "bench/ReadBench.h"
 #include "bench/TableBench.h"
 #include "karta/Table.h"
+#include "tests/support/PeakMemory.h"
 
 namespace {
 
@@ -113,7 +114,11 @@ void Measure(benchmark::State& state, const TableBench& bench) {
     if (bench.target > 0) {
         state.counters["M_target"] = bench.target;
     }
-    state.counters["peak_MB"] = PeakMemoryOf([&] { ReadTable(bench.format, path); }) / 1e6;
+    state.counters["peak_MB"] = PeakMemoryOf([&] {
+                                    ReadTable(bench.format, path);
+                                    return true;
+                                }) /
+                                1e6;
     state.counters["values_MB"] = size / 1e6;
     state.counters["file_MB"] = bytes / 1e6;
 }
