@@ -41,24 +41,24 @@ constexpr char16_t Windows1252[32] = {0x20ac, 0,      0x201a, 0x0192, 0x201e, 0x
                                       0,      0x2018, 0x2019, 0x201c, 0x201d, 0x2022, 0x2013, 0x2014,
                                       0x02dc, 0x2122, 0x0161, 0x203a, 0x0153, 0,      0x017e, 0x0178};
 
-// Over ASCII, and perhaps not over the last bytes of it: in steps as wide as the processor's instructions
-// are, and then eight at a time.
-const char* SkipAscii(const char* at, const char* end) {
-    constexpr int WordsAtOnce = 8;
-    constexpr int Word = 8;
-    for (; end - at >= WordsAtOnce * Word; at += WordsAtOnce * Word) {
+// Without the ASCII that it begins with, but perhaps for the last bytes of that: in steps as wide as the
+// processor's instructions are, and then eight at a time.
+std::string_view SkipAscii(std::string_view text) {
+    constexpr std::size_t Word = 8;
+    constexpr std::size_t Step = 8 * Word;
+    for (; text.size() >= Step; text.remove_prefix(Step)) {
         std::uint64_t all = 0;
-        for (int i = 0; i < WordsAtOnce; ++i) {
-            all |= ByteWord::Load(at + i * Word);
+        for (std::size_t i = 0; i < Step; i += Word) {
+            all |= ByteWord::Load(&text[i]);
         }
         if ((all & ByteWord::HighBits) != 0) {
             break;
         }
     }
-    while (end - at >= Word && (ByteWord::Load(at) & ByteWord::HighBits) == 0) {
-        at += Word;
+    while (text.size() >= Word && (ByteWord::Load(&text[0]) & ByteWord::HighBits) == 0) {
+        text.remove_prefix(Word);
     }
-    return at;
+    return text;
 }
 
 bool IsAsciiByte(char c) {
@@ -68,19 +68,19 @@ bool IsAsciiByte(char c) {
 }  // namespace
 
 bool IsAscii(std::string_view text) {
-    const char* const end = text.data() + text.size();
-    return std::all_of(SkipAscii(text.data(), end), end, IsAsciiByte);
+    const std::string_view rest = SkipAscii(text);
+    return std::all_of(rest.begin(), rest.end(), IsAsciiByte);
 }
 
 bool IsUtf8(std::string_view text) {
-    const char* const end = text.data() + text.size();
-    for (const char* at = SkipAscii(text.data(), end); at != end;) {
-        const std::size_t length = GetUtf8Length({at, static_cast<std::size_t>(end - at)});
+    text = SkipAscii(text);
+    while (!text.empty()) {
+        const std::size_t length = GetUtf8Length(text);
         if (length == 0) {
             return false;
         }
-        at += length;
-        at = length == 1 ? SkipAscii(at, end) : at;
+        text.remove_prefix(length);
+        text = length == 1 ? SkipAscii(text) : text;
     }
     return true;
 }

@@ -246,7 +246,7 @@ const char* LinePiece::ReadNumber(std::string_view from, const char* readable, c
     if (form.decimals > 0 && rules.makesRuns) {
         PutDecimals(columns[col], form.decimals);
     } else if (!form.isCanonical) {
-        AddOther(col, Other::Source, {from.data(), static_cast<std::size_t>(behind - from.data())});
+        AddOther(col, Other::Source, from.substr(0, static_cast<std::size_t>(behind - from.data())));
     }
     return behind;
 }
