@@ -39,6 +39,16 @@ std::size_t MatElementStream::TakeAhead(std::uint8_t* target, std::size_t size) 
     return count;
 }
 
+std::span<const std::uint8_t> MatElementStream::Take(std::size_t size, std::size_t alignment) {
+    const std::span<const std::uint8_t> rest = GetRest();
+    const bool isAligned = reinterpret_cast<std::uintptr_t>(rest.data()) % alignment == 0;
+    if (aheadCount > 0 || size > rest.size() || !isAligned) {
+        return {};
+    }
+    position += Drop(size);
+    return rest.first(size);
+}
+
 bool MatElementStream::ReadAll(std::vector<std::uint8_t>& bytes, std::uint64_t size) {
     bytes.clear();
     while (bytes.size() < size) {

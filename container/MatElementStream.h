@@ -24,6 +24,11 @@ public:
     std::size_t Read(std::uint8_t* target, std::size_t size);
     /** The next bytes, at most eight, without going on; fewer where the element ends. */
     std::size_t Peek(std::uint8_t* target, std::size_t size);
+    /**
+     * The next `size` bytes as they lie in memory, passed over. None, and none passed over, where they don't
+     * lie there, are fewer, or don't begin at a multiple of `alignment`.
+     */
+    std::span<const std::uint8_t> Take(std::size_t size, std::size_t alignment);
     /** All `size` bytes, kept in `bytes`, which grows as they arrive; false when fewer came. */
     bool ReadAll(std::vector<std::uint8_t>& bytes, std::uint64_t size);
     /** Moves forward to the next multiple; the end may come first. */
@@ -41,6 +46,8 @@ protected:
     explicit MatElementStream(std::uint64_t firstPosition) : start(firstPosition), position(firstPosition) {}
 
     virtual std::size_t Fill(std::uint8_t* target, std::size_t size) = 0;
+    /** The bytes that Fill would hand out next and that lie in memory anyway. */
+    virtual std::span<const std::uint8_t> GetRest() const { return {}; }
     /** Passes over bytes; how many there were. */
     virtual std::uint64_t Drop(std::uint64_t size) = 0;
     virtual void Restart() = 0;
@@ -65,6 +72,7 @@ public:
 
 private:
     std::size_t Fill(std::uint8_t* target, std::size_t size) override;
+    std::span<const std::uint8_t> GetRest() const override { return rest; }
     std::uint64_t Drop(std::uint64_t size) override;
     void Restart() override { rest = all; }
 

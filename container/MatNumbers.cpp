@@ -10,6 +10,17 @@ namespace {
 // Bytes taken from the stream at a time: they stay in the processor's cache.
 constexpr std::size_t PieceSize = 1 << 16;
 
+template <class Number>
+constexpr std::uint32_t TypeOf = 0;
+template <>
+constexpr std::uint32_t TypeOf<float> = MatSingle;
+template <>
+constexpr std::uint32_t TypeOf<double> = MatDouble;
+template <>
+constexpr std::uint32_t TypeOf<std::int64_t> = MatInt64;
+template <>
+constexpr std::uint32_t TypeOf<std::uint64_t> = MatUInt64;
+
 // A whole number from what is stored as another kind, held to its range.
 template <class Target, class Stored>
 Target As(Stored value) {
@@ -22,6 +33,20 @@ Target As(Stored value) {
 }
 
 }  // namespace
+
+template <class Number>
+std::span<const Number> MatNumbers::Take(std::size_t numberCount) {
+    if (swap || type != TypeOf<Number>) {
+        return {};
+    }
+    const std::span<const std::uint8_t> bytes = stream->Take(numberCount * sizeof(Number), alignof(Number));
+    return {reinterpret_cast<const Number*>(bytes.data()), bytes.size() / sizeof(Number)};
+}
+
+template std::span<const double> MatNumbers::Take(std::size_t numberCount);
+template std::span<const float> MatNumbers::Take(std::size_t numberCount);
+template std::span<const std::int64_t> MatNumbers::Take(std::size_t numberCount);
+template std::span<const std::uint64_t> MatNumbers::Take(std::size_t numberCount);
 
 template <class Stored, class Target>
 bool MatNumbers::Convert(std::span<Target> target) {

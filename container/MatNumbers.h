@@ -28,6 +28,13 @@ public:
     bool Read(std::span<std::int64_t> target);
     bool Read(std::span<std::uint64_t> target);
 
+    /**
+     * The next numbers as they lie in the file, for as long as its bytes are there. None, and none passed
+     * over, where they are of another type there, in another order, compressed, or fewer.
+     */
+    template <class Number>
+    std::span<const Number> Take(std::size_t numberCount);
+
 private:
     template <class Target>
     bool ReadAs(std::span<Target> target);

@@ -209,15 +209,19 @@ void MatTable::PutLogicals(const Columns& columns, Place place, std::span<const 
 // Runs end with their column, but for those of a single row.
 template <class Number, class PutValues>
 bool MatTable::ForEachRun(MatNumbers& numbers, std::uint64_t count, const Columns& columns, PutValues put) {
-    std::vector<Number> piece(static_cast<std::size_t>(std::min<std::uint64_t>(count, PieceSize)));
+    std::vector<Number> piece;
     Place place{columns.column, columns.row};
     std::uint64_t row = 0;
     while (count > 0) {
         context.ThrowIfStopped();
-        std::span<Number> values(piece.data(),
-                                 static_cast<std::size_t>(std::min<std::uint64_t>(count, PieceSize)));
-        if (!numbers.Read(values)) {
-            return false;
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(count, PieceSize));
+        std::span<const Number> values = numbers.Take<Number>(wanted);
+        if (values.empty()) {
+            piece.resize(wanted);
+            if (!numbers.Read(piece)) {
+                return false;
+            }
+            values = piece;
         }
         count -= values.size();
         while (!values.empty()) {
@@ -225,7 +229,7 @@ bool MatTable::ForEachRun(MatNumbers& numbers, std::uint64_t count, const Column
                 columns.IsRow()
                     ? values.size()
                     : static_cast<std::size_t>(std::min<std::uint64_t>(values.size(), columns.rows - row));
-            put(place, std::span<const Number>(values.first(length)));
+            put(place, values.first(length));
             values = values.subspan(length);
             row += length;
             if (columns.IsRow()) {

@@ -30,10 +30,14 @@ struct CloseDirectory {
     void operator()(DIR* stream) const { closedir(stream); }
 };
 
-std::string ProgramPath() {
-    std::error_code error;
-    const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", error);
-    return error ? std::string() : path.string();
+// It stays the same for as long as the process runs, but who reads many files asks for each.
+const std::string& ProgramPath() {
+    static const std::string program = [] {
+        std::error_code error;
+        const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", error);
+        return error ? std::string() : path.string();
+    }();
+    return program;
 }
 
 // The module that holds this very code.

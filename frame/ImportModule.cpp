@@ -22,12 +22,12 @@ void* OwnSymbol(void* module, const char* name) {
     if (symbol == nullptr) {
         return nullptr;
     }
-    Dl_info info;
-    link_map* owner = nullptr;
-    if (dladdr1(symbol, &info, reinterpret_cast<void**>(&owner), RTLD_DL_LINKMAP) == 0) {
+    // Not dladdr, which walks through all names of the library.
+    dl_find_object owner{};
+    if (_dl_find_object(symbol, &owner) != 0) {
         return nullptr;
     }
-    return owner == LinkMapOf(module) ? symbol : nullptr;
+    return owner.dlfo_link_map == LinkMapOf(module) ? symbol : nullptr;
 }
 
 template <class Function>

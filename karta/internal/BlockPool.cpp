@@ -13,9 +13,16 @@ namespace {
 constexpr std::size_t MostKept = std::size_t{64} << 20;
 // What comes and goes side by side: more would only add up where many tables are read one after the other.
 constexpr std::size_t MostBlocks = 4;
+// Up to here a block stays the process's own: to offer its pages to the system, and to claim them again,
+// would cost half of what copying the numbers to it does.
+constexpr std::size_t MostOwn = std::size_t{1} << 22;
 
 void FreeBlock(const BlockPool::Block& block) {
     UnmapPages(block.data, block.size);
+}
+
+bool Offer(const BlockPool::Block& block) {
+    return block.size <= MostOwn || madvise(block.data, block.size, MADV_FREE) == 0;
 }
 
 }  // namespace
@@ -54,7 +61,7 @@ BlockPool::Block BlockPool::Take(std::size_t size) {
 
 void BlockPool::Give(Block block) {
     const std::unique_lock lock(mutex, std::try_to_lock);
-    if (!lock || block.size > MostKept || madvise(block.data, block.size, MADV_FREE) != 0) {
+    if (!lock || block.size > MostKept || !Offer(block)) {
         FreeBlock(block);
         return;
     }

@@ -9,7 +9,7 @@ namespace karta {
 /**
  * Large blocks of memory that tables gave back, kept for the next ones: fresh memory costs more than the
  * numbers that are then written to it. The system may take the pages of kept blocks whenever it is short of
- * memory. One for the process; any thread may use it.
+ * memory, but for those of the few smaller ones. One for the process; any thread may use it.
  */
 class BlockPool {
 public:

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <numeric>
 #include <random>
 #include <string>
 #include <vector>
@@ -94,6 +95,33 @@ TEST(MatElementStreamTest, GivesWhatZlibGivesOfDamagedBytes) {
     }
     EXPECT_GE(sound, 500);
     EXPECT_GE(cut, 500);
+}
+
+TEST(MatElementStreamTest, HandsOutBytesWhereTheyLieWhenTheyAreWholeAndAligned) {
+    alignas(16) std::uint8_t bytes[48];
+    std::iota(std::begin(bytes), std::end(bytes), std::uint8_t{0});
+    MatPlainStream stream(bytes, 100);
+    const auto taken = stream.Take(16, 8);
+    EXPECT_EQ(taken.data(), bytes);
+    EXPECT_EQ(taken.size(), 16U);
+    EXPECT_EQ(stream.Tell(), 116U);
+    EXPECT_TRUE(stream.Take(33, 8).empty()) << "more than there is";
+    EXPECT_EQ(stream.Tell(), 116U);
+    EXPECT_TRUE(stream.Skip(4));
+    EXPECT_TRUE(stream.Take(8, 8).empty()) << "not at a multiple of eight";
+    std::uint8_t next = 0;
+    EXPECT_EQ(stream.Peek(&next, 1), 1U);
+    EXPECT_TRUE(stream.Take(4, 4).empty()) << "partly looked at already";
+    EXPECT_EQ(stream.Read(&next, 1), 1U);
+    EXPECT_EQ(next, 20) << "what isn't handed out isn't passed over";
+    EXPECT_EQ(stream.Take(27, 1).size(), 27U);
+    EXPECT_EQ(stream.Take(1, 1).size(), 0U);
+
+    const std::vector<std::uint8_t> packed = Pack(SomeBytes());
+    karta::Budget budget;
+    MatInflatingStream inflating(packed, 1 << 20, budget);
+    EXPECT_TRUE(inflating.Take(8, 8).empty()) << "compressed";
+    EXPECT_EQ(inflating.Tell(), 0U);
 }
 
 TEST(MatElementStreamTest, StopsAtItsBound) {

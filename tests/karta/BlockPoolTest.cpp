@@ -6,6 +6,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -61,6 +65,46 @@ TEST(BlockPoolTest, KeepsNoMoreThanItsShare) {
     EXPECT_NE(pool.Take(60 * Megabyte).data, nullptr);
     pool.Give(MapBlock(65 * Megabyte));
     EXPECT_EQ(pool.Take(65 * Megabyte).data, nullptr);
+}
+
+// What LazyFree counts of the block's mapping.
+std::size_t OfferedKilobytes(const BlockPool::Block& block) {
+    std::ifstream maps("/proc/self/smaps");
+    std::ostringstream begin;
+    begin << std::hex << reinterpret_cast<std::uintptr_t>(block.data) << '-';
+    std::string line;
+    while (std::getline(maps, line) && !line.starts_with(begin.str())) {
+    }
+    while (std::getline(maps, line)) {
+        if (line.starts_with("LazyFree:")) {
+            return std::stoul(line.substr(line.find(':') + 1));
+        }
+    }
+    return 0;
+}
+
+TEST(BlockPoolTest, OffersLargeBlocksToTheSystemAndKeepsSmallOnes) {
+    // Their neighbours can't become one mapping with them.
+    const BlockPool::Block fence = MapBlock(24 * Megabyte);
+    auto* const begin = static_cast<std::uint8_t*>(fence.data);
+    ASSERT_EQ(mprotect(fence.data, fence.size, PROT_NONE), 0);
+    const BlockPool::Block small = {begin + Megabyte, 2 * Megabyte};
+    const BlockPool::Block large = {begin + 8 * Megabyte, 12 * Megabyte};
+    BlockPool pool;
+    for (const BlockPool::Block& block : {small, large}) {
+        ASSERT_EQ(mprotect(block.data, block.size, PROT_READ | PROT_WRITE), 0);
+        std::memset(block.data, 1, block.size);
+        pool.Give(block);
+    }
+    EXPECT_EQ(OfferedKilobytes(small), 0U);
+    if (OfferedKilobytes(large) == 0) {
+        GTEST_SKIP() << "the system tells nothing of what it may take";
+    }
+    // The last few that it was offered it counts a little later.
+    EXPECT_GT(OfferedKilobytes(large), large.size / 1024 / 2);
+    EXPECT_EQ(pool.Take(large.size).data, large.data);
+    EXPECT_EQ(pool.Take(small.size).data, small.data);
+    munmap(fence.data, fence.size);
 }
 
 TEST(BlockPoolTest, BuffersOfZerosAreThatAlsoBehindOthers) {
