@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <optional>
 #include <span>
@@ -26,6 +27,10 @@ constexpr int MostRemarkRows = 2;
 constexpr std::size_t MostPreamble = 32;
 // Heads are mostly among so many records.
 constexpr std::size_t RecordsOneByOne = 2 * MostPreamble;
+// From the table's first record on, so many may be looked at by themselves: a preamble of its width, names,
+// units, remarks, and the records that these are held against.
+constexpr std::size_t RecordsFromFirst = MostPreamble + 2 * MostRemarkRows + 4;
+static_assert(RecordsFromFirst < RecordsOneByOne);
 
 /** A record of the head, by the forms of its fields. */
 struct Record {
@@ -42,6 +47,10 @@ bool IsNumber(std::uint32_t form) {
 
 bool IsDated(std::uint32_t form) {
     return (form & (Form::Date | Form::Time | Form::DateTime)) != 0;
+}
+
+bool IsBlank(std::span<const TextField> fields) {
+    return fields.empty() || (fields.size() == 1 && fields[0].text.empty());
 }
 
 bool AreTexts(const Record& record) {
@@ -63,8 +72,14 @@ public:
     TextHead Find();
 
 private:
-    void FindUsualWidth();
-    void ReadRecords();
+    /** How many records have how many fields, blank ones aside. */
+    using WidthCounts = std::map<std::size_t, std::size_t>;
+
+    WidthCounts CountWidths(std::size_t mostRecords) const;
+    static std::size_t ChooseUsualWidth(const WidthCounts& counts);
+    void ReadUsualRecords();
+    std::optional<WidthCounts> ReadRecords(bool areAllKept);
+    bool HasHeadInRecords() const;
     void FindFirst();
     void SkipPreamble();
     void FindNames();
@@ -91,65 +106,105 @@ private:
     const DelimitedOptions& options;
     ColumnTypes& types;
     std::vector<Record> records;  // without blank ones
+    bool areFurtherOnes = false;  // behind them, which weren't kept
     std::vector<std::uint32_t> forms;
     std::string storage;
     std::size_t restFrom = 0;
     std::vector<std::uint32_t> rest;  // what the columns hold from there on
     TextHead head;
-    std::size_t first = 0;  // the first record of the table, as an index
+    std::size_t first = 0;     // the first record of the table, as an index
+    bool isFirstSure = false;  // others of its width follow it
 };
 
-void HeadFinder::FindUsualWidth() {
-    std::map<std::size_t, std::size_t> counts;
-    auto known = counts.end();
-    const auto count = [&](std::size_t width) {
-        if (known == counts.end() || known->first != width) {
-            known = counts.try_emplace(width, 0).first;
-        }
-        ++known->second;
-    };
+HeadFinder::WidthCounts HeadFinder::CountWidths(std::size_t mostRecords) const {
+    WidthCounts counts;
     RecordScanner scanner(text, dialect, 0, end);
-    for (bool hasMore = true; hasMore;) {
+    for (; mostRecords > 0; --mostRecords) {
         if (const auto line = scanner.NextLine()) {
             if (!line->empty()) {
-                count(1 + CountByte(line->data(), line->data() + line->size(), dialect.delimiter.front()));
+                ++counts[1 + CountByte(line->data(), line->data() + line->size(), dialect.delimiter.front())];
             }
         } else if (scanner.Next()) {
-            const auto fields = scanner.GetFields();
-            if (!fields.empty() && !(fields.size() == 1 && fields[0].text.empty())) {
-                count(fields.size());
+            if (!IsBlank(scanner.GetFields())) {
+                ++counts[scanner.GetFields().size()];
             }
-        } else {
-            hasMore = false;
-        }
-    }
-    std::size_t most = 0;
-    for (const auto& [width, found] : counts) {
-        // One field is what prose and remarks have: any division goes before it.
-        if (found >= most || head.usualWidth == 1) {
-            head.usualWidth = width;
-            most = found;
-        }
-    }
-}
-
-void HeadFinder::ReadRecords() {
-    RecordScanner scanner(text, dialect, head.usualWidth, end);
-    for (int row = 1;; ++row) {
-        const std::size_t firstForm = forms.size();
-        const auto line = scanner.PartsLines() ? scanner.NextLine() : std::nullopt;
-        if (line) {
-            AddForms(*line);
-        } else if (scanner.Next()) {
-            AddForms(scanner);
         } else {
             break;
         }
-        if (std::all_of(forms.begin() + static_cast<std::ptrdiff_t>(firstForm), forms.end(),
-                        [](std::uint32_t form) { return form == Form::Nothing; })) {
-            forms.resize(firstForm);
+    }
+    return counts;
+}
+
+std::size_t HeadFinder::ChooseUsualWidth(const WidthCounts& counts) {
+    std::size_t usual = 0;
+    std::size_t most = 0;
+    for (const auto& [width, found] : counts) {
+        // One field is what prose and remarks have: any division goes before it.
+        if (found >= most || usual == 1) {
+            usual = width;
+            most = found;
+        }
+    }
+    return usual;
+}
+
+// By the width that most of the first records have, which as a rule is that of most records at all.
+void HeadFinder::ReadUsualRecords() {
+    head.usualWidth = ChooseUsualWidth(CountWidths(RecordsOneByOne));
+    const std::optional<WidthCounts> counts = ReadRecords(false);
+    const std::size_t width =
+        ChooseUsualWidth(counts ? *counts : CountWidths(std::numeric_limits<std::size_t>::max()));
+    if (width != head.usualWidth) {
+        head.usualWidth = width;
+        ReadRecords(false);
+    }
+}
+
+// Unless all are to be kept, those behind the first ones only tell what their columns hold. Counts the widths
+// on the way; nothing where some record might have been divided otherwise for the usual width.
+std::optional<HeadFinder::WidthCounts> HeadFinder::ReadRecords(bool areAllKept) {
+    records.clear();
+    forms.clear();
+    areFurtherOnes = false;
+    std::vector<std::uint32_t> further(head.usualWidth);
+    WidthCounts counts;
+    auto known = counts.end();
+    RecordScanner scanner(text, dialect, head.usualWidth, end);
+    bool areCertain = scanner.PartsLines();
+    for (int row = 1;; ++row) {
+        const std::size_t firstForm = forms.size();
+        const auto line = scanner.PartsLines() ? scanner.NextLine() : std::nullopt;
+        bool isBlank = false;
+        if (line) {
+            AddForms(*line);
+            isBlank = line->empty();
+        } else if (scanner.Next()) {
+            AddForms(scanner);
+            isBlank = IsBlank(scanner.GetFields());
+            areCertain =
+                areCertain && scanner.GetTextsBehindQuotes() == 0 && scanner.GetUnclosedQuotes() == 0;
         } else {
-            records.push_back({row, text[scanner.GetStart()] == '#', scanner.GetStart(), firstForm, {}});
+            break;
+        }
+        const std::size_t width = forms.size() - firstForm;
+        if (!isBlank) {
+            if (known == counts.end() || known->first != width) {
+                known = counts.try_emplace(width, 0).first;
+            }
+            ++known->second;
+        }
+        const auto begin = forms.begin() + static_cast<std::ptrdiff_t>(firstForm);
+        const bool isRemark = scanner.GetStart() < text.size() && text[scanner.GetStart()] == '#';
+        if (std::all_of(begin, forms.end(), [](std::uint32_t form) { return form == Form::Nothing; })) {
+            forms.resize(firstForm);
+        } else if (areAllKept || records.size() < RecordsOneByOne) {
+            records.push_back({row, isRemark, scanner.GetStart(), firstForm, {}});
+        } else {
+            areFurtherOnes = true;
+            for (std::size_t col = 0; col < width && width == head.usualWidth && !isRemark; ++col) {
+                further[col] |= begin[static_cast<std::ptrdiff_t>(col)];
+            }
+            forms.resize(firstForm);
         }
     }
     std::size_t behind = forms.size();
@@ -159,7 +214,18 @@ void HeadFinder::ReadRecords() {
     }
     // Of what is below the first records the forms together are asked for again and again.
     restFrom = std::min(records.size(), RecordsOneByOne);
-    rest = GetForms(restFrom, records.size());
+    rest = areAllKept ? GetForms(restFrom, records.size()) : std::move(further);
+    return areCertain ? std::optional(std::move(counts)) : std::nullopt;
+}
+
+// Whether the table begins so early in the records that were kept that nothing but these is looked at by
+// itself.
+bool HeadFinder::HasHeadInRecords() const {
+    if (!areFurtherOnes) {
+        return true;
+    }
+    const std::size_t last = records.size() - RecordsFromFirst;
+    return isFirstSure && first <= last && (!options.header || *options.header <= records[last].row);
 }
 
 // Of a record without quotes, divided and looked at in one pass.
@@ -237,16 +303,14 @@ void HeadFinder::FindFirst() {
         return at < records.size() && records[at].forms.size() > 1 && !records[at].isRemark;
     };
     first = records.size();
-    for (std::size_t i = 0; i < records.size(); ++i) {
+    isFirstSure = false;
+    for (std::size_t i = 0; i < records.size() && !isFirstSure; ++i) {
         if (!isOfTable(i)) {
             continue;
         }
-        if (first == records.size()) {
+        isFirstSure = isOfTable(i + 1) || (isRagged(i + 1) && isOfTable(i + 2));
+        if (first == records.size() || isFirstSure) {
             first = i;
-        }
-        if (isOfTable(i + 1) || (isRagged(i + 1) && isOfTable(i + 2))) {
-            first = i;
-            break;
         }
     }
 }
@@ -501,9 +565,12 @@ void HeadFinder::SkipPreamble() {
 }
 
 TextHead HeadFinder::Find() {
-    FindUsualWidth();
-    ReadRecords();
+    ReadUsualRecords();
     FindFirst();
+    if (!HasHeadInRecords()) {
+        ReadRecords(true);
+        FindFirst();
+    }
     if (options.header) {
         FindGivenNames(*options.header);
     } else {

@@ -268,6 +268,40 @@ TEST_F(DelimitedTextTest, HeadsAreFacts) {
     EXPECT_EQ(Read("x,y\n1,2\n3,4\n", TestOptions({{"Header", "0"}}))->context->shape.nameRow, 0);
 }
 
+// Of most records the head keeps only what they hold together; a head far down is found all the same.
+TEST_F(DelimitedTextTest, HeadBelowALongPreambleIsThatBelowAShortOne) {
+    const std::string table = "t;p;name\ns;bar;\n" + Repeat("1.5;2;x\n", 200);
+    for (const int preamble : {0, 20, 27, 28, 29, 61, 62, 63, 64, 65, 66, 100}) {
+        SCOPED_TRACE(preamble);
+        const auto read = Read(Repeat("made by us\n", preamble) + table);
+        EXPECT_EQ(read->context->shape.nameRow, preamble + 1);
+        EXPECT_EQ(read->context->shape.unitRow, preamble + 2);
+        EXPECT_EQ(read->context->shape.firstDataRow, preamble + 3);
+        const auto given = Read(Repeat("1;2;x\n", preamble) + table,
+                                TestOptions({{"Header", std::to_string(preamble + 1)}}));
+        EXPECT_EQ(given->context->shape.nameRow, preamble + 1);
+        EXPECT_EQ(given->context->shape.unitRow, preamble + 2);
+    }
+}
+
+// The first records may be of another width than most.
+TEST_F(DelimitedTextTest, MostRecordsTellTheWidthWhateverTheFirstOnesHave) {
+    for (const char* other : {"1;2\n", "1;\"a\" b\n"}) {
+        const auto read = Read(Repeat(other, 100) + Repeat("1;2.5;x\n", 300));
+        EXPECT_EQ(read->context->shape.firstDataRow, 101) << other;
+        EXPECT_EQ(read->Kinds(2).substr(100), std::string(300, 'f')) << other;
+    }
+}
+
+// A text among a column's records that aren't kept by themselves.
+TEST_F(DelimitedTextTest, EveryRecordOfTheBeginningVotes) {
+    const std::string rows = Repeat("1;2.5\n", 500);
+    for (const char* odd : {"", "# remark;x\n", "1;x;y\n"}) {
+        EXPECT_TRUE(Read(rows + odd + rows)->FactOf("types").starts_with("1-2 number")) << odd;
+    }
+    EXPECT_EQ(Read(rows + "1;x\n" + rows)->FactOf("types"), "1 number, 2 text");
+}
+
 TEST_F(DelimitedTextTest, RecordThatLacksADelimiterDoesNotHideTheNames) {
     const auto read = Read("a,b,c\n1,2\n1,2,3\n4,5,6\n7,8,9\n1,2,3\n");
     EXPECT_EQ(read->context->shape.nameRow, 1);
