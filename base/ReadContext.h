@@ -35,6 +35,10 @@ struct KARTA_EXPORT ReadContext {
     /** A message for the log, with its section and key; empty: the process-wide handler. */
     std::function<void(const std::string& section, const std::string& key, const std::string& text)> log;
 
+    /** How many threads the read may take, the caller's among them; 0: one a core, where that brings
+     * something. */
+    unsigned int threads = 0;
+
     Notes notes;
     TableShape shape;
 

@@ -50,8 +50,10 @@ constexpr std::size_t MostPieceColumns = 10'000;
 constexpr std::size_t LeastForThreads = std::size_t{1} << 21;
 constexpr unsigned int MostThreads = 8;
 
-unsigned int GetThreadCount(std::size_t bytes) {
-    return bytes < LeastForThreads ? 1 : std::clamp(std::thread::hardware_concurrency(), 1U, MostThreads);
+unsigned int GetThreadCount(unsigned int wanted, std::size_t bytes) {
+    return wanted != 0               ? wanted
+           : bytes < LeastForThreads ? 1
+                                     : std::clamp(std::thread::hardware_concurrency(), 1U, MostThreads);
 }
 
 ValueRunKind GetRunKind(ColumnType::Kind kind, bool areBlanked) {
@@ -248,7 +250,7 @@ void DelimitedText::ReadRecords(CellOutput& output) {
         }
         if (scanner.GetEnd() >= oneByOneUntil && MayPart(scanner)) {
             if (!readers) {
-                readers.emplace(GetLineRules(), GetThreadCount(text.size()));
+                readers.emplace(GetLineRules(), GetThreadCount(context.threads, text.size()));
             }
             const std::size_t begin = scanner.GetEnd();
             ReadPieces(*readers, scanner, output);

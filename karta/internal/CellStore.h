@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -24,7 +25,8 @@ public:
     CellStore& operator=(const CellStore&) = delete;
     ~CellStore() { context.budget.ReleaseMemory(charged); }
 
-    /** Before the memory is taken, for as long as the store is there. Raises BudgetExceeded and Stopped. */
+    /** Before the memory is taken, for as long as the store is there; any thread may. Raises BudgetExceeded
+     * and Stopped. */
     void Charge(std::uint64_t bytes) {
         context.budget.ChargeMemory(bytes, "The table");
         charged += bytes;
@@ -34,6 +36,9 @@ public:
     /** So many bytes may be taken for cells that were announced and haven't come: a part of what a read may
      * take. */
     std::uint64_t GetLimitOfAnnounced() const { return GetLimit() / PartForAnnounced; }
+
+    /** Raises Stopped; any thread may look. */
+    void LookForStop() const { context.ThrowIfStopped(); }
 
     /** Does `step(from, to)` for all places from `first` to before `end`; a stop is heard on the way. */
     template <class Step>
@@ -85,7 +90,7 @@ private:
 
     ReadContext& context;
     RecentTexts recents;  // the words of texts that came from an address
-    std::uint64_t charged = 0;
+    std::atomic<std::uint64_t> charged = 0;
     std::vector<TableBlock<char>> blocks;
     char* next = nullptr;
     std::size_t remaining = 0;

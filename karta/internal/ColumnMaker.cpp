@@ -12,7 +12,9 @@
 #include <utility>
 #include <vector>
 
+#include "base/SideBySide.h"
 #include "karta/internal/ChangedMeanwhile.h"
+#include "karta/internal/ColumnLetters.h"
 
 namespace karta {
 
@@ -23,6 +25,9 @@ using Stretch = CellVector::Stretch;
 constexpr std::int64_t MicrosecondsOfDay = 86'400'000'000;
 // Memory that isn't written to costs nothing, but in whole pages.
 constexpr std::uint64_t PageSize = 4096;
+
+constexpr int LeastRowsForThreads = 1 << 12;
+constexpr std::size_t LeastCellsForThreads = std::size_t{1} << 18;
 
 const char* NounOf(CellKind kind) {
     switch (kind) {
@@ -567,13 +572,14 @@ ColumnType ColumnMaker::TypeOf(const KindCounts& counts, const NumberFacts& fact
     return facts.areExact ? ColumnType::Float64 : ColumnType::Text;
 }
 
+// With a note where the column isn't just that.
 ColumnType ColumnMaker::DecideType(KindCounts counts, const NumberFacts& facts, bool hasFractions,
-                                   const std::string& name, const std::string& place) {
-    const std::string label = name.empty() ? place : "'" + name + "'";
+                                   const std::string& name, int col, std::optional<Note>& note) const {
+    const auto label = [&] { return name.empty() ? LettersOf(col) : "'" + name + "'"; };
     if (counts.HasEmptyTextsOnly()) {
-        NoteMixture({"empty-texts", static_cast<std::uint64_t>(counts.emptyTexts), place,
-                     CountOf(static_cast<std::uint64_t>(counts.emptyTexts), "empty text") + " of column " +
-                         label + (counts.emptyTexts == 1 ? " is missing in it" : " are missing in it")});
+        note = {"empty-texts", static_cast<std::uint64_t>(counts.emptyTexts), LettersOf(col),
+                CountOf(static_cast<std::uint64_t>(counts.emptyTexts), "empty text") + " of column " +
+                    label() + (counts.emptyTexts == 1 ? " is missing in it" : " are missing in it")};
         counts[CellKind::Text] = 0;
     }
     const std::int64_t all = counts.GetAll();
@@ -595,15 +601,19 @@ ColumnType ColumnMaker::DecideType(KindCounts counts, const NumberFacts& facts, 
         type = ColumnType::Timestamp;
     }
     if (type == ColumnType::Text && counts[CellKind::Text] != all) {
-        NoteMixture({"mixed-column", static_cast<std::uint64_t>(all), place,
-                     "column " + label + " holds " + Describe(counts) + " and is text"});
+        note = {"mixed-column", static_cast<std::uint64_t>(all), LettersOf(col),
+                "column " + label() + " holds " + Describe(counts) + " and is text"};
     }
     return type;
 }
 
 ColumnForm ColumnMaker::Decide(const ColumnEvidence& evidence, std::int64_t rows, const std::string& name,
-                               const std::string& place) {
-    ColumnForm form{DecideType(evidence.counts, evidence.facts, evidence.hasFractions, name, place)};
+                               int col) {
+    std::optional<Note> note;
+    ColumnForm form{DecideType(evidence.counts, evidence.facts, evidence.hasFractions, name, col, note)};
+    if (note) {
+        NoteMixture(std::move(*note));
+    }
     const DistinctTexts& texts = evidence.texts;
     if (form.type == ColumnType::Text && evidence.counts[CellKind::Text] == evidence.counts.GetAll() &&
         !texts.AreTooMany()) {
@@ -656,8 +666,10 @@ Column ColumnMaker::Build(CellVector& cells, int first, int rows, const ColumnFo
     return {name, unit, std::move(buffers)};
 }
 
-Column ColumnMaker::Make(CellVector& cells, int first, int rows, const std::string& name,
-                         const std::string& unit, const std::string& place) {
+// Any thread may, of columns of its own.
+Column ColumnMaker::Make(const Wanted& wanted, int first, int rows, std::optional<Note>& note) {
+    CellVector none;
+    CellVector& cells = wanted.cells == nullptr ? none : *wanted.cells;
     const int end = first + rows;
     const KindCounts counts = CountKinds(store, cells, first, end);
     NumberFacts facts;
@@ -666,11 +678,37 @@ Column ColumnMaker::Make(CellVector& cells, int first, int rows, const std::stri
         facts = ExamineNumbers(store, cells, first, end);
         hasFractions = facts.areWhole && counts[CellKind::Float64] > 0 && cells.HasFractionSource(first, end);
     }
-    const ColumnType type = DecideType(counts, facts, hasFractions, name, place);
+    const ColumnType type = DecideType(counts, facts, hasFractions, wanted.name, wanted.col, note);
     ColumnBuffers buffers = BuildBuffers(cells, first, rows, type);
     // The cells are in the column now.
     cells = CellVector();
-    return {name, unit, std::move(buffers)};
+    return {wanted.name, wanted.unit, std::move(buffers)};
+}
+
+void ColumnMaker::MakeAll(std::span<const Wanted> wanted, int first, int rows, unsigned int threads,
+                          std::vector<Column>& columns) {
+    columns.resize(wanted.size());
+    // Threads cost more than small columns take.
+    if (threads < 2 || rows < LeastRowsForThreads ||
+        wanted.size() * static_cast<std::size_t>(rows) < LeastCellsForThreads) {
+        for (std::size_t i = 0; i < wanted.size(); ++i) {
+            std::optional<Note> note;
+            columns[i] = Make(wanted[i], first, rows, note);
+            if (note) {
+                NoteMixture(std::move(*note));
+            }
+        }
+        return;
+    }
+    std::vector<std::optional<Note>> told(wanted.size());
+    DoSideBySide(
+        wanted.size(), threads, [&](std::size_t i) { columns[i] = Make(wanted[i], first, rows, told[i]); },
+        [this] { store.LookForStop(); });
+    for (std::optional<Note>& note : told) {
+        if (note) {
+            NoteMixture(std::move(*note));
+        }
+    }
 }
 
 }  // namespace karta

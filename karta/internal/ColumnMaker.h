@@ -2,7 +2,10 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "base/Note.h"
 #include "karta/Column.h"
@@ -25,18 +28,24 @@ public:
     /** Notes tell what isn't in a column as the file has it. */
     ColumnMaker(CellStore& cellStore, Notes& readNotes) : store(cellStore), notes(readNotes) {}
 
+    /** A column to be made: its cells, where they are, and what it is called. */
+    struct Wanted {
+        CellVector* cells; /**< null where there is none */
+        std::string name;
+        std::string unit;
+        int col; /**< of the grid, which names it for people where it has no name */
+    };
     /**
-     * The places from `first` on, so many rows; what lies already as it is to be is taken out of `cells`.
-     * `place` names the column for people where it has no name.
+     * The places from `first` on, so many rows, of each column; what lies already as it is to be is taken out
+     * of its cells. Side by side in so many threads, with the notes in the order of the columns.
      */
-    Column Make(CellVector& cells, int first, int rows, const std::string& name, const std::string& unit,
-                const std::string& place);
+    void MakeAll(std::span<const Wanted> wanted, int first, int rows, unsigned int threads,
+                 std::vector<Column>& columns);
     /**
      * The two halves of it, for rows that are made piece by piece: what all rows are to be, of which the
      * evidence tells, with the notes; and the places from `first` on as that, which they must fit.
      */
-    ColumnForm Decide(const ColumnEvidence& evidence, std::int64_t rows, const std::string& name,
-                      const std::string& place);
+    ColumnForm Decide(const ColumnEvidence& evidence, std::int64_t rows, const std::string& name, int col);
     Column Build(CellVector& cells, int first, int rows, const ColumnForm& form, const std::string& name,
                  const std::string& unit);
     /** One note for all columns whose mixtures weren't told one by one; behind the last column. */
@@ -47,7 +56,8 @@ public:
 private:
     ColumnType TypeOf(const KindCounts& counts, const NumberFacts& facts, bool hasFractions) const;
     ColumnType DecideType(KindCounts counts, const NumberFacts& facts, bool hasFractions,
-                          const std::string& name, const std::string& place);
+                          const std::string& name, int col, std::optional<Note>& note) const;
+    Column Make(const Wanted& wanted, int first, int rows, std::optional<Note>& note);
     ColumnBuffers BuildBuffers(CellVector& cells, int first, int rows, ColumnType type);
     template <class Value>
     ColumnBuffers TakeOrGather(CellVector& cells, int first, int rows, CellKind kind, ColumnType type);

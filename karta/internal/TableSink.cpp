@@ -7,8 +7,10 @@
 #include <tuple>
 #include <utility>
 
+#include "base/OrderedWork.h"
 #include "base/Unicode.h"
 #include "karta/internal/ChangedMeanwhile.h"
+#include "karta/internal/ColumnLetters.h"
 
 namespace karta {
 
@@ -39,15 +41,6 @@ bool AreUtf8(const TextRun& texts) {
     };
     return IsAscii(all) ||
            (IsUtf8(all) && std::all_of(texts.ends.begin(), texts.ends.end(), beginsCharacter));
-}
-
-// "B" of the second column, as spreadsheets call it.
-std::string LettersOf(int col) {
-    std::string letters;
-    for (; col > 0; col = (col - 1) / 26) {
-        letters.insert(letters.begin(), static_cast<char>('A' + (col - 1) % 26));
-    }
-    return letters;
 }
 
 }  // namespace
@@ -653,35 +646,26 @@ void TableSink::KeepHeads(const TableShape& shape, TableParts& parts) {
     });
 }
 
-template <class MakeOne>
-void TableSink::MakeColumns(const TableShape& shape, TableParts& parts, const MakeOne& makeOne) {
+// The columns beside the block, which the table is to have, and where among them the block is.
+std::vector<ColumnMaker::Wanted> TableSink::ListColumns(const TableShape& shape, TableParts& parts) {
     // Where the block came to nothing, its axis names the columns.
     const int nameRow = shape.nameRow > 0 ? shape.nameRow : shape.axisRow;
     // Names may come from other columns: all of them are looked up before a column is made of its cells.
-    std::vector<std::pair<std::string, std::string>> texts;
+    std::vector<ColumnMaker::Wanted> wanted;
     for (int col = 1; col <= numCols; ++col) {
         Count(1);
         if (IsInBlock(col)) {
-            col = std::min(lastBlock, numCols);
-            continue;
-        }
-        texts.emplace_back(GetHeadText(col - shape.firstNamedColumn + 1, nameRow),
-                           GetHeadText(col, shape.unitRow));
-    }
-    auto text = texts.begin();
-    CellVector nothing;
-    for (int col = 1; col <= numCols; ++col) {
-        if (IsInBlock(col)) {
-            parts.blockPlace = parts.columns.size();
+            parts.blockPlace = wanted.size();
             col = std::min(lastBlock, numCols);
             continue;
         }
         store.Charge(sizeof(Column));
         const bool isThere = static_cast<std::size_t>(col) <= columns.size();
-        CellVector& cells = isThere ? columns[static_cast<std::size_t>(col) - 1] : nothing;
-        parts.columns.push_back(makeOne(col, cells, text->first, text->second));
-        ++text;
+        wanted.push_back({isThere ? &columns[static_cast<std::size_t>(col) - 1] : nullptr,
+                          GetHeadText(col - shape.firstNamedColumn + 1, nameRow),
+                          GetHeadText(col, shape.unitRow), col});
     }
+    return wanted;
 }
 
 void TableSink::NoteErrors(std::uint64_t count, const std::string& first) {
@@ -715,10 +699,9 @@ Table TableSink::Finish() {
     }
     KeepHeads(shape, parts);
     ColumnMaker maker(store, context->notes);
-    MakeColumns(shape, parts,
-                [&](int col, CellVector& cells, const std::string& name, const std::string& unit) {
-                    return maker.Make(cells, shape.firstDataRow - 1, rows, name, unit, LettersOf(col));
-                });
+    const std::vector<ColumnMaker::Wanted> wanted = ListColumns(shape, parts);
+    maker.MakeAll(wanted, shape.firstDataRow - 1, rows, ChooseThreadCount(context->threads, wanted.size()),
+                  parts.columns);
     maker.NoteFurtherMixtures();
     NoteErrors(errors, firstError);
     parts.shape = std::move(shape);
@@ -809,15 +792,13 @@ std::optional<TablePlan> TableSink::Plan(CellStore& kept, const TableEvidence& f
     }
     KeepHeads(shape, parts);
     ColumnMaker maker(store, context->notes);
-    MakeColumns(shape, parts,
-                [&](int col, CellVector& /*cells*/, const std::string& name, const std::string& unit) {
-                    static const ColumnEvidence none;
-                    const auto place = static_cast<std::size_t>(col) - 1;
-                    const ColumnEvidence& evidence = place < all.columns.size() ? all.columns[place] : none;
-                    plan.columns.push_back(
-                        {maker.Decide(evidence, plan.rows, name, LettersOf(col)), evidence.counts});
-                    return Column(name, unit, {});
-                });
+    const ColumnEvidence none;
+    for (const ColumnMaker::Wanted& wanted : ListColumns(shape, parts)) {
+        const auto place = static_cast<std::size_t>(wanted.col) - 1;
+        const ColumnEvidence& evidence = place < all.columns.size() ? all.columns[place] : none;
+        plan.columns.push_back({maker.Decide(evidence, plan.rows, wanted.name, wanted.col), evidence.counts});
+        parts.columns.emplace_back(wanted.name, wanted.unit, ColumnBuffers());
+    }
     maker.NoteFurtherMixtures();
     NoteErrors(errors + further.errors, errors > 0 ? firstError : further.firstError);
     parts.shape = std::move(shape);

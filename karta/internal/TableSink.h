@@ -155,8 +155,7 @@ private:
     void MakeAxis(const TableShape& shape, int points, BlockParts& parts);
     Block MakeBlock(const TableShape& shape, int rows, int points);
     std::string GetHeadText(int col, int row) const;
-    template <class MakeOne>
-    void MakeColumns(const TableShape& shape, TableParts& parts, const MakeOne& makeOne);
+    std::vector<ColumnMaker::Wanted> ListColumns(const TableShape& shape, TableParts& parts);
     void KeepHeads(const TableShape& shape, TableParts& parts);
 
     std::shared_ptr<ReadContext> context;
