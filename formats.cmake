@@ -13,7 +13,7 @@ karta_format(spreadsheet/NumberFormats spreadsheet/CellErrors spreadsheet/SheetC
 karta_format(spreadsheet/ExcelFile spreadsheet/BaseStream spreadsheet/BiffCell spreadsheet/BiffRules spreadsheet/BiffText spreadsheet/ExcelSharedStrings
              spreadsheet/ExcelStgStream spreadsheet/RecordBytes CASES excel)
 karta_format(spreadsheet/Excel2007File spreadsheet/BinaryBook spreadsheet/Book spreadsheet/IsoTime
-             spreadsheet/RecordStream spreadsheet/SharedStrings spreadsheet/SharedStringsPart
+             spreadsheet/PlainCell spreadsheet/RecordStream spreadsheet/SharedStrings spreadsheet/SharedStringsPart
              spreadsheet/SheetList spreadsheet/SheetPart spreadsheet/WorkbookCells spreadsheet/WorkbookPackage
              spreadsheet/WorkbookPart spreadsheet/XmlBook CASES xlsx xlsb)
 karta_format(spreadsheet/LotusFile CASES lotus)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <span>
 #include <string_view>
@@ -42,6 +44,12 @@ private:
  */
 class XmlEvents {
 public:
+    /** How much of a document was taken as it stands. */
+    struct Taken {
+        std::size_t bytes = 0;
+        std::uint64_t tags = 0; /**< the beginnings and ends of elements in them; an empty one has both */
+    };
+
     virtual ~XmlEvents() = default;
     virtual void StartElement(const XmlElement& element) = 0;
     virtual void EndElement() = 0;
@@ -60,4 +68,22 @@ public:
         }
         EndElement();
     }
+
+    /**
+     * Whether the handler, inside the element that is open, takes some kinds of elements as they stand in the
+     * document, which is faster than their events. A parser may ask it to, or hand out the events.
+     */
+    bool TakesRaw() const { return takesRaw; }
+    /**
+     * The UTF-8 from the beginning of a tag on, as far as it is at hand: the handler takes whole elements
+     * from the front, in the default namespace of the open element, or none. It takes them only where they
+     * are well-formed, and does then what it would have done with their events.
+     */
+    virtual Taken TakeRaw(std::string_view /*document*/) { return {}; }
+
+protected:
+    void SetTakesRaw(bool takes) { takesRaw = takes; }
+
+private:
+    bool takesRaw = false;
 };

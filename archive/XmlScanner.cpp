@@ -245,6 +245,9 @@ XmlScanner::Step XmlScanner::ScanNext() {
     if (!open.empty()) {
         while (true) {
             if (*next == '<') {
+                if (events->TakesRaw() && HandRaw()) {
+                    continue;
+                }
                 const Step step = ScanMarkup();
                 if (step != Step::Done || open.empty()) {
                     return step;
@@ -261,6 +264,18 @@ XmlScanner::Step XmlScanner::ScanNext() {
     }
     next = SkipSpace(next);
     return next == limit ? Step::Done : *next == '<' ? ScanMarkup() : Step::Stuck;
+}
+
+// False where the handler takes none of it.
+bool XmlScanner::HandRaw() {
+    const XmlEvents::Taken taken = events->TakeRaw({next, static_cast<std::size_t>(limit - next)});
+    if (taken.bytes == 0) {
+        return false;
+    }
+    next += taken.bytes;
+    progress.tags += taken.tags;
+    progress.bytes = 0;
+    return true;
 }
 
 // Hands out what it has seen, even where it can't go on.

@@ -78,6 +78,7 @@ private:
     Step ScanNext();
     Step ScanText();
     Step ScanReference(const char*& from, std::string& text) const;
+    bool HandRaw();
     Step ScanMarkup();
     Step ScanStartTag();
     const char* FindPlainEnd(const Name& name, const char* text) const;

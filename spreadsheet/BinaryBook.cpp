@@ -282,6 +282,7 @@ bool BinaryBook::TakeCell(const RecordStream& records, int row, SheetReceiver& r
 bool BinaryBook::DecodeCell(const RecordStream& records, int id, std::size_t valueOffset) {
     const std::uint8_t byte = records.GetByte(valueOffset);
     cell.hasValue = id != BrtCellBlank;
+    cell.hasNumber = false;
     cell.text = {};
     cell.isCut = false;
     cell.index = byte;
@@ -291,11 +292,13 @@ bool BinaryBook::DecodeCell(const RecordStream& records, int id, std::size_t val
             return true;
         case BrtCellRk:
             cell.type = SheetCell::Type::Number;
+            cell.hasNumber = true;
             cell.number = ExcelFile::NumFromRk(records.GetI4(valueOffset));
             return true;
         case BrtCellReal:
         case BrtFmlaNum:
             cell.type = SheetCell::Type::Number;
+            cell.hasNumber = true;
             cell.number = records.GetDouble(valueOffset);
             return true;
         case BrtCellError:

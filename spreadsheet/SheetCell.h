@@ -31,8 +31,9 @@ struct SheetCell {
     bool isCut = false;       /**< of the text's characters the part's form kept only a half */
     bool hasIndex = false;    /**< `index` is one; else it is 0 */
     std::int64_t index = 0;
-    double number = 0.0; /**< binary only: in XML a number is its text */
-    /** In UTF-8, with a NUL behind it; valid during the call only. */
+    bool hasNumber = false; /**< `number` is the value; in XML it may be that of `text`, not looked at yet */
+    double number = 0.0;
+    /** In UTF-8, in the binary flavour with a NUL behind it; valid during the call only. */
     std::string_view text;
 };
 

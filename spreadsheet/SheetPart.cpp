@@ -79,10 +79,14 @@ int SheetHandler::GetColumnIndex(std::string_view reference, XmlForm form) {
 }
 
 void SheetHandler::StartInside(int level, std::string_view name, const XmlElement& element) {
+    SetTakesRaw(false);
     if (level == RowLevel) {
         inRow = GetForm() == XmlForm::Literal || name == "row";
         if (inRow) {
             StartRow(element);
+            // A cell without a prefix is then of the same namespace.
+            isRowPlain = isRowNamed && element.name == "row";
+            SetTakesRaw(isRowPlain);
         }
     } else if (level == CellLevel && inRow && name == "c") {
         StartCell(element);
@@ -128,7 +132,45 @@ void SheetHandler::TextInside(int level, std::string_view name, const XmlElement
     NodeHandler::TextInside(level, name, element, chars);
 }
 
+XmlEvents::Taken SheetHandler::TakeRaw(std::string_view document) {
+    Taken taken;
+    PlainCell plain;
+    while (document.size() - taken.bytes >= PlainCell::Longest) {
+        const char* const from = document.data() + taken.bytes;
+        const char* const end = plain.Take(from);
+        if (end == nullptr || !TakePlain(plain)) {
+            break;
+        }
+        taken.bytes += static_cast<std::size_t>(end - from);
+        taken.tags += plain.hasValue ? 4 : 2;
+    }
+    return taken;
+}
+
+// Just as the events of its elements would do it; false for a cell that these are needed for.
+bool SheetHandler::TakePlain(const PlainCell& plain) {
+    const SheetCell::Type type = GetType(plain.type);
+    const bool isShared = type == SheetCell::Type::SharedText;
+    if (plain.column > MaxSheetColumns || (isShared && plain.hasValue && !plain.isIndex)) {
+        return false;
+    }
+    lastColumn = plain.column;
+    cell.col = plain.column;
+    cell.row = rowNumber;
+    cell.type = type;
+    cell.style = plain.style;
+    cell.hasValue = plain.hasValue;
+    cell.hasIndex = isShared && plain.hasValue;
+    cell.index = cell.hasIndex ? plain.index : 0;
+    cell.hasNumber = plain.isNumber;
+    cell.number = plain.number;
+    cell.text = plain.value;
+    CheckAnswer(receiver.TakeCell(cell));
+    return true;
+}
+
 void SheetHandler::EndInside(int level) {
+    SetTakesRaw(level == CellLevel && inRow && isRowPlain);
     if (level == CellLevel && inCell) {
         inCell = false;
         FinishCell();
@@ -204,6 +246,7 @@ void SheetHandler::FinishCell() {
     int number = 0;
     cell.hasIndex = cell.type == SheetCell::Type::SharedText && NvString::ToInt(value, number);
     cell.index = number;
+    cell.hasNumber = false;
     const bool isInline = cell.type == SheetCell::Type::InlineText;
     cell.text = isInline && (!cell.hasValue || !inlineText.empty()) ? inlineText : value;
     CheckAnswer(receiver.TakeCell(cell));

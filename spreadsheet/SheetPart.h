@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "spreadsheet/PlainCell.h"
 #include "spreadsheet/SharedStringsPart.h"
 #include "spreadsheet/SheetCell.h"
 #include "spreadsheet/WorkbookPart.h"
@@ -28,6 +29,9 @@ public:
      */
     static int GetColumnIndex(std::string_view reference, XmlForm form = XmlForm::Literal);
 
+    /** Takes cells as nearly all are. */
+    Taken TakeRaw(std::string_view document) override;
+
 protected:
     void StartInside(int level, std::string_view name, const XmlElement& element) override;
     void EndInside(int level) override;
@@ -36,6 +40,7 @@ protected:
 
 private:
     void StartRow(const XmlElement& element);
+    bool TakePlain(const PlainCell& plain);
     void StartCell(const XmlElement& element);
     void PlaceCell(std::string_view reference);
     void StartInCell(int level, std::string_view name);
@@ -47,6 +52,7 @@ private:
     StringItem item;
     int rowNumber = 0;
     bool isRowNamed = false;
+    bool isRowPlain = false;  // named itself, and without a prefix
     int lastColumn = 0;
     bool inRow = false;
     bool inCell = false;

@@ -357,7 +357,7 @@ bool CompleteCells::Put(const SheetCell& cell, int col, int row) {
 
 bool CompleteCells::PutNumber(const SheetCell& cell, int col, int row) {
     double number = cell.number;
-    if (cell.record == 0 && !NvString::ToDouble(cell.text, number)) {
+    if (!cell.hasNumber && !NvString::ToDouble(cell.text, number)) {
         return PutContradiction(cell, col, row);
     }
     ::PutNumber(output, col, row, number, GetKind(cell.style), book.GetDateSystem());

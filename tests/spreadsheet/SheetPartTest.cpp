@@ -1,0 +1,204 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "spreadsheet/PlainCell.h"
+#include "tests/support/SheetOutcome.h"
+
+// A worksheet part is the same whether its cells are taken as they stand or by the events of a whole parser.
+
+namespace {
+
+constexpr const char* Main = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+
+// What stands behind the last cell, so that there is no lack of bytes: it is well-formed there.
+const std::string Behind(PlainCell::Longest, ' ');
+
+std::string Part(const std::string& rows) {
+    return std::string("<worksheet xmlns=\"") + Main + "\" xmlns:x=\"" + Main +
+           "\" xmlns:y=\"u\"><sheetData>" + rows + "</sheetData></worksheet>" + Behind;
+}
+
+void ExpectSame(const std::string& part) {
+    for (const XmlForm form : {XmlForm::Literal, XmlForm::Full}) {
+        const std::string library = SheetOutcome(part, form, XmlParsers::Library);
+        for (const std::size_t piece : {std::size_t{3}, std::size_t{200}, XmlScanner::PieceSize}) {
+            ASSERT_EQ(SheetOutcome(part, form, XmlParsers::Both, piece), library)
+                << part << "\nin pieces of " << piece;
+        }
+    }
+}
+
+// Where the cell ends by the plain reading; -1 where it isn't taken.
+std::ptrdiff_t TakenOf(const std::string& cell, PlainCell& plain) {
+    static std::string bytes;
+    bytes = cell + Behind;
+    const char* const end = plain.Take(bytes.data());
+    return end == nullptr ? -1 : end - bytes.data();
+}
+
+bool IsTaken(const std::string& cell) {
+    PlainCell plain;
+    const std::ptrdiff_t end = TakenOf(cell, plain);
+    EXPECT_TRUE(end == -1 || end == static_cast<std::ptrdiff_t>(cell.size())) << cell;
+    return end != -1;
+}
+
+// The reading of cells as they stand knows these.
+const std::vector<std::string> PlainCells = {
+    R"(<c r="M"><v>1</v></c>)",
+    R"(<c r="A1"><v>12</v></c>)",
+    R"(<c r="C1" s="17"><v>-12.625</v></c>)",
+    R"(<c r="D1" t="s"><v>0</v></c>)",
+    R"(<c r="E1" s="2" t="s"><v>123456789</v></c>)",
+    R"(<c r="F1" t="b" s="1"><v>1</v></c>)",
+    R"(<c r="AB1" t="e"><v>#N/A</v></c>)",
+    R"(<c r="XFD1" t="d"><v>2024-05-06T07:08:09</v></c>)",
+    R"(<c r="G1" t="n"><v>0.1234567890123456789</v></c>)",
+    R"(<c r="G1" t="z"><v>1</v></c>)",
+    R"(<c r="H1" s="3"/>)",
+    R"(<c r="I1"/>)",
+    R"(<c r="J1"><v></v></c>)",
+    R"(<c r="M99"><v>1</v></c>)",
+    R"(<c r="K1"><v> 1e5 </v></c>)",
+    R"(<c r="K1" t="s"><v> 7 </v></c>)",
+    R"(<c r="K1" t="s"><v>1234567890</v></c>)",
+    R"(<c r="K1" t="s"><v>99999999999999999999999</v></c>)",
+    R"(<c r="L1"><v>.5</v></c>)",
+    R"(<c r="L1"><v>5.</v></c>)",
+    R"(<c r="L1"><v>-</v></c>)",
+    R"(<c r="L1"><v>-0</v></c>)",
+    R"(<c r="L1"><v>000000000000001.50</v></c>)",
+    R"(<c r="L1"><v>123456789012345678901234567890.123456789012345678901234567890</v></c>)",
+    R"(<c r="XFE1"><v>1</v></c>)",
+    R"(<c r="ZZZ1"><v>1</v></c>)",
+};
+const std::vector<std::string> OtherCells = {
+    R"(<c r="K1" t="s"></c>)",
+    R"(<c r="AAAA1"><v>1</v></c>)",
+    R"(<c r="1"><v>1</v></c>)",
+    R"(<c r="b2"><v>1</v></c>)",
+    R"(<c><v>1</v></c>)",
+    R"(<c r="N1" r="N1"><v>1</v></c>)",
+    R"(<c r="N1" s="1" s="1"><v>1</v></c>)",
+    R"(<c r="N1" t="s" t="s"><v>1</v></c>)",
+    R"(<c r="N1" s=""><v>1</v></c>)",
+    R"(<c r="N1" t=""><v>1</v></c>)",
+    R"(<c r="N1" s="1234567"><v>1</v></c>)",
+    R"(<c r="N1" s="-1"><v>1</v></c>)",
+    R"(<c r="N1" x="1"><v>1</v></c>)",
+    R"(<c r="N1" t="str"><v>_x0041_</v></c>)",
+    R"(<c r="N1" t="inlineStr"><is><t>in</t></is></c>)",
+    R"(<c r="N1"><f>A1+1</f><v>2</v></c>)",
+    R"(<c r="N1"><v>1</v><v>2</v></c>)",
+    R"(<c r="N1"><v>1&lt;2</v></c>)",
+    R"(<c r="N1" ><v>1</v></c >)",
+    R"(<c r="N1"> <v>1</v></c>)",
+    R"(<c r="N1"><v>1<!-- c --></v></c>)",
+    R"(<c r='N1'><v>1</v></c>)",
+    R"(<c r="N1"s="1"><v>1</v></c>)",
+    R"(<c r="N1"><v>]]></v></c>)",
+    R"(<c r="N1"><v>a]b</v></c>)",
+    "<c r=\"N1\"><v>\xc3\xa4</v></c>",
+    "<c r=\"N1\"><v>\x01</v></c>",
+    R"(<c r="N1"><c r="O1"><v>1</v></c></c>)",
+    R"(<c r="N1"><x><c r="O1"><v>1</v></c></x></c>)",
+    R"(<d r="N1"><c r="O1"><v>1</v></c></d>)",
+    R"(<x:c r="N1"><v>1</v></x:c>)",
+    R"(<y:c r="N1"><v>1</v></y:c>)",
+    R"(<c xmlns="u" r="N1"><v>1</v></c>)",
+    R"(<!-- c --><c r="N1"><v>1</v></c>)",
+    R"(<c r="N1"><v>)" + std::string(200, '7') + "</v></c>",
+    R"(<c r="N1"><v>1</v>)",
+    R"(<c r="N1"><v>1</w></c>)",
+    R"(</c>)",
+};
+
+}  // namespace
+
+TEST(SheetPartTest, CellsTakenAsTheyStandAreThoseOfTheEvents) {
+    const std::string before = R"(<c r="A7"><v>0.5</v></c>)";
+    std::vector<std::string> cells = PlainCells;
+    cells.insert(cells.end(), OtherCells.begin(), OtherCells.end());
+    for (const std::string& cell : cells) {
+        for (const char* row :
+             {"<row r=\"7\">", "<row r=\"7\" spans=\"1:3\" x:q=\"1\">", "<row>", "<x:row r=\"7\">",
+              "<row xmlns=\"u\" r=\"7\">", "<zeile r=\"7\">", "<row r=\"2000000\">"}) {
+            const std::string name = std::string(row).substr(1, std::string(row).find_first_of(" >") - 1);
+            std::string rows = row;
+            rows += before + cell + before;
+            rows += "</" + name + "><row r=\"9\">" + cell + "</row>" + before;
+            ExpectSame(Part(rows));
+        }
+    }
+}
+
+TEST(SheetPartTest, CellsOutsideOfRowsAndOfTheSheetAreNone) {
+    const std::string cell = R"(<c r="A7"><v>0.5</v></c>)";
+    ExpectSame(Part(cell + "<row r=\"7\"/>" + cell + "<row r=\"8\">" + cell + "</row>" + cell) + cell);
+    ExpectSame(std::string("<worksheet xmlns=\"") + Main + "\"><sheetData><row r=\"1\">" + cell +
+               "</row></sheetData><row r=\"2\">" + cell + "</row></worksheet>" + Behind);
+    ExpectSame("<x:worksheet xmlns:x=\"u\" xmlns=\"v\"><x:sheetData><x:row r=\"1\">" + cell +
+               "<x:c r=\"B1\"><x:v>1</x:v></x:c></x:row><row r=\"3\">" + cell +
+               "</row></x:sheetData></x:worksheet>" + Behind);
+}
+
+// Each byte is changed, taken out and doubled.
+TEST(SheetPartTest, DamagedCellsAreRefusedAsByTheEvents) {
+    const std::string rows = R"(<row r="1"><c r="B1" s="1"><v>-1.5</v></c><c r="C1" t="s"><v>3</v></c>)"
+                             R"(<c r="D1" s="4"/></row>)";
+    const std::string part = Part(rows);
+    const std::size_t begin = part.find("<row");
+    for (std::size_t place = begin; place < begin + rows.size(); ++place) {
+        for (const char byte : {'\0', ' ', '"', '<', '>', '/', '&', '1', 'v', 'c', '\xff'}) {
+            std::string damaged = part;
+            damaged[place] = byte;
+            for (const XmlForm form : {XmlForm::Literal, XmlForm::Full}) {
+                // What isn't UTF-8 the library sees from afar.
+                const std::string library = SheetOutcome(damaged, form, XmlParsers::Library);
+                const std::string both = SheetOutcome(damaged, form, XmlParsers::Both);
+                ASSERT_TRUE(byte == '\xff' ? both.ends_with("refused") == library.ends_with("refused")
+                                           : both == library)
+                    << damaged << "\nlibrary: " << library << "\nboth: " << both;
+            }
+        }
+        std::string without = part;
+        ExpectSame(without.erase(place, 1));
+        std::string doubled = part;
+        ExpectSame(doubled.insert(place, 1, part[place]));
+    }
+}
+
+TEST(SheetPartTest, PlainCellsAreTheseAndNoOthers) {
+    for (const std::string& cell : PlainCells) {
+        EXPECT_TRUE(IsTaken(cell)) << cell;
+    }
+    for (const std::string& cell : OtherCells) {
+        EXPECT_FALSE(IsTaken(cell)) << cell;
+    }
+}
+
+TEST(SheetPartTest, NumbersOfPlainCellsAreTheNearest) {
+    PlainCell plain;
+    TakenOf(R"(<c r="AB12" s="7" t="n"><v>-12345.678901</v></c>)", plain);
+    EXPECT_EQ(plain.column, 28);
+    EXPECT_EQ(plain.style, 7);
+    EXPECT_EQ(plain.type, "n");
+    EXPECT_EQ(plain.value, "-12345.678901");
+    EXPECT_TRUE(plain.isNumber && !plain.isIndex);
+    EXPECT_EQ(plain.number, -12345.678901);
+    TakenOf(R"(<c r="A1"><v>0.12345678901234</v></c>)", plain);
+    EXPECT_TRUE(plain.isNumber && !plain.isIndex);
+    EXPECT_EQ(plain.number, 0.12345678901234);
+    TakenOf(R"(<c r="A1"><v>123456789012345</v></c>)", plain);
+    EXPECT_TRUE(plain.isNumber && !plain.isIndex);
+    EXPECT_EQ(plain.number, 123456789012345.0);
+    TakenOf(R"(<c r="A1"><v>0.123456789012345</v></c>)", plain);
+    EXPECT_TRUE(!plain.isNumber && !plain.isIndex);
+    TakenOf(R"(<c r="A1"><v>123456789</v></c>)", plain);
+    EXPECT_TRUE(plain.isNumber && plain.isIndex);
+    EXPECT_EQ(plain.index, 123456789);
+    EXPECT_EQ(plain.type, "");
+    EXPECT_EQ(plain.style, -1);
+}
