@@ -94,35 +94,30 @@ char* PrintSixDigits(double value, char* text) {
 
 // The shortest text of a number with a few places behind the point, as most measured ones are: with at most
 // fifteen digits no two texts mean one number, so that one that means this number is the only one. Returns
-// the text's end, or null for a value that takes the exact way, as all do that may be shorter with an
-// exponent.
-char* PrintFewPlaces(double value, char* text) {
-    constexpr double Scale = 1e6;
-    constexpr std::uint64_t Places = 1'000'000;
+// the text's end, or null for a value that needs more places.
+template <int Places>
+char* PrintPlaces(double magnitude, char* text) {
+    constexpr double Scale = PowersOfTen[Places];
+    constexpr auto Units = static_cast<std::uint64_t>(Scale);
     // A whole number that ends in fewer zeros is no shorter with an exponent.
     constexpr std::uint32_t ShorterWithExponent = 100'000;
-    const double magnitude = std::fabs(value);
-    if (!(magnitude >= 1e-3 && magnitude < 1e9)) {
-        return nullptr;
-    }
     // One that this rounds wrongly isn't the same number behind it.
     // NOLINTNEXTLINE(bugprone-incorrect-roundings)
     const auto digits = static_cast<std::uint64_t>(magnitude * Scale + 0.5);
-    auto fraction = static_cast<std::uint32_t>(digits % Places);
-    const auto whole = static_cast<std::uint32_t>(digits / Places);
-    if (static_cast<double>(digits) / Scale != magnitude ||
-        (fraction == 0 && whole % ShorterWithExponent == 0)) {
+    if (static_cast<double>(digits) / Scale != magnitude) {
         return nullptr;
     }
-    if (value < 0.0) {
-        *text++ = '-';
+    std::uint64_t fraction = digits % Units;
+    const auto whole = static_cast<std::uint32_t>(digits / Units);
+    if (fraction == 0 && whole % ShorterWithExponent == 0) {
+        return nullptr;
     }
     text = std::to_chars(text, text + std::numeric_limits<std::uint32_t>::digits10 + 1, whole).ptr;
     if (fraction == 0) {
         return text;
     }
     *text++ = '.';
-    int places = SixDigits;
+    int places = Places;
     for (; fraction % 10 == 0; fraction /= 10) {
         --places;
     }
@@ -130,6 +125,21 @@ char* PrintFewPlaces(double value, char* text) {
         text[i] = static_cast<char>('0' + fraction % 10);
     }
     return text + places;
+}
+
+// Null for a value that takes the exact way, as all do that may be shorter with an exponent.
+char* PrintFewPlaces(double value, char* text) {
+    const double magnitude = std::fabs(value);
+    if (!(magnitude >= 1e-3 && magnitude < 1e9)) {
+        return nullptr;
+    }
+    if (value < 0.0) {
+        *text++ = '-';
+    }
+    if (char* const end = PrintPlaces<6>(magnitude, text)) {
+        return end;
+    }
+    return magnitude < 1e5 ? PrintPlaces<10>(magnitude, text) : nullptr;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "container/MatNumbers.h"
 
 #include <algorithm>
+#include <limits>
 #include <type_traits>
 
 #include "container/MatNumber.h"
@@ -35,18 +36,28 @@ Target As(Stored value) {
 }  // namespace
 
 template <class Number>
-std::span<const Number> MatNumbers::Take(std::size_t numberCount) {
-    if (swap || type != TypeOf<Number>) {
+std::span<const std::uint8_t> MatNumbers::TakeBytes(std::size_t numberCount, std::size_t alignment) {
+    constexpr std::size_t Most = std::numeric_limits<std::size_t>::max() / sizeof(Number);
+    if (swap || type != TypeOf<Number> || numberCount > Most) {
         return {};
     }
-    const std::span<const std::uint8_t> bytes = stream->Take(numberCount * sizeof(Number), alignof(Number));
+    return stream->Take(numberCount * sizeof(Number), alignment);
+}
+
+template <class Number>
+std::span<const Number> MatNumbers::Take(std::size_t numberCount) {
+    const std::span<const std::uint8_t> bytes = TakeBytes<Number>(numberCount, alignof(Number));
     return {reinterpret_cast<const Number*>(bytes.data()), bytes.size() / sizeof(Number)};
 }
 
-template std::span<const double> MatNumbers::Take(std::size_t numberCount);
-template std::span<const float> MatNumbers::Take(std::size_t numberCount);
-template std::span<const std::int64_t> MatNumbers::Take(std::size_t numberCount);
-template std::span<const std::uint64_t> MatNumbers::Take(std::size_t numberCount);
+template std::span<const double> MatNumbers::Take(std::size_t);
+template std::span<const std::uint8_t> MatNumbers::TakeBytes<double>(std::size_t, std::size_t);
+template std::span<const float> MatNumbers::Take(std::size_t);
+template std::span<const std::uint8_t> MatNumbers::TakeBytes<float>(std::size_t, std::size_t);
+template std::span<const std::int64_t> MatNumbers::Take(std::size_t);
+template std::span<const std::uint8_t> MatNumbers::TakeBytes<std::int64_t>(std::size_t, std::size_t);
+template std::span<const std::uint64_t> MatNumbers::Take(std::size_t);
+template std::span<const std::uint8_t> MatNumbers::TakeBytes<std::uint64_t>(std::size_t, std::size_t);
 
 template <class Stored, class Target>
 bool MatNumbers::Convert(std::span<Target> target) {

@@ -34,6 +34,9 @@ public:
      */
     template <class Number>
     std::span<const Number> Take(std::size_t numberCount);
+    /** The same as bytes, which may begin anywhere. */
+    template <class Number>
+    std::span<const std::uint8_t> TakeBytes(std::size_t numberCount, std::size_t alignment = 1);
 
 private:
     template <class Target>

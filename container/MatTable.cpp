@@ -1,7 +1,9 @@
 #include "container/MatTable.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -12,6 +14,10 @@ namespace {
 
 // Numbers handed on at a time: they stay in the processor's cache.
 constexpr std::size_t PieceSize = 1 << 15;
+
+// Of an array whose rows go on while it is read: its columns still go in runs, and a wide one takes little
+// room.
+constexpr std::uint64_t RowsAtATime = 64;
 
 constexpr std::uint64_t MaxExtent = std::numeric_limits<int>::max() - 1;
 
@@ -206,9 +212,36 @@ void MatTable::PutLogicals(const Columns& columns, Place place, std::span<const 
     }
 }
 
+// Some rows of all columns at a time, for one that lets go of rows: numbers that lie in the file are there in
+// any order.
+template <class Number, class PutValues>
+bool MatTable::ForEachRowsRun(MatNumbers& numbers, std::uint64_t count, const Columns& columns,
+                              PutValues put) {
+    const std::span<const std::uint8_t> bytes = numbers.TakeBytes<Number>(static_cast<std::size_t>(count));
+    std::array<Number, RowsAtATime> values;
+    const std::size_t columnSize = static_cast<std::size_t>(columns.rows) * sizeof(Number);
+    for (std::uint64_t done = 0; !bytes.empty() && done < columns.rows; done += RowsAtATime) {
+        context.ThrowIfStopped();
+        const auto rows = static_cast<std::size_t>(std::min(columns.rows - done, RowsAtATime));
+        Place place{columns.column, columns.row + static_cast<int>(done)};
+        for (std::size_t at = static_cast<std::size_t>(done) * sizeof(Number); at < bytes.size();
+             at += columnSize) {
+            std::memcpy(values.data(), bytes.data() + at, rows * sizeof(Number));
+            put(place, std::span<const Number>(values.data(), rows));
+            place.column += columns.step;
+        }
+        output.EndRow(place.row + static_cast<int>(rows) - 1);
+    }
+    return !bytes.empty();
+}
+
 // Runs end with their column, but for those of a single row.
 template <class Number, class PutValues>
 bool MatTable::ForEachRun(MatNumbers& numbers, std::uint64_t count, const Columns& columns, PutValues put) {
+    if (!output.KeepsRows() && columns.step == 1 && !columns.IsRow() &&
+        ForEachRowsRun<Number>(numbers, count, columns, put)) {
+        return true;
+    }
     std::vector<Number> piece;
     Place place{columns.column, columns.row};
     std::uint64_t row = 0;

@@ -70,6 +70,8 @@ private:
     int PutNumbers(const MatArray& array, Place place);
     bool PutColumns(const MatArray& array, MatNumbers& numbers, const Columns& columns);
     template <class Number, class PutValues>
+    bool ForEachRowsRun(MatNumbers& numbers, std::uint64_t count, const Columns& columns, PutValues put);
+    template <class Number, class PutValues>
     bool ForEachRun(MatNumbers& numbers, std::uint64_t count, const Columns& columns, PutValues put);
     template <class Number>
     void PutRun(const Columns& columns, Place place, std::span<const Number> values);

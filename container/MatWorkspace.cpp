@@ -358,16 +358,17 @@ int MatWorkspace::ReadPart(MatTable& table, std::size_t place, int firstRow, Mat
     if (extent.heads > 0 && labels.rows.empty()) {
         table.PutHeads(array, {values.column, firstRow});
     }
+    // First, so that a row is final with its values.
+    if (const int status = PutLabels(table, place, labels, values, firstRow)) {
+        return status;
+    }
     if (ownData == place) {
         table.SetMissing(MissingBits);
     }
     if (const int status = table.Put(array, values)) {
         return status;
     }
-    if (!source->IsSoundToTheEnd(array)) {
-        return array.problemStatus;
-    }
-    return PutLabels(table, place, labels, values, firstRow);
+    return source->IsSoundToTheEnd(array) ? 0 : array.problemStatus;
 }
 
 // Before the table is told how large it is.

@@ -3,6 +3,9 @@
 #include <bit>
 #include <chrono>
 #include <limits>
+#include <numeric>
+#include <span>
+#include <string_view>
 
 #include "container/MatFile.h"
 #include "frame/FormatRecogniser.h"
@@ -306,6 +309,82 @@ TEST_F(MatCompleteTest, VectorsNameRowsAndColumns) {
     EXPECT_EQ(read.context->shape.labelColumns, std::vector<int>{1});
     const Read wrong(path, {{"RowNames", "w"}});
     EXPECT_EQ(wrong.error, "\"w\" is no variable of 2 values that could name the rows of \"m\"");
+}
+
+/** A table that asks for final rows, as one does that writes and forgets them. */
+class FinalRows : public TableData {
+public:
+    bool KeepsRows() const override { return false; }
+    void EndRow(int row) override {
+        EXPECT_GT(row, final);
+        final = row;
+        ++ends;
+    }
+    void Set(int col, int row, double value) override {
+        EXPECT_GT(row, final);
+        TableData::Set(col, row, value);
+    }
+    void SetText(int col, int row, std::string_view text) override {
+        EXPECT_GT(row, final);
+        TableData::SetText(col, row, text);
+    }
+    void SetMissing(int col, int row) override {
+        EXPECT_GT(row, final);
+        TableData::SetMissing(col, row);
+    }
+    void SetColumnRun(int col, int firstRow, std::span<const float> values) override {
+        EXPECT_GT(firstRow, final);
+        TableData::SetColumnRun(col, firstRow, values);
+    }
+    void SetColumnRun(int col, int firstRow, std::span<const double> values) override {
+        EXPECT_GT(firstRow, final);
+        TableData::SetColumnRun(col, firstRow, values);
+    }
+
+    int final = 0;
+    int ends = 0;
+};
+
+void ExpectTheSameInFinalRows(Read& read, bool inParts) {
+    ASSERT_EQ(read.status, 0) << read.error;
+    FinalRows sink;
+    ASSERT_EQ(read.reader.Read(&sink), 0);
+    ASSERT_EQ(sink.GetNumberOfRows(), read.table.GetNumberOfRows());
+    ASSERT_EQ(sink.GetNumberOfColumns(), read.table.GetNumberOfColumns());
+    for (int row = 1; row <= sink.GetNumberOfRows(); ++row) {
+        for (int col = 1; col <= sink.GetNumberOfColumns(); ++col) {
+            ASSERT_EQ(sink.GetKind(col, row), read.table.GetKind(col, row)) << col << ' ' << row;
+            ASSERT_EQ(sink.GetString(col, row), read.table.GetString(col, row)) << col << ' ' << row;
+        }
+    }
+    EXPECT_EQ(sink.ends > 2, inParts);
+}
+
+TEST_F(MatCompleteTest, RowsOfAMatrixAreFinalAsTheyCome) {
+    constexpr int Rows = 1000;
+    constexpr int Columns = 37;
+    std::vector<double> values(static_cast<std::size_t>(Rows) * Columns);
+    std::iota(values.begin(), values.end(), 0.25);
+    const std::vector<double> names(values.begin(), values.begin() + Columns);
+    const std::vector<double> times(values.begin(), values.begin() + Rows);
+    const Array5 matrix = Numbers("m", {Rows, Columns}, values);
+    const std::string named =
+        matrix.Bytes() + Numbers("w", {1, Columns}, names).Bytes() + Numbers("t", {Rows, 1}, times).Bytes();
+    Read plain(File5(matrix.Bytes()));
+    ExpectTheSameInFinalRows(plain, true);
+    Read labelled(File5(named), {{"RowNames", "t"}, {"ColumnNames", "w"}});
+    ExpectTheSameInFinalRows(labelled, true);
+    Read stacked(folder.Path("data.mat"), {{"Part", "all"}});
+    ExpectTheSameInFinalRows(stacked, true);
+    Read level4(File4(Matrix4{0, Rows, Columns, "m"}.Doubles(values)));
+    ExpectTheSameInFinalRows(level4, true);
+    // What doesn't lie in the file as it is handed out comes column by column.
+    Read packed(File5(Compressed5(matrix.Bytes())));
+    ExpectTheSameInFinalRows(packed, false);
+    Array5 complex = matrix;
+    complex.flags |= Complex;
+    Read pairs(File5(complex.Doubles(values).Bytes()));
+    ExpectTheSameInFinalRows(pairs, false);
 }
 
 TEST_F(MatCompleteTest, Level4IsReadToItsEnd) {
