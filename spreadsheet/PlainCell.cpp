@@ -55,7 +55,7 @@ const char* PlainCell::Take(const char* from) {
     }
     hasValue = *at == '>';
     isNumber = isIndex = false;
-    value = {};
+    valueBegin = valueEnd = nullptr;
     if (hasValue) {
         return TakeValue(at + 1);
     }
@@ -84,7 +84,7 @@ const char* PlainCell::TakeReference(const char* at) {
 // A style and a type in either order, each once at most.
 const char* PlainCell::TakeAttributes(const char* at) {
     style = -1;
-    type = {};
+    type = '\0';
     while (*at == ' ') {
         const char name = at[1];
         if (at[2] != '=' || at[3] != '"') {
@@ -97,8 +97,8 @@ const char* PlainCell::TakeAttributes(const char* at) {
             for (; IsDigit(*at) && at - begin < MostStyleDigits; ++at) {
                 style = style * 10 + (*at - '0');
             }
-        } else if (name == 't' && type.empty() && IsLetter(*at)) {
-            type = {at++, 1};
+        } else if (name == 't' && type == '\0' && IsLetter(*at)) {
+            type = *at++;
         }
         if (at == begin || *at++ != '"') {
             return nullptr;
@@ -121,7 +121,8 @@ const char* PlainCell::TakeValue(const char* at) {
             }
         }
     }
-    value = {at, static_cast<std::size_t>(end - at)};
+    valueBegin = at;
+    valueEnd = end;
     return BeginsWith(end, ValueEnd) ? end + ValueEnd.size() : nullptr;
 }
 

@@ -13,15 +13,21 @@ struct PlainCell {
     /** No such cell has so many bytes. */
     static constexpr std::size_t Longest = 160;
 
-    int column = 0; /**< from 1; perhaps beyond those that a sheet can have */
-    int style = -1; /**< -1 where none is named */
-    std::string_view type;
+    int column = 0;   /**< from 1; perhaps beyond those that a sheet can have */
+    int style = -1;   /**< -1 where none is named */
+    char type = '\0'; /**< none where none is named */
     bool hasValue = false;
-    std::string_view value;
-    bool isNumber = false; /**< `value` is that of `number`: digits with at most a sign and a point */
+    const char* valueBegin = nullptr;
+    bool isNumber = false; /**< the value is that of `number`: digits with at most a sign and a point */
     bool isIndex = false;  /**< of a few digits only: `index` */
     double number = 0.0;
     std::int32_t index = 0;
+    const char* valueEnd = nullptr;
+
+    /** Empty without one. */
+    std::string_view GetValue() const {
+        return {valueBegin, static_cast<std::size_t>(valueEnd - valueBegin)};
+    }
 
     /**
      * Takes the cell that begins at `from`, where there are `Longest` bytes; returns where it ends, null

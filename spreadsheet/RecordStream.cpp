@@ -20,7 +20,7 @@ RecordStream::RecordStream(std::istream& partStream, RecordForm recordForm)
     : stream(partStream), form(recordForm) {}
 
 // Of the stream's buffer itself: that is faster, and lets pass what isn't about the part.
-bool RecordStream::Next() {
+bool RecordStream::ReadNext() {
     if (damaged) {
         return false;
     }
@@ -34,6 +34,7 @@ bool RecordStream::Next() {
         return ReadData(count);
     } catch (const std::ios_base::failure&) {
         damaged = true;
+        next = limit;
         return false;
     }
 }

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -31,7 +32,21 @@ public:
 
     /** Reads one record; false at the end of the part, within the last record too, and where it is damaged.
      */
-    bool Next();
+    bool Next() {
+        // The road of nearly every record: a byte of each, and the data in the block.
+        if (limit - next >= 2) {
+            const auto nextId = static_cast<std::uint8_t>(next[0]);
+            const auto count = static_cast<std::uint8_t>(next[1]);
+            if ((nextId | count) < 0x80 && limit - next - 2 >= count) {
+                id = nextId;
+                length = count;
+                data = next + 2;
+                next = data + length;
+                return true;
+            }
+        }
+        return ReadNext();
+    }
     /** Reads records up to one of this id. */
     bool Find(int wanted);
     /** Reads on to the end, since only there the archive compares the checksum; false for a damaged part. */
@@ -66,15 +81,18 @@ private:
     // Little-endian, of as many bytes.
     template <std::size_t Size>
     std::uint64_t GetField(std::size_t offset) const {
-        const bool isWhole = offset < length && length - offset >= Size;
         std::uint64_t field = 0;
+        if (offset < length && length - offset >= Size && std::endian::native == std::endian::little) {
+            std::memcpy(&field, data + offset, Size);
+            return field;
+        }
         for (std::size_t i = 0; i < Size; ++i) {
-            const auto byte = isWhole ? static_cast<std::uint8_t>(data[offset + i]) : GetByte(offset + i);
-            field |= std::uint64_t{byte} << (8 * i);
+            field |= std::uint64_t{GetByte(offset + i)} << (8 * i);
         }
         return field;
     }
 
+    bool ReadNext();
     bool Fill();
     bool ReadNumber(int mostBytes, std::uint32_t& number);
     bool ReadData(std::uint32_t count);

@@ -22,10 +22,11 @@ struct SheetCell {
         Other         /**< of a type that isn't known */
     };
 
+    // Not side by side: written one by one and then read together they would have to be waited for.
     int col = 0; /**< from 1; 0 where the part doesn't say and nobody counts */
-    int row = 0;
     Type type = Type::Blank;
-    bool hasValue = false;    /**< a value stands there, if only an empty one */
+    bool hasValue = false; /**< a value stands there, if only an empty one */
+    int row = 0;
     int style = -1;           /**< the cell format; -1 where none is named */
     std::uint16_t record = 0; /**< the binary record's id; 0 in XML */
     bool isCut = false;       /**< of the text's characters the part's form kept only a half */

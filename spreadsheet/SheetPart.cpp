@@ -149,7 +149,7 @@ XmlEvents::Taken SheetHandler::TakeRaw(std::string_view document) {
 
 // Just as the events of its elements would do it; false for a cell that these are needed for.
 bool SheetHandler::TakePlain(const PlainCell& plain) {
-    const SheetCell::Type type = GetType(plain.type);
+    const SheetCell::Type type = GetType({&plain.type, plain.type == '\0' ? std::size_t{0} : 1});
     const bool isShared = type == SheetCell::Type::SharedText;
     if (plain.column > MaxSheetColumns || (isShared && plain.hasValue && !plain.isIndex)) {
         return false;
@@ -164,7 +164,7 @@ bool SheetHandler::TakePlain(const PlainCell& plain) {
     cell.index = cell.hasIndex ? plain.index : 0;
     cell.hasNumber = plain.isNumber;
     cell.number = plain.number;
-    cell.text = plain.value;
+    cell.text = plain.GetValue();
     CheckAnswer(receiver.TakeCell(cell));
     return true;
 }

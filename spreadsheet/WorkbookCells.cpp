@@ -310,6 +310,12 @@ bool CompleteCells::StartRow(int number, int /*claimedColumns*/) {
 bool CompleteCells::TakeCell(const SheetCell& cell) {
     lastCell.cols = cell.col;
     lastCell.rows = cell.row;
+    if (cell.hasNumber && IsPlainNumber(cell)) {
+        // The road of most cells, without a question that is answered already.
+        output.Number(cell.col + colOffset, cell.row + rowOffset, cell.number);
+        Widen(extent, cell);
+        return true;
+    }
     if (Put(cell, cell.col + colOffset, cell.row + rowOffset)) {
         Widen(extent, cell);
     }
@@ -362,6 +368,12 @@ bool CompleteCells::PutNumber(const SheetCell& cell, int col, int row) {
     }
     ::PutNumber(output, col, row, number, GetKind(cell.style), book.GetDateSystem());
     return true;
+}
+
+// As its type has it, and its format.
+bool CompleteCells::IsPlainNumber(const SheetCell& cell) const {
+    return (cell.type == SheetCell::Type::Number || cell.type == SheetCell::Type::MarkedNumber) &&
+           GetKind(cell.style) == NumberKind::Number;
 }
 
 // A cell without a format has the first.

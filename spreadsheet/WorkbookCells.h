@@ -147,6 +147,7 @@ private:
     bool PutBool(const SheetCell& cell, int col, int row);
     bool PutDate(const SheetCell& cell, int col, int row);
     bool PutContradiction(const SheetCell& cell, int col, int row);
+    bool IsPlainNumber(const SheetCell& cell) const;
     NumberKind GetKind(int style) const;
 
     const Book& book;

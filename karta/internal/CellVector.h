@@ -128,6 +128,15 @@ public:
     void PutText(CellStore& store, int place, std::string_view text);
     /** A text that is kept already, by the store's word for it. */
     void PutTextWord(CellStore& store, int place, std::uint64_t word) {
+        if (!stretches.empty()) {
+            Stretch& last = stretches.back();
+            // The road of nearly every text of a list.
+            if (last.kind == CellKind::Text && place == last.GetEnd() && last.count < last.capacity &&
+                !last.hasMissing && !last.areLaid) {
+                last.values.As<std::uint64_t>()[last.count++] = word;
+                return;
+            }
+        }
         Put(store, place, CellKind::Text, word);
     }
     /** Whatever was there is gone. */

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "base/SideBySide.h"
+#include "karta/internal/AddressPlaces.h"
 #include "karta/internal/ChangedMeanwhile.h"
 #include "karta/internal/ColumnLetters.h"
 
@@ -118,14 +119,18 @@ class DistinctPlaces {
 public:
     explicit DistinctPlaces(std::int32_t* placesOfRows) : places(placesOfRows) {}
 
-    /** Of texts in the store the same one is met again, and often in the next row. */
+    /** Texts in the store stay where they are: the same one is met again, and often in the next row. */
     void AddKept(int row, std::string_view text) {
         ++count;
         Finish();
-        if (text.data() != above.data() || text.size() != above.size()) {
-            placeOfAbove = index.Find(text);
-            above = text;
-            CountNew();
+        if (text.data() != above) {
+            std::int32_t& place = kept.At(text.data());
+            if (place == AddressPlaces::Unknown) {
+                place = index.FindPassing(text);
+                CountNew();
+            }
+            placeOfAbove = place;
+            above = text.data();
         }
         places[row] = placeOfAbove;
     }
@@ -167,7 +172,8 @@ private:
     std::size_t counted = 0;
     std::int64_t size = 0;
     std::int64_t count = 0;
-    std::string_view above;
+    AddressPlaces kept;
+    const void* above = this;  // no text is there
     std::int32_t placeOfAbove = 0;
     std::array<std::string_view, TextIndex::MostAtOnce> waiting;
     std::array<int, TextIndex::MostAtOnce> rows{};

@@ -174,12 +174,9 @@ void TableSink::Set(int col, int row, std::int64_t value) {
 }
 
 void TableSink::Set(int col, int row, double value) {
-    // The road of most cells: a column that is there, beside any block.
-    if (col < firstBlock && static_cast<std::size_t>(col) - 1 < columns.size() && row >= 1) {
-        Count(1);
-        numRows = std::max(numRows, row);
+    if (IsPlainPlace(col, row)) {
+        CountPlain(col, row);
         columns[static_cast<std::size_t>(col) - 1].PutDouble(store, row - 1, value);
-        numCols = std::max(numCols, col);
         return;
     }
     Put(col, row, CellKind::Float64, BitsOf(value));
@@ -211,6 +208,12 @@ void TableSink::SetText(int col, int row, std::string_view text) {
 }
 
 void TableSink::SetListedText(int col, int row, const TextList& list, std::size_t place) {
+    if (IsPlainPlace(col, row)) {
+        CountPlain(col, row);
+        columns[static_cast<std::size_t>(col) - 1].PutTextWord(store, row - 1,
+                                                               listedTexts.FindWord(store, list, place));
+        return;
+    }
     if (!Take(col, row)) {
         return;
     }

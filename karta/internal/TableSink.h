@@ -140,6 +140,15 @@ private:
     template <class Number>
     void PutBlockRun(int col, int row, std::span<const Number> values, bool isAcross);
     void LookAtShape();
+    // That of most cells: a column that is there, beside any block.
+    bool IsPlainPlace(int col, int row) const {
+        return col < firstBlock && static_cast<std::size_t>(col) - 1 < columns.size() && row >= 1;
+    }
+    void CountPlain(int col, int row) {
+        Count(1);
+        numRows = numRows < row ? row : numRows;
+        numCols = numCols < col ? col : numCols;
+    }
     bool IsInBlock(int col) const { return col >= firstBlock && col <= lastBlock && firstBlock != NotLooked; }
 
     void Testify(CellStore& kept, TableEvidence& evidence, int firstPlace);

@@ -184,8 +184,8 @@ TEST(SheetPartTest, NumbersOfPlainCellsAreTheNearest) {
     TakenOf(R"(<c r="AB12" s="7" t="n"><v>-12345.678901</v></c>)", plain);
     EXPECT_EQ(plain.column, 28);
     EXPECT_EQ(plain.style, 7);
-    EXPECT_EQ(plain.type, "n");
-    EXPECT_EQ(plain.value, "-12345.678901");
+    EXPECT_EQ(plain.type, 'n');
+    EXPECT_EQ(plain.GetValue(), "-12345.678901");
     EXPECT_TRUE(plain.isNumber && !plain.isIndex);
     EXPECT_EQ(plain.number, -12345.678901);
     TakenOf(R"(<c r="A1"><v>0.12345678901234</v></c>)", plain);
@@ -199,6 +199,6 @@ TEST(SheetPartTest, NumbersOfPlainCellsAreTheNearest) {
     TakenOf(R"(<c r="A1"><v>123456789</v></c>)", plain);
     EXPECT_TRUE(plain.isNumber && plain.isIndex);
     EXPECT_EQ(plain.index, 123456789);
-    EXPECT_EQ(plain.type, "");
+    EXPECT_EQ(plain.type, '\0');
     EXPECT_EQ(plain.style, -1);
 }
