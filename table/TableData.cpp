@@ -429,6 +429,20 @@ bool TableData::FindPlainDouble(int col, int row, double& value) const {
     return true;
 }
 
+TableData::Kind TableData::FindPlainNumber(int col, int row, double& value) const {
+    const Cell cell = Find(col, row);
+    switch (cell & (SourceBit | KindMask)) {
+        case Double:
+            std::memcpy(&value, PlaceOf(cell >> KindBits), sizeof value);
+            return Double;
+        case Float:
+            value = std::bit_cast<float>(static_cast<std::uint32_t>(cell >> KindBits));
+            return Float;
+        default:
+            return Missing;
+    }
+}
+
 void TableData::CopyCell(int col, int row, CellOutput& output, int toCol, int toRow) const {
     switch (GetKind(col, row)) {
         case Missing:

@@ -97,6 +97,10 @@ public:
     /** The number of a Double cell without a source; false for any other cell. */
     bool FindPlainDouble(int col, int row, double& value) const;
 
+    /** The number of a Double or Float cell without a source, and which of them it is; Missing for any other.
+     */
+    Kind FindPlainNumber(int col, int row, double& value) const;
+
     /** Hands a cell on, as what it is and with its source, to another place. */
     void CopyCell(int col, int row, CellOutput& output, int toCol, int toRow) const;
 

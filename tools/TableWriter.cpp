@@ -38,9 +38,9 @@ public:
             case TableData::Int64:
                 return PrintNumber(table.GetInt64(col, row));
             case TableData::Float:
-                return PrintFloat(table.GetFloat(col, row));
+                return Print(table.GetFloat(col, row));
             case TableData::Double:
-                return {number, PrintShortest(table.GetFloatValue(col, row), number)};
+                return Print(table.GetFloatValue(col, row));
             case TableData::Missing:
                 return {};
             default:
@@ -49,13 +49,15 @@ public:
         }
     }
 
+    std::string_view Print(double value) { return {number, PrintShortest(value, number)}; }
+    // The sign of a NaN means nothing.
+    std::string_view Print(float value) { return std::isnan(value) ? "nan" : PrintNumber(value); }
+
 private:
     template <class Number>
     std::string_view PrintNumber(Number value) {
         return {number, std::to_chars(number, std::end(number), value).ptr};
     }
-    // The sign of a NaN means nothing.
-    std::string_view PrintFloat(float value) { return std::isnan(value) ? "nan" : PrintNumber(value); }
 
     TableData& table;
     std::string storage;
@@ -101,6 +103,17 @@ private:
 };
 
 void AddJsonCell(JsonRows& json, TableData& table, CellPrinter& printer, int col, int row, bool safeCells) {
+    double value = 0.0;
+    switch (table.FindPlainNumber(col, row, value)) {
+        case TableData::Float:
+            json.AddNumber(static_cast<float>(value));
+            return;
+        case TableData::Double:
+            json.AddNumber(value);
+            return;
+        default:
+            break;
+    }
     switch (table.GetKind(col, row)) {
         case TableData::Missing:
             json.AddNull();
@@ -164,11 +177,14 @@ void TableWriter::WriteSeparated(TableData& table, const std::vector<int>& rows)
         }
         Interrupt::ThrowIfRequested();
         for (int col = 1; col <= cols; ++col) {
-            const char* const source = table.GetSource(col, row);
-            if (source == nullptr && table.IsFloat(col, row)) {
-                writer.AddPlain(printer.Print(col, row));
+            double value = 0.0;
+            if (const TableData::Kind kind = table.FindPlainNumber(col, row, value);
+                kind != TableData::Missing) {
+                writer.AddPlain(kind == TableData::Float ? printer.Print(static_cast<float>(value))
+                                                         : printer.Print(value));
                 continue;
             }
+            const char* const source = table.GetSource(col, row);
             const std::string_view text = source == nullptr ? printer.Print(col, row) : source;
             if (request.safeCells && table.IsString(col, row)) {
                 writer.Add(SafeCell(std::string(text)));

@@ -28,6 +28,26 @@ TEST(TableData, KeepsEachNumberInItsType) {
     EXPECT_EQ(table.GetString(1, 1), "7");
 }
 
+TEST(TableData, PlainNumbersAreFoundAndNothingElse) {
+    TableData table;
+    table.Set(1, 1, 0.1F);
+    table.Set(2, 1, -1e300);
+    table.Set(3, 1, 7);
+    table.Set(4, 1, "0.5");
+    table.SetMissing(5, 1);
+    table.Set(6, 1, 1.5);
+    table.SetSource(6, 1, "1.50");
+    double value = 42.0;
+    for (const int col : {3, 4, 5, 6, 7}) {
+        EXPECT_EQ(table.FindPlainNumber(col, 1, value), TableData::Missing) << col;
+        EXPECT_EQ(value, 42.0);
+    }
+    EXPECT_EQ(table.FindPlainNumber(1, 1, value), TableData::Float);
+    EXPECT_EQ(static_cast<float>(value), 0.1F);
+    EXPECT_EQ(table.FindPlainNumber(2, 1, value), TableData::Double);
+    EXPECT_EQ(value, -1e300);
+}
+
 TEST(TableData, NegativeNumbersStay) {
     TableData table;
     table.Set(1, 1, -7);
