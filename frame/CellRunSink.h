@@ -3,11 +3,14 @@
 #include <cstdint>
 #include <span>
 
+#include "frame/RunCopying.h"
+
 /** Texts one behind the other, in UTF-8: the first one begins at `begin`, each ends where `ends` says. */
 struct TextRun {
     const char* bytes = nullptr;
     std::uint32_t begin = 0;
     std::span<const std::uint32_t> ends;
+    bool areUtf8 = false; /**< each of them is known to be; else who takes them looks */
 };
 
 /** What the values of a run are that aren't plain numbers. */
@@ -40,4 +43,9 @@ public:
                              std::span<const std::int64_t> values) = 0;
     /** Whether they are taken faster than the cells row by row. */
     virtual bool PrefersCellRuns() const = 0;
+    /** So many rows are likely to come, heads among them; a hint for the room to take. */
+    virtual void ExpectRows(int /*rows*/) {}
+    /** Until it is told null, the sink may leave the copying of runs to who pushes them, whose matter this
+     * is. */
+    virtual void LeaveCopying(RunCopying* /*copying*/) {}
 };

@@ -39,6 +39,7 @@ public:
 // What is read at once by a thread; the first pieces are small, for who wants the first rows only.
 constexpr std::size_t FirstPiece = std::size_t{1} << 15;
 constexpr std::size_t LargestPiece = std::size_t{1} << 18;
+constexpr double RoomForUnevenLines = 1.02;
 // How many lines are looked at for an end of a piece that is in no quotes.
 constexpr int LinesToEndAt = 32;
 // Pieces below this aren't worth looking for, for a while.
@@ -55,6 +56,30 @@ unsigned int GetThreadCount(unsigned int wanted, std::size_t bytes) {
            : bytes < LeastForThreads ? 1
                                      : std::clamp(std::thread::hardware_concurrency(), 1U, MostThreads);
 }
+
+/** As long as it is there, the readers of pieces copy what the sink leaves to them. */
+class CopyingByReaders {
+public:
+    CopyingByReaders(CellRunSink* runSink, PieceReaders& pieceReaders)
+        : sink(pieceReaders.HasOthers() ? runSink : nullptr), readers(pieceReaders) {
+        if (sink != nullptr) {
+            sink->LeaveCopying(&readers);
+        }
+    }
+    CopyingByReaders(const CopyingByReaders&) = delete;
+    CopyingByReaders& operator=(const CopyingByReaders&) = delete;
+    ~CopyingByReaders() {
+        readers.LetGo();
+        readers.FinishCopies();
+        if (sink != nullptr) {
+            sink->LeaveCopying(nullptr);
+        }
+    }
+
+private:
+    CellRunSink* const sink;
+    PieceReaders& readers;
+};
 
 ValueRunKind GetRunKind(ColumnType::Kind kind, bool areBlanked) {
     switch (kind) {
@@ -387,8 +412,9 @@ void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, Ce
     std::size_t place = scanner.GetEnd();
     std::size_t pieceSize = FirstPiece;
     bool hasMore = true;
+    const CopyingByReaders copying(cellRuns, readers);
     while (hasMore || !readers.IsEmpty()) {
-        while (hasMore && !readers.IsFull()) {
+        while (hasMore && readers.HasRoom()) {
             const std::string_view lines =
                 place < text.size() ? CutPiece(place, pieceSize) : std::string_view();
             hasMore = !lines.empty();
@@ -402,6 +428,8 @@ void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, Ce
             const LinePiece& piece = readers.Take();
             const std::size_t end = PlaceOf(piece.GetLines().data()) + piece.GetLines().size();
             PutPiece(piece, scanner, output);
+            readers.LetGo();
+            ExpectRows(scanner.GetEnd());
             if (scanner.GetEnd() != end) {
                 readers.Forget();
                 spanLines = true;
@@ -409,6 +437,16 @@ void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, Ce
             }
             hasMore = hasMore && !WantsOtherRows();
         }
+    }
+}
+
+// As many for each byte to come as there are of those up to here, and a few more.
+void DelimitedText::ExpectRows(std::size_t place) {
+    if (cellRuns != nullptr && place > 0) {
+        const double rows =
+            static_cast<double>(size.rows) * static_cast<double>(text.size()) / static_cast<double>(place);
+        cellRuns->ExpectRows(static_cast<int>(
+            std::min(rows * RoomForUnevenLines, static_cast<double>(std::numeric_limits<int>::max()))));
     }
 }
 
@@ -622,7 +660,10 @@ void DelimitedText::PutRun(const LinePiece::Column& column, std::size_t col, std
     const int place = static_cast<int>(col) + 1;
     const ColumnType::Kind kind = types[col].kind;
     if (kind == ColumnType::Text) {
-        cellRuns->SetTextRun(place, row, column.texts.GetRun(first, last));
+        TextRun run = column.texts.GetRun(first, last);
+        // Where an ASCII byte parts the fields of UTF-8, no character is divided.
+        run.areUtf8 = static_cast<unsigned char>(dialect.delimiter.front()) < 0x80;
+        cellRuns->SetTextRun(place, row, run);
     } else if (kind != ColumnType::Number) {
         cellRuns->SetValueRun(place, row, GetRunKind(kind, column.areBlanked),
                               std::span(column.values).subspan(first, last - first));

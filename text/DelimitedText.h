@@ -72,6 +72,7 @@ private:
     std::string_view CutRecords(std::size_t place, std::size_t pieceSize) const;
     std::size_t PlaceOf(const char* byte) const { return static_cast<std::size_t>(byte - text.data()); }
     void ReadPieces(PieceReaders& readers, RecordScanner& scanner, CellOutput& output);
+    void ExpectRows(std::size_t place);
     void PutPiece(const LinePiece& piece, RecordScanner& scanner, CellOutput& output);
     bool IsBelowHead() const;
     bool WantsOtherRows() const;

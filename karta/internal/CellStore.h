@@ -3,12 +3,15 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <span>
 #include <string_view>
 #include <vector>
 
 #include "base/Budget.h"
 #include "base/ReadContext.h"
 #include "base/TableBlock.h"
+#include "frame/RunCopying.h"
 #include "karta/internal/RecentTexts.h"
 
 namespace karta {
@@ -72,12 +75,39 @@ public:
         return {entry + sizeof length, length};
     }
 
+    /** Values of a run to their place in a column, now or later. */
+    void Copy(void* to, const void* from, std::size_t bytes) {
+        if (bytes < LeastToLeave || copying == nullptr) {
+            std::memcpy(to, from, bytes);
+        } else {
+            copying->GetCopies().Add(to, from, bytes);
+        }
+    }
+    /** Ends of texts, `further` behind where they are in the run. */
+    void CopyEnds(std::int64_t* to, std::span<const std::uint32_t> ends, std::int64_t further) {
+        if (ends.size_bytes() < LeastToLeave || copying == nullptr) {
+            RunCopies::PutSums(to, ends.data(), ends.size(), further);
+        } else {
+            copying->GetCopies().AddSums(to, ends, further);
+        }
+    }
+    /** Before anything is moved or looked at that values may still be copied to. */
+    void FinishCopies() const {
+        if (copying != nullptr) {
+            copying->FinishCopies();
+        }
+    }
+
+    /** Who copies later; null: nobody. */
+    RunCopying* copying = nullptr;
     /** How many rows the reader has announced; a hint for the room to take. */
     int expectedRows = 0;
     /** Whether a read may take the room for all the cells that were announced. */
     bool mayTakeAll = false;
 
 private:
+    // Less than this is copied at once.
+    static constexpr std::size_t LeastToLeave = 1024;
     static constexpr int PlacesBetweenLooks = 1 << 16;
     static constexpr std::uint64_t PartForAnnounced = 4;
     static const std::uint32_t EmptyText;

@@ -22,6 +22,7 @@ constexpr std::size_t MostStretches = 8;
 constexpr int WidestGap = 4096;
 constexpr int LeastRoom = 8;
 constexpr std::size_t LeastTextRoom = 64;
+constexpr double RoomForUnevenTexts = 1.03;
 constexpr int MostExpectedRoom = 1024;
 // An announcement is believed so many times as far as the cells have come.
 constexpr std::int64_t MostAhead = 64;
@@ -51,14 +52,19 @@ void SetBits(std::uint8_t* bits, int first, int count) {
     }
 }
 
-// Twice as much as there is; but what was announced, where there are enough cells to believe it: what grows
-// beyond its need is memory, and what grows often leaves as much behind.
-std::int64_t RoomToGrowTo(const CellStore& store, const Stretch& stretch) {
-    const std::int64_t doubled = 2 * std::int64_t{stretch.capacity};
+// How many cells the stretch is to have, where enough of them are there to believe it; else 0.
+std::int64_t GetBelievedRows(const CellStore& store, const Stretch& stretch) {
     const std::int64_t announced = std::int64_t{store.expectedRows} - stretch.first;
     const bool isBelieved = store.mayTakeAll && stretch.count >= MostExpectedRoom &&
                             announced > stretch.count && announced <= MostAhead * stretch.count;
-    return isBelieved ? announced : doubled;
+    return isBelieved ? announced : 0;
+}
+
+// Twice as much as there is; but what was announced, where there are enough cells to believe it: what grows
+// beyond its need is memory, and what grows often leaves as much behind.
+std::int64_t RoomToGrowTo(const CellStore& store, const Stretch& stretch) {
+    const std::int64_t announced = GetBelievedRows(store, stretch);
+    return announced > 0 ? announced : 2 * std::int64_t{stretch.capacity};
 }
 
 // Room for so many cells, charged before it is taken.
@@ -72,6 +78,7 @@ void Reserve(CellStore& store, Stretch& stretch, int count) {
     const std::size_t width = WidthOf(stretch.kind);
     store.Charge(more * (width + (stretch.kind == CellKind::Mixed ? 1 : 0)) +
                  (stretch.hasMissing ? more / 8 + 1 : 0));
+    store.FinishCopies();
     stretch.values.ResizeUnset((static_cast<std::size_t>(room) + (stretch.areLaid ? 1 : 0)) * width);
     if (stretch.kind == CellKind::Mixed) {
         stretch.kinds.Resize(static_cast<std::size_t>(room));
@@ -148,8 +155,14 @@ char* ReserveText(CellStore& store, Stretch& stretch, std::size_t bytes) {
     const auto used = static_cast<std::size_t>(stretch.values.As<std::int64_t>()[stretch.count]);
     const std::size_t room = stretch.text.GetSize();
     if (bytes > room - used) {
-        const std::size_t wider = std::max({used + bytes, 2 * room, LeastTextRoom});
+        // As much for each of the cells that are to come as for those that are there, and a little more.
+        const auto rows = static_cast<double>(GetBelievedRows(store, stretch));
+        const double perCell = static_cast<double>(used) / std::max(stretch.count, 1);
+        const auto expected = static_cast<std::size_t>(rows * perCell * RoomForUnevenTexts);
+        const std::size_t wider =
+            std::max({used + bytes, expected > used + bytes ? expected : 2 * room, LeastTextRoom});
         store.Charge(wider - room);
+        store.FinishCopies();
         stretch.text.ResizeUnset(wider);
     }
     return stretch.text.As<char>() + used;
@@ -174,6 +187,7 @@ void LayText(CellStore& store, Stretch& stretch, std::string_view text) {
 
 // Laid texts as words of the store, so that each can be set anew.
 void TakeUp(CellStore& store, Stretch& stretch) {
+    store.FinishCopies();
     store.InSteps(stretch.first, stretch.GetEnd(), [&](int from, int to) {
         for (int place = from; place < to; ++place) {
             const std::uint64_t word = stretch.IsThere(place) ? store.AddText(stretch.GetText(place)) : 0;
@@ -189,6 +203,7 @@ void Mix(CellStore& store, Stretch& stretch) {
     if (stretch.kind == CellKind::Mixed) {
         return;
     }
+    store.FinishCopies();
     Stretch mixed;
     mixed.first = stretch.first;
     mixed.kind = CellKind::Mixed;
@@ -269,6 +284,13 @@ std::string Cell::ToText() const {
     return {};
 }
 
+CellKind Stretch::GetKind(int place) const {
+    if (kind == CellKind::Mixed) {
+        return kinds.As<CellKind>()[place - first];
+    }
+    return IsThere(place) ? kind : CellKind::Missing;
+}
+
 Cell Stretch::Get(int place) const {
     const int at = place - first;
     if (kind == CellKind::Mixed) {
@@ -320,6 +342,7 @@ Stretch& CellVector::AddStretch(CellStore& store, int place, CellKind kind, int 
 // All in one stretch of mixed cells, from this place or the first one to the last. It begins well in front of
 // them, so that cells that come from the bottom up don't move all others each time.
 void CellVector::Join(CellStore& store, int place) {
+    store.FinishCopies();
     Stretch joined;
     const int end = GetEnd();
     const int first = stretches.front().first;
@@ -378,6 +401,7 @@ void CellVector::Put(CellStore& store, int place, CellKind kind, std::uint64_t c
         Append(store, place, kind, content);
         return;
     }
+    store.FinishCopies();
     Stretch* const stretch = Find(place);
     if (stretch == nullptr) {
         Insert(store, place, kind, content);
@@ -475,7 +499,7 @@ void CellVector::PutDoubles(CellStore& store, int place, std::span<const double>
             const int count = static_cast<int>(values.size());
             Reserve(store, *last, last->count + gap + count);
             AddMissing(store, *last, gap);
-            std::memcpy(last->values.As<double>() + last->count, values.data(), values.size_bytes());
+            store.Copy(last->values.As<double>() + last->count, values.data(), values.size_bytes());
             if (last->hasMissing) {
                 SetBits(last->bits.As<std::uint8_t>(), last->count, count);
             }
@@ -531,13 +555,13 @@ void CellVector::PutTexts(CellStore& store, int place, const TextRun& texts) {
     const std::size_t bytes = texts.ends.back() - begin;
     char* const text = ReserveText(store, *last, bytes);
     if (bytes > 0) {
-        std::memcpy(text, texts.bytes + begin, bytes);
+        store.Copy(text, texts.bytes + begin, bytes);
     }
     std::int64_t* const ends = last->values.As<std::int64_t>() + last->count;
     const std::int64_t further = ends[0] - begin;
-    for (int i = 0; i < count; ++i) {
-        ends[i + 1] = further + texts.ends[static_cast<std::size_t>(i)];
-    }
+    // The last end is where the next texts begin, and can't wait.
+    store.CopyEnds(ends + 1, texts.ends.first(texts.ends.size() - 1), further);
+    ends[count] = further + texts.ends.back();
     if (last->hasMissing) {
         SetBits(last->bits.As<std::uint8_t>(), last->count, count);
     }
@@ -582,7 +606,7 @@ void CellVector::PutValues(CellStore& store, int place, ValueRunKind kind,
         } else if (cellKind == CellKind::Date) {
             std::copy(values.begin(), values.end(), last.values.As<std::int32_t>() + last.count);
         } else {
-            std::copy(values.begin(), values.end(), last.values.As<std::int64_t>() + last.count);
+            store.Copy(last.values.As<std::int64_t>() + last.count, values.data(), values.size_bytes());
         }
         if (last.hasMissing) {
             SetBits(last.bits.As<std::uint8_t>(), last.count, count);
@@ -594,8 +618,8 @@ void CellVector::PutValues(CellStore& store, int place, ValueRunKind kind,
 
 void CellVector::PutDecimals(CellStore& store, int place, std::span<const std::uint8_t> decimals) {
     if (!decimals.empty()) {
-        std::copy(decimals.begin(), decimals.end(),
-                  NeedDecimals(store, place + static_cast<int>(decimals.size())) + place);
+        store.Copy(NeedDecimals(store, place + static_cast<int>(decimals.size())) + place, decimals.data(),
+                   decimals.size());
     }
 }
 
@@ -607,6 +631,7 @@ std::uint8_t* CellVector::NeedDecimals(CellStore& store, int end) {
     if (static_cast<std::size_t>(end) > size) {
         const std::size_t room = std::max({static_cast<std::size_t>(end), 2 * size, std::size_t{64}});
         store.Charge(room - size);
+        store.FinishCopies();
         writing->decimals.Resize(room);
     }
     return writing->decimals.As<std::uint8_t>();
@@ -614,12 +639,14 @@ std::uint8_t* CellVector::NeedDecimals(CellStore& store, int end) {
 
 // Plain decimals take a byte a cell; of any other source the characters are kept.
 void CellVector::PutSource(CellStore& store, int place, std::string_view source) {
-    const Cell cell = Get(place);
-    if (cell.kind == CellKind::Text) {
+    const Stretch* const stretch = Find(place);
+    const CellKind kind = stretch == nullptr ? CellKind::Missing : stretch->GetKind(place);
+    if (kind == CellKind::Text) {
         return;
     }
-    const auto decimals = cell.kind == CellKind::Float64 ? CountDecimals(source) : std::nullopt;
+    const auto decimals = kind == CellKind::Float64 ? CountDecimals(source) : std::nullopt;
     if (decimals) {
+        store.FinishCopies();
         NeedDecimals(store, place + 1)[place] = static_cast<std::uint8_t>(*decimals + 1);
         return;
     }

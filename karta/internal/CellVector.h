@@ -93,6 +93,8 @@ public:
             return !hasMissing || GetBit(bits.As<std::uint8_t>(), place - first);
         }
         Cell Get(int place) const;
+        /** The same without a look at the values, which may still be copied. */
+        CellKind GetKind(int place) const;
         /** Of laid texts. */
         std::string_view GetText(int place) const {
             const std::int64_t* const begins = values.As<std::int64_t>() + (place - first);

@@ -92,7 +92,7 @@ public:
         PutCellsDown(col, firstRow, texts.ends.size(),
                      [&](TableSink& sink, int place, std::size_t first, std::size_t count) {
                          const TextRun some{texts.bytes, first == 0 ? texts.begin : texts.ends[first - 1],
-                                            texts.ends.subspan(first, count)};
+                                            texts.ends.subspan(first, count), texts.areUtf8};
                          heldBytes += some.ends.back() - some.begin;
                          sink.SetTextRun(col, place, some);
                      });

@@ -382,7 +382,7 @@ void TableSink::SetTextRun(int col, int firstRow, const TextRun& texts) {
     if (!TakeRun(col, firstRow, texts.ends.size())) {
         return;
     }
-    if (!IsInBlock(col) && AreUtf8(texts)) {
+    if (!IsInBlock(col) && (texts.areUtf8 || AreUtf8(texts))) {
         ColumnAt(col).PutTexts(store, firstRow - 1, texts);
         return;
     }
@@ -428,6 +428,7 @@ void TableSink::SetDataSize(int cols, int rows) {
     }
     const int newCols = std::max(cols, 0);
     const int newRows = std::max(rows, 0);
+    store.FinishCopies();
     if (newRows < numRows) {
         for (CellVector& cells : columns) {
             cells.Cut(newRows);
@@ -438,10 +439,13 @@ void TableSink::SetDataSize(int cols, int rows) {
     }
     numCols = newCols;
     numRows = newRows;
-    store.expectedRows = newRows;
-    store.mayTakeAll =
-        static_cast<std::uint64_t>(std::max(newCols, 0)) <=
-        store.GetLimitOfAnnounced() / sizeof(double) / static_cast<std::uint64_t>(std::max(newRows, 1));
+    Announce(newCols, newRows);
+}
+
+void TableSink::Announce(int cols, int rows) {
+    store.expectedRows = rows;
+    store.mayTakeAll = static_cast<std::uint64_t>(cols) <= store.GetLimitOfAnnounced() / sizeof(double) /
+                                                               static_cast<std::uint64_t>(std::max(rows, 1));
 }
 
 // The matrix and its heads as ordinary columns.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -76,6 +77,10 @@ public:
                     std::span<const std::uint8_t> decimals) override;
     void SetTextRun(int col, int firstRow, const TextRun& texts) override;
     void SetValueRun(int col, int firstRow, ValueRunKind kind, std::span<const std::int64_t> values) override;
+    void ExpectRows(int rows) override {
+        Announce(std::max(numCols, static_cast<int>(columns.size())), rows);
+    }
+    void LeaveCopying(RunCopying* copying) override { store.copying = copying; }
     /** Where they make no matrix. */
     bool PrefersCellRuns() const override { return !context->shape.HasBlock(); }
     /** The axis tells them. */
@@ -127,6 +132,7 @@ private:
         }
     }
     void Look();
+    void Announce(int cols, int rows);
     bool Take(int col, int row);
     bool TakeRun(int col, int firstRow, std::size_t cells);
     CellVector& ColumnAt(int col);
