@@ -20,6 +20,8 @@ public:
     /** Looks at a file by its name and its first HeadSize bytes; may look further into the file. */
     using Test = Evidence (*)(const char* path, std::string_view head);
     static constexpr std::size_t HeadSize = 4096;
+    /** In place of a test: a file's content never proves the format, so that nobody has to look. */
+    static Evidence ProvesNothing(const char* /*path*/, std::string_view /*head*/) { return Evidence::None; }
 
     /**
      * `formatName` is the name in the format's record, `shortName` its name for people ("spc"); both
@@ -35,7 +37,8 @@ public:
     const char* GetFormatName() const { return formatName; }
     const char* GetShortName() const { return shortName; }
     const std::vector<std::string>& GetExtensions() const { return extensions; }
-    bool HasTest() const { return test != nullptr; }
+    bool HasTest() const { return test != nullptr && test != ProvesNothing; }
+    bool CanProve() const { return test != ProvesNothing; }
     /** None where there is no test. */
     Evidence Recognise(const char* path, std::string_view head) const;
 

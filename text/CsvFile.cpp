@@ -198,4 +198,4 @@ SpreadsheetFile* CsvFileFactory::GetSpreadsheetFile() {
 }
 
 static CsvFileFactory csvFileFactory(1);
-static FormatRecogniser csvFileRecogniser("CSV File", "csv", {}, nullptr);
+static FormatRecogniser csvFileRecogniser("CSV File", "csv", {}, FormatRecogniser::ProvesNothing);

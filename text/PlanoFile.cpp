@@ -147,4 +147,4 @@ SpreadsheetFile* PlanoFileFactory::GetSpreadsheetFile() {
 }
 
 static PlanoFileFactory planoFileFactory;
-static FormatRecogniser planoFileRecogniser("PLANO File", "plano", {}, nullptr);
+static FormatRecogniser planoFileRecogniser("PLANO File", "plano", {}, FormatRecogniser::ProvesNothing);

@@ -382,4 +382,5 @@ SpreadsheetFile* TextFileFactory::GetSpreadsheetFile() {
 }
 
 static TextFileFactory textFileFactory(1);
-static FormatRecogniser textFileRecogniser("Text File", "text", {".tsv", ".tab", ".asc", ".prn"}, nullptr);
+static FormatRecogniser textFileRecogniser("Text File", "text", {".tsv", ".tab", ".asc", ".prn"},
+                                           FormatRecogniser::ProvesNothing);

@@ -4,8 +4,11 @@
 #include <array>
 #include <iterator>
 #include <utility>
+#include <vector>
 
+#include "base/OrderedWork.h"
 #include "base/PathNames.h"
+#include "base/SideBySide.h"
 #include "base/Unicode.h"
 
 namespace {
@@ -14,6 +17,8 @@ namespace {
 constexpr std::size_t BeginningSize = 1 << 20;
 // What is looked at before it may be let go of, and how large a text is kept in memory all the same.
 constexpr std::size_t PieceToExamine = std::size_t{1} << 20;
+constexpr std::size_t PiecesAtOnce = 64;
+constexpr unsigned int MostThreads = 8;
 constexpr std::size_t LargestKept = std::size_t{32} << 20;
 constexpr std::size_t BinaryWindow = std::size_t{64} << 10U;
 // A text may hold this share of bytes that no text has, and this many of them whatever its size.
@@ -113,25 +118,42 @@ void TextSource::DropNuls(karta::ReadContext& context) {
     text = decoded;
 }
 
-// Line by line in large pieces, each let go of behind the look. `otherPiece` is the first one that isn't
-// UTF-8.
-ByteFacts TextSource::ExamineInPieces(std::string_view& otherPiece) const {
-    ByteFacts facts;
+// In large pieces of whole lines on all cores, each let go of behind the look. `otherPiece` is the first one
+// that isn't UTF-8.
+ByteFacts TextSource::ExamineInPieces(std::string_view& otherPiece, const karta::ReadContext& context) const {
+    ByteFacts all;
+    std::vector<std::string_view> pieces;
+    std::vector<ByteFacts> facts;
     for (std::size_t place = 0; place < text.size();) {
-        const std::size_t feed = text.find('\n', std::min(place + PieceToExamine, text.size()));
-        const std::size_t end = feed == std::string_view::npos ? text.size() : feed + 1;
-        const ByteFacts piece = ExamineBytes(text.substr(place, end - place));
-        if (facts.areUtf8 && !piece.areUtf8) {
-            otherPiece = text.substr(place, end - place);
+        pieces.clear();
+        // Where the next one begins is looked for at its place: not too far ahead of what lets go of it.
+        while (place < text.size() && pieces.size() < PiecesAtOnce) {
+            const std::size_t feed = text.find('\n', std::min(place + PieceToExamine, text.size()));
+            const std::size_t end = feed == std::string_view::npos ? text.size() : feed + 1;
+            pieces.push_back(text.substr(place, end - place));
+            place = end;
         }
-        facts.areUtf8 = facts.areUtf8 && piece.areUtf8;
-        facts.holdNuls = facts.holdNuls || piece.holdNuls;
-        place = end;
-        if (text.size() > LargestKept) {
-            LetGo(place);
+        facts.assign(pieces.size(), {});
+        karta::DoSideBySide(
+            pieces.size(), std::min(karta::ChooseThreadCount(context.threads, pieces.size()), MostThreads),
+            [&](std::size_t i) {
+                context.ThrowIfStopped();
+                facts[i] = ExamineBytes(pieces[i]);
+                if (text.size() > LargestKept) {
+                    const auto begin = static_cast<std::size_t>(pieces[i].data() - text.data());
+                    LetGo(begin, begin + pieces[i].size());
+                }
+            },
+            [&] { context.ThrowIfStopped(); });
+        for (std::size_t i = 0; i < pieces.size(); ++i) {
+            if (all.areUtf8 && !facts[i].areUtf8) {
+                otherPiece = pieces[i];
+            }
+            all.areUtf8 = all.areUtf8 && facts[i].areUtf8;
+            all.holdNuls = all.holdNuls || facts[i].holdNuls;
         }
     }
-    return facts;
+    return all;
 }
 
 bool TextSource::ExamineWhole(karta::ReadContext& context) {
@@ -140,7 +162,7 @@ bool TextSource::ExamineWhole(karta::ReadContext& context) {
     }
     isExamined = true;
     std::string_view otherPiece;
-    const ByteFacts facts = ExamineInPieces(otherPiece);
+    const ByteFacts facts = ExamineInPieces(otherPiece, context);
     bool isOther = facts.holdNuls;
     if (facts.holdNuls) {
         DropNuls(context);
@@ -155,9 +177,9 @@ bool TextSource::ExamineWhole(karta::ReadContext& context) {
     return isOther;
 }
 
-void TextSource::LetGo(std::size_t offset) const {
+void TextSource::LetGo(std::size_t begin, std::size_t end) const {
     if (decoded.empty()) {
-        file.LetGo(encoding.markLength + offset);
+        file.LetGo(encoding.markLength + begin, encoding.markLength + end);
     }
 }
 

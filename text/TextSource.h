@@ -44,7 +44,7 @@ public:
     bool ExamineWhole(karta::ReadContext& context);
 
     /** The text up to here isn't looked at again soon: its memory may be used otherwise meanwhile. */
-    void LetGo(std::size_t offset) const;
+    void LetGo(std::size_t offset) const { LetGo(0, offset); }
 
     /** A field as UTF-8, in `storage` where that is another text. */
     std::string_view ToUtf8(std::string_view field, std::string& storage);
@@ -55,7 +55,8 @@ public:
 private:
     void RefuseForeign(const char* path) const;
     void TakeBytes(karta::ReadContext& context);
-    ByteFacts ExamineInPieces(std::string_view& otherPiece) const;
+    ByteFacts ExamineInPieces(std::string_view& otherPiece, const karta::ReadContext& context) const;
+    void LetGo(std::size_t begin, std::size_t end) const;
     void DropNuls(karta::ReadContext& context);
 
     MappedFile file;

@@ -45,6 +45,9 @@ public:
         if (hasTest && reasonByExtension.empty()) {
             return {VerdictNo, NotProved};
         }
+        if (recogniser != nullptr && !recogniser->CanProve() && reasonByExtension.empty()) {
+            return {VerdictNo, NotNamed};
+        }
         // This opens the file once more, which of many small ones is most of the work.
         const int classic = formats.GetVerdict(format, file.c_str());
         if (!hasTest && classic == VerdictYes) {
