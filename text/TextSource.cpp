@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t BeginningSize = 1 << 20;
 // What is looked at before it may be let go of, and how large a text is kept in memory all the same.
 constexpr std::size_t PieceToExamine = std::size_t{1} << 20;
-constexpr std::size_t PiecesAtOnce = 64;
+constexpr std::size_t PiecesAtOnce = 8;
 constexpr unsigned int MostThreads = 8;
 constexpr std::size_t LargestKept = std::size_t{32} << 20;
 constexpr std::size_t BinaryWindow = std::size_t{64} << 10U;
