@@ -51,16 +51,22 @@ int BiffCellDecoder::ShiftOf(int id) const {
     return isShifted || (!isClassic && IsIdOfBiff2(id)) ? 1 : 0;
 }
 
-BiffCell BiffCellDecoder::ReadHead(int id, const char* data) const {
-    BiffCell cell;
+// Into the cell itself: there are millions.
+void BiffCellDecoder::ReadHead(int id, const char* data) {
+    cell.kind = BiffCell::Kind::Number;
+    cell.isFormula = false;
     cell.record = id;
     cell.row = BiffU16(data, 0);
     cell.col = BiffU16(data, 2);
+    cell.step = 0;
     cell.lastCol = cell.col;
     cell.xf = BiffU16(data, XfOffset);
     cell.isOfBiff2 = ShiftOf(id) != 0;
     cell.attributes = static_cast<int>(ByteAt(data, AttributesOffset));
-    return cell;
+    cell.number = 0.0;
+    cell.code = 0;
+    cell.count = 0;
+    cell.bytes = {};
 }
 
 std::span<const BiffCell> BiffCellDecoder::Decode(int id, const char* data, int length) {
@@ -100,7 +106,7 @@ std::span<const BiffCell> BiffCellDecoder::Decode(int id, const char* data, int 
 
 // The records of one number each, or of a shared string's.
 void BiffCellDecoder::DecodeNumber(int id, const char* data) {
-    cell = ReadHead(id, data);
+    ReadHead(id, data);
     switch (id) {
         case Id::IntegerOfBiff2:
             cell.number = BiffU16(data, ValueOffset + 1);
@@ -125,7 +131,7 @@ void BiffCellDecoder::DecodeMulRk(const char* data, int length) {
     if (end < RkGroupsOffset) {
         return;
     }
-    cell = ReadHead(Id::MulRk, data);
+    ReadHead(Id::MulRk, data);
     cell.lastCol = BiffU16(data, end);
     for (int offset = RkGroupsOffset; offset + RkGroupSize <= end; offset += RkGroupSize) {
         cell.xf = BiffU16(data, offset);
@@ -139,7 +145,7 @@ void BiffCellDecoder::DecodeMulRk(const char* data, int length) {
 // The stored result: a number, or a mark in its place that says what else it is.
 void BiffCellDecoder::DecodeFormula(int id, const char* data) {
     const int result = ValueOffset + ShiftOf(id);
-    cell = ReadHead(id, data);
+    ReadHead(id, data);
     cell.isFormula = true;
     if (BiffU16(data, result + 6) != NoNumber) {
         cell.number = BiffDouble(data, result);
@@ -164,14 +170,14 @@ void BiffCellDecoder::DecodeFormula(int id, const char* data) {
 
 void BiffCellDecoder::DecodeBoolErr(int id, const char* data) {
     const int value = ValueOffset + ShiftOf(id);
-    cell = ReadHead(id, data);
+    ReadHead(id, data);
     cell.kind = ByteAt(data, value + 1) == 0 ? BiffCell::Kind::Bool : BiffCell::Kind::Error;
     cell.code = static_cast<int>(ByteAt(data, value));
 }
 
 // The text begins at one place in all versions: BIFF2's count is a byte less and its attributes one more.
 void BiffCellDecoder::DecodeText(int id, const char* data, int length) {
-    cell = ReadHead(id, data);
+    ReadHead(id, data);
     cell.kind = BiffCell::Kind::Text;
     const bool hasByteCount = ShiftOf(id) != 0 && (id & 0xFF) != Id::RString;
     cell.count = hasByteCount ? static_cast<int>(ByteAt(data, TextOffset - 1)) : BiffU16(data, ValueOffset);

@@ -36,10 +36,12 @@ struct BiffCell {
         NoResult     /**< a formula that gave nothing */
     };
 
+    // Row and column not side by side: written one by one and then read together they would have to be waited
+    // for.
     Kind kind = Kind::Number;
     bool isFormula = false;
-    int record = 0;         /**< its id */
     int row = 0;            /**< from 0 */
+    int record = 0;         /**< its id */
     int col = 0;            /**< from 0 */
     int step = 0;           /**< its place in a record of several cells, which begins this far left */
     int lastCol = 0;        /**< where such a record says that it ends */
@@ -66,7 +68,7 @@ public:
     std::span<const BiffCell> Decode(int id, const char* data, int length);
 
 private:
-    BiffCell ReadHead(int id, const char* data) const;
+    void ReadHead(int id, const char* data);
     void DecodeNumber(int id, const char* data);
     void DecodeMulRk(const char* data, int length);
     void DecodeFormula(int id, const char* data);

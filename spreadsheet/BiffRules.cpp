@@ -203,9 +203,15 @@ void CompleteBiffCells::Put(const BiffCell& cell) {
     }
     const int col = colOffset + cell.col + 1;
     const int row = rowOffset + cell.row + 1;
+    const NumberKind number = cell.kind == Kind::Number ? KindOf(cell) : NumberKind::Number;
+    if (cell.kind == Kind::Number && number == NumberKind::Number) {
+        numbers->Put(col, row, cell.number);
+        return;
+    }
+    numbers->End(col);
     switch (cell.kind) {
         case Kind::Number:
-            PutNumber(*output, col, row, cell.number, KindOf(cell), tables.dateSystem);
+            PutDated(*output, col, row, cell.number, number, tables.dateSystem);
             break;
         case Kind::SharedText:
             PutSharedText(cell);
@@ -228,6 +234,7 @@ void CompleteBiffCells::Put(const BiffCell& cell) {
 
 void CompleteBiffCells::PutText(const BiffCell& cell, std::string_view text) {
     if (Extend(cell)) {
+        numbers->End(colOffset + cell.col + 1);
         output->Text(colOffset + cell.col + 1, rowOffset + cell.row + 1, text);
     }
 }

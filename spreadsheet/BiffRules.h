@@ -12,6 +12,7 @@
 #include "base/CodePage.h"
 #include "base/Note.h"
 #include "frame/CellOutput.h"
+#include "frame/NumberRuns.h"
 #include "frame/ReadSpreadSheetData.h"
 #include "spreadsheet/BiffCell.h"
 #include "spreadsheet/CellErrors.h"
@@ -83,9 +84,11 @@ private:
 /** The complete rule: every cell as what it is. */
 class CompleteBiffCells {
 public:
-    /** Without an output the cells are only measured. Both stay the caller's. */
-    CompleteBiffCells(CellOutput* cellOutput, const BiffTables& workbookTables)
-        : output(cellOutput), tables(workbookTables) {}
+    /** All stay the caller's, who ends the numbers. */
+    CompleteBiffCells(CellOutput& cellOutput, NumberRuns& plainNumbers, const BiffTables& workbookTables)
+        : output(&cellOutput), numbers(&plainNumbers), tables(workbookTables) {}
+    /** The cells are only measured. */
+    explicit CompleteBiffCells(const BiffTables& workbookTables) : tables(workbookTables) {}
 
     /** The next sheet's cells go so many rows and columns further; `name` is for notes, empty for a single
      * one. */
@@ -108,7 +111,8 @@ private:
     void PutSharedText(const BiffCell& cell);
     NumberKind KindOf(const BiffCell& cell);
 
-    CellOutput* output;
+    CellOutput* output = nullptr;
+    NumberRuns* numbers = nullptr;
     const BiffTables& tables;
     std::vector<NumberKind> kinds;  // of each cell format
     bool areKindsKnown = false;

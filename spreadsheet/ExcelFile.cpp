@@ -138,6 +138,23 @@ std::string_view TextBytesOf(const ExcelFile::BIFFRecord& record, int offset) {
                : std::string_view();
 }
 
+// Of numbers or a shared text, with all its fields.
+bool IsPlainRecord(int id, int length) {
+    constexpr int NumberLength = 14;
+    constexpr int RkLength = 10;
+    switch (id) {
+        case BiffCellRecord::Number:
+            return length == NumberLength;
+        case BiffCellRecord::Rk:
+        case BiffCellRecord::LabelSst:
+            return length == RkLength;
+        case BiffCellRecord::MulRk:
+            return length >= RkLength && length <= MaxLengthBeforeBiff8;
+        default:
+            return false;
+    }
+}
+
 void CopyRecord(const ExcelFile::BIFFRecord& from, ExcelFile::BIFFRecord& to) {
     std::memcpy(to.data, from.data, static_cast<std::size_t>(from.length));
     if (from.length < to.length) {
@@ -219,7 +236,7 @@ bool ExcelFile::MeasureChosenSheets() {
     if (!IsComplete() || !stream.IsOpen()) {
         return true;
     }
-    CompleteBiffCells cells(nullptr, tables);
+    CompleteBiffCells cells(tables);
     for (const int number : selectedSheets) {
         WorksheetEntry& sheet = worksheets[static_cast<std::size_t>(number)];
         if (sheet.rows >= 0) {
@@ -954,7 +971,8 @@ bool ExcelFile::ReadClassicFormulaText(ClassicBiffCells& cells, const BiffCell& 
 
 int ExcelFile::ReadComplete(ReadSpreadSheetData& sink) {
     CellOutput output(sink);
-    CompleteBiffCells cells(&output, tables);
+    NumberRuns numbers(sink, output);
+    CompleteBiffCells cells(output, numbers, tables);
     const bool isAlone = selectedSheets.size() == 1;
     int tableCols = 0;
     int tableRows = 0;
@@ -983,6 +1001,7 @@ int ExcelFile::ReadComplete(ReadSpreadSheetData& sink) {
         int& offset = vertical ? rowOffset : colOffset;
         offset = Add(offset, vertical ? sheet.rows : sheet.cols);
     }
+    numbers.EndAll();
     sink.SetDataSize(tableCols, tableRows);
     cells.AddTo(GetContext()->notes);
     NoteOtherParts();
@@ -1021,6 +1040,7 @@ int ExcelFile::WalkSheet(const WorksheetEntry& sheet, CompleteBiffCells& cells) 
             --depth;
         } else if (depth == 0) {
             TakeSheetRecord(cells);
+            records += PutPlainRecords(cells, RecordsBetweenLooks - 1 - records % RecordsBetweenLooks);
         }
     }
     if (bytesRead > 0 && sheet.offset + bytesRead >= streamSize) {
@@ -1056,6 +1076,30 @@ void ExcelFile::PutCells(CompleteBiffCells& cells) {
             cells.Put(cell);
         }
     }
+}
+
+// The records to come of numbers and shared texts, from where they lie; how many they were. Before BIFF5 each
+// could be one of the sheet's own formats.
+int ExcelFile::PutPlainRecords(CompleteBiffCells& cells, int most) {
+    int count = 0;
+    for (; count < most && !hasNextRecord && biffHigh >= HighOfBiff5; ++count) {
+        const std::string_view ahead = stream.GetAhead();
+        if (ahead.size() <= HeaderSize) {
+            break;
+        }
+        const int id = BiffU16(ahead.data(), 0);
+        const int length = BiffU16(ahead.data(), 2);
+        if (!IsPlainRecord(id, length) || ahead.size() - HeaderSize <= static_cast<std::size_t>(length)) {
+            break;
+        }
+        for (const BiffCell& cell : decoder.Decode(id, ahead.data() + HeaderSize, length)) {
+            lastCell = {cell.col + 1, cell.row + 1};
+            cells.Put(cell);
+        }
+        bytesRead += HeaderSize + length;
+        stream.Skip(static_cast<std::size_t>(HeaderSize + length));
+    }
+    return count;
 }
 
 // A text that begins with these bytes of the present record, and may go on in the next ones.
@@ -1174,7 +1218,7 @@ std::vector<FileContents::Part> ExcelFile::ListSheetsAsParts() const {
 // Sheets that can't be read stay without a size. Each place in the file is walked once.
 void ExcelFile::MeasureAllSheets() {
     std::map<std::int32_t, const WorksheetEntry*> measured;
-    CompleteBiffCells cells(nullptr, tables);
+    CompleteBiffCells cells(tables);
     for (int number = 1; number <= worksheetCount; ++number) {
         WorksheetEntry& sheet = worksheets[static_cast<std::size_t>(number)];
         const auto [known, isNew] = measured.emplace(sheet.offset, &sheet);

@@ -174,6 +174,7 @@ private:
     void NoteMissingEnd(const WorksheetEntry& sheet);
     void TakeSheetRecord(CompleteBiffCells& cells);
     void PutCells(CompleteBiffCells& cells);
+    int PutPlainRecords(CompleteBiffCells& cells, int most);
     std::string ReadText(int count, std::string_view bytes);
     std::string ReadFormulaText();
     bool NextRecord();

@@ -10,6 +10,7 @@
 #include "frame/CellOutput.h"
 #include "frame/CompleteOptions.h"
 #include "frame/FormatRecogniser.h"
+#include "frame/NumberRuns.h"
 #include "spreadsheet/CellErrors.h"
 #include "spreadsheet/NumberFormats.h"
 
@@ -166,8 +167,11 @@ FormatRecogniser::Evidence Recognise(const char* /*path*/, std::string_view head
 /** The complete rule: every cell as what it is, and what its formula gave. */
 class LotusFile::CompleteCells {
 public:
-    /** Without an output the cells are only measured. */
-    CompleteCells(CellOutput* cellOutput, const CodePage& labels) : output(cellOutput), codePage(labels) {}
+    /** All stay the caller's, who ends the numbers. */
+    CompleteCells(CellOutput& cellOutput, NumberRuns& plainNumbers, const CodePage& labels)
+        : output(&cellOutput), numbers(&plainNumbers), codePage(labels) {}
+    /** The cells are only measured. */
+    explicit CompleteCells(const CodePage& labels) : codePage(labels) {}
 
     void Take(const Cell& cell) {
         if (cell.col < 1 || cell.col > LastColumn || cell.row < 1) {
@@ -214,24 +218,25 @@ private:
     }
 
     void Put(const Cell& cell) {
-        switch (cell.kind) {
-            case Cell::Kind::Label:
-            case Cell::Kind::String:
-                output->Text(cell.col, cell.row, codePage.ToUtf8(cell.text));
-                break;
-            default:
-                if (IsError(cell.number)) {
-                    errors.Add(cell.col, cell.row, ErrorTextOf(cell.number));
-                    output->Error(cell.col, cell.row, ErrorTextOf(cell.number));
-                } else {
-                    PutNumber(*output, cell.col, cell.row, cell.number, KindOf(cell.format),
-                              DateSystem::From1900);
-                }
-                break;
+        const bool isText = cell.kind == Cell::Kind::Label || cell.kind == Cell::Kind::String;
+        const NumberKind kind = isText ? NumberKind::Number : KindOf(cell.format);
+        if (!isText && kind == NumberKind::Number && !IsError(cell.number)) {
+            numbers->Put(cell.col, cell.row, cell.number);
+            return;
+        }
+        numbers->End(cell.col);
+        if (isText) {
+            output->Text(cell.col, cell.row, codePage.ToUtf8(cell.text));
+        } else if (IsError(cell.number)) {
+            errors.Add(cell.col, cell.row, ErrorTextOf(cell.number));
+            output->Error(cell.col, cell.row, ErrorTextOf(cell.number));
+        } else {
+            PutDated(*output, cell.col, cell.row, cell.number, kind, DateSystem::From1900);
         }
     }
 
-    CellOutput* output;
+    CellOutput* output = nullptr;
+    NumberRuns* numbers = nullptr;
     const CodePage& codePage;
     std::optional<Cell> formula;
     ErrorCells errors;
@@ -329,7 +334,7 @@ void LotusFile::MeasureOnce() {
         return;
     }
     if (IsComplete()) {
-        CompleteCells cells(nullptr, codePage);
+        CompleteCells cells(codePage);
         status = WalkCells(cells);
         numCols = cells.GetCols();
         numRows = cells.GetRows();
@@ -492,7 +497,8 @@ int LotusFile::Read(ReadSpreadSheetData* sink) {
 
 int LotusFile::ReadComplete(ReadSpreadSheetData& sink) {
     CellOutput output(sink);
-    CompleteCells cells(&output, codePage);
+    NumberRuns numbers(sink, output);
+    CompleteCells cells(output, numbers, codePage);
     const int result = WalkCells(cells);
     if (shortCells > 0) {
         const std::string place = "byte " + std::to_string(firstShortCell);
@@ -501,6 +507,7 @@ int LotusFile::ReadComplete(ReadSpreadSheetData& sink) {
                      " fields left out (first: " + place + ")"});
     }
     cells.Finish(GetContext()->notes);
+    numbers.EndAll();
     numCols = cells.GetCols();
     numRows = cells.GetRows();
     sizeKnown = true;

@@ -29,6 +29,10 @@ public:
         taken += count;
         return true;
     }
+    /** What lies ahead in memory, if anything. */
+    std::string_view GetAhead() const { return window.substr(taken); }
+    /** Over fewer bytes than lie ahead. */
+    void Skip(std::size_t count) { taken += count; }
     /** As BaseStream has them. */
     void Seek(long long offset, int origin);
     int Tell();

@@ -388,6 +388,63 @@ TEST_F(ExcelFileCompleteTest, TheStreamHasItsNameInAnyCase) {
     EXPECT_EQ(read(CompoundBuilder().Stream("Book", old.Build()).Stream("Workbook", book.Build())), "[1]\n");
 }
 
+// Of a compound file numbers are taken from where they lie, of a plain one they are read record by record.
+TEST_F(ExcelFileCompleteTest, RecordsInMemoryAreThoseOfAPlainFile) {
+    std::minstd_rand random(7);
+    const auto chance = [&](unsigned most) { return static_cast<unsigned>(random() % most); };
+    for (int round = 0; round < 60; ++round) {
+        WorkbookBuilder book(round % 4 == 0 ? Biff5 : Biff8);
+        book.Globals().Format(164, "yyyy-mm-dd").Xf(0).Xf(164);
+        if (round % 4 != 0) {
+            book.Tail().Record(0x00FC, ByteBuilder().I32(1).I32(1).Text(SharedText("shared").Bytes()));
+        }
+        BiffBuilder cells;
+        for (unsigned i = 0; i < 5000; ++i) {
+            const unsigned row = i / 10;
+            const unsigned col = chance(300);
+            switch (chance(round % 3 == 0 ? 200 : 12)) {
+                case 0:
+                    cells.MulRk(row, col, {{0, 42}, {1, 170'002}, {0, 7}});
+                    break;
+                case 1:
+                    cells.LabelSst(row, col, static_cast<int>(chance(2)));
+                    break;
+                case 2:
+                    cells.BoolErr(row, col, 1, 0);
+                    break;
+                case 3:
+                    cells.FormulaMark(row, col, 0).String("result");
+                    break;
+                case 4:
+                    cells.Record(0x0203, ByteBuilder().U16(row).U16(col).Zeros(chance(12)));
+                    break;
+                case 5:
+                    cells.Record(0x00BD, ByteBuilder().U16(row).U16(col).Zeros(chance(30)));
+                    break;
+                case 6:
+                    cells.Record(0x027E,
+                                 BiffBuilder::Cell(row, col, 1).U32(chance(1U << 31)).Zeros(chance(3)));
+                    break;
+                default:
+                    cells.Number(row, col, 40'000 + i / 8.0, chance(2));
+                    break;
+            }
+        }
+        book.Sheet("A", 0, 0, cells);
+        std::string bytes = book.Build();
+        if (round % 5 == 4) {
+            bytes.resize(bytes.size() - chance(2000));
+        }
+        CompleteRead plain(Write(bytes));
+        CompleteRead compound(
+            folder.Write("compound.xls", CompoundBuilder().Stream("Workbook", bytes).Build()));
+        EXPECT_EQ(compound.status, plain.status);
+        EXPECT_EQ(compound.notes, plain.notes);
+        ASSERT_EQ(compound.Cells(), plain.Cells());
+        EXPECT_GT(plain.Cells().size(), 1000U);
+    }
+}
+
 TEST_F(ExcelFileCompleteTest, ContentProvesAWorkbook) {
     const FormatRecogniser* const recogniser = FormatRecogniser::Find("Excel File");
     ASSERT_NE(recogniser, nullptr);
