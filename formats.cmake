@@ -8,7 +8,7 @@ karta_format(text/CsvFile text/CsvParser text/CsvScanner CASES csv)
 karta_format(text/DIFFile CASES dif)
 karta_format(text/DIFFileOEM)
 karta_format(text/PlanoFile CASES plano)
-karta_format(text/ThermoSIEVEFile text/ThermoMirroredReadSpreadSheetData CASES sieve)
+karta_format(text/ThermoSIEVEFile text/ReportCells text/ThermoMirroredReadSpreadSheetData text/TurnedReport CASES sieve)
 karta_format(spreadsheet/NumberFormats spreadsheet/CellErrors spreadsheet/SheetChoice) # what the readers of workbooks share
 karta_format(spreadsheet/ExcelFile spreadsheet/BaseStream spreadsheet/BiffCell spreadsheet/BiffRules spreadsheet/BiffText spreadsheet/ExcelSharedStrings
              spreadsheet/ExcelStgStream spreadsheet/RecordBytes CASES excel)

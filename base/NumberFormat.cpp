@@ -1,11 +1,13 @@
 #include "base/NumberFormat.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
 #include <limits>
+#include <system_error>
 
 #include "base/ExactPowers.h"
 
@@ -92,15 +94,38 @@ char* PrintSixDigits(double value, char* text) {
     return StoreLowBytes(before | point | (places - before) << 8U, text) + size + 1;
 }
 
+// The eight digits of a number below 10^8 in the bytes of a word, the first one lowest: the number is parted
+// into fours, pairs and digits, all of each at once.
+std::uint64_t PartDigits(std::uint32_t number) {
+    const std::uint64_t fours = number / 10'000 | std::uint64_t{number % 10'000} << 32U;
+    const std::uint64_t hundreds = (fours * 10'486 >> 20U) & 0x7f0000007fU;
+    const std::uint64_t pairs = hundreds | (fours - hundreds * 100) << 16U;
+    const std::uint64_t tens = (pairs * 103 >> 10U) & 0x000f000f000f000fU;
+    return tens | (pairs - tens * 10) << 8U;
+}
+
+// Below 10^9. Up to nine bytes are stored.
+char* PrintWhole(std::uint32_t number, char* text) {
+    constexpr std::uint32_t EightDigits = 100'000'000;
+    constexpr std::uint64_t Zeros = 0x3030303030303030;
+    std::uint64_t digits = PartDigits(number % EightDigits);
+    if (number >= EightDigits) {
+        *text++ = static_cast<char>('0' + number / EightDigits);
+        return StoreLowBytes(digits | Zeros, text) + sizeof digits;
+    }
+    // The last digit stays where the number is 0.
+    const int leading = std::countr_zero(digits | std::uint64_t{1} << 56U) / 8;
+    digits = (digits | Zeros) >> (8 * leading);
+    return StoreLowBytes(digits, text) + (static_cast<int>(sizeof digits) - leading);
+}
+
 // The shortest text of a number with a few places behind the point, as most measured ones are: with at most
 // fifteen digits no two texts mean one number, so that one that means this number is the only one. Returns
-// the text's end, or null for a value that needs more places.
+// the text's end, or null for a value that needs more places. Of no whole number.
 template <int Places>
 char* PrintPlaces(double magnitude, char* text) {
     constexpr double Scale = PowersOfTen[Places];
     constexpr auto Units = static_cast<std::uint64_t>(Scale);
-    // A whole number that ends in fewer zeros is no shorter with an exponent.
-    constexpr std::uint32_t ShorterWithExponent = 100'000;
     // One that this rounds wrongly isn't the same number behind it.
     // NOLINTNEXTLINE(bugprone-incorrect-roundings)
     const auto digits = static_cast<std::uint64_t>(magnitude * Scale + 0.5);
@@ -108,14 +133,7 @@ char* PrintPlaces(double magnitude, char* text) {
         return nullptr;
     }
     std::uint64_t fraction = digits % Units;
-    const auto whole = static_cast<std::uint32_t>(digits / Units);
-    if (fraction == 0 && whole % ShorterWithExponent == 0) {
-        return nullptr;
-    }
-    text = std::to_chars(text, text + std::numeric_limits<std::uint32_t>::digits10 + 1, whole).ptr;
-    if (fraction == 0) {
-        return text;
-    }
+    text = PrintWhole(static_cast<std::uint32_t>(digits / Units), text);
     *text++ = '.';
     int places = Places;
     for (; fraction % 10 == 0; fraction /= 10) {
@@ -136,10 +154,46 @@ char* PrintFewPlaces(double value, char* text) {
     if (value < 0.0) {
         *text++ = '-';
     }
+    // A whole number that ends in fewer zeros is no shorter with an exponent.
+    constexpr std::uint32_t ShorterWithExponent = 100'000;
+    if (const auto whole = static_cast<std::uint32_t>(magnitude); whole == magnitude) {
+        return whole % ShorterWithExponent == 0 ? nullptr : PrintWhole(whole, text);
+    }
     if (char* const end = PrintPlaces<6>(magnitude, text)) {
         return end;
     }
     return magnitude < 1e5 ? PrintPlaces<10>(magnitude, text) : nullptr;
+}
+
+// As printf's %.<decimals>f where that is seen without its exact way; else null.
+char* PrintPlainDecimals(double value, int decimals, char* text) {
+    constexpr double MostDigits = 1e12;
+    // So far from a whole number the true digits may be others.
+    constexpr double Certain = 1e-2;
+    if (decimals < 1 || static_cast<std::size_t>(decimals) >= std::size(PowersOfTen)) {
+        return nullptr;
+    }
+    const double scale = PowersOfTen[static_cast<std::size_t>(decimals)];
+    const double scaled = std::fabs(value) * scale;
+    if (!(scaled < MostDigits && scale < MostDigits)) {
+        return nullptr;
+    }
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings)
+    const auto digits = static_cast<std::uint64_t>(scaled + 0.5);
+    if (std::fabs(scaled - static_cast<double>(digits)) > Certain) {
+        return nullptr;
+    }
+    const auto parts = static_cast<std::uint64_t>(scale);
+    if (std::signbit(value)) {
+        *text++ = '-';
+    }
+    text = std::to_chars(text, text + std::numeric_limits<std::uint64_t>::digits10 + 1, digits / parts).ptr;
+    *text++ = '.';
+    std::uint64_t fraction = digits % parts;
+    for (int i = decimals - 1; i >= 0; --i, fraction /= 10) {
+        text[i] = static_cast<char>('0' + fraction % 10);
+    }
+    return text + decimals;
 }
 
 }  // namespace
@@ -189,4 +243,13 @@ char* PrintShortest(double value, char* text) {
         return std::copy_n("nan", 3, text);
     }
     return std::to_chars(text, text + ShortestNumberSize, value).ptr;
+}
+
+char* PrintDecimals(double value, int decimals, char* text) {
+    if (char* const end = PrintPlainDecimals(value, decimals, text)) {
+        return end;
+    }
+    const auto result =
+        std::to_chars(text, text + ShortestNumberSize, value, std::chars_format::fixed, decimals);
+    return result.ec == std::errc() ? result.ptr : PrintShortest(value, text);
 }

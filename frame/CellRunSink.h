@@ -22,6 +22,9 @@ enum class ValueRunKind {
     DateBlankedTime /**< the same, written in the file with a blank in place of the T */
 };
 
+/** What a cell of a written run is by itself. */
+enum class WrittenKind : std::uint8_t { Missing, Text, Number, Bool, Date, Time, DateTime };
+
 /**
  * A sink that also takes cells below each other which are cells by themselves and no array of the file: as
  * many calls of Set, SetText and the like. A table whose columns have types finds whole numbers among the
@@ -41,6 +44,15 @@ public:
     virtual void SetTextRun(int col, int firstRow, const TextRun& texts) = 0;
     virtual void SetValueRun(int col, int firstRow, ValueRunKind kind,
                              std::span<const std::int64_t> values) = 0;
+    /**
+     * The cells of a column of values and texts by the characters that they have or would be written with, in
+     * place of the values, where such a column becomes one of texts whatever else comes: nothing else is set
+     * in these rows then. False, with nothing done, where the values are wanted.
+     */
+    virtual bool SetWrittenRun(int /*col*/, int /*firstRow*/, const TextRun& /*texts*/,
+                               std::span<const WrittenKind> /*kinds*/) {
+        return false;
+    }
     /** Whether they are taken faster than the cells row by row. */
     virtual bool PrefersCellRuns() const = 0;
     /** So many rows are likely to come, heads among them; a hint for the room to take. */

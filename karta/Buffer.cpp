@@ -1,6 +1,7 @@
 #include "karta/Buffer.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -29,6 +30,27 @@ std::size_t RoundUp(std::size_t size, std::size_t unit) {
 
 std::size_t RoundToPages(std::size_t size) {
     return RoundUp(size, size >= SmallestHuge ? HugePageSize : PageSize);
+}
+
+// Aligned, with the block's own address right in front: what the C library aligns by itself costs several
+// times as much, and of a wide table's columns each has a few.
+void* AllocateAligned(std::size_t size) {
+    char* const block = static_cast<char*>(std::malloc(size + Buffer::Alignment));
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    const std::size_t beyond = reinterpret_cast<std::uintptr_t>(block) % Buffer::Alignment;
+    char* const data = block + (Buffer::Alignment - beyond);
+    std::memcpy(data - sizeof block, &block, sizeof block);
+    return data;
+}
+
+void FreeAligned(void* data) {
+    if (data != nullptr) {
+        char* block = nullptr;
+        std::memcpy(&block, static_cast<char*>(data) - sizeof block, sizeof block);
+        std::free(block);
+    }
 }
 
 void* Map(std::size_t size) {
@@ -66,7 +88,7 @@ void Buffer::Free() {
     if (mapped != 0) {
         BlockPool::GetShared().Give({data, mapped});
     } else {
-        std::free(data);
+        FreeAligned(data);
     }
 }
 
@@ -112,10 +134,7 @@ void Buffer::Move(std::size_t newSize, bool areZeros) {
         other.mapped = block.data == nullptr ? whole : block.size;
     } else if (newSize > 0) {
         const std::size_t whole = RoundUp(newSize, Alignment);
-        other.data = std::aligned_alloc(Alignment, whole);
-        if (other.data == nullptr) {
-            throw std::bad_alloc();
-        }
+        other.data = AllocateAligned(whole);
         const std::size_t begin = areZeros ? std::min(size, newSize) : newSize;
         std::memset(other.As<char>() + begin, 0, whole - begin);
     }

@@ -211,7 +211,7 @@ DelimitedText::Size DelimitedText::Measure() {
     }
 }
 
-void DelimitedText::Read(ReadSpreadSheetData& sink) {
+void DelimitedText::Read(ReadSpreadSheetData& sink, const std::function<void()>& startOver) {
     CellOutput output(sink);
     isStreaming = !output.KeepsRows();
     cellRuns = nullptr;
@@ -234,6 +234,8 @@ void DelimitedText::Read(ReadSpreadSheetData& sink) {
     HandOutRowTexts();
     if (!isStreaming) {
         ConvertAgain(output);
+    } else if (startOver) {
+        ReadAgain(output, startOver);
     }
     sink.SetDataSize(size.cols, size.rows);
     context.shape = head.GetShape(types);
@@ -909,6 +911,19 @@ void DelimitedText::ConvertAgain(CellOutput& output) {
     if (!columns.empty()) {
         zones = {};
         ConvertColumns(columns, output);
+    }
+}
+
+// The same where nothing is there any more to be converted again.
+void DelimitedText::ReadAgain(CellOutput& output, const std::function<void()>& startOver) {
+    std::vector<ColumnType> settled = ResolveTypes();
+    settled.resize(std::max(settled.size(), types.size()));
+    types.resize(settled.size());
+    if (settled != types) {
+        types = std::move(settled);
+        startOver();
+        BeginReading();
+        ReadRecords(output);
     }
 }
 

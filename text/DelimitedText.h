@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -42,7 +43,11 @@ public:
     /** Raises a std::exception with its reason for people. */
     void Open(const char* path, const DelimitedOptions& choices);
 
-    void Read(ReadSpreadSheetData& sink);
+    /**
+     * `startOver` is for a sink that lets go of rows and can begin anew: where the columns turn out otherwise
+     * than the file's beginning has them, it is called, and then all rows come once more.
+     */
+    void Read(ReadSpreadSheetData& sink, const std::function<void()>& startOver = {});
 
     struct Size {
         int cols = 0;
@@ -108,6 +113,7 @@ private:
     void PutLooked(const FieldForm& form, std::string_view value, CellOutput& output, int col, int row);
     void PutText(std::string_view value, CellOutput& output, int col, int row);
     void ConvertAgain(CellOutput& output);
+    void ReadAgain(CellOutput& output, const std::function<void()>& startOver);
     void ConvertColumns(const std::vector<std::size_t>& columns, CellOutput& output);
 
     void NoteFaults(const RecordScanner& scanner);

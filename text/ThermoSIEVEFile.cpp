@@ -8,13 +8,12 @@
 
 #include "base/LineReader.h"
 #include "base/NumberParser.h"
-#include "frame/CellRunSink.h"
 #include "frame/FormatRecogniser.h"
 #include "frame/OptionsText.h"
 #include "host/NvFile.h"
-#include "table/TableData.h"
 #include "text/DelimitedText.h"
 #include "text/ThermoMirroredReadSpreadSheetData.h"
+#include "text/TurnedReport.h"
 
 namespace {
 
@@ -125,17 +124,20 @@ std::vector<int> FindAllSources(const std::vector<std::string>& headers, int col
     return sources;
 }
 
-// A mean of two cells, where both are numbers; its label in the line of the headers.
-void PutMeanOf(TableData& table, int line, int start, int stop, const char* label, CellOutput& output,
-               int row) {
-    if (line == 1) {
-        output.Text(1, row, label);
-    } else if (start != FromNothing && stop != FromNothing && table.IsFloat(start, line) &&
-               table.IsFloat(stop, line)) {
-        output.Number(line, row, 0.5 * (table.GetFloatValue(start, line) + table.GetFloatValue(stop, line)));
-    } else {
-        output.Missing(line, row);
+// The rows of the complete reading, by the file's headers.
+std::vector<ReportRow> FindAllRows(const std::vector<std::string>& headers, int cols) {
+    const std::vector<int> sources = FindAllSources(headers, cols);
+    std::vector<ReportRow> rows;
+    for (const int source : sources) {
+        if (source == FromMz) {
+            rows.push_back({FromNothing, "AverageMZ", sources[RowMzStart], sources[RowMzStop]});
+        } else if (source == FromTime) {
+            rows.push_back({FromNothing, "AverageRT", sources[RowTimeStart], sources[RowTimeStop]});
+        } else {
+            rows.push_back({source});
+        }
     }
+    return rows;
 }
 
 // Rows of the result that are turned together. A line's neighbouring cells lie side by side in memory and
@@ -294,54 +296,17 @@ int ThermoSIEVEFile::GetColumns() const {
 
 // The complete reading: the whole table, turned.
 int ThermoSIEVEFile::ReadTurned(ReadSpreadSheetData& sink) {
-    TableData table;
-    table.SetBudget(&GetContext()->budget);
-    complete->Read(table);
-    const int lines = table.GetNumberOfRows();
-    const std::vector<int> sources = FindAllSources(complete->GetHead().names, table.GetNumberOfColumns());
-    sink.SetDataSize(lines, static_cast<int>(sources.size()));
-    CellOutput output(sink);
-    auto* cellRuns = dynamic_cast<CellRunSink*>(&sink);
-    cellRuns = cellRuns != nullptr && cellRuns->PrefersCellRuns() ? cellRuns : nullptr;
-    const int rows = static_cast<int>(sources.size());
-    for (int first = 1; first <= rows; first += RowsAtOnce) {
-        const int last = std::min(rows, first + RowsAtOnce - 1);
-        for (int line = 1; line <= lines; ++line) {
-            GetContext()->ThrowIfStopped();
-            double run[RowsAtOnce];
-            std::size_t inRun = 0;
-            const auto putRun = [&](int end) {
-                if (inRun > 0) {
-                    cellRuns->SetCellRun(line, end - static_cast<int>(inRun), {run, inRun}, {});
-                    inRun = 0;
-                }
-            };
-            for (int row = first; row <= last; ++row) {
-                const int from = sources[static_cast<std::size_t>(row) - 1];
-                const bool isMz = from == FromMz;
-                if (cellRuns != nullptr && from > FromNothing &&
-                    table.FindPlainDouble(from, line, run[inRun])) {
-                    ++inRun;
-                    continue;
-                }
-                putRun(row);
-                if (from > FromNothing) {
-                    table.CopyCell(from, line, output, line, row);
-                } else if (from != FromNothing) {
-                    PutMeanOf(table, line, sources[isMz ? RowMzStart : RowTimeStart],
-                              sources[isMz ? RowMzStop : RowTimeStop], isMz ? "AverageMZ" : "AverageRT",
-                              output, row);
-                }
-            }
-            putRun(last + 1);
-        }
-    }
-    karta::TableShape& shape = GetContext()->shape;
-    shape = {};
+    const TextHead& head = complete->GetHead();
+    karta::TableShape shape;
     shape.isKnown = true;
     shape.nameRow = 1;
     shape.firstDataRow = 2;
     shape.labelColumns = {1};
+    TurnedReport turned(
+        *GetContext(), head.usualWidth, [&](int cols) { return FindAllRows(head.names, cols); },
+        std::move(shape), sink);
+    complete->Read(turned.GetCells(), [&] { turned.StartOver(); });
+    turned.Finish();
     return status;
 }
 

@@ -63,6 +63,8 @@ public:
     std::uint64_t FindText(std::string_view text);
     /** Keeps a text that FindText didn't find. */
     std::uint64_t AddNewText(std::string_view text);
+    /** Room for so many bytes that are no text. */
+    char* AddBytes(std::size_t size) { return Take(size); }
     /** Tells without a look at the text. */
     static bool IsEmptyText(std::uint64_t word) { return word == 0 || word == GetEmptyWord(); }
     static std::string_view GetText(std::uint64_t word) {

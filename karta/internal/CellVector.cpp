@@ -1,7 +1,6 @@
 #include "karta/internal/CellVector.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -185,6 +184,12 @@ void LayText(CellStore& store, Stretch& stretch, std::string_view text) {
     ++stretch.count;
 }
 
+CellKind CellKindOf(WrittenKind kind) {
+    static constexpr CellKind Kinds[] = {CellKind::Missing, CellKind::Text, CellKind::Float64, CellKind::Bool,
+                                         CellKind::Date,    CellKind::Time, CellKind::DateTime};
+    return Kinds[static_cast<std::size_t>(kind)];
+}
+
 // Laid texts as words of the store, so that each can be set anew.
 void TakeUp(CellStore& store, Stretch& stretch) {
     store.FinishCopies();
@@ -196,6 +201,7 @@ void TakeUp(CellStore& store, Stretch& stretch) {
     });
     stretch.areLaid = false;
     stretch.text = Buffer();
+    stretch.written = {};
 }
 
 // The same cells, each with its kind.
@@ -231,17 +237,6 @@ std::optional<std::uint8_t> CountDecimals(std::string_view text) {
         }
     }
     return static_cast<std::uint8_t>(text.size() - point - 1);
-}
-
-std::string FormatDecimals(double value, int decimals) {
-    char buffer[64];
-    const int length = std::snprintf(buffer, sizeof buffer, "%.*f", decimals, value);
-    std::string text(buffer, static_cast<std::size_t>(std::clamp(length, 0, 63)));
-    // The process's locale may have another mark.
-    if (decimals > 0 && static_cast<std::size_t>(decimals) < text.size()) {
-        text[text.size() - static_cast<std::size_t>(decimals) - 1] = '.';
-    }
-    return text;
 }
 
 }  // namespace
@@ -449,6 +444,9 @@ void CellVector::PutMissing(int place) {
     }
     NeedBits(nullptr, *stretch);
     ClearBit(stretch->bits.As<std::uint8_t>(), place - stretch->first);
+    if (static_cast<std::size_t>(place - stretch->first) < stretch->written.size()) {
+        stretch->written[static_cast<std::size_t>(place - stretch->first)] = CellKind::Missing;
+    }
 }
 
 template <class Number>
@@ -566,6 +564,27 @@ void CellVector::PutTexts(CellStore& store, int place, const TextRun& texts) {
         SetBits(last->bits.As<std::uint8_t>(), last->count, count);
     }
     last->count += count;
+}
+
+void CellVector::PutWritten(CellStore& store, int place, const TextRun& texts,
+                            std::span<const WrittenKind> kinds) {
+    PutTexts(store, place, texts);
+    Stretch& last = stretches.back();
+    const auto before = static_cast<std::size_t>(last.count) - kinds.size();
+    char* const bytes = store.AddBytes(static_cast<std::size_t>(last.count));
+    last.written = {reinterpret_cast<CellKind*>(bytes), static_cast<std::size_t>(last.count)};
+    std::fill_n(last.written.begin(), before, CellKind::Missing);
+    std::transform(kinds.begin(), kinds.end(), last.written.begin() + static_cast<std::ptrdiff_t>(before),
+                   CellKindOf);
+    if (std::find(kinds.begin(), kinds.end(), WrittenKind::Missing) == kinds.end()) {
+        return;
+    }
+    NeedBits(&store, last);
+    for (std::size_t at = before; at < last.written.size(); ++at) {
+        if (last.written[at] == CellKind::Missing) {
+            ClearBit(last.bits.As<std::uint8_t>(), static_cast<std::int64_t>(at));
+        }
+    }
 }
 
 CellKind CellVector::KindOf(ValueRunKind kind) {
@@ -705,7 +724,8 @@ std::string CellVector::GetText(int place) const {
             return FormatDateTime(cell.GetInteger(), ' ');
         }
         if (decimals > 0 && decimals != Blanked && cell.kind == CellKind::Float64) {
-            return FormatDecimals(cell.GetDouble(), decimals - 1);
+            char buffer[ShortestNumberSize];
+            return {buffer, PrintDecimals(cell.GetDouble(), decimals - 1, buffer)};
         }
     }
     return cell.ToText();

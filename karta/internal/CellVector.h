@@ -87,6 +87,8 @@ public:
         Buffer text;             /**< the bytes of laid texts */
         Buffer bits;
         Buffer kinds; /**< of mixed cells */
+        /** Of laid texts: what the first cells are by themselves, where texts stand for values. */
+        std::span<CellKind> written;
 
         int GetEnd() const { return first + count; }
         bool IsThere(int place) const {
@@ -128,6 +130,8 @@ public:
         Put(store, place, Kind, std::bit_cast<Bits>(value));
     }
     void PutText(CellStore& store, int place, std::string_view text);
+    /** Cells as they are written, of which none is set again, in a column without any; each has its text. */
+    void PutWritten(CellStore& store, int place, const TextRun& texts, std::span<const WrittenKind> kinds);
     /** A text that is kept already, by the store's word for it. */
     void PutTextWord(CellStore& store, int place, std::uint64_t word) {
         if (!stretches.empty()) {

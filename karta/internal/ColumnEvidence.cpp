@@ -44,6 +44,40 @@ std::int64_t CountEmptyTexts(const CellStore& store, const Stretch& stretch, int
     return count;
 }
 
+// Of cells that texts stand for, by what they are; behind those are texts.
+KindCounts CountWritten(const CellStore& store, const Stretch& stretch, int first, int end) {
+    constexpr int CounterBits = 6;
+    constexpr int MostInCounters = (1 << CounterBits) - 1;
+    static_assert(CellKinds * CounterBits <= 64);
+    const int known = std::clamp(stretch.first + static_cast<int>(stretch.written.size()), first, end);
+    KindCounts counts;
+    store.InSteps(first, known, [&](int from, int to) {
+        while (from < to) {
+            // All counters in one word: kinds come in no order that a processor could guess.
+            std::uint64_t counters = 0;
+            for (const int stop = std::min(to, from + MostInCounters); from < stop; ++from) {
+                const auto at = static_cast<std::size_t>(from - stretch.first);
+                const auto kind = static_cast<unsigned int>(stretch.written[at]);
+                counters += std::uint64_t{1} << (CounterBits * kind);
+                counts.emptyTexts +=
+                    stretch.written[at] == CellKind::Text && stretch.GetText(from).empty() ? 1 : 0;
+            }
+            for (std::int64_t& count : counts.counts) {
+                count += static_cast<std::int64_t>(counters & MostInCounters);
+                counters >>= CounterBits;
+            }
+        }
+    });
+    counts[CellKind::Missing] = 0;
+    if (known < end) {
+        counts[CellKind::Text] += stretch.hasMissing ? CountBits(stretch.bits.As<std::uint8_t>(),
+                                                                 known - stretch.first, end - known)
+                                                     : end - known;
+        counts.emptyTexts += CountEmptyTexts(store, stretch, known, end);
+    }
+    return counts;
+}
+
 bool AreDoublesWhole(const CellStore& store, const Stretch& stretch, int first, int end) {
     const double* const values = stretch.values.As<double>();
     bool areWhole = true;
@@ -90,6 +124,10 @@ KindCounts CountKinds(const CellStore& store, const CellVector& cells, int first
         const int from = std::max(first, stretch.first);
         const int to = std::min(end, stretch.GetEnd());
         if (from >= to) {
+            continue;
+        }
+        if (!stretch.written.empty()) {
+            counts += CountWritten(store, stretch, from, to);
             continue;
         }
         if (stretch.kind != CellKind::Mixed) {

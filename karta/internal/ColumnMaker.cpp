@@ -27,8 +27,8 @@ constexpr std::int64_t MicrosecondsOfDay = 86'400'000'000;
 // Memory that isn't written to costs nothing, but in whole pages.
 constexpr std::uint64_t PageSize = 4096;
 
-constexpr int LeastRowsForThreads = 1 << 12;
 constexpr std::size_t LeastCellsForThreads = std::size_t{1} << 18;
+constexpr std::size_t LeastCellsOfJob = std::size_t{1} << 16;
 
 const char* NounOf(CellKind kind) {
     switch (kind) {
@@ -373,7 +373,10 @@ ColumnBuffers ColumnMaker::TakeOrMakeTexts(CellVector& cells, int first, int row
     if (!IsTakeable(cells, first, rows, CellKind::Text)) {
         return MakeTexts(cells, first, rows, mayBeDictionary);
     }
-    if (mayBeDictionary) {
+    // A column in which texts stand for values has no such list.
+    const bool areTexts = std::none_of(cells.GetStretches().begin(), cells.GetStretches().end(),
+                                       [](const Stretch& stretch) { return !stretch.written.empty(); });
+    if (mayBeDictionary && areTexts) {
         std::int64_t bytes = 0;
         for (const Stretch& stretch : cells.GetStretches()) {
             const std::int64_t* const begins = stretch.values.As<std::int64_t>();
@@ -549,11 +552,24 @@ Column ColumnMaker::MakeText(const CellVector& cells, int first, int rows, const
     return {name, "", MakeTexts(cells, first, rows, true)};
 }
 
-void ColumnMaker::NoteMixture(Note note) {
-    if (++mixtures <= MostToldMixtures) {
-        notes.Add(std::move(note));
-    } else if (firstUntold.empty()) {
-        firstUntold = note.place;
+void ColumnMaker::NoteMixture(const Mixture& mixture, const std::string& name, int col) {
+    const std::string place = LettersOf(col);
+    const std::string label = name.empty() ? place : "'" + name + "'";
+    const auto add = [&](const char* code, std::int64_t count, const std::string& text) {
+        if (++mixtures <= MostToldMixtures) {
+            notes.Add({code, static_cast<std::uint64_t>(count), place, text});
+        } else if (firstUntold.empty()) {
+            firstUntold = place;
+        }
+    };
+    if (const std::int64_t count = mixture.emptyTexts; count > 0) {
+        add("empty-texts", count,
+            CountOf(static_cast<std::uint64_t>(count), "empty text") + " of column " + label +
+                (count == 1 ? " is missing in it" : " are missing in it"));
+    }
+    if (mixture.isText) {
+        add("mixed-column", mixture.counts.GetAll(),
+            "column " + label + " holds " + Describe(mixture.counts) + " and is text");
     }
 }
 
@@ -578,14 +594,10 @@ ColumnType ColumnMaker::TypeOf(const KindCounts& counts, const NumberFacts& fact
     return facts.areExact ? ColumnType::Float64 : ColumnType::Text;
 }
 
-// With a note where the column isn't just that.
 ColumnType ColumnMaker::DecideType(KindCounts counts, const NumberFacts& facts, bool hasFractions,
-                                   const std::string& name, int col, std::optional<Note>& note) const {
-    const auto label = [&] { return name.empty() ? LettersOf(col) : "'" + name + "'"; };
+                                   Mixture& mixture) const {
     if (counts.HasEmptyTextsOnly()) {
-        note = {"empty-texts", static_cast<std::uint64_t>(counts.emptyTexts), LettersOf(col),
-                CountOf(static_cast<std::uint64_t>(counts.emptyTexts), "empty text") + " of column " +
-                    label() + (counts.emptyTexts == 1 ? " is missing in it" : " are missing in it")};
+        mixture.emptyTexts = counts.emptyTexts;
         counts[CellKind::Text] = 0;
     }
     const std::int64_t all = counts.GetAll();
@@ -607,19 +619,17 @@ ColumnType ColumnMaker::DecideType(KindCounts counts, const NumberFacts& facts, 
         type = ColumnType::Timestamp;
     }
     if (type == ColumnType::Text && counts[CellKind::Text] != all) {
-        note = {"mixed-column", static_cast<std::uint64_t>(all), LettersOf(col),
-                "column " + label() + " holds " + Describe(counts) + " and is text"};
+        mixture.isText = true;
+        mixture.counts = counts;
     }
     return type;
 }
 
 ColumnForm ColumnMaker::Decide(const ColumnEvidence& evidence, std::int64_t rows, const std::string& name,
                                int col) {
-    std::optional<Note> note;
-    ColumnForm form{DecideType(evidence.counts, evidence.facts, evidence.hasFractions, name, col, note)};
-    if (note) {
-        NoteMixture(std::move(*note));
-    }
+    Mixture mixture;
+    ColumnForm form{DecideType(evidence.counts, evidence.facts, evidence.hasFractions, mixture)};
+    NoteMixture(mixture, name, col);
     const DistinctTexts& texts = evidence.texts;
     if (form.type == ColumnType::Text && evidence.counts[CellKind::Text] == evidence.counts.GetAll() &&
         !texts.AreTooMany()) {
@@ -673,7 +683,7 @@ Column ColumnMaker::Build(CellVector& cells, int first, int rows, const ColumnFo
 }
 
 // Any thread may, of columns of its own.
-Column ColumnMaker::Make(const Wanted& wanted, int first, int rows, std::optional<Note>& note) {
+Column ColumnMaker::Make(const Wanted& wanted, int first, int rows, Mixture& mixture) {
     CellVector none;
     CellVector& cells = wanted.cells == nullptr ? none : *wanted.cells;
     const int end = first + rows;
@@ -684,7 +694,7 @@ Column ColumnMaker::Make(const Wanted& wanted, int first, int rows, std::optiona
         facts = ExamineNumbers(store, cells, first, end);
         hasFractions = facts.areWhole && counts[CellKind::Float64] > 0 && cells.HasFractionSource(first, end);
     }
-    const ColumnType type = DecideType(counts, facts, hasFractions, wanted.name, wanted.col, note);
+    const ColumnType type = DecideType(counts, facts, hasFractions, mixture);
     ColumnBuffers buffers = BuildBuffers(cells, first, rows, type);
     // The cells are in the column now.
     cells = CellVector();
@@ -694,26 +704,39 @@ Column ColumnMaker::Make(const Wanted& wanted, int first, int rows, std::optiona
 void ColumnMaker::MakeAll(std::span<const Wanted> wanted, int first, int rows, unsigned int threads,
                           std::vector<Column>& columns) {
     columns.resize(wanted.size());
-    // Threads cost more than small columns take.
-    if (threads < 2 || rows < LeastRowsForThreads ||
-        wanted.size() * static_cast<std::size_t>(rows) < LeastCellsForThreads) {
-        for (std::size_t i = 0; i < wanted.size(); ++i) {
-            std::optional<Note> note;
-            columns[i] = Make(wanted[i], first, rows, note);
-            if (note) {
-                NoteMixture(std::move(*note));
-            }
-        }
-        return;
-    }
-    std::vector<std::optional<Note>> told(wanted.size());
+    // Threads cost more than small columns take: many of those are one job.
+    const auto cells = static_cast<std::size_t>(rows) + 1;
+    const std::size_t atOnce = 1 + LeastCellsOfJob / cells;
+    std::vector<Mixtures> told((wanted.size() + atOnce - 1) / atOnce);
     DoSideBySide(
-        wanted.size(), threads, [&](std::size_t i) { columns[i] = Make(wanted[i], first, rows, told[i]); },
+        told.size(), wanted.size() * cells < LeastCellsForThreads ? 1 : threads,
+        [&](std::size_t job) {
+            const std::size_t end = std::min(wanted.size(), (job + 1) * atOnce);
+            for (std::size_t i = job * atOnce; i < end; ++i) {
+                Mixture mixture;
+                columns[i] = Make(wanted[i], first, rows, mixture);
+                told[job].Add(mixture, i);
+            }
+        },
         [this] { store.LookForStop(); });
-    for (std::optional<Note>& note : told) {
-        if (note) {
-            NoteMixture(std::move(*note));
+    for (const Mixtures& some : told) {
+        for (const auto& [i, mixture] : some.told) {
+            NoteMixture(mixture, wanted[i].name, wanted[i].col);
         }
+        if (some.further > 0) {
+            mixtures += some.further;
+            firstUntold = firstUntold.empty() ? LettersOf(wanted[some.firstFurther].col) : firstUntold;
+        }
+    }
+}
+
+void ColumnMaker::Mixtures::Add(const Mixture& mixture, std::size_t column) {
+    const std::uint64_t count = mixture.CountNotes();
+    if (count > 0 && told.size() < MostToldMixtures) {
+        told.emplace_back(column, mixture);
+    } else if (count > 0) {
+        firstFurther = further == 0 ? column : firstFurther;
+        further += count;
     }
 }
 

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/Note.h"
@@ -55,9 +55,29 @@ public:
 
 private:
     ColumnType TypeOf(const KindCounts& counts, const NumberFacts& facts, bool hasFractions) const;
+    // So many columns are told of one by one.
+    static constexpr std::uint64_t MostToldMixtures = 100;
+
+    /** What is to be told of a column of several kinds; nothing of any other. */
+    struct Mixture {
+        std::int64_t emptyTexts = 0; /**< which are missing */
+        bool isText = false;         /**< as all its cells are, which are of these kinds */
+        KindCounts counts;
+
+        std::uint64_t CountNotes() const { return (emptyTexts > 0 ? 1U : 0U) + (isText ? 1U : 0U); }
+    };
+    /** Those of some columns, as far as they may be told one by one. */
+    struct Mixtures {
+        std::vector<std::pair<std::size_t, Mixture>> told; /**< each with its column's place */
+        std::uint64_t further = 0;
+        std::size_t firstFurther = 0;
+
+        void Add(const Mixture& mixture, std::size_t column);
+    };
+
     ColumnType DecideType(KindCounts counts, const NumberFacts& facts, bool hasFractions,
-                          const std::string& name, int col, std::optional<Note>& note) const;
-    Column Make(const Wanted& wanted, int first, int rows, std::optional<Note>& note);
+                          Mixture& mixture) const;
+    Column Make(const Wanted& wanted, int first, int rows, Mixture& mixture);
     ColumnBuffers BuildBuffers(CellVector& cells, int first, int rows, ColumnType type);
     template <class Value>
     ColumnBuffers TakeOrGather(CellVector& cells, int first, int rows, CellKind kind, ColumnType type);
@@ -78,10 +98,7 @@ private:
     void MarkThere(ColumnBuffers& buffers, Buffer& validity, std::int64_t count);
     std::shared_ptr<Buffer> NewBuffer(std::size_t size);
 
-    void NoteMixture(Note note);
-
-    // So many columns are told of one by one.
-    static constexpr std::uint64_t MostToldMixtures = 100;
+    void NoteMixture(const Mixture& mixture, const std::string& name, int col);
 
     CellStore& store;
     Notes& notes;

@@ -406,6 +406,30 @@ void TableSink::SetValueRun(int col, int firstRow, ValueRunKind kind, std::span<
     }
 }
 
+// Of a table whose heads are known by now, and of a column that nothing is in yet.
+bool TableSink::SetWrittenRun(int col, int firstRow, const TextRun& texts,
+                              std::span<const WrittenKind> kinds) {
+    const TableShape& shape = context->shape;
+    if (!shape.isKnown || shape.HasBlock() || isPlanned || above > 0 || firstRow < 1 || col < 1 ||
+        (static_cast<std::size_t>(col) <= columns.size() &&
+         !columns[static_cast<std::size_t>(col) - 1].IsEmpty())) {
+        return false;
+    }
+    const int heads = std::clamp(FindFirstDataRow(shape) - firstRow, 0, static_cast<int>(kinds.size()));
+    bool hasText = false;
+    bool hasValue = false;
+    for (auto i = static_cast<std::size_t>(heads); i < kinds.size() && !(hasText && hasValue); ++i) {
+        const bool isText = kinds[i] == WrittenKind::Text;
+        hasText = hasText || (isText && texts.ends[i] > (i == 0 ? texts.begin : texts.ends[i - 1]));
+        hasValue = hasValue || (!isText && kinds[i] != WrittenKind::Missing);
+    }
+    if (!hasText || !hasValue || !AreUtf8(texts) || !TakeRun(col, firstRow, kinds.size()) || IsInBlock(col)) {
+        return false;
+    }
+    ColumnAt(col).PutWritten(store, firstRow - 1, texts, kinds);
+    return true;
+}
+
 void TableSink::SetRowRun(int firstCol, int row, std::span<const float> values) {
     PutRowRun(firstCol, row, values);
 }
@@ -493,12 +517,17 @@ TableShape TableSink::SettleShape(const std::vector<ColumnEvidence>& further) {
     if (!shape.isKnown) {
         return FindGridHead(store, columns, numRows, header, further);
     }
-    shape.firstDataRow = std::max(shape.firstDataRow, 1);
-    if (header && !shape.HasBlock() && *header != shape.nameRow) {
+    shape.firstDataRow = FindFirstDataRow(shape);
+    if (header && !shape.HasBlock()) {
         shape.nameRow = *header;
-        shape.firstDataRow = std::max(shape.firstDataRow, *header + 1);
     }
     return shape;
+}
+
+// Of a shape that is known.
+int TableSink::FindFirstDataRow(const TableShape& shape) const {
+    const bool isNamedOtherwise = header && !shape.HasBlock() && *header != shape.nameRow;
+    return std::max({shape.firstDataRow, isNamedOtherwise ? *header + 1 : 1, 1});
 }
 
 // Whatever stands above the block, in one place, however early it came.

@@ -81,6 +81,8 @@ public:
         Announce(std::max(numCols, static_cast<int>(columns.size())), rows);
     }
     void LeaveCopying(RunCopying* copying) override { store.copying = copying; }
+    bool SetWrittenRun(int col, int firstRow, const TextRun& texts,
+                       std::span<const WrittenKind> kinds) override;
     /** Where they make no matrix. */
     bool PrefersCellRuns() const override { return !context->shape.HasBlock(); }
     /** The axis tells them. */
@@ -155,6 +157,7 @@ private:
         numRows = numRows < row ? row : numRows;
         numCols = numCols < col ? col : numCols;
     }
+    int FindFirstDataRow(const TableShape& shape) const;
     bool IsInBlock(int col) const { return col >= firstBlock && col <= lastBlock && firstBlock != NotLooked; }
 
     void Testify(CellStore& kept, TableEvidence& evidence, int firstPlace);

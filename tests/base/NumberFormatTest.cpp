@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <iterator>
 #include <random>
 #include <string>
@@ -53,6 +54,51 @@ TEST(NumberFormatTest, ShortestIsThatOfTheStandardLibrary) {
     for (const double value :
          {0.0, -0.0, 0.001, 0.0009999, 0.00123, 0.1, 1e5, 1e9, 999999999.9999995, 1e15, 1e-300}) {
         expectSame(value);
+    }
+}
+
+TEST(NumberFormatTest, WholeNumbersOfAllLengthsAreShortest) {
+    const auto expectSame = [](double value) {
+        char expected[32];
+        std::snprintf(expected, sizeof expected, "%.0f", value);
+        ASSERT_EQ(FormatShortest(value), expected);
+    };
+    for (int number = 1; number < 100000 && !testing::Test::HasFatalFailure(); ++number) {
+        expectSame(number);
+        expectSame(-number);
+    }
+    for (double power = 1e5; power < 1e9 && !testing::Test::HasFatalFailure(); power *= 10) {
+        for (int i = 1; i < 1000; ++i) {
+            expectSame(power + i);
+            expectSame(10 * power - i);
+            expectSame(-power * 3 - i);
+        }
+    }
+}
+
+TEST(NumberFormatTest, DecimalsAreAsPrinted) {
+    std::mt19937_64 random(20261123);
+    const auto expectSame = [](double value, int decimals) {
+        char expected[512];
+        std::snprintf(expected, sizeof expected, "%.*f", decimals, value);
+        char text[ShortestNumberSize];
+        const std::string printed(text, PrintDecimals(value, decimals, text));
+        ASSERT_EQ(printed, std::strlen(expected) <= ShortestNumberSize ? expected : FormatShortest(value))
+            << value << " with " << decimals;
+    };
+    for (int i = 0; i < 300000 && !testing::Test::HasFatalFailure(); ++i) {
+        const int decimals = static_cast<int>(random() % 15);
+        const double power = std::pow(10.0, static_cast<double>(random() % 15));
+        const auto number = static_cast<double>(random() % 1'000'000'000'000'000U >> random() % 50);
+        expectSame(number / power, decimals);
+        expectSame(-number / power, decimals);
+        expectSame(std::bit_cast<double>(random()), decimals);
+    }
+    // The middle between two texts, which is rounded to the even one.
+    for (const double value : {0.125, 0.375, 2.5, -0.5, 0.0, -0.0, 1e300, 0.045}) {
+        for (int decimals = 0; decimals < 5; ++decimals) {
+            expectSame(value, decimals);
+        }
     }
 }
 

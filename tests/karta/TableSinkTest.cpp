@@ -10,9 +10,11 @@
 #include <numeric>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/Budget.h"
+#include "tests/support/TableText.h"
 
 using karta::Block;
 using karta::Column;
@@ -126,6 +128,66 @@ TEST(TableSinkTest, TakesRunsOfCellsAsCells) {
 }
 
 // The digits behind the point come back where the column becomes text.
+// "1", "2.50", nothing, "a", "TRUE" and the empty text, as they are written.
+bool PutWritten(TableSink& sink, int col, int firstRow) {
+    static constexpr std::uint32_t Ends[] = {2, 6, 6, 7, 11, 11};
+    static constexpr WrittenKind Kinds[] = {WrittenKind::Number, WrittenKind::Number, WrittenKind::Missing,
+                                            WrittenKind::Text,   WrittenKind::Bool,   WrittenKind::Text};
+    return sink.SetWrittenRun(col, firstRow, {"_12.50aTRUE", 1, Ends}, Kinds);
+}
+
+TEST(TableSinkTest, TakesWhatIsWrittenInAColumnOfTextsAndValues) {
+    Making written;
+    written.KnownShape().firstDataRow = 1;
+    ASSERT_TRUE(PutWritten(written.sink, 1, 1));
+    ASSERT_TRUE(PutWritten(written.sink, 2, 3));
+    Making cells;
+    cells.KnownShape().firstDataRow = 1;
+    for (const auto& [col, row] : {std::pair(1, 1), std::pair(2, 3)}) {
+        cells.sink.Set(col, row, 1.0);
+        cells.sink.Set(col, row + 1, 2.5);
+        cells.sink.SetSource(col, row + 1, "2.50");
+        cells.sink.SetText(col, row + 3, "a");
+        cells.sink.SetBool(col, row + 4, true);
+        cells.sink.SetText(col, row + 5, "");
+    }
+    const std::string table = DescribeTable(cells.sink.Finish());
+    EXPECT_EQ(DescribeTable(written.sink.Finish()), table);
+    EXPECT_NE(table.find("1|2.50|-|a|TRUE||"), std::string::npos);
+    EXPECT_NE(table.find("column A holds 2 numbers, 1 truth value and 2 texts and is text"),
+              std::string::npos)
+        << table;
+}
+
+TEST(TableSinkTest, WantsValuesWhereWhatIsWrittenMayBeOfOneKind) {
+    Making unknown;
+    EXPECT_FALSE(PutWritten(unknown.sink, 1, 1)) << "the first rows may be heads";
+    Making below;
+    below.KnownShape().firstDataRow = 4;
+    EXPECT_FALSE(PutWritten(below.sink, 1, 0));
+    below.sink.Set(2, 9, 1.0);
+    EXPECT_FALSE(PutWritten(below.sink, 2, 1)) << "something is in the column";
+    EXPECT_TRUE(PutWritten(below.sink, 1, 1)) << "a text and a truth value";
+    Making given(4);
+    given.KnownShape().nameRow = 1;
+    EXPECT_FALSE(PutWritten(given.sink, 1, 1)) << "the text is among the heads";
+    Making block;
+    block.KnownShape().firstBlockColumn = 1;
+    EXPECT_FALSE(PutWritten(block.sink, 1, 1));
+}
+
+TEST(TableSinkTest, TakesACellThatIsSetAmongWrittenOnes) {
+    Making making;
+    making.KnownShape().firstDataRow = 1;
+    ASSERT_TRUE(PutWritten(making.sink, 1, 1));
+    making.sink.SetMissing(1, 5);
+    making.sink.SetText(1, 8, "below");
+    making.sink.SetText(1, 2, "b");
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(TextsOf(table.GetColumns().front()),
+              (Texts{"1", "b", "<missing>", "a", "<missing>", "", "<missing>", "below"}));
+}
+
 TEST(TableSinkTest, RunsOfCellsKeepTheirDecimals) {
     Making making(0);
     const std::vector<double> values = {1.5, 2.25, 3, -0.5};

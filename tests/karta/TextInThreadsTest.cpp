@@ -15,6 +15,7 @@
 #include "karta/internal/TableSink.h"
 #include "tests/support/QuotedRows.h"
 #include "tests/support/ReadTrace.h"
+#include "tests/support/TableText.h"
 #include "tests/support/TempFolder.h"
 
 namespace {
@@ -51,27 +52,6 @@ public:
     bool isFalling = false;
 };
 
-/** All of a table that can be told by text: types, lists of distinct texts, cells, notes. */
-std::string Describe(const karta::Table& table) {
-    std::string text;
-    for (const karta::Column& column : table.GetColumns()) {
-        text += column.GetName() + " " + karta::GetTypeName(column.GetType()) + " of " +
-                std::to_string(column.GetRowCount()) + ", missing " + std::to_string(column.GetNullCount());
-        if (const auto& distinct = column.GetBuffers().dictionary) {
-            text += ", " + std::to_string(distinct->GetRowCount()) + " distinct";
-        }
-        text += ": ";
-        for (std::int64_t row = 0; row < column.GetRowCount(); ++row) {
-            text += column.IsMissing(row) ? "-|" : column.ToText(row) + "|";
-        }
-        text += "\n";
-    }
-    for (const karta::Note& note : table.GetNotes()) {
-        text += note.code + " " + note.place + " " + note.text + "\n";
-    }
-    return text;
-}
-
 // Columns of all kinds, one of them of whole numbers up to far down, one of a mixture, one with gaps.
 std::string MakeMixedColumns(int rows) {
     std::string text = "whole\tdecimal\tlate\tname\tkind\tday\ttrue\tgaps\n";
@@ -96,12 +76,12 @@ protected:
         ReadInThreads alone(path, 1);
         alone.Read();
         ASSERT_EQ(alone.status, 0);
-        const std::string expected = Describe(alone.table);
+        const std::string expected = DescribeTable(alone.table);
         for (const unsigned int threads : {2U, 3U, 8U}) {
             ReadInThreads several(path, threads);
             several.Read();
             ASSERT_EQ(several.status, 0);
-            EXPECT_TRUE(Describe(several.table) == expected) << threads;
+            EXPECT_TRUE(DescribeTable(several.table) == expected) << threads;
             EXPECT_EQ(several.charged, alone.charged) << threads;
             EXPECT_FALSE(several.isFalling) << threads;
             EXPECT_GT(several.lastShare, 0.5) << threads;
