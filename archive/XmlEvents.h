@@ -77,9 +77,10 @@ public:
     /**
      * The UTF-8 from the beginning of a tag on, as far as it is at hand: the handler takes whole elements
      * from the front, in the default namespace of the open element, or none. It takes them only where they
-     * are well-formed, and does then what it would have done with their events.
+     * are well-formed, and does then what it would have done with their events. Where the open element has
+     * `noDeclarations`, it may also take its end together with the beginning of another one of the same name.
      */
-    virtual Taken TakeRaw(std::string_view /*document*/) { return {}; }
+    virtual Taken TakeRaw(std::string_view /*document*/, bool /*noDeclarations*/) { return {}; }
 
 protected:
     void SetTakesRaw(bool takes) { takesRaw = takes; }

@@ -268,7 +268,11 @@ XmlScanner::Step XmlScanner::ScanNext() {
 
 // False where the handler takes none of it.
 bool XmlScanner::HandRaw() {
-    const XmlEvents::Taken taken = events->TakeRaw({next, static_cast<std::size_t>(limit - next)});
+    const OpenElement& inside = open.back();
+    const bool noDeclarations =
+        inside.bindings == bindings.size() && inside.defaultUri.data() == defaultUri.data();
+    const XmlEvents::Taken taken =
+        events->TakeRaw({next, static_cast<std::size_t>(limit - next)}, noDeclarations);
     if (taken.bytes == 0) {
         return false;
     }

@@ -19,6 +19,8 @@ constexpr int MostIndexDigits = 9;
 constexpr std::string_view Begin = "<c r=\"";
 constexpr std::string_view ValueBegin = "<v>";
 constexpr std::string_view ValueEnd = "</v></c>";
+constexpr std::string_view RowBegin = "</row><row r=\"";
+constexpr std::string_view SpansBegin = "\" spans=\"";
 
 bool BeginsWith(const char* at, std::string_view text) {
     return std::memcmp(at, text.data(), text.size()) == 0;
@@ -27,6 +29,16 @@ bool BeginsWith(const char* at, std::string_view text) {
 // What a text may hold that is handed out as it stands.
 bool IsPlain(char c) {
     return c >= 0x20 && c < 0x7f && c != '<' && c != '&' && c != ']';
+}
+
+// Some digits; null where there are none, or too many.
+const char* TakeWhole(const char* at, int& number) {
+    const char* const first = at;
+    number = 0;
+    for (; IsDigit(*at) && at - first < MostRowDigits; ++at) {
+        number = number * 10 + (*at - '0');
+    }
+    return at == first || IsDigit(*at) ? nullptr : at;
 }
 
 // All digits at `at`; null where they are more than fifteen.
@@ -60,6 +72,20 @@ const char* PlainCell::Take(const char* from) {
         return TakeValue(at + 1);
     }
     return at[0] == '/' && at[1] == '>' ? at + 2 : nullptr;
+}
+
+const char* PlainRow::Take(const char* from) {
+    if (!BeginsWith(from, RowBegin)) {
+        return nullptr;
+    }
+    const char* at = TakeWhole(from + RowBegin.size(), number);
+    claimedColumns = 0;
+    if (at != nullptr && BeginsWith(at, SpansBegin)) {
+        int first = 0;
+        at = TakeWhole(at + SpansBegin.size(), first);
+        at = at != nullptr && *at == ':' ? TakeWhole(at + 1, claimedColumns) : nullptr;
+    }
+    return at != nullptr && at[0] == '"' && at[1] == '>' ? at + 2 : nullptr;
 }
 
 // Capital letters and digits; what the digits are doesn't matter, since the row tells.

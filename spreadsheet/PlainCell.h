@@ -41,3 +41,15 @@ private:
     const char* TakeValue(const char* at);
     const char* TakeNumber(const char* at);
 };
+
+/** The end of one row and the beginning of the next as programs write them: `</row><row r="3" spans="1:9">`.
+ */
+struct PlainRow {
+    static constexpr std::size_t Longest = 64;
+
+    int number = 0;
+    int claimedColumns = 0; /**< the end of its spans; 0 without any */
+
+    /** As of PlainCell. */
+    const char* Take(const char* from);
+};

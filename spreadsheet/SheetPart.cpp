@@ -132,19 +132,34 @@ void SheetHandler::TextInside(int level, std::string_view name, const XmlElement
     NodeHandler::TextInside(level, name, element, chars);
 }
 
-XmlEvents::Taken SheetHandler::TakeRaw(std::string_view document) {
+XmlEvents::Taken SheetHandler::TakeRaw(std::string_view document, bool noDeclarations) {
     Taken taken;
-    PlainCell plain;
+    PlainCell cellThere;
+    PlainRow row;
+    static_assert(PlainRow::Longest <= PlainCell::Longest);
     while (document.size() - taken.bytes >= PlainCell::Longest) {
         const char* const from = document.data() + taken.bytes;
-        const char* const end = plain.Take(from);
-        if (end == nullptr || !TakePlain(plain)) {
+        const char* end = cellThere.Take(from);
+        if (end != nullptr && TakePlain(cellThere)) {
+            taken.tags += cellThere.hasValue ? 4 : 2;
+        } else if (end = noDeclarations && end == nullptr ? row.Take(from) : nullptr;
+                   end != nullptr && TakePlain(row)) {
+            taken.tags += 2;
+        } else {
             break;
         }
         taken.bytes += static_cast<std::size_t>(end - from);
-        taken.tags += plain.hasValue ? 4 : 2;
     }
     return taken;
+}
+
+// The same of the end of a row and the beginning of the next one.
+bool SheetHandler::TakePlain(const PlainRow& plain) {
+    if (plain.number < 1 || plain.number > MaxSheetRows) {
+        return false;
+    }
+    StartRow(plain.number, std::min(plain.claimedColumns, MaxSheetColumns));
+    return true;
 }
 
 // Just as the events of its elements would do it; false for a cell that these are needed for.
@@ -190,14 +205,17 @@ void SheetHandler::EndInside(int level) {
 }
 
 void SheetHandler::StartRow(const XmlElement& element) {
-    const int number = ToInt(GetAttributeValue(element, "r"));
+    StartRow(ToInt(GetAttributeValue(element, "r")), GetSpansEnd(GetAttributeValue(element, "spans")));
+}
+
+void SheetHandler::StartRow(int number, int claimedColumns) {
     const bool isNumbered = GetForm() == XmlForm::Literal || number > 0;
     CheckRange(number, MaxSheetRows);
     rowNumber = isNumbered ? number : rowNumber + 1;
     isRowNamed = isNumbered;
     CheckRange(rowNumber, MaxSheetRows);
     lastColumn = 0;
-    CheckAnswer(receiver.StartRow(rowNumber, GetSpansEnd(GetAttributeValue(element, "spans"))));
+    CheckAnswer(receiver.StartRow(rowNumber, claimedColumns));
 }
 
 void SheetHandler::StartCell(const XmlElement& element) {

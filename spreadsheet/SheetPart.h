@@ -29,8 +29,8 @@ public:
      */
     static int GetColumnIndex(std::string_view reference, XmlForm form = XmlForm::Literal);
 
-    /** Takes cells as nearly all are. */
-    Taken TakeRaw(std::string_view document) override;
+    /** Takes cells as nearly all are, and the beginnings of rows between them. */
+    Taken TakeRaw(std::string_view document, bool noDeclarations) override;
 
 protected:
     void StartInside(int level, std::string_view name, const XmlElement& element) override;
@@ -40,6 +40,8 @@ protected:
 
 private:
     void StartRow(const XmlElement& element);
+    void StartRow(int number, int claimedColumns);
+    bool TakePlain(const PlainRow& plain);
     bool TakePlain(const PlainCell& plain);
     void StartCell(const XmlElement& element);
     void PlaceCell(std::string_view reference);

@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "base/SideBySide.h"
-#include "karta/internal/AddressPlaces.h"
 #include "karta/internal/ChangedMeanwhile.h"
 #include "karta/internal/ColumnLetters.h"
+#include "karta/internal/WordPlaces.h"
 
 namespace karta {
 
@@ -120,17 +120,17 @@ public:
     explicit DistinctPlaces(std::int32_t* placesOfRows) : places(placesOfRows) {}
 
     /** Texts in the store stay where they are: the same one is met again, and often in the next row. */
-    void AddKept(int row, std::string_view text) {
+    void AddKept(int row, std::uint64_t word) {
         ++count;
         Finish();
-        if (text.data() != above) {
-            std::int32_t& place = kept.At(text.data());
-            if (place == AddressPlaces::Unknown) {
-                place = index.FindPassing(text);
+        if (word != above) {
+            std::int32_t& place = kept.At(word);
+            if (place == WordPlaces::Unknown) {
+                place = index.FindPassing(CellStore::GetText(word));
                 CountNew();
             }
             placeOfAbove = place;
-            above = text.data();
+            above = word;
         }
         places[row] = placeOfAbove;
     }
@@ -172,8 +172,8 @@ private:
     std::size_t counted = 0;
     std::int64_t size = 0;
     std::int64_t count = 0;
-    AddressPlaces kept;
-    const void* above = this;  // no text is there
+    WordPlaces kept;
+    std::uint64_t above = ~std::uint64_t{0};  // no text has this word
     std::int32_t placeOfAbove = 0;
     std::array<std::string_view, TextIndex::MostAtOnce> waiting;
     std::array<int, TextIndex::MostAtOnce> rows{};
@@ -502,7 +502,7 @@ ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, in
                 if (stretch.areLaid) {
                     distinct.AddLaid(place - first, stretch.GetText(place));
                 } else {
-                    distinct.AddKept(place - first, cell.GetText());
+                    distinct.AddKept(place - first, cell.content);
                 }
                 SetBit(validity.As<std::uint8_t>(), place - first);
             }

@@ -392,14 +392,14 @@ TEST_F(ExcelFileCompleteTest, TheStreamHasItsNameInAnyCase) {
 TEST_F(ExcelFileCompleteTest, RecordsInMemoryAreThoseOfAPlainFile) {
     std::minstd_rand random(7);
     const auto chance = [&](unsigned most) { return static_cast<unsigned>(random() % most); };
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < 20; ++round) {
         WorkbookBuilder book(round % 4 == 0 ? Biff5 : Biff8);
         book.Globals().Format(164, "yyyy-mm-dd").Xf(0).Xf(164);
         if (round % 4 != 0) {
             book.Tail().Record(0x00FC, ByteBuilder().I32(1).I32(1).Text(SharedText("shared").Bytes()));
         }
         BiffBuilder cells;
-        for (unsigned i = 0; i < 5000; ++i) {
+        for (unsigned i = 0; i < 3000; ++i) {
             const unsigned row = i / 10;
             const unsigned col = chance(300);
             switch (chance(round % 3 == 0 ? 200 : 12)) {

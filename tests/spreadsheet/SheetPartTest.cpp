@@ -144,10 +144,54 @@ TEST(SheetPartTest, CellsOutsideOfRowsAndOfTheSheetAreNone) {
                "</row></x:sheetData></x:worksheet>" + Behind);
 }
 
+TEST(SheetPartTest, RowsTakenAsTheyStandAreThoseOfTheEvents) {
+    const std::string cell = R"(<c r="A7"><v>0.5</v></c>)";
+    for (const char* first : {"<row r=\"1\">", "<row>", "<x:row r=\"1\">", "<row xmlns:z=\"u\" r=\"1\">"}) {
+        for (const char* begin : {"<row r=\"2\">",
+                                  "<row r=\"2\" spans=\"1:3\">",
+                                  "<row r=\"2\" spans=\"1:99999\">",
+                                  "<row r=\"0\">",
+                                  "<row r=\"\">",
+                                  "<row r=\"2\" spans=\"1\">",
+                                  "<row r=\"2\" spans=\":3\">",
+                                  "<row r=\"1048576\">",
+                                  "<row r=\"1048577\">",
+                                  "<row r=\"12345678\">",
+                                  "<row r=\"2\" s=\"1\">",
+                                  "<row r=\"2\" z:d=\"1\">",
+                                  "<row r=\"2\" r=\"2\">",
+                                  "<row spans=\"1:3\" r=\"2\">",
+                                  "<row r=\"-2\">",
+                                  "<row  r=\"2\">",
+                                  "<row r=\"2\"/><row>",
+                                  "<x:row r=\"2\">",
+                                  "<rox r=\"2\">",
+                                  "<row r=\"2\" spans=\"1:2\" >"}) {
+            const std::string end = first[1] == 'x' ? "</x:row>" : "</row>";
+            const std::string lastEnd = begin[1] == 'x' ? "</x:row>" : "</row>";
+            ExpectSame(Part(first + cell + end + begin + cell + lastEnd));
+            ExpectSame(Part(first + cell + end + " " + begin + cell + cell + lastEnd));
+            ExpectSame(Part(first + end + begin + lastEnd));
+        }
+    }
+}
+
+// What a row declares is gone with it.
+TEST(SheetPartTest, RowsBehindOneThatDeclaresItsNamespaceAreInAnother) {
+    const std::string cell = R"(<c r="A7"><v>0.5</v></c>)";
+    for (const char* outer : {"u", Main}) {
+        for (const char* inner : {"v", Main}) {
+            ExpectSame(std::string("<x:worksheet xmlns:x=\"") + Main + "\" xmlns=\"" + outer +
+                       "\"><x:sheetData><row xmlns=\"" + inner + "\" r=\"1\">" + cell +
+                       "</row><row r=\"2\">" + cell + "</row></x:sheetData></x:worksheet>" + Behind);
+        }
+    }
+}
+
 // Each byte is changed, taken out and doubled.
 TEST(SheetPartTest, DamagedCellsAreRefusedAsByTheEvents) {
     const std::string rows = R"(<row r="1"><c r="B1" s="1"><v>-1.5</v></c><c r="C1" t="s"><v>3</v></c>)"
-                             R"(<c r="D1" s="4"/></row>)";
+                             R"(<c r="D1" s="4"/></row><row r="2" spans="1:4"><c r="A2"><v>1</v></c></row>)";
     const std::string part = Part(rows);
     const std::size_t begin = part.find("<row");
     for (std::size_t place = begin; place < begin + rows.size(); ++place) {

@@ -7,19 +7,19 @@
 
 namespace karta {
 
-/** What is known of texts that stay where they are, by their addresses alone: one flat table. */
-class AddressPlaces {
+/** What texts of a store stand for, by their words alone: one flat table, and no look at a text. */
+class WordPlaces {
 public:
     static constexpr std::int32_t Unknown = -1;
 
-    /** What the address stands for, for the caller to set where it is Unknown; valid until the next call. */
-    std::int32_t& At(const char* address) {
+    /** What the word stands for, for the caller to set where it is Unknown; valid until the next call. */
+    std::int32_t& At(std::uint64_t word) {
         if (2 * count >= slots.size()) {
             Grow();
         }
-        Slot& slot = Find(slots, address);
+        Slot& slot = Find(slots, word);
         if (slot.place == Unknown) {
-            slot.address = address;
+            slot.word = word;
             ++count;
         }
         return slot.place;
@@ -29,16 +29,16 @@ private:
     static constexpr std::size_t FewestSlots = 256;
 
     struct Slot {
-        const char* address = nullptr;
+        std::uint64_t word = 0;
         std::int32_t place = Unknown;
     };
 
-    // That of the address, or a free one for it.
-    static Slot& Find(std::vector<Slot>& among, const char* address) {
+    // That of the word, or a free one for it.
+    static Slot& Find(std::vector<Slot>& among, std::uint64_t word) {
         constexpr std::uint64_t Spread = 0x9e3779b97f4a7c15;
         const std::size_t mask = among.size() - 1;
-        std::size_t at = ((reinterpret_cast<std::uintptr_t>(address) * Spread) >> 32U) & mask;
-        while (among[at].place != Unknown && among[at].address != address) {
+        std::size_t at = ((word * Spread) >> 32U) & mask;
+        while (among[at].place != Unknown && among[at].word != word) {
             at = (at + 1) & mask;
         }
         return among[at];
@@ -48,7 +48,7 @@ private:
         std::vector<Slot> wider(slots.empty() ? FewestSlots : 2 * slots.size());
         for (const Slot& slot : slots) {
             if (slot.place != Unknown) {
-                Find(wider, slot.address) = slot;
+                Find(wider, slot.word) = slot;
             }
         }
         slots = std::move(wider);
