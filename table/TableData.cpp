@@ -558,8 +558,7 @@ bool TableData::GetDataOrigin(int* firstDataCol, int* firstDataRow) {
 }
 
 bool TableData::IsFloat(int col, int row) {
-    const Kind kind = GetKind(col, row);
-    return kind >= Int && kind <= Double;
+    return IsNumber(GetKind(col, row));
 }
 
 bool TableData::IsMissing(int col, int row) {

@@ -83,6 +83,8 @@ public:
     bool IsMissing(int col, int row) override;
     bool IsString(int col, int row) override;
 
+    /** Of whichever type. */
+    static bool IsNumber(Kind kind) { return kind >= Int && kind <= Double; }
     /** The type in which a cell came; Missing for one that was never set or lies outside. */
     Kind GetKind(int col, int row) const;
     /** The text of a Text or Error cell, valid until the table changes; empty for other kinds. */

@@ -59,6 +59,10 @@ std::optional<double> NumericRows::NumberAt(int col, int row) const {
         return std::nullopt;
     }
     TableData& table = GetTable();
+    double number = 0.0;
+    if (table.FindPlainNumber(col, tableRow, number) != TableData::Missing) {
+        return number;
+    }
     switch (table.GetKind(col, tableRow)) {
         case TableData::Missing:
             return std::nullopt;
@@ -82,21 +86,19 @@ double NumericRows::GetFloatValue(int col, int row) {
 
 bool NumericRows::IsFloat(int col, int row) {
     const int tableRow = At(row);
-    switch (GetTable().GetKind(col, tableRow)) {
-        case TableData::Missing:
-            return false;
-        case TableData::Bool:
-        case TableData::Text:
-            return NumberAt(col, row).has_value();
-        default:
-            // Without a look at the number, which lies somewhere else.
-            return tableRow > heads && GetTable().IsFloat(col, tableRow);
+    const TableData::Kind kind = GetTable().GetKind(col, tableRow);
+    if (kind == TableData::Bool || kind == TableData::Text) {
+        return NumberAt(col, row).has_value();
     }
+    // Without a look at the number, which lies somewhere else.
+    return TableData::IsNumber(kind) && tableRow > heads;
 }
 
 bool NumericRows::IsString(int col, int row) {
-    // Of a wide table most cells are empty.
-    return !IsMissing(col, row) && !IsFloat(col, row) && WantedRows::IsString(col, row);
+    // Most cells are empty or numbers, which one look tells.
+    const TableData::Kind kind = GetTable().GetKind(col, At(row));
+    return kind != TableData::Missing && !TableData::IsNumber(kind) && !IsMissing(col, row) &&
+           !IsFloat(col, row) && WantedRows::IsString(col, row);
 }
 
 // As a table finds it: behind the leading rows and columns that have no number in them.

@@ -17,7 +17,7 @@ void DontLook() {}
 
 TEST(SideBySideTest, EachJobIsDoneOnce) {
     for (const unsigned int threads : {0U, 1U, 2U, 8U}) {
-        for (const std::size_t count : {0, 1, 2, 1000}) {
+        for (const std::size_t count : {0U, 1U, 2U, 1000U}) {
             std::vector<std::atomic<int>> done(count);
             karta::DoSideBySide(count, threads, [&](std::size_t i) { ++done[i]; }, DontLook);
             for (std::size_t i = 0; i < count; ++i) {
