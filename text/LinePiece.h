@@ -97,6 +97,7 @@ private:
     void MakeRoom(std::size_t wanted, const LineRules& rules);
     const char* ReadRecord(const char* at, const char* end, const LineRules& rules);
     const char* ReadField(const char* at, const char* end, const LineRules& rules, std::size_t col);
+    const char* ReadQuickNumber(const char* at, const char* end, const LineRules& rules, std::size_t col);
     const char* ReadQuoted(const char* open, const char* end, const LineRules& rules, std::size_t col);
     template <class IsEnd>
     const char* ReadNumber(std::string_view from, const char* readable, const LineRules& rules,
@@ -127,6 +128,7 @@ private:
     const char* record = nullptr;  // the one that is read
     const char* fieldBegin = nullptr;
     std::vector<Column> columns;
+    std::vector<std::uint8_t> areQuick;  // the columns are of numbers with points
     std::vector<FieldForm> forms;
     std::vector<OddLine> oddLines;
     std::string unescaped;  // a field's text for the moment

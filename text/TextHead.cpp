@@ -11,6 +11,7 @@
 
 #include "base/ByteScan.h"
 #include "text/PlainNumber.h"
+#include "text/QuickNumber.h"
 
 namespace {
 
@@ -236,6 +237,18 @@ void HeadFinder::AddForms(std::string_view line) {
     const char* const lineEnd = at + line.size();
     const char* const readable = text.data() + text.size();
     while (true) {
+        QuickNumber quick;
+        if (mayHoldNumbers && readable - at >= QuickNumber::BytesLookedAt && quick.Find(at) &&
+            quick.HasForm() &&
+            (quick.GetEnd() == lineEnd || (quick.GetEnd() < lineEnd && *quick.GetEnd() == delimiter))) {
+            forms.push_back(quick.GetBits());
+            if (quick.GetEnd() == lineEnd) {
+                return;
+            }
+            at = quick.GetEnd() + 1;
+            at += dialect.skipsBlank && at != lineEnd && *at == ' ' ? 1 : 0;
+            continue;
+        }
         const PlainNumber plain({at, static_cast<std::size_t>(lineEnd - at)}, readable);
         const char* behind = plain.GetEnd();
         if (mayHoldNumbers && plain.IsThere() && (behind == lineEnd || *behind == delimiter)) {
