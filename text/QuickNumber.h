@@ -5,13 +5,17 @@
 #include <cstddef>
 #include <cstdint>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include "base/ByteWord.h"
 #include "text/FieldForm.h"
 
 /**
- * A number of at most seven digits, and at most seven behind a point, at the front of a text: as PlainNumber
- * has it, but with a third of the work, which is most of what a text of numbers takes. All of it in the
- * header: it runs once a cell.
+ * A number of at most eight digits, and at most eight behind a point, of no more than fifteen characters, at
+ * the front of a text: as PlainNumber has it, but with half the work, which is most of what a text of numbers
+ * takes. All of it in the header: it runs once a cell.
  */
 class QuickNumber {
 public:
@@ -40,14 +44,16 @@ public:
 private:
     static constexpr int GroupSize = 3;
     static constexpr std::uint64_t ManyZeros = 100'000;
-    static constexpr std::array<std::uint64_t, 8> Scales = {1,      10,      100,       1000,
-                                                            10'000, 100'000, 1'000'000, 10'000'000};
-    static constexpr std::array<double, 8> Quotients = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7};
+    // That many are a word.
+    static constexpr int MostDigits = 8;
+    static constexpr std::array<std::uint64_t, 9> Scales = {
+        1, 10, 100, 1000, 10'000, 100'000, 1'000'000, 10'000'000, 100'000'000};
+    static constexpr std::array<double, 9> Quotients = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
 
-    static int CountDigits(std::uint64_t word) { return std::countr_zero(ByteWord::FindNoDigit(word)) / 8; }
-    // Of the first `count` bytes, 1 to 7, which are digits.
-    static std::uint64_t ToNumber(std::uint64_t word, int count) {
-        return ByteWord::ToNumber((word ^ (0x30 * ByteWord::Ones)) << (64 - 8 * count));
+    // Of so many digits.
+    static std::uint64_t ToNumber(const char* at, int count) {
+        const std::uint64_t word = ByteWord::Load(at) ^ (0x30 * ByteWord::Ones);
+        return ByteWord::ToNumber(word << (64 - 8 * count));
     }
 
     const char* first = nullptr;
@@ -56,34 +62,42 @@ private:
     bool hasPoint = false;
     int whole = 0;     // digits before the point
     int fraction = 0;  // and behind it
-    std::uint64_t wholeWord = 0;
-    std::uint64_t fractionWord = 0;
 };
 
+// All that is no digit in one look, so that where the next field begins is known before this one's value is.
 inline bool QuickNumber::Find(const char* at) {
-    if constexpr (!ByteWord::IsUsable) {
-        return false;
-    }
+#ifdef __SSE2__
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+    const __m128i digits = _mm_sub_epi8(bytes, _mm_set1_epi8('0'));
+    auto others = static_cast<unsigned int>(
+        _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_max_epu8(digits, _mm_set1_epi8(10)), digits)));
     isNegative = *at == '-';
-    first = at + (isNegative ? 1 : 0);
-    wholeWord = ByteWord::Load(first);
-    whole = CountDigits(wholeWord);
-    if (whole == 0 || whole == 8) {
+    others &= isNegative ? ~1U : ~0U;
+    if (others == 0) {
         return false;
     }
-    end = first + whole;
+    first = at + (isNegative ? 1 : 0);
+    end = at + std::countr_zero(others);
+    whole = static_cast<int>(end - first);
     hasPoint = *end == '.';
     if (hasPoint) {
-        fractionWord = ByteWord::Load(end + 1);
-        fraction = CountDigits(fractionWord);
-        end += 1 + fraction;
-        return fraction != 0 && fraction != 8;
+        others &= others - 1;
+        if (others == 0) {
+            return false;
+        }
+        const char* const point = end;
+        end = at + std::countr_zero(others);
+        fraction = static_cast<int>(end - point) - 1;
     }
-    return true;
+    return whole >= 1 && whole <= MostDigits && (!hasPoint || (fraction >= 1 && fraction <= MostDigits));
+#else
+    static_cast<void>(at);
+    return false;
+#endif
 }
 
 inline bool QuickNumber::GetValue(double& value, std::uint8_t& decimals) const {
-    const std::uint64_t integer = ToNumber(wholeWord, whole);
+    const std::uint64_t integer = ToNumber(first, whole);
     if (!hasPoint) {
         value = static_cast<double>(static_cast<std::int64_t>(integer));
         value = isNegative ? -value : value;
@@ -91,7 +105,7 @@ inline bool QuickNumber::GetValue(double& value, std::uint8_t& decimals) const {
         return integer != 0 ? whole < 6 || integer % ManyZeros != 0 : !isNegative;
     }
     const auto places = static_cast<std::size_t>(fraction);
-    const std::uint64_t digits = integer * Scales[places] + ToNumber(fractionWord, fraction);
+    const std::uint64_t digits = integer * Scales[places] + ToNumber(end - fraction, fraction);
     const double magnitude = static_cast<double>(static_cast<std::int64_t>(digits)) / Quotients[places];
     value = isNegative ? -magnitude : magnitude;
     // What begins with 0.00 may be written with an exponent.

@@ -78,9 +78,30 @@ TEST(QuickNumberTest, EveryNumberOfFourDigitsWithAPointSomewhere) {
 }
 
 TEST(QuickNumberTest, WhatNeedsMoreThanALookIsLeft) {
-    for (const char* text : {"",     "-",   ".",      ".5",      "-.5",      "5.",         "+1",  "00",
-                             "01.5", "-0",  "100000", "2300000", "12345678", "1.12345678", "1e5", "1.5e3",
-                             "1,5",  "1 5", "0x10",   "1.2.3",   "nan",      "2024-01-01", "7/8"}) {
+    for (const char* text : {"",
+                             "-",
+                             ".",
+                             ".5",
+                             "-.5",
+                             "5.",
+                             "+1",
+                             "00",
+                             "01.5",
+                             "-0",
+                             "100000",
+                             "2300000",
+                             "123456789",
+                             "12345678.12345678",
+                             "1.123456789",
+                             "1e5",
+                             "1.5e3",
+                             "1,5",
+                             "1 5",
+                             "0x10",
+                             "1.2.3",
+                             "nan",
+                             "2024-01-01",
+                             "7/8"}) {
         EXPECT_FALSE(IsSameAsPlain(text)) << text;
     }
 }
