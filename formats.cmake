@@ -36,7 +36,7 @@ karta_format(process/BrooksideFile process/BrooksideFileSet process/BrooksidePha
              process/SAReadBrooksideData process/SampleRow CASES brookside)
 karta_format(process/BrooksideXML process/BrooksideGrammar process/BrooksideModel
              process/BrooksideParse process/BrooksideTree
-             process/BufferReader CASES brooksidexml)
+             process/BufferReader process/SampleBlock CASES brooksidexml)
 karta_format(container/MatFile container/Mat4Arrays container/Mat4Content container/Mat5Arrays container/Mat5Content
              container/MatArray container/MatArrays container/MatContent container/MatElementStream
              container/MatLevel4 container/MatLevel4Writer container/MatLevel5 container/MatNumbers

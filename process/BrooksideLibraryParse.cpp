@@ -109,6 +109,7 @@ private:
     RawDataText* run = nullptr;                    // its text, once that began
     bool runEnded = false;
     XMLCh highSurrogate = 0;  // first half of a character whose second half is in the next piece
+    std::string utf8;         // of the piece at hand
 };
 
 /** Errors of validity end the parse as those of form do. */
@@ -185,9 +186,10 @@ void BrooksideDomParser::AddText(const XMLCh* text, XMLSize_t length) {
         run = &rawData[rawElement];
     }
     std::u16string_view units(text, length);
+    utf8.clear();
     if (highSurrogate != 0 && !units.empty()) {
         const char16_t pair[] = {highSurrogate, units.front()};
-        AppendUtf8(run->text, {pair, std::size(pair)});
+        AppendUtf8(utf8, {pair, std::size(pair)});
         units.remove_prefix(1);
         highSurrogate = 0;
     }
@@ -195,7 +197,8 @@ void BrooksideDomParser::AddText(const XMLCh* text, XMLSize_t length) {
         highSurrogate = units.back();
         units.remove_suffix(1);
     }
-    AppendUtf8(run->text, units);
+    AppendUtf8(utf8, units);
+    run->Append(utf8);
 }
 
 // What stands between texts ends the first run; where all text counts it doesn't.
@@ -210,7 +213,6 @@ void BrooksideDomParser::EndRun() {
     if (run == nullptr) {
         return;
     }
-    run->End();
     run = nullptr;
     runEnded = true;
     highSurrogate = 0;

@@ -70,7 +70,7 @@ public:
                 rawElement->raw.text.reserve(std::exchange(roomWanted, 0));
                 rawElement->hasText = true;
             }
-            rawElement->raw.text.append(text);
+            rawElement->raw.Append(text);
         }
     }
 
@@ -89,12 +89,7 @@ public:
     BrooksideTree tree;
 
 private:
-    void EndRun() {
-        if (rawElement->hasText && !runEnded) {
-            rawElement->raw.End();
-        }
-        runEnded = rawElement->hasText;
-    }
+    void EndRun() { runEnded = rawElement->hasText; }
 
     RawTextExtent extent;
     std::size_t roomWanted;                  // for the next raw text

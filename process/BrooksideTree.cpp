@@ -46,13 +46,16 @@ bool BrooksideTree::IsRawData(std::string_view name) {
     return EqualIgnoringCase(name, RawDataName);
 }
 
-// Only a text that began can end.
-void RawDataText::End() {
-    const std::size_t mark = text.find(EndMark);
-    hasMark = mark != std::string::npos;
+// What was just copied is looked through: later it would come from memory again.
+void RawDataText::Append(std::string_view more) {
     if (hasMark) {
-        text.resize(mark);
+        return;
     }
+    const std::size_t known = text.size();
+    text.append(more);
+    const std::size_t mark = text.find(EndMark, known < EndMark.size() ? 0 : known - EndMark.size() + 1);
+    hasMark = mark != std::string::npos;
+    text.resize(hasMark ? mark : text.size());
 }
 
 BrooksideElement* FindNode(BrooksideElement* start, const char* name) {

@@ -13,8 +13,8 @@ struct RawDataText {
     std::string text; /**< cut off at the mark of its end */
     bool hasMark = false;
 
-    /** All of the text is there: cuts it off. */
-    void End();
+    /** What comes next of the text; the mark of its end, and what is behind it, is left out. */
+    void Append(std::string_view more);
 };
 
 /** How much of a RawData element counts. */

@@ -1,7 +1,9 @@
 #include "process/BrooksideXML.h"
 
 #include <algorithm>
+#include <exception>
 #include <limits>
+#include <mutex>
 #include <set>
 #include <string_view>
 
@@ -10,13 +12,16 @@
 #include "base/CopyMessage.h"
 #include "base/Exception.h"
 #include "base/NumberParser.h"
+#include "base/OrderedWork.h"
 #include "base/PathNames.h"
 #include "frame/CellOutput.h"
+#include "frame/CellRunSink.h"
 #include "frame/FormatRecogniser.h"
 #include "process/BrooksideLibraryParse.h"
 #include "process/BrooksideParseFailure.h"
 #include "process/BrooksideWarnings.h"
 #include "process/BufferReader.h"
+#include "process/SampleBlock.h"
 #include "process/SampleRow.h"
 #include "process/TabWalk.h"
 
@@ -41,6 +46,12 @@ constexpr int PhaseColumnMissing = 0;
 
 // What a length of 32 bits can tell.
 constexpr std::size_t LongestPlainLine = std::numeric_limits<std::uint32_t>::max() - 1;
+
+// Where threads cost more than they bring; and the rows that one reads at a time, whose cells stay in the
+// processor's cache.
+constexpr std::uint64_t LeastForThreads = std::uint64_t{1} << 21;
+constexpr int CellsOfBlock = 1 << 15;
+constexpr int MostRowsOfBlock = 256;
 
 // Reads up to the line that names the columns; false where there is none.
 bool FindColumnLine(BufferReader& reader) {
@@ -84,8 +95,11 @@ struct BrooksideXML::Section {
     ColumnMap columnMap;
     int phaseColumn = NoPhaseID;
     bool isReadable = false;
+    bool hasLongLines = false;  // one at least is read as one that isn't plain
     std::vector<LineAt> lines;  // by row number
 
+    /** Whether lines are read without moving the reader, but for long ones. */
+    bool MayBePlain() const { return reader.IsPlain() && phaseColumn <= PhaseColumnMissing; }
     /** The lines of a phase, as a range of `lines`. */
     std::pair<std::size_t, std::size_t> Find(const PhaseRecord& phase) const {
         const auto first =
@@ -98,6 +112,54 @@ struct BrooksideXML::Section {
                 static_cast<std::size_t>(last - lines.begin())};
     }
 };
+
+/** The complete reading: the rows of a phase. */
+struct BrooksideXML::PhaseRows {
+    Section* section;
+    const WaferRecord* wafer;
+    const PhaseRecord* phase;
+    std::size_t firstLine;
+    int first;  // rows of the table, from one to before the other
+    int end;
+};
+
+namespace {
+
+/** What comes of some rows that any thread reads. */
+struct RowsRead {
+    std::unique_ptr<SampleBlock> block;
+    std::uint64_t shortRows = 0;
+    std::uint64_t texts = 0;
+    std::exception_ptr failure;
+};
+
+/** Blocks that serve again. */
+class SampleBlocks {
+public:
+    SampleBlocks(int blockCols, int blockRows) : cols(blockCols), rows(blockRows) {}
+
+    std::unique_ptr<SampleBlock> Take() {
+        const std::lock_guard lock(mutex);
+        if (free.empty()) {
+            return std::make_unique<SampleBlock>(cols, rows);
+        }
+        std::unique_ptr<SampleBlock> block = std::move(free.back());
+        free.pop_back();
+        return block;
+    }
+    void Give(std::unique_ptr<SampleBlock> block) {
+        const std::lock_guard lock(mutex);
+        free.push_back(std::move(block));
+    }
+
+private:
+    int cols;
+    int rows;
+    std::mutex mutex;
+    std::vector<std::unique_ptr<SampleBlock>> free;
+};
+
+}  // namespace
 
 BrooksideXML::BrooksideXML() = default;
 
@@ -139,6 +201,7 @@ void BrooksideXML::Clear() {
     sections.clear();
     hasSections = false;
     shortLines = 0;
+    textSamples = 0;
     sizeKnown = false;
 }
 
@@ -484,6 +547,7 @@ void BrooksideXML::IndexLines(Section& section, const std::string& name) {
         isRising = isRising && (section.lines.empty() || section.lines.back().rowNumber < rowNumber);
         // A line of more is read as one that isn't plain.
         const auto length = std::min<std::size_t>(section.reader.GetLine().size(), LongestPlainLine + 1);
+        section.hasLongLines = section.hasLongLines || length > LongestPlainLine;
         section.lines.push_back({rowNumber, static_cast<std::uint32_t>(length), start});
     }
     if (!isRising) {
@@ -546,17 +610,18 @@ int BrooksideXML::ReadCompletely(ReadSpreadSheetData& sink) {
         output.Text(col, NameRow, name);
     }
     output.EndRow(NameRow);
-    SampleRow sample(output, std::nullopt);
-    int row = FirstDataRow;
     std::uint64_t background = 0;
     for (const WaferRecord& wafer : model.wafers) {
-        Section* section = FindSection(wafer);
         for (const PhaseRecord& phase : wafer.phases) {
             background += phase.isBackground ? 1 : 0;
-            if (section != nullptr && !phase.isBackground) {
-                ReadPhaseCompletely(*section, wafer, phase, row, output, sample);
-            }
         }
+    }
+    const std::vector<PhaseRows> phases = ListPhaseRows();
+    auto* const runs = dynamic_cast<CellRunSink*>(&sink);
+    if (runs != nullptr && runs->PrefersCellRuns() && MayShareRows(phases)) {
+        ReadRowsSideBySide(phases, *runs, output);
+    } else {
+        ReadRowsInTurn(phases, output);
     }
     TellShape();
     if (background > 0) {
@@ -568,10 +633,9 @@ int BrooksideXML::ReadCompletely(ReadSpreadSheetData& sink) {
              karta::CountOf(shortLines, "line has", "lines have") +
                  " fewer fields than columns: the rest is missing");
     }
-    if (sample.CountTexts() > 0) {
-        Note("text-samples", sample.CountTexts(), {},
-             karta::CountOf(sample.CountTexts(), "sample is no number and stays",
-                            "samples are no numbers and stay") +
+    if (textSamples > 0) {
+        Note("text-samples", textSamples, {},
+             karta::CountOf(textSamples, "sample is no number and stays", "samples are no numbers and stay") +
                  " text");
     }
     NoteLinesOfNoPhase();
@@ -605,10 +669,10 @@ void BrooksideXML::NoteWhatPhasesHave() {
 }
 
 // False for a line of too few fields.
-bool BrooksideXML::PutLine(const Section& section, SampleRow& sample) {
+bool BrooksideXML::PutLine(const BufferReader& reader, const ColumnMap& columnMap, SampleRow& sample) {
     bool isWhole = true;
-    for (const auto& [field, col] : section.columnMap) {
-        const auto text = section.reader.FindField(field);
+    for (const auto& [field, col] : columnMap) {
+        const auto text = reader.FindField(field);
         isWhole = isWhole && text;
         sample.Put(col, text.value_or(""));
     }
@@ -633,32 +697,120 @@ bool BrooksideXML::PutPlainLine(std::string_view line, const ColumnMap& columnMa
     return isWhole;
 }
 
-void BrooksideXML::ReadPhaseCompletely(Section& section, const WaferRecord& wafer, const PhaseRecord& phase,
-                                       int& row, CellOutput& output, SampleRow& sample) {
-    const auto [first, last] = section.Find(phase);
-    BufferReader& reader = section.reader;
-    const bool arePlain = reader.IsPlain() && section.phaseColumn <= PhaseColumnMissing;
-    for (std::size_t i = first; i < last; ++i) {
-        GetContext()->ThrowIfStopped();
-        const Section::LineAt& line = section.lines[i];
+std::vector<BrooksideXML::PhaseRows> BrooksideXML::ListPhaseRows() {
+    std::vector<PhaseRows> phases;
+    int row = FirstDataRow;
+    for (const WaferRecord& wafer : model.wafers) {
+        Section* const section = FindSection(wafer);
+        for (const PhaseRecord& phase : wafer.phases) {
+            if (section == nullptr || phase.isBackground) {
+                continue;
+            }
+            const auto [first, last] = section->Find(phase);
+            if (last > first) {
+                const int rows = static_cast<int>(last - first);
+                phases.push_back({section, &wafer, &phase, first, row, row + rows});
+                row += rows;
+            }
+        }
+    }
+    return phases;
+}
+
+// Rows of the table that are all of one phase. Only of a text that isn't plain its reader is moved.
+void BrooksideXML::ReadRows(const PhaseRows& phase, int first, int last, CellOutput& output,
+                            SampleRow& sample, std::uint64_t& shortRows) const {
+    Section& section = *phase.section;
+    const bool arePlain = section.MayBePlain();
+    for (int row = first; row < last; ++row) {
+        const Section::LineAt& line =
+            section.lines[phase.firstLine + static_cast<std::size_t>(row - phase.first)];
         const bool isPlain = arePlain && line.length <= LongestPlainLine;
         if (!isPlain) {
-            reader.Seek(line.start);
-            reader.NextLine();
+            section.reader.Seek(line.start);
+            section.reader.NextLine();
         }
-        output.Text(ColumnWafer, row, wafer.tableID);
+        output.Text(ColumnWafer, row, phase.wafer->tableID);
         sample.Begin(row);
         if (section.phaseColumn == NoPhaseID) {
-            sample.Put(ColumnPhase, phase.number);
+            sample.Put(ColumnPhase, phase.phase->number);
         } else if (section.phaseColumn != PhaseColumnMissing) {
-            sample.Put(ColumnPhase, reader.FindField(section.phaseColumn).value_or(""));
+            sample.Put(ColumnPhase, section.reader.FindField(section.phaseColumn).value_or(""));
         }
         const bool isShort = isPlain ? !PutPlainLine({line.start, line.length}, section.columnMap, sample)
-                                     : !PutLine(section, sample);
+                                     : !PutLine(section.reader, section.columnMap, sample);
         sample.End();
-        shortLines += isShort ? 1 : 0;
-        output.EndRow(row);
-        ++row;
+        shortRows += isShort ? 1 : 0;
+    }
+}
+
+void BrooksideXML::ReadRowsInTurn(const std::vector<PhaseRows>& phases, CellOutput& output) {
+    SampleRow sample(output, std::nullopt);
+    for (const PhaseRows& phase : phases) {
+        for (int row = phase.first; row < phase.end; ++row) {
+            GetContext()->ThrowIfStopped();
+            ReadRows(phase, row, row + 1, output, sample, shortLines);
+            output.EndRow(row);
+        }
+    }
+    textSamples += sample.CountTexts();
+}
+
+// Whether several threads have something of it, nothing of the readers is moved, and blocks of all columns
+// are no more than what the texts hold.
+bool BrooksideXML::MayShareRows(const std::vector<PhaseRows>& phases) const {
+    std::uint64_t bytes = 0;
+    for (const auto& [name, text] : model.rawData) {
+        bytes += text.size();
+    }
+    const auto cells = static_cast<std::uint64_t>(numCols) * static_cast<std::uint64_t>(numRows);
+    return bytes >= LeastForThreads && cells <= bytes &&
+           karta::ChooseThreadCount(GetContext()->threads, 2) > 1 &&
+           std::all_of(phases.begin(), phases.end(), [](const PhaseRows& phase) {
+               return phase.section->MayBePlain() && !phase.section->hasLongLines;
+           });
+}
+
+// Some rows are a job, whatever phases they are of.
+void BrooksideXML::ReadRowsSideBySide(const std::vector<PhaseRows>& phases, CellRunSink& runs,
+                                      CellOutput& output) {
+    const int atOnce = std::clamp(CellsOfBlock / numCols, 1, MostRowsOfBlock);
+    const int end = phases.empty() ? FirstDataRow : phases.back().end;
+    const auto jobs = static_cast<std::size_t>((end - FirstDataRow + atOnce - 1) / atOnce);
+    SampleBlocks blocks(numCols, atOnce);
+    const auto read = [&](std::size_t job) {
+        RowsRead done;
+        try {
+            const int first = FirstDataRow + static_cast<int>(job) * atOnce;
+            const int last = std::min(end, first + atOnce);
+            done.block = blocks.Take();
+            done.block->Begin(first);
+            CellOutput cells(*done.block);
+            SampleRow sample(cells, std::nullopt);
+            auto phase = std::upper_bound(phases.begin(), phases.end(), first,
+                                          [](int row, const PhaseRows& some) { return row < some.end; });
+            for (; phase != phases.end() && phase->first < last; ++phase) {
+                ReadRows(*phase, std::max(first, phase->first), std::min(last, phase->end), cells, sample,
+                         done.shortRows);
+            }
+            done.texts = sample.CountTexts();
+        } catch (...) {
+            done.failure = std::current_exception();
+        }
+        return done;
+    };
+    karta::OrderedWork<RowsRead> work(jobs, karta::ChooseThreadCount(GetContext()->threads, jobs), read);
+    for (std::size_t job = 0; job < jobs; ++job) {
+        GetContext()->ThrowIfStopped();
+        RowsRead done = work.Take();
+        if (done.failure) {
+            std::rethrow_exception(done.failure);
+        }
+        done.block->Put(runs, output);
+        blocks.Give(std::move(done.block));
+        shortLines += done.shortRows;
+        textSamples += done.texts;
+        output.EndRow(std::min(end, FirstDataRow + static_cast<int>(job + 1) * atOnce) - 1);
     }
 }
 

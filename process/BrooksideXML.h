@@ -16,6 +16,7 @@
 
 class BufferReader;
 class CellOutput;
+class CellRunSink;
 class SampleRow;
 
 /**
@@ -113,6 +114,8 @@ private:
 
     /** The complete reading: a raw text's lines by their row numbers. */
     struct Section;
+    /** The same: the rows of a phase. */
+    struct PhaseRows;
 
     void Clear();
     int Parse(const BrooksideDocument& document);
@@ -136,10 +139,14 @@ private:
     Section* FindSection(const WaferRecord& wafer);
     void PlanRows();
     int ReadCompletely(ReadSpreadSheetData& sink);
-    static bool PutLine(const Section& section, SampleRow& sample);
+    static bool PutLine(const BufferReader& reader, const ColumnMap& columnMap, SampleRow& sample);
     static bool PutPlainLine(std::string_view line, const ColumnMap& columnMap, SampleRow& sample);
-    void ReadPhaseCompletely(Section& section, const WaferRecord& wafer, const PhaseRecord& phase, int& row,
-                             CellOutput& output, SampleRow& sample);
+    std::vector<PhaseRows> ListPhaseRows();
+    bool MayShareRows(const std::vector<PhaseRows>& phases) const;
+    void ReadRows(const PhaseRows& phase, int first, int last, CellOutput& output, SampleRow& sample,
+                  std::uint64_t& shortRows) const;
+    void ReadRowsInTurn(const std::vector<PhaseRows>& phases, CellOutput& output);
+    void ReadRowsSideBySide(const std::vector<PhaseRows>& phases, CellRunSink& runs, CellOutput& output);
     void NoteLinesOfNoPhase();
     void NoteWhatPhasesHave();
     void TellShape();
@@ -153,6 +160,7 @@ private:
     bool hasSections = false;
     std::map<std::string, std::unique_ptr<Section>, LessIgnoringCase> sections;
     std::uint64_t shortLines = 0;
+    std::uint64_t textSamples = 0;
 };
 
 class KARTA_EXPORT BrooksideXMLFactory : public SprFileFactory {

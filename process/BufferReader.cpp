@@ -18,7 +18,7 @@ void BufferReader::Init(std::string_view text, const std::string& name) {
     sectionName = name;
     fields.clear();
     isCopied = false;
-    isPlain = text.find('"') == std::string_view::npos && text.find('\r') == std::string_view::npos;
+    isPlain = FindByte(text.data(), end, '"', '\r') == end;
     lineCount = 0;
 }
 
