@@ -134,8 +134,6 @@ KindCounts CountKinds(const CellStore& store, const CellVector& cells, int first
             counts[stretch.kind] += stretch.hasMissing ? CountBits(stretch.bits.As<std::uint8_t>(),
                                                                    from - stretch.first, to - from)
                                                        : to - from;
-            counts.emptyTexts +=
-                stretch.kind == CellKind::Text ? CountEmptyTexts(store, stretch, from, to) : 0;
             continue;
         }
         store.InSteps(from, to, [&](int begin, int stop) {
@@ -143,13 +141,30 @@ KindCounts CountKinds(const CellStore& store, const CellVector& cells, int first
                 const Cell cell = stretch.Get(place);
                 if (cell.kind != CellKind::Missing) {
                     ++counts[cell.kind];
-                    counts.emptyTexts +=
-                        cell.kind == CellKind::Text && CellStore::IsEmptyText(cell.content) ? 1 : 0;
                 }
             }
         });
     }
     return counts;
+}
+
+std::int64_t CountEmptyTexts(const CellStore& store, const CellVector& cells, int first, int end) {
+    std::int64_t count = 0;
+    for (const Stretch& stretch : cells.GetStretches()) {
+        const int from = std::max(first, stretch.first);
+        const int to = std::min(end, stretch.GetEnd());
+        if (from < to && stretch.kind == CellKind::Text) {
+            count += CountEmptyTexts(store, stretch, from, to);
+        } else if (from < to && stretch.kind == CellKind::Mixed) {
+            store.InSteps(from, to, [&](int begin, int stop) {
+                for (int place = begin; place < stop; ++place) {
+                    const Cell cell = stretch.Get(place);
+                    count += cell.kind == CellKind::Text && CellStore::IsEmptyText(cell.content) ? 1 : 0;
+                }
+            });
+        }
+    }
+    return count;
 }
 
 NumberFacts ExamineNumbers(const CellStore& store, const CellVector& cells, int first, int end) {
@@ -209,7 +224,8 @@ void DistinctTexts::Add(CellStore& kept, const DistinctTexts& others) {
 }
 
 void ColumnEvidence::Add(CellStore& store, CellStore& kept, const CellVector& cells, int first, int end) {
-    const KindCounts more = CountKinds(store, cells, first, end);
+    KindCounts more = CountKinds(store, cells, first, end);
+    more.emptyTexts = more[CellKind::Text] > 0 ? CountEmptyTexts(store, cells, first, end) : 0;
     counts += more;
     if (more.GetNumbers() > 0) {
         facts += ExamineNumbers(store, cells, first, end);

@@ -16,7 +16,7 @@ namespace karta {
 /** How many cells of each kind some places hold. */
 struct KindCounts {
     std::array<std::int64_t, CellKinds> counts{};
-    std::int64_t emptyTexts = 0; /**< among the texts */
+    std::int64_t emptyTexts = 0; /**< among the texts, where they were counted */
 
     std::int64_t& operator[](CellKind kind) { return counts[static_cast<std::size_t>(kind)]; }
     std::int64_t operator[](CellKind kind) const { return counts[static_cast<std::size_t>(kind)]; }
@@ -30,8 +30,11 @@ struct KindCounts {
     bool HasEmptyTextsOnly() const;
 };
 
-/** Of the places from `first` to before `end`. Raises Stopped. */
+/** Of the places from `first` to before `end`, without the empty texts among them. Raises Stopped. */
 KindCounts CountKinds(const CellStore& store, const CellVector& cells, int first, int end);
+
+/** The same: how many of the texts are empty. */
+std::int64_t CountEmptyTexts(const CellStore& store, const CellVector& cells, int first, int end);
 
 /** What the numbers of a column are. */
 struct NumberFacts {

@@ -452,7 +452,7 @@ ColumnBuffers ColumnMaker::MakeTexts(const CellVector& cells, int first, int row
 // column a sample tells at once where they don't. If there were no more distinct ones than such a list may
 // have, pairs of the same text would be in any two rows with at least one chance in that many.
 bool ColumnMaker::MayRepeat(const CellVector& cells, int first, int rows, std::int64_t plainSize) const {
-    constexpr int LeastRows = 1 << 16;
+    constexpr int LeastRows = 1 << 14;
     constexpr double PairsExpected = 128;
     constexpr std::int32_t LeastPairs = 32;
     const auto most =
@@ -687,7 +687,11 @@ Column ColumnMaker::Make(const Wanted& wanted, int first, int rows, Mixture& mix
     CellVector none;
     CellVector& cells = wanted.cells == nullptr ? none : *wanted.cells;
     const int end = first + rows;
-    const KindCounts counts = CountKinds(store, cells, first, end);
+    KindCounts counts = CountKinds(store, cells, first, end);
+    if (counts[CellKind::Text] > 0 && counts[CellKind::Text] < counts.GetAll()) {
+        // Of texts alone it doesn't matter.
+        counts.emptyTexts = CountEmptyTexts(store, cells, first, end);
+    }
     NumberFacts facts;
     bool hasFractions = false;
     if (counts.GetNumbers() > 0 && (counts.GetNumbers() == counts.GetAll() || counts.HasEmptyTextsOnly())) {

@@ -131,6 +131,7 @@ private:
         kinds.reserve(columns.size());
         for (std::size_t col = 0; col < columns.size(); ++col) {
             KindCounts counts = CountKinds(store, columns[col], place, numRows);
+            counts.emptyTexts = CountEmptyTexts(store, columns[col], place, numRows);
             if (col < further.size()) {
                 counts += further[col].counts;
             }
