@@ -442,6 +442,27 @@ TEST(TableSinkTest, KeepsTheEmptyTextInTextsOnly) {
     EXPECT_EQ(TextsOf(table.GetColumn(2)), (Texts{"<missing>", "b"}));
 }
 
+// Formulas whose text is empty stand among the numbers of many sheets.
+TEST(TableSinkTest, EmptyTextsAmongNumbersDoNotHideTheNames) {
+    Making making;
+    making.sink.SetText(1, 1, "mass");
+    making.sink.Set(2, 1, 2019.0);
+    for (int col = 1; col <= 2; ++col) {
+        for (int row = 2; row <= 6; ++row) {
+            if (col == 1 && row % 3 == 0) {
+                making.sink.SetText(col, row, "");
+            } else {
+                making.sink.Set(col, row, row + 0.5);
+            }
+        }
+    }
+    const Table table = making.sink.Finish();
+    EXPECT_EQ(table.GetColumn(0).GetName(), "mass");
+    EXPECT_EQ(table.GetColumn(1).GetName(), "2019");
+    EXPECT_EQ(table.GetRowCount(), 5);
+    EXPECT_EQ(table.GetColumn(0).GetType(), ColumnType::Float64);
+}
+
 TEST(TableSinkTest, TakesACellThatIsSetAgain) {
     Making making(0);
     for (int row = 1; row <= 100; ++row) {
