@@ -420,15 +420,6 @@ float TableData::GetFloat(int col, int row) const {
                                       : 0.0F;
 }
 
-bool TableData::FindPlainDouble(int col, int row, double& value) const {
-    const Cell cell = Find(col, row);
-    if ((cell & (SourceBit | KindMask)) != Double) {
-        return false;
-    }
-    std::memcpy(&value, PlaceOf(cell >> KindBits), sizeof value);
-    return true;
-}
-
 TableData::Kind TableData::FindPlainNumber(int col, int row, double& value) const {
     const Cell cell = Find(col, row);
     switch (cell & (SourceBit | KindMask)) {

@@ -96,9 +96,6 @@ public:
     /** The number of a Float cell. */
     float GetFloat(int col, int row) const;
 
-    /** The number of a Double cell without a source; false for any other cell. */
-    bool FindPlainDouble(int col, int row, double& value) const;
-
     /** The number of a Double or Float cell without a source, and which of them it is; Missing for any other.
      */
     Kind FindPlainNumber(int col, int row, double& value) const;

@@ -120,7 +120,7 @@ TEST_F(TextInThreadsTest, BudgetEndsTheReadInAnyNumberOfThreads) {
     ReadInThreads whole(path, 1);
     whole.Read();
     for (const unsigned int threads : {1U, 2U, 8U}) {
-        for (const std::uint64_t share : {8, 4, 2}) {
+        for (const std::uint64_t share : {8U, 4U, 2U}) {
             ReadInThreads read(path, threads);
             read.context->budget.SetLimit(whole.charged / share);
             EXPECT_THROW(
