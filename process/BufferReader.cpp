@@ -9,6 +9,19 @@
 #include "base/NumberParser.h"
 #include "host/NvString.h"
 
+// Looks for each byte in what still is in the processor's cache.
+static bool IsPlainText(std::string_view text) {
+    constexpr std::size_t AtOnce = std::size_t{1} << 15;
+    while (!text.empty()) {
+        const std::string_view some = text.substr(0, AtOnce);
+        if (some.find('"') != std::string_view::npos || some.find('\r') != std::string_view::npos) {
+            return false;
+        }
+        text.remove_prefix(some.size());
+    }
+    return true;
+}
+
 void BufferReader::Init(std::string_view text, const std::string& name) {
     cursor = text.data();
     end = text.data() + text.size();
@@ -18,7 +31,7 @@ void BufferReader::Init(std::string_view text, const std::string& name) {
     sectionName = name;
     fields.clear();
     isCopied = false;
-    isPlain = FindByte(text.data(), end, '"', '\r') == end;
+    isPlain = IsPlainText(text);
     lineCount = 0;
 }
 
