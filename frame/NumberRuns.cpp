@@ -10,12 +10,22 @@ NumberRuns::NumberRuns(ReadSpreadSheetData& sink, CellOutput& cellOutput)
     }
 }
 
-bool NumberRuns::MakeRoom(std::size_t place) {
-    if (cellRuns == nullptr || place >= MostColumns) {
-        return false;
+void NumberRuns::Gather(int col, int row, double number) {
+    const std::size_t place = static_cast<std::size_t>(col) - 1;
+    if (place >= room) {
+        if (place >= MostColumns) {
+            output.Number(col, row, number);
+            return;
+        }
+        room = place + 1;
+        runs.resize(room);
     }
-    runs.resize(place + 1);
-    return true;
+    Run& run = runs[place];
+    if (row - run.firstRow != run.count || run.count == LongestRun) {
+        Hand(col, run);
+        run.firstRow = row;
+    }
+    run.numbers[static_cast<std::size_t>(run.count++)] = number;
 }
 
 void NumberRuns::Hand(int col, Run& run) {

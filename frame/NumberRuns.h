@@ -22,22 +22,16 @@ public:
 
     /** Columns and rows count from 1. */
     void Put(int col, int row, double number) {
-        const std::size_t place = static_cast<std::size_t>(col) - 1;
-        if (place >= runs.size() && !MakeRoom(place)) {
+        if (cellRuns == nullptr) {
             output.Number(col, row, number);
-            return;
+        } else {
+            Gather(col, row, number);
         }
-        Run& run = runs[place];
-        if (row - run.firstRow != run.count || run.count == LongestRun) {
-            Hand(col, run);
-            run.firstRow = row;
-        }
-        run.numbers[static_cast<std::size_t>(run.count++)] = number;
     }
     /** The next cell of this column is set by another road. */
     void End(int col) {
         const std::size_t place = static_cast<std::size_t>(col) - 1;
-        if (place < runs.size() && runs[place].count > 0) {
+        if (place < room && runs[place].count > 0) {
             Hand(col, runs[place]);
         }
     }
@@ -55,10 +49,11 @@ private:
         std::array<double, LongestRun> numbers;
     };
 
-    bool MakeRoom(std::size_t place);
+    void Gather(int col, int row, double number);
     void Hand(int col, Run& run);
 
     CellOutput& output;
     CellRunSink* cellRuns;  // null where the sink takes them no faster
     std::vector<Run> runs;  // of the columns up to the last one so far
+    std::size_t room = 0;   // so many
 };

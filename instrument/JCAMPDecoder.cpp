@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <string>
 
@@ -254,12 +255,34 @@ std::size_t JCAMPDecoder::TakeDifferences(std::span<double> values) {
     return count;
 }
 
-// Each up to the first digit behind one blank.
+namespace {
+
+// The digits at `at`, fewer than eight bytes before an end that eight or more stand in front of.
+const char* TakeLastDigits(const char* at, const char* end, std::uint64_t& number) {
+    const auto left = static_cast<std::size_t>(end - at);
+    // Zeros behind what is left.
+    const std::uint64_t word = ByteWord::Load(end - sizeof word) >> (8 * (sizeof word - left));
+    char bytes[sizeof word];
+    std::memcpy(bytes, &word, sizeof word);
+    return at + (TakeShortDigits(bytes, bytes + sizeof word, number) - bytes);
+}
+
+}  // namespace
+
+// Each up to the first digit behind one blank, or to the end of the line.
 std::size_t JCAMPDecoder::TakePlainNumbers(std::span<double> values) {
+    constexpr std::ptrdiff_t WordSize = sizeof(std::uint64_t);
     std::size_t count = 0;
-    while (count < values.size()) {
+    while (count < values.size() && cursor != end) {
         std::uint64_t whole = 0;
-        const char* const behind = TakeShortDigits(cursor, end, whole);
+        const bool isLast = end - cursor < WordSize && end - begin >= WordSize;
+        const char* const behind =
+            isLast ? TakeLastDigits(cursor, end, whole) : TakeShortDigits(cursor, end, whole);
+        if (behind == end && isLast && behind != cursor) {
+            values[count++] = static_cast<double>(static_cast<std::int64_t>(whole));
+            cursor = end;
+            break;
+        }
         if (behind == nullptr || behind == cursor || end - behind < 2 || *behind != ' ' ||
             !IsDigit(behind[1])) {
             break;

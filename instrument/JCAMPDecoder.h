@@ -55,7 +55,8 @@ public:
     };
 
     /** The text stays the caller's and must outlive the decoder. */
-    explicit JCAMPDecoder(std::string_view text) : cursor(text.data()), end(text.data() + text.size()) {}
+    explicit JCAMPDecoder(std::string_view text)
+        : begin(text.data()), cursor(begin), end(begin + text.size()) {}
 
     /** A value is the sum of its digits' weights, rounded at each. */
     Result Next(Value& next, Rules rules);
@@ -97,6 +98,7 @@ private:
     void SkipSpace();
     void SkipSeparator();
 
+    const char* begin;
     const char* cursor;
     const char* end;
     unsigned int marks = 0;

@@ -218,19 +218,17 @@ private:
     }
 
     void Put(const Cell& cell) {
-        const bool isText = cell.kind == Cell::Kind::Label || cell.kind == Cell::Kind::String;
-        const NumberKind kind = isText ? NumberKind::Number : KindOf(cell.format);
-        if (!isText && kind == NumberKind::Number && !IsError(cell.number)) {
-            numbers->Put(cell.col, cell.row, cell.number);
-            return;
-        }
-        numbers->End(cell.col);
-        if (isText) {
+        if (cell.kind == Cell::Kind::Label || cell.kind == Cell::Kind::String) {
+            numbers->End(cell.col);
             output->Text(cell.col, cell.row, codePage.ToUtf8(cell.text));
         } else if (IsError(cell.number)) {
+            numbers->End(cell.col);
             errors.Add(cell.col, cell.row, ErrorTextOf(cell.number));
             output->Error(cell.col, cell.row, ErrorTextOf(cell.number));
+        } else if (const NumberKind kind = KindOf(cell.format); kind == NumberKind::Number) {
+            numbers->Put(cell.col, cell.row, cell.number);
         } else {
+            numbers->End(cell.col);
             PutDated(*output, cell.col, cell.row, cell.number, kind, DateSystem::From1900);
         }
     }
