@@ -1087,17 +1087,18 @@ int ExcelFile::PutPlainRecords(CompleteBiffCells& cells, int most) {
         if (ahead.size() <= HeaderSize) {
             break;
         }
-        const int id = BiffU16(ahead.data(), 0);
-        const int length = BiffU16(ahead.data(), 2);
+        const char* const bytes = ahead.data();  // NOLINT(bugprone-suspicious-stringview-data-usage): sized
+        const int id = BiffU16(bytes, 0);
+        const int length = BiffU16(bytes, 2);
         if (!IsPlainRecord(id, length) || ahead.size() - HeaderSize <= static_cast<std::size_t>(length)) {
             break;
         }
-        for (const BiffCell& cell : decoder.Decode(id, ahead.data() + HeaderSize, length)) {
+        for (const BiffCell& cell : decoder.Decode(id, bytes + HeaderSize, length)) {
             lastCell = {cell.col + 1, cell.row + 1};
             cells.Put(cell);
         }
         bytesRead += HeaderSize + length;
-        stream.Skip(static_cast<std::size_t>(HeaderSize + length));
+        stream.Skip(HeaderSize + static_cast<std::size_t>(length));
     }
     return count;
 }

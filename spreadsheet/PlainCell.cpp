@@ -126,9 +126,10 @@ const char* PlainCell::TakeAttributes(const char* at) {
         } else if (name == 't' && type == '\0' && IsLetter(*at)) {
             type = *at++;
         }
-        if (at == begin || *at++ != '"') {
+        if (at == begin || *at != '"') {
             return nullptr;
         }
+        ++at;
     }
     return at;
 }

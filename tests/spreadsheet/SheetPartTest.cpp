@@ -1,3 +1,4 @@
+// NOLINTBEGIN(performance-inefficient-string-concatenation): documents as they read
 #include <gtest/gtest.h>
 
 #include <string>
@@ -246,3 +247,4 @@ TEST(SheetPartTest, NumbersOfPlainCellsAreTheNearest) {
     EXPECT_EQ(plain.type, '\0');
     EXPECT_EQ(plain.style, -1);
 }
+// NOLINTEND(performance-inefficient-string-concatenation)
