@@ -24,7 +24,7 @@ constexpr std::size_t LeastFineSteps = 8;
 constexpr std::size_t LeastStepsAlone = 5;
 constexpr double StepTolerance = 1e-6;
 // How many rows of remarks stand below the units, and how long a preamble of the table's width is.
-constexpr int MostRemarkRows = 2;
+constexpr std::size_t MostRemarkRows = 2;
 constexpr std::size_t MostPreamble = 32;
 // Heads are mostly among so many records.
 constexpr std::size_t RecordsOneByOne = 2 * MostPreamble;
@@ -530,8 +530,8 @@ void HeadFinder::FindUnits() {
         ++first;
     }
     // Remarks on the columns stand below their units.
-    for (int more = 0; more < MostRemarkRows && head.unitRow > 0 && NextFitting(first) != nullptr &&
-                       IsUnits(records[first], GetTypesFrom(first + 1));
+    for (std::size_t more = 0; more < MostRemarkRows && head.unitRow > 0 && NextFitting(first) != nullptr &&
+                               IsUnits(records[first], GetTypesFrom(first + 1));
          ++more) {
         ++first;
     }

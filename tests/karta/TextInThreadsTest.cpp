@@ -57,13 +57,17 @@ std::string MakeMixedColumns(int rows) {
     std::string text = "whole\tdecimal\tlate\tname\tkind\tday\ttrue\tgaps\n";
     for (int i = 0; i < rows; ++i) {
         const std::string number = std::to_string(i);
-        text += number + "\t" + number + ".5" + (i % 3 == 0 ? "0" : "") + "\t" +
-                (i == rows - 9   ? "1.25"
-                 : i == rows - 5 ? "7e2"
-                                 : number) +
-                "\tname " + number + "\tkind " + std::to_string(i % 50) + "\t2024-01-" +
-                std::to_string(10 + i % 20) + "\t" + (i % 2 == 0 ? "TRUE" : "FALSE") + "\t" +
-                (i % 7 == 0 ? "" : number) + "\n";
+        for (const std::string& field :
+             {number, number + (i % 3 == 0 ? ".50" : ".5"),
+              i == rows - 9   ? std::string("1.25")
+              : i == rows - 5 ? std::string("7e2")
+                              : number,
+              "name " + number, "kind " + std::to_string(i % 50), "2024-01-" + std::to_string(10 + i % 20),
+              std::string(i % 2 == 0 ? "TRUE" : "FALSE"), i % 7 == 0 ? std::string() : number}) {
+            text += field;
+            text += '\t';
+        }
+        text.back() = '\n';
     }
     return text;
 }
