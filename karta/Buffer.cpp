@@ -39,17 +39,17 @@ void* AllocateAligned(std::size_t size) {
     if (block == nullptr) {
         throw std::bad_alloc();
     }
-    const auto address = reinterpret_cast<std::uintptr_t>(block);
-    char* const data = block + (Buffer::Alignment - address % Buffer::Alignment);
-    std::memcpy(data - sizeof address, &address, sizeof address);
+    const std::size_t beyond = reinterpret_cast<std::uintptr_t>(block) % Buffer::Alignment;
+    char* const data = block + (Buffer::Alignment - beyond);
+    std::memcpy(data - sizeof block, static_cast<const void*>(&block), sizeof block);
     return data;
 }
 
 void FreeAligned(void* data) {
     if (data != nullptr) {
-        std::uintptr_t address = 0;
-        std::memcpy(&address, static_cast<char*>(data) - sizeof address, sizeof address);
-        std::free(reinterpret_cast<void*>(address));
+        char* block = nullptr;
+        std::memcpy(static_cast<void*>(&block), static_cast<char*>(data) - sizeof block, sizeof block);
+        std::free(block);
     }
 }
 
