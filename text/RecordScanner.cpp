@@ -94,8 +94,11 @@ bool RecordScanner::Next() {
         next = text.size();
         return false;
     }
-    if ((textsBehind > 0 || unclosed > 0) && (spansLines || fields.size() != width)) {
-        TryOtherReadings();
+    if (textsBehind > 0 || unclosed > 0) {
+        hasFaultyQuotes = true;
+        if (spansLines || fields.size() != width) {
+            TryOtherReadings();
+        }
     }
     return true;
 }

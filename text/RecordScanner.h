@@ -77,6 +77,8 @@ public:
     /** Of the record: fields with text behind their closing quote, and quotes that are never closed. */
     std::size_t GetTextsBehindQuotes() const { return textsBehind; }
     std::size_t GetUnclosedQuotes() const { return unclosed; }
+    /** Whether some record so far had such a field, however it was divided then. */
+    bool HasFaultyQuotes() const { return hasFaultyQuotes; }
 
     /** A field's text without doubled quotes and escapes; in `storage` where that is another one. */
     std::string_view GetText(const TextField& field, std::string& storage) const;
@@ -123,6 +125,7 @@ private:
     std::size_t next = 0;
     std::size_t textsBehind = 0;
     std::size_t unclosed = 0;
+    bool hasFaultyQuotes = false;
     bool spansLines = false;
     std::size_t workOnOtherReadings = 0;  // bytes looked at in vain
 };

@@ -171,7 +171,6 @@ std::optional<HeadFinder::WidthCounts> HeadFinder::ReadRecords(bool areAllKept) 
     WidthCounts counts;
     auto known = counts.end();
     RecordScanner scanner(text, dialect, head.usualWidth, end);
-    bool areCertain = scanner.PartsLines();
     for (int row = 1;; ++row) {
         const std::size_t firstForm = forms.size();
         const auto line = scanner.PartsLines() ? scanner.NextLine() : std::nullopt;
@@ -182,8 +181,6 @@ std::optional<HeadFinder::WidthCounts> HeadFinder::ReadRecords(bool areAllKept) 
         } else if (scanner.Next()) {
             AddForms(scanner);
             isBlank = IsBlank(scanner.GetFields());
-            areCertain =
-                areCertain && scanner.GetTextsBehindQuotes() == 0 && scanner.GetUnclosedQuotes() == 0;
         } else {
             break;
         }
@@ -216,6 +213,7 @@ std::optional<HeadFinder::WidthCounts> HeadFinder::ReadRecords(bool areAllKept) 
     // Of what is below the first records the forms together are asked for again and again.
     restFrom = std::min(records.size(), RecordsOneByOne);
     rest = areAllKept ? GetForms(restFrom, records.size()) : std::move(further);
+    const bool areCertain = scanner.PartsLines() && !scanner.HasFaultyQuotes();
     return areCertain ? std::optional(std::move(counts)) : std::nullopt;
 }
 
