@@ -355,6 +355,20 @@ TEST_F(DelimitedTextTest, BrokenQuotesStayInTheirRecord) {
               "a|b|c/7|8|9/1|say \"hi\" loud\nto me|3" + tail);
 }
 
+// Of records that a quote goes over the usual width is that of before they were read otherwise.
+TEST_F(DelimitedTextTest, WidthsAreThoseOfRecordsAsTheirQuotesHaveThem) {
+    const auto repeat = [](int count, const std::string& line) {
+        std::string lines;
+        for (int i = 0; i < count; ++i) {
+            lines += line;
+        }
+        return lines;
+    };
+    const std::string narrow = repeat(14, "1,1\n") + "\"open\n1,1\n";
+    const std::string wide = repeat(3, "1,1,1,1\n") + "\"multi\nline\",2\n" + repeat(14, "1,1,1,1\n");
+    EXPECT_EQ(Read(narrow + wide)->context->shape.firstDataRow, 1);
+}
+
 TEST_F(DelimitedTextTest, RareDelimitersWhereNothingSpeaksAgainstThem) {
     const auto blanks = Read("a, b, c\n1, \"x, y\", 3\n4, , 6\n7, 8,\n");
     EXPECT_EQ(blanks->All(), "a|b|c/1|x, y|3/4||6/7|8|");
