@@ -400,16 +400,29 @@ int MatWorkspace::Read(ReadSpreadSheetData* sink, const MatChoice& /*choice*/) {
         context.notes.Add({"empty", 1, "", "the file holds no variables"});
     }
     sink->SetDataSize(whole.columns, whole.rows);
+    try {
+        status = ReadChosen(table);
+    } catch (const karta::Stopped&) {
+        // Who has enough of the rows is told as well.
+        NoteOthers();
+        NoteUnreadable();
+        throw;
+    }
+    if (status == 0) {
+        NoteOthers();
+        NoteUnreadable();
+    }
+    return status;
+}
+
+int MatWorkspace::ReadChosen(MatTable& table) {
     int row = 1;
     for (const std::size_t place : chosen) {
         MatTable::Extent extent;
-        status = ReadPart(table, place, row, extent);
-        if (status != 0) {
+        if (const int status = ReadPart(table, place, row, extent)) {
             return status;
         }
         row += extent.rows;
     }
-    NoteOthers();
-    NoteUnreadable();
     return 0;
 }

@@ -50,6 +50,7 @@ private:
     bool GetExtent(std::size_t array, const Labels& labels, MatTable::Extent& extent) const;
     int Measure(MatTable::Extent& whole);
     int CheckChosen(MatTable& table);
+    int ReadChosen(MatTable& table);
     int ReadPart(MatTable& table, std::size_t array, int firstRow, MatTable::Extent& extent);
     int PutLabels(MatTable& table, std::size_t array, const Labels& labels, MatTable::Place values,
                   int firstRow);

@@ -5,6 +5,7 @@
 #include <limits>
 #include <numeric>
 #include <span>
+#include <stop_token>
 #include <string_view>
 
 #include "container/MatFile.h"
@@ -385,6 +386,33 @@ TEST_F(MatCompleteTest, RowsOfAMatrixAreFinalAsTheyCome) {
     complex.flags |= Complex;
     Read pairs(File5(complex.Doubles(values).Bytes()));
     ExpectTheSameInFinalRows(pairs, false);
+}
+
+/** One that has enough with its first final rows. */
+class FewRows : public FinalRows {
+public:
+    explicit FewRows(std::stop_source& readStop) : stop(readStop) {}
+    void EndRow(int row) override {
+        FinalRows::EndRow(row);
+        stop.request_stop();
+    }
+
+private:
+    std::stop_source& stop;
+};
+
+TEST_F(MatCompleteTest, OtherVariablesAreToldToWhoHasEnoughOfTheRows) {
+    const std::vector<double> values(1000, 1.5);
+    Read read(File5(Numbers("m", {500, 2}, values).Bytes() + Numbers("n", {1, 1}, {1.0}).Bytes()));
+    const std::string notes = read.NoteTexts();
+    EXPECT_FALSE(notes.empty());
+    std::stop_source stop;
+    read.context->stop = stop.get_token();
+    read.context->notes.Clear();
+    FewRows sink(stop);
+    EXPECT_THROW(read.reader.Read(&sink), karta::Stopped);
+    EXPECT_EQ(sink.ends, 1);
+    EXPECT_EQ(read.NoteTexts(), notes);
 }
 
 TEST_F(MatCompleteTest, Level4IsReadToItsEnd) {
