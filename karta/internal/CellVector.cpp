@@ -22,6 +22,9 @@ constexpr int WidestGap = 4096;
 constexpr int LeastRoom = 8;
 constexpr std::size_t LeastTextRoom = 64;
 constexpr double RoomForUnevenTexts = 1.03;
+// What has come so far may be unlike the rest, as that of a column whose texts begin far down: no more is
+// taken ahead than so many times of it.
+constexpr std::size_t MostTextAhead = 8;
 constexpr int MostExpectedRoom = 1024;
 // An announcement is believed so many times as far as the cells have come.
 constexpr std::int64_t MostAhead = 64;
@@ -157,7 +160,8 @@ char* ReserveText(CellStore& store, Stretch& stretch, std::size_t bytes) {
         // As much for each of the cells that are to come as for those that are there, and a little more.
         const auto rows = static_cast<double>(GetBelievedRows(store, stretch));
         const double perCell = static_cast<double>(used) / std::max(stretch.count, 1);
-        const auto expected = static_cast<std::size_t>(rows * perCell * RoomForUnevenTexts);
+        const auto expected = std::min(static_cast<std::size_t>(rows * perCell * RoomForUnevenTexts),
+                                       MostTextAhead * (used + bytes));
         const std::size_t wider =
             std::max({used + bytes, expected > used + bytes ? expected : 2 * room, LeastTextRoom});
         store.Charge(wider - room);
