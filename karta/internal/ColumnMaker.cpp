@@ -124,12 +124,7 @@ public:
         ++count;
         Finish();
         if (word != above) {
-            std::int32_t& place = kept.At(word);
-            if (place == WordPlaces::Unknown) {
-                place = index.FindPassing(CellStore::GetText(word));
-                CountNew();
-            }
-            placeOfAbove = place;
+            placeOfAbove = FindKept(word);
             above = word;
         }
         places[row] = placeOfAbove;
@@ -161,6 +156,21 @@ public:
     const std::vector<std::string_view>& GetTexts() const { return index.GetTexts(); }
 
 private:
+    // Texts that came one by one have a word each, equal ones too: these tell nothing, and would fill memory.
+    std::int32_t FindKept(std::uint64_t word) {
+        constexpr std::size_t FewWords = std::size_t{1} << 14;
+        if (kept.GetCount() > std::max(FewWords, 2 * index.GetTexts().size())) {
+            const std::int32_t place = index.Find(CellStore::GetText(word));
+            CountNew();
+            return place;
+        }
+        std::int32_t& place = kept.At(word);
+        if (place == WordPlaces::Unknown) {
+            place = index.FindPassing(CellStore::GetText(word));
+            CountNew();
+        }
+        return place;
+    }
     void CountNew() {
         for (; counted < index.GetTexts().size(); ++counted) {
             size += static_cast<std::int64_t>(index.GetTexts()[counted].size()) + 8;

@@ -24,6 +24,8 @@ public:
         }
         return slot.place;
     }
+    /** How many words stand for something. */
+    std::size_t GetCount() const { return count; }
 
 private:
     static constexpr std::size_t FewestSlots = 256;
