@@ -233,8 +233,7 @@ TableData::Cell TableData::Find(int col, int row) const {
     return found != tail.end() && found->col == col ? found->cell : Cell{Missing};
 }
 
-std::uint64_t TableData::GetContent(int col, int row) const {
-    const Cell cell = Find(col, row);
+std::uint64_t TableData::ContentOf(Cell cell) {
     if ((cell & SourceBit) == 0) {
         return cell >> KindBits;
     }
@@ -420,18 +419,26 @@ float TableData::GetFloat(int col, int row) const {
                                       : 0.0F;
 }
 
-TableData::Kind TableData::FindPlainNumber(int col, int row, double& value) const {
-    const Cell cell = Find(col, row);
-    switch (cell & (SourceBit | KindMask)) {
+TableData::Kind TableData::NumberOf(Cell cell, double& value) {
+    switch (cell & KindMask) {
         case Double:
-            std::memcpy(&value, PlaceOf(cell >> KindBits), sizeof value);
+            std::memcpy(&value, PlaceOf(ContentOf(cell)), sizeof value);
             return Double;
         case Float:
-            value = std::bit_cast<float>(static_cast<std::uint32_t>(cell >> KindBits));
+            value = std::bit_cast<float>(static_cast<std::uint32_t>(ContentOf(cell)));
             return Float;
         default:
             return Missing;
     }
+}
+
+TableData::Kind TableData::FindNumber(int col, int row, double& value) const {
+    return NumberOf(Find(col, row), value);
+}
+
+TableData::Kind TableData::FindPlainNumber(int col, int row, double& value) const {
+    const Cell cell = Find(col, row);
+    return (cell & SourceBit) == 0 ? NumberOf(cell, value) : Missing;
 }
 
 void TableData::CopyCell(int col, int row, CellOutput& output, int toCol, int toRow) const {

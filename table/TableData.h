@@ -96,8 +96,9 @@ public:
     /** The number of a Float cell. */
     float GetFloat(int col, int row) const;
 
-    /** The number of a Double or Float cell without a source, and which of them it is; Missing for any other.
-     */
+    /** The number of a Double or Float cell, and which of them it is; Missing for any other. */
+    Kind FindNumber(int col, int row, double& value) const;
+    /** The same of one without a source only. */
     Kind FindPlainNumber(int col, int row, double& value) const;
 
     /** Hands a cell on, as what it is and with its source, to another place. */
@@ -134,7 +135,9 @@ private:
     void PutAt(int col, int row, Kind kind, const char* place);
     void PutText(int col, int row, Kind kind, std::string_view text);
     void PutInt64(int col, int row, Kind kind, std::int64_t value);
-    std::uint64_t GetContent(int col, int row) const;
+    static std::uint64_t ContentOf(Cell cell);
+    std::uint64_t GetContent(int col, int row) const { return ContentOf(Find(col, row)); }
+    static Kind NumberOf(Cell cell, double& value);
     template <class Number>
     Number GetWide(int col, int row) const;
     Cell Find(int col, int row) const;

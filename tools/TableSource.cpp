@@ -60,7 +60,7 @@ std::optional<double> NumericRows::NumberAt(int col, int row) const {
     }
     TableData& table = GetTable();
     double number = 0.0;
-    if (table.FindPlainNumber(col, tableRow, number) != TableData::Missing) {
+    if (table.FindNumber(col, tableRow, number) != TableData::Missing) {
         return number;
     }
     switch (table.GetKind(col, tableRow)) {

@@ -28,7 +28,7 @@ class CellPrinter {
 public:
     explicit CellPrinter(TableData& source) : table(source) {}
 
-    /** The cell's text in UTF-8, valid until the next call. */
+    /** The text in UTF-8 of a cell of any kind but Float and Double; valid until the next call. */
     std::string_view Print(int col, int row) {
         switch (table.GetKind(col, row)) {
             case TableData::Text:
@@ -37,10 +37,6 @@ public:
             case TableData::Int:
             case TableData::Int64:
                 return PrintNumber(table.GetInt64(col, row));
-            case TableData::Float:
-                return Print(table.GetFloat(col, row));
-            case TableData::Double:
-                return Print(table.GetFloatValue(col, row));
             case TableData::Missing:
                 return {};
             default:
@@ -104,7 +100,7 @@ private:
 
 void AddJsonCell(JsonRows& json, TableData& table, CellPrinter& printer, int col, int row, bool safeCells) {
     double value = 0.0;
-    switch (table.FindPlainNumber(col, row, value)) {
+    switch (table.FindNumber(col, row, value)) {
         case TableData::Float:
             json.AddNumber(static_cast<float>(value));
             return;
@@ -124,12 +120,6 @@ void AddJsonCell(JsonRows& json, TableData& table, CellPrinter& printer, int col
         case TableData::Int:
         case TableData::Int64:
             json.AddInteger(table.GetInt64(col, row));
-            return;
-        case TableData::Float:
-            json.AddNumber(table.GetFloat(col, row));
-            return;
-        case TableData::Double:
-            json.AddNumber(table.GetFloatValue(col, row));
             return;
         default:
             break;

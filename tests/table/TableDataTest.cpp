@@ -42,6 +42,14 @@ TEST(TableData, PlainNumbersAreFoundAndNothingElse) {
         EXPECT_EQ(table.FindPlainNumber(col, 1, value), TableData::Missing) << col;
         EXPECT_EQ(value, 42.0);
     }
+    EXPECT_EQ(table.FindNumber(6, 1, value), TableData::Double) << "whatever it was written as";
+    EXPECT_EQ(value, 1.5);
+    table.SetSource(1, 1, "0.10");
+    EXPECT_EQ(table.FindNumber(1, 1, value), TableData::Float);
+    EXPECT_EQ(static_cast<float>(value), 0.1F);
+    EXPECT_EQ(table.FindPlainNumber(1, 1, value), TableData::Missing);
+    EXPECT_EQ(table.FindNumber(3, 1, value), TableData::Missing);
+    table.Set(1, 1, 0.1F);
     EXPECT_EQ(table.FindPlainNumber(1, 1, value), TableData::Float);
     EXPECT_EQ(static_cast<float>(value), 0.1F);
     EXPECT_EQ(table.FindPlainNumber(2, 1, value), TableData::Double);
