@@ -60,19 +60,19 @@ std::optional<double> NumericRows::NumberAt(int col, int row) const {
     }
     TableData& table = GetTable();
     double number = 0.0;
-    if (table.FindNumber(col, tableRow, number) != TableData::Missing) {
-        return number;
-    }
     switch (table.GetKind(col, tableRow)) {
         case TableData::Missing:
             return std::nullopt;
+        case TableData::Float:
+        case TableData::Double:
+            table.FindNumber(col, tableRow, number);
+            return number;
         case TableData::Bool:
             return static_cast<double>(table.GetInt64(col, tableRow));
         case TableData::Text: {
             const std::string_view text = table.GetText(col, tableRow);
-            double value = 0.0;
-            return !HasLeadingZero(text) && NvString::ToDouble(text, value) ? std::optional(value)
-                                                                            : std::nullopt;
+            return !HasLeadingZero(text) && NvString::ToDouble(text, number) ? std::optional(number)
+                                                                             : std::nullopt;
         }
         default:
             return table.IsFloat(col, tableRow) ? std::optional(table.GetFloatValue(col, tableRow))
@@ -98,7 +98,7 @@ bool NumericRows::IsString(int col, int row) {
     // Most cells are empty or numbers, which one look tells.
     const TableData::Kind kind = GetTable().GetKind(col, At(row));
     return kind != TableData::Missing && !TableData::IsNumber(kind) && !IsMissing(col, row) &&
-           !IsFloat(col, row) && WantedRows::IsString(col, row);
+           !IsFloat(col, row);
 }
 
 // As a table finds it: behind the leading rows and columns that have no number in them.

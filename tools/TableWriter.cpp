@@ -100,17 +100,14 @@ private:
 
 void AddJsonCell(JsonRows& json, TableData& table, CellPrinter& printer, int col, int row, bool safeCells) {
     double value = 0.0;
-    switch (table.FindNumber(col, row, value)) {
+    switch (table.GetKind(col, row)) {
         case TableData::Float:
-            json.AddNumber(static_cast<float>(value));
+            json.AddNumber(table.GetFloat(col, row));
             return;
         case TableData::Double:
+            table.FindNumber(col, row, value);
             json.AddNumber(value);
             return;
-        default:
-            break;
-    }
-    switch (table.GetKind(col, row)) {
         case TableData::Missing:
             json.AddNull();
             return;
