@@ -10,6 +10,7 @@
 #endif
 
 #include "base/ByteWord.h"
+#include "base/ExactPowers.h"
 #include "text/FieldForm.h"
 
 /**
@@ -48,7 +49,6 @@ private:
     static constexpr int MostDigits = 8;
     static constexpr std::array<std::uint64_t, 9> Scales = {
         1, 10, 100, 1000, 10'000, 100'000, 1'000'000, 10'000'000, 100'000'000};
-    static constexpr std::array<double, 9> Quotients = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
 
     // Of so many digits.
     static std::uint64_t ToNumber(const char* at, int count) {
@@ -106,7 +106,7 @@ inline bool QuickNumber::GetValue(double& value, std::uint8_t& decimals) const {
     }
     const auto places = static_cast<std::size_t>(fraction);
     const std::uint64_t digits = integer * Scales[places] + ToNumber(end - fraction, fraction);
-    const double magnitude = static_cast<double>(static_cast<std::int64_t>(digits)) / Quotients[places];
+    const double magnitude = static_cast<double>(static_cast<std::int64_t>(digits)) / PowersOfTen[places];
     value = isNegative ? -magnitude : magnitude;
     // What begins with 0.00 may be written with an exponent.
     const bool isShort = end[-1] != '0' && digits * 1000 >= Scales[places];
