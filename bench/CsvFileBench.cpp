@@ -1,6 +1,7 @@
 #include <ostream>
 #include <string>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 
 namespace {
@@ -12,10 +13,9 @@ constexpr std::size_t FileSizeForPeers = 5'000'000;
 class FieldSequence {
 public:
     void Append(std::string& line) {
-        state = state * 1664525U + 1013904223U;
-        const std::string number =
-            std::to_string(state >> 22) + "." + std::to_string(100000 + (state >> 8) % 900000);
-        if (state / 65536 % 10 == 0) {
+        std::string number;
+        numbers.Append(number);
+        if (numbers.Bits() / 65536 % 10 == 0) {
             line += "\"about " + number + ", \"\"dry\"\"\"";
         } else {
             line += number;
@@ -23,7 +23,7 @@ public:
     }
 
 private:
-    unsigned int state = 12345;
+    NumberSequence numbers;
 };
 
 void GenerateRows(std::ostream& stream, int cols, std::size_t fileSize) {
@@ -54,6 +54,56 @@ void GenerateWide(std::ostream& stream) {
     }
 }
 
+void GenerateNumbers(std::ostream& stream, std::size_t fileSize) {
+    NumberSequence numbers;
+    std::string line;
+    for (std::size_t written = 0; written < fileSize; written += line.size()) {
+        line.clear();
+        for (int col = 0; col < 10; ++col) {
+            line += col == 0 ? "" : ",";
+            numbers.Append(line);
+        }
+        line += "\n";
+        stream << line;
+    }
+}
+
+// A month, a day, an hour: two digits, and what stands behind them.
+void AppendTwoDigits(std::string& line, unsigned int number, const char* behind) {
+    line += number < 10 ? "0" : "";
+    line += std::to_string(number) + behind;
+}
+
+// What a laboratory's export is like, but without its head: each column of one kind, quotes in four of ten
+// lines.
+void GenerateMixture(std::ostream& stream, std::size_t fileSize) {
+    constexpr const char* Places[] = {"inlet", "reactor", "column 2", "outlet"};
+    NumberSequence numbers;
+    std::string line;
+    unsigned int row = 0;
+    for (std::size_t written = 0; written < fileSize; written += line.size()) {
+        line = std::to_string(++row) + ",2026-";
+        AppendTwoDigits(line, 1 + numbers.Next(12), "-");
+        AppendTwoDigits(line, 1 + numbers.Next(28), " ");
+        AppendTwoDigits(line, numbers.Next(24), ":");
+        AppendTwoDigits(line, numbers.Next(60), ":");
+        AppendTwoDigits(line, numbers.Next(60), ",");
+        line += Places[numbers.Next(4)];
+        line += ",";
+        numbers.Append(line);
+        line += ",";
+        numbers.Append(line);
+        const std::string sample = std::to_string(numbers.Next(50'000));
+        line += numbers.Next(10) < 4 ? ",\"sample " + sample + ", \"\"dry\"\"\"" : ",sample " + sample;
+        line += numbers.Next(2) == 0 ? ",false\n" : ",true\n";
+        stream << line;
+    }
+}
+
+const RegisterReadBench Numbers({"csv_numbers", "CSV File", "numbers.csv",
+                                 [](std::ostream& stream) { GenerateNumbers(stream, Scaled(FileSize)); }});
+const RegisterReadBench Mixture({"csv_mixture", "CSV File", "mixture.csv",
+                                 [](std::ostream& stream) { GenerateMixture(stream, Scaled(FileSize)); }});
 const RegisterReadBench Narrow({"csv_10_columns", "CSV File", "narrow.csv",
                                 [](std::ostream& stream) { GenerateRows(stream, 10, Scaled(FileSize)); }, 2.0,
                                 4.0});

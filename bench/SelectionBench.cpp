@@ -74,36 +74,49 @@ double BytesOf(const std::string& folder) {
     return bytes;
 }
 
+// What reads the selection once; the paths in lines.
+using ReadSelection = std::function<void(const std::string& paths)>;
+
 template <class Sink>
-void Measure(benchmark::State& state, const SelectionBench& bench, double target,
-             karta::Reading reading = karta::Reading::Classic) {
+ReadSelection ReadInto(const SelectionBench& bench, karta::Reading reading = karta::Reading::Classic) {
+    return [format = bench.format, reading](const std::string& paths) {
+        Sink sink;
+        ReadInput(format, paths, sink, reading);
+    };
+}
+
+double CountCells(const SelectionBench& bench, const std::string& selection) {
+    CountingSink counter;
+    ReadInput(bench.format, selection, counter, karta::Reading::Classic);
+    return static_cast<double>(counter.cells);
+}
+
+void Measure(benchmark::State& state, const SelectionBench& bench, const ReadSelection& read,
+             double target = 0.0) {
     const std::string folder = FolderOf(bench);
     const std::string selection = SelectionOf(bench, folder);
     const double yardstick = SecondsOfYardstick(folder);
     double best = 1e30;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
-        Sink sink;
-        ReadInput(bench.format, selection, sink, reading);
+        read(selection);
         best = std::min(best, SecondsSince(start));
     }
-    CountingSink counter;
-    ReadInput(bench.format, selection, counter, reading);
+    const double cells = CountCells(bench, selection);
     const double bytes = BytesOf(folder);
     state.SetLabel(BenchLabel(bench.format, bench.name));
     state.counters["s"] = best;
-    state.counters["cells"] = static_cast<double>(counter.cells);
+    state.counters["cells"] = cells;
     state.counters["MB/s"] = bytes / best / 1e6;
     state.counters["file_MB"] = bytes / 1e6;
-    state.counters["cells/s"] = static_cast<double>(counter.cells) / best;
+    state.counters["cells/s"] = cells / best;
     state.counters["files/s"] = CountFiles(bench) / best;
     state.counters["M"] = best / yardstick;
     if (target > 0) {
         state.counters["M_target"] = target;
     }
     state.counters["peak_MB"] = PeakMemoryOf([&] {
-                                    Sink sink;
-                                    ReadInput(bench.format, selection, sink, reading);
+                                    read(selection);
                                     return true;
                                 }) /
                                 1e6;
@@ -113,19 +126,15 @@ void Measure(benchmark::State& state, const SelectionBench& bench, double target
 
 RegisterSelectionBench::RegisterSelectionBench(const SelectionBench& bench) {
     RegisterInput({bench.name, bench.format, [bench] { return SelectionOf(bench, FolderOf(bench)); }});
-    benchmark::RegisterBenchmark(
-        (bench.name + "/counting").c_str(),
-        [bench](benchmark::State& state) { Measure<CountingSink>(state, bench, bench.target); })
-        ->MinTime(MinSeconds)
-        ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark((bench.name + "/complete").c_str(),
-                                 [bench](benchmark::State& state) {
-                                     Measure<CountingSink>(state, bench, 0.0, karta::Reading::Complete);
-                                 })
-        ->MinTime(MinSeconds)
-        ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark((bench.name + "/table").c_str(),
-                                 [bench](benchmark::State& state) { Measure<TableData>(state, bench, 0.0); })
-        ->MinTime(MinSeconds)
-        ->Unit(benchmark::kMillisecond);
+    const auto measure = [&bench](const char* what, const ReadSelection& read, double target = 0.0) {
+        benchmark::RegisterBenchmark(
+            (bench.name + what).c_str(),
+            [bench, read, target](benchmark::State& state) { Measure(state, bench, read, target); })
+            ->MinTime(MinSeconds)
+            ->Unit(benchmark::kMillisecond);
+    };
+    measure("/counting", ReadInto<CountingSink>(bench), bench.target);
+    measure("/complete", ReadInto<CountingSink>(bench, karta::Reading::Complete));
+    measure("/table", ReadInto<TableData>(bench));
+    measure("/karta_table", [format = bench.format](const std::string& paths) { ReadTable(format, paths); });
 }

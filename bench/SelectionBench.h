@@ -17,8 +17,9 @@ struct SelectionBench {
 
 /**
  * Registers `NAME/counting` and `NAME/table`, opening, measuring and reading the whole selection classically,
- * and `NAME/complete`, reading it completely into the same counting sink. The
- * yardstick M is the time of `cat` of all the files into one `md5sum`, warm and in the same run.
+ * `NAME/complete`, reading it completely into the same counting sink, and `NAME/karta_table`, completely into
+ * a table in columns. The yardstick M is the time of `cat` of all the files into one `md5sum`, warm and in
+ * the same run.
  */
 class RegisterSelectionBench {
 public:

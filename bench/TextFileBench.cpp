@@ -1,6 +1,7 @@
 #include <ostream>
 #include <string>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 
 namespace {
@@ -8,17 +9,15 @@ namespace {
 constexpr std::size_t FileSize = 100'000'000;
 constexpr std::size_t FileSizeForPeers = 5'000'000;
 
-// Numbers of the lengths that instruments write, from a fixed sequence.
 void GenerateTable(std::ostream& stream, int cols, std::size_t fileSize = Scaled(FileSize)) {
     std::string line;
     std::size_t written = 0;
-    unsigned int state = 12345;
+    NumberSequence numbers;
     while (written < fileSize) {
         line.clear();
         for (int col = 0; col < cols; ++col) {
-            state = state * 1664525U + 1013904223U;
             line += col == 0 ? "" : "\t";
-            line += std::to_string(state >> 22) + "." + std::to_string(100000 + (state >> 8) % 900000);
+            numbers.Append(line);
         }
         line += "\n";
         stream << line;

@@ -36,11 +36,11 @@ def pandas_csv(separator=","):
     return lambda path: pandas.read_csv(path, sep=separator, header=None).size
 
 
-def polars_csv(separator=","):
+def polars_csv(separator=",", with_dates=False):
     import polars
 
     return lambda path: count_of_frame(polars.read_csv(path, separator=separator, has_header=False,
-                                                       infer_schema_length=1000))
+                                                       infer_schema_length=1000, try_parse_dates=with_dates))
 
 
 def pyarrow_csv(separator=","):
@@ -220,6 +220,7 @@ PACKAGES = {
     "pandas text": ("pandas", lambda: pandas_csv("\t")),
     "pandas xlsx": ("pandas", pandas_xlsx),
     "polars csv": ("polars", polars_csv),
+    "polars csv with dates": ("polars", lambda: polars_csv(with_dates=True)),
     "polars text": ("polars", lambda: polars_csv("\t")),
     "polars workbook": ("polars", polars_xlsx),
     "pyarrow csv": ("pyarrow", pyarrow_csv),
