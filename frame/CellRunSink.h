@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <span>
+#include <string_view>
 
+#include "base/TextList.h"
 #include "frame/RunCopying.h"
 
 /** Texts one behind the other, in UTF-8: the first one begins at `begin`, each ends where `ends` says. */
@@ -44,6 +46,15 @@ public:
     virtual void SetTextRun(int col, int firstRow, const TextRun& texts) = 0;
     virtual void SetValueRun(int col, int firstRow, ValueRunKind kind,
                              std::span<const std::int64_t> values) = 0;
+    /** Texts of a list, which stays where it is while cells of it come, by their places there. */
+    virtual void SetListedRun(int col, int firstRow, const TextList& list,
+                              std::span<const std::uint32_t> places) {
+        for (const std::uint32_t place : places) {
+            const std::string_view text = list.Get(place);
+            const auto end = static_cast<std::uint32_t>(text.size());
+            SetTextRun(col, firstRow++, {text.data(), 0, {&end, 1}});
+        }
+    }
     /**
      * The cells of a column of values and texts by the characters that they have or would be written with, in
      * place of the values, where such a column becomes one of texts whatever else comes: nothing else is set

@@ -1,7 +1,7 @@
 // The fuzz harness: an input is a file of one format, and its whole road is gone in both readings: open,
-// sizes, read, warning, error, close; and what the complete one has read is written in one of the program's
-// forms. All of it within memory and time in proportion to the input. The format is named on the command
-// line:
+// sizes, read, warning, error, close; the complete one's into a table of cells, which is written in one of
+// the program's forms, and into one of columns. All of it within memory and time in proportion to the input.
+// The format is named on the command line:
 //
 //     fuzz-format CORPUS --format="Text File" --extension=.txt
 //
@@ -30,6 +30,7 @@
 #include "fuzz/PackagePart.h"
 #include "fuzz/WrittenForms.h"
 #include "host/NvSystemInfo.h"
+#include "karta/internal/TableSink.h"
 #include "table/TableData.h"
 #include "tests/support/CountingSink.h"
 
@@ -116,31 +117,48 @@ void ReadInto(FormatReader& reader, ReadSpreadSheetData& sink) {
     reader.Close();
 }
 
-// The complete reading goes into a table, which knows all types; the classic one into a sink that only
-// counts.
-void ReadInput(karta::Reading reading, std::size_t size) {
-    const std::unique_ptr<SpreadsheetFile> made(SprFileFactory::GetSpreadsheetFile(formatIndex));
-    auto& reader = dynamic_cast<FormatReader&>(*made);
-    const auto context = std::make_shared<karta::ReadContext>();
-    context->reading = reading;
-    context->budget.SetLimit((LeastMemory + TimesInput * size) / 2);
-    reader.SetContext(context);
-    if (reading == karta::Reading::Complete) {
-        TableData table;
-        table.SetBudget(&context->budget);
-        ReadInto(reader, table);
-        WriteForm(table, *context, folder, size);
-    } else {
-        CountingSink sink;
-        ReadInto(reader, sink);
+struct Reading {
+    Reading(karta::Reading reading, std::size_t size)
+        : made(SprFileFactory::GetSpreadsheetFile(formatIndex)), reader(dynamic_cast<FormatReader&>(*made)) {
+        context->reading = reading;
+        context->budget.SetLimit((LeastMemory + TimesInput * size) / 2);
+        reader.SetContext(context);
     }
+
+    std::shared_ptr<karta::ReadContext> context = std::make_shared<karta::ReadContext>();
+    std::unique_ptr<SpreadsheetFile> made;
+    FormatReader& reader;
+};
+
+// Into a sink that only counts.
+void ReadClassically(std::size_t size) {
+    const Reading reading(karta::Reading::Classic, size);
+    CountingSink sink;
+    ReadInto(reading.reader, sink);
 }
 
-void ReadInBothReadings(std::size_t size) {
+// Into a table of cells, which knows all types.
+void ReadIntoCells(std::size_t size) {
+    const Reading reading(karta::Reading::Complete, size);
+    TableData table;
+    table.SetBudget(&reading.context->budget);
+    ReadInto(reading.reader, table);
+    WriteForm(table, *reading.context, folder, size);
+}
+
+// Into one of columns, which takes runs.
+void ReadIntoColumns(std::size_t size) {
+    const Reading reading(karta::Reading::Complete, size);
+    karta::TableSink table(reading.context);
+    ReadInto(reading.reader, table);
+    table.Finish();
+}
+
+void ReadInAllWays(std::size_t size) {
     SprFileFactory::IsMyKindOfFile(formatIndex, fileName.c_str());
-    for (const karta::Reading reading : {karta::Reading::Classic, karta::Reading::Complete}) {
+    for (const auto read : {ReadClassically, ReadIntoCells, ReadIntoColumns}) {
         try {
-            ReadInput(reading, size);
+            read(size);
         } catch (const std::exception&) {
             // Some formats' readers raise; a deleted reader must have released everything all the same.
         }
@@ -195,7 +213,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     WriteInput(data, size);
     const double start = ProcessorSeconds();
     const HeapWatch heap;
-    ReadInBothReadings(size);
+    ReadInAllWays(size);
     const auto bytes = static_cast<double>(size);
     Demand(static_cast<double>(heap.GetPeak()), static_cast<double>(LeastMemory) + TimesInput * bytes,
            "bytes of heap");

@@ -12,7 +12,7 @@
 #include "base/CodePage.h"
 #include "base/Note.h"
 #include "frame/CellOutput.h"
-#include "frame/NumberRuns.h"
+#include "frame/CellRuns.h"
 #include "frame/ReadSpreadSheetData.h"
 #include "spreadsheet/BiffCell.h"
 #include "spreadsheet/CellErrors.h"
@@ -85,7 +85,7 @@ private:
 class CompleteBiffCells {
 public:
     /** All stay the caller's, who ends the numbers. */
-    CompleteBiffCells(CellOutput& cellOutput, NumberRuns& plainNumbers, const BiffTables& workbookTables)
+    CompleteBiffCells(CellOutput& cellOutput, CellRuns& plainNumbers, const BiffTables& workbookTables)
         : output(&cellOutput), numbers(&plainNumbers), tables(workbookTables) {}
     /** The cells are only measured. */
     explicit CompleteBiffCells(const BiffTables& workbookTables) : tables(workbookTables) {}
@@ -112,7 +112,7 @@ private:
     NumberKind KindOf(const BiffCell& cell);
 
     CellOutput* output = nullptr;
-    NumberRuns* numbers = nullptr;
+    CellRuns* numbers = nullptr;
     const BiffTables& tables;
     std::vector<NumberKind> kinds;  // of each cell format
     bool areKindsKnown = false;

@@ -5,6 +5,7 @@
 
 #include "spreadsheet/CellErrors.h"
 #include "spreadsheet/ExcelFile.h"
+#include "spreadsheet/PlainCells.h"
 
 namespace {
 
@@ -230,11 +231,15 @@ bool BinaryBook::ReadSheet(const std::string& part, SheetReceiver& receiver) {
 
 // Known cells count also inside alternate content, other records don't.
 bool BinaryBook::ReadCells(RecordStream& records, SheetReceiver& receiver) {
+    PlainCells* const plain = receiver.GetPlainCells();
     bool ignoring = false;
     int row = NoRow;
     bool good = false;
     while ((good = records.Next()) && records.GetId() != BrtEndSheetData) {
         const int id = records.GetId();
+        if (plain != nullptr && row != NoRow && TakePlain(records, row + 1, *plain)) {
+            continue;
+        }
         if (id == BrtRowHdr) {
             row = records.GetI4(RowOffset);
             lastColumn = 0;
@@ -259,6 +264,25 @@ bool BinaryBook::IsCell(int id) const {
         return id >= BrtCellBlank && id <= BrtFmlaError && id != BrtCellSt;
     }
     return (id >= BrtCellBlank && id <= BrtShortIsst) || id == BrtCellRString;
+}
+
+// False, with nothing done, for a record that isn't as nearly all are.
+bool BinaryBook::TakePlain(const RecordStream& records, int row, PlainCells& plain) {
+    const int id = records.GetId();
+    const int column = records.GetI4(ColumnOffset);
+    if (form != RecordForm::Full || column < 0 || column >= MaxSheetColumns) {
+        return false;
+    }
+    const int style = records.GetI4(StyleOffset) & StyleMask;
+    const bool isTaken =
+        id == BrtCellReal || id == BrtFmlaNum
+            ? plain.TakeNumber(column + 1, row, style, records.GetDouble(ValueOffset))
+        : id == BrtCellIsst ? plain.TakeShared(column + 1, row, records.GetI4(ValueOffset))
+        : id == BrtCellRk
+            ? plain.TakeNumber(column + 1, row, style, ExcelFile::NumFromRk(records.GetI4(ValueOffset)))
+            : false;
+    lastColumn = isTaken ? column + 1 : lastColumn;
+    return isTaken;
 }
 
 bool BinaryBook::TakeCell(const RecordStream& records, int row, SheetReceiver& receiver) {

@@ -51,6 +51,7 @@ private:
     template <class Take>
     bool ReadList(RecordStream& records, int itemId, int endId, Take take);
     bool ReadCells(RecordStream& records, SheetReceiver& receiver);
+    bool TakePlain(const RecordStream& records, int row, PlainCells& plain);
     bool TakeCell(const RecordStream& records, int row, SheetReceiver& receiver);
     bool DecodeCell(const RecordStream& records, int id, std::size_t valueOffset);
     bool IsCell(int id) const;

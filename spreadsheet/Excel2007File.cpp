@@ -581,7 +581,7 @@ int Excel2007File::ReadComplete(ReadSpreadSheetData* sink) {
         return status;
     }
     CellOutput output(*sink);
-    CompleteCells cells(*book, output, GetContext());
+    CompleteCells cells(*book, *sink, output, GetContext());
     const bool isOnly = selectedSheets.size() == 1;
     SheetSize size{0, 0};
     for (const int place : selectedSheets) {
@@ -593,7 +593,9 @@ int Excel2007File::ReadComplete(ReadSpreadSheetData* sink) {
         }
         cells.BeginSheet(isOnly ? std::string() : sheet.name, vertical ? 0 : size.cols,
                          vertical ? size.rows : 0, isOnly || vertical);
-        if (!book->ReadSheet(sheet.part, cells)) {
+        const bool isWhole = book->ReadSheet(sheet.part, cells);
+        cells.EndSheet();
+        if (!isWhole) {
             if (isOnly) {
                 failureText = "The " + DescribeFailure(sheet) + ".";
                 failurePlace.part = sheet.part;

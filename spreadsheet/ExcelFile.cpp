@@ -971,8 +971,8 @@ bool ExcelFile::ReadClassicFormulaText(ClassicBiffCells& cells, const BiffCell& 
 
 int ExcelFile::ReadComplete(ReadSpreadSheetData& sink) {
     CellOutput output(sink);
-    NumberRuns numbers(sink, output);
-    CompleteBiffCells cells(output, numbers, tables);
+    CellRuns runs(sink, output);
+    CompleteBiffCells cells(output, runs, tables);
     const bool isAlone = selectedSheets.size() == 1;
     int tableCols = 0;
     int tableRows = 0;
@@ -1001,7 +1001,7 @@ int ExcelFile::ReadComplete(ReadSpreadSheetData& sink) {
         int& offset = vertical ? rowOffset : colOffset;
         offset = Add(offset, vertical ? sheet.rows : sheet.cols);
     }
-    numbers.EndAll();
+    runs.EndAll();
     sink.SetDataSize(tableCols, tableRows);
     cells.AddTo(GetContext()->notes);
     NoteOtherParts();

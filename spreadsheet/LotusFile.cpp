@@ -8,9 +8,9 @@
 #include <string_view>
 
 #include "frame/CellOutput.h"
+#include "frame/CellRuns.h"
 #include "frame/CompleteOptions.h"
 #include "frame/FormatRecogniser.h"
-#include "frame/NumberRuns.h"
 #include "spreadsheet/CellErrors.h"
 #include "spreadsheet/NumberFormats.h"
 
@@ -168,7 +168,7 @@ FormatRecogniser::Evidence Recognise(const char* /*path*/, std::string_view head
 class LotusFile::CompleteCells {
 public:
     /** All stay the caller's, who ends the numbers. */
-    CompleteCells(CellOutput& cellOutput, NumberRuns& plainNumbers, const CodePage& labels)
+    CompleteCells(CellOutput& cellOutput, CellRuns& plainNumbers, const CodePage& labels)
         : output(&cellOutput), numbers(&plainNumbers), codePage(labels) {}
     /** The cells are only measured. */
     explicit CompleteCells(const CodePage& labels) : codePage(labels) {}
@@ -234,7 +234,7 @@ private:
     }
 
     CellOutput* output = nullptr;
-    NumberRuns* numbers = nullptr;
+    CellRuns* numbers = nullptr;
     const CodePage& codePage;
     std::optional<Cell> formula;
     ErrorCells errors;
@@ -495,7 +495,7 @@ int LotusFile::Read(ReadSpreadSheetData* sink) {
 
 int LotusFile::ReadComplete(ReadSpreadSheetData& sink) {
     CellOutput output(sink);
-    NumberRuns numbers(sink, output);
+    CellRuns numbers(sink, output);
     CompleteCells cells(output, numbers, codePage);
     const int result = WalkCells(cells);
     if (shortCells > 0) {

@@ -44,6 +44,8 @@ struct SheetSize {
     int rows = -1;
 };
 
+class PlainCells;
+
 /** Gets a sheet as its part is read. An answer of false ends the sheet as one that can't be read. */
 class SheetReceiver {
 public:
@@ -53,6 +55,11 @@ public:
     /** `claimedColumns`: up to where its cells are said to reach; 0 where nothing is said. */
     virtual bool StartRow(int /*number*/, int /*claimedColumns*/) { return true; }
     virtual bool TakeCell(const SheetCell& cell) = 0;
+    /**
+     * Takes, in place of TakeCell, the cells that are as nearly all are; null where there is no such way. Who
+     * has a cell that it doesn't take comes here with it.
+     */
+    virtual PlainCells* GetPlainCells() { return nullptr; }
     /** A record among the cells that is none. */
     virtual void TakeOtherRecord() {}
 };

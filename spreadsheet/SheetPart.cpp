@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/NvString.h"
+#include "spreadsheet/PlainCells.h"
 
 namespace {
 
@@ -170,6 +171,15 @@ bool SheetHandler::TakePlain(const PlainCell& plain) {
         return false;
     }
     lastColumn = plain.column;
+    if (plainCells != nullptr) {
+        const bool isNumber =
+            plain.isNumber && (type == SheetCell::Type::Number || type == SheetCell::Type::MarkedNumber);
+        if (isNumber ? plainCells->TakeNumber(plain.column, rowNumber, plain.style, plain.number)
+                     : isShared && plain.hasValue &&
+                           plainCells->TakeShared(plain.column, rowNumber, plain.index)) {
+            return true;
+        }
+    }
     cell.col = plain.column;
     cell.row = rowNumber;
     cell.type = type;

@@ -21,7 +21,10 @@ class SheetHandler : public NodeHandler {
 public:
     /** The receiver stays the caller's. */
     SheetHandler(XmlForm partForm, SheetReceiver& target)
-        : NodeHandler(partForm, "sheetData"), receiver(target), item(partForm) {}
+        : NodeHandler(partForm, "sheetData"),
+          receiver(target),
+          plainCells(target.GetPlainCells()),
+          item(partForm) {}
 
     /**
      * The number that the letters in a cell's reference stand for, A being 1; 0 without any. In the literal
@@ -51,6 +54,7 @@ private:
     void FinishCell();
 
     SheetReceiver& receiver;
+    PlainCells* plainCells;  // null where each cell is the receiver's
     StringItem item;
     int rowNumber = 0;
     bool isRowNamed = false;

@@ -38,9 +38,17 @@ std::string GroupDigits(std::uint64_t count) {
     return counted.substr(0, counted.find(' '));
 }
 
-void Widen(SheetSize& extent, const SheetCell& cell) {
-    extent.cols = std::max(extent.cols, cell.col);
-    extent.rows = std::max(extent.rows, cell.row);
+// Of each cell format.
+std::vector<NumberKind> ListKinds(const BookStyles& styles) {
+    NumberFormats formats;
+    for (const auto& [number, code] : styles.codes) {
+        formats.Define(number, code);
+    }
+    std::vector<NumberKind> kinds;
+    for (const int number : styles.cellFormats) {
+        kinds.push_back(formats.GetKind(number));
+    }
+    return kinds;
 }
 
 }  // namespace
@@ -271,26 +279,18 @@ const char* ClassicBinaryCells::GetErrorString(std::uint8_t code) {
     return "Unknown error code";
 }
 
-CompleteCells::CompleteCells(const Book& workbook, CellOutput& cellOutput,
+CompleteCells::CompleteCells(const Book& workbook, ReadSpreadSheetData& sink, CellOutput& cellOutput,
                              std::shared_ptr<karta::ReadContext> readContext)
-    : book(workbook), output(cellOutput), context(std::move(readContext)) {
-    NumberFormats formats;
-    for (const auto& [number, code] : book.GetStyles().codes) {
-        formats.Define(number, code);
-    }
-    for (const int number : book.GetStyles().cellFormats) {
-        kinds.push_back(formats.GetKind(number));
-    }
-}
+    : book(workbook),
+      output(cellOutput),
+      context(std::move(readContext)),
+      plain(sink, cellOutput, book.GetSharedStrings(), ListKinds(book.GetStyles())) {}
 
 void CompleteCells::BeginSheet(const std::string& name, int columns, int rows, bool endsRows) {
+    plain.BeginSheet(columns, rows);
     sheetName = name;
-    colOffset = columns;
-    rowOffset = rows;
     endRows = endsRows;
     lastRow = 0;
-    lastCell = {0, 0};
-    extent = {0, 0};
 }
 
 // A sheet whose rows aren't in order gets its cells into their places, but its rows end late.
@@ -301,23 +301,16 @@ bool CompleteCells::StartRow(int number, int /*claimedColumns*/) {
         context->ThrowIfStopped();
     }
     if (endRows && number > lastRow) {
-        output.EndRow(number - 1 + rowOffset);
+        output.EndRow(number - 1 + plain.GetRowOffset());
         lastRow = number;
     }
     return true;
 }
 
 bool CompleteCells::TakeCell(const SheetCell& cell) {
-    lastCell.cols = cell.col;
-    lastCell.rows = cell.row;
-    if (cell.hasNumber && IsPlainNumber(cell)) {
-        // The road of most cells, without a question that is answered already.
-        output.Number(cell.col + colOffset, cell.row + rowOffset, cell.number);
-        Widen(extent, cell);
-        return true;
-    }
-    if (Put(cell, cell.col + colOffset, cell.row + rowOffset)) {
-        Widen(extent, cell);
+    plain.Pass(cell.col, cell.row);
+    if (Put(cell, cell.col + plain.GetColumnOffset(), cell.row + plain.GetRowOffset())) {
+        plain.Widen(cell.col, cell.row);
     }
     return true;
 }
@@ -341,6 +334,7 @@ bool CompleteCells::Put(const SheetCell& cell, int col, int row) {
     if (!HoldsSomething(cell)) {
         return false;
     }
+    plain.Leave(cell.col);
     switch (cell.type) {
         case SheetCell::Type::Number:
         case SheetCell::Type::MarkedNumber:
@@ -366,20 +360,8 @@ bool CompleteCells::PutNumber(const SheetCell& cell, int col, int row) {
     if (!cell.hasNumber && !NvString::ToDouble(cell.text, number)) {
         return PutContradiction(cell, col, row);
     }
-    ::PutNumber(output, col, row, number, GetKind(cell.style), book.GetDateSystem());
+    ::PutNumber(output, col, row, number, plain.GetKind(cell.style), book.GetDateSystem());
     return true;
-}
-
-// As its type has it, and its format.
-bool CompleteCells::IsPlainNumber(const SheetCell& cell) const {
-    return (cell.type == SheetCell::Type::Number || cell.type == SheetCell::Type::MarkedNumber) &&
-           GetKind(cell.style) == NumberKind::Number;
-}
-
-// A cell without a format has the first.
-NumberKind CompleteCells::GetKind(int style) const {
-    const auto index = static_cast<std::size_t>(std::max(style, 0));
-    return index < kinds.size() ? kinds[index] : NumberKind::Number;
 }
 
 bool CompleteCells::PutSharedText(const SheetCell& cell, int col, int row) {
@@ -452,7 +434,8 @@ void CompleteCells::AddNotes(karta::Notes& notes) const {
 
 bool ExtentReceiver::TakeCell(const SheetCell& cell) {
     if (CompleteCells::HoldsSomething(cell)) {
-        Widen(extent, cell);
+        extent.cols = std::max(extent.cols, cell.col);
+        extent.rows = std::max(extent.rows, cell.row);
     }
     return true;
 }

@@ -14,6 +14,7 @@
 #include "frame/ReadSpreadSheetData.h"
 #include "spreadsheet/Book.h"
 #include "spreadsheet/CellErrors.h"
+#include "spreadsheet/PlainCells.h"
 
 // What a decoded cell of a workbook becomes: the classic rules of either flavour, and the complete one, which
 // holds for both.
@@ -120,8 +121,9 @@ private:
 /** Hands the cells of either flavour out as what they are. */
 class CompleteCells : public SheetReceiver {
 public:
-    /** Both stay the caller's; the book's tables have been read. */
-    CompleteCells(const Book& workbook, CellOutput& cellOutput, std::shared_ptr<karta::ReadContext> context);
+    /** All stay the caller's; the output is that of the sink, and the book's tables have been read. */
+    CompleteCells(const Book& workbook, ReadSpreadSheetData& sink, CellOutput& cellOutput,
+                  std::shared_ptr<karta::ReadContext> context);
 
     /**
      * The next sheet's cells go so many columns and rows further; `name` is for notes, empty where the read
@@ -130,11 +132,13 @@ public:
     void BeginSheet(const std::string& name, int columns, int rows, bool endsRows);
     bool StartRow(int number, int claimedColumns) override;
     bool TakeCell(const SheetCell& cell) override;
+    PlainCells* GetPlainCells() override { return &plain; }
+    /** Behind the sheet's cells, however it ended. */
+    void EndSheet() { plain.EndSheet(); }
 
-    /** How far the values of the present sheet reach. */
-    const SheetSize& GetExtent() const { return extent; }
-    /** The cell of the present sheet that came last; 0 and 0 in front of the first. */
-    const SheetSize& GetLastCell() const { return lastCell; }
+    /** As PlainCells have them. */
+    const SheetSize& GetExtent() const { return plain.GetExtent(); }
+    const SheetSize& GetLastCell() const { return plain.GetLastCell(); }
     void AddNotes(karta::Notes& notes) const;
 
     /** Whether there is more to a cell than its format. */
@@ -147,21 +151,15 @@ private:
     bool PutBool(const SheetCell& cell, int col, int row);
     bool PutDate(const SheetCell& cell, int col, int row);
     bool PutContradiction(const SheetCell& cell, int col, int row);
-    bool IsPlainNumber(const SheetCell& cell) const;
-    NumberKind GetKind(int style) const;
 
     const Book& book;
     CellOutput& output;
     std::shared_ptr<karta::ReadContext> context;
-    std::vector<NumberKind> kinds;  // of each cell format
+    PlainCells plain;
     std::string sheetName;
-    int colOffset = 0;
-    int rowOffset = 0;
     bool endRows = false;
     int lastRow = 0;
-    SheetSize lastCell{0, 0};
     int rowsSinceCheck = 0;
-    SheetSize extent{0, 0};
     ErrorCells errors;
     std::uint64_t contradictions = 0;
     std::string firstContradiction;

@@ -43,6 +43,10 @@ std::size_t WidthOf(CellKind kind) {
     }
 }
 
+std::size_t WidthOf(const Stretch& stretch) {
+    return stretch.listed != nullptr ? sizeof(std::uint32_t) : WidthOf(stretch.kind);
+}
+
 void SetBits(std::uint8_t* bits, int first, int count) {
     for (; count > 0 && (first & 7) != 0; ++first, --count) {
         SetBit(bits, first);
@@ -77,7 +81,7 @@ void Reserve(CellStore& store, Stretch& stretch, int count) {
     const auto room = static_cast<int>(
         std::clamp<std::int64_t>(RoomToGrowTo(store, stretch), count, std::numeric_limits<int>::max()));
     const std::size_t more = static_cast<std::size_t>(room) - static_cast<std::size_t>(stretch.capacity);
-    const std::size_t width = WidthOf(stretch.kind);
+    const std::size_t width = WidthOf(stretch);
     store.Charge(more * (width + (stretch.kind == CellKind::Mixed ? 1 : 0)) +
                  (stretch.hasMissing ? more / 8 + 1 : 0));
     store.FinishCopies();
@@ -109,7 +113,7 @@ void AddMissing(CellStore& store, Stretch& stretch, int count) {
         if (stretch.kind != CellKind::Mixed) {
             NeedBits(&store, stretch);
         }
-        const std::size_t width = WidthOf(stretch.kind);
+        const std::size_t width = WidthOf(stretch);
         if (stretch.areLaid) {
             std::int64_t* const end = stretch.values.As<std::int64_t>() + stretch.count;
             std::fill_n(end + 1, count, *end);
@@ -128,7 +132,7 @@ bool GoesOn(const Stretch& stretch, int gap) {
 
 void Write(Stretch& stretch, int place, CellKind kind, std::uint64_t content) {
     const int at = place - stretch.first;
-    switch (WidthOf(stretch.kind)) {
+    switch (WidthOf(stretch)) {
         case 1:
             stretch.values.As<std::uint8_t>()[at] = static_cast<std::uint8_t>(content);
             break;
@@ -194,8 +198,35 @@ CellKind CellKindOf(WrittenKind kind) {
     return Kinds[static_cast<std::size_t>(kind)];
 }
 
-// Laid texts as words of the store, so that each can be set anew.
+// Codes of listed texts as words of the store, among which others can stand.
+void SpellOut(CellStore& store, Stretch& stretch) {
+    Stretch spelled;
+    spelled.first = stretch.first;
+    spelled.kind = CellKind::Text;
+    Reserve(store, spelled, std::max(stretch.count, 1));
+    spelled.count = stretch.count;
+    store.InSteps(stretch.first, stretch.GetEnd(), [&](int from, int to) {
+        for (int at = from - stretch.first; at < to - stretch.first; ++at) {
+            // What is missing has the first code.
+            spelled.values.As<std::uint64_t>()[at] =
+                stretch.listed->GetWord(stretch.GetCode(stretch.first + at));
+        }
+    });
+    if (stretch.hasMissing) {
+        NeedBits(&store, spelled);
+        std::memcpy(spelled.bits.As<char>(), stretch.bits.As<char>(), BytesOfBits(stretch.count));
+    }
+    stretch = std::move(spelled);
+}
+
+// Texts that lie otherwise as words of the store, so that each can be set anew.
 void TakeUp(CellStore& store, Stretch& stretch) {
+    if (stretch.listed != nullptr) {
+        SpellOut(store, stretch);
+    }
+    if (!stretch.areLaid) {
+        return;
+    }
     store.FinishCopies();
     store.InSteps(stretch.first, stretch.GetEnd(), [&](int from, int to) {
         for (int place = from; place < to; ++place) {
@@ -302,6 +333,9 @@ Cell Stretch::Get(int place) const {
         const std::string_view one = GetText(place);
         return {one.data(), static_cast<std::uint32_t>(one.size())};
     }
+    if (listed != nullptr) {
+        return {kind, listed->GetWord(GetCode(place))};
+    }
     switch (WidthOf(kind)) {
         case 1:
             return {kind, values.As<std::uint8_t>()[at]};
@@ -326,13 +360,15 @@ Stretch* CellVector::Find(int place) {
     return const_cast<Stretch*>(std::as_const(*this).Find(place));
 }
 
-Stretch& CellVector::AddStretch(CellStore& store, int place, CellKind kind, int room) {
+Stretch& CellVector::AddStretch(CellStore& store, int place, CellKind kind, int room,
+                                const ListedTexts* listed) {
     const auto at = std::find_if(stretches.begin(), stretches.end(),
                                  [place](const Stretch& stretch) { return stretch.first > place; });
     store.Charge(sizeof(Stretch));
     Stretch& stretch = *stretches.emplace(at);
     stretch.first = place;
     stretch.kind = kind;
+    stretch.listed = listed;
     const int expected = std::clamp(store.expectedRows - place, LeastRoom, MostExpectedRoom);
     Reserve(store, stretch, std::max(room, expected));
     return stretch;
@@ -364,6 +400,8 @@ void CellVector::Append(CellStore& store, int place, CellKind kind, std::uint64_
         } else {
             if (last.kind != kind) {
                 Mix(store, last);
+            } else if (last.listed != nullptr) {
+                TakeUp(store, last);
             }
             Reserve(store, last, gap + last.count + 1);
             AddMissing(store, last, gap);
@@ -408,7 +446,7 @@ void CellVector::Put(CellStore& store, int place, CellKind kind, std::uint64_t c
     }
     if (stretch->kind != kind) {
         Mix(store, *stretch);
-    } else if (stretch->areLaid) {
+    } else {
         TakeUp(store, *stretch);
     }
     Write(*stretch, place, kind, content);
@@ -588,6 +626,46 @@ void CellVector::PutWritten(CellStore& store, int place, const TextRun& texts,
         if (last.written[at] == CellKind::Missing) {
             ClearBit(last.bits.As<std::uint8_t>(), static_cast<std::int64_t>(at));
         }
+    }
+}
+
+// The stretch of codes that a text at this place goes on with, up to there; null where it is a word among
+// words, or set anew.
+Stretch* CellVector::NeedListed(CellStore& store, int place, const ListedTexts& texts) {
+    Stretch* const last = stretches.empty() ? nullptr : &stretches.back();
+    const int gap = place - GetEnd();
+    if (gap < 0) {
+        return nullptr;
+    }
+    const bool goesOn = last != nullptr && GoesOn(*last, gap);
+    if (goesOn && last->listed == &texts) {
+        Reserve(store, *last, last->count + gap + 1);
+        AddMissing(store, *last, gap);
+        return last;
+    }
+    const bool isAmongOthers = goesOn && (last->kind == CellKind::Text || last->kind == CellKind::Mixed);
+    return isAmongOthers || stretches.size() >= MostStretches
+               ? nullptr
+               : &AddStretch(store, place, CellKind::Text, 1, &texts);
+}
+
+void CellVector::PutListed(CellStore& store, int place, const ListedTexts& texts,
+                           std::span<const std::uint32_t> codes) {
+    while (!codes.empty()) {
+        Stretch* const last = NeedListed(store, place, texts);
+        if (last == nullptr) {
+            Put(store, place++, CellKind::Text, texts.GetWord(codes.front()));
+            codes = codes.subspan(1);
+            continue;
+        }
+        const int count = static_cast<int>(codes.size());
+        Reserve(store, *last, last->count + count);
+        std::memcpy(last->values.As<std::uint32_t>() + last->count, codes.data(), codes.size_bytes());
+        if (last->hasMissing) {
+            SetBits(last->bits.As<std::uint8_t>(), last->count, count);
+        }
+        last->count += count;
+        return;
     }
 }
 

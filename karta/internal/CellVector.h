@@ -15,6 +15,7 @@
 #include "karta/Buffer.h"
 #include "karta/internal/Bits.h"
 #include "karta/internal/CellStore.h"
+#include "karta/internal/ListedTexts.h"
 
 namespace karta {
 
@@ -83,8 +84,10 @@ public:
         bool hasMissing = false; /**< then `bits` tell which are there */
         bool hasRuns = false;    /**< some came as runs of an array */
         bool areLaid = false;    /**< texts that lie one behind the other; else they are in the store */
-        Buffer values;           /**< of laid texts where each begins, and where the last one ends */
-        Buffer text;             /**< the bytes of laid texts */
+        /** Of texts that are codes there, in place of the store's words; else null. */
+        const ListedTexts* listed = nullptr;
+        Buffer values; /**< of laid texts where each begins, and where the last one ends */
+        Buffer text;   /**< the bytes of laid texts */
         Buffer bits;
         Buffer kinds; /**< of mixed cells */
         /** Of laid texts: what the first cells are by themselves, where texts stand for values. */
@@ -97,6 +100,8 @@ public:
         Cell Get(int place) const;
         /** The same without a look at the values, which may still be copied. */
         CellKind GetKind(int place) const;
+        /** Of listed texts. */
+        std::uint32_t GetCode(int place) const { return values.As<std::uint32_t>()[place - first]; }
         /** Of laid texts. */
         std::string_view GetText(int place) const {
             const std::int64_t* const begins = values.As<std::int64_t>() + (place - first);
@@ -132,19 +137,22 @@ public:
     void PutText(CellStore& store, int place, std::string_view text);
     /** Cells as they are written, of which none is set again, in a column without any; each has its text. */
     void PutWritten(CellStore& store, int place, const TextRun& texts, std::span<const WrittenKind> kinds);
-    /** A text that is kept already, by the store's word for it. */
-    void PutTextWord(CellStore& store, int place, std::uint64_t word) {
+    /** A text of a list by its code; the texts stay the caller's. */
+    void PutListed(CellStore& store, int place, const ListedTexts& texts, std::uint32_t code) {
         if (!stretches.empty()) {
             Stretch& last = stretches.back();
             // The road of nearly every text of a list.
-            if (last.kind == CellKind::Text && place == last.GetEnd() && last.count < last.capacity &&
-                !last.hasMissing && !last.areLaid) {
-                last.values.As<std::uint64_t>()[last.count++] = word;
+            if (last.listed == &texts && place == last.GetEnd() && last.count < last.capacity &&
+                !last.hasMissing) {
+                last.values.As<std::uint32_t>()[last.count++] = code;
                 return;
             }
         }
-        Put(store, place, CellKind::Text, word);
+        PutListed(store, place, texts, std::span(&code, 1));
     }
+    /** As so many calls for one. */
+    void PutListed(CellStore& store, int place, const ListedTexts& texts,
+                   std::span<const std::uint32_t> codes);
     /** Whatever was there is gone. */
     void PutMissing(int place);
     /** `expectedEnd`: where the cells that have been announced end, a hint for the room to take. */
@@ -203,12 +211,14 @@ private:
     const Stretch* Find(int place) const;
     void Append(CellStore& store, int place, CellKind kind, std::uint64_t content);
     void Insert(CellStore& store, int place, CellKind kind, std::uint64_t content);
-    Stretch& AddStretch(CellStore& store, int place, CellKind kind, int room);
+    Stretch& AddStretch(CellStore& store, int place, CellKind kind, int room,
+                        const ListedTexts* listed = nullptr);
     template <class Number>
     void PutNumbers(CellStore& store, int place, CellKind kind, std::span<const Number> values,
                     int expectedEnd);
     void Join(CellStore& store, int place);
     Stretch* NeedLaidTexts(CellStore& store, int place);
+    Stretch* NeedListed(CellStore& store, int place, const ListedTexts& texts);
     std::uint8_t* NeedDecimals(CellStore& store, int end);
 
     std::vector<Stretch> stretches;    // in the order of their places

@@ -19,6 +19,15 @@ bool IsExact(std::int64_t value) {
 std::int64_t CountEmptyTexts(const CellStore& store, const Stretch& stretch, int first, int end) {
     const std::uint64_t* const words = stretch.values.As<std::uint64_t>();
     std::int64_t count = 0;
+    if (stretch.listed != nullptr) {
+        store.InSteps(first, stretch.listed->HasEmptyText() ? end : first, [&](int from, int to) {
+            for (int place = from; place < to; ++place) {
+                const bool isEmpty = stretch.listed->GetSize(stretch.GetCode(place)) == 0;
+                count += isEmpty && stretch.IsThere(place) ? 1 : 0;
+            }
+        });
+        return count;
+    }
     if (stretch.areLaid) {
         store.InSteps(first, end, [&](int from, int to) {
             int empty = 0;

@@ -150,6 +150,20 @@ public:
         }
     }
 
+    /** By the code, which any text of the list has. */
+    void AddListed(int row, const ListedTexts& texts, std::uint32_t code) {
+        ++count;
+        std::int32_t& place = placesOfCodes[code];
+        if (place == WordPlaces::Unknown) {
+            Finish();
+            place = index.FindPassing(texts.GetText(code));
+            CountNew();
+        }
+        places[row] = place;
+    }
+    /** Before a code comes. */
+    void TakeCodes(const ListedTexts& texts) { placesOfCodes.resize(texts.GetCount(), WordPlaces::Unknown); }
+
     /** What a list of them takes. */
     std::int64_t GetSize() const { return size; }
     std::int64_t GetCount() const { return count; }
@@ -183,12 +197,20 @@ private:
     std::int64_t size = 0;
     std::int64_t count = 0;
     WordPlaces kept;
+    std::vector<std::int32_t> placesOfCodes;
     std::uint64_t above = ~std::uint64_t{0};  // no text has this word
     std::int32_t placeOfAbove = 0;
     std::array<std::string_view, TextIndex::MostAtOnce> waiting;
     std::array<int, TextIndex::MostAtOnce> rows{};
     std::size_t waitingCount = 0;
 };
+
+// Whether a table of all codes that there are is worth it.
+bool AreFewCodes(const Stretch& stretch) {
+    constexpr std::size_t AlwaysFew = 1024;
+    return stretch.listed != nullptr &&
+           stretch.listed->GetCount() <= std::max(AlwaysFew, static_cast<std::size_t>(stretch.count));
+}
 
 // The values of so many rows: what there was room for beyond is given back; rows without a value are zeros.
 void FitValues(Stretch& stretch, std::int64_t rows, std::size_t width) {
@@ -415,11 +437,24 @@ ColumnBuffers ColumnMaker::MakeTexts(const CellVector& cells, int first, int row
     std::size_t bytes = 0;
     std::int64_t count = 0;
     bool areTexts = true;
-    ForEach(cells, first, first + rows, [&](int place, const Cell& cell) {
-        bytes += textOf(place, cell).size();
-        areTexts = areTexts && cell.kind == CellKind::Text;
-        ++count;
-    });
+    for (const Stretch& stretch : cells.GetStretches()) {
+        const auto addSizes = [&](int from, int to) {
+            for (int place = from; stretch.listed == nullptr && place < to; ++place) {
+                if (const Cell cell = stretch.Get(place); cell.kind != CellKind::Missing) {
+                    bytes += textOf(place, cell).size();
+                    areTexts = areTexts && cell.kind == CellKind::Text;
+                    ++count;
+                }
+            }
+            for (int place = from; stretch.listed != nullptr && place < to; ++place) {
+                if (stretch.IsThere(place)) {
+                    bytes += stretch.listed->GetSize(stretch.GetCode(place));
+                    ++count;
+                }
+            }
+        };
+        store.InSteps(std::max(first, stretch.first), std::min(first + rows, stretch.GetEnd()), addSizes);
+    }
     const std::size_t offsetsSize = (static_cast<std::size_t>(rows) + 1) * sizeof(std::int64_t);
     if (areTexts && mayBeDictionary) {
         ColumnBuffers dictionary =
@@ -503,8 +538,18 @@ ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, in
     Buffer validity(BytesOfBits(rows));
     DistinctPlaces distinct(places->As<std::int32_t>());
     for (const Stretch& stretch : cells.GetStretches()) {
+        const bool areCodes = AreFewCodes(stretch);
+        if (areCodes) {
+            distinct.TakeCodes(*stretch.listed);
+        }
         const auto addPlaces = [&](int from, int to) {
-            for (int place = from; place < to && isLess(distinct.GetSize()); ++place) {
+            for (int place = from; areCodes && place < to && isLess(distinct.GetSize()); ++place) {
+                if (stretch.IsThere(place)) {
+                    distinct.AddListed(place - first, *stretch.listed, stretch.GetCode(place));
+                    SetBit(validity.As<std::uint8_t>(), place - first);
+                }
+            }
+            for (int place = from; !areCodes && place < to && isLess(distinct.GetSize()); ++place) {
                 const Cell cell = stretch.areLaid ? Cell() : stretch.Get(place);
                 if (stretch.areLaid ? !stretch.IsThere(place) : cell.kind != CellKind::Text) {
                     continue;

@@ -210,18 +210,18 @@ void TableSink::SetText(int col, int row, std::string_view text) {
 void TableSink::SetListedText(int col, int row, const TextList& list, std::size_t place) {
     if (IsPlainPlace(col, row)) {
         CountPlain(col, row);
-        columns[static_cast<std::size_t>(col) - 1].PutTextWord(store, row - 1,
-                                                               listedTexts.FindWord(store, list, place));
+        const std::uint32_t code = listedTexts.FindCode(store, list, place);
+        columns[static_cast<std::size_t>(col) - 1].PutListed(store, row - 1, listedTexts, code);
         return;
     }
     if (!Take(col, row)) {
         return;
     }
-    const std::uint64_t word = listedTexts.FindWord(store, list, place);
+    const std::uint32_t code = listedTexts.FindCode(store, list, place);
     if (IsInBlock(col) && row < firstBlockRow) {
-        heads[row].PutTextWord(store, col - firstBlock, word);
+        heads[row].PutListed(store, col - firstBlock, listedTexts, code);
     } else {
-        ColumnAt(col).PutTextWord(store, row - 1, word);
+        ColumnAt(col).PutListed(store, row - 1, listedTexts, code);
     }
 }
 
@@ -403,6 +403,24 @@ void TableSink::SetValueRun(int col, int firstRow, ValueRunKind kind, std::span<
     }
     for (const std::int64_t value : values) {
         Put(col, firstRow++, CellVector::KindOf(kind), BitsOf(value));
+    }
+}
+
+void TableSink::SetListedRun(int col, int firstRow, const TextList& list,
+                             std::span<const std::uint32_t> places) {
+    if (!TakeRun(col, firstRow, places.size())) {
+        return;
+    }
+    if (!IsInBlock(col)) {
+        codes.clear();
+        for (const std::uint32_t place : places) {
+            codes.push_back(listedTexts.FindCode(store, list, place));
+        }
+        ColumnAt(col).PutListed(store, firstRow - 1, listedTexts, codes);
+        return;
+    }
+    for (const std::uint32_t place : places) {
+        TableSink::SetListedText(col, firstRow++, list, place);
     }
 }
 

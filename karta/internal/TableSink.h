@@ -77,6 +77,8 @@ public:
                     std::span<const std::uint8_t> decimals) override;
     void SetTextRun(int col, int firstRow, const TextRun& texts) override;
     void SetValueRun(int col, int firstRow, ValueRunKind kind, std::span<const std::int64_t> values) override;
+    void SetListedRun(int col, int firstRow, const TextList& list,
+                      std::span<const std::uint32_t> places) override;
     void ExpectRows(int rows) override {
         Announce(std::max(numCols, static_cast<int>(columns.size())), rows);
     }
@@ -183,6 +185,7 @@ private:
     std::ptrdiff_t untilLook = CellsBetweenLooks;
     CellStore store;
     ListedTexts listedTexts;
+    std::vector<std::uint32_t> codes;  // of the run at hand
     int numCols = 0;
     int numRows = 0;
     std::vector<CellVector> columns;

@@ -13,10 +13,10 @@ TEST(ListedTexts, ATextIsKeptOnceHoweverManyCellsReferToIt) {
     list.Add("wheat");
     list.Add("rye");
     ListedTexts texts;
-    const std::uint64_t wheat = texts.FindWord(store, list, 0);
-    EXPECT_EQ(CellStore::GetText(wheat), "wheat");
-    EXPECT_EQ(CellStore::GetText(texts.FindWord(store, list, 1)), "rye");
-    EXPECT_EQ(texts.FindWord(store, list, 0), wheat);
+    const std::uint32_t wheat = texts.FindCode(store, list, 0);
+    EXPECT_EQ(texts.GetText(wheat), "wheat");
+    EXPECT_EQ(texts.GetText(texts.FindCode(store, list, 1)), "rye");
+    EXPECT_EQ(texts.FindCode(store, list, 0), wheat);
 }
 
 TEST(ListedTexts, AListThatGrewHasItsNewTexts) {
@@ -25,10 +25,10 @@ TEST(ListedTexts, AListThatGrewHasItsNewTexts) {
     TextList list;
     list.Add("a");
     ListedTexts texts;
-    const std::uint64_t first = texts.FindWord(store, list, 0);
+    const std::uint32_t first = texts.FindCode(store, list, 0);
     list.Add("b");
-    EXPECT_EQ(CellStore::GetText(texts.FindWord(store, list, 1)), "b");
-    EXPECT_EQ(texts.FindWord(store, list, 0), first);
+    EXPECT_EQ(texts.GetText(texts.FindCode(store, list, 1)), "b");
+    EXPECT_EQ(texts.FindCode(store, list, 0), first);
 }
 
 // It lies where the first one lay, and its texts do.
@@ -38,10 +38,10 @@ TEST(ListedTexts, AnotherListInItsPlaceHasItsOwnTexts) {
     TextList list;
     list.Add("first");
     ListedTexts texts;
-    texts.FindWord(store, list, 0);
+    texts.FindCode(store, list, 0);
     list.Clear();
     list.Add("other");
-    EXPECT_EQ(CellStore::GetText(texts.FindWord(store, list, 0)), "other");
+    EXPECT_EQ(texts.GetText(texts.FindCode(store, list, 0)), "other");
 }
 
 TEST(ListedTexts, TextsThatAreNoUtf8AreConverted) {
@@ -51,6 +51,6 @@ TEST(ListedTexts, TextsThatAreNoUtf8AreConverted) {
     list.Add("caf\xe9");
     list.Add("");
     ListedTexts texts;
-    EXPECT_EQ(CellStore::GetText(texts.FindWord(store, list, 0)), "caf\xc3\xa9");
-    EXPECT_TRUE(CellStore::IsEmptyText(texts.FindWord(store, list, 1)));
+    EXPECT_EQ(texts.GetText(texts.FindCode(store, list, 0)), "caf\xc3\xa9");
+    EXPECT_TRUE(CellStore::IsEmptyText(texts.GetWord(texts.FindCode(store, list, 1))));
 }
