@@ -15,6 +15,17 @@ struct TextRun {
     bool areUtf8 = false; /**< each of them is known to be; else who takes them looks */
 };
 
+/** Where the numbers of a run are written in a text, which stays as it is until all of it is read. */
+struct NumberWriting {
+    struct Place {
+        std::uint32_t begin; /**< from `bytes` on */
+        std::uint32_t size;  /**< 0: it isn't known */
+    };
+    const char* bytes = nullptr;
+    const char* end = nullptr; /**< of all that may be looked at */
+    std::span<const Place> places;
+};
+
 /** What the values of a run are that aren't plain numbers. */
 enum class ValueRunKind {
     Bool,           /**< 0 or 1 */
@@ -44,6 +55,13 @@ public:
     virtual void SetCellRun(int col, int firstRow, std::span<const double> values,
                             std::span<const std::uint8_t> decimals) = 0;
     virtual void SetTextRun(int col, int firstRow, const TextRun& texts) = 0;
+    /** Whether of numbers in a text it is wanted where they are written, so that none has to be printed. */
+    virtual bool WantsWriting() const { return false; }
+    /** Cells of numbers of such a text. */
+    virtual void SetNumbersOfText(int col, int firstRow, std::span<const double> values,
+                                  std::span<const std::uint8_t> decimals, const NumberWriting& /*writing*/) {
+        SetCellRun(col, firstRow, values, decimals);
+    }
     virtual void SetValueRun(int col, int firstRow, ValueRunKind kind,
                              std::span<const std::int64_t> values) = 0;
     /** Texts of a list, which stays where it is while cells of it come, by their places there. */

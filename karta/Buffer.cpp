@@ -9,6 +9,7 @@
 
 #include "base/PageMemory.h"
 #include "karta/internal/BlockPool.h"
+#include "karta/internal/SharedBlock.h"
 
 namespace karta {
 
@@ -32,6 +33,13 @@ std::size_t RoundToPages(std::size_t size) {
     return RoundUp(size, size >= SmallestHuge ? HugePageSize : PageSize);
 }
 
+// In the address of an owner, which is even: that of a block with several buffers, and not the heap's.
+constexpr std::uintptr_t OfSharedBlock = 1;
+
+void PutOwner(char* data, std::uintptr_t owner) {
+    std::memcpy(data - sizeof owner, &owner, sizeof owner);
+}
+
 // Aligned, with the block's own address right in front: what the C library aligns by itself costs several
 // times as much, and of a wide table's columns each has a few.
 void* AllocateAligned(std::size_t size) {
@@ -41,15 +49,20 @@ void* AllocateAligned(std::size_t size) {
     }
     const std::size_t beyond = reinterpret_cast<std::uintptr_t>(block) % Buffer::Alignment;
     char* const data = block + (Buffer::Alignment - beyond);
-    std::memcpy(data - sizeof block, static_cast<const void*>(&block), sizeof block);
+    PutOwner(data, reinterpret_cast<std::uintptr_t>(block));
     return data;
 }
 
 void FreeAligned(void* data) {
-    if (data != nullptr) {
-        char* block = nullptr;
-        std::memcpy(static_cast<void*>(&block), static_cast<char*>(data) - sizeof block, sizeof block);
-        std::free(block);
+    if (data == nullptr) {
+        return;
+    }
+    std::uintptr_t owner = 0;
+    std::memcpy(&owner, static_cast<char*>(data) - sizeof owner, sizeof owner);
+    if ((owner & OfSharedBlock) != 0) {
+        reinterpret_cast<SharedBlock*>(owner & ~OfSharedBlock)->Release();
+    } else {
+        std::free(reinterpret_cast<void*>(owner));
     }
 }
 
@@ -63,6 +76,11 @@ void* Map(std::size_t size) {
 
 Buffer::Buffer(std::size_t newSize) {
     Resize(newSize);
+}
+
+Buffer::Buffer(SharedBlock& block, void* room, std::size_t roomSize) : data(room), size(roomSize) {
+    block.Own();
+    PutOwner(As<char>(), reinterpret_cast<std::uintptr_t>(&block) | OfSharedBlock);
 }
 
 Buffer::Buffer(Buffer&& other) noexcept
@@ -122,6 +140,15 @@ void Buffer::Move(std::size_t newSize, bool areZeros) {
         const std::size_t whole = RoundToPages(newSize);
         if (whole > mapped || newSize < size) {
             Remap(whole);
+        }
+        size = newSize;
+        return;
+    }
+    if (mapped == 0 && size > 0 && newSize > 0 && newSize < SmallestMapped &&
+        RoundUp(newSize, Alignment) == RoundUp(size, Alignment)) {
+        // The block is as large as it is to be.
+        if (areZeros && newSize > size) {
+            std::memset(As<char>() + size, 0, newSize - size);
         }
         size = newSize;
         return;

@@ -7,6 +7,8 @@
 
 namespace karta {
 
+struct SharedBlock;
+
 /**
  * Bytes of a table's column, aligned to 64 and filled with zeros from the start. Memory that nobody writes
  * to costs next to nothing: a large buffer is handed out by the system page by page. A large buffer whose
@@ -46,13 +48,18 @@ public:
     void ResizeUnset(std::size_t newSize);
 
 private:
+    friend class BufferRoom;
+
+    /** In a block, with room for an address in front. */
+    Buffer(SharedBlock& block, void* room, std::size_t roomSize);
+
     void Free();
     void Remap(std::size_t whole);
     void Move(std::size_t newSize, bool areZeros);
 
     void* data = nullptr;
     std::size_t size = 0;
-    std::size_t mapped = 0;  // bytes from the system; 0: from the heap
+    std::size_t mapped = 0;  // bytes from the system; 0: from the heap, or of a block
 };
 
 /** A buffer that columns share; the last one frees it. */

@@ -348,6 +348,7 @@ LineRules DelimitedText::GetLineRules() const {
     rules.isOneByte = source.GetEncoding().kind == TextEncoding::Windows1252;
     rules.makesRuns = cellRuns != nullptr;
     rules.makesTexts = MakesTextRuns();
+    rules.keepsWriting = cellRuns != nullptr && cellRuns->WantsWriting();
     rules.rowTexts = rowTextForm;
     rules.textEnd = text.data() + text.size();
     rules.types.resize(head.usualWidth);
@@ -615,7 +616,7 @@ void DelimitedText::PutColumn(const LinePiece& piece, std::size_t col, std::uint
     std::uint32_t begin = first;
     const auto putRun = [&](std::uint32_t end) {
         if (hasRuns && end > begin) {
-            PutRun(column, col, begin, end, rowOf(begin), output);
+            PutRun(piece, col, begin, end, rowOf(begin), output);
         }
     };
     const std::size_t firstOther = othersPut[col];
@@ -657,8 +658,9 @@ bool DelimitedText::MakesTextRuns() const {
            (!source.NeedsConversion() || source.GetEncoding().kind == TextEncoding::Windows1252);
 }
 
-void DelimitedText::PutRun(const LinePiece::Column& column, std::size_t col, std::uint32_t first,
-                           std::uint32_t last, int row, CellOutput& output) {
+void DelimitedText::PutRun(const LinePiece& piece, std::size_t col, std::uint32_t first, std::uint32_t last,
+                           int row, CellOutput& output) {
+    const LinePiece::Column& column = piece.GetColumns()[col];
     const int place = static_cast<int>(col) + 1;
     const ColumnType::Kind kind = types[col].kind;
     if (kind == ColumnType::Text) {
@@ -669,12 +671,28 @@ void DelimitedText::PutRun(const LinePiece::Column& column, std::size_t col, std
     } else if (kind != ColumnType::Number) {
         cellRuns->SetValueRun(place, row, GetRunKind(kind, column.areBlanked),
                               std::span(column.values).subspan(first, last - first));
-    } else if (const auto run = std::span(column.numbers).subspan(first, last - first); cellRuns != nullptr) {
-        cellRuns->SetCellRun(place, row, run,
-                             column.hasDecimals ? std::span(column.decimals).subspan(first, last - first)
-                                                : std::span<const std::uint8_t>());
+    } else if (cellRuns != nullptr) {
+        PutNumberRun(piece, col, first, last, row);
     } else {
-        output.ColumnRun(place, row, run);
+        output.ColumnRun(place, row, std::span(column.numbers).subspan(first, last - first));
+    }
+}
+
+void DelimitedText::PutNumberRun(const LinePiece& piece, std::size_t col, std::uint32_t first,
+                                 std::uint32_t last, int row) {
+    const LinePiece::Column& column = piece.GetColumns()[col];
+    const int place = static_cast<int>(col) + 1;
+    const std::size_t count = last - first;
+    const std::span<const double> numbers = std::span(column.numbers).subspan(first, count);
+    const std::span<const std::uint8_t> decimals = column.hasDecimals
+                                                       ? std::span(column.decimals).subspan(first, count)
+                                                       : std::span<const std::uint8_t>();
+    if (column.writing.empty()) {
+        cellRuns->SetCellRun(place, row, numbers, decimals);
+    } else {
+        cellRuns->SetNumbersOfText(place, row, numbers, decimals,
+                                   {piece.GetLines().data(), text.data() + text.size(),
+                                    std::span(column.writing).subspan(first, count)});
     }
 }
 

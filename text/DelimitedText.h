@@ -96,8 +96,10 @@ private:
                    CellOutput& output);
     bool HasRuns(std::size_t col) const;
     bool MakesTextRuns() const;
-    void PutRun(const LinePiece::Column& column, std::size_t col, std::uint32_t first, std::uint32_t last,
-                int row, CellOutput& output);
+    void PutRun(const LinePiece& piece, std::size_t col, std::uint32_t first, std::uint32_t last, int row,
+                CellOutput& output);
+    void PutNumberRun(const LinePiece& piece, std::size_t col, std::uint32_t first, std::uint32_t last,
+                      int row);
     void PutRow(const LinePiece& piece, std::uint32_t row, CellOutput& output);
     void TellProgress(std::size_t place) const;
     void LetGoBefore(std::size_t place);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "base/Ascii.h"
 #include "base/ByteScan.h"
@@ -77,6 +78,7 @@ void LinePiece::MakeRoom(std::size_t wanted, const LineRules& rules) {
         Column& column = columns[col];
         if (rules.types[col].kind == ColumnType::Number) {
             column.numbers.resize(wanted);
+            column.writing.resize(rules.keepsWriting ? wanted : 0);
         } else if (IsOfValues(rules.types[col], rules)) {
             column.values.resize(wanted);
         } else if (IsOfTexts(rules.types[col], rules)) {
@@ -192,7 +194,8 @@ void LinePiece::Read(std::string_view lines, const LineRules& rules) {
         if (rows == room) {
             MakeRoom(std::max(FewestRows, room + room / 4), rules);
         }
-        const char* behind = ReadRecord(record, end, rules);
+        const char* behind =
+            rules.keepsWriting ? ReadRecord<true>(record, end, rules) : ReadRecord<false>(record, end, rules);
         if (!isParted) {
             return;
         }
@@ -212,6 +215,7 @@ void LinePiece::Read(std::string_view lines, const LineRules& rules) {
 }
 
 // What is behind a record that goes into the columns; null for any other.
+template <bool KeepsWriting>
 const char* LinePiece::ReadRecord(const char* at, const char* end, const LineRules& rules) {
     const std::size_t width = columns.size();
     fieldBegin = at;
@@ -224,6 +228,8 @@ const char* LinePiece::ReadRecord(const char* at, const char* end, const LineRul
         const char* behind = areQuick[col] != 0 ? ReadQuickNumber(at, end, rules, col) : nullptr;
         if (behind == nullptr) {
             behind = ReadField(at, end, rules, col);
+        } else if constexpr (KeepsWriting) {
+            KeepWriting(columns[col], {at, static_cast<std::size_t>(behind - at)});
         }
         if (behind == nullptr) {
             return nullptr;
@@ -256,11 +262,15 @@ const char* LinePiece::ReadNumber(std::string_view from, const char* readable, c
     if (behind == nullptr) {
         return nullptr;
     }
+    const std::string_view number = from.substr(0, static_cast<std::size_t>(behind - from.data()));
     columns[col].numbers[rows] = form.number;
+    if (rules.keepsWriting) {
+        KeepWriting(columns[col], number);
+    }
     if (form.decimals > 0 && rules.makesRuns) {
         PutDecimals(columns[col], form.decimals);
     } else if (!form.isCanonical) {
-        AddOther(col, Other::Source, from.substr(0, static_cast<std::size_t>(behind - from.data())));
+        AddOther(col, Other::Source, number);
     }
     return behind;
 }
@@ -357,6 +367,15 @@ void LinePiece::PutDecimals(Column& column, std::uint8_t decimals) const {
         column.decimals.assign(column.numbers.size(), 0);
     }
     column.decimals[rows] = decimals;
+}
+
+// A number in quotes whose escapes were taken out isn't written in the piece.
+void LinePiece::KeepWriting(Column& column, std::string_view number) const {
+    const std::less<> isBefore;
+    const bool isInPiece = !isBefore(number.data(), text.data()) &&
+                           !isBefore(text.data() + text.size(), number.data() + number.size());
+    column.writing[rows] = {isInPiece ? static_cast<std::uint32_t>(number.data() - text.data()) : 0,
+                            isInPiece ? static_cast<std::uint32_t>(number.size()) : 0};
 }
 
 // A field that has characters, or is a text.

@@ -10,6 +10,7 @@
 #include "base/JsonRows.h"
 #include "base/SeparatedText.h"
 #include "base/TextArena.h"
+#include "frame/CellRunSink.h"
 #include "frame/RowTextSink.h"
 #include "text/ColumnTypes.h"
 #include "text/DelimitedOptions.h"
@@ -27,6 +28,7 @@ struct LineRules {
     bool isOneByte = false;              /**< bytes above ASCII are characters by themselves */
     bool makesRuns = false;              /**< truth values, dates and times lie side by side, as numbers do */
     bool makesTexts = false;             /**< and so do texts */
+    bool keepsWriting = false;           /**< it is kept where numbers are written */
     std::optional<RowTextForm> rowTexts; /**< the lines become rows of text, and no columns */
     const char* textEnd = nullptr;       /**< behind the whole text */
 };
@@ -58,11 +60,12 @@ public:
         std::vector<double> numbers;         // one a row where the column is numbers; 0 at others
         std::vector<std::uint8_t> decimals;  // in runs, how numbers are written, if any is told of
         bool hasDecimals = false;
-        std::vector<std::int64_t> values;  // the same of truth values, dates and times in runs
-        PieceTexts texts;                  // of texts
-        bool hasWriting = false;           // the first date and time of the piece tells how they are written
-        bool areBlanked = false;           // with a blank between them
-        std::vector<Other> others;         // by rows
+        std::vector<NumberWriting::Place> writing;  // where they are written, if that is kept
+        std::vector<std::int64_t> values;           // the same of truth values, dates and times in runs
+        PieceTexts texts;                           // of texts
+        bool hasWriting = false;    // the first date and time of the piece tells how they are written
+        bool areBlanked = false;    // with a blank between them
+        std::vector<Other> others;  // by rows
     };
     /** A record that isn't in the columns, with what it is if it is a line. */
     struct OddLine {
@@ -95,6 +98,7 @@ public:
 private:
     void Clear(std::string_view lines, const LineRules& rules);
     void MakeRoom(std::size_t wanted, const LineRules& rules);
+    template <bool KeepsWriting>
     const char* ReadRecord(const char* at, const char* end, const LineRules& rules);
     const char* ReadField(const char* at, const char* end, const LineRules& rules, std::size_t col);
     const char* ReadQuickNumber(const char* at, const char* end, const LineRules& rules, std::size_t col);
@@ -104,6 +108,7 @@ private:
                            std::size_t col, IsEnd isEnd);
     const char* TakeLineEnd(const char* at, const char* end);
     void PutDecimals(Column& column, std::uint8_t decimals) const;
+    void KeepWriting(Column& column, std::string_view number) const;
     void PutField(std::string_view value, const char* readable, const LineRules& rules, std::size_t col);
     void PutText(std::string_view value, const char* readable, const LineRules& rules, std::size_t col);
     bool PutValue(std::string_view value, const LineRules& rules, std::size_t col);

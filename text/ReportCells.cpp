@@ -188,6 +188,7 @@ void ReportCells::SetSource(int col, int row, std::string_view source) {
         sources.reserve(capacity);
     }
     cell->hasSource = true;
+    cell->writtenSize = 0;
     cell->size = static_cast<std::uint32_t>(sources.size());
     sources.emplace_back(texts.Add(source), source.size());
 }
@@ -214,9 +215,10 @@ void ReportCells::SetColumnRun(int col, int firstRow, std::span<const double> va
     ReportCells::SetCellRun(col, firstRow, values, {});
 }
 
-// Runs are of lines as wide as most.
-void ReportCells::SetCellRun(int col, int firstRow, std::span<const double> values,
-                             std::span<const std::uint8_t> decimals) {
+// Runs are of lines as wide as most. `further` gets each with its line.
+template <class Further>
+void ReportCells::PutNumbers(int col, int firstRow, std::span<const double> values,
+                             std::span<const std::uint8_t> decimals, const Further& further) {
     if (values.empty()) {
         return;
     }
@@ -228,7 +230,27 @@ void ReportCells::SetCellRun(int col, int firstRow, std::span<const double> valu
         cell.kind = ReportCell::Number;
         cell.number = values[i];
         cell.decimals = decimals.empty() ? std::uint8_t{0} : decimals[i];
+        further(*line, cell, i);
     }
+}
+
+void ReportCells::SetCellRun(int col, int firstRow, std::span<const double> values,
+                             std::span<const std::uint8_t> decimals) {
+    PutNumbers(col, firstRow, values, decimals, [](Line&, ReportCell&, std::size_t) {});
+}
+
+void ReportCells::SetNumbersOfText(int col, int firstRow, std::span<const double> values,
+                                   std::span<const std::uint8_t> decimals, const NumberWriting& writing) {
+    constexpr std::uint32_t LongestWritten = std::numeric_limits<std::uint8_t>::max();
+    textEnd = writing.end;
+    PutNumbers(col, firstRow, values, decimals, [&](Line& line, ReportCell& cell, std::size_t i) {
+        const auto [begin, size] = writing.places[i];
+        if (size <= LongestWritten && (line.text == nullptr || line.text == writing.bytes)) {
+            line.text = writing.bytes;
+            cell.size = begin;
+            cell.writtenSize = static_cast<std::uint8_t>(size);
+        }
+    });
 }
 
 void ReportCells::SetTextRun(int col, int firstRow, const TextRun& run) {

@@ -21,9 +21,12 @@ struct ReportCell {
     Kind kind = Missing;
     /** Of a number: how many digits behind the point it was written with, and one more; 0: it isn't known. */
     std::uint8_t decimals = 0;
-    bool isBlanked = false; /**< of a date and time: written with a blank between them */
-    bool hasSource = false;
-    /** Of a text its length; of another cell with a source that one's place. */
+    /** Of a number without a source: of how many characters it is in its line's text; 0: it isn't known. */
+    std::uint8_t writtenSize = 0;
+    bool isBlanked : 1 = false; /**< of a date and time: written with a blank between them */
+    bool hasSource : 1 = false;
+    /** Of a text its length; of another cell with a source that one's place; of a number in its line's text
+     * where it begins. */
     std::uint32_t size = 0;
     union {
         double number;
@@ -63,6 +66,9 @@ public:
         return {there.cells, static_cast<std::size_t>(there.count)};
     }
     std::string_view GetSource(const ReportCell& cell) const { return sources[cell.size]; }
+    /** What the numbers of a line are written in; bytes up to the end may be looked at. */
+    const char* GetText(int line) const { return lines[static_cast<std::size_t>(line - firstLine)].text; }
+    const char* GetTextEnd() const { return textEnd; }
 
     /** Of the lines that are here; those that come go on counting. */
     void LetGo();
@@ -96,6 +102,10 @@ public:
     void SetColumnRun(int col, int firstRow, std::span<const double> values) override;
     void SetCellRun(int col, int firstRow, std::span<const double> values,
                     std::span<const std::uint8_t> decimals) override;
+    /** Lines that are taken as they come are handed on as they are written. */
+    bool WantsWriting() const override { return take != nullptr; }
+    void SetNumbersOfText(int col, int firstRow, std::span<const double> values,
+                          std::span<const std::uint8_t> decimals, const NumberWriting& writing) override;
     void SetTextRun(int col, int firstRow, const TextRun& texts) override;
     void SetValueRun(int col, int firstRow, ValueRunKind kind, std::span<const std::int64_t> values) override;
     bool PrefersCellRuns() const override { return true; }
@@ -112,6 +122,7 @@ private:
         ReportCell* cells = nullptr;
         int count = 0;
         int capacity = 0;
+        const char* text = nullptr;
     };
 
     ReportCell* Find(int col, int row);
@@ -131,6 +142,9 @@ private:
     ReportCell* TakeCells(std::size_t count);
     void Put(int col, int row, ReportCell::Kind kind, std::int64_t value);
     void PutText(ReportCell& cell, std::string_view text);
+    template <class Further>
+    void PutNumbers(int col, int firstRow, std::span<const double> values,
+                    std::span<const std::uint8_t> decimals, const Further& further);
     void Charge(std::uint64_t bytes);
 
     karta::Budget& budget;
@@ -140,6 +154,7 @@ private:
     int firstLine = 1;
     int width = 0;
     int announcedLines = 0;
+    const char* textEnd = nullptr;
     std::vector<Line> lines;
     std::vector<std::string_view> sources;
     struct Block {

@@ -16,6 +16,8 @@ namespace {
 // memory, and those of a column don't.
 constexpr int RowsAtOnce = 64;
 
+const ReportCell NoCell;
+
 CellRunSink* FindRunSink(ReadSpreadSheetData& sink) {
     auto* const runs = dynamic_cast<CellRunSink*>(&sink);
     return runs != nullptr && runs->PrefersCellRuns() ? runs : nullptr;
@@ -93,6 +95,7 @@ void TurnedReport::PutLines() {
     if (cols != cells.GetNumberOfColumns() || !hasBegun) {
         cols = cells.GetNumberOfColumns();
         rows = rowsOf(cols);
+        means.reserve(rows.size());
     }
     const int last = static_cast<int>(rows.size());
     // The report's reader tells of the report.
@@ -115,60 +118,61 @@ void TurnedReport::PutLines() {
 void TurnedReport::PutLine(int line, int firstRow, int lastRow) {
     const std::span<const ReportCell> from = cells.GetLine(line);
     column.clear();
-    bool hasText = false;
-    bool hasValue = false;
+    means.clear();
+    unsigned int kindsThere = 0;
     for (int row = firstRow; row <= lastRow; ++row) {
-        const ReportCell& cell =
-            column.emplace_back(TurnCell(line, from, rows[static_cast<std::size_t>(row) - 1]));
-        hasText = hasText || cell.kind == ReportCell::Text;
-        hasValue = hasValue || (cell.kind != ReportCell::Text && cell.kind != ReportCell::Missing);
+        const ReportCell* const cell = FindCell(line, from, rows[static_cast<std::size_t>(row) - 1]);
+        kindsThere |= 1U << cell->kind;
+        column.push_back(cell);
     }
+    constexpr unsigned int Texts = 1U << ReportCell::Text;
+    constexpr unsigned int NoValues = Texts | 1U << ReportCell::Missing;
     // A report with a column of texts has one in each column here.
-    if (!(takesColumns && hasText && hasValue && PutWritten(line))) {
+    if (!(takesColumns && (kindsThere & Texts) != 0 && (kindsThere & ~NoValues) != 0 && PutWritten(line))) {
         PutCells(line, firstRow);
     }
 }
 
-ReportCell TurnedReport::TurnCell(int line, std::span<const ReportCell> from, const ReportRow& row) const {
-    const auto find = [&](int col) {
-        return col > 0 && static_cast<std::size_t>(col) <= from.size()
-                   ? from[static_cast<std::size_t>(col) - 1]
-                   : ReportCell();
-    };
-    if (row.meanName == nullptr) {
-        return find(row.column);
+inline const ReportCell* TurnedReport::FindCell(int line, std::span<const ReportCell> from,
+                                                const ReportRow& row) {
+    if (row.meanName != nullptr) {
+        return MakeMean(line, from, row);
     }
-    ReportCell mean;
-    const ReportCell start = find(row.start);
-    const ReportCell stop = find(row.stop);
+    const std::size_t place = static_cast<std::size_t>(row.column) - 1;
+    return row.column > 0 && place < from.size() ? &from[place] : &NoCell;
+}
+
+const ReportCell* TurnedReport::MakeMean(int line, std::span<const ReportCell> from, const ReportRow& row) {
+    ReportCell& mean = means.emplace_back();
     if (line == 1) {
         mean.kind = ReportCell::Text;
         mean.text = row.meanName;
         mean.size = static_cast<std::uint32_t>(std::strlen(row.meanName));
-    } else if (start.IsNumber() && stop.IsNumber()) {
+        return &mean;
+    }
+    const ReportCell start = *FindCell(line, from, {row.start});
+    const ReportCell stop = *FindCell(line, from, {row.stop});
+    if (start.IsNumber() && stop.IsNumber()) {
         mean.kind = ReportCell::Number;
         mean.number = 0.5 * (start.ToDouble() + stop.ToDouble());
     }
-    return mean;
+    return &mean;
 }
 
 // The column at hand as it is written. False where the sink takes it otherwise.
 bool TurnedReport::PutWritten(int line) {
     ends.resize(column.size());
     kinds.resize(column.size());
+    const char* const text = cells.GetText(line);
     std::size_t size = 0;
     for (std::size_t i = 0; i < column.size(); ++i) {
-        const ReportCell& cell = column[i];
-        if (written.size() < size + ShortestNumberSize) {
-            written.resize(2 * (size + ShortestNumberSize));
-        }
-        char* const at = written.data() + size;
-        if (cell.kind != ReportCell::Number || cell.hasSource) {
+        const ReportCell& cell = *column[i];
+        if (cell.writtenSize > 0) {
+            size = AppendWritten(size, text + cell.size, cell.writtenSize);
+        } else if (cell.kind != ReportCell::Number || cell.hasSource) {
             size = AppendText(size, cell);
-        } else if (cell.decimals > 0) {
-            size += static_cast<std::size_t>(PrintDecimals(cell.number, cell.decimals - 1, at) - at);
         } else {
-            size += static_cast<std::size_t>(PrintShortest(cell.number, at) - at);
+            size = AppendNumber(size, cell);
         }
         if (size > std::numeric_limits<std::uint32_t>::max()) {
             return false;
@@ -177,6 +181,33 @@ bool TurnedReport::PutWritten(int line) {
         kinds[i] = GetWrittenKind(cell.kind);
     }
     return runs->SetWrittenRun(line, 1, {written.data(), 0, ends}, kinds);
+}
+
+inline void TurnedReport::MakeRoomBehind(std::size_t size, std::size_t more) {
+    if (written.size() < size + more) {
+        written.resize(2 * (size + more));
+    }
+}
+
+// A number as its line has it: most are short, and a copy of a fixed size is no call.
+inline std::size_t TurnedReport::AppendWritten(std::size_t size, const char* from, std::size_t count) {
+    constexpr std::size_t AtOnce = 16;
+    MakeRoomBehind(size, std::max(count, AtOnce));
+    if (count <= AtOnce && cells.GetTextEnd() - from >= static_cast<std::ptrdiff_t>(AtOnce)) {
+        std::memcpy(written.data() + size, from, AtOnce);
+    } else {
+        std::memcpy(written.data() + size, from, count);
+    }
+    return size + count;
+}
+
+// A number of which it isn't known where it is written, but perhaps how.
+std::size_t TurnedReport::AppendNumber(std::size_t size, const ReportCell& cell) {
+    MakeRoomBehind(size, ShortestNumberSize);
+    char* const at = written.data() + size;
+    const char* const end = cell.decimals > 0 ? PrintDecimals(cell.number, cell.decimals - 1, at)
+                                              : PrintShortest(cell.number, at);
+    return size + static_cast<std::size_t>(end - at);
 }
 
 // What is written behind so many bytes, of a cell that isn't just a number; their number then.
@@ -191,9 +222,7 @@ std::size_t TurnedReport::AppendText(std::size_t size, const ReportCell& cell) {
         formatted = FormatCell(cell);
         text = formatted;
     }
-    if (written.size() < size + text.size()) {
-        written.resize(2 * (size + text.size()));
-    }
+    MakeRoomBehind(size, text.size());
     std::copy(text.begin(), text.end(), written.begin() + static_cast<std::ptrdiff_t>(size));
     return size + text.size();
 }
@@ -214,7 +243,8 @@ void TurnedReport::PutCells(int line, int firstRow) {
             hasDecimals = false;
         }
     };
-    for (const ReportCell& cell : column) {
+    for (const ReportCell* const there : column) {
+        const ReportCell& cell = *there;
         if (runs != nullptr && cell.kind == ReportCell::Number && !cell.hasSource) {
             numbers.push_back(cell.number);
             decimals.push_back(cell.decimals);

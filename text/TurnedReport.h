@@ -48,9 +48,13 @@ public:
 private:
     void PutLines();
     void PutLine(int line, int firstRow, int lastRow);
-    ReportCell TurnCell(int line, std::span<const ReportCell> from, const ReportRow& row) const;
+    const ReportCell* FindCell(int line, std::span<const ReportCell> from, const ReportRow& row);
+    const ReportCell* MakeMean(int line, std::span<const ReportCell> from, const ReportRow& row);
     bool PutWritten(int line);
+    std::size_t AppendWritten(std::size_t size, const char* from, std::size_t count);
+    std::size_t AppendNumber(std::size_t size, const ReportCell& cell);
     std::size_t AppendText(std::size_t size, const ReportCell& cell);
+    void MakeRoomBehind(std::size_t size, std::size_t more);
     void PutCells(int line, int firstRow);
     void PutCell(const ReportCell& cell, int line, int row);
 
@@ -66,7 +70,8 @@ private:
     std::vector<ReportRow> rows;
     bool hasBegun = false;
     // Of the line at hand.
-    std::vector<ReportCell> column;
+    std::vector<const ReportCell*> column;
+    std::vector<ReportCell> means;  // there is room for those of all rows
     std::vector<double> numbers;
     std::vector<std::uint8_t> decimals;
     std::vector<char> written;

@@ -12,6 +12,7 @@
 #include "base/ReadContext.h"
 #include "base/TableBlock.h"
 #include "frame/RunCopying.h"
+#include "karta/internal/BufferRoom.h"
 #include "karta/internal/RecentTexts.h"
 
 namespace karta {
@@ -65,6 +66,8 @@ public:
     std::uint64_t AddNewText(std::string_view text);
     /** Room for so many bytes that are no text. */
     char* AddBytes(std::size_t size) { return Take(size); }
+    /** Room for the buffers of columns that come whole. */
+    BufferRoom& GetBufferRoom() { return bufferRoom; }
     /** Tells without a look at the text. */
     static bool IsEmptyText(std::uint64_t word) { return word == 0 || word == GetEmptyWord(); }
     static std::string_view GetText(std::uint64_t word) {
@@ -123,6 +126,7 @@ private:
     ReadContext& context;
     RecentTexts recents;  // the words of texts that came from an address
     std::atomic<std::uint64_t> charged = 0;
+    BufferRoom bufferRoom;
     std::vector<TableBlock<char>> blocks;
     char* next = nullptr;
     std::size_t remaining = 0;

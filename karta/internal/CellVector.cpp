@@ -610,21 +610,32 @@ void CellVector::PutTexts(CellStore& store, int place, const TextRun& texts) {
 
 void CellVector::PutWritten(CellStore& store, int place, const TextRun& texts,
                             std::span<const WrittenKind> kinds) {
-    PutTexts(store, place, texts);
-    Stretch& last = stretches.back();
-    const auto before = static_cast<std::size_t>(last.count) - kinds.size();
-    char* const bytes = store.AddBytes(static_cast<std::size_t>(last.count));
-    last.written = {reinterpret_cast<CellKind*>(bytes), static_cast<std::size_t>(last.count)};
-    std::fill_n(last.written.begin(), before, CellKind::Missing);
-    std::transform(kinds.begin(), kinds.end(), last.written.begin() + static_cast<std::ptrdiff_t>(before),
-                   CellKindOf);
-    if (std::find(kinds.begin(), kinds.end(), WrittenKind::Missing) == kinds.end()) {
+    const std::size_t count = static_cast<std::size_t>(place) + kinds.size();
+    const std::size_t bytes = texts.ends.empty() ? 0 : texts.ends.back() - texts.begin;
+    store.Charge(sizeof(Stretch) + (count + 1) * sizeof(std::int64_t) + bytes);
+    Stretch& stretch = stretches.emplace_back();
+    stretch.kind = CellKind::Text;
+    stretch.areLaid = true;
+    stretch.count = stretch.capacity = static_cast<int>(count);
+    stretch.values = store.GetBufferRoom().Take((count + 1) * sizeof(std::int64_t));
+    std::int64_t* const ends = stretch.values.As<std::int64_t>() + place;
+    std::fill(stretch.values.As<std::int64_t>(), ends + 1, std::int64_t{0});
+    RunCopies::PutSums(ends + 1, texts.ends.data(), texts.ends.size(), -std::int64_t{texts.begin});
+    if (bytes > 0) {
+        stretch.text = store.GetBufferRoom().Take(bytes);
+        std::memcpy(stretch.text.GetData(), texts.bytes + texts.begin, bytes);
+    }
+    stretch.written = {reinterpret_cast<CellKind*>(store.AddBytes(count)), count};
+    std::fill_n(stretch.written.begin(), place, CellKind::Missing);
+    std::transform(kinds.begin(), kinds.end(), stretch.written.begin() + place, CellKindOf);
+    if (std::find(stretch.written.begin(), stretch.written.end(), CellKind::Missing) ==
+        stretch.written.end()) {
         return;
     }
-    NeedBits(&store, last);
-    for (std::size_t at = before; at < last.written.size(); ++at) {
-        if (last.written[at] == CellKind::Missing) {
-            ClearBit(last.bits.As<std::uint8_t>(), static_cast<std::int64_t>(at));
+    NeedBits(&store, stretch);
+    for (std::size_t at = 0; at < count; ++at) {
+        if (stretch.written[at] == CellKind::Missing) {
+            ClearBit(stretch.bits.As<std::uint8_t>(), static_cast<std::int64_t>(at));
         }
     }
 }

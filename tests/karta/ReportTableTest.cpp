@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "frame/CellOutput.h"
 #include "frame/FormatReader.h"
@@ -92,6 +93,48 @@ TEST_F(ReportTableTest, NumbersBesideTextsAreAsTheReportHasThem) {
         std::string::npos)
         << table.substr(table.find("\n1000 "), 200);
     EXPECT_NE(table.find("mixed-columns"), std::string::npos);
+}
+
+TEST_F(ReportTableTest, NumbersOfAnyWritingBesideTextsAreAsTheReportHasThem) {
+    const std::string manyZeros(400, '0');
+    const std::vector<std::string> writings = {"7",
+                                               "007",
+                                               "-0",
+                                               "+5",
+                                               "1.50",
+                                               "0.00001",
+                                               "1.5e-7",
+                                               "\"2.50\"",
+                                               "5.",
+                                               ".5",
+                                               "12345678",
+                                               "1200000",
+                                               "\"\"",
+                                               "3" + manyZeros + ".0",
+                                               "\"8\"",
+                                               "0.1" + manyZeros,
+                                               "123456789012345678"};
+    const std::string table = ExpectSame(2000, "\tAny\tPRElement", [&](int line) {
+        return "\t" + writings[static_cast<std::size_t>(line) % writings.size()] + "\tx";
+    });
+    for (const char* const written : {"|007|", "|-0|", "|+5|", "|1.50|", "|0.00001|", "|1.5e-7|", "|2.50|",
+                                      "|5.|", "|.5|", "|1200000|", "|8|"}) {
+        EXPECT_NE(table.find(written), std::string::npos) << written;
+    }
+}
+
+TEST_F(ReportTableTest, LastNumberOfTheFileIsWhole) {
+    std::string text = std::string(Heads) + "\tPRElement\tLast\n";
+    for (int line = 1; line <= 3000; ++line) {
+        text += "1\t2.50\t3\t4\t5\t6\t7\t8\t9\t10\t11\tx\t1.50\n";
+    }
+    for (const char* const end : {"", "\n"}) {
+        text.resize(text.find_last_not_of('\n') + 1);
+        const std::string path = folder.Write("report.txt", text + end);
+        const std::string table = ReadByLines(path);
+        EXPECT_TRUE(table == ReadCellByCell(path));
+        EXPECT_NE(table.find("|x|1.50|\nmixed-column"), std::string::npos);
+    }
 }
 
 TEST_F(ReportTableTest, ValuesOfAllKindsAreTheSame) {
