@@ -16,7 +16,7 @@ namespace {
 // memory, and those of a column don't.
 constexpr int RowsAtOnce = 64;
 
-const ReportCell NoCell;
+const ReportCell NoCell{};
 
 CellRunSink* FindRunSink(ReadSpreadSheetData& sink) {
     auto* const runs = dynamic_cast<CellRunSink*>(&sink);
