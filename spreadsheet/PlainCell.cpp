@@ -1,6 +1,8 @@
 #include "spreadsheet/PlainCell.h"
 
+#include <algorithm>
 #include <cstring>
+#include <span>
 
 #include "base/Ascii.h"
 #include "base/ByteWord.h"
@@ -15,12 +17,29 @@ constexpr int MostRowDigits = 7;
 constexpr int MostStyleDigits = 6;
 constexpr std::size_t LongestValue = 64;
 constexpr int MostIndexDigits = 9;
+constexpr std::ptrdiff_t LongestType = 9;
+// What follows a formula at most.
+constexpr std::ptrdiff_t LongestRest = 96;
 
 constexpr std::string_view Begin = "<c r=\"";
 constexpr std::string_view ValueBegin = "<v>";
 constexpr std::string_view ValueEnd = "</v></c>";
+constexpr std::string_view InlineBegin = "<is><t";
+constexpr std::string_view SpacePreserved = " xml:space=\"preserve\"";
+constexpr std::string_view InlineEnd = "</t></is></c>";
+constexpr std::string_view InlineType = "inlineStr";
+constexpr std::string_view FormulaBegin = "<f";
+constexpr std::string_view FormulaEnd = "</f>";
+constexpr std::string_view CdataEnd = "]]>";  // which stands in no text
 constexpr std::string_view RowBegin = "</row><row r=\"";
-constexpr std::string_view SpansBegin = "\" spans=\"";
+constexpr std::string_view SpansBegin = " spans=\"";
+
+// The attributes of which nothing is kept.
+constexpr std::string_view RowAttributes[] = {
+    "s",         "customFormat", "ht",       "customHeight", "hidden",
+    "collapsed", "outlineLevel", "thickTop", "thickBot",     "ph"};
+constexpr std::string_view FormulaAttributes[] = {"t",  "ref",  "si",  "ca", "aca",  "bx",
+                                                  "r1", "dt2D", "dtr", "r2", "del1", "del2"};
 
 bool BeginsWith(const char* at, std::string_view text) {
     return std::memcmp(at, text.data(), text.size()) == 0;
@@ -29,6 +48,60 @@ bool BeginsWith(const char* at, std::string_view text) {
 // What a text may hold that is handed out as it stands.
 bool IsPlain(char c) {
     return c >= 0x20 && c < 0x7f && c != '<' && c != '&' && c != ']';
+}
+
+bool IsPlainInAttribute(char c) {
+    return c >= 0x20 && c < 0x7f && c != '<' && c != '&' && c != '"';
+}
+
+// ` name="value"` with bytes behind it; null for another one.
+const char* TakeAttribute(const char* at, const char* end, std::string_view& name) {
+    const char* const nameBegin = ++at;
+    while (at < end && (IsLetter(*at) || IsDigit(*at) || *at == ':')) {
+        ++at;
+    }
+    name = {nameBegin, static_cast<std::size_t>(at - nameBegin)};
+    if (end - at < 2 || at[0] != '=' || at[1] != '"') {
+        return nullptr;
+    }
+    at += 2;
+    while (at < end && IsPlainInAttribute(*at)) {
+        ++at;
+    }
+    return end - at >= 2 && *at == '"' ? at + 1 : nullptr;
+}
+
+// Attributes of these names and another one's, each once at most; up to what stands behind the last.
+const char* PassAttributes(const char* at, const char* end, std::span<const std::string_view> names,
+                           std::string_view otherName) {
+    std::uint32_t passed = 0;
+    while (*at == ' ') {
+        std::string_view name;
+        at = TakeAttribute(at, end, name);
+        if (at == nullptr || name.empty()) {
+            return nullptr;
+        }
+        const auto found = std::find(names.begin(), names.end(), name);
+        if (found == names.end() && name != otherName) {
+            return nullptr;
+        }
+        const std::uint32_t bit = std::uint32_t{1} << static_cast<unsigned int>(found - names.begin());
+        if ((passed & bit) != 0) {
+            return nullptr;
+        }
+        passed |= bit;
+    }
+    return at;
+}
+
+// Behind `&`: one of the references that need no declaration; null for any other.
+const char* PassReference(const char* at, const char* end) {
+    for (const std::string_view known : {"amp;", "lt;", "gt;", "quot;", "apos;"}) {
+        if (static_cast<std::size_t>(end - at) > known.size() && BeginsWith(at, known)) {
+            return at + known.size();
+        }
+    }
+    return nullptr;
 }
 
 // Some digits; null where there are none, or too many.
@@ -56,7 +129,7 @@ const char* TakeDigits(const char* at, std::uint64_t& number) {
 
 }  // namespace
 
-const char* PlainCell::Take(const char* from) {
+const char* PlainCell::Take(const char* from, const char* end) {
     if (!BeginsWith(from, Begin)) {
         return nullptr;
     }
@@ -65,27 +138,39 @@ const char* PlainCell::Take(const char* from) {
     if (at == nullptr) {
         return nullptr;
     }
-    hasValue = *at == '>';
-    isNumber = isIndex = false;
+    const bool isEmpty = *at != '>';
+    hasValue = isInline = isNumber = isIndex = false;
     valueBegin = valueEnd = nullptr;
-    if (hasValue) {
-        return TakeValue(at + 1);
+    tags = 2;
+    if (isEmpty) {
+        return at[0] == '/' && at[1] == '>' ? at + 2 : nullptr;
     }
-    return at[0] == '/' && at[1] == '>' ? at + 2 : nullptr;
+    ++at;
+    if (BeginsWith(at, FormulaBegin)) {
+        at = TakeFormula(at + FormulaBegin.size(), end);
+    }
+    return at == nullptr ? nullptr : type == InlineType && at[1] == 'i' ? TakeInline(at) : TakeValue(at);
 }
 
-const char* PlainRow::Take(const char* from) {
+const char* PlainRow::Take(const char* from, const char* end, std::string_view prefixedName) {
     if (!BeginsWith(from, RowBegin)) {
         return nullptr;
     }
     const char* at = TakeWhole(from + RowBegin.size(), number);
+    if (at == nullptr || *at++ != '"') {
+        return nullptr;
+    }
     claimedColumns = 0;
-    if (at != nullptr && BeginsWith(at, SpansBegin)) {
+    if (BeginsWith(at, SpansBegin)) {
         int first = 0;
         at = TakeWhole(at + SpansBegin.size(), first);
         at = at != nullptr && *at == ':' ? TakeWhole(at + 1, claimedColumns) : nullptr;
+        if (at == nullptr || *at++ != '"') {
+            return nullptr;
+        }
     }
-    return at != nullptr && at[0] == '"' && at[1] == '>' ? at + 2 : nullptr;
+    at = PassAttributes(at, end, RowAttributes, prefixedName);
+    return at != nullptr && *at == '>' ? at + 1 : nullptr;
 }
 
 // Capital letters and digits; what the digits are doesn't matter, since the row tells.
@@ -110,7 +195,7 @@ const char* PlainCell::TakeReference(const char* at) {
 // A style and a type in either order, each once at most.
 const char* PlainCell::TakeAttributes(const char* at) {
     style = -1;
-    type = '\0';
+    type = {};
     while (*at == ' ') {
         const char name = at[1];
         if (at[2] != '=' || at[3] != '"') {
@@ -123,8 +208,8 @@ const char* PlainCell::TakeAttributes(const char* at) {
             for (; IsDigit(*at) && at - begin < MostStyleDigits; ++at) {
                 style = style * 10 + (*at - '0');
             }
-        } else if (name == 't' && type == '\0' && IsLetter(*at)) {
-            type = *at++;
+        } else if (name == 't' && type.empty()) {
+            at = TakeType(at);
         }
         if (at == begin || *at != '"') {
             return nullptr;
@@ -134,23 +219,84 @@ const char* PlainCell::TakeAttributes(const char* at) {
     return at;
 }
 
+// Letters; no more of them than any type has.
+const char* PlainCell::TakeType(const char* at) {
+    const char* const begin = at;
+    while (IsLetter(*at) && at - begin < LongestType) {
+        ++at;
+    }
+    type = {begin, static_cast<std::size_t>(at - begin)};
+    return at;
+}
+
+// Behind the name of its element, up to where the value begins, which is there to its end then.
+const char* PlainCell::TakeFormula(const char* at, const char* end) {
+    at = PassAttributes(at, end, FormulaAttributes, {});
+    if (at == nullptr) {
+        return nullptr;
+    }
+    tags += 2;
+    if (*at == '/') {
+        return end - at >= LongestRest && at[1] == '>' ? at + 2 : nullptr;
+    }
+    if (*at++ != '>') {
+        return nullptr;
+    }
+    while (at < end && *at != '<') {
+        if (IsPlain(*at) || (*at == ']' && end - at > 2 && !BeginsWith(at, CdataEnd))) {
+            ++at;
+        } else {
+            at = *at == '&' ? PassReference(at + 1, end) : nullptr;
+        }
+        if (at == nullptr) {
+            return nullptr;
+        }
+    }
+    return end - at >= LongestRest && BeginsWith(at, FormulaEnd) ? at + FormulaEnd.size() : nullptr;
+}
+
+const char* PlainCell::TakeInline(const char* at) {
+    if (!BeginsWith(at, InlineBegin)) {
+        return nullptr;
+    }
+    at += InlineBegin.size();
+    if (BeginsWith(at, SpacePreserved)) {
+        at += SpacePreserved.size();
+    }
+    if (*at != '>') {
+        return nullptr;
+    }
+    isInline = true;
+    tags += 4;
+    at = TakeText(at + 1);
+    return at != nullptr && BeginsWith(at, InlineEnd) ? at + InlineEnd.size() : nullptr;
+}
+
 const char* PlainCell::TakeValue(const char* at) {
     if (!BeginsWith(at, ValueBegin)) {
         return nullptr;
     }
+    hasValue = true;
+    tags += 2;
     at += ValueBegin.size();
     const char* end = TakeNumber(at);
     if (end == nullptr) {
-        end = at;
-        while (IsPlain(*end)) {
-            if (++end - at > static_cast<std::ptrdiff_t>(LongestValue)) {
-                return nullptr;
-            }
+        end = TakeText(at);
+    } else {
+        valueBegin = at;
+        valueEnd = end;
+    }
+    return end != nullptr && BeginsWith(end, ValueEnd) ? end + ValueEnd.size() : nullptr;
+}
+
+const char* PlainCell::TakeText(const char* at) {
+    valueBegin = valueEnd = at;
+    while (IsPlain(*valueEnd)) {
+        if (++valueEnd - at > static_cast<std::ptrdiff_t>(LongestValue)) {
+            return nullptr;
         }
     }
-    valueBegin = at;
-    valueEnd = end;
-    return BeginsWith(end, ValueEnd) ? end + ValueEnd.size() : nullptr;
+    return valueEnd;
 }
 
 // Digits few enough that both they and the power of ten behind the point are exact as doubles: their quotient

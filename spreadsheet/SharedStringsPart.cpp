@@ -40,7 +40,8 @@ int GetEscaped(std::string_view text) {
 void AppendUnescaped(std::string& text, std::string_view escaped) {
     // Two units may make one character.
     std::u16string units;
-    for (std::size_t end = escaped.find("_x"); end != std::string_view::npos; end = escaped.find("_x")) {
+    for (std::size_t end = escaped.find(EscapeBegin); end != std::string_view::npos;
+         end = escaped.find(EscapeBegin)) {
         const int unit = GetEscaped(escaped.substr(end));
         if (end > 0 || unit < 0) {
             AppendUtf8(text, std::exchange(units, {}));

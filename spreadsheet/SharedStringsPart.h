@@ -36,6 +36,9 @@ private:
     bool inRun = false;
 };
 
+/** What each escape begins with. */
+constexpr std::string_view EscapeBegin = "_x";
+
 /** Text as the full form has it: `_xHHHH_` stands for a unit of UTF-16. */
 void AppendUnescaped(std::string& text, std::string_view escaped);
 

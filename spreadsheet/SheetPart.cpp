@@ -54,6 +54,17 @@ SheetCell::Type GetType(std::string_view type) {
     }
 }
 
+// The one attribute of a row that another namespace brings along, as programs write it; empty where there is
+// none.
+std::string_view FindPrefixedName(const XmlElement& element) {
+    for (const XmlAttribute& attribute : element.attributes) {
+        if (attribute.name.find(':') != std::string_view::npos && !attribute.name.starts_with("xmlns:")) {
+            return attribute.name;
+        }
+    }
+    return {};
+}
+
 // The digits behind the letters of a reference; 0 where there are none.
 int GetRowIndex(std::string_view reference) {
     const std::size_t digits = reference.find_first_of("0123456789");
@@ -87,6 +98,7 @@ void SheetHandler::StartInside(int level, std::string_view name, const XmlElemen
             StartRow(element);
             // A cell without a prefix is then of the same namespace.
             isRowPlain = isRowNamed && element.name == "row";
+            prefixedName = FindPrefixedName(element);
             SetTakesRaw(isRowPlain);
         }
     } else if (level == CellLevel && inRow && name == "c") {
@@ -138,12 +150,13 @@ XmlEvents::Taken SheetHandler::TakeRaw(std::string_view document, bool noDeclara
     PlainCell cellThere;
     PlainRow row;
     static_assert(PlainRow::Longest <= PlainCell::Longest);
+    const char* const limit = document.data() + document.size();
     while (document.size() - taken.bytes >= PlainCell::Longest) {
         const char* const from = document.data() + taken.bytes;
-        const char* end = cellThere.Take(from);
+        const char* end = cellThere.Take(from, limit);
         if (end != nullptr && TakePlain(cellThere)) {
-            taken.tags += cellThere.hasValue ? 4 : 2;
-        } else if (end = noDeclarations && end == nullptr ? row.Take(from) : nullptr;
+            taken.tags += cellThere.tags;
+        } else if (end = noDeclarations && end == nullptr ? row.Take(from, limit, prefixedName) : nullptr;
                    end != nullptr && TakePlain(row)) {
             taken.tags += 2;
         } else {
@@ -165,33 +178,38 @@ bool SheetHandler::TakePlain(const PlainRow& plain) {
 
 // Just as the events of its elements would do it; false for a cell that these are needed for.
 bool SheetHandler::TakePlain(const PlainCell& plain) {
-    const SheetCell::Type type = GetType({&plain.type, plain.type == '\0' ? std::size_t{0} : 1});
-    const bool isShared = type == SheetCell::Type::SharedText;
-    if (plain.column > MaxSheetColumns || (isShared && plain.hasValue && !plain.isIndex)) {
+    const SheetCell::Type type = GetType(plain.type);
+    const bool isShared = type == SheetCell::Type::SharedText && plain.hasValue;
+    const bool mayBeEscaped =
+        plain.isInline || (type == SheetCell::Type::FormulaText && GetForm() == XmlForm::Full);
+    if (plain.column > MaxSheetColumns || (isShared && !plain.isIndex) ||
+        (mayBeEscaped && plain.GetValue().find(EscapeBegin) != std::string_view::npos)) {
         return false;
     }
     lastColumn = plain.column;
-    if (plainCells != nullptr) {
-        const bool isNumber =
-            plain.isNumber && (type == SheetCell::Type::Number || type == SheetCell::Type::MarkedNumber);
-        if (isNumber ? plainCells->TakeNumber(plain.column, rowNumber, plain.style, plain.number)
-                     : isShared && plain.hasValue &&
-                           plainCells->TakeShared(plain.column, rowNumber, plain.index)) {
-            return true;
-        }
+    if (plainCells != nullptr &&
+        (isShared ? plainCells->TakeShared(plain.column, rowNumber, plain.index) : TakeNumber(plain, type))) {
+        return true;
     }
     cell.col = plain.column;
     cell.row = rowNumber;
     cell.type = type;
     cell.style = plain.style;
     cell.hasValue = plain.hasValue;
-    cell.hasIndex = isShared && plain.hasValue;
-    cell.index = cell.hasIndex ? plain.index : 0;
+    cell.hasIndex = isShared;
+    cell.index = isShared ? plain.index : 0;
     cell.hasNumber = plain.isNumber;
     cell.number = plain.number;
     cell.text = plain.GetValue();
     CheckAnswer(receiver.TakeCell(cell));
     return true;
+}
+
+bool SheetHandler::TakeNumber(const PlainCell& plain, SheetCell::Type type) {
+    double number = plain.number;
+    return (type == SheetCell::Type::Number || type == SheetCell::Type::MarkedNumber) &&
+           (plain.isNumber || NvString::ToDouble(plain.GetValue(), number)) &&
+           plainCells->TakeNumber(plain.column, rowNumber, plain.style, number);
 }
 
 void SheetHandler::EndInside(int level) {

@@ -46,6 +46,7 @@ private:
     void StartRow(int number, int claimedColumns);
     bool TakePlain(const PlainRow& plain);
     bool TakePlain(const PlainCell& plain);
+    bool TakeNumber(const PlainCell& plain, SheetCell::Type type);
     void StartCell(const XmlElement& element);
     void PlaceCell(std::string_view reference);
     void StartInCell(int level, std::string_view name);
@@ -58,7 +59,8 @@ private:
     StringItem item;
     int rowNumber = 0;
     bool isRowNamed = false;
-    bool isRowPlain = false;  // named itself, and without a prefix
+    bool isRowPlain = false;   // named itself, and without a prefix
+    std::string prefixedName;  // of the open row's attribute that has one
     int lastColumn = 0;
     bool inRow = false;
     bool inCell = false;

@@ -35,7 +35,7 @@ void ExpectSame(const std::string& part) {
 std::ptrdiff_t TakenOf(const std::string& cell, PlainCell& plain) {
     static std::string bytes;
     bytes = cell + Behind;
-    const char* const end = plain.Take(bytes.data());
+    const char* const end = plain.Take(bytes.data(), bytes.data() + bytes.size());
     return end == nullptr ? -1 : end - bytes.data();
 }
 
@@ -74,6 +74,24 @@ const std::vector<std::string> PlainCells = {
     R"(<c r="L1"><v>123456789012345678901234567890.123456789012345678901234567890</v></c>)",
     R"(<c r="XFE1"><v>1</v></c>)",
     R"(<c r="ZZZ1"><v>1</v></c>)",
+    R"(<c r="N1" t="str"><v>text</v></c>)",
+    R"(<c r="N1" t="str"><v>_x0041_</v></c>)",
+    R"(<c r="N1" t="inlineStr"><v>text</v></c>)",
+    R"(<c r="N1" t="inlineStr"><is><t>in</t></is></c>)",
+    R"(<c r="N1" t="inlineStr"><is><t></t></is></c>)",
+    R"(<c r="N1" t="inlineStr"><is><t>_x0041_</t></is></c>)",
+    R"(<c r="N1" s="3" t="inlineStr"><is><t xml:space="preserve"> in </t></is></c>)",
+    R"(<c r="N1"><f>A1+1</f><v>2</v></c>)",
+    R"(<c r="N1" s="1"><f></f><v>2</v></c>)",
+    R"(<c r="N1" s="1"><f t="shared" ref="A1:A9" si="0">SUM(A1:B2)</f><v>-2.5</v></c>)",
+    R"(<c r="N1"><f t="shared" si="0"/><v>2</v></c>)",
+    R"(<c r="N1" t="str"><f>IF(A1&gt;0,"a","b")&amp;'S 1'!A1</f><v>text</v></c>)",
+    R"(<c r="N1" t="str"><f>A1</f><v>_x0041_</v></c>)",
+    R"(<c r="N1" t="str"><f>A1</f><v></v></c>)",
+    R"(<c r="N1" t="e"><f>Table1[[#This Row],[x]]&lt;&quot;&apos;1</f><v>#N/A</v></c>)",
+    R"(<c r="N1" t="b"><f ca="1" t="array" ref="N1" aca="0">A1</f><v>1</v></c>)",
+    R"(<c r="N1" t="inlineStr"><f>A1</f><is><t>in</t></is></c>)",
+    R"(<c r="N1"><f>)" + std::string(300, '7') + "</f><v>1</v></c>",
 };
 const std::vector<std::string> OtherCells = {
     R"(<c r="K1" t="s"></c>)",
@@ -89,9 +107,46 @@ const std::vector<std::string> OtherCells = {
     R"(<c r="N1" s="1234567"><v>1</v></c>)",
     R"(<c r="N1" s="-1"><v>1</v></c>)",
     R"(<c r="N1" x="1"><v>1</v></c>)",
-    R"(<c r="N1" t="str"><v>_x0041_</v></c>)",
-    R"(<c r="N1" t="inlineStr"><is><t>in</t></is></c>)",
-    R"(<c r="N1"><f>A1+1</f><v>2</v></c>)",
+    R"(<c r="N1" t="inlineString"><v>1</v></c>)",
+    R"(<c r="N1" t="s1"><v>1</v></c>)",
+    R"(<c r="N1" cm="1"><v>1</v></c>)",
+    R"(<c r="N1" t="inlineStr"><is><t>in</t><t>line</t></is></c>)",
+    R"(<c r="N1" t="inlineStr"><is><r><t>in</t></r></is></c>)",
+    R"(<c r="N1" t="inlineStr"><is><t/></is></c>)",
+    R"(<c r="N1" t="inlineStr"><is><t x="1">in</t></is></c>)",
+    R"(<c r="N1" t="inlineStr"><is><t>a&amp;b</t></is></c>)",
+    R"(<c r="N1" t="inlineStr"><is><t>in</t></is><v>1</v></c>)",
+    R"(<c r="N1" t="str"><is><t>in</t></is></c>)",
+    R"(<c r="N1" t="inlineStr"><is><t>)" + std::string(70, 'x') + "</t></is></c>",
+    R"(<c r="N1"><f>A1+1</f></c>)",
+    R"(<c r="N1"><f/></c>)",
+    R"(<c r="N1"><f>A1+1</f><v/></c>)",
+    R"(<c r="N1"><f>A1+1</f><f>A2</f><v>2</v></c>)",
+    R"(<c r="N1"><v>2</v><f>A1+1</f></c>)",
+    R"(<c r="N1"><f>A1<!-- c --></f><v>2</v></c>)",
+    R"(<c r="N1"><f><v>1</v></f><v>2</v></c>)",
+    R"(<c r="N1"><f>a]]>b</f><v>2</v></c>)",
+    R"(<c r="N1"><f>&unknown;</f><v>2</v></c>)",
+    R"(<c r="N1"><f>&#65;</f><v>2</v></c>)",
+    R"(<c r="N1"><f>a & b</f><v>2</v></c>)",
+    "<c r=\"N1\"><f>\xc3\xa4</f><v>2</v></c>",
+    "<c r=\"N1\"><f>a\nb</f><v>2</v></c>",
+    R"(<c r="N1"><f si="1" si="1"/><v>2</v></c>)",
+    R"(<c r="N1"><f t="shared" x="1"/><v>2</v></c>)",
+    R"(<c r="N1"><f x:t="shared"/><v>2</v></c>)",
+    R"(<c r="N1"><f z:t="shared"/><v>2</v></c>)",
+    R"(<c r="N1"><f t="a<b"/><v>2</v></c>)",
+    R"(<c r="N1"><f t="a&amp;b"/><v>2</v></c>)",
+    R"(<c r="N1"><f t='shared'/><v>2</v></c>)",
+    R"(<c r="N1"><f t="shared"si="1"/><v>2</v></c>)",
+    R"(<c r="N1"><f  si="1"/><v>2</v></c>)",
+    R"(<c r="N1"><f si="1" /><v>2</v></c>)",
+    R"(<c r="N1"><f ="1"/><v>2</v></c>)",
+    R"(<c r="N1"><fx>A1</fx><v>2</v></c>)",
+    R"(<c r="N1"><f>A1</g><v>2</v></c>)",
+    R"(<c r="N1"><f>A1</f ><v>2</v></c>)",
+    R"(<c r="N1"><f>A1</f> <v>2</v></c>)",
+    R"(<c r="N1"><x:f>A1</x:f><v>2</v></c>)",
     R"(<c r="N1"><v>1</v><v>2</v></c>)",
     R"(<c r="N1"><v>1&lt;2</v></c>)",
     R"(<c r="N1" ><v>1</v></c >)",
@@ -147,7 +202,9 @@ TEST(SheetPartTest, CellsOutsideOfRowsAndOfTheSheetAreNone) {
 
 TEST(SheetPartTest, RowsTakenAsTheyStandAreThoseOfTheEvents) {
     const std::string cell = R"(<c r="A7"><v>0.5</v></c>)";
-    for (const char* first : {"<row r=\"1\">", "<row>", "<x:row r=\"1\">", "<row xmlns:z=\"u\" r=\"1\">"}) {
+    for (const char* first : {"<row r=\"1\">", "<row>", "<x:row r=\"1\">", "<row xmlns:z=\"u\" r=\"1\">",
+                              "<row r=\"1\" x:d=\"1\">", "<row r=\"1\" y:d=\"1\" x:d=\"1\">",
+                              "<row xmlns:z=\"u\" r=\"1\" z:d=\"1\">", "<row r=\"1\" xml:d=\"1\">"}) {
         for (const char* begin : {"<row r=\"2\">",
                                   "<row r=\"2\" spans=\"1:3\">",
                                   "<row r=\"2\" spans=\"1:99999\">",
@@ -159,6 +216,24 @@ TEST(SheetPartTest, RowsTakenAsTheyStandAreThoseOfTheEvents) {
                                   "<row r=\"1048577\">",
                                   "<row r=\"12345678\">",
                                   "<row r=\"2\" s=\"1\">",
+                                  "<row r=\"2\" ht=\"15\" customHeight=\"1\" x:d=\"0.25\">",
+                                  "<row r=\"2\" x:d=\"0.25\" x:d=\"0.25\">",
+                                  "<row r=\"2\" x:d=\"a&amp;b\">",
+                                  "<row r=\"2\" x:d=\"a<b\">",
+                                  "<row r=\"2\" x:e=\"0.25\">",
+                                  "<row r=\"2\" d=\"0.25\">",
+                                  "<row r=\"2\" s=\"1\" s=\"1\">",
+                                  "<row r=\"2\" s=\"1\" spans=\"1:3\">",
+                                  "<row r=\"2\" spans=\"1:3\" spans=\"1:3\">",
+                                  "<row r=\"2\" s='1'>",
+                                  "<row r=\"2\" s =\"1\">",
+                                  "<row r=\"2\" s=\"1\"ht=\"2\">",
+                                  "<row r=\"2\" s=\"1\"  ht=\"2\">",
+                                  "<row r=\"2\" =\"1\">",
+                                  "<row r=\"2\" :=\"1\">",
+                                  "<row r=\"2\" x:=\"1\">",
+                                  "<row r=\"2\" s=\"1\"/><row>",
+                                  "<row r=\"2\" spans=\"1:3\" hidden=\"false\" outlineLevel=\"0\">",
                                   "<row r=\"2\" z:d=\"1\">",
                                   "<row r=\"2\" r=\"2\">",
                                   "<row spans=\"1:3\" r=\"2\">",
@@ -191,8 +266,11 @@ TEST(SheetPartTest, RowsBehindOneThatDeclaresItsNamespaceAreInAnother) {
 
 // Each byte is changed, taken out and doubled.
 TEST(SheetPartTest, DamagedCellsAreRefusedAsByTheEvents) {
-    const std::string rows = R"(<row r="1"><c r="B1" s="1"><v>-1.5</v></c><c r="C1" t="s"><v>3</v></c>)"
-                             R"(<c r="D1" s="4"/></row><row r="2" spans="1:4"><c r="A2"><v>1</v></c></row>)";
+    const std::string rows =
+        R"(<row r="1" x:d="1"><c r="B1" s="1"><v>-1.5</v></c><c r="C1" t="s"><v>3</v></c>)"
+        R"(<c r="D1" s="4"/></row><row r="2" spans="1:4" ht="9" x:d="1"><c r="A2"><v>1</v></c>)"
+        R"(<c r="B2" t="str"><f t="shared" si="0">A1&gt;"]"</f><v>2</v></c>)"
+        R"(<c r="C2" t="inlineStr"><is><t>in</t></is></c></row>)";
     const std::string part = Part(rows);
     const std::size_t begin = part.find("<row");
     for (std::size_t place = begin; place < begin + rows.size(); ++place) {
@@ -224,12 +302,39 @@ TEST(SheetPartTest, PlainCellsAreTheseAndNoOthers) {
     }
 }
 
+// As Excel, LibreOffice and others write them.
+TEST(SheetPartTest, RowsOfProgramsAreTakenAsTheyStand) {
+    const std::string attribute = "x14ac:dyDescent";
+    const auto take = [&](const std::string& row, PlainRow& plain) {
+        const std::string bytes = row + Behind;
+        const char* const end = plain.Take(bytes.data(), bytes.data() + bytes.size(), attribute);
+        return end == bytes.data() + row.size();
+    };
+    PlainRow plain;
+    for (
+        const char* row :
+        {R"(</row><row r="17">)", R"(</row><row r="17" spans="1:9">)",
+         R"(</row><row r="17" spans="1:9" x14ac:dyDescent="0.25">)",
+         R"(</row><row r="17" spans="1:9" s="1" customFormat="1" ht="15.75" customHeight="1" thickBot="1" x14ac:dyDescent="0.3">)",
+         R"(</row><row r="17" customFormat="false" ht="12.8" hidden="false" customHeight="false" outlineLevel="0" collapsed="false">)"}) {
+        EXPECT_TRUE(take(row, plain)) << row;
+        EXPECT_EQ(plain.number, 17);
+        EXPECT_EQ(plain.claimedColumns, std::string(row).find("spans") == std::string::npos ? 0 : 9);
+    }
+    for (const char* row :
+         {R"(</row><row r="17" y:dyDescent="1">)", R"(</row><row r="17" x14ac:dyDescent="1"/>)",
+          R"(</row><row r="17" x14ac:dyDescent="1" x14ac:dyDescent="1">)", R"(</row><row spans="1:9">)",
+          R"(</row> <row r="17">)", R"(</row><row r="17" ht="1)"}) {
+        EXPECT_FALSE(take(row, plain)) << row;
+    }
+}
+
 TEST(SheetPartTest, NumbersOfPlainCellsAreTheNearest) {
     PlainCell plain;
     TakenOf(R"(<c r="AB12" s="7" t="n"><v>-12345.678901</v></c>)", plain);
     EXPECT_EQ(plain.column, 28);
     EXPECT_EQ(plain.style, 7);
-    EXPECT_EQ(plain.type, 'n');
+    EXPECT_EQ(plain.type, "n");
     EXPECT_EQ(plain.GetValue(), "-12345.678901");
     EXPECT_TRUE(plain.isNumber && !plain.isIndex);
     EXPECT_EQ(plain.number, -12345.678901);
@@ -244,7 +349,7 @@ TEST(SheetPartTest, NumbersOfPlainCellsAreTheNearest) {
     TakenOf(R"(<c r="A1"><v>123456789</v></c>)", plain);
     EXPECT_TRUE(plain.isNumber && plain.isIndex);
     EXPECT_EQ(plain.index, 123456789);
-    EXPECT_EQ(plain.type, '\0');
+    EXPECT_EQ(plain.type, "");
     EXPECT_EQ(plain.style, -1);
 }
 // NOLINTEND(performance-inefficient-string-concatenation)
