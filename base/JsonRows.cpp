@@ -11,39 +11,54 @@
 void JsonRows::Begin(const std::vector<std::string>* objectMembers) {
     members = objectMembers;
     fields = 0;
-    bytes.clear();
+    Clear();
 }
 
 void JsonRows::AddText(std::string_view text) {
+    auto plain = static_cast<std::size_t>(FindJsonEscape(text) - text.data());
+    if (plain == text.size()) {
+        AddPlainText(text);
+        return;
+    }
     BeginField();
-    AppendJsonText(bytes, text);
+    bytes.Append('"');
+    while (true) {
+        bytes.Append(text.substr(0, plain));
+        text.remove_prefix(plain);
+        if (text.empty()) {
+            break;
+        }
+        escape.clear();
+        AppendJsonEscape(escape, text);
+        bytes.Append(escape);
+        plain = static_cast<std::size_t>(FindJsonEscape(text) - text.data());
+    }
+    bytes.Append('"');
 }
 
 void JsonRows::AddPlainText(std::string_view text) {
     BeginField();
-    bytes += '"';
-    bytes += text;
-    bytes += '"';
+    bytes.AppendBetween('"', text, '"');
+}
+
+template <class Number>
+void JsonRows::AddAnyNumber(Number value) {
+    if (std::isfinite(value)) {
+        BeginField();
+        bytes.EndAt(PrintShortest(value, bytes.MakeRoom(ShortestNumberSize)));
+    } else if (std::isnan(value)) {
+        AddNull();
+    } else {
+        AddPlainText(value < 0 ? "-inf" : "inf");
+    }
 }
 
 void JsonRows::AddNumber(double value) {
-    char number[ShortestNumberSize];
-    if (std::isnan(value)) {
-        AddNull();
-    } else if (const std::string_view text(number, PrintShortest(value, number)); std::isinf(value)) {
-        AddPlainText(text);
-    } else {
-        AddPlain(text);
-    }
+    AddAnyNumber(value);
 }
 
 void JsonRows::AddNumber(float value) {
-    char number[ShortestNumberSize];
-    if (!std::isfinite(value)) {
-        AddNumber(static_cast<double>(value));
-    } else {
-        AddPlain({number, std::to_chars(number, std::end(number), value).ptr});
-    }
+    AddAnyNumber(value);
 }
 
 void JsonRows::AddInteger(std::int64_t value) {
@@ -62,8 +77,9 @@ void JsonRows::EndRow(std::size_t width) {
         AddNull();
     }
     if (fields == 0) {
-        bytes += GetOpening();
+        bytes.Append(GetOpening());
     }
-    bytes += members != nullptr ? "}\n" : "]\n";
+    bytes.Append(members != nullptr ? '}' : ']');
+    bytes.Append('\n');
     fields = 0;
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/Export.h"
+#include "base/TextBuffer.h"
 
 /**
  * Rows as lines of JSON, one behind the other: an array a row, or an object. Missing cells and NaN are null,
@@ -34,7 +35,7 @@ public:
     /** A field that is JSON as it stands. */
     void AddPlain(std::string_view field) {
         BeginField();
-        bytes += field;
+        bytes.Append(field);
     }
     /** Fields of an array that `delimiter` parts, each of them JSON as it stands; so many. */
     void AddPlainFields(std::string_view line, char delimiter, std::size_t count);
@@ -43,14 +44,22 @@ public:
     void EndRow(std::size_t width = 0);
 
     /** All since the last Clear, which may be amid a row. */
-    const std::string& GetBytes() const { return bytes; }
-    void Clear() { bytes.clear(); }
+    std::string_view GetBytes() const { return bytes.GetBytes(); }
+    void Clear() { bytes.CutAt(0); }
+
+    /** Takes the row at hand back, before which there were so many bytes. */
+    void DropRow(std::size_t bytesBefore) {
+        bytes.CutAt(bytesBefore);
+        fields = 0;
+    }
 
 private:
+    template <class Number>
+    void AddAnyNumber(Number value);
     void BeginField() {
-        bytes += fields > 0 ? ',' : GetOpening();
+        bytes.Append(fields > 0 ? ',' : GetOpening());
         if (members != nullptr) {
-            bytes += (*members)[fields];
+            bytes.Append((*members)[fields]);
         }
         ++fields;
     }
@@ -58,5 +67,6 @@ private:
 
     const std::vector<std::string>* members = nullptr;
     std::size_t fields = 0;  // of the row at hand
-    std::string bytes;
+    TextBuffer bytes;
+    std::string escape;  // for the moment
 };

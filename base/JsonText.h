@@ -10,3 +10,10 @@
  * UTF-8.
  */
 KARTA_EXPORT void AppendJsonText(std::string& json, std::string_view text);
+
+// The same in steps, for who puts a text together elsewhere.
+
+/** The first character of such a text that JSON has an escape for, else the text's end. */
+const char* FindJsonEscape(std::string_view text);
+/** Appends the escape of the text's first character, which has one, and takes it off. */
+void AppendJsonEscape(std::string& json, std::string_view& text);

@@ -9,7 +9,9 @@
 #include <limits>
 #include <system_error>
 
+#include "base/DigitWord.h"
 #include "base/ExactPowers.h"
+#include "base/ShortestNumber.h"
 
 namespace {
 
@@ -38,14 +40,6 @@ int ExponentOf(double magnitude) {
         exponent += magnitude >= power ? 1 : 0;
     }
     return exponent;
-}
-
-// Stores a number's bytes, the lowest first; the caller has room for all of them.
-char* StoreLowBytes(std::uint64_t number, char* text) {
-    for (std::size_t i = 0; i < sizeof number; ++i) {
-        text[i] = static_cast<char>(number >> (8 * i));
-    }
-    return text;
 }
 
 // As %g for what spectral axes mostly hold: the names of columns are by far the most of all numbers that are
@@ -82,41 +76,30 @@ char* PrintSixDigits(double value, char* text) {
         *text++ = '0';
         *text++ = '.';
         text = std::fill_n(text, -1 - exponent, '0');
-        return StoreLowBytes(places, text) + size;
+        return DigitWord::Store(places, text) + size;
     }
     const int whole = exponent + 1;
     if (size <= whole) {
-        return StoreLowBytes(places, text) + whole;
+        return DigitWord::Store(places, text) + whole;
     }
     const int wholeBits = 8 * whole;
     const std::uint64_t before = places & ((std::uint64_t{1} << wholeBits) - 1);
     const std::uint64_t point = std::uint64_t{'.'} << wholeBits;
-    return StoreLowBytes(before | point | (places - before) << 8U, text) + size + 1;
-}
-
-// The eight digits of a number below 10^8 in the bytes of a word, the first one lowest: the number is parted
-// into fours, pairs and digits, all of each at once.
-std::uint64_t PartDigits(std::uint32_t number) {
-    const std::uint64_t fours = number / 10'000 | std::uint64_t{number % 10'000} << 32U;
-    const std::uint64_t hundreds = (fours * 10'486 >> 20U) & 0x7f0000007fU;
-    const std::uint64_t pairs = hundreds | (fours - hundreds * 100) << 16U;
-    const std::uint64_t tens = (pairs * 103 >> 10U) & 0x000f000f000f000fU;
-    return tens | (pairs - tens * 10) << 8U;
+    return DigitWord::Store(before | point | (places - before) << 8U, text) + size + 1;
 }
 
 // Below 10^9. Up to nine bytes are stored.
 char* PrintWhole(std::uint32_t number, char* text) {
     constexpr std::uint32_t EightDigits = 100'000'000;
-    constexpr std::uint64_t Zeros = 0x3030303030303030;
-    std::uint64_t digits = PartDigits(number % EightDigits);
+    std::uint64_t digits = DigitWord::Part(number % EightDigits);
     if (number >= EightDigits) {
         *text++ = static_cast<char>('0' + number / EightDigits);
-        return StoreLowBytes(digits | Zeros, text) + sizeof digits;
+        return DigitWord::Store(digits | DigitWord::Zeros, text) + sizeof digits;
     }
     // The last digit stays where the number is 0.
     const int leading = std::countr_zero(digits | std::uint64_t{1} << 56U) / 8;
-    digits = (digits | Zeros) >> (8 * leading);
-    return StoreLowBytes(digits, text) + (static_cast<int>(sizeof digits) - leading);
+    digits = (digits | DigitWord::Zeros) >> (8 * leading);
+    return DigitWord::Store(digits, text) + (static_cast<int>(sizeof digits) - leading);
 }
 
 // The shortest text of a number with a few places behind the point, as most measured ones are: with at most
@@ -145,24 +128,52 @@ char* PrintPlaces(double magnitude, char* text) {
     return text + places;
 }
 
+// A whole number of few digits that is no shorter with an exponent, as those that end in fewer zeros are;
+// else null. What is below the precision of a float has no shorter text of its own there either.
+template <class Number>
+char* PrintFewDigits(Number magnitude, char* text) {
+    constexpr std::uint32_t ShorterWithExponent = 100'000;
+    const auto whole = static_cast<std::uint32_t>(magnitude);
+    return static_cast<Number>(whole) != magnitude || whole % ShorterWithExponent == 0
+               ? nullptr
+               : PrintWhole(whole, text);
+}
+
 // Null for a value that takes the exact way, as all do that may be shorter with an exponent.
-char* PrintFewPlaces(double value, char* text) {
-    const double magnitude = std::fabs(value);
+char* PrintFewPlaces(double magnitude, char* text) {
     if (!(magnitude >= 1e-3 && magnitude < 1e9)) {
         return nullptr;
     }
-    if (value < 0.0) {
-        *text++ = '-';
-    }
-    // A whole number that ends in fewer zeros is no shorter with an exponent.
-    constexpr std::uint32_t ShorterWithExponent = 100'000;
-    if (const auto whole = static_cast<std::uint32_t>(magnitude); whole == magnitude) {
-        return whole % ShorterWithExponent == 0 ? nullptr : PrintWhole(whole, text);
+    if (static_cast<std::uint32_t>(magnitude) == magnitude) {
+        return PrintFewDigits(magnitude, text);
     }
     if (char* const end = PrintPlaces<6>(magnitude, text)) {
         return end;
     }
     return magnitude < 1e5 ? PrintPlaces<10>(magnitude, text) : nullptr;
+}
+
+char* PrintFewPlaces(float magnitude, char* text) {
+    constexpr float MostExact = 1 << std::numeric_limits<float>::digits;
+    return magnitude >= 1.0F && magnitude < MostExact ? PrintFewDigits(magnitude, text) : nullptr;
+}
+
+template <class Number>
+char* PrintShortestOf(Number value, char* text) {
+    const Number magnitude = std::fabs(value);
+    // Stored whether there is one or not, since signs can't be foreseen.
+    *text = '-';
+    char* const digits = text + (value < 0 ? 1 : 0);
+    if (char* const end = PrintFewPlaces(magnitude, digits)) {
+        return end;
+    }
+    if (char* const end = PrintShortestExactly(magnitude, digits)) {
+        return end;
+    }
+    if (std::isnan(value)) {
+        return std::copy_n("nan", 3, text);
+    }
+    return std::to_chars(text, text + ShortestNumberSize, value).ptr;
 }
 
 // As printf's %.<decimals>f where that is seen without its exact way; else null.
@@ -223,11 +234,8 @@ void AppendG(std::string& text, double value) {
 }
 
 std::string FormatShortest(float value) {
-    if (std::isnan(value)) {
-        return "nan";
-    }
     char buffer[ShortestNumberSize];
-    return {buffer, std::to_chars(buffer, std::end(buffer), value).ptr};
+    return {buffer, PrintShortest(value, buffer)};
 }
 
 std::string FormatShortest(double value) {
@@ -236,13 +244,11 @@ std::string FormatShortest(double value) {
 }
 
 char* PrintShortest(double value, char* text) {
-    if (char* const end = PrintFewPlaces(value, text)) {
-        return end;
-    }
-    if (std::isnan(value)) {
-        return std::copy_n("nan", 3, text);
-    }
-    return std::to_chars(text, text + ShortestNumberSize, value).ptr;
+    return PrintShortestOf(value, text);
+}
+
+char* PrintShortest(float value, char* text) {
+    return PrintShortestOf(value, text);
 }
 
 char* PrintDecimals(double value, int decimals, char* text) {

@@ -22,6 +22,7 @@ constexpr std::size_t ShortestNumberSize = 40;
 
 /** The same to a place of at least that room; returns the text's end, behind which no NUL is put. */
 KARTA_EXPORT char* PrintShortest(double value, char* text);
+KARTA_EXPORT char* PrintShortest(float value, char* text);
 
 /** With so many digits behind the point, as %.<decimals>f; what takes more than the same room is as above. */
 KARTA_EXPORT char* PrintDecimals(double value, int decimals, char* text);

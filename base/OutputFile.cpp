@@ -15,6 +15,8 @@
 namespace {
 
 constexpr std::size_t BufferSize = 1 << 18;
+// What is as large goes to the system from where it is.
+constexpr std::size_t LargePiece = 1 << 15;
 
 // What a new file may be read and written by, before the user's mask.
 constexpr mode_t NewFileMode = 0666;
@@ -99,6 +101,11 @@ void OutputFile::Expect(std::uint64_t bytes) const {
 }
 
 void OutputFile::Write(std::string_view bytes) {
+    if (bytes.size() >= LargePiece) {
+        Flush();
+        Put(bytes);
+        return;
+    }
     buffer.append(bytes);
     if (buffer.size() >= BufferSize) {
         Flush();
@@ -106,19 +113,22 @@ void OutputFile::Write(std::string_view bytes) {
 }
 
 void OutputFile::Flush() {
+    Put(buffer);
+    buffer.clear();
+}
+
+void OutputFile::Put(std::string_view bytes) {
     if (budget != nullptr) {
-        budget->ChargeOutput(buffer.size(), What);
+        budget->ChargeOutput(bytes.size(), What);
     }
-    std::string_view rest = buffer;
-    while (!rest.empty() && !failed) {
-        const ssize_t count = write(descriptor, rest.data(), rest.size());
+    while (!bytes.empty() && !failed) {
+        const ssize_t count = write(descriptor, bytes.data(), bytes.size());
         if (count > 0) {
-            rest.remove_prefix(static_cast<std::size_t>(count));
+            bytes.remove_prefix(static_cast<std::size_t>(count));
         } else if (errno != EINTR) {
             Fail();
         }
     }
-    buffer.clear();
 }
 
 bool OutputFile::Commit() {

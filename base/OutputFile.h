@@ -53,6 +53,7 @@ public:
 private:
     void OpenBeside(const std::string& path);
     void Flush();
+    void Put(std::string_view bytes);
     void Fail();
     void Discard();
 

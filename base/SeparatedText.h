@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 
+#include "base/ByteScan.h"
 #include "base/Export.h"
+#include "base/TextBuffer.h"
 
 /** Appends a line whose fields `delimiter` parts, parted by `separator` instead. */
-KARTA_EXPORT void AppendSeparated(std::string& bytes, std::string_view line, char delimiter, char separator);
+KARTA_EXPORT void AppendSeparated(TextBuffer& bytes, std::string_view line, char delimiter, char separator);
 
 /**
  * Rows of fields in the form of RFC 4180, one behind the other: a field is quoted only when it must be. No
@@ -25,13 +26,18 @@ public:
         if (MustBeQuoted(field)) {
             AppendQuoted(field);
         } else {
-            bytes += field;
+            bytes.Append(field);
         }
     }
     /** A field that has nothing to be quoted in it, as numbers have. */
     void AddPlain(std::string_view field) {
         BeginField();
-        bytes += field;
+        bytes.Append(field);
+    }
+    /** A field that must be quoted, as it stands between its quotes: with all quotes in it doubled. */
+    void AddQuoted(std::string_view between) {
+        BeginField();
+        bytes.AppendBetween('"', between, '"');
     }
     /** Fields that `delimiter` parts, of which none must be quoted; so many. */
     void AddPlainFields(std::string_view line, char delimiter, std::size_t count);
@@ -40,20 +46,28 @@ public:
     void EndRow(std::size_t width = 0);
 
     /** All since the last Clear, which may be amid a row. */
-    const std::string& GetBytes() const { return bytes; }
-    void Clear() { bytes.clear(); }
+    std::string_view GetBytes() const { return bytes.GetBytes(); }
+    void Clear() { bytes.CutAt(0); }
+
+    /** Takes the row at hand back, before which there were so many bytes. */
+    void DropRow(std::size_t bytesBefore) {
+        bytes.CutAt(bytesBefore);
+        fields = 0;
+    }
 
 private:
     void BeginField() {
         if (fields++ > 0) {
-            bytes += separator;
+            bytes.Append(separator);
         }
     }
-    bool MustBeQuoted(std::string_view field) const;
+    bool MustBeQuoted(std::string_view field) const {
+        const char* const end = field.data() + field.size();
+        return FindByte(field.data(), end, separator, '"', '\n', '\r') != end;
+    }
     void AppendQuoted(std::string_view field);
 
     char separator = ',';
-    bool mustBeQuoted[256] = {};
     std::size_t fields = 0;  // of the row at hand
-    std::string bytes;
+    TextBuffer bytes;
 };

@@ -94,8 +94,12 @@ std::size_t GetUtf8Length(std::string_view text) {
     if (lead < 0x80) {
         return 1;
     }
-    const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-    if (lead < 0xc2 || lead > 0xf4 || text.size() < length) {
+    // Most are of two bytes.
+    if (lead < 0xe0) {
+        return lead >= 0xc2 && text.size() >= 2 && IsContinuation(text[1]) ? 2 : 0;
+    }
+    const std::size_t length = lead >= 0xf0 ? 4 : 3;
+    if (lead > 0xf4 || text.size() < length) {
         return 0;
     }
     const auto second = static_cast<unsigned char>(text[1]);
@@ -104,8 +108,9 @@ std::size_t GetUtf8Length(std::string_view text) {
     if (overlong || outside) {
         return 0;
     }
-    const std::string_view rest = text.substr(1, length - 1);
-    return std::all_of(rest.begin(), rest.end(), IsContinuation) ? length : 0;
+    const bool areContinuations =
+        IsContinuation(text[1]) && IsContinuation(text[2]) && (length == 3 || IsContinuation(text[3]));
+    return areContinuations ? length : 0;
 }
 
 void AppendUtf8(std::string& text, char32_t character) {

@@ -24,6 +24,10 @@ bool TurnsWriting(char32_t code) {
            (code >= 0x2066 && code <= 0x2069);
 }
 
+bool HasEscape(char32_t code) {
+    return code < 0x20 || (code >= 0x7f && code < 0xa0) || TurnsWriting(code);
+}
+
 void AppendHexadecimal(std::string& target, const char* mark, char32_t code, int digits) {
     target += mark;
     for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) {
@@ -62,10 +66,15 @@ void AppendVisibleCharacter(std::string& target, std::string_view& text, EscapeS
         return;
     }
     const char32_t code = Decode(text.substr(0, length));
-    if (code < 0x20 || (code >= 0x7f && code < 0xa0) || TurnsWriting(code)) {
+    if (HasEscape(code)) {
         AppendEscape(target, code, style);
     } else {
         target += text.substr(0, length);
     }
     text.remove_prefix(length);
+}
+
+std::size_t GetVisibleLength(std::string_view text) {
+    const std::size_t length = GetUtf8Length(text);
+    return length == 0 || HasEscape(Decode(text.substr(0, length))) ? 0 : length;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -14,3 +15,8 @@ enum class EscapeStyle { Plain, Json };
  */
 KARTA_EXPORT void AppendVisibleCharacter(std::string& target, std::string_view& text,
                                          EscapeStyle style = EscapeStyle::Plain);
+
+/** The length of the first character of a text that isn't empty; 0 where it is one of those that have an
+ * escape.
+ */
+std::size_t GetVisibleLength(std::string_view text);

@@ -244,7 +244,6 @@ void DelimitedText::Read(ReadSpreadSheetData& sink, const std::function<void()>&
 
 void DelimitedText::BeginReading() {
     size = {};
-    nextQuote = 0;
     spanLines = false;
     textsBehind = unclosed = contradictions = zones = {};
     letGo = 0;
@@ -355,29 +354,6 @@ LineRules DelimitedText::GetLineRules() const {
     return rules;
 }
 
-// About so many bytes from here on, up to a line end; none where there is no line end.
-std::string_view DelimitedText::CutPiece(std::size_t place, std::size_t pieceSize) {
-    return rowTextForm ? CutPlainLines(place, pieceSize) : CutRecords(place, pieceSize);
-}
-
-// Whole lines without a quote; none where a quote is in the first one.
-std::string_view DelimitedText::CutPlainLines(std::size_t place, std::size_t pieceSize) {
-    const std::size_t end = text.size() - place > pieceSize ? place + pieceSize : text.size();
-    if (nextQuote < place) {
-        nextQuote = place;
-    }
-    if (nextQuote < end && text[nextQuote] != dialect.quote) {
-        nextQuote = std::min(text.substr(0, end).find(dialect.quote, nextQuote), end);
-    }
-    const std::size_t limit = std::min(nextQuote, end);
-    if (limit == text.size()) {
-        return text.substr(place);
-    }
-    const std::size_t feed = limit == place ? std::string_view::npos : text.rfind('\n', limit - 1);
-    return feed == std::string_view::npos || feed < place ? std::string_view()
-                                                          : text.substr(place, feed + 1 - place);
-}
-
 // Whole lines, which are whole records if the line end is in no quotes: what was read tells. Where records
 // are known to go over lines, it is looked for where quotes are pairs up to there; where none are, as of an
 // inch, the guess is that they are characters.
@@ -419,7 +395,7 @@ void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, Ce
     while (hasMore || !readers.IsEmpty()) {
         while (hasMore && readers.HasRoom()) {
             const std::string_view lines =
-                place < text.size() ? CutPiece(place, pieceSize) : std::string_view();
+                place < text.size() ? CutRecords(place, pieceSize) : std::string_view();
             hasMore = !lines.empty();
             if (hasMore) {
                 readers.Give(lines);
@@ -461,15 +437,13 @@ void DelimitedText::PutPiece(const LinePiece& piece, RecordScanner& scanner, Cel
     if (isStreaming) {
         LetGoBefore(start);
     }
-    if (piece.IsParted() && piece.HasRowTexts() && !WantsOtherRows()) {
-        PutRowTexts(piece);
-        scanner.Seek(end);
+    if (!piece.IsParted() || (piece.HasRowTexts() && WantsOtherRows())) {
+        scanner.Seek(start);
+        ReadRecordsBefore(end, scanner, output);
         return;
     }
-    if (!piece.IsParted() || piece.HasRowTexts()) {
-        for (scanner.Seek(start); scanner.GetEnd() < end;) {
-            ReadRecord(scanner, output);
-        }
+    if (piece.HasRowTexts()) {
+        PutRowTexts(piece, scanner, output);
         return;
     }
     othersPut.assign(piece.GetColumns().size(), 0);
@@ -494,24 +468,61 @@ void DelimitedText::PutPiece(const LinePiece& piece, RecordScanner& scanner, Cel
         row = odd.row + 1;
     }
     PutRows(piece, row, piece.GetRowCount(), output);
+    PutOpenRecord(piece, scanner, output);
+}
+
+// One at the end whose quote isn't closed in the piece.
+void DelimitedText::PutOpenRecord(const LinePiece& piece, RecordScanner& scanner, CellOutput& output) {
+    const std::size_t start = PlaceOf(piece.GetLines().data());
     scanner.Seek(start + piece.GetTaken().size());
-    if (scanner.GetEnd() < end) {
+    if (scanner.GetEnd() < start + piece.GetLines().size()) {
         ReadRecord(scanner, output);
     }
 }
 
-// Rows of a piece, which are as the sink writes them.
-void DelimitedText::PutRowTexts(const LinePiece& piece) {
+void DelimitedText::ReadRecordsBefore(std::size_t end, RecordScanner& scanner, CellOutput& output) {
+    while (scanner.GetEnd() < end && ReadRecord(scanner, output)) {
+    }
+}
+
+// Rows of a piece, which are as the sink writes them, and the records between them.
+void DelimitedText::PutRowTexts(const LinePiece& piece, RecordScanner& scanner, CellOutput& output) {
+    std::size_t begin = 0;
+    const std::vector<LinePiece::RowTexts>& stretches = piece.GetStretches();
+    for (std::size_t i = 0; i < stretches.size(); ++i) {
+        PutRowTexts(stretches[i], piece.GetRowTexts().substr(begin, stretches[i].end - begin));
+        begin = stretches[i].end;
+        if (i == piece.GetOddLines().size()) {
+            PutOpenRecord(piece, scanner, output);
+            return;
+        }
+        const std::string_view odd = piece.GetOddLines()[i].line;
+        scanner.Seek(PlaceOf(odd.data()));
+        ReadRecord(scanner, output);
+        if (scanner.GetEnd() != PlaceOf(odd.data()) + odd.size()) {
+            return;
+        }
+        if (WantsOtherRows()) {
+            ReadRecordsBefore(PlaceOf(piece.GetLines().data()) + piece.GetLines().size(), scanner, output);
+            return;
+        }
+    }
+}
+
+void DelimitedText::PutRowTexts(const LinePiece::RowTexts& stretch, std::string_view rowsAsText) {
+    if (stretch.rows == 0) {
+        return;
+    }
     HandOutRowTexts();
-    if (piece.GetRowCount() > static_cast<std::uint32_t>(std::numeric_limits<int>::max() - size.rows)) {
+    if (stretch.rows > static_cast<std::uint32_t>(std::numeric_limits<int>::max() - size.rows)) {
         throw TooManyRows();
     }
-    const int rows = static_cast<int>(piece.GetRowCount());
-    const int cols = static_cast<int>(piece.GetWidest());
-    if (piece.GetZones() > 0) {
-        AddZones(piece.GetZones(), static_cast<std::size_t>(piece.GetFirstZone() - text.data()));
+    const int rows = static_cast<int>(stretch.rows);
+    const int cols = static_cast<int>(stretch.widest);
+    if (stretch.zones.count > 0) {
+        AddZones(stretch.zones.count, PlaceOf(stretch.zones.first));
     }
-    rowTextSink->PutRowTexts(size.rows + 1, rows, cols, piece.GetRowTexts());
+    rowTextSink->PutRowTexts(size.rows + 1, rows, cols, rowsAsText);
     size.rows += rows;
     size.cols = std::max(size.cols, cols);
 }
@@ -521,7 +532,7 @@ void DelimitedText::BeginRowTexts() {
     jsonRows.Begin(rowTextForm ? rowTextForm->members : nullptr);
 }
 
-const std::string& DelimitedText::GetRowTexts() const {
+std::string_view DelimitedText::GetRowTexts() const {
     return rowTextForm && rowTextForm->kind == RowTextForm::JsonLines ? jsonRows.GetBytes()
                                                                       : rowTexts.GetBytes();
 }

@@ -72,8 +72,6 @@ private:
     bool ReadRowText(RecordScanner& scanner, CellOutput& output);
     bool MayPart(const RecordScanner& scanner) const;
     LineRules GetLineRules() const;
-    std::string_view CutPiece(std::size_t place, std::size_t pieceSize);
-    std::string_view CutPlainLines(std::size_t place, std::size_t pieceSize);
     std::string_view CutRecords(std::size_t place, std::size_t pieceSize) const;
     std::size_t PlaceOf(const char* byte) const { return static_cast<std::size_t>(byte - text.data()); }
     void ReadPieces(PieceReaders& readers, RecordScanner& scanner, CellOutput& output);
@@ -81,9 +79,12 @@ private:
     void PutPiece(const LinePiece& piece, RecordScanner& scanner, CellOutput& output);
     bool IsBelowHead() const;
     bool WantsOtherRows() const;
-    void PutRowTexts(const LinePiece& piece);
+    void PutOpenRecord(const LinePiece& piece, RecordScanner& scanner, CellOutput& output);
+    void ReadRecordsBefore(std::size_t end, RecordScanner& scanner, CellOutput& output);
+    void PutRowTexts(const LinePiece& piece, RecordScanner& scanner, CellOutput& output);
+    void PutRowTexts(const LinePiece::RowTexts& stretch, std::string_view rowsAsText);
     void BeginRowTexts();
-    const std::string& GetRowTexts() const;
+    std::string_view GetRowTexts() const;
     bool PutRowText(const RecordScanner& scanner);
     void PutJsonRow(const RecordScanner& scanner);
     void PutSeparatedRow(const RecordScanner& scanner);
@@ -156,9 +157,7 @@ private:
     int rowsInTexts = 0;
     std::size_t widestInTexts = 0;
     std::size_t letGo = 0;  // of a text that streams: what is behind the reading
-    // Of the pieces: the next quote, as far as it was looked for; how far the columns' others were handed
-    // out.
-    std::size_t nextQuote = 0;
+    // Of the pieces: how far the columns' others were handed out.
     std::vector<std::size_t> othersPut;
     bool spanLines = false;  // records do, so that a line end may be in quotes
     std::vector<double> rowNumbers;

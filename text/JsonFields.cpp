@@ -4,10 +4,12 @@
 
 #include "base/ByteMask.h"
 #include "base/ByteScan.h"
+#include "text/FieldDate.h"
+#include "text/RecordScanner.h"
 #include "text/TypedField.h"
 
 JsonFields::JsonFields(std::string_view allLines, const LineRules& lineRules, JsonRows& jsonRows,
-                       NumberMarks& numberMarks)
+                       NumberMarks& numberMarks, ZoneCount& zoneCount)
     : lines(allLines),
       rules(lineRules),
       rows(jsonRows),
@@ -17,15 +19,18 @@ JsonFields::JsonFields(std::string_view allLines, const LineRules& lineRules, Js
       keepsRuns(!lineRules.dialect.skipsBlank &&
                 lineRules.rowTexts.value_or(RowTextForm()).members == nullptr),
       hasMarks(ByteMask::IsFast && keepsRuns &&
-               std::all_of(rules.types.begin(), rules.types.end(), [](const ColumnType& type) {
-                   return type.kind == ColumnType::Number && type.decimalMark == '.';
-               })) {
+               std::all_of(rules.types.begin(), rules.types.end(),
+                           [](const ColumnType& type) {
+                               return type.kind == ColumnType::Number && type.decimalMark == '.';
+                           })),
+      zones(zoneCount) {
     if (hasMarks) {
         marks.Look(lines, rules.dialect.delimiter.front());
     }
 }
 
-std::size_t JsonFields::Add(std::string_view line) {
+std::size_t JsonFields::AddLine(std::string_view line) {
+    BeginRecord(line.data());
     if (const auto fields = AddNumbers(line)) {
         return *fields;
     }
@@ -55,7 +60,7 @@ std::optional<std::size_t> JsonFields::AddNumbers(std::string_view line) {
         }
         if (other <= end) {
             const std::size_t behind = marks.FindEnd(other, end);
-            if (!AddField(lines.substr(start, behind - start), rules.types[col])) {
+            if (!AddTyped(lines.substr(start, behind - start), rules.types[col])) {
                 return 0;
             }
             ++col;
@@ -65,11 +70,13 @@ std::optional<std::size_t> JsonFields::AddNumbers(std::string_view line) {
     return width;
 }
 
-bool JsonFields::AddField(std::string_view field, const ColumnType& type) {
+// A field by itself.
+bool JsonFields::AddTyped(std::string_view field, const ColumnType& type) {
     FieldForm form;
     const char* const end = field.data() + field.size();
     const auto isEnd = [end](const char* place) { return place == end; };
-    if (TakePlainNumber(field, rules.textEnd, type, isEnd, form) == nullptr) {
+    if (type.kind != ColumnType::Number ||
+        TakePlainNumber(field, rules.textEnd, type, isEnd, form) == nullptr) {
         return AddValue(field, type, false);
     }
     AddNumber(field, form);
@@ -77,14 +84,41 @@ bool JsonFields::AddField(std::string_view field, const ColumnType& type) {
     return true;
 }
 
+const ColumnType& JsonFields::TypeOf(std::size_t col) const {
+    static constexpr ColumnType Anything;
+    return col < rules.types.size() ? rules.types[col] : Anything;
+}
+
+bool JsonFields::AddField(std::string_view value, std::size_t col) {
+    return AddTyped(value, TypeOf(col));
+}
+
+bool JsonFields::AddQuoted(std::string_view between, bool isEscaped, std::size_t col) {
+    if (isEscaped) {
+        unescaped.clear();
+        AppendUnescaped(unescaped, between, rules.dialect);
+        between = unescaped;
+    }
+    if (between.empty()) {
+        // Nothing in quotes is the empty text, whatever the column is.
+        rows.AddPlainText(between);
+        return true;
+    }
+    return AddValue(between, TypeOf(col), false);
+}
+
+void JsonFields::DropRow(std::size_t bytesBefore) {
+    runFields = 0;
+    rows.DropRow(bytesBefore);
+}
+
 std::size_t JsonFields::AddFields(std::string_view line) {
     const char delimiter = rules.dialect.delimiter.front();
     const char* at = line.data();
     const char* const end = at + line.size();
     const bool isRemark = line.starts_with('#');
-    const ColumnType anything;
     for (std::size_t col = 0;; ++col) {
-        const ColumnType& type = col < rules.types.size() ? rules.types[col] : anything;
+        const ColumnType& type = TypeOf(col);
         FieldForm form;
         const char* behind = type.kind == ColumnType::Number && !isRemark
                                  ? TakePlainNumber(at, end, rules.textEnd, delimiter, type, form)
@@ -138,13 +172,46 @@ bool JsonFields::AddValue(std::string_view value, const ColumnType& type, bool i
         rows.AddText(value);
         return true;
     }
+    if (AddDate(value, type)) {
+        return true;
+    }
     const FieldForm form = GetFieldForm(value, rules.dateOrder);
     if ((form.bits & ~type.accepted) != 0) {
         return false;
     }
     if ((form.bits & FieldForm::WithZone) != 0) {
-        firstZone = zones++ == 0 ? value.data() : firstZone;
+        zones.Add(record);
     }
     PutTypedField(type, form, value, output, 1, 1);
+    return true;
+}
+
+// A field of a column of dates or times that is written as most are: the characters of the cell are its own,
+// but for a blank between date and time.
+bool JsonFields::AddDate(std::string_view field, const ColumnType& type) {
+    if (type.kind != ColumnType::Date && type.kind != ColumnType::Time && type.kind != ColumnType::DateTime) {
+        return false;
+    }
+    const auto date = ReadPlainDate(field);
+    if (!date) {
+        return false;
+    }
+    if (date->isCanonical) {
+        const bool isOfColumn = (type.kind == ColumnType::Date && date->kind == FieldDate::Date) ||
+                                (type.kind == ColumnType::Time && date->kind == FieldDate::Time) ||
+                                (type.kind == ColumnType::DateTime && date->kind == FieldDate::DateTime);
+        if (isOfColumn) {
+            rows.AddPlainText(field);
+        }
+        return isOfColumn;
+    }
+    if (type.kind != ColumnType::DateTime) {
+        return false;
+    }
+    constexpr std::size_t DaySize = 10;
+    char text[32];
+    *std::copy(field.begin(), field.end(), text) = '\0';
+    text[DaySize] = 'T';
+    rows.AddPlainText({text, field.size()});
     return true;
 }

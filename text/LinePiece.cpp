@@ -11,6 +11,7 @@
 #include "text/JsonFields.h"
 #include "text/QuickNumber.h"
 #include "text/RecordScanner.h"
+#include "text/SeparatedFields.h"
 #include "text/TextEncoding.h"
 #include "text/TypedField.h"
 
@@ -28,6 +29,14 @@ constexpr std::size_t FewestRows = 64;
 bool IsOfPointNumbers(const ColumnType& type) {
     constexpr std::uint32_t Quick = FieldForm::Integer | FieldForm::Point | FieldForm::PointOrGroup;
     return type.kind == ColumnType::Number && type.decimalMark == '.' && (Quick & ~type.accepted) == 0;
+}
+
+bool BeginsWithBlanksAndQuote(const char* at, const char* end, char quote) {
+    if (at == end || *at != ' ') {
+        return false;
+    }
+    const char* const begin = std::find_if_not(at, end, [](char c) { return c == ' '; });
+    return begin != end && *begin == quote;
 }
 
 bool IsOfTexts(const ColumnType& type, const LineRules& rules) {
@@ -50,8 +59,8 @@ void LinePiece::Clear(std::string_view lines, const LineRules& rules) {
         isJson = rules.rowTexts->kind == RowTextForm::JsonLines;
         rowTexts.Begin(rules.rowTexts->separator);
         jsonRows.Begin(rules.rowTexts->members);
-        widest = 0;
-        zones = 0;
+        stretch = {};
+        stretches.clear();
         return;
     }
     columns.resize(rules.types.size());
@@ -91,96 +100,129 @@ void LinePiece::MakeRoom(std::size_t wanted, const LineRules& rules) {
     room = wanted;
 }
 
-// Each line as a row of the text to write. A line that can't be one, for its bytes or its width, leaves all
-// of them to who reads cells.
+// Each record as a row of the text to write. Lines that can't be one, for their bytes, leave all of them to
+// who reads cells.
 void LinePiece::ReadRowTexts(const LineRules& rules, const RowTextForm& form) {
     const char delimiter = rules.dialect.delimiter.front();
     const ByteFacts facts = ExamineBytes(text);
     isParted = !facts.holdNuls && facts.areUtf8 && !(rules.isOneByte && !IsAscii(text)) &&
                static_cast<unsigned char>(delimiter) < 0x80;
     if (isParted && isJson) {
-        ReadJsonRows(rules, form);
+        JsonFields adder(text, rules, jsonRows, marks, stretch.zones);
+        AddRows(rules, form.width, adder);
     } else if (isParted) {
-        ReadSeparatedRows(rules, form);
+        SeparatedFields adder(text, rules, rowTexts, stretch.zones);
+        AddRows(rules, form.width, adder);
     }
 }
 
-// `addFields` adds a line's fields and says how many they are, 0 where the line isn't one to be added.
 template <class Adder>
-void LinePiece::AddRows(const RowTextForm& form, const Adder& addFields) {
-    const bool hasReturns = text.find('\r') != std::string_view::npos;
+void LinePiece::AddRows(const LineRules& rules, std::size_t width, Adder& adder) {
+    hasQuotes = text.find(rules.dialect.quote) != std::string_view::npos;
+    hasReturns = text.find('\r') != std::string_view::npos;
     const char* const end = text.data() + text.size();
-    for (const char* at = text.data(); isParted && at != end; ++rows) {
-        const auto* const feed =
-            static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at)));
-        const char* lineEnd = feed == nullptr ? end : feed;
-        if (hasReturns) {
-            lineEnd -= lineEnd != at && lineEnd[-1] == '\r' ? 1 : 0;
-            isParted = std::memchr(at, '\r', static_cast<std::size_t>(lineEnd - at)) == nullptr;
-        }
-        const std::size_t fields = addFields(std::string_view(at, static_cast<std::size_t>(lineEnd - at)));
-        widest = std::max(widest, fields);
-        isParted = isParted && fields > 0 && fields <= form.width;
-        at = feed == nullptr ? end : feed + 1;
-    }
-}
-
-void LinePiece::ReadJsonRows(const LineRules& rules, const RowTextForm& form) {
-    JsonFields adder(text, rules, jsonRows, marks);
-    AddRows(form, [&](std::string_view line) {
-        const std::size_t fields = adder.Add(line);
-        jsonRows.EndRow(form.width);
-        return fields;
-    });
-    zones = adder.GetZones();
-    firstZone = adder.GetFirstZone();
-}
-
-void LinePiece::ReadSeparatedRows(const LineRules& rules, const RowTextForm& form) {
-    const char delimiter = rules.dialect.delimiter.front();
-    // Where nothing has to be quoted or looked at, a line differs from its row in what parts the fields only.
-    const bool isPlain =
-        !rules.dialect.skipsBlank && text.find('"') == std::string_view::npos &&
-        (delimiter == form.separator || text.find(form.separator) == std::string_view::npos) &&
-        std::none_of(rules.types.begin(), rules.types.end(),
-                     [](const ColumnType& type) { return type.kind == ColumnType::DateTime; });
-    AddRows(form, [&](std::string_view line) {
+    for (record = text.data(); record != end; ++rows) {
+        const std::size_t before = adder.GetSize();
+        const ZoneCount zonesBefore = stretch.zones;
         std::size_t fields = 0;
-        if (isPlain) {
-            fields = 1 + CountByte(line.data(), line.data() + line.size(), delimiter);
-            rowTexts.AddPlainFields(line, delimiter, fields);
-        } else {
-            fields = AddFields(line, rules);
+        const char* behind = AddRow(end, rules, adder, fields);
+        if (!isParted) {
+            return;
         }
-        rowTexts.EndRow(form.width);
-        return fields;
-    });
+        if (behind != nullptr && fields > 0 && fields <= width) {
+            adder.EndRow(width);
+            ++stretch.rows;
+            stretch.widest = std::max(stretch.widest, fields);
+            record = behind;
+            continue;
+        }
+        adder.DropRow(before);
+        stretch.zones = zonesBefore;
+        if (isOpen) {
+            break;
+        }
+        EndStretch();
+        oddLines.push_back({rows, FindOddLine(end)});
+        record = oddLines.back().line.data() + oddLines.back().line.size();
+    }
+    taken = static_cast<std::size_t>(record - text.data());
+    EndStretch();
 }
 
-// Of one line; returns how many they are.
-std::size_t LinePiece::AddFields(std::string_view line, const LineRules& rules) {
-    const char* at = line.data();
-    const char* const end = at + line.size();
-    const bool isRemark = line.starts_with('#');
-    for (std::size_t col = 0;; ++col) {
-        const char* const behind = FindByte(at, end, rules.dialect.delimiter.front());
-        const std::string_view value(at, static_cast<std::size_t>(behind - at));
-        if (!isRemark && col < rules.types.size() && rules.types[col].kind == ColumnType::DateTime) {
-            LookForZone(value, rules);
+void LinePiece::EndStretch() {
+    stretch.end = GetRowTexts().size();
+    stretches.push_back(stretch);
+    stretch.rows = 0;
+    stretch.widest = 0;
+    stretch.zones = {};
+}
+
+// What is behind the record at hand, with how many fields it has; null where it isn't taken.
+template <class Adder>
+const char* LinePiece::AddRow(const char* end, const LineRules& rules, Adder& adder, std::size_t& fields) {
+    fieldBegin = record;
+    const auto* const feed =
+        static_cast<const char*>(std::memchr(record, '\n', static_cast<std::size_t>(end - record)));
+    const char* lineEnd = feed == nullptr ? end : feed;
+    if (hasQuotes &&
+        std::memchr(record, rules.dialect.quote, static_cast<std::size_t>(lineEnd - record)) != nullptr) {
+        return AddRecord(end, rules, adder, fields);
+    }
+    if (hasReturns) {
+        lineEnd -= lineEnd != record && lineEnd[-1] == '\r' ? 1 : 0;
+        isParted = std::memchr(record, '\r', static_cast<std::size_t>(lineEnd - record)) == nullptr;
+    }
+    fields = isParted ? adder.AddLine({record, static_cast<std::size_t>(lineEnd - record)}) : 0;
+    return feed == nullptr ? end : feed + 1;
+}
+
+// The same of one with quotes in it, which is taken where each field is plain or wholly in quotes.
+template <class Adder>
+const char* LinePiece::AddRecord(const char* end, const LineRules& rules, Adder& adder, std::size_t& fields) {
+    if (*record == '#') {
+        return nullptr;
+    }
+    adder.BeginRecord(record);
+    for (const char* at = record;; ++at) {
+        at += at != record && rules.dialect.skipsBlank && at != end && *at == ' ' ? 1 : 0;
+        fieldBegin = at;
+        at = AddField(end, rules, adder, fields);
+        if (at == nullptr) {
+            return nullptr;
         }
-        rowTexts.Add(value);
-        if (behind == end) {
-            return col + 1;
+        ++fields;
+        if (at == end || *at != rules.dialect.delimiter.front()) {
+            return TakeLineEnd(at, end);
         }
-        at = behind + 1;
-        at += rules.dialect.skipsBlank && at != end && *at == ' ' ? 1 : 0;
     }
 }
 
-void LinePiece::LookForZone(std::string_view value, const LineRules& rules) {
-    if (HasZone(value, rules.dateOrder)) {
-        firstZone = zones++ == 0 ? value.data() : firstZone;
+template <class Adder>
+const char* LinePiece::AddField(const char* end, const LineRules& rules, Adder& adder, std::size_t col) {
+    const char delimiter = rules.dialect.delimiter.front();
+    const char* const at = fieldBegin;
+    if (at != end && *at == rules.dialect.quote) {
+        bool isEscaped = false;
+        const char* const close = FindClosingQuote(at + 1, end, end, rules.dialect, isEscaped);
+        isOpen = close == nullptr;
+        if (isOpen || (close + 1 != end && close[1] != delimiter && !IsLineEnd(close[1])) ||
+            !adder.AddQuoted({at + 1, static_cast<std::size_t>(close - at - 1)}, isEscaped, col)) {
+            return nullptr;
+        }
+        return close + 1;
     }
+    if (BeginsWithBlanksAndQuote(at, end, rules.dialect.quote)) {
+        return nullptr;
+    }
+    const char* const behind = FindByte(at, end, delimiter, '\n', '\r');
+    return adder.AddField({at, static_cast<std::size_t>(behind - at)}, col) ? behind : nullptr;
+}
+
+// The line on which the record at hand went another way.
+std::string_view LinePiece::FindOddLine(const char* end) const {
+    const auto* const feed =
+        static_cast<const char*>(std::memchr(fieldBegin, '\n', static_cast<std::size_t>(end - fieldBegin)));
+    return {record, static_cast<std::size_t>((feed == nullptr ? end : feed + 1) - record)};
 }
 
 void LinePiece::Read(std::string_view lines, const LineRules& rules) {
@@ -205,10 +247,8 @@ void LinePiece::Read(std::string_view lines, const LineRules& rules) {
                 taken = static_cast<std::size_t>(record - lines.data());
                 return;
             }
-            const auto* const feed = static_cast<const char*>(
-                std::memchr(fieldBegin, '\n', static_cast<std::size_t>(end - fieldBegin)));
-            behind = feed == nullptr ? end : feed + 1;
-            oddLines.push_back({rows, {record, static_cast<std::size_t>(behind - record)}});
+            oddLines.push_back({rows, FindOddLine(end)});
+            behind = record + oddLines.back().line.size();
         }
         record = behind;
     }
@@ -312,11 +352,8 @@ const char* LinePiece::ReadField(const char* at, const char* end, const LineRule
             return behind;
         }
     }
-    if (at != end && *at == ' ') {
-        const char* const begin = std::find_if_not(at, end, [](char c) { return c == ' '; });
-        if (begin != end && *begin == dialect.quote) {
-            return nullptr;
-        }
+    if (BeginsWithBlanksAndQuote(at, end, dialect.quote)) {
+        return nullptr;
     }
     const char* const behind = FindByte(at, end, dialect.delimiter.front(), '\n', '\r');
     if (behind == at) {

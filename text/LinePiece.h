@@ -18,6 +18,7 @@
 #include "text/NumberMarks.h"
 #include "text/PieceTexts.h"
 #include "text/TextDialect.h"
+#include "text/ZoneCount.h"
 
 /** What the lines of a text are read by; the same for all pieces of it. */
 struct LineRules {
@@ -72,6 +73,13 @@ public:
         std::uint32_t row;
         std::string_view line;  // with its end
     };
+    /** Rows of text, up to a record that isn't among them or to the end. */
+    struct RowTexts {
+        std::uint32_t rows = 0;
+        std::size_t end = 0;     // where their text ends
+        std::size_t widest = 0;  // the most fields of one
+        ZoneCount zones;
+    };
 
     /** Whole lines, each with its line feed but for the text's last one. */
     void Read(std::string_view lines, const LineRules& rules);
@@ -82,14 +90,12 @@ public:
     /** False where carriage returns part lines as well, or lines can't be rows of text: then nothing else
      * here holds. */
     bool IsParted() const { return isParted; }
-    /** Whether it is rows of text, without columns and odd lines. */
+    /** Whether it is rows of text, and no columns. */
     bool HasRowTexts() const { return hasRowTexts; }
-    const std::string& GetRowTexts() const { return isJson ? jsonRows.GetBytes() : rowTexts.GetBytes(); }
-    /** Of rows of text: how many fields the widest line has; times with a zone, and where the first one is.
+    /** The rows of text, one behind the other, and what they are between the odd lines: one more than these.
      */
-    std::size_t GetWidest() const { return widest; }
-    std::uint64_t GetZones() const { return zones; }
-    const char* GetFirstZone() const { return firstZone; }
+    std::string_view GetRowTexts() const { return isJson ? jsonRows.GetBytes() : rowTexts.GetBytes(); }
+    const std::vector<RowTexts>& GetStretches() const { return stretches; }
     std::uint32_t GetRowCount() const { return rows; }
     const std::vector<Column>& GetColumns() const { return columns; }
     const FieldForm& GetForm(const Other& other) const { return forms[other.form]; }
@@ -117,11 +123,15 @@ private:
     void DropRow(const LineRules& rules);
     void ReadRowTexts(const LineRules& rules, const RowTextForm& form);
     template <class Adder>
-    void AddRows(const RowTextForm& form, const Adder& addFields);
-    void ReadJsonRows(const LineRules& rules, const RowTextForm& form);
-    void ReadSeparatedRows(const LineRules& rules, const RowTextForm& form);
-    std::size_t AddFields(std::string_view line, const LineRules& rules);
-    void LookForZone(std::string_view value, const LineRules& rules);
+    void AddRows(const LineRules& rules, std::size_t width, Adder& adder);
+    template <class Adder>
+    const char* AddRow(const char* end, const LineRules& rules, Adder& adder, std::size_t& fields);
+    template <class Adder>
+    const char* AddRecord(const char* end, const LineRules& rules, Adder& adder, std::size_t& fields);
+    template <class Adder>
+    const char* AddField(const char* end, const LineRules& rules, Adder& adder, std::size_t col);
+    void EndStretch();
+    std::string_view FindOddLine(const char* end) const;
 
     std::string_view text;
     std::size_t taken = 0;
@@ -144,7 +154,8 @@ private:
     SeparatedText rowTexts;
     JsonRows jsonRows;
     NumberMarks marks;
-    std::size_t widest = 0;
-    std::uint64_t zones = 0;
-    const char* firstZone = nullptr;
+    bool hasQuotes = false;  // of the lines that become rows of text
+    bool hasReturns = false;
+    RowTexts stretch;  // the one that is read
+    std::vector<RowTexts> stretches;
 };

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 
@@ -40,6 +42,36 @@ bool IsPlainRun(std::string_view bytes) {
         others |= word | (word - ByteWord::Ones);
     }
     return (others & ByteWord::HighBits) == 0;
+}
+
+bool IsPlainByte(char byte) {
+    return static_cast<signed char>(byte) > 0;
+}
+
+// How many bytes at the beginning are ASCII and no NUL: a word at a time where texts in another language stop
+// it after a few, and behind that in runs, each looked at as a whole.
+std::size_t CountPlain(std::string_view bytes) {
+    constexpr std::size_t Word = sizeof(std::uint64_t);
+    constexpr std::size_t Run = 8 * Word;
+    std::size_t count = 0;
+    for (; ByteWord::IsUsable && bytes.size() - count >= Word; count += Word) {
+        while (count >= Run && bytes.size() - count >= Run && count % Run == 0 &&
+               IsPlainRun<Run>(bytes.substr(count))) {
+            count += Run;
+        }
+        if (bytes.size() - count < Word) {
+            break;
+        }
+        const std::uint64_t word = ByteWord::Load(&bytes[count]);
+        const std::uint64_t others = (word | (word - ByteWord::Ones)) & ByteWord::HighBits;
+        if (others != 0) {
+            return count + static_cast<std::size_t>(std::countr_zero(others)) / 8;
+        }
+    }
+    while (count < bytes.size() && IsPlainByte(bytes[count])) {
+        ++count;
+    }
+    return count;
 }
 
 TextEncoding MakeEncoding(TextEncoding::Kind kind, std::size_t markLength = 0) {
@@ -150,22 +182,19 @@ TextEncoding GetNamedEncoding(const std::string& name, std::string_view bytes) {
 }
 
 ByteFacts ExamineBytes(std::string_view bytes) {
-    constexpr std::size_t Run = 64;
     ByteFacts facts;
-    while (!bytes.empty()) {
-        // Nearly all text is ASCII, which is passed in runs, each looked at as a whole.
-        while (bytes.size() >= Run && IsPlainRun<Run>(bytes)) {
-            bytes.remove_prefix(Run);
+    while (true) {
+        bytes.remove_prefix(CountPlain(bytes));
+        if (bytes.empty()) {
+            return facts;
         }
-        const std::size_t stop = bytes.size() - std::min(bytes.size(), Run);
-        while (bytes.size() > stop) {
+        do {
             const std::size_t length = GetUtf8Length(bytes);
             facts.areUtf8 = facts.areUtf8 && length > 0;
             facts.holdNuls = facts.holdNuls || bytes.front() == '\0';
             bytes.remove_prefix(std::max<std::size_t>(length, 1));
-        }
+        } while (!bytes.empty() && !IsPlainByte(bytes.front()));
     }
-    return facts;
 }
 
 void AppendWindows1252(std::string& text, std::string_view bytes) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <cstdint>
 #include <iterator>
 #include <set>
@@ -45,13 +44,13 @@ public:
         }
     }
 
-    std::string_view Print(double value) { return {number, PrintShortest(value, number)}; }
-    // The sign of a NaN means nothing.
-    std::string_view Print(float value) { return std::isnan(value) ? "nan" : PrintNumber(value); }
+    template <class Number>
+    std::string_view PrintReal(Number value) {
+        return {number, PrintShortest(value, number)};
+    }
 
 private:
-    template <class Number>
-    std::string_view PrintNumber(Number value) {
+    std::string_view PrintNumber(std::int64_t value) {
         return {number, std::to_chars(number, std::end(number), value).ptr};
     }
 
@@ -167,8 +166,8 @@ void TableWriter::WriteSeparated(TableData& table, const std::vector<int>& rows)
             double value = 0.0;
             if (const TableData::Kind kind = table.FindPlainNumber(col, row, value);
                 kind != TableData::Missing) {
-                writer.AddPlain(kind == TableData::Float ? printer.Print(static_cast<float>(value))
-                                                         : printer.Print(value));
+                writer.AddPlain(kind == TableData::Float ? printer.PrintReal(static_cast<float>(value))
+                                                         : printer.PrintReal(value));
                 continue;
             }
             const char* const source = table.GetSource(col, row);

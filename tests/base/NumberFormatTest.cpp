@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <ios>
 #include <iterator>
+#include <limits>
 #include <random>
 #include <string>
 
@@ -54,6 +56,73 @@ TEST(NumberFormatTest, ShortestIsThatOfTheStandardLibrary) {
     for (const double value :
          {0.0, -0.0, 0.001, 0.0009999, 0.00123, 0.1, 1e5, 1e9, 999999999.9999995, 1e15, 1e-300}) {
         expectSame(value);
+    }
+}
+
+namespace {
+
+template <class Number>
+void ExpectAsTheLibrary(Number value) {
+    char expected[64];
+    const std::string library(expected, std::to_chars(expected, std::end(expected), value).ptr);
+    ASSERT_EQ(FormatShortest(value), std::isnan(value) ? "nan" : library) << std::hexfloat << value;
+}
+
+template <class Number>
+void ExpectAsTheLibraryBesides(Number value) {
+    ExpectAsTheLibrary(value);
+    ExpectAsTheLibrary(-value);
+    ExpectAsTheLibrary(std::nextafter(value, Number(0)));
+    ExpectAsTheLibrary(std::nextafter(value, Number(1e30)));
+}
+
+// Of each power of two, with the numbers beside it, and of decimal numbers with so many digits as a number of
+// this kind tells apart and one more.
+template <class Number>
+void ExpectEdgesAsTheLibrary() {
+    for (int power = -160; power <= 160; ++power) {
+        ExpectAsTheLibraryBesides(std::ldexp(Number(1), power));
+        ExpectAsTheLibraryBesides(std::ldexp(Number(1.5), power));
+    }
+    for (int power = -25; power <= 25; ++power) {
+        for (const double digits : {1.0, 2.0, 9.0, 9.9999995, 1.00000005, 1.23456789, 9.999999999999999}) {
+            ExpectAsTheLibraryBesides(static_cast<Number>(digits * std::pow(10.0, power)));
+        }
+    }
+    ExpectAsTheLibraryBesides(std::numeric_limits<Number>::denorm_min());
+    ExpectAsTheLibraryBesides(std::numeric_limits<Number>::min());
+    ExpectAsTheLibraryBesides(std::numeric_limits<Number>::max());
+    ExpectAsTheLibrary(std::numeric_limits<Number>::infinity());
+    ExpectAsTheLibrary(-std::numeric_limits<Number>::infinity());
+    ExpectAsTheLibrary(std::numeric_limits<Number>::quiet_NaN());
+    ExpectAsTheLibrary(-std::numeric_limits<Number>::quiet_NaN());
+    ExpectAsTheLibrary(Number(0));
+    ExpectAsTheLibrary(-Number(0));
+}
+
+}  // namespace
+
+TEST(NumberFormatTest, NumbersOfAllDigitsAreShortestByExactArithmetic) {
+    std::mt19937_64 random(20261124);
+    std::normal_distribution<double> measured;
+    ExpectEdgesAsTheLibrary<double>();
+    ExpectEdgesAsTheLibrary<float>();
+    for (int i = 0; i < 1000000 && !testing::Test::HasFatalFailure(); ++i) {
+        const double value = measured(random) * std::pow(10.0, static_cast<double>(random() % 30) - 14.0);
+        ExpectAsTheLibrary(value);
+        ExpectAsTheLibrary(static_cast<float>(value));
+        ExpectAsTheLibrary(std::bit_cast<float>(static_cast<std::uint32_t>(random())));
+    }
+}
+
+// Each halfway between two texts of as many digits, and those beside it.
+TEST(NumberFormatTest, NumbersBetweenTwoShortTextsAreShortest) {
+    std::mt19937_64 random(20261125);
+    for (int i = 0; i < 300000 && !testing::Test::HasFatalFailure(); ++i) {
+        const auto middle = static_cast<double>(random() % 1'000'000'000 * 10 + 5);
+        ExpectAsTheLibraryBesides(middle / static_cast<double>(std::uint64_t{1} << random() % 60));
+        ExpectAsTheLibraryBesides(static_cast<float>(random() % 10'000'000) /
+                                  static_cast<float>(std::uint64_t{1} << random() % 60));
     }
 }
 

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstddef>
+#include <string>
 #include <thread>
 
 #include "tests/support/TempFolder.h"
@@ -68,4 +70,40 @@ TEST(OutputFileTest, WritingLeavesTheMaskOfOtherThreadsAlone) {
     }
     writer.join();
     EXPECT_FALSE(wasOpen);
+}
+
+// Large ones go out without being gathered.
+TEST(OutputFileTest, PiecesOfAllSizesAreInTheirOrder) {
+    const TempFolder folder;
+    std::string expected;
+    OutputFile file(folder.Path("pieces"));
+    const std::size_t sizes[] = {1, 40'000, 3, 100'000, 0, 32'767, 32'768, 7, 300'000, 2};
+    for (int round = 0; round < 20; ++round) {
+        for (const std::size_t size : sizes) {
+            const std::string piece(size, static_cast<char>('a' + expected.size() % 26));
+            file.Write(piece);
+            expected += piece;
+        }
+    }
+    ASSERT_TRUE(file.Commit());
+    EXPECT_EQ(ReadWholeFile(folder.Path("pieces")), expected);
+}
+
+TEST(OutputFileTest, ALargePieceBeyondTheBudgetLeavesTheOlderFile) {
+    const TempFolder folder;
+    const std::string path = folder.Write("older", "older");
+    karta::Budget budget;
+    budget.SetLimit(100'000);
+    {
+        OutputFile file(path);
+        file.SetBudget(&budget);
+        EXPECT_THROW(
+            {
+                for (int i = 0; i < 100; ++i) {
+                    file.Write(std::string(1'000'000, 'x'));
+                }
+            },
+            karta::BudgetExceeded);
+    }
+    EXPECT_EQ(ReadWholeFile(path), "older");
 }

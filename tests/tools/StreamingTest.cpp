@@ -1,7 +1,9 @@
 // A table that is written while it is read is the same as one that was held, and costs less.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -147,6 +149,59 @@ TEST_F(StreamingTest, RowsOfAllKindsAreTheSame) {
                   0);
         EXPECT_EQ(Shell("wc -l <safe.csv").out, Shell("wc -l <x.csv").out);
     }
+}
+
+// Records with quotes are divided in pieces too, but for those that can be divided in more than one way:
+// these come between the others, in their places.
+TEST_F(StreamingTest, RecordsWithQuotesAreTheSame) {
+    struct Case {
+        const char* name;
+        char part;
+        char quote;
+        const char* lineEnd;
+        int oddEvery;
+    };
+    for (const Case& one :
+         {Case{"all.csv", ',', '"', "\n", 1'000'000}, Case{"odd.csv", ';', '"', "\r\n", 3001},
+          Case{"single.txt", '\t', '\'', "\n", 7001}}) {
+        const auto quoted = [&](const std::string& text) { return one.quote + text + one.quote; };
+        const std::string twice = std::string(2, one.quote);
+        const std::string part(1, one.part);
+        const std::string odd[] = {
+            "# " + quoted("remark") + part + quoted("a"),
+            quoted("behind") + "text" + part + "2" + part + "3" + part + "4" + part + "5",
+            quoted("blank") + "  " + part + "2" + part + " " + quoted("before") + part + "4" + part + "5",
+            part + part,
+            "5" + twice + " pipe" + part + "x" + quoted("y") + part + "3" + part + "4" + part + "5",
+            quoted("late") + part + "no number" + part + "3" + part + "4" + part + "5"};
+        std::string text = "a" + part + "n" + part + "when" + part + "name" + part + "flag" + one.lineEnd;
+        for (int i = 0; i < 120'000; ++i) {
+            const std::string number = std::to_string(i);
+            const std::string value = i % 4 == 0   ? twice + number + twice
+                                      : i % 4 == 1 ? "\u00e9" + part + number + "\u2028\u200e"
+                                      : i % 4 == 2 ? "line" + std::string(one.lineEnd) + number
+                                                   : "";
+            text += quoted(value) + part + (i % 2 == 0 ? quoted(number + ".5") : number) + part +
+                    quoted("2024-01-01 00:00:0" + std::to_string(i % 10) + (i % 9 == 0 ? "Z" : "")) + part +
+                    (i % 3 == 0 ? "plain \x7f\\" : quoted("all of it \t")) + part +
+                    (i % 2 == 0 ? "true" : quoted("FALSE")) + one.lineEnd;
+            if (i % one.oddEvery == one.oddEvery - 1) {
+                text += odd[static_cast<std::size_t>(i / one.oddEvery) % std::size(odd)] + one.lineEnd;
+            }
+        }
+        folder.Write(one.name, text + one.quote + "never closed" + part + "1");
+        ExpectSameOnAllWays(one.name);
+    }
+}
+
+TEST_F(StreamingTest, LateWiderRecordWithQuotesWidensAll) {
+    MakeRows("wide.csv",
+             "f.write(b\"name,a\\n\")\n"
+             "for i in range(300000): f.write(b\"\\\"n,%d\\\",%d\\n\" % (i, i))\n"
+             "f.write(b\"\\\"x\\\",1,2,\\\"3\\\",4\\n\")\n"
+             "for i in range(100): f.write(b\"\\\"n,%d\\\",%d\\n\" % (i, i))\n");
+    ExpectSameOnAllWays("wide.csv");
+    EXPECT_EQ(Shell("head -n 1 streamed.csv").out, "name,a,,,\n");
 }
 
 // Numbers of all forms go out as the numbers that they are, in the shortest characters.
