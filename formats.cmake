@@ -2,6 +2,7 @@
 # the folders of its acceptance cases. A new format adds its line here and touches nothing else.
 karta_format(text/TextFile text/DelimitedText text/DelimitedOptions text/DialectSniffer text/DialectRefiner text/RecordScanner
              text/LinePiece text/JsonFields text/SeparatedFields text/NumberMarks text/TypedField text/PieceReaders
+             text/LinePiece text/FieldMarks text/JsonFields text/NumberMarks text/TypedField text/PieceReaders
              text/TextHead text/TextSource text/TextEncoding text/ColumnTypes text/FieldForm text/FieldDate
              text/ValueForm CASES text)
 karta_format(text/CsvFile text/CsvParser text/CsvScanner CASES csv)

@@ -19,6 +19,15 @@ struct ByteMask {
         const __m128i wanted = _mm_set1_epi8(sought);
         return Gather(block, [&](__m128i bytes) { return _mm_cmpeq_epi8(bytes, wanted); });
     }
+    /** Any of these. */
+    template <class... Byte>
+    static std::uint64_t FindAny(const char* block, Byte... sought) {
+        return Gather(block, [&](__m128i bytes) {
+            __m128i found = _mm_setzero_si128();
+            ((found = _mm_or_si128(found, _mm_cmpeq_epi8(bytes, _mm_set1_epi8(sought)))), ...);
+            return found;
+        });
+    }
     static std::uint64_t FindDigits(const char* block) {
         return Gather(block, [](__m128i bytes) {
             const __m128i above = _mm_sub_epi8(bytes, _mm_set1_epi8('0'));
@@ -43,6 +52,10 @@ private:
 
     static std::uint64_t Find(const char* block, char sought) {
         return Gather(block, [sought](char byte) { return byte == sought; });
+    }
+    template <class... Byte>
+    static std::uint64_t FindAny(const char* block, Byte... sought) {
+        return Gather(block, [&](char byte) { return ((byte == sought) || ...); });
     }
     static std::uint64_t FindDigits(const char* block) {
         return Gather(block, [](char byte) { return byte >= '0' && byte <= '9'; });

@@ -9,7 +9,7 @@ namespace karta {
 namespace {
 
 constexpr std::size_t SmallestBlock = std::size_t{1} << 16;
-constexpr std::size_t LargestBlock = SmallestHuge;
+constexpr std::size_t LargestBlock = std::size_t{1} << 23;
 // A larger array has a block of its own, so that little is left over at the end of any.
 constexpr std::size_t LargestShared = LargestBlock / 16;
 

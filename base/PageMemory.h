@@ -14,7 +14,7 @@ void* ResizePages(void* data, std::size_t size, std::size_t newSize);
 void UnmapPages(void* data, std::size_t size);
 
 /** From here on large pages save more than the part of one that stays empty costs. */
-constexpr std::size_t SmallestHuge = std::size_t{1} << 23;
+constexpr std::size_t SmallestHuge = std::size_t{1} << 22;
 /**
  * Fresh memory costs a fault a page, often more than what is then written to it: large pages save most.
  * Smaller memory is left as it is.

@@ -39,6 +39,10 @@ public:
 // What is read at once by a thread; the first pieces are small, for who wants the first rows only.
 constexpr std::size_t FirstPiece = std::size_t{1} << 15;
 constexpr std::size_t LargestPiece = std::size_t{1} << 18;
+// But where it has many columns, each of which costs a call: so many bytes of each, as far as they stay in a
+// cache.
+constexpr std::size_t BytesOfColumn = 512;
+constexpr std::size_t LargestWidePiece = std::size_t{1} << 21;
 constexpr double RoomForUnevenLines = 1.02;
 // How many lines are looked at for an end of a piece that is in no quotes.
 constexpr int LinesToEndAt = 32;
@@ -390,6 +394,8 @@ std::string_view DelimitedText::CutRecords(std::size_t place, std::size_t pieceS
 void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, CellOutput& output) {
     std::size_t place = scanner.GetEnd();
     std::size_t pieceSize = FirstPiece;
+    const std::size_t largestPiece =
+        std::clamp(head.usualWidth * BytesOfColumn, LargestPiece, LargestWidePiece);
     bool hasMore = true;
     const CopyingByReaders copying(cellRuns, readers);
     while (hasMore || !readers.IsEmpty()) {
@@ -400,7 +406,7 @@ void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, Ce
             if (hasMore) {
                 readers.Give(lines);
                 place += lines.size();
-                pieceSize = std::min(2 * pieceSize, LargestPiece);
+                pieceSize = std::min(2 * pieceSize, largestPiece);
             }
         }
         if (!readers.IsEmpty()) {

@@ -9,7 +9,7 @@
 #include "base/Unicode.h"
 #include "text/FieldDate.h"
 #include "text/JsonFields.h"
-#include "text/QuickNumber.h"
+#include "text/MarkedNumber.h"
 #include "text/RecordScanner.h"
 #include "text/SeparatedFields.h"
 #include "text/TextEncoding.h"
@@ -74,10 +74,18 @@ void LinePiece::Clear(std::string_view lines, const LineRules& rules) {
     if (&rules != madeFor) {
         madeFor = &rules;
         room = 0;
-        areQuick.clear();
-        for (const ColumnType& type : rules.types) {
-            areQuick.push_back(IsOfPointNumbers(type) ? 1 : 0);
-        }
+        areAllQuick = std::all_of(rules.types.begin(), rules.types.end(), IsOfPointNumbers);
+    }
+    PlaceQuickColumns(rules);
+}
+
+// Where the numbers of the quick columns go.
+void LinePiece::PlaceQuickColumns(const LineRules& rules) {
+    quickColumns.resize(columns.size());
+    for (std::size_t col = 0; col < columns.size(); ++col) {
+        Column& column = columns[col];
+        quickColumns[col] = {IsOfPointNumbers(rules.types[col]) ? column.numbers.data() : nullptr,
+                             column.hasDecimals ? column.decimals.data() : nullptr, column.writing.data()};
     }
 }
 
@@ -98,6 +106,7 @@ void LinePiece::MakeRoom(std::size_t wanted, const LineRules& rules) {
         }
     }
     room = wanted;
+    PlaceQuickColumns(rules);
 }
 
 // Each record as a row of the text to write. Lines that can't be one, for their bytes, leave all of them to
@@ -232,6 +241,8 @@ void LinePiece::Read(std::string_view lines, const LineRules& rules) {
         return;
     }
     const char* const end = lines.data() + lines.size();
+    fieldMarks.Begin(lines, rules.dialect.delimiter.front());
+    reading = {};
     for (record = lines.data(); record != end; ++rows) {
         if (rows == room) {
             MakeRoom(std::max(FewestRows, room + room / 4), rules);
@@ -254,7 +265,7 @@ void LinePiece::Read(std::string_view lines, const LineRules& rules) {
     }
 }
 
-// What is behind a record that goes into the columns; null for any other.
+// What is behind a record that goes into the columns, and perhaps some more of them; null for any other.
 template <bool KeepsWriting>
 const char* LinePiece::ReadRecord(const char* at, const char* end, const LineRules& rules) {
     const std::size_t width = columns.size();
@@ -264,13 +275,14 @@ const char* LinePiece::ReadRecord(const char* at, const char* end, const LineRul
         return nullptr;
     }
     for (std::size_t col = 0; col < width; ++col) {
-        fieldBegin = at;
-        const char* behind = areQuick[col] != 0 ? ReadQuickNumber(at, end, rules, col) : nullptr;
-        if (behind == nullptr) {
-            behind = ReadField(at, end, rules, col);
-        } else if constexpr (KeepsWriting) {
-            KeepWriting(columns[col], {at, static_cast<std::size_t>(behind - at)});
+        if (quickColumns[col].numbers != nullptr) {
+            at = ReadQuickNumbers<KeepsWriting>(at, end, rules, col);
+            if (col == width) {
+                return at;
+            }
         }
+        fieldBegin = at;
+        const char* const behind = ReadField(at, end, rules, col);
         if (behind == nullptr) {
             return nullptr;
         }
@@ -308,32 +320,97 @@ const char* LinePiece::ReadNumber(std::string_view from, const char* readable, c
         KeepWriting(columns[col], number);
     }
     if (form.decimals > 0 && rules.makesRuns) {
-        PutDecimals(columns[col], form.decimals);
+        PutDecimals(col, rows, form.decimals);
     } else if (!form.isCanonical) {
         AddOther(col, Other::Source, number);
     }
     return behind;
 }
 
-// The same of a column of numbers with points, as far as it is quickly done.
-inline const char* LinePiece::ReadQuickNumber(const char* at, const char* end, const LineRules& rules,
-                                              std::size_t col) {
-    QuickNumber number;
-    if (rules.textEnd - at < QuickNumber::BytesLookedAt || !number.Find(at)) {
-        return nullptr;
+// Fields of columns of numbers with points, from this column on, as far as they are quickly read and followed
+// by the next one's; where all columns are of that kind, those of further records too. Returns what is behind
+// them. That is a record's beginning where `col` is behind all columns then, else the next column's field.
+template <bool KeepsWriting>
+const char* LinePiece::ReadQuickNumbers(const char* at, const char* end, const LineRules& rules,
+                                        std::size_t& col) {
+    if (at - text.data() < MarkedNumber::BytesBefore) {
+        return at;
     }
-    const char* const behind = number.GetEnd();
-    double value = 0;
-    std::uint8_t decimals = 0;
-    if (behind >= end || (*behind != rules.dialect.delimiter.front() && !IsLineEnd(*behind)) ||
-        !number.HasForm() || !number.GetValue(value, decimals) || (decimals > 0 && !rules.makesRuns)) {
-        return nullptr;
+    const char delimiter = rules.dialect.delimiter.front();
+    const bool skipsBlank = rules.dialect.skipsBlank;
+    const bool makesRuns = rules.makesRuns;
+    const std::size_t width = columns.size();
+    const std::uint32_t firstRow = rows;
+    std::uint32_t row = rows;
+    std::size_t place = col;
+    FieldMarks::Reading marks = reading;
+    marks.Seek(at);
+    // What is behind the field that ends at the mark; null where another one than its column's begins there.
+    const auto findEnd = [&](const char* mark) -> const char* {
+        if (place + 1 < width) {
+            return *mark == delimiter ? mark : nullptr;
+        }
+        return *mark != '\n' ? nullptr : mark - (mark[-1] == '\r' ? 1 : 0);
+    };
+    while (place < width && quickColumns[place].numbers != nullptr) {
+        if (!marks.HasTwo()) {
+            marks = fieldMarks.Look(at);
+            if (!marks.HasTwo()) {
+                break;
+            }
+        }
+        // Two roads, so that where the next field is doesn't wait for what this one has: nearly all of a
+        // column have a point, or none, and the processor foresees which.
+        MarkedNumber number;
+        const char* const begin = at;
+        const char* const first = marks.GetFirst();
+        const char* behind = nullptr;
+        if (*first == '.') {
+            const char* const mark = marks.GetSecond();
+            behind = findEnd(mark);
+            if (behind == nullptr || !number.ReadDecimal(at, first, behind) ||
+                (!makesRuns && number.GetDecimals() > 0)) {
+                break;
+            }
+            marks.Skip(2);
+            at = mark + 1;
+        } else {
+            behind = findEnd(first);
+            if (behind == nullptr || !number.ReadWhole(at, behind)) {
+                break;
+            }
+            marks.Skip(1);
+            at = first + 1;
+        }
+        const QuickColumn& column = quickColumns[place];
+        column.numbers[row] = number.GetValue();
+        if constexpr (KeepsWriting) {
+            column.writing[row] = {static_cast<std::uint32_t>(begin - text.data()),
+                                   static_cast<std::uint32_t>(behind - begin)};
+        }
+        // Which of a column's numbers end in zeros nobody foresees.
+        if (column.decimals != nullptr) {
+            column.decimals[row] = number.GetDecimals();
+        } else if (number.GetDecimals() > 0) {
+            PutDecimals(place, row, number.GetDecimals());
+        }
+        if (++place < width) {
+            at += skipsBlank && at != end && *at == ' ' ? 1 : 0;
+            continue;
+        }
+        if (!areAllQuick || at == end || row + 1 == room) {
+            break;
+        }
+        ++row;
+        record = at;
+        place = 0;
     }
-    columns[col].numbers[rows] = value;
-    if (decimals > 0) {
-        PutDecimals(columns[col], decimals);
-    }
-    return behind;
+    // A record of which nothing is read is left to who looks what it is.
+    const bool isAtNext = place == 0 && row != firstRow;
+    rows = isAtNext ? row - 1 : row;
+    col = isAtNext ? width : place;
+    reading = marks;
+    return at;
 }
 
 // What is behind a field; null where it takes more than one look to see what it is.
@@ -398,12 +475,14 @@ const char* LinePiece::ReadQuoted(const char* open, const char* end, const LineR
     return behind;
 }
 
-void LinePiece::PutDecimals(Column& column, std::uint8_t decimals) const {
+void LinePiece::PutDecimals(std::size_t col, std::uint32_t row, std::uint8_t decimals) {
+    Column& column = columns[col];
     if (!column.hasDecimals) {
         column.hasDecimals = true;
         column.decimals.assign(column.numbers.size(), 0);
+        quickColumns[col].decimals = column.decimals.data();
     }
-    column.decimals[rows] = decimals;
+    column.decimals[row] = decimals;
 }
 
 // A number in quotes whose escapes were taken out isn't written in the piece.

@@ -15,6 +15,7 @@
 #include "text/ColumnTypes.h"
 #include "text/DelimitedOptions.h"
 #include "text/FieldForm.h"
+#include "text/FieldMarks.h"
 #include "text/NumberMarks.h"
 #include "text/PieceTexts.h"
 #include "text/TextDialect.h"
@@ -104,16 +105,18 @@ public:
 private:
     void Clear(std::string_view lines, const LineRules& rules);
     void MakeRoom(std::size_t wanted, const LineRules& rules);
+    void PlaceQuickColumns(const LineRules& rules);
     template <bool KeepsWriting>
     const char* ReadRecord(const char* at, const char* end, const LineRules& rules);
     const char* ReadField(const char* at, const char* end, const LineRules& rules, std::size_t col);
-    const char* ReadQuickNumber(const char* at, const char* end, const LineRules& rules, std::size_t col);
+    template <bool KeepsWriting>
+    const char* ReadQuickNumbers(const char* at, const char* end, const LineRules& rules, std::size_t& col);
     const char* ReadQuoted(const char* open, const char* end, const LineRules& rules, std::size_t col);
     template <class IsEnd>
     const char* ReadNumber(std::string_view from, const char* readable, const LineRules& rules,
                            std::size_t col, IsEnd isEnd);
     const char* TakeLineEnd(const char* at, const char* end);
-    void PutDecimals(Column& column, std::uint8_t decimals) const;
+    void PutDecimals(std::size_t col, std::uint32_t row, std::uint8_t decimals);
     void KeepWriting(Column& column, std::string_view number) const;
     void PutField(std::string_view value, const char* readable, const LineRules& rules, std::size_t col);
     void PutText(std::string_view value, const char* readable, const LineRules& rules, std::size_t col);
@@ -143,7 +146,17 @@ private:
     const char* record = nullptr;  // the one that is read
     const char* fieldBegin = nullptr;
     std::vector<Column> columns;
-    std::vector<std::uint8_t> areQuick;  // the columns are of numbers with points
+    // Side by side for the reading of quick numbers; without numbers where a column isn't of those with
+    // points.
+    struct QuickColumn {
+        double* numbers;
+        std::uint8_t* decimals;  // null where none is told of so far
+        NumberWriting::Place* writing;
+    };
+    std::vector<QuickColumn> quickColumns;
+    bool areAllQuick = false;
+    FieldMarks fieldMarks;
+    FieldMarks::Reading reading;
     std::vector<FieldForm> forms;
     std::vector<OddLine> oddLines;
     std::string unescaped;  // a field's text for the moment

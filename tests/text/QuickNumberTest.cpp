@@ -2,38 +2,26 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <string>
 
 #include "text/PlainNumber.h"
 
 namespace {
 
-/** What is read quickly is what the plain way reads; whether it was. */
+/** The form that is found quickly is what the plain way finds; whether it was. */
 bool IsSameAsPlain(const std::string& text) {
     // What follows a field may be anything.
     for (const std::string behind :
          {",17.5,20,30,40,50,60", "\n12345678901234567890", "\n                    "}) {
         const std::string bytes = text + behind;
         QuickNumber quick;
-        double value = 0;
-        std::uint8_t decimals = 0;
         if (!quick.Find(bytes.data()) || quick.GetEnd() != bytes.data() + text.size() || !quick.HasForm()) {
             return false;
         }
         const PlainNumber plain(std::string_view(bytes).substr(0, text.size()), bytes.data() + bytes.size());
-        const FieldForm form = plain.GetForm();
         EXPECT_EQ(plain.GetEnd(), quick.GetEnd()) << bytes;
-        EXPECT_EQ(quick.GetBits(), form.bits) << bytes;
+        EXPECT_EQ(quick.GetBits(), plain.GetForm().bits) << bytes;
         EXPECT_EQ(quick.GetBits(), plain.GetBits()) << bytes;
-        if (!quick.GetValue(value, decimals)) {
-            return false;
-        }
-        EXPECT_TRUE(form.hasNumber) << bytes;
-        EXPECT_EQ(value, form.number) << bytes;
-        EXPECT_EQ(std::signbit(value), std::signbit(form.number)) << bytes;
-        EXPECT_EQ(decimals, form.decimals) << bytes;
-        EXPECT_EQ(form.isCanonical, decimals == 0) << bytes;
     }
     return true;
 }
@@ -69,8 +57,8 @@ TEST(QuickNumberTest, EveryNumberOfFourDigitsWithAPointSomewhere) {
             for (const std::string sign : {"", "-"}) {
                 const std::string text =
                     sign + number.substr(0, point) + (point < 4 ? "." + number.substr(point) : std::string());
-                // But for zeros in front, and for minus zero.
-                const bool isRead = (point == 1 || number.front() != '0') && !(point == 4 && i == 0);
+                // But for zeros in front.
+                const bool isRead = point == 1 || number.front() != '0';
                 EXPECT_EQ(IsSameAsPlain(text), isRead) << text;
             }
         }
@@ -87,9 +75,6 @@ TEST(QuickNumberTest, WhatNeedsMoreThanALookIsLeft) {
                              "+1",
                              "00",
                              "01.5",
-                             "-0",
-                             "100000",
-                             "2300000",
                              "123456789",
                              "12345678.12345678",
                              "1.123456789",
