@@ -70,7 +70,10 @@ public:
         for (const std::uint32_t place : places) {
             const std::string_view text = list.Get(place);
             const auto end = static_cast<std::uint32_t>(text.size());
-            SetTextRun(col, firstRow++, {text.data(), 0, {&end, 1}});
+            TextRun run;
+            run.bytes = text.data();
+            run.ends = {&end, 1};
+            SetTextRun(col, firstRow++, run);
         }
     }
     /**

@@ -157,17 +157,19 @@ const char* PlainRow::Take(const char* from, const char* end, std::string_view p
         return nullptr;
     }
     const char* at = TakeWhole(from + RowBegin.size(), number);
-    if (at == nullptr || *at++ != '"') {
+    if (at == nullptr || *at != '"') {
         return nullptr;
     }
+    ++at;
     claimedColumns = 0;
     if (BeginsWith(at, SpansBegin)) {
         int first = 0;
         at = TakeWhole(at + SpansBegin.size(), first);
         at = at != nullptr && *at == ':' ? TakeWhole(at + 1, claimedColumns) : nullptr;
-        if (at == nullptr || *at++ != '"') {
+        if (at == nullptr || *at != '"') {
             return nullptr;
         }
+        ++at;
     }
     at = PassAttributes(at, end, RowAttributes, prefixedName);
     return at != nullptr && *at == '>' ? at + 1 : nullptr;

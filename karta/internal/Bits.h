@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <cstring>
 
 namespace karta {
 
@@ -37,6 +38,17 @@ inline std::int64_t CountBits(const std::uint8_t* bits, std::int64_t first, std:
         set += GetBit(bits, first++) ? 1 : 0;
     }
     return set;
+}
+
+inline void SetBits(std::uint8_t* bits, int first, int count) {
+    for (; count > 0 && (first & 7) != 0; ++first, --count) {
+        SetBit(bits, first);
+    }
+    std::memset(bits + first / 8, 0xff, static_cast<std::size_t>(count / 8));
+    first += count / 8 * 8;
+    for (count %= 8; count > 0; ++first, --count) {
+        SetBit(bits, first);
+    }
 }
 
 }  // namespace karta

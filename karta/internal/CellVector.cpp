@@ -47,17 +47,6 @@ std::size_t WidthOf(const Stretch& stretch) {
     return stretch.listed != nullptr ? sizeof(std::uint32_t) : WidthOf(stretch.kind);
 }
 
-void SetBits(std::uint8_t* bits, int first, int count) {
-    for (; count > 0 && (first & 7) != 0; ++first, --count) {
-        SetBit(bits, first);
-    }
-    std::memset(bits + first / 8, 0xff, static_cast<std::size_t>(count / 8));
-    first += count / 8 * 8;
-    for (count %= 8; count > 0; ++first, --count) {
-        SetBit(bits, first);
-    }
-}
-
 // How many cells the stretch is to have, where enough of them are there to believe it; else 0.
 std::int64_t GetBelievedRows(const CellStore& store, const Stretch& stretch) {
     const std::int64_t announced = std::int64_t{store.expectedRows} - stretch.first;

@@ -150,19 +150,31 @@ public:
         }
     }
 
-    /** By the code, which any text of the list has. */
-    void AddListed(int row, const ListedTexts& texts, std::uint32_t code) {
-        ++count;
-        std::int32_t& place = placesOfCodes[code];
-        if (place == WordPlaces::Unknown) {
-            Finish();
-            place = index.FindPassing(texts.GetText(code));
-            CountNew();
+    /**
+     * Texts of a stretch that are codes, and whose first row's place is that; ends where `goesOn`, which is
+     * asked behind each text that is new, says no.
+     */
+    template <class GoesOn>
+    void AddListed(const Stretch& stretch, int from, int to, int firstRow, GoesOn goesOn) {
+        Finish();
+        placesOfCodes.resize(stretch.listed->GetCount(), WordPlaces::Unknown);
+        std::int32_t* const known = placesOfCodes.data();
+        for (int place = from; place < to; ++place) {
+            if (!stretch.IsThere(place)) {
+                continue;
+            }
+            const std::uint32_t code = stretch.GetCode(place);
+            if (known[code] == WordPlaces::Unknown) {
+                known[code] = index.FindPassing(stretch.listed->GetText(code));
+                CountNew();
+                if (!goesOn(size)) {
+                    return;
+                }
+            }
+            places[place - firstRow] = known[code];
+            ++count;
         }
-        places[row] = place;
     }
-    /** Before a code comes. */
-    void TakeCodes(const ListedTexts& texts) { placesOfCodes.resize(texts.GetCount(), WordPlaces::Unknown); }
 
     /** What a list of them takes. */
     std::int64_t GetSize() const { return size; }
@@ -538,18 +550,23 @@ ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, in
     Buffer validity(BytesOfBits(rows));
     DistinctPlaces distinct(places->As<std::int32_t>());
     for (const Stretch& stretch : cells.GetStretches()) {
-        const bool areCodes = AreFewCodes(stretch);
-        if (areCodes) {
-            distinct.TakeCodes(*stretch.listed);
-        }
-        const auto addPlaces = [&](int from, int to) {
-            for (int place = from; areCodes && place < to && isLess(distinct.GetSize()); ++place) {
+        const auto addListed = [&](int from, int to) {
+            distinct.AddListed(stretch, from, to, first, isLess);
+            for (int place = from; stretch.hasMissing && place < to; ++place) {
                 if (stretch.IsThere(place)) {
-                    distinct.AddListed(place - first, *stretch.listed, stretch.GetCode(place));
                     SetBit(validity.As<std::uint8_t>(), place - first);
                 }
             }
-            for (int place = from; !areCodes && place < to && isLess(distinct.GetSize()); ++place) {
+            SetBits(validity.As<std::uint8_t>(), from - first, stretch.hasMissing ? 0 : to - from);
+        };
+        const auto addPlaces = [&](int from, int to) {
+            if (AreFewCodes(stretch)) {
+                if (isLess(distinct.GetSize())) {
+                    addListed(from, to);
+                }
+                return;
+            }
+            for (int place = from; place < to && isLess(distinct.GetSize()); ++place) {
                 const Cell cell = stretch.areLaid ? Cell() : stretch.Get(place);
                 if (stretch.areLaid ? !stretch.IsThere(place) : cell.kind != CellKind::Text) {
                     continue;
