@@ -18,8 +18,8 @@ constexpr int MostStyleDigits = 6;
 constexpr std::size_t LongestValue = 64;
 constexpr int MostIndexDigits = 9;
 constexpr std::ptrdiff_t LongestType = 9;
-// What follows a formula at most.
-constexpr std::ptrdiff_t LongestRest = 96;
+// Up to the cell's end at most, from that of its formula on: the longest is an inline text.
+constexpr std::ptrdiff_t LongestRest = 112;
 
 constexpr std::string_view Begin = "<c r=\"";
 constexpr std::string_view ValueBegin = "<v>";

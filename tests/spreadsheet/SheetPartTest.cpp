@@ -302,6 +302,24 @@ TEST(SheetPartTest, PlainCellsAreTheseAndNoOthers) {
     }
 }
 
+// What is behind the bytes at hand isn't looked at, even where the cell goes on there.
+TEST(SheetPartTest, PlainCellsAreThereToTheirEnds) {
+    const std::string begin = R"(<c r="XFD1048576" s="123456" t="inlineStr">)";
+    const std::string text(64, 'x');
+    for (const std::string& formula : {R"(<f ref=")" + std::string(PlainCell::Longest, 'A') + R"("/>)",
+                                       "<f>" + std::string(PlainCell::Longest, '1') + "</f>"}) {
+        for (const std::string& value :
+             {"<is><t xml:space=\"preserve\">" + text + "</t></is>", "<v>" + text + "</v>"}) {
+            const std::string cell = begin + formula + value + "</c>";
+            EXPECT_TRUE(IsTaken(cell));
+            for (std::size_t size = PlainCell::Longest; size < cell.size(); ++size) {
+                PlainCell plain;
+                EXPECT_EQ(plain.Take(cell.data(), cell.data() + size), nullptr) << cell.substr(0, size);
+            }
+        }
+    }
+}
+
 // As Excel, LibreOffice and others write them.
 TEST(SheetPartTest, RowsOfProgramsAreTakenAsTheyStand) {
     const std::string attribute = "x14ac:dyDescent";
