@@ -5,6 +5,7 @@
 
 #include "base/ByteScan.h"
 #include "base/Export.h"
+#include "base/NumberFormat.h"
 #include "base/TextBuffer.h"
 
 /** Appends a line whose fields `delimiter` parts, parted by `separator` instead. */
@@ -29,10 +30,20 @@ public:
             bytes.Append(field);
         }
     }
+    bool MustBeQuoted(std::string_view field) const {
+        const char* const end = field.data() + field.size();
+        return FindByte(field.data(), end, separator, '"', '\n', '\r') != end;
+    }
     /** A field that has nothing to be quoted in it, as numbers have. */
     void AddPlain(std::string_view field) {
         BeginField();
         bytes.Append(field);
+    }
+    /** The shortest text of a number. */
+    template <class Number>
+    void AddNumber(Number value) {
+        BeginField();
+        bytes.EndAt(PrintShortest(value, bytes.MakeRoom(ShortestNumberSize)));
     }
     /** A field that must be quoted, as it stands between its quotes: with all quotes in it doubled. */
     void AddQuoted(std::string_view between) {
@@ -60,10 +71,6 @@ private:
         if (fields++ > 0) {
             bytes.Append(separator);
         }
-    }
-    bool MustBeQuoted(std::string_view field) const {
-        const char* const end = field.data() + field.size();
-        return FindByte(field.data(), end, separator, '"', '\n', '\r') != end;
     }
     void AppendQuoted(std::string_view field);
 

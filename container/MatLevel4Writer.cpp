@@ -1,6 +1,7 @@
 #include "container/MatLevel4Writer.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -8,6 +9,7 @@
 #include "base/NumberFormat.h"
 #include "base/NumberParser.h"
 #include "base/OutputFile.h"
+#include "frame/NumberRowSource.h"
 #include "frame/WriteSpreadSheetData.h"
 
 namespace {
@@ -47,6 +49,9 @@ std::string IdName(const char* stem, int number) {
 
 }  // namespace
 
+Matlab4Writer::Matlab4Writer(OutputFile& target, WriteSpreadSheetData& table)
+    : output(target), source(table), rowSource(dynamic_cast<NumberRowSource*>(&table)) {}
+
 void Matlab4Writer::WriteDouble(double value) {
     output.Write(BytesOf(value));
 }
@@ -73,20 +78,32 @@ void Matlab4Writer::WriteData() {
 // The file goes down the columns and tables lie in rows: row by row, some columns side by side are gathered
 // and then written one after the other. A column that is longer than the band is written in pieces.
 void Matlab4Writer::WriteColumns(int firstColumn, int columns, std::vector<double>& band) {
-    const auto missing = std::bit_cast<double>(MissingBits);
     const int rowsAtOnce = static_cast<int>(std::min(static_cast<std::size_t>(blockRows), NumbersAtOnce));
+    std::array<double, MostColumnsAtOnce> numbers;
+    const std::span<double> ofRow = std::span(numbers).first(static_cast<std::size_t>(columns));
     for (int firstRow = 0; firstRow < blockRows; firstRow += rowsAtOnce) {
         const int rows = std::min(rowsAtOnce, blockRows - firstRow);
         for (int row = 0; row < rows; ++row) {
-            for (int column = 0; column < columns; ++column) {
-                band[static_cast<std::size_t>(column) * static_cast<std::size_t>(rows) +
-                     static_cast<std::size_t>(row)] =
-                    GetNumber(firstDataCol + firstColumn + column, firstDataRow + firstRow + row)
-                        .value_or(missing);
+            GetNumbers(firstDataCol + firstColumn, firstDataRow + firstRow + row, ofRow);
+            std::size_t place = static_cast<std::size_t>(row);
+            for (const double number : ofRow) {
+                band[place] = number;
+                place += static_cast<std::size_t>(rows);
             }
         }
         output.Write({reinterpret_cast<const char*>(band.data()),
                       sizeof(double) * static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows)});
+    }
+}
+
+void Matlab4Writer::GetNumbers(int column, int row, std::span<double> numbers) {
+    const auto missing = std::bit_cast<double>(MissingBits);
+    if (rowSource != nullptr && !takesTexts) {
+        rowSource->GetNumbers(column, row, numbers, missing);
+        return;
+    }
+    for (double& number : numbers) {
+        number = GetNumber(column++, row).value_or(missing);
     }
 }
 

@@ -2,10 +2,12 @@
 
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+class NumberRowSource;
 class OutputFile;
 class WriteSpreadSheetData;
 
@@ -19,7 +21,7 @@ class WriteSpreadSheetData;
 class Matlab4Writer {
 public:
     /** Both stay the caller's. */
-    Matlab4Writer(OutputFile& target, WriteSpreadSheetData& table) : output(target), source(table) {}
+    Matlab4Writer(OutputFile& target, WriteSpreadSheetData& table);
 
     /** False when the table has no numeric block; then nothing was written. */
     bool Write();
@@ -37,6 +39,7 @@ private:
     bool FindBlock();
     bool FindBlockOfTexts();
     std::optional<double> GetNumber(int column, int row);
+    void GetNumbers(int column, int row, std::span<double> numbers);
     void WriteData();
     void WriteColumns(int firstColumn, int columns, std::vector<double>& band);
     void WriteColumn();
@@ -51,6 +54,7 @@ private:
 
     OutputFile& output;
     WriteSpreadSheetData& source;
+    NumberRowSource* rowSource;  // the same, where it has them
     bool takesTexts = false;
     int firstDataCol = 0;
     int firstDataRow = 0;

@@ -18,11 +18,9 @@ constexpr int LargestBlockCells = 65536;
 constexpr int LongRowGrowth = 8;
 // The room that a row gets when it is filled out of turn.
 constexpr int MinRowCells = 8;
-// The kind of a cell lies in the low bits of its word; a place in memory has as many bits to spare.
-constexpr unsigned int KindBits = 4;
-constexpr std::uint64_t KindMask = (1U << KindBits) - 1;
-// A cell that has a source too.
-constexpr std::uint64_t SourceBit = std::uint64_t{1} << 63;
+// So many doubles are kept in the arena side by side, where each by itself is one with a NUL: not more, since
+// what is left of a block may be less than they take.
+constexpr std::size_t NumbersTogether = 512;
 // What lies in the arena in front of a source: eight bytes and their NUL.
 constexpr std::size_t ContentSize = sizeof(std::uint64_t) + 1;
 // Room for rows is set aside up to this many; beyond it grows as they come, since a file's count may lie.
@@ -205,6 +203,30 @@ TableData::Cell* TableData::Make(int col, int row) {
     return place.cells + col - 1;
 }
 
+// So many cells of a row side by side, which are to be set; null where some may stand far behind the others.
+TableData::Cell* TableData::MakeRun(int firstCol, int row, std::size_t count) {
+    if (firstCol < 1 || row < 1 || count == 0 ||
+        count > static_cast<std::size_t>(std::numeric_limits<int>::max() - firstCol)) {
+        return nullptr;
+    }
+    Make(firstCol, row);
+    Row& place = rows[static_cast<std::size_t>(row) - 1];
+    if (place.tail != NoTail) {
+        return nullptr;
+    }
+    const int last = firstCol + static_cast<int>(count) - 1;
+    numCols = std::max(numCols, last);
+    if (last > place.count) {
+        if (last > place.capacity) {
+            GrowRow(place, last);
+        }
+        // Before they are set: memory that can't be had leaves the row as it was.
+        std::fill(place.cells + place.count, place.cells + last, Cell{Missing});
+        place.count = last;
+    }
+    return place.cells + firstCol - 1;
+}
+
 void TableData::Put(int col, int row, Kind kind, std::uint64_t content) {
     Cell* cell = Make(col, row);
     if (cell != nullptr) {
@@ -343,12 +365,31 @@ const char* TableData::GetSource(int col, int row) const {
 }
 
 void TableData::SetRowRun(int firstCol, int row, std::span<const float> values) {
+    if (Cell* cell = MakeRun(firstCol, row, values.size())) {
+        for (const float value : values) {
+            *cell++ = static_cast<Cell>(std::bit_cast<std::uint32_t>(value)) << KindBits | Float;
+        }
+        return;
+    }
     for (const float value : values) {
         TableData::Set(firstCol++, row, value);
     }
 }
 
 void TableData::SetRowRun(int firstCol, int row, std::span<const double> values) {
+    while (!values.empty()) {
+        const std::span<const double> run = values.first(std::min(values.size(), NumbersTogether));
+        Cell* cell = MakeRun(firstCol, row, run.size());
+        if (cell == nullptr) {
+            break;
+        }
+        const char* place = texts.Add({reinterpret_cast<const char*>(run.data()), run.size_bytes()});
+        for (std::size_t i = 0; i < run.size(); ++i, place += sizeof(double)) {
+            *cell++ = static_cast<Cell>(reinterpret_cast<std::uintptr_t>(place)) << KindBits | Double;
+        }
+        firstCol += static_cast<int>(run.size());
+        values = values.subspan(run.size());
+    }
     for (const double value : values) {
         TableData::Set(firstCol++, row, value);
     }
@@ -361,6 +402,14 @@ void TableData::SetColumnRun(int col, int firstRow, std::span<const float> value
 }
 
 void TableData::SetColumnRun(int col, int firstRow, std::span<const double> values) {
+    while (col >= 1 && firstRow >= 1 && !values.empty()) {
+        const std::span<const double> run = values.first(std::min(values.size(), NumbersTogether));
+        const char* place = texts.Add({reinterpret_cast<const char*>(run.data()), run.size_bytes()});
+        for (std::size_t i = 0; i < run.size(); ++i, place += sizeof(double)) {
+            PutAt(col, firstRow++, Double, place);
+        }
+        values = values.subspan(run.size());
+    }
     for (const double value : values) {
         TableData::Set(col, firstRow++, value);
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <span>
@@ -101,6 +103,11 @@ public:
     /** The same of one without a source only. */
     Kind FindPlainNumber(int col, int row, double& value) const;
 
+    /** The cells of a row one after the other, with nothing to be looked up for each: valid until the table
+     * changes. */
+    class RowNumbers;
+    RowNumbers GetRowNumbers(int row) const;
+
     /** Hands a cell on, as what it is and with its source, to another place. */
     void CopyCell(int col, int row, CellOutput& output, int toCol, int toRow) const;
 
@@ -131,6 +138,12 @@ private:
         Cell cell;
     };
 
+    // The kind of a cell lies in the low bits of its word; a place in memory has as many bits to spare.
+    static constexpr unsigned int KindBits = 4;
+    static constexpr std::uint64_t KindMask = (1U << KindBits) - 1;
+    // A cell that has a source too.
+    static constexpr std::uint64_t SourceBit = std::uint64_t{1} << 63;
+
     void Put(int col, int row, Kind kind, std::uint64_t content);
     void PutAt(int col, int row, Kind kind, const char* place);
     void PutText(int col, int row, Kind kind, std::string_view text);
@@ -142,6 +155,7 @@ private:
     Number GetWide(int col, int row) const;
     Cell Find(int col, int row) const;
     Cell* Make(int col, int row);
+    Cell* MakeRun(int firstCol, int row, std::size_t count);
     Cell* MakeFar(Row& row, int col);
     void TakeFarCells(Row& row, int count);
     bool IsFar(const Row& row, int col) const;
@@ -161,3 +175,47 @@ private:
     Cell* nextCell = nullptr;
     std::size_t cellsLeft = 0;
 };
+
+/** Of the cells of a row: what number one is. */
+class TableData::RowNumbers {
+public:
+    /** As FindNumber and FindPlainNumber of the table. */
+    Kind Find(int col, double& value) const {
+        const Cell cell = At(col);
+        return (cell & SourceBit) != 0 ? NumberOf(cell, value) : FindAsItStands(cell, value);
+    }
+    Kind FindPlain(int col, double& value) const {
+        const Cell cell = At(col);
+        return (cell & SourceBit) != 0 ? Missing : FindAsItStands(cell, value);
+    }
+    /** Whether it is nothing here, and what it is the table has to be asked: there may be cells far behind
+     * the others. */
+    bool IsBeyond(int col) const { return col > count; }
+
+private:
+    friend class TableData;
+    RowNumbers(const Cell* rowCells, int cellCount) : cells(rowCells), count(cellCount) {}
+
+    Cell At(int col) const { return IsBeyond(col) ? Cell{Missing} : cells[col - 1]; }
+    static Kind FindAsItStands(Cell cell, double& value) {
+        const auto kind = static_cast<Kind>(cell & KindMask);
+        if (kind == Double) {
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): what a cell's word holds of a double is its place
+            std::memcpy(&value, reinterpret_cast<const char*>(cell >> KindBits), sizeof value);
+            return kind;
+        }
+        value = std::bit_cast<float>(static_cast<std::uint32_t>(cell >> KindBits));
+        return kind == Float ? Float : Missing;
+    }
+
+    const Cell* cells;
+    int count;
+};
+
+inline TableData::RowNumbers TableData::GetRowNumbers(int row) const {
+    if (row < 1 || static_cast<std::size_t>(row) > rows.size()) {
+        return {nullptr, 0};
+    }
+    const Row& place = rows[static_cast<std::size_t>(row) - 1];
+    return {place.cells, place.count};
+}

@@ -72,12 +72,17 @@ bool SeparatedFields::AddField(std::string_view value, std::size_t col) {
 }
 
 bool SeparatedFields::AddQuoted(std::string_view between, bool isEscaped, std::size_t col) {
+    if (keepsQuotes && col >= zoneColumns) {
+        // What quotes there are in it are doubled already.
+        if (isEscaped || rows.MustBeQuoted(between)) {
+            rows.AddQuoted(between);
+        } else {
+            rows.AddPlain(between);
+        }
+        return true;
+    }
     if (!isEscaped) {
         return AddField(between, col);
-    }
-    if (keepsQuotes && col >= zoneColumns) {
-        rows.AddQuoted(between);
-        return true;
     }
     unescaped.clear();
     AppendUnescaped(unescaped, between, rules.dialect);

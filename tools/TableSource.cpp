@@ -54,7 +54,10 @@ bool WantedRows::GetDataOrigin(int* firstDataCol, int* firstDataRow) {
 }
 
 std::optional<double> NumericRows::NumberAt(int col, int row) const {
-    const int tableRow = At(row);
+    return NumberInTable(col, At(row));
+}
+
+std::optional<double> NumericRows::NumberInTable(int col, int tableRow) const {
     if (tableRow <= heads) {
         return std::nullopt;
     }
@@ -77,6 +80,17 @@ std::optional<double> NumericRows::NumberAt(int col, int row) const {
         default:
             return table.IsFloat(col, tableRow) ? std::optional(table.GetFloatValue(col, tableRow))
                                                 : std::nullopt;
+    }
+}
+
+void NumericRows::GetNumbers(int firstCol, int row, std::span<double> numbers, double missing) const {
+    const int tableRow = At(row);
+    const TableData::RowNumbers known = GetTable().GetRowNumbers(tableRow);
+    for (double& number : numbers) {
+        const int col = firstCol++;
+        if (tableRow <= heads || known.Find(col, number) == TableData::Missing) {
+            number = NumberInTable(col, tableRow).value_or(missing);
+        }
     }
 }
 
@@ -128,9 +142,14 @@ std::size_t NumericRows::CountUnwritable() {
         return 0;
     }
     std::size_t count = 0;
+    const int cols = GetNumberOfColumns();
     for (int row = firstRow; row <= GetNumberOfRows(); ++row) {
-        for (int col = firstCol; col <= GetNumberOfColumns(); ++col) {
-            count += IsString(col, row) ? 1 : 0;
+        const int tableRow = At(row);
+        const TableData::RowNumbers known = GetTable().GetRowNumbers(tableRow);
+        for (int col = firstCol; col <= cols; ++col) {
+            double number = 0.0;
+            const bool isNumber = tableRow > heads && known.Find(col, number) != TableData::Missing;
+            count += !isNumber && IsString(col, row) ? 1 : 0;
         }
     }
     return count;

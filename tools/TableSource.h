@@ -1,10 +1,12 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "frame/NumberRowSource.h"
 #include "frame/WriteSpreadSheetData.h"
 #include "table/TableData.h"
 
@@ -39,7 +41,7 @@ private:
  * The same for a writer of numbers: a text that is a number as a whole is one, unless a leading zero makes it
  * a name; truth values are 1 and 0.
  */
-class NumericRows : public WantedRows {
+class NumericRows : public WantedRows, public NumberRowSource {
 public:
     /** `headRows`: so many rows of the table name columns, whatever their texts look like. */
     NumericRows(TableData& source, const std::vector<int>& wanted, bool safeCells, int headRows = 0)
@@ -50,11 +52,14 @@ public:
     bool IsFloat(int col, int row) override;
     bool IsString(int col, int row) override;
 
+    void GetNumbers(int firstCol, int row, std::span<double> numbers, double missing) const override;
+
     /** How many cells among the numbers are texts or dates, for which a writer of numbers has no place. */
     std::size_t CountUnwritable();
 
 private:
     std::optional<double> NumberAt(int col, int row) const;
+    std::optional<double> NumberInTable(int col, int tableRow) const;
 
     int heads;
     std::optional<std::pair<int, int>> origin;  // column and row; (0, 0): no number at all

@@ -44,11 +44,6 @@ public:
         }
     }
 
-    template <class Number>
-    std::string_view PrintReal(Number value) {
-        return {number, PrintShortest(value, number)};
-    }
-
 private:
     std::string_view PrintNumber(std::int64_t value) {
         return {number, std::to_chars(number, std::end(number), value).ptr};
@@ -59,54 +54,28 @@ private:
     char number[ShortestNumberSize];
 };
 
-/** Gathers text, so that the file is asked to write once a row, or a part of a wide one, and not once a byte.
- */
-class FieldWriter {
-public:
-    FieldWriter(char separator, OutputFile& target) : text(separator), output(target) {}
-
-    /** A field that has nothing to be quoted in it, as numbers have. */
-    void AddPlain(std::string_view field) {
-        BeginField();
-        text.AddPlain(field);
+/** Writes what rows have gathered, if that is much or `isAll`: a row by itself may be short, or have millions
+ * of fields. */
+template <class Rows>
+void WriteOut(Rows& rows, OutputFile& output, bool isAll = false) {
+    if (isAll || rows.GetBytes().size() >= PieceSize) {
+        output.Write(rows.GetBytes());
+        rows.Clear();
     }
+}
 
-    void Add(std::string_view field) {
-        BeginField();
-        text.Add(field);
+template <class Rows>
+void AddNumber(Rows& rows, TableData::Kind kind, double value) {
+    if (kind == TableData::Float) {
+        rows.AddNumber(static_cast<float>(value));
+    } else {
+        rows.AddNumber(value);
     }
+}
 
-    void EndRow() {
-        text.EndRow();
-        Flush();
-    }
-
-private:
-    void BeginField() {
-        if (text.GetBytes().size() >= PieceSize) {
-            Flush();
-        }
-    }
-
-    void Flush() {
-        output.Write(text.GetBytes());
-        text.Clear();
-    }
-
-    SeparatedText text;
-    OutputFile& output;
-};
-
+// Of any cell but a Float or Double.
 void AddJsonCell(JsonRows& json, TableData& table, CellPrinter& printer, int col, int row, bool safeCells) {
-    double value = 0.0;
     switch (table.GetKind(col, row)) {
-        case TableData::Float:
-            json.AddNumber(table.GetFloat(col, row));
-            return;
-        case TableData::Double:
-            table.FindNumber(col, row, value);
-            json.AddNumber(value);
-            return;
         case TableData::Missing:
             json.AddNull();
             return;
@@ -155,31 +124,34 @@ char GetSeparator(TableForm form) {
 
 void TableWriter::WriteSeparated(TableData& table, const std::vector<int>& rows) {
     CellPrinter printer(table);
-    FieldWriter writer(GetSeparator(request.form), output);
+    SeparatedText text(GetSeparator(request.form));
     const int cols = table.GetNumberOfColumns();
     for (const int row : rows) {
         if (output.HasFailed()) {
             return;
         }
         Interrupt::ThrowIfRequested();
+        const TableData::RowNumbers numbers = table.GetRowNumbers(row);
         for (int col = 1; col <= cols; ++col) {
+            WriteOut(text, output);
             double value = 0.0;
-            if (const TableData::Kind kind = table.FindPlainNumber(col, row, value);
-                kind != TableData::Missing) {
-                writer.AddPlain(kind == TableData::Float ? printer.PrintReal(static_cast<float>(value))
-                                                         : printer.PrintReal(value));
+            const TableData::Kind kind = numbers.IsBeyond(col) ? table.FindPlainNumber(col, row, value)
+                                                               : numbers.FindPlain(col, value);
+            if (kind != TableData::Missing) {
+                AddNumber(text, kind, value);
                 continue;
             }
             const char* const source = table.GetSource(col, row);
-            const std::string_view text = source == nullptr ? printer.Print(col, row) : source;
+            const std::string_view cell = source == nullptr ? printer.Print(col, row) : source;
             if (request.safeCells && table.IsString(col, row)) {
-                writer.Add(SafeCell(std::string(text)));
+                text.Add(SafeCell(std::string(cell)));
             } else {
-                writer.Add(text);
+                text.Add(cell);
             }
         }
-        writer.EndRow();
+        text.EndRow();
     }
+    WriteOut(text, output, true);
 }
 
 void TableWriter::WriteJsonLines(TableData& table, const std::vector<int>& rows) {
@@ -201,17 +173,21 @@ void TableWriter::WriteJsonLines(TableData& table, const std::vector<int>& rows)
         if (row < firstRow) {
             continue;
         }
+        const TableData::RowNumbers numbers = table.GetRowNumbers(row);
         for (int col = 1; col <= cols; ++col) {
-            if (json.GetBytes().size() >= PieceSize) {
-                output.Write(json.GetBytes());
-                json.Clear();
+            WriteOut(json, output);
+            double value = 0.0;
+            const TableData::Kind kind =
+                numbers.IsBeyond(col) ? table.FindNumber(col, row, value) : numbers.Find(col, value);
+            if (kind != TableData::Missing) {
+                AddNumber(json, kind, value);
+            } else {
+                AddJsonCell(json, table, printer, col, row, request.safeCells);
             }
-            AddJsonCell(json, table, printer, col, row, request.safeCells);
         }
         json.EndRow();
-        output.Write(json.GetBytes());
-        json.Clear();
     }
+    WriteOut(json, output, true);
 }
 
 std::optional<RowTextForm> TableWriter::GetRowTextForm(std::size_t width) const {

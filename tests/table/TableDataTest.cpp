@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "base/TextArena.h"
 
@@ -54,6 +57,82 @@ TEST(TableData, PlainNumbersAreFoundAndNothingElse) {
     EXPECT_EQ(static_cast<float>(value), 0.1F);
     EXPECT_EQ(table.FindPlainNumber(2, 1, value), TableData::Double);
     EXPECT_EQ(value, -1e300);
+}
+
+namespace {
+
+void ExpectSameCells(TableData& table, TableData& expected) {
+    ASSERT_EQ(table.GetNumberOfColumns(), expected.GetNumberOfColumns());
+    ASSERT_EQ(table.GetNumberOfRows(), expected.GetNumberOfRows());
+    for (int row = 1; row <= expected.GetNumberOfRows() + 1; ++row) {
+        const TableData::RowNumbers numbers = table.GetRowNumbers(row);
+        for (int col = 1; col <= expected.GetNumberOfColumns() + 1; ++col) {
+            ASSERT_EQ(table.GetKind(col, row), expected.GetKind(col, row)) << col << "," << row;
+            if (expected.GetKind(col, row) == TableData::Missing) {
+                continue;
+            }
+            ASSERT_EQ(table.GetString(col, row), expected.GetString(col, row)) << col << "," << row;
+            double number = 0.0;
+            double wanted = 0.0;
+            if (numbers.IsBeyond(col)) {
+                ASSERT_EQ(numbers.Find(col, number), TableData::Missing);
+                continue;
+            }
+            ASSERT_EQ(numbers.FindPlain(col, number), expected.FindPlainNumber(col, row, wanted));
+            ASSERT_EQ(numbers.Find(col, number), expected.FindNumber(col, row, wanted));
+            if (expected.FindNumber(col, row, wanted) != TableData::Missing) {
+                ASSERT_EQ(number, wanted);
+            }
+        }
+    }
+}
+
+}  // namespace
+
+// Of any length, at any place, over cells of other kinds, far to the right, and with sources behind.
+TEST(TableData, RunsAreTheCellsThatTheyHold) {
+    std::mt19937 random(5);
+    for (const int columns : {3, 40, 900, 5000}) {
+        TableData table;
+        TableData expected;
+        for (int step = 0; step < 300; ++step) {
+            const int col = static_cast<int>(random() % 7 == 0 ? random() % static_cast<unsigned int>(columns)
+                                                               : random() % 3);
+            const int row = static_cast<int>(random() % 20);
+            std::vector<double> doubles(random() % 3 == 0 ? random() % 1200 : random() % 5);
+            std::generate(doubles.begin(), doubles.end(), [&] { return static_cast<double>(random()) / 7; });
+            std::vector<float> floats(doubles.begin(), doubles.end());
+            const auto kind = random() % 6;
+            const int count = static_cast<int>(doubles.size());
+            for (int i = 0; i < count; ++i) {
+                const auto place = static_cast<std::size_t>(i);
+                if (kind == 0) {
+                    expected.Set(col + i, row, doubles[place]);
+                } else if (kind == 1) {
+                    expected.Set(col + i, row, floats[place]);
+                } else if (kind == 2) {
+                    expected.Set(col, row + i, doubles[place]);
+                } else if (kind == 3) {
+                    expected.Set(col, row + i, floats[place]);
+                }
+            }
+            if (kind == 0) {
+                table.SetRowRun(col, row, doubles);
+            } else if (kind == 1) {
+                table.SetRowRun(col, row, floats);
+            } else if (kind == 2) {
+                table.SetColumnRun(col, row, doubles);
+            } else if (kind == 3) {
+                table.SetColumnRun(col, row, floats);
+            } else {
+                for (TableData* const each : {&table, &expected}) {
+                    each->SetSource(col, row, "source " + std::to_string(step));
+                    each->Set(col + 1, row, step % 2 == 0 ? "text" : "another text");
+                }
+            }
+        }
+        ExpectSameCells(table, expected);
+    }
 }
 
 TEST(TableData, NegativeNumbersStay) {

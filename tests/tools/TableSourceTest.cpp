@@ -59,3 +59,37 @@ TEST(TableSource, SafeCellsAreNoFormulas) {
         EXPECT_EQ(SafeCell(text), text);
     }
 }
+
+// Many at once, for a writer that takes them so.
+TEST(NumericRows, NumbersOfARowAreThoseOfItsCells) {
+    TableData table;
+    const std::vector<int> rows = {1, 2, 4, 6};
+    constexpr int Cols = 9;
+    for (int row = 1; row <= 6; ++row) {
+        table.Set(1, row, 0.5 * row);
+        table.Set(2, row, 0.25F);
+        table.Set(3, row, row % 2 == 0 ? "12.5" : "text");
+        table.Set(4, row, "007");
+        table.Set(5, row, std::int64_t{1} << 40);
+        table.SetBool(6, row, true);
+        table.SetDate(7, row, 20'000);
+        table.SetMissing(8, row);
+        table.Set(9, row, 1.0 / row);
+        table.SetSource(9, row, "a third");
+    }
+    for (const int heads : {0, 1}) {
+        NumericRows source(table, rows, false, heads);
+        for (int row = 1; row <= static_cast<int>(rows.size()); ++row) {
+            for (int first = 1; first <= Cols; ++first) {
+                // One more than there are columns.
+                std::vector<double> numbers(static_cast<std::size_t>(Cols - first + 2));
+                source.GetNumbers(first, row, numbers, -1.0);
+                for (int col = first; col <= Cols + 1; ++col) {
+                    EXPECT_EQ(numbers[static_cast<std::size_t>(col - first)],
+                              source.IsFloat(col, row) ? source.GetFloatValue(col, row) : -1.0)
+                        << col << "," << row;
+                }
+            }
+        }
+    }
+}
