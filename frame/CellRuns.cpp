@@ -8,9 +8,9 @@ CellRuns::CellRuns(ReadSpreadSheetData& sink, CellOutput& cellOutput)
     }
 }
 
-// False where cells so far to the right aren't gathered, or none.
+// False where cells so far to the right aren't gathered.
 bool CellRuns::TakeRoom(std::size_t place) {
-    if (cellRuns == nullptr || place >= MostColumns) {
+    if (place >= MostColumns) {
         return false;
     }
     room = place + 1;

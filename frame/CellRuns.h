@@ -25,21 +25,18 @@ public:
 
     /** Columns and rows count from 1. */
     void Put(int col, int row, double number) {
-        if (Run* const run = FindRun(col, row, Kind::Numbers)) {
-            run->numbers[static_cast<std::size_t>(run->count++)] = number;
-        } else {
+        if (cellRuns == nullptr) {
             output.Number(col, row, number);
+        } else {
+            Gather(col, row, number);
         }
     }
     /** A text of a list, which stays as it is until EndAll, by its place there. */
     void PutListed(int col, int row, const TextList& textList, std::size_t place) {
-        if (&textList != list) {
-            ChangeList(textList);
-        }
-        if (Run* const run = FindRun(col, row, Kind::Texts)) {
-            run->places[static_cast<std::size_t>(run->count++)] = static_cast<std::uint32_t>(place);
-        } else {
+        if (cellRuns == nullptr) {
             output.ListedText(col, row, textList, place);
+        } else {
+            GatherListed(col, row, textList, place);
         }
     }
     /** The next cell of this column is set by another road. */
@@ -71,6 +68,23 @@ private:
         Run() {}  // NOLINT(cppcoreguidelines-pro-type-member-init,modernize-use-equals-default)
     };
 
+    void Gather(int col, int row, double number) {
+        if (Run* const run = FindRun(col, row, Kind::Numbers)) {
+            run->numbers[static_cast<std::size_t>(run->count++)] = number;
+        } else {
+            output.Number(col, row, number);
+        }
+    }
+    void GatherListed(int col, int row, const TextList& textList, std::size_t place) {
+        if (&textList != list) {
+            ChangeList(textList);
+        }
+        if (Run* const run = FindRun(col, row, Kind::Texts)) {
+            run->places[static_cast<std::size_t>(run->count++)] = static_cast<std::uint32_t>(place);
+        } else {
+            output.ListedText(col, row, textList, place);
+        }
+    }
     // That which takes this cell next; null where the cell goes at once.
     Run* FindRun(int col, int row, Kind kind) {
         const std::size_t place = static_cast<std::size_t>(col) - 1;
