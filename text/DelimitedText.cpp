@@ -49,6 +49,10 @@ constexpr int LinesToEndAt = 32;
 // Pieces below this aren't worth looking for, for a while.
 constexpr std::size_t LeastPiece = std::size_t{1} << 14;
 constexpr std::size_t BetweenTries = std::size_t{1} << 17;
+// Of a text that is believed to be plain: how far it is looked ahead, and how many records may be read by
+// themselves before all of it is looked at.
+constexpr std::size_t PlainAtOnce = std::size_t{1} << 16;
+constexpr int MostProven = 1024;
 // A piece keeps a number for each line and column.
 constexpr std::size_t MostPieceColumns = 10'000;
 // Where threads cost more than they bring, and how many bring the most.
@@ -223,7 +227,12 @@ void DelimitedText::Read(ReadSpreadSheetData& sink, const std::function<void()>&
     auto* const runSink = dynamic_cast<CellRunSink*>(&sink);
     const bool wantsEvidence = output.WantsWholeEvidence();
     // Texts in runs must be known to be UTF-8.
-    if ((!isStreaming || wantsEvidence || runSink != nullptr) && source.ExamineWhole(context)) {
+    proven = 0;
+    plainUntil = !isStreaming && !hasDirective && dialect.delimiter.size() == 1 && !dialect.mergeRuns
+                     ? source.GetPlainBeginning()
+                     : 0;
+    if (!IsBelievedPlain() && (!isStreaming || wantsEvidence || runSink != nullptr) &&
+        source.ExamineWhole(context)) {
         ExamineHead();
     }
     if (isStreaming && wantsEvidence) {
@@ -235,6 +244,7 @@ void DelimitedText::Read(ReadSpreadSheetData& sink, const std::function<void()>&
     cellRuns = runSink != nullptr && runSink->PrefersCellRuns() ? runSink : nullptr;
     rowTextSink = isStreaming ? dynamic_cast<RowTextSink*>(&sink) : nullptr;
     ReadRecords(output);
+    EndBelief();
     HandOutRowTexts();
     if (!isStreaming) {
         ConvertAgain(output);
@@ -271,7 +281,13 @@ void DelimitedText::ReadRecords(CellOutput& output) {
     std::optional<PieceReaders> readers;
     std::size_t oneByOneUntil = 0;
     bool hasMore = true;
+    bool isBelieved = IsBelievedPlain();
     while (hasMore) {
+        if (isBelieved != IsBelievedPlain()) {
+            isBelieved = IsBelievedPlain();
+            readers.reset();
+            oneByOneUntil = 0;
+        }
         if (WantsOtherRows()) {
             HandOutRowTexts();
             rowTextForm = rowTextSink->GetRowTextForm();
@@ -284,6 +300,9 @@ void DelimitedText::ReadRecords(CellOutput& output) {
             }
             const std::size_t begin = scanner.GetEnd();
             ReadPieces(*readers, scanner, output);
+            if (isBelieved != IsBelievedPlain()) {
+                continue;
+            }
             const std::size_t done = scanner.GetEnd() - begin;
             // Where records are of a kind that pieces can't be made of, further looks would be in vain.
             oneByOneUntil = done < LeastPiece ? scanner.GetEnd() + BetweenTries : 0;
@@ -297,6 +316,7 @@ bool DelimitedText::ReadRecord(RecordScanner& scanner, CellOutput& output) {
         return ReadRowText(scanner, output);
     }
     HandOutRowTexts();
+    ProveNext(scanner);
     if (const auto line = scanner.NextLine()) {
         BeginRecord(scanner.GetStart());
         EndRecord(output, PutLine(*line, output));
@@ -347,7 +367,8 @@ LineRules DelimitedText::GetLineRules() const {
     rules.dialect = dialect;
     rules.types = types;
     rules.dateOrder = options.dateOrder;
-    rules.isUtf8 = !source.NeedsConversion();
+    rules.isUtf8 = AreFieldsUtf8();
+    rules.mustBePlain = IsBelievedPlain();
     rules.isOneByte = source.GetEncoding().kind == TextEncoding::Windows1252;
     rules.makesRuns = cellRuns != nullptr;
     rules.makesTexts = MakesTextRuns();
@@ -397,6 +418,7 @@ void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, Ce
     const std::size_t largestPiece =
         std::clamp(head.usualWidth * BytesOfColumn, LargestPiece, LargestWidePiece);
     bool hasMore = true;
+    const bool isBelieved = IsBelievedPlain();
     const CopyingByReaders copying(cellRuns, readers);
     while (hasMore || !readers.IsEmpty()) {
         while (hasMore && readers.HasRoom()) {
@@ -412,9 +434,18 @@ void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, Ce
         if (!readers.IsEmpty()) {
             const LinePiece& piece = readers.Take();
             const std::size_t end = PlaceOf(piece.GetLines().data()) + piece.GetLines().size();
-            PutPiece(piece, scanner, output);
+            if (!piece.IsPlain()) {
+                GiveUpBelief(scanner, scanner.GetEnd());
+            } else {
+                plainUntil = isBelieved ? std::max(plainUntil, end) : 0;
+                PutPiece(piece, scanner, output);
+            }
             readers.LetGo();
             ExpectRows(scanner.GetEnd());
+            if (isBelieved != IsBelievedPlain()) {
+                readers.Forget();
+                return;
+            }
             if (scanner.GetEnd() != end) {
                 readers.Forget();
                 spanLines = true;
@@ -423,6 +454,56 @@ void DelimitedText::ReadPieces(PieceReaders& readers, RecordScanner& scanner, Ce
             hasMore = hasMore && !WantsOtherRows();
         }
     }
+}
+
+// Whether the text is plain up to here, and looks a little further.
+bool DelimitedText::IsPlainUpTo(std::size_t end) {
+    if (end > plainUntil) {
+        const std::size_t until = std::min(text.size(), end + PlainAtOnce);
+        if (!IsPlain(text.substr(plainUntil, until - plainUntil))) {
+            return false;
+        }
+        plainUntil = until;
+    }
+    return true;
+}
+
+// The record that is next must be plain where the text is believed to be, with all that is looked at to
+// divide it. Of quotes that leave a choice, that may be anything; and many such looks cost more than one at
+// the whole.
+void DelimitedText::ProveNext(RecordScanner& scanner) {
+    if (!IsBelievedPlain()) {
+        return;
+    }
+    const std::size_t start = scanner.GetEnd();
+    RecordScanner trial = MakeScanner();
+    trial.Seek(start);
+    const bool isThere = trial.NextLine() || trial.Next();
+    // A doubled quote, or a second character of a line end, may be behind it.
+    const std::size_t end = std::min(text.size(), trial.GetEnd() + 1);
+    if (isThere && (++proven > MostProven || trial.HasFaultyQuotes() || !IsPlainUpTo(end))) {
+        GiveUpBelief(scanner, start);
+    }
+}
+
+// The whole text is looked at after all. Up to here nothing of it was another one than it is now.
+void DelimitedText::GiveUpBelief(RecordScanner& scanner, std::size_t place) {
+    plainUntil = 0;
+    if (source.ExamineWhole(context)) {
+        text = source.GetText();
+    }
+    scanner = MakeScanner();
+    scanner.Seek(place);
+}
+
+// Behind the last record.
+void DelimitedText::EndBelief() {
+    if (IsBelievedPlain() && IsPlainUpTo(text.size())) {
+        source.TakeAsPlain();
+    } else if (IsBelievedPlain() && source.ExamineWhole(context)) {
+        text = source.GetText();
+    }
+    plainUntil = 0;
 }
 
 // As many for each byte to come as there are of those up to here, and a few more.
@@ -462,11 +543,13 @@ void DelimitedText::PutPiece(const LinePiece& piece, RecordScanner& scanner, Cel
     isHead = isRemark = false;
     votes.clear();
     std::uint32_t row = 0;
+    const bool isBelieved = IsBelievedPlain();
     for (const LinePiece::OddLine& odd : piece.GetOddLines()) {
         PutRows(piece, row, odd.row, output);
-        scanner.Seek(PlaceOf(odd.line.data()));
+        const std::size_t place = PlaceOf(odd.line.data());
+        scanner.Seek(place);
         ReadRecord(scanner, output);
-        if (scanner.GetEnd() != PlaceOf(odd.line.data()) + odd.line.size()) {
+        if (scanner.GetEnd() != place + odd.line.size() || isBelieved != IsBelievedPlain()) {
             return;
         }
         isHead = isRemark = false;
@@ -671,8 +754,7 @@ bool DelimitedText::HasRuns(std::size_t col) const {
 
 // Whether texts are UTF-8 without a further look, or become it without one.
 bool DelimitedText::MakesTextRuns() const {
-    return cellRuns != nullptr &&
-           (!source.NeedsConversion() || source.GetEncoding().kind == TextEncoding::Windows1252);
+    return cellRuns != nullptr && (AreFieldsUtf8() || source.GetEncoding().kind == TextEncoding::Windows1252);
 }
 
 void DelimitedText::PutRun(const LinePiece& piece, std::size_t col, std::uint32_t first, std::uint32_t last,

@@ -76,6 +76,12 @@ private:
     std::size_t PlaceOf(const char* byte) const { return static_cast<std::size_t>(byte - text.data()); }
     void ReadPieces(PieceReaders& readers, RecordScanner& scanner, CellOutput& output);
     void ExpectRows(std::size_t place);
+    bool IsBelievedPlain() const { return plainUntil > 0; }
+    bool AreFieldsUtf8() const { return IsBelievedPlain() || !source.NeedsConversion(); }
+    bool IsPlainUpTo(std::size_t end);
+    void ProveNext(RecordScanner& scanner);
+    void GiveUpBelief(RecordScanner& scanner, std::size_t place);
+    void EndBelief();
     void PutPiece(const LinePiece& piece, RecordScanner& scanner, CellOutput& output);
     bool IsBelowHead() const;
     bool WantsOtherRows() const;
@@ -159,6 +165,10 @@ private:
     std::size_t letGo = 0;  // of a text that streams: what is behind the reading
     // Of the pieces: how far the columns' others were handed out.
     std::vector<std::size_t> othersPut;
+    // Of a text that is believed to be plain: how far it was seen to be, and by how many records read by
+    // themselves; 0 of all others.
+    std::size_t plainUntil = 0;
+    int proven = 0;
     bool spanLines = false;  // records do, so that a line end may be in quotes
     std::vector<double> rowNumbers;
     std::vector<std::pair<int, std::string_view>> sourcesOfRow;

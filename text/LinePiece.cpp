@@ -236,6 +236,10 @@ std::string_view LinePiece::FindOddLine(const char* end) const {
 
 void LinePiece::Read(std::string_view lines, const LineRules& rules) {
     Clear(lines, rules);
+    isPlain = !rules.mustBePlain || ::IsPlain(lines);
+    if (!isPlain) {
+        return;
+    }
     if (rules.rowTexts) {
         ReadRowTexts(rules, *rules.rowTexts);
         return;

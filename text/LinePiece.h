@@ -27,6 +27,7 @@ struct LineRules {
     std::vector<ColumnType> types; /**< of the columns of most lines */
     DateOrder dateOrder = DateOrder::None;
     bool isUtf8 = false;                 /**< all bytes are known to be */
+    bool mustBePlain = false;            /**< that is so for plain lines only, which has to be looked at */
     bool isOneByte = false;              /**< bytes above ASCII are characters by themselves */
     bool makesRuns = false;              /**< truth values, dates and times lie side by side, as numbers do */
     bool makesTexts = false;             /**< and so do texts */
@@ -88,6 +89,8 @@ public:
     std::string_view GetLines() const { return text; }
     /** What of the lines is here: all but a record at the end whose quote isn't closed in them. */
     std::string_view GetTaken() const { return text.substr(0, taken); }
+    /** False where lines that must be plain aren't: then nothing else is here. */
+    bool IsPlain() const { return isPlain; }
     /** False where carriage returns part lines as well, or lines can't be rows of text: then nothing else
      * here holds. */
     bool IsParted() const { return isParted; }
@@ -141,6 +144,7 @@ private:
     std::uint32_t rows = 0;
     std::size_t room = 0;  // for so many rows, in columns as these rules have them
     const LineRules* madeFor = nullptr;
+    bool isPlain = true;
     bool isParted = true;
     bool isOpen = false;           // a quote at the end isn't closed
     const char* record = nullptr;  // the one that is read

@@ -107,7 +107,7 @@ private:
     bool ClosesField(const char* behindQuote) const;
 
     std::string_view text;
-    const TextDialect dialect;
+    TextDialect dialect;
     std::size_t width;
     bool isCut;
     bool partsLines;  // the delimiter has neither a line end nor a quote in it

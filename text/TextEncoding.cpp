@@ -53,10 +53,13 @@ bool IsPlainByte(char byte) {
 std::size_t CountPlain(std::string_view bytes) {
     constexpr std::size_t Word = sizeof(std::uint64_t);
     constexpr std::size_t Run = 8 * Word;
+    // The look is faster than memory.
+    constexpr std::size_t PrefetchDistance = 4096;
     std::size_t count = 0;
     for (; ByteWord::IsUsable && bytes.size() - count >= Word; count += Word) {
         while (count >= Run && bytes.size() - count >= Run && count % Run == 0 &&
                IsPlainRun<Run>(bytes.substr(count))) {
+            __builtin_prefetch(bytes.data() + count + PrefetchDistance);
             count += Run;
         }
         if (bytes.size() - count < Word) {
@@ -179,6 +182,10 @@ TextEncoding GetNamedEncoding(const std::string& name, std::string_view bytes) {
     }
     encoding.markLength = mark != nullptr && mark->kind == encoding.kind ? mark->bytes.size() : 0;
     return encoding;
+}
+
+bool IsPlain(std::string_view bytes) {
+    return CountPlain(bytes) == bytes.size();
 }
 
 ByteFacts ExamineBytes(std::string_view bytes) {

@@ -40,6 +40,8 @@ struct ByteFacts {
     bool holdNuls = false;
 };
 ByteFacts ExamineBytes(std::string_view bytes);
+/** Whether all bytes are ASCII and none is NUL: the same text in most encodings. */
+bool IsPlain(std::string_view bytes);
 
 /** Appends Windows-1252 as UTF-8. */
 void AppendWindows1252(std::string& text, std::string_view bytes);

@@ -177,6 +177,13 @@ bool TextSource::ExamineWhole(karta::ReadContext& context) {
     return isOther;
 }
 
+// Nothing but NULs behind the beginning would make it the whole text.
+std::size_t TextSource::GetPlainBeginning() const {
+    const bool mayBe = !isExamined && encoding.kind == TextEncoding::Utf8 && text.size() > BeginningSize &&
+                       text.back() != '\0' && IsPlain(text.substr(0, BeginningSize));
+    return mayBe ? BeginningSize : 0;
+}
+
 void TextSource::LetGo(std::size_t begin, std::size_t end) const {
     if (decoded.empty()) {
         file.LetGo(encoding.markLength + begin, encoding.markLength + end);

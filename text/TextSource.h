@@ -43,6 +43,14 @@ public:
      */
     bool ExamineWhole(karta::ReadContext& context);
 
+    /**
+     * How much of the beginning is plain, where all of the text may be: who reads the whole may look at it
+     * meanwhile, and call ExamineWhole at the first place that isn't. 0 where that is to be called at once.
+     */
+    std::size_t GetPlainBeginning() const;
+    /** All of the text was found to be plain. */
+    void TakeAsPlain() { isExamined = isKnownUtf8 = true; }
+
     /** The text up to here isn't looked at again soon: its memory may be used otherwise meanwhile. */
     void LetGo(std::size_t offset) const { LetGo(0, offset); }
 

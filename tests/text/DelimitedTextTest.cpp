@@ -160,6 +160,65 @@ TEST_F(DelimitedTextTest, BytesFarBehindTellTheEncodingOfATable) {
     EXPECT_EQ(read->FactOf("encoding"), "Windows-1252");
 }
 
+// A megabyte of plain text lets the rest be looked at while it is read: what turns out otherwise there is as
+// if it had been looked at before.
+TEST_F(DelimitedTextTest, PlainTextThatTurnsOutOtherwiseFarBehindIsReadAsThat) {
+    const int rows = 200'000;
+    const std::string plain = "a,b\n" + Repeat("1.5,x\n", rows);
+    const std::string more = Repeat("2.5,y\n", rows);
+    struct Turn {
+        std::string line;
+        const char* number;
+        const char* text;
+        const char* note;
+    };
+    using namespace std::string_literals;
+    const std::vector<Turn> turns = {{"3.5,caf\xe9\n", "3.5", "caf\xc3\xa9", "assumed-encoding"},
+                                     {"3.5,caf\xc3\xa9\n", "3.5", "caf\xc3\xa9", nullptr},
+                                     {"3.\0005,z\n"s, "3.5", "z", "dropped-nuls"},
+                                     {"\0003.5,z\n"s, "3.5", "z", "dropped-nuls"},
+                                     {"\"3.5\0\",\"z\0\"\"\"\n"s, "3.5", "z\"", "dropped-nuls"},
+                                     {"3.5,\"z\nz \xe9\"\n", "3.5", "z\nz \xc3\xa9", "assumed-encoding"},
+                                     {"3.5,\"z\n", "3.5", "\"z", nullptr}};
+    for (const Turn& turn : turns) {
+        const auto read = Read(plain + turn.line + more);
+        ASSERT_EQ(read->status, 0) << turn.line;
+        EXPECT_EQ(read->table.GetNumberOfRows(), 1 + rows + 1 + rows) << turn.line;
+        EXPECT_EQ(read->At(1, rows + 2), turn.number) << turn.line;
+        EXPECT_EQ(read->At(2, rows + 2), turn.text) << turn.line;
+        for (const int row : {2, rows + 1, rows + 3, 2 * rows + 2}) {
+            EXPECT_EQ(read->At(1, row), row < rows + 2 ? "1.5" : "2.5") << turn.line;
+            EXPECT_EQ(read->At(2, row), row < rows + 2 ? "x" : "y") << turn.line;
+        }
+        for (const char* note : {"assumed-encoding", "dropped-nuls", "not-utf-8"}) {
+            EXPECT_EQ(read->HasNote(note), turn.note != nullptr && std::string(note) == turn.note)
+                << note << turn.line;
+        }
+    }
+}
+
+TEST_F(DelimitedTextTest, PlainTextOfManyRecordsByThemselvesMayTurnOutOtherwiseToo) {
+    const int rows = 150'000;
+    const auto read = Read("a,b\n" + Repeat("1.5,x\n1.5,x,x\n", rows) + "3.5,caf\xe9\n3.5,caf\xe9,\xe9\n" +
+                           Repeat("2.5,y\n", rows));
+    EXPECT_EQ(read->table.GetNumberOfRows(), 1 + 2 * rows + 2 + rows);
+    EXPECT_EQ(read->At(2, 2 * rows + 2), "caf\xc3\xa9");
+    EXPECT_EQ(read->At(3, 2 * rows + 3), "\xc3\xa9");
+    EXPECT_TRUE(read->HasNote("assumed-encoding"));
+}
+
+// Of a text that NULs fill up, all is the beginning.
+TEST_F(DelimitedTextTest, NulsBehindPlainTextAreLeftOut) {
+    const int rows = 200'000;
+    for (const int nuls : {1, 5'000}) {
+        const auto read =
+            Read("a,b\n" + Repeat("1.5,x\n", rows) + std::string(static_cast<std::size_t>(nuls), '\0'));
+        EXPECT_EQ(read->table.GetNumberOfRows(), 1 + rows);
+        EXPECT_EQ(read->At(2, 1 + rows), "x");
+        EXPECT_TRUE(read->HasNote("dropped-nuls"));
+    }
+}
+
 TEST_F(DelimitedTextTest, PackedFilesAreRefusedByName) {
     const auto gzip = Read("\x1f\x8b\x08xyz");
     EXPECT_NE(gzip->status, 0);

@@ -207,3 +207,23 @@ TEST(LinePieceTest, PiecesOneAfterTheOtherLeaveNothingOfTheLastOne) {
         }
     }
 }
+
+TEST(LinePieceTest, LinesThatMustBePlainAreReadIfTheyAre) {
+    LineRules rules = MakeRules(2, ',');
+    rules.mustBePlain = true;
+    const std::string plain = "1.5,2.5\n3.5,4.5\n";
+    rules.textEnd = plain.data() + plain.size();
+    LinePiece piece;
+    piece.Read(plain, rules);
+    EXPECT_TRUE(piece.IsPlain());
+    EXPECT_EQ(piece.GetRowCount(), 2U);
+    for (const char other : {'\0', '\x80', '\xe9'}) {
+        for (std::size_t place = 0; place < plain.size(); ++place) {
+            std::string text = plain;
+            text[place] = other;
+            rules.textEnd = text.data() + text.size();
+            piece.Read(text, rules);
+            EXPECT_FALSE(piece.IsPlain()) << place;
+        }
+    }
+}
