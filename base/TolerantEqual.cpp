@@ -1,13 +1,11 @@
 #include "base/TolerantEqual.h"
 
-#include <cmath>
-
 namespace {
 // One unit in the last place of a float's fraction.
 constexpr double Tolerance = 0x1p-23;
 }  // namespace
 
-bool TolerantEqual(double left, double right) {
+bool karta::AreTolerantlyEqual(double left, double right) {
     if (std::isnan(left) || std::isnan(right)) {
         return std::isnan(left) && std::isnan(right);
     }

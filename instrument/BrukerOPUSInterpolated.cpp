@@ -1,5 +1,7 @@
 #include "instrument/BrukerOPUSInterpolated.h"
 
+#include <span>
+
 #include "base/ByteCursor.h"
 #include "frame/FormatRecogniser.h"
 #include "instrument/InterPolateValues.h"
@@ -30,11 +32,11 @@ int BrukerOPUSInterpolated::Read(ReadSpreadSheetData* sink) {
 
 void BrukerOPUSInterpolated::SetInterpolatedValues(const BrukerOPUSRecord& record, ByteCursor values,
                                                    ReadSpreadSheetData& sink, int row) {
-    xs.clear();
-    ys.clear();
-    for (int i = 0; !values.AtEnd(); ++i) {
-        xs.push_back(record.GetX(i));
-        ys.push_back(values.ReadFloat());
+    ys.resize(static_cast<std::size_t>(values.GetRemaining()) / sizeof(float));
+    values.ReadRun(std::span<float>(ys));
+    xs.resize(ys.size());
+    for (std::size_t i = 0; i < xs.size(); ++i) {
+        xs[i] = record.GetX(static_cast<int>(i));
     }
     const auto scaleFactor = static_cast<float>(record.scaleFactor);
     int column = OPUSFirstValueColumn;

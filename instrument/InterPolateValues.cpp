@@ -13,7 +13,6 @@ constexpr int None = -1;
 struct Point {
     float x;
     float y;
-    std::size_t index;  // in the spectrum
 };
 
 /** The neighbours of a grid value, by their places among the valid points; None where there is none. */
@@ -22,45 +21,57 @@ struct Bracket {
     int upper = None;
 };
 
-// Brings the points into ascending order of x; those with one x stay in their order. Axes are regular, so
-// that there is hardly ever anything to sort.
-void SortPoints(std::vector<Point>& points) {
-    const auto isNotDescending = [](const Point& left, const Point& right) { return left.x <= right.x; };
-    if (std::adjacent_find(points.begin(), points.end(), isNotDescending) == points.end()) {
-        std::reverse(points.begin(), points.end());
-        return;
-    }
-    const auto isBefore = [](const Point& left, const Point& right) {
-        return left.x < right.x || (left.x == right.x && left.index < right.index);
-    };
-    if (!std::is_sorted(points.begin(), points.end(), isBefore)) {
-        std::sort(points.begin(), points.end(), isBefore);
-    }
-}
+/** Those of all grid values; all without one of the two are from one place to before the other. */
+struct Brackets {
+    std::vector<Bracket> all;
+    std::size_t firstGap = 0;
+    std::size_t gapsEnd = 0;
+};
 
-// The points that have a value, in ascending order of x; of those with one x the first.
-std::vector<Point> ValidPoints(const std::vector<float>& xs, const std::vector<float>& ys) {
-    std::vector<Point> points;
-    points.reserve(xs.size());
-    for (std::size_t i = 0; i < xs.size(); ++i) {
-        if (ys[i] != MissingValue && !std::isnan(xs[i])) {
-            points.push_back({xs[i], ys[i], i});
-        }
-    }
-    SortPoints(points);
+// Brings the points into ascending order of x; of those with one x the first stays.
+void SortPoints(std::vector<Point>& points) {
+    std::stable_sort(points.begin(), points.end(),
+                     [](const Point& left, const Point& right) { return left.x < right.x; });
     points.erase(std::unique(points.begin(), points.end(),
                              [](const Point& left, const Point& right) { return left.x == right.x; }),
                  points.end());
+}
+
+// The points that have a value, in ascending order of x; of those with one x the first. Axes are regular, so
+// that there is hardly ever anything to sort.
+std::vector<Point> ValidPoints(const std::vector<float>& xs, const std::vector<float>& ys) {
+    std::vector<Point> points(xs.size());
+    std::size_t count = 0;
+    bool isAscending = true;
+    bool isDescending = true;
+    for (std::size_t i = 0; i < xs.size(); ++i) {
+        if (ys[i] != MissingValue && !std::isnan(xs[i])) {
+            const float before = points[count == 0 ? 0 : count - 1].x;
+            isAscending = isAscending && (count == 0 || before < xs[i]);
+            isDescending = isDescending && (count == 0 || before > xs[i]);
+            points[count++] = {xs[i], ys[i]};
+        }
+    }
+    points.resize(count);
+    if (!isAscending && isDescending) {
+        std::reverse(points.begin(), points.end());
+    } else if (!isAscending) {
+        SortPoints(points);
+    }
     return points;
 }
 
 // The place of the first point behind x. `place` is a guess: the place of the grid's last value, from which
 // the next one is a step or two away.
 std::size_t FindPlace(const std::vector<Point>& points, float x, std::size_t place) {
-    const std::size_t last = std::min(place + 2, points.size());
-    for (std::size_t i = place > 2 ? place - 2 : 0; i <= last; ++i) {
-        if ((i == 0 || points[i - 1].x <= x) && (i == points.size() || points[i].x > x)) {
-            return i;
+    constexpr int MostSteps = 4;
+    for (int step = 0; step < MostSteps; ++step) {
+        if (place < points.size() && points[place].x <= x) {
+            ++place;
+        } else if (place > 0 && points[place - 1].x > x) {
+            --place;
+        } else {
+            return place;
         }
     }
     const auto behind = std::upper_bound(points.begin(), points.end(), x,
@@ -68,12 +79,14 @@ std::size_t FindPlace(const std::vector<Point>& points, float x, std::size_t pla
     return static_cast<std::size_t>(behind - points.begin());
 }
 
-std::vector<Bracket> FindBrackets(const std::vector<float>& grid, const std::vector<Point>& points) {
-    std::vector<Bracket> brackets;
-    brackets.reserve(grid.size());
+Brackets FindBrackets(const std::vector<float>& grid, const std::vector<Point>& points) {
+    Brackets brackets;
+    brackets.all.resize(grid.size());
+    brackets.firstGap = grid.size();
     std::size_t place = 0;
-    for (const float x : grid) {
-        Bracket bracket;
+    for (std::size_t i = 0; i < grid.size(); ++i) {
+        const float x = grid[i];
+        Bracket& bracket = brackets.all[i];
         if (!std::isnan(x)) {
             place = FindPlace(points, x, place);
             bracket.lower = static_cast<int>(place) - 1;
@@ -83,7 +96,10 @@ std::vector<Bracket> FindBrackets(const std::vector<float>& grid, const std::vec
                 bracket.upper = None;
             }
         }
-        brackets.push_back(bracket);
+        if (bracket.lower == None || bracket.upper == None) {
+            brackets.firstGap = std::min(brackets.firstGap, i);
+            brackets.gapsEnd = i + 1;
+        }
     }
     return brackets;
 }
@@ -108,17 +124,31 @@ void ExtendEnds(std::vector<Bracket>& brackets, int numPoints) {
 }
 
 // What still has no lower neighbour takes the next grid value's, what has no upper one the previous one's.
-void FillGaps(std::vector<Bracket>& brackets) {
-    for (std::size_t i = brackets.size(); i-- > 1;) {
-        if (brackets[i - 1].lower == None) {
-            brackets[i - 1].lower = brackets[i].lower;
+void FillGaps(Brackets& brackets) {
+    std::vector<Bracket>& all = brackets.all;
+    for (std::size_t i = std::min(brackets.gapsEnd, all.size() - 1); i > brackets.firstGap; --i) {
+        if (all[i - 1].lower == None) {
+            all[i - 1].lower = all[i].lower;
         }
     }
-    for (std::size_t i = 1; i < brackets.size(); ++i) {
-        if (brackets[i].upper == None) {
-            brackets[i].upper = brackets[i - 1].upper;
+    for (std::size_t i = std::max<std::size_t>(brackets.firstGap, 1); i < brackets.gapsEnd; ++i) {
+        if (all[i].upper == None) {
+            all[i].upper = all[i - 1].upper;
         }
     }
+}
+
+inline float ValueOnLine(float x1, float x2, float y1, float y2, float x) {
+    if (y1 == MissingValue || y2 == MissingValue || x1 == MissingValue || x2 == MissingValue) {
+        if (TolerantEqual(x1, x)) {
+            return y1;
+        }
+        return TolerantEqual(x2, x) ? y2 : MissingValue;
+    }
+    if (TolerantEqual(x1, x2)) {
+        return y1;
+    }
+    return (y2 - y1) / (x2 - x1) * (x - x1) + y1;
 }
 
 }  // namespace
@@ -133,33 +163,24 @@ std::vector<float> InterPolateValues(const std::vector<float>& grid, const std::
     karta::ThrowIfStopped(stop);
     const std::vector<Point> points = ValidPoints(xs, ys);
     karta::ThrowIfStopped(stop);
-    std::vector<Bracket> brackets = FindBrackets(grid, points);
+    Brackets brackets = FindBrackets(grid, points);
     karta::ThrowIfStopped(stop);
-    ExtendEnds(brackets, static_cast<int>(points.size()));
+    ExtendEnds(brackets.all, static_cast<int>(points.size()));
     FillGaps(brackets);
     karta::ThrowIfStopped(stop);
     std::vector<float> values(grid.size(), MissingValue);
     for (std::size_t i = 0; i < std::min(grid.size(), xs.size()); ++i) {
-        const auto [lower, upper] = brackets[i];
+        const auto [lower, upper] = brackets.all[i];
         const bool isFar = std::fabs(xs[i] - grid[i]) > std::fabs(tolerance);
         if (lower != None && upper != None && !isFar) {
             const Point& left = points[static_cast<std::size_t>(lower)];
             const Point& right = points[static_cast<std::size_t>(upper)];
-            values[i] = LinearValue(left.x, right.x, left.y, right.y, grid[i]);
+            values[i] = ValueOnLine(left.x, right.x, left.y, right.y, grid[i]);
         }
     }
     return values;
 }
 
 float LinearValue(float x1, float x2, float y1, float y2, float x) {
-    if (y1 == MissingValue || y2 == MissingValue || x1 == MissingValue || x2 == MissingValue) {
-        if (TolerantEqual(x1, x)) {
-            return y1;
-        }
-        return TolerantEqual(x2, x) ? y2 : MissingValue;
-    }
-    if (TolerantEqual(x1, x2)) {
-        return y1;
-    }
-    return (y2 - y1) / (x2 - x1) * (x - x1) + y1;
+    return ValueOnLine(x1, x2, y1, y2, x);
 }

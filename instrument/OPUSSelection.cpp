@@ -225,10 +225,6 @@ std::string NameOfOPUSUnit(const std::string& code) {
     return found == std::end(UnitNames) ? code : found->name;
 }
 
-float BrukerOPUSRecord::GetX(int index) const {
-    return static_cast<float>(index) * static_cast<float>(GetSpacing()) + static_cast<float>(firstX);
-}
-
 bool OPUSSelection::Open(const char* fileNames) {
     Clear();
     const std::vector<std::string> paths = NvFile::GetFileNames(fileNames);

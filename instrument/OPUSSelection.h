@@ -32,7 +32,9 @@ struct BrukerOPUSRecord {
 
     double GetSpacing() const { return (lastX - firstX) / (numPoints - 1); }
     /** The X of a point, from 0. */
-    float GetX(int index) const;
+    float GetX(int index) const {
+        return static_cast<float>(index) * static_cast<float>(GetSpacing()) + static_cast<float>(firstX);
+    }
 };
 
 /**
