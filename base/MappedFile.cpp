@@ -8,6 +8,9 @@
 
 namespace {
 constexpr std::size_t ChunkSize = 65536;
+// To map a file and to take the mapping away again, page by page, costs twice what reading it does; but what
+// was read is still to be copied from there, which takes longer than that from about four times this on.
+constexpr std::size_t LargestRead = 65536;
 }  // namespace
 
 MappedFile::MappedFile(const char* path) {
@@ -26,6 +29,7 @@ MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
     std::swap(open, other.open);
     std::swap(mapped, other.mapped);
     std::swap(bytes, other.bytes);
+    std::swap(small, other.small);
     std::swap(copy, other.copy);
     return *this;
 }
@@ -41,6 +45,7 @@ void MappedFile::Close() {
     open = false;
     mapped = false;
     bytes = {};
+    small.reset();
     copy = {};
 }
 
@@ -53,8 +58,18 @@ void MappedFile::LetGo(std::size_t begin, std::size_t end) const {
     }
 }
 
+// Where it became shorter meanwhile, as far as it is there.
+void MappedFile::ReadWhole(FileHandle& file, std::size_t size) {
+    small = std::make_unique_for_overwrite<std::uint8_t[]>(size);
+    bytes = {small.get(), file.ReadAt(0, reinterpret_cast<char*>(small.get()), size)};
+}
+
 void MappedFile::Take(FileHandle& file) {
     const auto size = static_cast<std::size_t>(file.GetSize());
+    if (size > 0 && size <= LargestRead) {
+        ReadWhole(file, size);
+        return;
+    }
     if (size > 0) {
         void* address = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.GetDescriptor(), 0);
         if (address != MAP_FAILED) {

@@ -2,15 +2,16 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
 #include "base/FileHandle.h"
 
 /**
- * The bytes of a whole file, for readers that jump about in it. Mapped, so that only what is looked at is
- * read and nothing is copied; what can't be mapped (a pipe) is read into memory. The span stays valid
- * until the object is closed or destroyed.
+ * The bytes of a whole file, for readers that jump about in it. A large one is mapped, so that only what is
+ * looked at is read and nothing is copied; a small one, and what can't be mapped (a pipe), is read into
+ * memory. The span stays valid until the object is closed or destroyed.
  */
 class MappedFile {
 public:
@@ -37,9 +38,11 @@ public:
 
 private:
     void Take(FileHandle& file);
+    void ReadWhole(FileHandle& file, std::size_t size);
 
     bool open = false;
     bool mapped = false;
     std::span<const std::uint8_t> bytes;
+    std::unique_ptr<std::uint8_t[]> small;  // of a small file its bytes
     std::vector<std::uint8_t> copy;
 };

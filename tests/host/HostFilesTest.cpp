@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <span>
+#include <string>
 
 #include "base/FileHandle.h"
 #include "base/MappedFile.h"
@@ -123,6 +125,31 @@ TEST(MappedFile, HoldsTheWholeFile) {
     moved.Close();
     EXPECT_FALSE(moved.IsOpen());
     EXPECT_TRUE(moved.GetBytes().empty());
+}
+
+TEST(MappedFile, HoldsFilesOfAnySizeWhereverItIsMovedTo) {
+    const TempFolder folder;
+    for (const std::size_t size : {1U, 4096U, 65535U, 65536U, 65537U, 300'000U}) {
+        std::string text;
+        for (std::size_t i = 0; i < size; ++i) {
+            text += static_cast<char>(i * 7 % 253);
+        }
+        MappedFile file(folder.Write("a", text).c_str());
+        MappedFile moved;
+        moved = std::move(file);
+        moved.LetGo(size);
+        const std::span<const std::uint8_t> bytes = moved.GetBytes();
+        EXPECT_EQ(std::string(bytes.begin(), bytes.end()), text) << size;
+    }
+}
+
+TEST(MappedFile, SmallFileThatIsCutAfterwardsIsThereAsItWas) {
+    const TempFolder folder;
+    const std::string path = folder.Write("a", std::string(5000, 'x'));
+    const MappedFile file(path.c_str());
+    std::filesystem::resize_file(path, 10);
+    ASSERT_EQ(file.GetBytes().size(), 5000U);
+    EXPECT_EQ(file.GetBytes()[4999], 'x');
 }
 
 TEST(MappedFile, EmptyFileOpensAndMissingOneDoesNot) {
