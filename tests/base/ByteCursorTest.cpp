@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <limits>
+#include <random>
 
 #include "base/TolerantEqual.h"
 
@@ -68,6 +70,29 @@ TEST(TolerantEqual, HoldsWithinAFloatsLastPlace) {
     EXPECT_FALSE(TolerantEqual(0.0, 1e-30));
     EXPECT_FALSE(TolerantEqual(-1.0, 1.0));
     EXPECT_TRUE(TolerantEqual(1e300, 1e300));
+}
+
+// By the definition, with any exponent.
+TEST(TolerantEqual, QuickDecisionIsThatOfTheDefinition) {
+    const auto equalByDefinition = [](double left, double right) {
+        int exponent = 0;
+        std::frexp(std::fabs(left) > std::fabs(right) ? left : right, &exponent);
+        return std::fabs(left - right) <= std::ldexp(0x1p-23, exponent);
+    };
+    std::mt19937_64 random(5);
+    int equal = 0;
+    for (int round = 0; round < 200'000; ++round) {
+        const double left = std::ldexp(static_cast<double>(random() >> 11U) * 0x1p-53 + 0.5,
+                                       static_cast<int>(random() % 2040) - 1040) *
+                            (round % 2 == 0 ? 1 : -1);
+        const double apart = std::ldexp(left, -22 - static_cast<int>(random() % 4));
+        for (const double right : {left, left + apart, left - apart, left + 2 * apart, -left, left * 1.5}) {
+            ASSERT_EQ(TolerantEqual(left, right), equalByDefinition(left, right)) << left << " " << right;
+            equal += TolerantEqual(left, right) ? 1 : 0;
+        }
+    }
+    EXPECT_GT(equal, 400'000);
+    EXPECT_LT(equal, 1'000'000);
 }
 
 TEST(TolerantEqual, NonNumbersEqualTheirOwnKind) {

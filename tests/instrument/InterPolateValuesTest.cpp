@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -140,6 +141,42 @@ TEST(InterPolateValuesTest, LineThroughAMissingValueHoldsOnlyAtItsPoints) {
     EXPECT_EQ(LinearValue(-99, -98, 5, 7, -98.5), -99.0F);
     EXPECT_EQ(LinearValue(3, 3, 5, 7, 9), 5.0F);
     EXPECT_EQ(LinearValue(1, 3, 5, 7, 2), 6.0F);
+}
+
+TEST(InterPolateValuesTest, UnevenAxesOfBothDirectionsFollowThePlainRules) {
+    std::mt19937 random(11);
+    std::uniform_real_distribution<float> apart(0.01F, 1.0F);
+    for (int round = 0; round < 600; ++round) {
+        const std::size_t size = 2 + random() % 60;
+        const auto makeAxis = [&](bool isDescending) {
+            Values axis;
+            float x = apart(random) * 20;
+            for (std::size_t i = 0; i < size; ++i) {
+                // Now and then a long way, so that the next neighbours are far from the last ones.
+                x += (isDescending ? -1 : 1) * apart(random) * (random() % 8 == 0 ? 40.0F : 1.0F);
+                axis.push_back(random() % 50 == 0 ? NaN : x);
+            }
+            return axis;
+        };
+        const Values grid = makeAxis(round % 2 == 0);
+        Values xs = makeAxis(round % 4 < 2);
+        if (round % 5 == 0) {
+            std::shuffle(xs.begin(), xs.end(), random);
+        }
+        if (round % 7 == 0) {
+            xs[size / 2] = xs[size / 3];
+        }
+        Values ys;
+        for (std::size_t i = 0; i < size; ++i) {
+            ys.push_back(random() % 9 == 0 ? -99.0F : apart(random));
+        }
+        const Values values = InterPolateValues(grid, xs, ys, 1000.0);
+        if (std::none_of(grid.begin(), grid.end(), [](float x) { return std::isnan(x); }) &&
+            std::none_of(xs.begin(), xs.end(), [](float x) { return std::isnan(x); })) {
+            ASSERT_EQ(values, PlainInterpolation(grid, xs, ys, 1000.0)) << "round " << round;
+        }
+        ASSERT_EQ(values.size(), size);
+    }
 }
 
 TEST(InterPolateValuesTest, RandomAxesFollowThePlainRules) {
