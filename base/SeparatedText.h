@@ -31,8 +31,9 @@ public:
         }
     }
     bool MustBeQuoted(std::string_view field) const {
-        const char* const end = field.data() + field.size();
-        return FindByte(field.data(), end, separator, '"', '\n', '\r') != end;
+        const char* const begin = field.data();
+        const char* const end = begin + field.size();
+        return FindByte(begin, end, separator, '"', '\n', '\r') != end;
     }
     /** A field that has nothing to be quoted in it, as numbers have. */
     void AddPlain(std::string_view field) {

@@ -70,8 +70,9 @@ private:
     static void CopyEnds(std::string_view bytes, char* to) {
         char first[Bytes];
         char last[Bytes];
-        std::memcpy(first, bytes.data(), Bytes);
-        std::memcpy(last, bytes.data() + bytes.size() - Bytes, Bytes);
+        const char* const from = bytes.data();
+        std::memcpy(first, from, Bytes);
+        std::memcpy(last, from + bytes.size() - Bytes, Bytes);
         std::memcpy(to, first, Bytes);
         std::memcpy(to + bytes.size() - Bytes, last, Bytes);
     }

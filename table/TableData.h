@@ -196,6 +196,7 @@ private:
     friend class TableData;
     RowNumbers(const Cell* rowCells, int cellCount) : cells(rowCells), count(cellCount) {}
 
+    // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): a row without cells has all columns beyond them
     Cell At(int col) const { return IsBeyond(col) ? Cell{Missing} : cells[col - 1]; }
     static Kind FindAsItStands(Cell cell, double& value) {
         const auto kind = static_cast<Kind>(cell & KindMask);

@@ -30,7 +30,7 @@ JsonFields::JsonFields(std::string_view allLines, const LineRules& lineRules, Js
 }
 
 std::size_t JsonFields::AddLine(std::string_view line) {
-    BeginRecord(line.data());
+    record = line.data();
     if (const auto fields = AddNumbers(line)) {
         return *fields;
     }

@@ -18,7 +18,7 @@ SeparatedFields::SeparatedFields(std::string_view allLines, const LineRules& lin
 }
 
 std::size_t SeparatedFields::AddLine(std::string_view line) {
-    BeginRecord(line.data());
+    record = line.data();
     if (!areAsTheyStand) {
         return AddFields(line);
     }
