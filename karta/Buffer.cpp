@@ -33,11 +33,11 @@ std::size_t RoundToPages(std::size_t size) {
     return RoundUp(size, size >= SmallestHuge ? HugePageSize : PageSize);
 }
 
-// In the address of an owner, which is even: that of a block with several buffers, and not the heap's.
-constexpr std::uintptr_t OfSharedBlock = 1;
+// Added to the address of an owner, which is even: that of a block with several buffers, and not the heap's.
+constexpr std::size_t OfSharedBlock = 1;
 
-void PutOwner(char* data, std::uintptr_t owner) {
-    std::memcpy(data - sizeof owner, &owner, sizeof owner);
+void PutOwner(char* data, const char* owner) {
+    std::memcpy(data - sizeof owner, static_cast<const void*>(&owner), sizeof owner);
 }
 
 // Aligned, with the block's own address right in front: what the C library aligns by itself costs several
@@ -49,7 +49,7 @@ void* AllocateAligned(std::size_t size) {
     }
     const std::size_t beyond = reinterpret_cast<std::uintptr_t>(block) % Buffer::Alignment;
     char* const data = block + (Buffer::Alignment - beyond);
-    PutOwner(data, reinterpret_cast<std::uintptr_t>(block));
+    PutOwner(data, block);
     return data;
 }
 
@@ -57,12 +57,12 @@ void FreeAligned(void* data) {
     if (data == nullptr) {
         return;
     }
-    std::uintptr_t owner = 0;
-    std::memcpy(&owner, static_cast<char*>(data) - sizeof owner, sizeof owner);
-    if ((owner & OfSharedBlock) != 0) {
-        reinterpret_cast<SharedBlock*>(owner & ~OfSharedBlock)->Release();
+    char* owner = nullptr;
+    std::memcpy(static_cast<void*>(&owner), static_cast<char*>(data) - sizeof owner, sizeof owner);
+    if (reinterpret_cast<std::uintptr_t>(owner) % 2 == OfSharedBlock) {
+        reinterpret_cast<SharedBlock*>(owner - OfSharedBlock)->Release();
     } else {
-        std::free(reinterpret_cast<void*>(owner));
+        std::free(owner);
     }
 }
 
@@ -80,7 +80,7 @@ Buffer::Buffer(std::size_t newSize) {
 
 Buffer::Buffer(SharedBlock& block, void* room, std::size_t roomSize) : data(room), size(roomSize) {
     block.Own();
-    PutOwner(As<char>(), reinterpret_cast<std::uintptr_t>(&block) | OfSharedBlock);
+    PutOwner(As<char>(), reinterpret_cast<const char*>(&block) + OfSharedBlock);
 }
 
 Buffer::Buffer(Buffer&& other) noexcept
