@@ -119,11 +119,14 @@ void Records::EndRecord() {
     }
 }
 
+// A record that is cut at the end says less than whole ones, but where it is the only one it is all there is
+// to tell by: a first line of names for ten thousand wavelengths is longer than what is looked at.
 Scan ScanRecords(std::string_view text, const TextDialect& dialect, bool isCut) {
     Scan scan;
     RecordScanner scanner(text, dialect, 0, isCut ? RecordScanner::End::Cut : RecordScanner::End::File);
     std::string storage;
-    for (std::size_t count = 0; count < MostRecords && scanner.Next(); ++count) {
+    std::size_t count = 0;
+    for (; count < MostRecords && scanner.Next(); ++count) {
         for (const TextField& field : scanner.GetFields()) {
             if (field.isEscaped || !field.behind.empty()) {
                 scan.records.AddMadeCell(scanner.GetText(field, storage));
@@ -135,7 +138,7 @@ Scan ScanRecords(std::string_view text, const TextDialect& dialect, bool isCut) 
         scan.faults += scanner.GetTextsBehindQuotes() + scanner.GetUnclosedQuotes();
         scan.records.EndRecord();
     }
-    return scan;
+    return isCut && count == 0 ? ScanRecords(text, dialect, false) : scan;
 }
 
 // The most frequent number of fields above one, the larger of equals; 0 where no record is divided.

@@ -327,6 +327,24 @@ TEST_F(DelimitedTextTest, HeadsAreFacts) {
     EXPECT_EQ(Read("x,y\n1,2\n3,4\n", TestOptions({{"Header", "0"}}))->context->shape.nameRow, 0);
 }
 
+// Names of ten thousand wavelengths are longer than the beginning that the dialect is told by.
+TEST_F(DelimitedTextTest, FirstRecordLongerThanWhatIsLookedAtIsDividedAsAnyOther) {
+    constexpr int Wavelengths = 10'000;
+    std::string names = "sample";
+    std::string values;
+    for (int i = 0; i < Wavelengths; ++i) {
+        names += ';' + std::to_string(400'000 + i);
+        values += ";0," + std::to_string(1 + i % 9);
+    }
+    ASSERT_GT(names.size(), std::size_t{1} << 16);
+    const auto read = Read(names + "\nfirst" + values + "\nsecond" + values + "\n");
+    EXPECT_EQ(read->table.GetNumberOfColumns(), Wavelengths + 1);
+    EXPECT_EQ(read->table.GetNumberOfRows(), 3);
+    EXPECT_EQ(read->context->shape.nameRow, 1);
+    EXPECT_EQ(read->table.GetFloatValue(Wavelengths + 1, 1), 400'000.0 + Wavelengths - 1);
+    EXPECT_EQ(read->table.GetFloatValue(2, 3), 0.1);
+}
+
 // Of most records the head keeps only what they hold together; a head far down is found all the same.
 TEST_F(DelimitedTextTest, HeadBelowALongPreambleIsThatBelowAShortOne) {
     const std::string table = "t;p;name\ns;bar;\n" + Repeat("1.5;2;x\n", 200);

@@ -210,6 +210,13 @@ TEST(DialectSnifferTest, PreambleAndTrailerDoNotHideTheTable) {
     EXPECT_EQ(Sniff("Report, made today\nby us\n\n" + Repeat("1;2;3\n", 8) + "end\n").delimiter, ";");
 }
 
+TEST(DialectSnifferTest, RecordThatIsCutCountsWhereItIsTheOnlyOne) {
+    EXPECT_EQ(SniffDialect("name;1000,5;1001,0;1001,5", true).delimiter, ";");
+    EXPECT_EQ(SniffDialect("# made by us\nname,1000,1002,1004", true).delimiter, ",");
+    EXPECT_EQ(SniffDialect("value\n1,5", true).delimiter, "");
+    EXPECT_EQ(SniffDialect("once upon a time there was a", true).delimiter, "");
+}
+
 TEST(DialectSnifferTest, AgreesWithTheRulesProgramOnRealFiles) {
     SKIP_WITHOUT_SHARED_DATA();
     const TempFolder folder;
