@@ -42,6 +42,11 @@ using Record = std::span<const std::string_view>;
 /** The records that hold something, their cells one behind the other. */
 class Records {
 public:
+    Records() = default;
+    // Cells refer to the made ones, which stay where they are when they are handed on.
+    Records(Records&&) = default;
+    Records& operator=(Records&&) = default;
+
     std::size_t GetSize() const { return ends.size(); }
     Record operator[](std::size_t i) const {
         const std::size_t begin = i == 0 ? 0 : ends[i - 1];
@@ -64,6 +69,7 @@ private:
 
 struct Scan {
     Records records;
+    std::size_t count = 0;  // of records, those of blanks among them
     std::size_t faults = 0;
     std::size_t quoted = 0;
 };
@@ -119,14 +125,11 @@ void Records::EndRecord() {
     }
 }
 
-// A record that is cut at the end says less than whole ones, but where it is the only one it is all there is
-// to tell by: a first line of names for ten thousand wavelengths is longer than what is looked at.
-Scan ScanRecords(std::string_view text, const TextDialect& dialect, bool isCut) {
+Scan ScanTo(RecordScanner::End end, std::string_view text, const TextDialect& dialect) {
     Scan scan;
-    RecordScanner scanner(text, dialect, 0, isCut ? RecordScanner::End::Cut : RecordScanner::End::File);
+    RecordScanner scanner(text, dialect, 0, end);
     std::string storage;
-    std::size_t count = 0;
-    for (; count < MostRecords && scanner.Next(); ++count) {
+    for (; scan.count < MostRecords && scanner.Next(); ++scan.count) {
         for (const TextField& field : scanner.GetFields()) {
             if (field.isEscaped || !field.behind.empty()) {
                 scan.records.AddMadeCell(scanner.GetText(field, storage));
@@ -138,7 +141,19 @@ Scan ScanRecords(std::string_view text, const TextDialect& dialect, bool isCut) 
         scan.faults += scanner.GetTextsBehindQuotes() + scanner.GetUnclosedQuotes();
         scan.records.EndRecord();
     }
-    return isCut && count == 0 ? ScanRecords(text, dialect, false) : scan;
+    return scan;
+}
+
+// A record that is cut at the end says less than whole ones, but where it is the only one it is all there is
+// to tell by: a first line of names for ten thousand wavelengths is longer than what is looked at.
+Scan ScanRecords(std::string_view text, const TextDialect& dialect, bool isCut) {
+    if (isCut) {
+        Scan scan = ScanTo(RecordScanner::End::Cut, text, dialect);
+        if (scan.count > 0) {
+            return scan;
+        }
+    }
+    return ScanTo(RecordScanner::End::File, text, dialect);
 }
 
 // The most frequent number of fields above one, the larger of equals; 0 where no record is divided.
