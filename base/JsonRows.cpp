@@ -15,24 +15,13 @@ void JsonRows::Begin(const std::vector<std::string>* objectMembers) {
 }
 
 void JsonRows::AddText(std::string_view text) {
-    auto plain = static_cast<std::size_t>(FindJsonEscape(text) - text.data());
-    if (plain == text.size()) {
+    if (FindJsonEscape(text) == text.data() + text.size()) {
         AddPlainText(text);
         return;
     }
     BeginField();
     bytes.Append('"');
-    while (true) {
-        bytes.Append(text.substr(0, plain));
-        text.remove_prefix(plain);
-        if (text.empty()) {
-            break;
-        }
-        escape.clear();
-        AppendJsonEscape(escape, text);
-        bytes.Append(escape);
-        plain = static_cast<std::size_t>(FindJsonEscape(text) - text.data());
-    }
+    ForEachJsonPiece(text, [this](std::string_view piece) { bytes.Append(piece); });
     bytes.Append('"');
 }
 

@@ -68,5 +68,4 @@ private:
     const std::vector<std::string>* members = nullptr;
     std::size_t fields = 0;  // of the row at hand
     TextBuffer bytes;
-    std::string escape;  // for the moment
 };

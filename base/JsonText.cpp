@@ -78,14 +78,6 @@ void AppendJsonEscape(std::string& json, std::string_view& text) {
 
 void AppendJsonText(std::string& json, std::string_view text) {
     json += '"';
-    while (true) {
-        const auto plain = static_cast<std::size_t>(FindJsonEscape(text) - text.data());
-        json += text.substr(0, plain);
-        text.remove_prefix(plain);
-        if (text.empty()) {
-            break;
-        }
-        AppendJsonEscape(json, text);
-    }
+    ForEachJsonPiece(text, [&json](std::string_view piece) { json += piece; });
     json += '"';
 }

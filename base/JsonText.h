@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -17,3 +18,20 @@ KARTA_EXPORT void AppendJsonText(std::string& json, std::string_view text);
 const char* FindJsonEscape(std::string_view text);
 /** Appends the escape of the text's first character, which has one, and takes it off. */
 void AppendJsonEscape(std::string& json, std::string_view& text);
+
+/** Hands out what stands between the quotes, piece by piece: `append(std::string_view)`. */
+template <class Append>
+void ForEachJsonPiece(std::string_view text, const Append& append) {
+    std::string escape;
+    while (true) {
+        const auto plain = static_cast<std::size_t>(FindJsonEscape(text) - text.data());
+        append(text.substr(0, plain));
+        text.remove_prefix(plain);
+        if (text.empty()) {
+            break;
+        }
+        escape.clear();
+        AppendJsonEscape(escape, text);
+        append(std::string_view(escape));
+    }
+}
