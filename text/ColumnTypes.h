@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "text/FieldDate.h"
 #include "text/FieldForm.h"
 
 /** What a column's fields become. */
@@ -18,6 +19,13 @@ struct ColumnType {
 
     bool operator==(const ColumnType& other) const = default;
 };
+
+/** That of a column of such dates or times. */
+constexpr ColumnType::Kind GetKindOf(FieldDate::Kind kind) {
+    return kind == FieldDate::Date   ? ColumnType::Date
+           : kind == FieldDate::Time ? ColumnType::Time
+                                     : ColumnType::DateTime;
+}
 
 /** "number", "date and time" ... */
 const char* GetTypeName(ColumnType::Kind kind);

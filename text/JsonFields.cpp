@@ -193,25 +193,18 @@ bool JsonFields::AddDate(std::string_view field, const ColumnType& type) {
         return false;
     }
     const auto date = ReadPlainDate(field);
-    if (!date) {
+    if (!date || type.kind != GetKindOf(date->kind)) {
         return false;
     }
     if (date->isCanonical) {
-        const bool isOfColumn = (type.kind == ColumnType::Date && date->kind == FieldDate::Date) ||
-                                (type.kind == ColumnType::Time && date->kind == FieldDate::Time) ||
-                                (type.kind == ColumnType::DateTime && date->kind == FieldDate::DateTime);
-        if (isOfColumn) {
-            rows.AddPlainText(field);
-        }
-        return isOfColumn;
-    }
-    if (type.kind != ColumnType::DateTime) {
-        return false;
+        rows.AddPlainText(field);
+        return true;
     }
     constexpr std::size_t DaySize = 10;
-    char text[32];
-    *std::copy(field.begin(), field.end(), text) = '\0';
-    text[DaySize] = 'T';
-    rows.AddPlainText({text, field.size()});
+    constexpr std::size_t LongestPlain = 19;
+    char parted[LongestPlain];
+    const std::size_t size = field.copy(parted, LongestPlain);
+    parted[DaySize] = 'T';
+    rows.AddPlainText({parted, size});
     return true;
 }

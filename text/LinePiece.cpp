@@ -212,19 +212,27 @@ const char* LinePiece::AddField(const char* end, const LineRules& rules, Adder& 
     const char* const at = fieldBegin;
     if (at != end && *at == rules.dialect.quote) {
         bool isEscaped = false;
-        const char* const close = FindClosingQuote(at + 1, end, end, rules.dialect, isEscaped);
-        isOpen = close == nullptr;
-        if (isOpen || (close + 1 != end && close[1] != delimiter && !IsLineEnd(close[1])) ||
-            !adder.AddQuoted({at + 1, static_cast<std::size_t>(close - at - 1)}, isEscaped, col)) {
-            return nullptr;
-        }
-        return close + 1;
+        const char* const close = FindEndOfQuoted(at, end, rules, isEscaped);
+        const bool isAdded =
+            close != nullptr &&
+            adder.AddQuoted({at + 1, static_cast<std::size_t>(close - at - 1)}, isEscaped, col);
+        return isAdded ? close + 1 : nullptr;
     }
     if (BeginsWithBlanksAndQuote(at, end, rules.dialect.quote)) {
         return nullptr;
     }
     const char* const behind = FindByte(at, end, delimiter, '\n', '\r');
     return adder.AddField({at, static_cast<std::size_t>(behind - at)}, col) ? behind : nullptr;
+}
+
+// The quote that closes a field which is nothing but what stands between its quotes; null for another one.
+const char* LinePiece::FindEndOfQuoted(const char* open, const char* end, const LineRules& rules,
+                                       bool& isEscaped) {
+    const char* const close = FindClosingQuote(open + 1, end, end, rules.dialect, isEscaped);
+    isOpen = close == nullptr;
+    const bool isAtEnd =
+        !isOpen && (close + 1 == end || close[1] == rules.dialect.delimiter.front() || IsLineEnd(close[1]));
+    return isAtEnd ? close : nullptr;
 }
 
 // The line on which the record at hand went another way.
@@ -452,13 +460,8 @@ const char* LinePiece::ReadField(const char* at, const char* end, const LineRule
 const char* LinePiece::ReadQuoted(const char* open, const char* end, const LineRules& rules,
                                   std::size_t col) {
     bool isEscaped = false;
-    const char* const close = FindClosingQuote(open + 1, end, end, rules.dialect, isEscaped);
+    const char* const close = FindEndOfQuoted(open, end, rules, isEscaped);
     if (close == nullptr) {
-        isOpen = true;
-        return nullptr;
-    }
-    const char* const behind = close + 1;
-    if (behind != end && *behind != rules.dialect.delimiter.front() && !IsLineEnd(*behind)) {
         return nullptr;
     }
     std::string_view value(open + 1, static_cast<std::size_t>(close - open - 1));
@@ -476,7 +479,7 @@ const char* LinePiece::ReadQuoted(const char* open, const char* end, const LineR
     } else {
         PutField(value, readable, rules, col);
     }
-    return behind;
+    return close + 1;
 }
 
 void LinePiece::PutDecimals(std::size_t col, std::uint32_t row, std::uint8_t decimals) {
@@ -548,9 +551,7 @@ bool LinePiece::PutValue(std::string_view value, const LineRules& rules, std::si
         return value == "TRUE" || value == "FALSE";
     }
     const auto date = ReadPlainDate(value);
-    if (!date || kind != (date->kind == FieldDate::Date   ? ColumnType::Date
-                          : date->kind == FieldDate::Time ? ColumnType::Time
-                                                          : ColumnType::DateTime)) {
+    if (!date || kind != GetKindOf(date->kind)) {
         return false;
     }
     column.values[rows] = date->value;

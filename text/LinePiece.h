@@ -137,6 +137,7 @@ private:
     template <class Adder>
     const char* AddField(const char* end, const LineRules& rules, Adder& adder, std::size_t col);
     void EndStretch();
+    const char* FindEndOfQuoted(const char* open, const char* end, const LineRules& rules, bool& isEscaped);
     std::string_view FindOddLine(const char* end) const;
 
     std::string_view text;
