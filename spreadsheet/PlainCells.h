@@ -55,10 +55,7 @@ public:
         lastCell.cols = col;
         lastCell.rows = row;
     }
-    void Widen(int col, int row) {
-        extent.cols = std::max(extent.cols, col);
-        extent.rows = std::max(extent.rows, row);
-    }
+    void Widen(int col, int row) { extent.Widen(col, row); }
     /** The next cell of this column is set by another way. */
     void Leave(int col) { runs.End(col + colOffset); }
     /** No cell is kept back any more. */

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 
@@ -42,6 +43,12 @@ struct SheetCell {
 struct SheetSize {
     int cols = -1;
     int rows = -1;
+
+    /** As far as to a cell. */
+    void Widen(int col, int row) {
+        cols = std::max(cols, col);
+        rows = std::max(rows, row);
+    }
 };
 
 class PlainCells;

@@ -434,8 +434,7 @@ void CompleteCells::AddNotes(karta::Notes& notes) const {
 
 bool ExtentReceiver::TakeCell(const SheetCell& cell) {
     if (CompleteCells::HoldsSomething(cell)) {
-        extent.cols = std::max(extent.cols, cell.col);
-        extent.rows = std::max(extent.rows, cell.row);
+        extent.Widen(cell.col, cell.row);
     }
     return true;
 }
