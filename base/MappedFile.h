@@ -43,6 +43,6 @@ private:
     bool open = false;
     bool mapped = false;
     std::span<const std::uint8_t> bytes;
-    std::unique_ptr<std::uint8_t[]> small;  // of a small file its bytes
+    std::unique_ptr<std::uint8_t[]> small;  // of a small file its bytes, for which no zeros are written first
     std::vector<std::uint8_t> copy;
 };

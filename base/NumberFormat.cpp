@@ -128,15 +128,11 @@ char* PrintPlaces(double magnitude, char* text) {
     return text + places;
 }
 
-// A whole number of few digits that is no shorter with an exponent, as those that end in fewer zeros are;
-// else null. What is below the precision of a float has no shorter text of its own there either.
-template <class Number>
-char* PrintFewDigits(Number magnitude, char* text) {
+// A whole number of few digits; null where it may be shorter with an exponent, as those may that end in more
+// zeros.
+char* PrintFewDigits(std::uint32_t whole, char* text) {
     constexpr std::uint32_t ShorterWithExponent = 100'000;
-    const auto whole = static_cast<std::uint32_t>(magnitude);
-    return static_cast<Number>(whole) != magnitude || whole % ShorterWithExponent == 0
-               ? nullptr
-               : PrintWhole(whole, text);
+    return whole % ShorterWithExponent == 0 ? nullptr : PrintWhole(whole, text);
 }
 
 // Null for a value that takes the exact way, as all do that may be shorter with an exponent.
@@ -144,8 +140,8 @@ char* PrintFewPlaces(double magnitude, char* text) {
     if (!(magnitude >= 1e-3 && magnitude < 1e9)) {
         return nullptr;
     }
-    if (static_cast<std::uint32_t>(magnitude) == magnitude) {
-        return PrintFewDigits(magnitude, text);
+    if (const auto whole = static_cast<std::uint32_t>(magnitude); whole == magnitude) {
+        return PrintFewDigits(whole, text);
     }
     if (char* const end = PrintPlaces<6>(magnitude, text)) {
         return end;
@@ -153,9 +149,14 @@ char* PrintFewPlaces(double magnitude, char* text) {
     return magnitude < 1e5 ? PrintPlaces<10>(magnitude, text) : nullptr;
 }
 
+// What is below the precision of a float has no shorter text of its own there either.
 char* PrintFewPlaces(float magnitude, char* text) {
     constexpr float MostExact = 1 << std::numeric_limits<float>::digits;
-    return magnitude >= 1.0F && magnitude < MostExact ? PrintFewDigits(magnitude, text) : nullptr;
+    if (!(magnitude >= 1.0F && magnitude < MostExact)) {
+        return nullptr;
+    }
+    const auto whole = static_cast<std::uint32_t>(magnitude);
+    return static_cast<float>(whole) == magnitude ? PrintFewDigits(whole, text) : nullptr;
 }
 
 template <class Number>

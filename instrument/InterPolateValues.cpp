@@ -138,7 +138,9 @@ void FillGaps(Brackets& brackets) {
     }
 }
 
-inline float ValueOnLine(float x1, float x2, float y1, float y2, float x) {
+}  // namespace
+
+float LinearValue(float x1, float x2, float y1, float y2, float x) {
     if (y1 == MissingValue || y2 == MissingValue || x1 == MissingValue || x2 == MissingValue) {
         if (TolerantEqual(x1, x)) {
             return y1;
@@ -150,8 +152,6 @@ inline float ValueOnLine(float x1, float x2, float y1, float y2, float x) {
     }
     return (y2 - y1) / (x2 - x1) * (x - x1) + y1;
 }
-
-}  // namespace
 
 std::vector<float> InterPolateValues(const std::vector<float>& grid, const std::vector<float>& xs,
                                      const std::vector<float>& ys, double tolerance,
@@ -175,12 +175,8 @@ std::vector<float> InterPolateValues(const std::vector<float>& grid, const std::
         if (lower != None && upper != None && !isFar) {
             const Point& left = points[static_cast<std::size_t>(lower)];
             const Point& right = points[static_cast<std::size_t>(upper)];
-            values[i] = ValueOnLine(left.x, right.x, left.y, right.y, grid[i]);
+            values[i] = LinearValue(left.x, right.x, left.y, right.y, grid[i]);
         }
     }
     return values;
-}
-
-float LinearValue(float x1, float x2, float y1, float y2, float x) {
-    return ValueOnLine(x1, x2, y1, y2, x);
 }

@@ -451,21 +451,29 @@ ColumnBuffers ColumnMaker::MakeTexts(const CellVector& cells, int first, int row
     bool areTexts = true;
     for (const Stretch& stretch : cells.GetStretches()) {
         const auto addSizes = [&](int from, int to) {
-            for (int place = from; stretch.listed == nullptr && place < to; ++place) {
+            for (int place = from; place < to; ++place) {
                 if (const Cell cell = stretch.Get(place); cell.kind != CellKind::Missing) {
                     bytes += textOf(place, cell).size();
                     areTexts = areTexts && cell.kind == CellKind::Text;
                     ++count;
                 }
             }
-            for (int place = from; stretch.listed != nullptr && place < to; ++place) {
+        };
+        const auto addListedSizes = [&](int from, int to) {
+            for (int place = from; place < to; ++place) {
                 if (stretch.IsThere(place)) {
                     bytes += stretch.listed->GetSize(stretch.GetCode(place));
                     ++count;
                 }
             }
         };
-        store.InSteps(std::max(first, stretch.first), std::min(first + rows, stretch.GetEnd()), addSizes);
+        const int from = std::max(first, stretch.first);
+        const int to = std::min(first + rows, stretch.GetEnd());
+        if (stretch.listed != nullptr) {
+            store.InSteps(from, to, addListedSizes);
+        } else {
+            store.InSteps(from, to, addSizes);
+        }
     }
     const std::size_t offsetsSize = (static_cast<std::size_t>(rows) + 1) * sizeof(std::int64_t);
     if (areTexts && mayBeDictionary) {
@@ -552,12 +560,15 @@ ColumnBuffers ColumnMaker::MakeDictionary(const CellVector& cells, int first, in
     for (const Stretch& stretch : cells.GetStretches()) {
         const auto addListed = [&](int from, int to) {
             distinct.AddListed(stretch, from, to, first, isLess);
-            for (int place = from; stretch.hasMissing && place < to; ++place) {
+            if (!stretch.hasMissing) {
+                SetBits(validity.As<std::uint8_t>(), from - first, to - from);
+                return;
+            }
+            for (int place = from; place < to; ++place) {
                 if (stretch.IsThere(place)) {
                     SetBit(validity.As<std::uint8_t>(), place - first);
                 }
             }
-            SetBits(validity.As<std::uint8_t>(), from - first, stretch.hasMissing ? 0 : to - from);
         };
         const auto addPlaces = [&](int from, int to) {
             if (AreFewCodes(stretch)) {
