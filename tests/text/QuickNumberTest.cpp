@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <string>
 
+#include "tests/text/NumberTexts.h"
 #include "text/PlainNumber.h"
 
 namespace {
@@ -29,40 +31,15 @@ bool IsSameAsPlain(const std::string& text) {
 }  // namespace
 
 TEST(QuickNumberTest, NumbersOfAllLengthsAreThoseOfThePlainWay) {
-    const std::string digits = "9081726354";
-    const std::string zeros = "0000000000";
-    const std::string ends = "1200000000";
-    int quick = 0;
-    for (const std::string& source : {digits, zeros, ends}) {
-        for (std::size_t whole = 0; whole <= 9; ++whole) {
-            for (std::size_t fraction = 0; fraction <= 9; ++fraction) {
-                for (const char* sign : {"", "-", "+"}) {
-                    for (std::size_t from = 0; from < 3; ++from) {
-                        const std::string front = sign + source.substr(from).substr(0, whole);
-                        quick += IsSameAsPlain(front) ? 1 : 0;
-                        quick += IsSameAsPlain(front + "." + source.substr(0, fraction)) ? 1 : 0;
-                        quick += IsSameAsPlain(front + "." + std::string(fraction, '0') + "5") ? 1 : 0;
-                    }
-                }
-            }
-        }
-    }
-    EXPECT_GT(quick, 1400);
+    EXPECT_GT(CountReadOfAllLengths(IsSameAsPlain), 1400);
 }
 
 TEST(QuickNumberTest, EveryNumberOfFourDigitsWithAPointSomewhere) {
-    for (int i = 0; i < 10'000; ++i) {
-        const std::string number = std::to_string(10'000 + i).substr(1);
-        for (std::size_t point = 1; point <= 4; ++point) {
-            for (const std::string sign : {"", "-"}) {
-                const std::string text =
-                    sign + number.substr(0, point) + (point < 4 ? "." + number.substr(point) : std::string());
-                // But for zeros in front.
-                const bool isRead = point == 1 || number.front() != '0';
-                EXPECT_EQ(IsSameAsPlain(text), isRead) << text;
-            }
-        }
-    }
+    ForEachOfFourDigits([](const std::string& text, const std::string& number, std::size_t point) {
+        // But for zeros in front.
+        const bool isRead = point == 1 || number.front() != '0';
+        EXPECT_EQ(IsSameAsPlain(text), isRead) << text;
+    });
 }
 
 TEST(QuickNumberTest, WhatNeedsMoreThanALookIsLeft) {
