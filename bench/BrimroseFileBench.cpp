@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <ostream>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 #include "tests/support/ByteBuilder.h"
 
@@ -18,13 +19,12 @@ void Generate(std::ostream& stream) {
     header.U32(0x0D0C10FF).PadTo(29).Float(Start).Float(Start + Points).Float(1.0F).U16(Points);
     header.PadTo(45).U16(observations).PadTo(512);
     stream << header.Bytes();
-    unsigned int state = 12345;
+    NumberSequence numbers;
     for (unsigned int observation = 0; observation < observations; ++observation) {
         ByteBuilder bytes;
         bytes.U32(SomeTime + observation).Field("wheat", 124);
         for (unsigned int point = 0; point < Points; ++point) {
-            state = state * 1664525U + 1013904223U;
-            bytes.Float(static_cast<float>(state >> 12) / 1e6F);
+            bytes.Float(static_cast<float>(numbers.Next() >> 12) / 1e6F);
         }
         stream << bytes.Bytes();
     }

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 #include "process/BrooksideFile.h"
 #include "tests/support/CountingSink.h"
@@ -30,12 +31,12 @@ constexpr double TargetOfXML = 10.0;
 class Values {
 public:
     void Append(std::string& line) {
-        state = state * 1664525U + 1013904223U;
-        line += "\t" + std::to_string(state >> 28) + "." + std::to_string(10 + (state >> 16) % 90);
+        const unsigned int bits = numbers.Next();
+        line += "\t" + std::to_string(bits >> 28) + "." + std::to_string(10 + (bits >> 16) % 90);
     }
 
 private:
-    unsigned int state = 12345;
+    NumberSequence numbers;
 };
 
 void WriteSamples(std::ostream& stream, int lines, bool withRowNumbers, const char* lineEnd) {

@@ -1,6 +1,7 @@
 #include <ostream>
 #include <string>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 #include "tests/support/ByteBuilder.h"
 
@@ -24,15 +25,14 @@ void GenerateSpectra(std::ostream& stream) {
     bytes.replace(0x116, 4, numbers.Bytes(), 4, 4);
     bytes.replace(0x13e, 8, numbers.Bytes(), 8, 8);
     stream << bytes;
-    unsigned int state = 12345;
+    NumberSequence sequence;
     for (int record = 0; record < records; ++record) {
         ByteBuilder data;
         data.U8('C').U8(0).I16(22 + 2 * Wavelengths + 4).I32(record * 400);
         data.I16(3800).I16(8000).I16(20).I16(0).I16(4).U32(0);
         data.I16(-0x8000).I32(record);
         for (int i = 1; i < Wavelengths; ++i) {
-            state = state * 1664525U + 1013904223U;
-            data.I16(static_cast<int>(state >> 23) - 256);
+            data.I16(static_cast<int>(sequence.Next() >> 23) - 256);
         }
         stream << data.Bytes();
     }
@@ -58,13 +58,12 @@ void GenerateSignal(std::ostream& stream) {
     PatchBig(bytes, 0x214, std::int16_t{50});
     PatchBig(bytes, 0x284, 0.5);
     stream << bytes;
-    unsigned int state = 12345;
+    NumberSequence sequence;
     for (int point = 0; point < points; point += PointsOfRun) {
         ByteBuilder run;
         run.U8(0x10).U8(PointsOfRun).PutBig(std::int16_t{-0x8000}).PutBig(point);
         for (int i = 1; i < PointsOfRun; ++i) {
-            state = state * 1664525U + 1013904223U;
-            run.PutBig(static_cast<std::int16_t>(static_cast<int>(state >> 23) - 256));
+            run.PutBig(static_cast<std::int16_t>(static_cast<int>(sequence.Next() >> 23) - 256));
         }
         stream << run.Bytes();
     }

@@ -13,9 +13,8 @@ constexpr std::size_t FileSizeForPeers = 5'000'000;
 class FieldSequence {
 public:
     void Append(std::string& line) {
-        std::string number;
-        numbers.Append(number);
-        if (numbers.Bits() / 65536 % 10 == 0) {
+        const std::string number = numbers.NextText();
+        if (numbers.GetBits() / 65536 % 10 == 0) {
             line += "\"about " + number + ", \"\"dry\"\"\"";
         } else {
             line += number;
@@ -61,7 +60,7 @@ void GenerateNumbers(std::ostream& stream, std::size_t fileSize) {
         line.clear();
         for (int col = 0; col < 10; ++col) {
             line += col == 0 ? "" : ",";
-            numbers.Append(line);
+            line += numbers.NextText();
         }
         line += "\n";
         stream << line;
@@ -83,19 +82,19 @@ void GenerateMixture(std::ostream& stream, std::size_t fileSize) {
     unsigned int row = 0;
     for (std::size_t written = 0; written < fileSize; written += line.size()) {
         line = std::to_string(++row) + ",2026-";
-        AppendTwoDigits(line, 1 + numbers.Next(12), "-");
-        AppendTwoDigits(line, 1 + numbers.Next(28), " ");
-        AppendTwoDigits(line, numbers.Next(24), ":");
-        AppendTwoDigits(line, numbers.Next(60), ":");
-        AppendTwoDigits(line, numbers.Next(60), ",");
-        line += Places[numbers.Next(4)];
+        AppendTwoDigits(line, 1 + numbers.NextBelow(12), "-");
+        AppendTwoDigits(line, 1 + numbers.NextBelow(28), " ");
+        AppendTwoDigits(line, numbers.NextBelow(24), ":");
+        AppendTwoDigits(line, numbers.NextBelow(60), ":");
+        AppendTwoDigits(line, numbers.NextBelow(60), ",");
+        line += Places[numbers.NextBelow(4)];
         line += ",";
-        numbers.Append(line);
+        line += numbers.NextText();
         line += ",";
-        numbers.Append(line);
-        const std::string sample = std::to_string(numbers.Next(50'000));
-        line += numbers.Next(10) < 4 ? ",\"sample " + sample + ", \"\"dry\"\"\"" : ",sample " + sample;
-        line += numbers.Next(2) == 0 ? ",false\n" : ",true\n";
+        line += numbers.NextText();
+        const std::string sample = std::to_string(numbers.NextBelow(50'000));
+        line += numbers.NextBelow(10) < 4 ? ",\"sample " + sample + ", \"\"dry\"\"\"" : ",sample " + sample;
+        line += numbers.NextBelow(2) == 0 ? ",false\n" : ",true\n";
         stream << line;
     }
 }

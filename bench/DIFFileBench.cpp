@@ -1,6 +1,7 @@
 #include <ostream>
 #include <string>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 
 namespace {
@@ -13,14 +14,12 @@ constexpr int Cols = 10;
 void Generate(std::ostream& stream, int rows) {
     stream << "TABLE\n0,1\n\"bench\"\nVECTORS\n0," << Cols << "\n\"\"\nTUPLES\n0," << rows
            << "\n\"\"\nDATA\n0,0\n\"\"\n";
-    unsigned int state = 12345;
+    NumberSequence numbers;
     std::string row;
     for (int i = 0; i < rows; ++i) {
         row = "-1,0\nBOT\n1,0\n\"sample " + std::to_string(i) + "\"\n";
         for (int col = 1; col < Cols; ++col) {
-            state = state * 1664525U + 1013904223U;
-            row += "0," + std::to_string(state >> 22) + "." + std::to_string(100000 + (state >> 8) % 900000) +
-                   "\nV\n";
+            row += "0," + numbers.NextText() + "\nV\n";
         }
         stream << row;
     }

@@ -11,7 +11,9 @@
 #include <string>
 
 #include "archive/ZipFile.h"
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
+#include "tests/support/BinaryRecords.h"
 #include "tests/support/ByteBuilder.h"
 #include "tests/support/PeakMemory.h"
 #include "tests/support/ZipBuilder.h"
@@ -35,12 +37,9 @@ public:
     unsigned int NextText() { return Next() % Texts; }
 
 private:
-    unsigned int Next() {
-        state = state * 1664525U + 1013904223U;
-        return state >> 8;
-    }
+    unsigned int Next() { return sequence.Next() >> 8; }
 
-    unsigned int state = 12345;
+    NumberSequence sequence;
 };
 
 constexpr const char* OfficeTypes = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/";
@@ -117,26 +116,6 @@ void GenerateXml(std::ostream& stream, int rows) {
     stream << zip.Build();
 }
 
-void PutRecord(ByteBuilder& part, unsigned id, const ByteBuilder& data = {}) {
-    for (const unsigned number : {id, static_cast<unsigned>(data.Size())}) {
-        if (number < 128) {
-            part.U8(number);
-        } else {
-            part.U8((number & 127U) | 128U).U8(number >> 7);
-        }
-    }
-    part.Text(data.Bytes());
-}
-
-ByteBuilder Wide(const std::string& text) {
-    ByteBuilder data;
-    data.U32(static_cast<std::uint32_t>(text.size()));
-    for (const char c : text) {
-        data.U16(static_cast<unsigned char>(c));
-    }
-    return data;
-}
-
 std::string BinarySheet(std::uint32_t rows) {
     Numbers numbers;
     ByteBuilder sheet;
@@ -164,13 +143,13 @@ void GenerateBinary(std::ostream& stream, std::uint32_t rows) {
     ByteBuilder workbook;
     PutRecord(workbook, 131);
     PutRecord(workbook, 143);
-    PutRecord(workbook, 156, ByteBuilder().U32(0).U32(1).Text(Wide("r1").Bytes()).Text(Wide("S").Bytes()));
+    PutRecord(workbook, 156, PutWide(PutWide(ByteBuilder().U32(0).U32(1), "r1"), "S"));
     PutRecord(workbook, 144);
     PutRecord(workbook, 132);
     ByteBuilder strings;
     PutRecord(strings, 159, ByteBuilder().U32(Texts).U32(Texts));
     for (int i = 0; i < Texts; ++i) {
-        PutRecord(strings, 19, ByteBuilder().U8(0).Text(Wide("sample text " + std::to_string(i)).Bytes()));
+        PutRecord(strings, 19, PutWide(ByteBuilder().U8(0), "sample text " + std::to_string(i)));
     }
     PutRecord(strings, 160);
     ByteBuilder styles;

@@ -2,6 +2,7 @@
 #include <ostream>
 #include <string>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 #include "tests/support/BiffBuilder.h"
 #include "tests/support/CompoundBuilder.h"
@@ -15,11 +16,10 @@ constexpr unsigned Cols = 40;
 // As many rows as the format has, every number in a record of its own.
 std::string NumericSheet(unsigned rows) {
     ByteBuilder cells;
-    unsigned int state = 12345;
+    NumberSequence numbers;
     for (unsigned row = 0; row < rows; ++row) {
         for (unsigned col = 0; col < Cols; ++col) {
-            state = state * 1664525U + 1013904223U;
-            cells.U16(0x0203).U16(14).U16(row).U16(col).U16(0).Double(state / 1000.0);
+            cells.U16(0x0203).U16(14).U16(row).U16(col).U16(0).Double(numbers.Next() / 1000.0);
         }
     }
     BiffBuilder records;

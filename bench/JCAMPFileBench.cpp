@@ -7,6 +7,7 @@
 #include <ostream>
 #include <string>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 #include "instrument/JCAMPFile.h"
 
@@ -20,8 +21,7 @@ constexpr int Points = 16384;
 class Bands {
 public:
     int Next(int point) {
-        state = state * 1664525U + 1013904223U;
-        double y = 200.0 + (state >> 27);
+        double y = 200.0 + (numbers.Next() >> 27);
         for (int band = 1; band < 6; ++band) {
             const double distance = (point - band * Points / 6.0) / 90.0;
             y += 90000.0 / (1.0 + distance * distance);
@@ -30,7 +30,7 @@ public:
     }
 
 private:
-    unsigned int state = 12345;
+    NumberSequence numbers;
 };
 
 std::string Packed(int value, char zero, char negativeOne) {

@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "base/TemporaryFile.h"
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 #include "tests/container/ProjectBuilder.h"
 
@@ -26,11 +27,10 @@ void GenerateProject(std::ostream& stream) {
     project.aliasTables = {{"Primary ID", AliasTable::KindPlain}};
     DataSetContents dataSet = SmallDataSet(1, "Large", variables, names, {});
     dataSet.values.InsertRows(1, observations);
-    unsigned int state = 12345;
+    NumberSequence numbers;
     for (int row = 1; row <= observations; ++row) {
         for (int col = 1; col <= Variables; ++col) {
-            state = state * 1664525U + 1013904223U;
-            dataSet.values(row, col) = static_cast<float>(state >> 12) / 1024.0F;
+            dataSet.values(row, col) = static_cast<float>(numbers.Next() >> 12) / 1024.0F;
         }
     }
     project.dataSets.push_back(std::move(dataSet));

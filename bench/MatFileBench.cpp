@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 #include "container/MatFile.h"
 #include "tests/support/CountingSink.h"
@@ -40,19 +41,18 @@ void Put(std::ostream& stream, Number value) {
 }
 
 // Spectra of a kind: few digits, from a fixed sequence.
-std::vector<double> MakeColumn(unsigned int& state) {
+std::vector<double> MakeColumn(NumberSequence& numbers) {
     std::vector<double> column(Rows);
     for (double& value : column) {
-        state = state * 1664525U + 1013904223U;
-        value = static_cast<double>(state >> 16) / 1024.0;
+        value = static_cast<double>(numbers.Next() >> 16) / 1024.0;
     }
     return column;
 }
 
 void PutColumns(std::ostream& stream) {
-    unsigned int state = 12345;
+    NumberSequence numbers;
     for (int column = 0; column < Columns; ++column) {
-        const std::vector<double> values = MakeColumn(state);
+        const std::vector<double> values = MakeColumn(numbers);
         stream.write(reinterpret_cast<const char*>(values.data()),
                      static_cast<std::streamsize>(values.size() * sizeof(double)));
     }

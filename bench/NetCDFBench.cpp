@@ -2,6 +2,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 #include "bench/SelectionBench.h"
 #include "tests/container/NetCDFBuilder.h"
@@ -22,10 +23,9 @@ constexpr double MvaTarget = 12.0;
 // Numbers as instruments give them, from a fixed sequence.
 std::vector<float> Trace(std::uint32_t points) {
     std::vector<float> values(points);
-    unsigned int state = 12345;
+    NumberSequence numbers;
     for (float& value : values) {
-        state = state * 1664525U + 1013904223U;
-        value = static_cast<float>(state >> 12) / 64.0F;
+        value = static_cast<float>(numbers.Next() >> 12) / 64.0F;
     }
     return values;
 }
@@ -40,10 +40,9 @@ void GenerateChromatogram(std::ostream& stream, std::uint32_t points) {
 void GenerateTable(std::ostream& stream) {
     const int observations = Scaled(Observations);
     std::vector<double> values(static_cast<std::size_t>(observations) * Variables);
-    unsigned int state = 12345;
+    NumberSequence numbers;
     for (double& value : values) {
-        state = state * 1664525U + 1013904223U;
-        value = static_cast<double>(state >> 8) / 65536.0;
+        value = static_cast<double>(numbers.Next() >> 8) / 65536.0;
     }
     NetCDFBuilder file;
     file.Dimension("sequence_no", static_cast<std::uint32_t>(observations))

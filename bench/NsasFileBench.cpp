@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <ostream>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 #include "tests/support/ByteBuilder.h"
 
@@ -12,14 +13,13 @@ constexpr int MostSpectra = 0x7fff;  // in one file
 constexpr int Start = 400;
 
 void Generate(std::ostream& stream) {
-    unsigned int state = 12345;
+    NumberSequence numbers;
     for (int number = 1; number <= std::min(Scaled(Spectra), MostSpectra); ++number) {
         ByteBuilder bytes;
         bytes.I16(6500).I16(number).Field("S1        ", 10).I16(Points).I16(Start).I16(Start + Points);
         bytes.PadTo(64).I16(91).I16(4).I16(3).I16(10).I16(11).I16(12).PadTo(128);
         for (int point = 0; point < Points; ++point) {
-            state = state * 1664525U + 1013904223U;
-            bytes.Float(static_cast<float>(state >> 12) / 1e6F);
+            bytes.Float(static_cast<float>(numbers.Next() >> 12) / 1e6F);
         }
         stream << bytes.PadTo((bytes.Size() + 127) / 128 * 128).Bytes();
     }

@@ -1,6 +1,7 @@
 #include <ostream>
 #include <string>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 #include "tests/support/CompoundBuilder.h"
 
@@ -16,12 +17,12 @@ void Generate(std::ostream& stream) {
         worksheet += "\tFactor" + std::to_string(factor);
     }
     worksheet += "\n";
-    unsigned int state = 12345;
+    NumberSequence numbers;
     for (int run = 1; worksheet.size() < Scaled(WorksheetSize); ++run) {
         worksheet += "N" + std::to_string(run);
         for (int factor = 0; factor < Factors; ++factor) {
-            state = state * 1664525U + 1013904223U;
-            worksheet += "\t" + std::to_string(state >> 22) + "." + std::to_string((state >> 8) % 1000);
+            const unsigned int bits = numbers.Next();
+            worksheet += "\t" + std::to_string(bits >> 22) + "." + std::to_string((bits >> 8) % 1000);
         }
         worksheet += "\n";
     }

@@ -17,7 +17,7 @@ void GenerateTable(std::ostream& stream, int cols, std::size_t fileSize = Scaled
         line.clear();
         for (int col = 0; col < cols; ++col) {
             line += col == 0 ? "" : "\t";
-            numbers.Append(line);
+            line += numbers.NextText();
         }
         line += "\n";
         stream << line;

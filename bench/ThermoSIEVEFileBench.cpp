@@ -1,6 +1,7 @@
 #include <ostream>
 #include <string>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 
 namespace {
@@ -17,14 +18,13 @@ void Generate(std::ostream& stream) {
         line += "\tIntensity_" + std::to_string(i);
     }
     stream << line << "\n";
-    unsigned int state = 12345;
+    NumberSequence numbers;
     for (int frame = 1; frame <= Scaled(Frames); ++frame) {
         const std::string mass = std::to_string(300 + frame % 1200);
         line = std::to_string(frame) + "\t" + mass + ".500\t" + mass +
                ".520\t11.25\t12.75\t0.001\t0.75\t2.0\t0.1\t0.14\t2\tx";
         for (int i = 0; i < Intensities; ++i) {
-            state = state * 1664525U + 1013904223U;
-            line += "\t" + std::to_string(state >> 8);
+            line += "\t" + std::to_string(numbers.Next() >> 8);
         }
         stream << line << "\n";
     }

@@ -1,6 +1,7 @@
 #include <ostream>
 #include <string>
 
+#include "bench/NumberSequence.h"
 #include "bench/ReadBench.h"
 
 namespace {
@@ -13,13 +14,12 @@ constexpr int ValuesOfLine = 20;  // a line of values has at most 255 characters
 void Generate(std::ostream& stream) {
     const int rows = Scaled(Rows);
     stream << "%" << rows << " " << Cols << " bench\n";
-    unsigned int state = 12345;
+    NumberSequence numbers;
     std::string line;
     for (int row = 0; row < rows; ++row) {
         line.clear();
         for (int col = 1; col <= Cols; ++col) {
-            state = state * 1664525U + 1013904223U;
-            line += std::to_string(state >> 22) + "." + std::to_string(100000 + (state >> 8) % 900000);
+            line += numbers.NextText();
             line += col % ValuesOfLine == 0 ? "\n" : " ";
         }
         stream << line;

@@ -14,6 +14,7 @@
 #include "spreadsheet/BinaryBook.h"
 #include "spreadsheet/WorkbookCells.h"
 #include "spreadsheet/XmlBook.h"
+#include "tests/support/BinaryRecords.h"
 #include "tests/support/ByteBuilder.h"
 #include "tests/support/TempFolder.h"
 #include "tests/support/ZipBuilder.h"
@@ -93,33 +94,11 @@ void ExpectSame(const ZipBuilder& zip, const BookParts& parts, const std::string
     EXPECT_EQ(plain.lastCell.rows, each.lastCell.rows);
 }
 
-void PutRecord(ByteBuilder& part, unsigned id, const ByteBuilder& data = {}) {
-    for (const auto number : {static_cast<std::size_t>(id), data.Size()}) {
-        if (number < 128) {
-            part.U8(static_cast<std::uint8_t>(number));
-        } else {
-            part.U8(static_cast<std::uint8_t>((number & 127U) | 128U))
-                .U8(static_cast<std::uint8_t>(number >> 7U));
-        }
-    }
-    part.Text(data.Bytes());
-}
-
-ByteBuilder Wide(const std::string& text) {
-    ByteBuilder data;
-    data.U32(static_cast<std::uint32_t>(text.size()));
-    for (const char c : text) {
-        data.U16(static_cast<unsigned char>(c));
-    }
-    return data;
-}
-
 ZipBuilder BinaryBookOf(const std::string& sheet) {
     ByteBuilder strings;
     PutRecord(strings, 159, ByteBuilder().U32(Texts).U32(Texts));
     for (int i = 0; i < Texts; ++i) {
-        PutRecord(strings, 19,
-                  ByteBuilder().U8(0).Text(Wide(i == 2 ? "" : "text " + std::to_string(i % 4)).Bytes()));
+        PutRecord(strings, 19, PutWide(ByteBuilder().U8(0), i == 2 ? "" : "text " + std::to_string(i % 4)));
     }
     PutRecord(strings, 160);
     ByteBuilder styles;
@@ -168,7 +147,7 @@ std::string RandomRecords(unsigned seed) {
                     PutRecord(sheet, 5, cell.U32(1).Double(44000.0 + chance));
                     break;
                 case 4:
-                    PutRecord(sheet, 6, cell.U32(0).Text(Wide("text").Bytes()));
+                    PutRecord(sheet, 6, PutWide(cell.U32(0), "text"));
                     break;
                 case 5:
                     PutRecord(sheet, 4, cell.U32(0).U8(1));

@@ -5,6 +5,7 @@
 #include "host/NvSystemInfo.h"
 #include "spreadsheet/Excel2007File.h"
 #include "tests/spreadsheet/WorkbookParts.h"
+#include "tests/support/BinaryRecords.h"
 #include "tests/support/ByteBuilder.h"
 #include "tests/support/CountingSink.h"
 #include "tests/support/ReadTrace.h"
@@ -29,9 +30,7 @@ class Records {
 public:
     Records& Add(unsigned id, const ByteBuilder& data = {}) { return Add(id, data.Bytes()); }
     Records& Add(unsigned id, std::string_view data) {
-        PutNumber(id);
-        PutNumber(static_cast<unsigned>(data.size()));
-        bytes.Text(data);
+        PutRecord(bytes, id, data);
         return *this;
     }
 
@@ -60,26 +59,8 @@ public:
     const std::string& Bytes() const { return bytes.Bytes(); }
 
 private:
-    // Ids and lengths take a second byte from 128 on.
-    void PutNumber(unsigned number) {
-        if (number < 128) {
-            bytes.U8(number);
-        } else {
-            bytes.U8((number & 127U) | 128U).U8(number >> 7);
-        }
-    }
-
     ByteBuilder bytes;
 };
-
-// A count and 16-bit characters, each of one byte's value.
-ByteBuilder& PutWide(ByteBuilder& data, std::string_view text) {
-    data.U32(static_cast<std::uint32_t>(text.size()));
-    for (const char c : text) {
-        data.U16(static_cast<unsigned char>(c));
-    }
-    return data;
-}
 
 std::string Bundle(unsigned state, std::string_view id, std::string_view name) {
     ByteBuilder data;

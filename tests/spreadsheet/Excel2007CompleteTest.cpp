@@ -9,6 +9,7 @@
 #include "frame/FormatRecogniser.h"
 #include "spreadsheet/Excel2007File.h"
 #include "table/TableData.h"
+#include "tests/support/BinaryRecords.h"
 #include "tests/support/ByteBuilder.h"
 #include "tests/support/ReadTrace.h"
 #include "tests/support/TempFolder.h"
@@ -171,21 +172,12 @@ const Workbook Three({{"Hidden one", Workbook::Worksheet("<row><c><v>1</v></c></
 class Records {
 public:
     Records& Add(unsigned id, const std::string& data = {}) {
-        PutNumber(id);
-        PutNumber(static_cast<unsigned>(data.size()));
-        bytes.Text(data);
+        PutRecord(bytes, id, data);
         return *this;
     }
     const std::string& Bytes() const { return bytes.Bytes(); }
 
 private:
-    void PutNumber(unsigned number) {
-        for (; number >= 128; number >>= 7) {
-            bytes.U8((number & 127U) | 128U);
-        }
-        bytes.U8(number);
-    }
-
     ByteBuilder bytes;
 };
 
